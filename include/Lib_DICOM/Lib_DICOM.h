@@ -1,0 +1,11 @@
+/**
+ * @file Lib_DICOM.h
+ * Public interface of Lib_DICOM: reads, checks, mends, completes and writes DICOM data sets.
+ */
+#ifndef LIB_DICOM_LIB_DICOM_H
+#define LIB_DICOM_LIB_DICOM_H
+
+#include <Lib_DICOM/dictionary.h>
+#include <Lib_DICOM/frame.h>
+
+#endif

@@ -1,0 +1,160 @@
+// The data dictionary as the library and its clients see it.
+#include <Lib_DICOM/dictionary.h>
+
+#include "dictionary/parse_table.h"
+#include "dictionary/tables.h"
+#include "dictionary/value_count.h"
+#include "frame/report.h"
+#include "frame/vr_rules.h"
+
+#include <cstdlib>
+#include <memory>
+
+using namespace lib_dicom;
+
+namespace {
+
+/** The dictionaries; null until the first lookup that asks them. */
+struct State {
+    std::unique_ptr<const Dictionary> standard;
+    std::unique_ptr<const Dictionary> current;
+};
+
+State& Get_State()
+{
+    static State state;
+    return state;
+}
+
+/** Parses the tables unless that is done. Returns null without memory; the next call tries again. */
+const Dictionary* NEMA_db_Load(std::unique_ptr<const Dictionary>& place,
+                               std::span<const Table> tables)
+{
+    if (place == nullptr) {
+        place = Guarded(hwnd, std::unique_ptr<const Dictionary>(), [&] {
+            auto dictionary = std::make_unique<Dictionary>();
+            for (const Table& table : tables) {
+                NEMA_db_Parse_Table(hwnd, *dictionary, table.Lines());
+            }
+            return std::unique_ptr<const Dictionary>(std::move(dictionary));
+        });
+    }
+    return place.get();
+}
+
+/** A short text by value. */
+struct Text {
+    char text[16];
+};
+
+/** Half a tag in hexadecimal, with "x" for the digits outside the mask. */
+Text Tag_Text(unsigned short number, unsigned short mask)
+{
+    Text result;
+    std::snprintf(result.text, sizeof result.text, "%04x", number);
+    for (int i = 0; i < 4; i++) {
+        if ((mask & 0xF000 >> 4 * i) == 0) {
+            result.text[i] = 'x';
+        }
+    }
+    return result;
+}
+
+Text NEMA_db_VM_Text(const TAG_db_VM& vm)
+{
+    Text result;
+    if (vm.vm_min == vm.vm_max) {
+        std::snprintf(result.text, sizeof result.text, "%d", vm.vm_min);
+    } else if (Is_Bounded(vm)) {
+        std::snprintf(result.text, sizeof result.text, "%d-%d", vm.vm_min, vm.vm_max);
+    } else {
+        std::snprintf(result.text, sizeof result.text, "%d-n", vm.vm_min);
+    }
+    return result;
+}
+
+char First_Letter(unsigned short vr)
+{
+    return vr == 0 ? '-' : static_cast<char>(vr >> 8);
+}
+
+char Second_Letter(unsigned short vr)
+{
+    return vr == 0 ? '-' : static_cast<char>(vr & 0xFF);
+}
+
+void List_Entry(HWND handle, unsigned int severity, const Text& group, const TAG_db_Elems& entry)
+{
+    // By number of alternatives; the arguments of those that an entry lacks are not printed.
+    static constexpr const char* Formats[Max_Alternatives + 1] = {
+        " (%hs,%hs) \001%-40.40hs \002type:%d",
+        " (%hs,%hs) \001%-40.40hs \002type:%d VR:%hc%hc VN:%hs",
+        " (%hs,%hs) \001%-40.40hs \002type:%d (VR:%hc%hc VN:%hs) or (VR:%hc%hc VN:%hs)",
+        (" (%hs,%hs) \001%-40.40hs \002type:%d (VR:%hc%hc VN:%hs) or (VR:%hc%hc VN:%hs) or "
+         "(VR:%hc%hc VN:%hs)")};
+    const unsigned short* const vr = entry.vr;
+    Error_Fct(handle, severity, Formats[std::abs(entry.nb_vr)], group.text,
+              Tag_Text(entry.element, entry.elem_mask).text, entry.name, entry.nb_vr,
+              First_Letter(vr[0]), Second_Letter(vr[0]), NEMA_db_VM_Text(entry.vm[0]).text,
+              First_Letter(vr[1]), Second_Letter(vr[1]), NEMA_db_VM_Text(entry.vm[1]).text,
+              First_Letter(vr[2]), Second_Letter(vr[2]), NEMA_db_VM_Text(entry.vm[2]).text);
+}
+
+}  // namespace
+
+TAG_db_Elems* NEMA_db_Locate(unsigned short group, unsigned short element)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Locate(%04x,%04x)", group, element);
+    State& state = Get_State();
+    const Dictionary* const standard = NEMA_db_Load(state.standard, Standard_Tables());
+    if (standard == nullptr) {
+        return trace.Leave(nullptr, "! dictionary");
+    }
+    if (group % 2 != 0) {
+        return trace.Leave(nullptr, "private");
+    }
+    TAG_db_Elems* entry = standard->Find(group, element);
+    if (entry == nullptr && DICOM_Flag_Current_Standard != 0) {
+        const Dictionary* const current = NEMA_db_Load(state.current, Current_Tables());
+        entry = current == nullptr ? nullptr : current->Find(group, element);
+    }
+    return entry != nullptr ? entry : trace.Leave(entry, "! entry");
+}
+
+void NEMA_db_Cleanup(void)
+{
+    Trace(hwnd, Trace_Value, "--- in NEMA_db_Cleanup() ---");
+    Get_State() = State();
+    Trace(hwnd, Trace_Value, "--- out NEMA_db_Cleanup() ---");
+}
+
+void NEMA_db_Stool(HWND handle, int flag)
+{
+    Trace(handle, Trace_1, "--- in NEMA_db_Stool(%d) ---", flag);
+    const Dictionary* const standard = Get_State().standard.get();
+    if (standard == nullptr) {
+        return;
+    }
+    const unsigned int severity = static_cast<unsigned int>(flag);
+    for (const TAG_db_Group& node : standard->Groups()) {
+        const Text group = Tag_Text(node.group, node.group_mask);
+        Error_Fct(handle, severity, "--- Group %hs ---", group.text);
+        for (const TAG_db_Group::Slot& slot : node.slots) {
+            List_Entry(handle, severity, group, *slot.entry);
+        }
+    }
+}
+
+int NEMA_db_Check_VN(HWND handle, DICOM_List* attribute, int count)
+{
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: NEMA_db_Check_VN(%d)", count);
+    if (attribute == nullptr) {
+        return trace.Leave(1, "! attribute");
+    }
+    const unsigned short vr = Effective_VR(*attribute);
+    char label[64];
+    std::snprintf(label, sizeof label,
+                  "    \361\005WARNING:\002 (\001%04x\002,\001%04x\002) VR=\001%c%c\002",
+                  attribute->group, attribute->element, First_Letter(vr), Second_Letter(vr));
+    return Check_Value_Count(handle, *attribute, count, label);
+}

@@ -1,0 +1,80 @@
+// A data dictionary in memory: groups in ascending order, each with its entries.
+#ifndef LIB_DICOM_SRC_DICTIONARY_DICTIONARY_H
+#define LIB_DICOM_SRC_DICTIONARY_DICTIONARY_H
+
+#include <Lib_DICOM/dictionary.h>
+
+#include <deque>
+#include <string_view>
+#include <vector>
+
+namespace lib_dicom {
+
+/** Largest number of VR alternatives of an entry. */
+inline constexpr int Max_Alternatives = 3;
+
+/** One "VR VM" of a line. */
+struct Alternative {
+    unsigned short vr = 0;
+    std::string_view vm;
+};
+
+/** One line of a table, taken apart. */
+struct Dictionary_Line {
+    unsigned short group = 0;
+    /** 0xF in each hexadecimal position of the group that holds a real digit, 0 for "x". */
+    unsigned short group_mask = 0;
+    unsigned short element = 0;
+    unsigned short elem_mask = 0;
+    std::string_view name;
+    bool is_retired = false;
+    int nb_alternative = 0;
+    /** The alternatives in the order in which they were found, from the end of the line. */
+    Alternative alternatives[Max_Alternatives];
+};
+
+/** One group. */
+struct TAG_db_Group {
+    /** Place of an entry; the element stands here too so that a search stays within the array. */
+    struct Slot {
+        unsigned short element;
+        TAG_db_Elems* entry;
+    };
+
+    unsigned short group;
+    unsigned short group_mask;
+    /** The chain of entries in its order; behind the first, the elements ascend. */
+    std::vector<Slot> slots;
+
+    /** Walks the chain up to `element`: null when the walk ends or meets a higher element. */
+    TAG_db_Elems* Find(unsigned short element) const;
+};
+
+class Dictionary {
+public:
+    /**
+     * Inserts the entry of one line.
+     *
+     * @return false after a warning when the tag is there already
+     */
+    bool NEMA_db_Add_Entry(HWND handle, const Dictionary_Line& line);
+
+    /** Finds the entry of a tag, null when there is none. */
+    TAG_db_Elems* Find(unsigned short group, unsigned short element) const;
+
+    const std::vector<TAG_db_Group>& Groups() const
+    {
+        return groups_;
+    }
+
+private:
+    TAG_db_Group& Open_Group(unsigned short group, unsigned short group_mask);
+
+    std::vector<TAG_db_Group> groups_;
+    /** Owner of the entries, which never move. */
+    std::deque<TAG_db_Elems> entries_;
+};
+
+}  // namespace lib_dicom
+
+#endif

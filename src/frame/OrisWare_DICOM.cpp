@@ -1,0 +1,102 @@
+// Memory helpers for clients and the version query.
+#include "frame/report.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+using namespace lib_dicom;
+
+namespace {
+
+constexpr char Version[] = "21.9";
+constexpr char Revision[] = "b";
+
+/** Path of the file that this library was loaded from. */
+std::string Module_Path()
+{
+#if defined(_WIN32)
+    char path[MAX_PATH] = "";
+    HMODULE module = nullptr;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<LPCSTR>(&Get_Version_DICOM), &module);
+    GetModuleFileNameA(module, path, MAX_PATH);
+    return path;
+#else
+    Dl_info info = {};
+    const bool found = dladdr(reinterpret_cast<const void*>(&Get_Version_DICOM), &info) != 0;
+    return found && info.dli_fname != nullptr ? info.dli_fname : "";
+#endif
+}
+
+/** Tells whether a piece of a file name behind a '.' is the platform's: "so", or a version. */
+bool Is_Platform_Suffix(std::string_view suffix)
+{
+    return suffix == "so" || suffix.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+/** Name of a library's file without what platforms add: "lib" in front, ".so.21.9" behind. */
+std::string Library_Name(const std::string& path)
+{
+    std::string_view name = Get_Generic_Name(path.c_str(), nullptr, nullptr, nullptr);
+    for (std::size_t dot = name.rfind('.');
+         dot != std::string_view::npos && Is_Platform_Suffix(name.substr(dot + 1));
+         dot = name.rfind('.')) {
+        name = name.substr(0, dot);
+    }
+    if (name.substr(0, 3) == "lib") {
+        name.remove_prefix(3);
+    }
+    return std::string(name);
+}
+
+}  // namespace
+
+int DICOM_Lib_Realloc(char** buffer, unsigned int size)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Lib_Realloc(%u)", size);
+    if (size == 0) {
+        DICOM_Lib_Free(buffer);
+        return 1;
+    }
+    // Deliberate: a failure leaves null in place of the old buffer. Clients read a null pointer as
+    // the sign of the failure, and hold the old pointer themselves where they need it.
+    *buffer = static_cast<char*>(std::realloc(*buffer, size));
+    if (*buffer == nullptr) {
+        Report_Memory(hwnd, "realloc", "*buffer", static_cast<int>(size));
+        return trace.Leave(0, "! *buffer");
+    }
+    return 1;
+}
+
+void DICOM_Lib_Free(char** buffer)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Lib_Free()");
+    std::free(*buffer);
+    *buffer = nullptr;
+}
+
+char* Get_Version_DICOM(char* expected)
+{
+    static char version[128];
+
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Get_Version_DICOM(%hs)", expected);
+    if (expected != nullptr && std::strcmp(expected, Version) != 0) {
+        return trace.Leave(static_cast<char*>(nullptr), "! version");
+    }
+    return Guarded(hwnd, static_cast<char*>(nullptr), [] {
+        const std::string name = Library_Name(Module_Path());
+        std::snprintf(version, sizeof version, "%s.dll%s %s (rev-%s)", name.c_str(), "", Version,
+                      Revision);
+        return version;
+    });
+}

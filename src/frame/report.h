@@ -1,0 +1,178 @@
+// The one way in which the library reports: traces, warnings, notes, errors and memory errors.
+// Texts embed the one-byte markup codes of the reporting channel, written as octal escapes
+// because a hexadecimal escape would swallow a letter that follows it.
+#ifndef LIB_DICOM_SRC_FRAME_REPORT_H
+#define LIB_DICOM_SRC_FRAME_REPORT_H
+
+#include <Lib_DICOM/frame.h>
+
+#include <cstdio>
+#include <new>
+#include <string_view>
+
+namespace lib_dicom {
+
+/** Severity words of the reporting channel; level 1 is the coarsest trace. */
+enum Severity : unsigned int {
+    Severity_Memory = 1,
+    Severity_Error = 2,
+    Severity_Place = 0x80000001U,
+    Trace_1 = 0x90002001U,
+    Trace_Value = 0x90002004U,
+    Trace_Writer = 0x90002004U,
+    Trace_Structure = 0x90002005U,
+    Trace_Element = 0x90002006U,
+    Trace_Step = 0x90002007U,
+    Trace_List = 0x90002008U,
+    Trace_Entry = 0x90002009U
+};
+
+/** Name of a source unit, as messages quote it: the file's base name without its extension. */
+constexpr std::string_view Source_Unit(std::string_view path)
+{
+    path = path.substr(path.find_last_of("/\\") + 1);
+    return path.substr(0, path.find('.'));
+}
+
+/** The place that reports, taken from the call site by itself. */
+struct Place {
+    const char* file;
+    int line;
+
+    constexpr Place(const char* file_ = __builtin_FILE(), int line_ = __builtin_LINE())
+        : file(file_), line(line_)
+    {
+    }
+};
+
+/** A message text together with the place of the call that it is handed to. */
+struct Placed_Text {
+    const char* text;
+    Place place;
+
+    constexpr Placed_Text(const char* text_, const char* file = __builtin_FILE(),
+                          int line = __builtin_LINE())
+        : text(text_), place(file, line)
+    {
+    }
+};
+
+template <class... Args>
+void Trace(HWND handle, unsigned int severity, const char* text, Args... args)
+{
+    if (Error_Wanted(severity)) {
+        Error_Fct(handle, severity, text, args...);
+    }
+}
+
+/** A message at the level that the application chose for warnings. */
+template <class... Args>
+void Report_Warning(HWND handle, const char* text, Args... args)
+{
+    Error_Fct(handle, static_cast<unsigned int>(Flag_Error_Warning), text, args...);
+}
+
+/** A message at the level that the application chose for reports. */
+template <class... Args>
+void Report_Note(HWND handle, const char* text, Args... args)
+{
+    Error_Fct(handle, static_cast<unsigned int>(Flag_Error_Report), text, args...);
+}
+
+/** The location line that precedes an error. */
+void Report_Place(HWND handle, Place place = Place());
+
+template <class... Args>
+void Report_Error(HWND handle, Placed_Text text, Args... args)
+{
+    Report_Place(handle, text.place);
+    Error_Fct(handle, Severity_Error, text.text, args...);
+}
+
+/** The message of an error of the library's own. */
+void Report_Internal(HWND handle, Place place = Place());
+
+/**
+ * The memory message.
+ *
+ * @param function  "malloc", "calloc", "realloc", "_strdup" or "new"
+ * @param variable  the variable that was to hold the memory
+ */
+void Report_Memory(HWND handle, const char* function, const char* variable, int dim, int width = 1,
+                   Place place = Place());
+
+/**
+ * Traces the entry of a function when made, and its exit with the reason when left. A scope whose
+ * level is hidden formats nothing.
+ */
+class Trace_Scope {
+public:
+    /** @param call  the name with its arguments as a format, "Lib_DICOM: Name(%04x,%04x)" */
+    template <class... Args>
+    Trace_Scope(HWND handle, unsigned int severity, const char* call, Args... args)
+        : handle_(handle), severity_(severity), call_(call), wanted_(Error_Wanted(severity) != 0)
+    {
+        if (wanted_) {
+            char format[Text_Size];
+            std::snprintf(format, sizeof format, ">>> in  %s", call);
+            Error_Fct(handle, severity, static_cast<const char*>(format), args...);
+        }
+    }
+    Trace_Scope(const Trace_Scope&) = delete;
+    Trace_Scope& operator=(const Trace_Scope&) = delete;
+    ~Trace_Scope()
+    {
+        if (wanted_) {
+            Trace_Exit();
+        }
+    }
+
+    /** Gives the reason of leaving, with printf arguments, and hands `result` through. */
+    template <class Result, class... Args>
+    Result Leave(Result result, const char* reason, Args... args)
+    {
+        if (wanted_) {
+            Set_Reason(reason, args...);
+        }
+        return result;
+    }
+
+private:
+    static constexpr std::size_t Text_Size = 160;
+
+    template <class... Args>
+    void Set_Reason(const char* reason, Args... args)
+    {
+        if constexpr (sizeof...(args) == 0) {
+            std::snprintf(reason_, sizeof reason_, "%s", reason);
+        } else {
+            std::snprintf(reason_, sizeof reason_, reason, args...);
+        }
+    }
+    void Trace_Exit() const;
+
+    HWND handle_;
+    unsigned int severity_;
+    const char* call_;
+    bool wanted_;
+    char reason_[Text_Size] = "";
+};
+
+/** The border: runs a body, and turns what it throws into a message and the failure result. */
+template <class Result, class Body>
+Result Guarded(HWND handle, Result failure, Body&& body, Place place = Place()) noexcept
+{
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        Report_Memory(handle, "new", "buffer", 1, 1, place);
+        return failure;
+    } catch (...) {
+        Report_Internal(handle, place);
+        return failure;
+    }
+}
+
+}  // namespace lib_dicom
+
+#endif

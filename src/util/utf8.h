@@ -1,0 +1,30 @@
+// UTF-8 by hand: the C library's conversions depend on the process's locale.
+#ifndef LIB_UTIL_SRC_UTIL_UTF8_H
+#define LIB_UTIL_SRC_UTIL_UTF8_H
+
+#include <string>
+#include <string_view>
+
+namespace lib_util {
+
+struct Utf8_Char {
+    char32_t code;
+    /** Number of bytes, 0 when the text does not begin with a well-formed character. */
+    std::size_t size;
+};
+
+/** The first character of a text; overlong forms, surrogates and cut characters are refused. */
+Utf8_Char Decode_Utf8(std::string_view text);
+
+/** Appends a character; what is no Unicode character becomes U+FFFD. */
+void Append_Utf8(std::string& text, char32_t code);
+
+/**
+ * Next character of a wide text, and moves `text` behind it. A surrogate pair is one character,
+ * also where wchar_t is wide enough for either form.
+ */
+char32_t Take_Wide(std::wstring_view& text);
+
+}  // namespace lib_util
+
+#endif

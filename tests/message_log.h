@@ -1,0 +1,67 @@
+// Catches the messages of both libraries for the length of a test.
+#ifndef TESTS_MESSAGE_LOG_H
+#define TESTS_MESSAGE_LOG_H
+
+#include <Lib_Util/Lib_Util.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+struct Message {
+    unsigned int severity;
+    std::string text;
+};
+
+class Message_Log {
+public:
+    explicit Message_Log(int trace_level = 0) : saved_trace_(Flag_Trace)
+    {
+        Flag_Trace = trace_level;
+        Error_Sink_Set(&Message_Log::Take, this);
+    }
+    Message_Log(const Message_Log&) = delete;
+    Message_Log& operator=(const Message_Log&) = delete;
+    ~Message_Log()
+    {
+        Error_Sink_Set(nullptr, nullptr);
+        Flag_Trace = saved_trace_;
+    }
+
+    /** All messages so far, in order. */
+    const std::vector<Message>& All() const
+    {
+        return messages_;
+    }
+    /** Texts of all messages so far, one a line. */
+    std::string Text() const
+    {
+        std::string text;
+        for (const Message& message : messages_) {
+            text += message.text + "\n";
+        }
+        return text;
+    }
+    /** Number of messages whose text holds `part`. */
+    long Count(const std::string& part) const
+    {
+        return std::count_if(messages_.begin(), messages_.end(), [&](const Message& message) {
+            return message.text.find(part) != std::string::npos;
+        });
+    }
+    void Clear()
+    {
+        messages_.clear();
+    }
+
+private:
+    static void Take(HWND, unsigned int severity, const char* text, void* context)
+    {
+        static_cast<Message_Log*>(context)->messages_.push_back({severity, text});
+    }
+
+    int saved_trace_;
+    std::vector<Message> messages_;
+};
+
+#endif
