@@ -7,5 +7,6 @@
 
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>
+#include <Lib_DICOM/read.h>
 
 #endif
