@@ -1,0 +1,279 @@
+// Finding, looking up and appending records, the way down into open sequences, and the repair of a
+// whole list.
+#include "attributes/attribute_lists.h"
+#include "frame/c_memory.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+
+using namespace lib_dicom;
+
+namespace {
+
+std::uint32_t Tag_Number(unsigned short group, unsigned short element)
+{
+    return static_cast<std::uint32_t>(group) << 16 | element;
+}
+
+std::uint32_t Tag_Number(const DICOM_List& record)
+{
+    return Tag_Number(record.group, record.element);
+}
+
+bool Has_Tag(const DICOM_List& record, unsigned short group, unsigned short element)
+{
+    return record.group == group && record.element == element;
+}
+
+char VR_Letter(unsigned int byte)
+{
+    return byte == 0 ? '-' : static_cast<char>(byte);
+}
+
+/** The tail of a list: what the head names, or the end of the chain where it names nothing. */
+DICOM_List* Tail_Of(DICOM_List* head)
+{
+    DICOM_List* tail = head->last != nullptr ? head->last : head;
+    while (head->last == nullptr && tail->next != nullptr) {
+        tail = tail->next;
+    }
+    return tail;
+}
+
+/** Makes a record the one that holds the context's open sequence of a level. */
+bool Become_Sequence(HWND handle, DICOM_Root* root, DICOM_List* record, int level,
+                     const char* variable)
+{
+    DICOM_Attribute_Sequence_Get(handle, root, level, &record->group, &record->element,
+                                 &record->flags);
+    record->depth = static_cast<unsigned char>(level);
+    record->vr = VR_SQ;
+    record->vr_default = VR_SQ;
+    return Grow_Items(handle, record, 1, variable);
+}
+
+/**
+ * The record of the open sequence. In a list that grows in file order it is the last one, so that
+ * is where to look first: walking the list for every record inside would not be linear.
+ */
+DICOM_List* Find_Open_Sequence(DICOM_List* list, unsigned short group, unsigned short element)
+{
+    if (list->last != nullptr && Has_Tag(*list->last, group, element)) {
+        return list->last;
+    }
+    DICOM_List* record = list;
+    while (record != nullptr && !Has_Tag(*record, group, element)) {
+        record = record->next;
+    }
+    return record;
+}
+
+template <class Test>
+DICOM_List* Find_First(DICOM_List* list, Test&& test)
+{
+    while (list != nullptr && !test(*list)) {
+        list = list->next;
+    }
+    return list;
+}
+
+}  // namespace
+
+bool lib_dicom::Grow_Items(HWND handle, DICOM_List* record, int count, const char* variable,
+                           Place place)
+{
+    // Room for a power of two keeps the cost of growing one by one linear; asking again for the
+    // room that a block has is free, whoever made the block.
+    const auto room = std::bit_ceil(static_cast<unsigned int>(count));
+    if (count <= record->nb_item) {
+        return true;
+    }
+    if (!C_Resize(handle, record->item, room, variable, place)) {
+        return false;
+    }
+    std::fill(record->item + record->nb_item, record->item + count, nullptr);
+    record->nb_item = count;
+    return true;
+}
+
+DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char)
+{
+    const int depth = list->depth;
+    if (depth >= root->Sequence_Depth) {
+        return nullptr;
+    }
+    unsigned short group = 0;
+    unsigned short element = 0;
+    DICOM_Attribute_Sequence_Get(handle, root, depth, &group, &element, nullptr);
+    if (DICOM_List* const record = Find_Open_Sequence(list, group, element)) {
+        const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth + 1), 0);
+        return Grow_Items(handle, record, index + 1, "pt->item") ? &record->item[index] : nullptr;
+    }
+    C_Array<DICOM_List> insert = C_Calloc<DICOM_List>(handle, 1, "insert");
+    if (insert == nullptr ||
+        !Become_Sequence(handle, root, insert.get(), depth, "insert->item")) {
+        return nullptr;
+    }
+    DICOM_List* const tail = Tail_Of(list);
+    insert[0].next = tail->next;
+    tail->next = insert.release();
+    list->last = tail->next;
+    return &list->last->item[0];
+}
+
+DICOM_List* DICOM_Attribute_Find(HWND handle, DICOM_Root* root, DICOM_List** list,
+                                 unsigned short group, unsigned short element)
+{
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Find(%04x,%04x)", group,
+                      element);
+    while (Is_Outer_List(*root, *list)) {
+        list = DICOM_Attribute_Dig(handle, root, *list, 0);
+        if (list == nullptr) {
+            return trace.Leave<DICOM_List*>(nullptr, "! DICOM_Attribute_Dig");
+        }
+    }
+    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, group, element, 0);
+
+    const std::uint32_t tag = Tag_Number(group, element);
+    DICOM_List* record = *list;
+    while (record != nullptr && record->next != nullptr && Tag_Number(*record->next) <= tag) {
+        record = record->next;
+    }
+    if (record != nullptr && Tag_Number(*record) == tag) {
+        return trace.Leave(record, "pt");
+    }
+    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, 1, "insert").release();
+    if (insert == nullptr) {
+        return trace.Leave<DICOM_List*>(nullptr, "! insert");
+    }
+    insert->group = group;
+    insert->element = element;
+    insert->depth = static_cast<unsigned char>(root->Sequence_Depth);
+    if (record == *list && (record == nullptr || Tag_Number(*record) > tag)) {
+        insert->next = *list;
+        *list = insert;
+    } else {
+        insert->next = record->next;
+        record->next = insert;
+    }
+    (*list)->last = insert;
+    return trace.Leave(insert, "insert");
+}
+
+DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list,
+                                unsigned short group, unsigned short element, char unused)
+{
+    constexpr unsigned short Any = 0xFFFF;
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Get(%04x,%04x)", group,
+                      element);
+    if (list == nullptr) {
+        return trace.Leave<DICOM_List*>(nullptr, "! head");
+    }
+    if (Is_Outer_List(*root, list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, list, unused);
+        DICOM_List* const found =
+            slot != nullptr ? DICOM_Attribute_Get(handle, root, *slot, group, element, unused)
+                            : nullptr;
+        return trace.Leave(found, "item");
+    }
+    DICOM_List* const found = Find_First(list, [=](const DICOM_List& record) {
+        return (group == Any || record.group == group) &&
+               (element == Any || record.element == element);
+    });
+    return trace.Leave(found, found != nullptr ? "pt" : "NULL");
+}
+
+DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list, const char* group,
+                                const char* element, char unused)
+{
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Get(%hs,%hs)", group,
+                      element);
+    if (list == nullptr) {
+        return trace.Leave<DICOM_List*>(nullptr, "! head");
+    }
+    if (Is_Outer_List(*root, list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, list, unused);
+        DICOM_List* const found =
+            slot != nullptr ? DICOM_Attribute_Get(handle, root, *slot, group, element, unused)
+                            : nullptr;
+        return trace.Leave(found, "item");
+    }
+    DICOM_List* const found = Find_First(list, [=](const DICOM_List& record) {
+        return DICOM_Attribute_Match(group, element, record.group, record.element) != 0;
+    });
+    return trace.Leave(found, found != nullptr ? "pt" : "NULL");
+}
+
+int DICOM_Attribute_Match(const char* group_pattern, const char* element_pattern,
+                          unsigned short group, unsigned short element)
+{
+    char group_text[8];
+    char element_text[8];
+    std::snprintf(group_text, sizeof group_text, "%04X", group);
+    std::snprintf(element_text, sizeof element_text, "%04X", element);
+    return Str_Match(group_pattern, group_text) != 0 &&
+                   Str_Match(element_pattern, element_text) != 0
+               ? 1
+               : 0;
+}
+
+DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** list,
+                                   DICOM_List* record, int level)
+{
+    Trace_Scope trace(handle, Trace_Entry,
+                      "Lib_DICOM: DICOM_Attribute_Insert(%04x,%04x) %c%c %d bytes", record->group,
+                      record->element, VR_Letter(record->vr >> 8U), VR_Letter(record->vr & 0xFFU),
+                      record->size);
+    if (Is_Outer_List(*root, *list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
+        if (slot == nullptr) {
+            Report_Warning(handle,
+                           "\361\005    \002Failed to insert tag(\001%04X\002,\001%04X\002)",
+                           record->group, record->element);
+            return trace.Leave<DICOM_List*>(nullptr, "! DICOM_Attribute_Dig");
+        }
+        return trace.Leave(DICOM_Attribute_Insert(handle, root, slot, record, level + 1), "item");
+    }
+    C_Array<DICOM_List> made = C_Calloc<DICOM_List>(handle, 1, "insert");
+    if (made == nullptr) {
+        return trace.Leave<DICOM_List*>(nullptr, "! insert");
+    }
+    if (*list == nullptr && root->Sequence_Depth > level) {
+        if (!Become_Sequence(handle, root, made.get(), level, "insert->item")) {
+            return trace.Leave<DICOM_List*>(nullptr, "! insert->item");
+        }
+        *list = made.release();
+        (*list)->last = *list;
+        return trace.Leave(
+            DICOM_Attribute_Insert(handle, root, &(*list)->item[0], record, level + 1), "item");
+    }
+    DICOM_List* const insert = made.release();
+    if (*list == nullptr) {
+        *list = insert;
+    } else {
+        Tail_Of(*list)->next = insert;
+    }
+    (*list)->last = insert;
+    if (DICOM_Attribute_Copy_Tag(handle, root, list, insert, record) == 0) {
+        Report_Warning(handle,
+                       "    \361\005WARNING:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)",
+                       record->group, record->element);
+        return trace.Leave<DICOM_List*>(nullptr, "NULL");
+    }
+    return trace.Leave(insert, "insert");
+}
+
+int DICOM_Attribute_Cleanup(HWND handle, DICOM_Root* root, DICOM_List* list)
+{
+    const Trace_Scope trace(handle, Trace_List, "Lib_DICOM: DICOM_Attribute_Cleanup()");
+    for (DICOM_List* record = list; record != nullptr; record = record->next) {
+        DICOM_Attribute_Cleanup_Swab(handle, record);
+        DICOM_Attribute_Cleanup_Tag(handle, record);
+        For_Each_Item(handle, root, record, [=](DICOM_List** item) {
+            DICOM_Attribute_Cleanup(handle, root, *item);
+        });
+    }
+    return 1;
+}

@@ -1,0 +1,389 @@
+// Copying, merging, deleting and freeing records, and carrying information over from a reference.
+#include "attributes/attribute_lists.h"
+#include "frame/c_memory.h"
+#include "frame/vr_rules.h"
+
+#include <climits>
+#include <cstdint>
+
+using namespace lib_dicom;
+
+namespace {
+
+constexpr unsigned short Any = 0xFFFF;
+/** Stands for all odd groups in a deletion. */
+constexpr unsigned short Odd_Groups = 0xFFF1;
+
+/** How a value is joined to one that is there already. */
+enum class Join {
+    Values,  ///< a backslash, the value and a blank
+    Lines,   ///< a line feed, the value and a blank
+    Bytes,   ///< the value as it is
+    Refused,
+    Ignored
+};
+
+Join Join_Of(unsigned short vr)
+{
+    switch (vr) {
+    case VR_AE:
+    case VR_AS:
+    case VR_CS:
+    case VR_DS:
+    case VR_IS:
+    case VR_LO:
+    case VR_PN:
+    case VR_SH:
+        return Join::Values;
+    case VR_LT:
+    case VR_ST:
+    case VR_UT:
+        return Join::Lines;
+    case VR_AT:
+    case VR_FD:
+    case VR_FL:
+    case VR_OB:
+    case VR_OF:
+    case VR_OW:
+    case VR_OX:
+    case VR_SL:
+    case VR_SS:
+    case VR_UL:
+    case VR_UN:
+    case VR_US:
+        return Join::Bytes;
+    case VR_DA:
+    case VR_DT:
+    case VR_TM:
+    case VR_UI:
+    case VR_SQ:
+        return Join::Refused;
+    default:
+        return Join::Ignored;
+    }
+}
+
+/** Values that are too long together, or not in memory, cannot be joined. */
+bool Can_Join(const DICOM_List& target, const DICOM_List& source)
+{
+    constexpr std::int64_t Room_For_Separators = 2;
+    return target.size > 0 && source.size > 0 && target.data != nullptr &&
+           std::int64_t{target.size} + source.size + Room_For_Separators <= INT_MAX;
+}
+
+bool Append_Value(HWND handle, DICOM_List* target, const DICOM_List* source)
+{
+    const Join join = Join_Of(Effective_VR(*source));
+    if (join == Join::Ignored) {
+        return true;
+    }
+    if (join == Join::Refused || !Can_Join(*target, *source)) {
+        Report_Warning(handle, "\361\005WARNING:\002 Unable to append to tag (%04x,%04x)",
+                       target->group, target->element);
+        return true;
+    }
+    const auto old_size = static_cast<std::size_t>(target->size);
+    const auto added = static_cast<std::size_t>(source->size);
+    const bool separated = join != Join::Bytes;
+    const std::size_t size = old_size + added + (separated ? 2 : 0);
+    if (!C_Resize(handle, target->data, size, "target->data")) {
+        return false;
+    }
+    unsigned char* const end = target->data + old_size;
+    std::memset(end, 0, size - old_size);
+    if (source->data != nullptr) {
+        std::memcpy(end + (separated ? 1 : 0), source->data, added);
+    }
+    if (separated) {
+        end[0] = join == Join::Values ? '\\' : '\n';
+        target->data[size - 1] = ' ';
+    }
+    target->size = static_cast<int>(size);
+    return true;
+}
+
+bool Replace_Value(HWND handle, DICOM_List* target, const DICOM_List* source)
+{
+    C_Array<unsigned char> data;
+    if (source->data != nullptr && source->size > 0) {
+        const auto size = static_cast<std::size_t>(source->size);
+        data = C_Malloc<unsigned char>(handle, size, "target->data");
+        if (data == nullptr) {
+            return false;
+        }
+        std::memcpy(data.get(), source->data, size);
+    }
+    std::free(target->data);
+    target->data = data.release();
+    target->size = source->size;
+    return true;
+}
+
+bool Copy_Description(HWND handle, DICOM_List* target, const DICOM_List* source)
+{
+    if (source->description == nullptr) {
+        return true;
+    }
+    C_Array<char> text;
+    const std::size_t length = std::strlen(source->description);
+    if (length != 0) {
+        text.reset(static_cast<char*>(std::malloc(length + 1)));
+        if (text == nullptr) {
+            Report_Memory(handle, "_strdup", "target->description", static_cast<int>(length + 1));
+            return false;
+        }
+        std::memcpy(text.get(), source->description, length + 1);
+    }
+    std::free(target->description);
+    target->description = text.release();
+    return true;
+}
+
+template <class Field>
+void Take_Over(Field& target, const Field& source)
+{
+    if (source != Field{}) {
+        target = source;
+    }
+}
+
+bool Copy_Value_Part(HWND handle, const DICOM_Root* root, DICOM_List* target,
+                     const DICOM_List* source)
+{
+    const bool append = (source->flags & DICOM_Mark_Append) != 0;
+    const bool holds_value = target->flags != 0 && target->size != 0;
+    if ((target->flags & DICOM_Mark_Forced) != 0 || (holds_value && !append)) {
+        return true;
+    }
+    target->depth = static_cast<unsigned char>(root->Sequence_Depth);
+    target->group = source->group;
+    target->element = source->element;
+    target->flags |= source->flags;
+    Take_Over(target->byte_order, source->byte_order);
+    Take_Over(target->type, source->type);
+    Take_Over(target->vr, source->vr);
+    Take_Over(target->spare, source->spare);
+    Take_Over(target->pos, source->pos);
+    Take_Over(target->data_pos, source->data_pos);
+    Take_Over(target->dict, source->dict);
+    if ((source->flags & DICOM_Mark_Unknown_VR) != 0) {
+        target->vr_default = VR_UN;
+    } else {
+        Take_Over(target->vr_default, source->vr_default);
+    }
+    if (source->size != 0) {
+        const bool copied = target->size != 0 && append ? Append_Value(handle, target, source)
+                                                        : Replace_Value(handle, target, source);
+        if (!copied) {
+            return false;
+        }
+    }
+    return Copy_Description(handle, target, source);
+}
+
+bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
+                    const DICOM_List* source)
+{
+    if (source->item == nullptr) {
+        return true;
+    }
+    const bool append = (source->flags & DICOM_Mark_Append) != 0;
+    const int before = target->nb_item;
+    if (!Grow_Items(handle, target, append ? before + source->nb_item : source->nb_item,
+                    "target->item")) {
+        return false;
+    }
+    DICOM_Attribute_Sequence_Start(handle, root, source->group, source->element, source->flags,
+                                   Trace_Entry);
+    for (int i = 0; append && i < before; ++i) {
+        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
+    }
+    const bool with_items = (source->flags & DICOM_Mark_Forced) == 0;
+    for (int i = 0; with_items && i < source->nb_item && source->item[i] != nullptr; ++i) {
+        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
+        DICOM_Attribute_Copy(handle, root, list, source->item[i]);
+        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
+    }
+    for (int i = 0; append && i < before; ++i) {
+        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
+    }
+    DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
+    return true;
+}
+
+/** Deletes what a test picks, below in items too. `later` is the test behind the first record. */
+template <class Test, class Later, class Again>
+void Delete_Matching(HWND handle, DICOM_Root* root, DICOM_List** list, Test&& test, Later&& later,
+                     Again&& again)
+{
+    while (*list != nullptr && test(**list)) {
+        Unlink_Record(handle, list, list);
+    }
+    for (DICOM_List* record = *list; record != nullptr; record = record->next) {
+        while (record->next != nullptr && later(**list, *record->next)) {
+            Unlink_Record(handle, list, &record->next);
+        }
+    }
+    for (DICOM_List* record = *list; record != nullptr; record = record->next) {
+        For_Each_Item(handle, root, record, again);
+    }
+}
+
+bool Is_Odd(unsigned short group)
+{
+    return group % 2 != 0;
+}
+
+}  // namespace
+
+void lib_dicom::Unlink_Record(HWND handle, DICOM_List** head, DICOM_List** link)
+{
+    DICOM_List* const record = *link;
+    DICOM_List* const last = (*head)->last;
+    *link = record->next;
+    if (*head != nullptr) {
+        // Only the first record's `last` counts, and it must not name a record that is gone.
+        (*head)->last = last == record ? nullptr : last;
+    }
+    DICOM_Attribute_Free(handle, record);
+}
+
+int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
+                             DICOM_List* source)
+{
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Copy_Tag(%04x,%04x)",
+                            source->group, source->element);
+    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, source->group,
+                                 source->element, 0);
+    return Copy_Value_Part(handle, root, target, source) &&
+                   Copy_Item_Part(handle, root, list, target, source)
+               ? 1
+               : 0;
+}
+
+int DICOM_Attribute_Copy(HWND handle, DICOM_Root* root, DICOM_List** target, DICOM_List* source)
+{
+    // Deliberate: what follows the shared functional groups of a multi-frame image is per frame,
+    // and never belongs into a merge.
+    constexpr unsigned short Multi_Frame_Group = 0x5200;
+    constexpr char Failed[] = "\361\005Warning:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)";
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Copy()");
+    for (; source != nullptr; source = source->next) {
+        Trace(handle, Trace_Entry, "-> DICOM_Attribute_Copy(%04x,%04x)", source->group,
+              source->element);
+        if (source->group == Multi_Frame_Group) {
+            return trace.Leave(1, "pt->group == 0x5200");
+        }
+        DICOM_List* const insert =
+            DICOM_Attribute_Find(handle, root, target, source->group, source->element);
+        if (insert == nullptr) {
+            Report_Warning(handle, Failed, source->group, source->element);
+            return trace.Leave(0, "! insert");
+        }
+        if (DICOM_Attribute_Copy_Tag(handle, root, target, insert, source) == 0) {
+            Report_Warning(handle, Failed, source->group, source->element);
+            return trace.Leave(0, "! DICOM_Attribute_Copy_Tag");
+        }
+    }
+    return 1;
+}
+
+int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, unsigned short group,
+                           unsigned short element)
+{
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Delete(%04x,%04x)", group,
+                      element);
+    if (*list == nullptr) {
+        return trace.Leave(0, "! head");
+    }
+    if (Is_Outer_List(*root, *list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
+        return slot == nullptr ? trace.Leave(0, "! DICOM_Attribute_Dig")
+                               : DICOM_Attribute_Delete(handle, root, slot, group, element);
+    }
+    const auto matches = [=](const DICOM_List& record, unsigned short parity_of) {
+        return (group == Any || record.group == group ||
+                (group == Odd_Groups && Is_Odd(parity_of))) &&
+               (element == Any || record.element == element);
+    };
+    // Deliberate: behind the first record its own group decides whether 0xFFF1 matches. Clients
+    // rely on a list that starts with a standard group keeping the private ones behind it.
+    Delete_Matching(
+        handle, root, list,
+        [&](const DICOM_List& record) { return matches(record, record.group); },
+        [&](const DICOM_List& first, const DICOM_List& record) {
+            return matches(record, first.group);
+        },
+        [=](DICOM_List** item) { DICOM_Attribute_Delete(handle, root, item, group, element); });
+    return 1;
+}
+
+int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, const char* group,
+                           const char* element)
+{
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Delete(%hs,%hs)", group,
+                      element);
+    if (*list == nullptr) {
+        return trace.Leave(0, "! head");
+    }
+    if (Is_Outer_List(*root, *list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
+        return slot == nullptr ? trace.Leave(0, "! DICOM_Attribute_Dig")
+                               : DICOM_Attribute_Delete(handle, root, slot, group, element);
+    }
+    const auto matches = [=](const DICOM_List& record) {
+        return DICOM_Attribute_Match(group, element, record.group, record.element) != 0;
+    };
+    Delete_Matching(
+        handle, root, list, matches,
+        [&](const DICOM_List&, const DICOM_List& record) { return matches(record); },
+        [=](DICOM_List** item) { DICOM_Attribute_Delete(handle, root, item, group, element); });
+    return 1;
+}
+
+void DICOM_Attribute_Free(HWND handle, DICOM_List* record)
+{
+    if (record == nullptr) {
+        return;
+    }
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Free(%04x,%04x)",
+                            record->group, record->element);
+    for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
+        DICOM_List* next = nullptr;
+        for (DICOM_List* inner = record->item[i]; inner != nullptr; inner = next) {
+            next = inner->next;
+            DICOM_Attribute_Free(handle, inner);
+        }
+    }
+    std::free(record->item);
+    std::free(record->data);
+    std::free(record->description);
+    std::free(record);
+}
+
+void DICOM_Attribute_Assign_Info(HWND handle, DICOM_Root* root, DICOM_List* reference,
+                                 DICOM_List* target)
+{
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Assign_Info()");
+    for (DICOM_List* record = target; record != nullptr; record = record->next) {
+        const DICOM_List* const found =
+            DICOM_Attribute_Get(handle, root, reference, record->group, record->element, 1);
+        if (found != nullptr) {
+            record->type = found->type;
+            record->vr_default = record->vr_default != 0 ? record->vr_default : found->vr_default;
+        }
+        if (record->item == nullptr) {
+            continue;
+        }
+        // Deliberate: the item is started once for all, since the reference describes its items
+        // by one.
+        DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element,
+                                       record->flags, Trace_Entry);
+        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
+        for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
+            DICOM_Attribute_Assign_Info(handle, root, reference, record->item[i]);
+        }
+        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
+        DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
+    }
+}

@@ -1,0 +1,69 @@
+// What the operations on attribute lists share: the way down into the open sequence, the merge of
+// two records, and the walk over the items of a record.
+#ifndef LIB_DICOM_SRC_ATTRIBUTES_ATTRIBUTE_LISTS_H
+#define LIB_DICOM_SRC_ATTRIBUTES_ATTRIBUTE_LISTS_H
+
+#include "frame/report.h"
+
+#include <Lib_DICOM/attributes.h>
+
+/**
+ * The item slot of the open sequence one level below a list. Creates the sequence record when the
+ * list does not hold it.
+ *
+ * @param unused  without effect
+ * @return the address of the slot; null when no sequence is open there, or without memory
+ */
+DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char unused);
+
+/**
+ * Merges a record into one of a list: its value and status, then its items.
+ *
+ * @param list  the list that the target belongs to, at the top level of the context
+ * @return 1; 0 without memory
+ */
+int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
+                             DICOM_List* source);
+
+namespace lib_dicom {
+
+/** Tells whether the context has a sequence open inside the list, so that it is worked on there. */
+inline bool Is_Outer_List(const DICOM_Root& root, const DICOM_List* list)
+{
+    return list != nullptr && list->depth < root.Sequence_Depth;
+}
+
+/**
+ * The one way down into nested items: calls `visit` with the address of each item slot up to the
+ * first empty one, with the sequence and the item open in the context.
+ */
+template <class Visit>
+void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& visit)
+{
+    if (record->item == nullptr) {
+        return;
+    }
+    DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element, record->flags,
+                                   Trace_Entry);
+    for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
+        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
+        visit(&record->item[i]);
+        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
+    }
+    DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
+}
+
+/**
+ * Unlinks the record that a link points to and frees it.
+ *
+ * @param head  the list's head pointer; where Insert appends is looked for anew when it was here
+ */
+void Unlink_Record(HWND handle, DICOM_List** head, DICOM_List** link);
+
+/** Makes room for a number of items; new slots are empty. False after the memory message. */
+bool Grow_Items(HWND handle, DICOM_List* record, int count, const char* variable,
+                Place place = Place());
+
+}  // namespace lib_dicom
+
+#endif
