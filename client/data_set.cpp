@@ -1,0 +1,104 @@
+#include "client/data_set.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace dicom_client {
+
+Record_List::~Record_List()
+{
+    while (head_ != nullptr) {
+        DICOM_List* const next = head_->next;
+        DICOM_Attribute_Free(nullptr, head_);
+        head_ = next;
+    }
+}
+
+int Item_Count(const DICOM_List& record)
+{
+    int count = 0;
+    while (Item_Of(record, count) != nullptr) {
+        ++count;
+    }
+    return count;
+}
+
+void For_Each_Record(DICOM_List* list, const std::function<void(DICOM_List&)>& visit)
+{
+    for (DICOM_List& record : Records(list)) {
+        visit(record);
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            For_Each_Record(Item_Of(record, i), visit);
+        }
+    }
+}
+
+DICOM_List* Find_Record(DICOM_List* list, Tag tag)
+{
+    for (DICOM_List& record : Records(list)) {
+        if (Tag_Of(record) == tag) {
+            return &record;
+        }
+    }
+    return nullptr;
+}
+
+Bytes Data_Set::Value(const DICOM_List& record, std::size_t most) const
+{
+    Bytes value;
+    if (record.size <= 0) {
+        return value;
+    }
+    value.resize(std::min(static_cast<std::size_t>(record.size), most));
+    if (record.data != nullptr) {
+        std::memcpy(value.data(), record.data, value.size());
+    } else {
+        value.resize(source->Read(record.data_pos, value));
+    }
+    return value;
+}
+
+std::string Trimmed(const Bytes& value)
+{
+    constexpr std::string_view Padding(" \0", 2);
+    const std::string text(value.begin(), value.end());
+    const std::size_t first = text.find_first_not_of(Padding);
+    if (first == std::string::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(Padding) - first + 1);
+}
+
+std::string Data_Set::Text(Tag tag) const
+{
+    const DICOM_List* const record = Find_Record(records.Head(), tag);
+    return record != nullptr ? Trimmed(Value(*record)) : std::string();
+}
+
+unsigned int Data_Set::Number(Tag tag, unsigned int otherwise) const
+{
+    const DICOM_List* const record = Find_Record(records.Head(), tag);
+    if (record == nullptr) {
+        return otherwise;
+    }
+    const Bytes value = Value(*record, 2);
+    return value.size() == 2 ? Get_UShort(record->byte_order, value.data()) : otherwise;
+}
+
+bool Data_Set::Load(DICOM_List& record) const
+{
+    if (record.data != nullptr || record.size <= 0) {
+        return true;
+    }
+    const auto size = static_cast<std::size_t>(record.size);
+    auto* const data = static_cast<unsigned char*>(std::malloc(size));
+    if (data == nullptr || source->Read(record.data_pos, {data, size}) != size) {
+        std::free(data);
+        return false;
+    }
+    record.data = data;
+    return true;
+}
+
+}  // namespace dicom_client

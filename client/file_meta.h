@@ -1,0 +1,20 @@
+// The file meta information, group 0002 (PS3.10 section 7.1).
+#ifndef CLIENT_FILE_META_H
+#define CLIENT_FILE_META_H
+
+#include "client/data_set.h"
+
+#include <string_view>
+
+namespace dicom_client {
+
+/**
+ * Repairs and completes group 0002 of a data set: version, SOP class and instance as the data set
+ * has them, the transfer syntax, and the implementation where none is named. The group length is
+ * left to the writer.
+ */
+void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings);
+
+}  // namespace dicom_client
+
+#endif

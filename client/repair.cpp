@@ -1,0 +1,231 @@
+#include "client/repair.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <unordered_set>
+#include <vector>
+
+namespace dicom_client {
+
+namespace {
+
+constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
+
+std::string VR_Text(unsigned short vr)
+{
+    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
+}
+
+bool Has_Alternative(const TAG_db_Elems& entry, unsigned short vr)
+{
+    const int count = std::abs(entry.nb_vr);
+    return std::find(entry.vr, entry.vr + count, vr) != entry.vr + count;
+}
+
+/**
+ * Chooses between the VRs that the dictionary allows, for an element that carries none: US or SS
+ * by Pixel Representation, words for anything that may be words (PS3.5 section A.1).
+ */
+unsigned short Choose_VR(const DICOM_List& record, bool is_signed)
+{
+    constexpr int Longest_Short_Value = 65534;
+    const TAG_db_Elems& entry = *record.dict;
+    if (Has_Alternative(entry, VR_US) && Has_Alternative(entry, VR_SS)) {
+        if (Has_Alternative(entry, VR_OW) && record.size > Longest_Short_Value) {
+            return VR_OW;
+        }
+        return is_signed ? VR_SS : VR_US;
+    }
+    return Has_Alternative(entry, VR_OW) ? VR_OW : record.vr_default;
+}
+
+/** A standard element of one known VR that was written as UN: its value is little endian. */
+bool Is_Known_Though_UN(const DICOM_List& record)
+{
+    const bool is_plain = record.vr == VR_UN && record.dict != nullptr && record.group % 2 == 0 &&
+                          (record.byte_order & DICOM_Order_Big_Endian) == 0 && record.nb_item == 0;
+    if (!is_plain || std::abs(record.dict->nb_vr) != 1) {
+        return false;
+    }
+    const unsigned short vr = record.dict->vr[0];
+    return vr != VR_SQ && vr != VR_UN && vr != VR_RT;
+}
+
+void Settle_List(Data_Set& set, DICOM_List* list, bool is_signed, Findings& findings)
+{
+    if (const DICOM_List* const sign = Find_Record(list, Pixel_Representation_Tag)) {
+        const Bytes value = set.Value(*sign, 2);
+        is_signed = value.size() == 2 && Get_UShort(sign->byte_order, value.data()) == 1;
+    }
+    for (DICOM_List& record : Records(list)) {
+        if (record.vr == 0 && record.dict != nullptr && std::abs(record.dict->nb_vr) > 1 &&
+            Tag_Of(record) != Pixel_Data_Tag) {
+            record.vr_default = Choose_VR(record, is_signed);
+        } else if (Is_Known_Though_UN(record)) {
+            record.vr = record.dict->vr[0];
+            findings.Add(Level::Change, record,
+                         "VR=UN is replaced by VR=" + VR_Text(record.vr) + " of the dictionary");
+        }
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            Settle_List(set, Item_Of(record, i), is_signed, findings);
+        }
+    }
+}
+
+/** Pixel data of the data set itself: it goes from the source to the output as it is. */
+bool Is_Streamed(const DICOM_List& record)
+{
+    constexpr unsigned short Pixel_Group = 0x7FE0;
+    return record.depth == 0 && record.group == Pixel_Group &&
+           (record.element == 0x0008 || record.element == 0x0009 || record.element == 0x0010);
+}
+
+bool Same_Value(const DICOM_List& record, const Bytes& value)
+{
+    const auto size = static_cast<std::size_t>(std::max(record.size, 0));
+    return size == value.size() && std::equal(value.begin(), value.end(), record.data);
+}
+
+void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
+{
+    if (!set.Load(record)) {
+        findings.Add(Level::Error, record, "the value cannot be read; it is left out");
+        record.flags |= DICOM_Mark_Deleted;
+        return;
+    }
+    const About about(findings, record);
+    if (DICOM_Attribute_Cleanup_Swab(nullptr, &record) == 0) {
+        findings.Add(Level::Change, record, "big-endian value of a broken size is left as it is");
+    }
+    if (record.data == nullptr) {
+        return;
+    }
+    const Bytes before(record.data, record.data + record.size);
+    const std::size_t count = findings.All().size();
+    DICOM_Attribute_Cleanup_Tag(nullptr, &record);
+    if (findings.All().size() == count && !Same_Value(record, before)) {
+        findings.Add(Level::Change, record,
+                     "padding is put right: " + std::to_string(before.size()) + " to " +
+                         std::to_string(record.size) + " bytes");
+    }
+}
+
+void Remove_Duplicates(DICOM_List* list, Findings& findings)
+{
+    for (DICOM_List& record : Records(list)) {
+        while (record.next != nullptr && Tag_Of(*record.next) == Tag_Of(record) &&
+               !Is_Delimiter(record)) {
+            DICOM_List* const again = record.next;
+            findings.Add(Level::Change, *again, "occurs twice; the first one is kept");
+            record.next = again->next;
+            DICOM_Attribute_Free(nullptr, again);
+        }
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            Remove_Duplicates(Item_Of(record, i), findings);
+        }
+    }
+}
+
+/** What is needed to tell of a record after it is gone. */
+struct Trace_Of_Record {
+    Tag tag;
+    unsigned int pos;
+    unsigned short flags;
+};
+
+std::vector<Trace_Of_Record> Traces_Of(DICOM_List* list)
+{
+    std::vector<Trace_Of_Record> traces;
+    For_Each_Record(list, [&](const DICOM_List& record) {
+        if (!Is_Delimiter(record)) {
+            traces.push_back({Tag_Of(record), record.pos, record.flags});
+        }
+    });
+    return traces;
+}
+
+std::string Removal_Reason(const Trace_Of_Record& trace)
+{
+    if (trace.tag.group == 0xFFFC) {
+        return "trailing padding is left out";
+    }
+    if (trace.tag.group == 0x0000 || trace.tag.group == 0x0002) {
+        return "removed: the group does not belong in a data set";
+    }
+    if (trace.tag.element == 0x0000) {
+        return "group length is left out";
+    }
+    if ((trace.flags & DICOM_Mark_Invalid) != 0) {
+        return "removed: its value is invalid";
+    }
+    return (trace.flags & DICOM_Mark_Deleted) != 0 ? "removed: it cannot be read whole"
+           : trace.tag.group % 2 != 0              ? "private element is left out"
+                                                   : "removed together with its sequence";
+}
+
+void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list,
+                    Findings& findings)
+{
+    std::unordered_set<unsigned int> kept;
+    for (const Trace_Of_Record& trace : Traces_Of(list)) {
+        kept.insert(trace.pos);
+    }
+    for (const Trace_Of_Record& trace : before) {
+        if (kept.count(trace.pos) == 0) {
+            findings.Add(Level::Change, trace.tag, trace.pos, Removal_Reason(trace));
+        }
+    }
+}
+
+}  // namespace
+
+void Settle_VRs(Data_Set& set, Findings& findings)
+{
+    Settle_List(set, set.records.Head(), false, findings);
+}
+
+void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings)
+{
+    for (DICOM_List& record : Records(list)) {
+        if (!Is_Streamed(record) && record.size != DICOM_Undefined_Length) {
+            Repair_Record(set, record, findings);
+        }
+        for (int i = 0; Item_Of(record, i) != nullptr && !Is_Streamed(record); ++i) {
+            Repair_Values(set, Item_Of(record, i), findings);
+        }
+    }
+}
+
+void Sort_Records(Record_List& list, Findings& findings)
+{
+    DICOM_Root root = {};
+    DICOM_Attribute_Sort(nullptr, &root, list.Address());
+    Remove_Duplicates(list.Head(), findings);
+}
+
+void Remove_Invalid(Record_List& list, Findings& findings)
+{
+    const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
+    DICOM_Attribute_Remove(nullptr, list.Address(), DICOM_Remove_Deleted);
+    Report_Removed(before, list.Head(), findings);
+}
+
+void Remove_Unwanted(Record_List& list, bool drop_private, Findings& findings)
+{
+    constexpr unsigned short Any_Element = 0xFFFF;
+    const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
+    DICOM_Root root = {};
+    constexpr unsigned short Foreign_Groups[] = {0x0000, 0x0002, 0xFFFC};
+    for (const unsigned short group : Foreign_Groups) {
+        DICOM_Attribute_Delete(nullptr, &root, list.Address(), group, Any_Element);
+    }
+    const char keep_private = Flag_DICOM_Propriatery;
+    Flag_DICOM_Propriatery = drop_private ? 0 : 1;
+    DICOM_Attribute_Remove(nullptr, list.Address(),
+                           DICOM_Remove_Group_Lengths | DICOM_Remove_Deleted |
+                               DICOM_Remove_Delimiters | DICOM_Remove_Private);
+    Flag_DICOM_Propriatery = keep_private;
+    Report_Removed(before, list.Head(), findings);
+}
+
+}  // namespace dicom_client

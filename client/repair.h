@@ -1,0 +1,29 @@
+// The steps between reading and writing: VRs, values, and what does not belong in a clean data set.
+#ifndef CLIENT_REPAIR_H
+#define CLIENT_REPAIR_H
+
+#include "client/data_set.h"
+
+namespace dicom_client {
+
+/** Settles VRs that depend on the data set, and replaces UN by the dictionary's VR. */
+void Settle_VRs(Data_Set& set, Findings& findings);
+
+/** Loads and repairs every value but the pixel data; reports each change. */
+void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings);
+
+/** Sorts a list and keeps the first of records with the same tag, in items too. */
+void Sort_Records(Record_List& list, Findings& findings);
+
+/** Removes invalid and deleted records; reports every element that goes. */
+void Remove_Invalid(Record_List& list, Findings& findings);
+
+/**
+ * Removes delimiters, group lengths, invalid and deleted records, and on request private ones;
+ * reports every element that goes.
+ */
+void Remove_Unwanted(Record_List& list, bool drop_private, Findings& findings);
+
+}  // namespace dicom_client
+
+#endif

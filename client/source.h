@@ -1,0 +1,119 @@
+// Where the bytes come from: a file by memory map or by descriptor, or a buffer in memory.
+#ifndef CLIENT_SOURCE_H
+#define CLIENT_SOURCE_H
+
+#include <Lib_DICOM/Lib_DICOM.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace dicom_client {
+
+/** The library counts positions and lengths in signed 32 bits. */
+inline constexpr std::int64_t Max_File_Size = 0x7FFFFFFF;
+
+using Bytes = std::vector<unsigned char>;
+
+class Source {
+public:
+    enum class Access {
+        Map,         ///< the whole file as a memory image
+        Descriptor,  ///< read piece by piece
+    };
+
+    /**
+     * Opens a file. What is not a regular file (a pipe) is read into memory.
+     *
+     * @param error  receives the reason of a failure
+     * @return null on failure, and for files above Max_File_Size
+     */
+    static std::shared_ptr<Source> Open(const std::string& path, Access access, std::string& error);
+    static std::shared_ptr<Source> From_Bytes(Bytes bytes, std::string name);
+    /** `image` is not copied and has to outlive the source. */
+    static std::shared_ptr<Source> From_Image(std::span<const unsigned char> image,
+                                              std::string name);
+
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+    ~Source();
+
+    std::int64_t Size() const
+    {
+        return size_;
+    }
+    const std::string& Name() const
+    {
+        return name_;
+    }
+    /** The bytes in memory, null when the file is read by descriptor. */
+    const unsigned char* Image() const
+    {
+        return image_;
+    }
+    /**
+     * Copies bytes out, without moving any position.
+     *
+     * @return number of bytes copied; less than asked for at the end, or when reading fails
+     */
+    std::size_t Read(std::int64_t offset, std::span<unsigned char> out) const;
+
+private:
+    friend class Cursor;
+
+    explicit Source(std::string name);
+    static std::shared_ptr<Source> From_Descriptor(int descriptor, const std::string& path,
+                                                   Access access, std::string& error);
+
+    std::string name_;
+    std::wstring wide_name_;
+    Bytes owned_;
+    const unsigned char* image_ = nullptr;
+    void* mapped_ = nullptr;
+    int descriptor_ = -1;
+    std::int64_t size_ = 0;
+};
+
+/** The header of one data element, as the library read it. */
+struct Header {
+    unsigned short group = 0;
+    unsigned short element = 0;
+    unsigned short vr = 0;
+    int length = 0;
+};
+
+/** A position in a source, in the form in which the library takes it. */
+class Cursor {
+public:
+    Cursor(std::shared_ptr<Source> source, std::int64_t start);
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
+    ~Cursor();
+
+    /** False when the source cannot be positioned. */
+    bool Ready() const
+    {
+        return ready_;
+    }
+    std::int64_t Tell() const;
+    bool Seek(std::int64_t offset);
+    /** Reads a header; the result is that of NEMA_Get_Data_Element. */
+    bool Read_Header(unsigned char mode, Header& header);
+    /** Reads a value of `size` bytes; false when it could not be read whole. */
+    bool Read_Value(int size, Bytes& value);
+
+private:
+    int Kind() const;
+    void* Pointer() const;
+
+    std::shared_ptr<Source> source_;
+    int* position_ = nullptr;
+    int where_ = 0;
+    bool ready_ = false;
+};
+
+}  // namespace dicom_client
+
+#endif

@@ -1,0 +1,33 @@
+// The commands of dicom-mend, apart from the reading of the command line.
+#ifndef TOOLS_DICOM_MEND_COMMANDS_H
+#define TOOLS_DICOM_MEND_COMMANDS_H
+
+#include "client/mend.h"
+#include "report.h"
+
+#include <string>
+#include <vector>
+
+namespace dicom_mend {
+
+struct List_Request {
+    std::vector<std::string> files;
+    bool tsv = false;
+    Verbosity verbosity = Verbosity::Normal;
+};
+
+struct Mend_Request {
+    std::string input;
+    std::string output;
+    dicom_client::Mend_Options options;
+    /** An existing output may be replaced. */
+    bool force = false;
+    Verbosity verbosity = Verbosity::Normal;
+};
+
+Exit_Status Run_List(const List_Request& request);
+Exit_Status Run_Mend(const Mend_Request& request);
+
+}  // namespace dicom_mend
+
+#endif

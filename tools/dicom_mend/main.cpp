@@ -1,0 +1,105 @@
+// The command line of dicom-mend.
+#include "commands.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <map>
+#include <string>
+
+namespace {
+
+using dicom_client::Output_Syntax;
+using dicom_mend::Verbosity;
+
+constexpr char Description[] =
+    "Reads damaged DICOM files, says what is wrong with them, and writes "
+    "clean Part 10 files.";
+constexpr char Examples[] =
+    "Examples:\n"
+    "  dicom-mend list image.dcm                      show what a file holds\n"
+    "  dicom-mend list --format tsv image.dcm         the same for programs\n"
+    "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
+    "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
+    "\n"
+    "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
+    "1 findings, 2 something could not be read or written.";
+
+void Add_Verbosity(CLI::App& command, Verbosity& verbosity)
+{
+    CLI::Option* const quiet = command.add_flag_callback(
+        "-q,--quiet", [&verbosity] { verbosity = Verbosity::Quiet; }, "Report errors only");
+    command
+        .add_flag_callback(
+            "-v,--verbose", [&verbosity] { verbosity = Verbosity::Verbose; },
+            "Report also what is worth knowing but no fault")
+        ->excludes(quiet);
+}
+
+void Add_List(CLI::App& app, dicom_mend::List_Request& request)
+{
+    CLI::App* const command = app.add_subcommand("list", "Show the elements of files");
+    const std::map<std::string, bool> formats = {{"text", false}, {"tsv", true}};
+    command->add_option("--format", request.tsv, "text (default) or tsv")
+        ->transform(CLI::CheckedTransformer(formats));
+    command->add_option("FILE", request.files, "Files to read")->required();
+    Add_Verbosity(*command, request.verbosity);
+}
+
+void Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
+{
+    CLI::App* const command = app.add_subcommand("mend", "Write a clean copy of a file");
+    const std::map<std::string, Output_Syntax> syntaxes = {
+        {"keep", Output_Syntax::Keep},
+        {"implicit-little", Output_Syntax::Implicit_Little},
+        {"explicit-little", Output_Syntax::Explicit_Little},
+        {"explicit-big", Output_Syntax::Explicit_Big}};
+    command
+        ->add_option("--syntax", request.options.syntax,
+                     "Transfer syntax of the output: keep (default), implicit-little, "
+                     "explicit-little, explicit-big")
+        ->transform(CLI::CheckedTransformer(syntaxes));
+    command->add_flag("--drop-private", request.options.drop_private, "Leave private elements out");
+    command->add_flag("--group-lengths", request.options.group_lengths,
+                      "Write a group length in front of each group");
+    command->add_flag("--defined-lengths", request.options.defined_lengths,
+                      "Write sequences and items with defined lengths");
+    command->add_flag("--force", request.force, "Replace an existing output file");
+    command->add_option("IN", request.input, "File to read")->required();
+    command->add_option("OUT", request.output, "File to write")->required();
+    Add_Verbosity(*command, request.verbosity);
+}
+
+int Run(int argc, char** argv)
+{
+    CLI::App app(Description, "dicom-mend");
+    app.footer(Examples);
+    app.require_subcommand(1);
+    app.set_version_flag("--version", [] { return std::string(Get_Version_DICOM(nullptr)); });
+    dicom_mend::List_Request list;
+    dicom_mend::Mend_Request mend;
+    Add_List(app, list);
+    Add_Mend(app, mend);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
+    }
+    const dicom_mend::Exit_Status status =
+        app.got_subcommand("list") ? Run_List(list) : Run_Mend(mend);
+    DICOM_Lib_Cleanup();
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "dicom-mend: error: %s\n", error.what());
+        return dicom_mend::Exit_Failure;
+    }
+}

@@ -1,0 +1,29 @@
+// Findings on standard error, and the exit status that follows from them.
+#ifndef TOOLS_DICOM_MEND_REPORT_H
+#define TOOLS_DICOM_MEND_REPORT_H
+
+#include "client/findings.h"
+
+#include <string>
+
+namespace dicom_mend {
+
+enum class Verbosity {
+    Quiet,   ///< errors only
+    Normal,  ///< errors and changes
+    Verbose  ///< everything
+};
+
+enum Exit_Status : int { Exit_Clean = 0, Exit_Findings = 1, Exit_Failure = 2 };
+
+/** Prints the findings of one file, one line each. */
+void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity);
+
+/** Prints an error that concerns a file as a whole. */
+void Report_Failure(const std::string& file, const std::string& reason);
+
+Exit_Status Status_Of(const dicom_client::Findings& findings);
+
+}  // namespace dicom_mend
+
+#endif
