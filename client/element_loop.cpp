@@ -231,13 +231,18 @@ bool Element_Loop::Read_Item(DICOM_List& record)
 
 void Element_Loop::Pop_Unclosed()
 {
-    const Nesting& level = levels_.back();
+    const Nesting level = levels_.back();
     const char* const what = level.kind == Nesting::Kind::Item ? "item is not closed"
                              : level.kind == Nesting::Kind::Fragments
                                  ? "encapsulated value is not closed"
                                  : "sequence is not closed";
     findings_.Add(Level::Change, level.tag, level.offset, what);
     Pop();
+    if (level.kind != Nesting::Kind::Item) {
+        // The nesting of the flat list hangs on its delimiters, so the missing one is supplied.
+        DICOM_List end = Make_Record({Sequence_End_Tag.group, Sequence_End_Tag.element, 0, 0});
+        Insert(end);
+    }
 }
 
 bool Element_Loop::Keep_Item_End(const DICOM_List& record)
@@ -288,7 +293,9 @@ void Element_Loop::Note_VR(const DICOM_List& record)
 
 bool Element_Loop::Read_Data_Element(DICOM_List& record)
 {
-    if (Inside(Nesting::Kind::Fragments)) {
+    // Only items stand directly in a sequence or an encapsulated value: another element is the
+    // first one behind it.
+    while (!levels_.empty() && !Inside(Nesting::Kind::Item) && levels_.back().end < 0) {
         Pop_Unclosed();
     }
     Note_VR(record);

@@ -179,6 +179,10 @@ void Findings::Take_Message(unsigned int severity, const char* message)
         text.remove_prefix(Tag_Size);
         Skip_Blanks(text);
     }
+    const std::string repetition = " in tag (" + Tag_Text(finding.tag) + ")";
+    if (text.ends_with(repetition)) {
+        text.remove_suffix(repetition.size());
+    }
     finding.text = text;
     all_.push_back(std::move(finding));
 }

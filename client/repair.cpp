@@ -105,8 +105,8 @@ void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
     DICOM_Attribute_Cleanup_Tag(nullptr, &record);
     if (findings.All().size() == count && !Same_Value(record, before)) {
         findings.Add(Level::Change, record,
-                     "padding is put right: " + std::to_string(before.size()) + " to " +
-                         std::to_string(record.size) + " bytes");
+                     "padding is put right, " + std::to_string(before.size()) + " bytes become " +
+                         std::to_string(record.size));
     }
 }
 

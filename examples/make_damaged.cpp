@@ -88,7 +88,7 @@ std::string Damaged_File()
     s.Element(0x0008, 0x1150, "UI", std::string("1.2.840.10008.5.1.4.1.1.7\0", 26));
     s.Element(0x0008, 0x1155, "UI", "1.2.999.0.1.4400321.7.512.9.2 ");
     s.Delimiter(Item_End, 0);
-    // Out of order, of odd length, and in an age of three characters.
+    // Out of order, and an age of three characters, which is an odd length.
     s.Element(0x0010, 0x1010, "AS", "45Y");
     s.Element(0x0010, 0x0010, "PN", "DOE^JANE");
     // A decimal where an integer belongs, with a backslash too many.

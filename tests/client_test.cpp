@@ -178,6 +178,15 @@ std::vector<Fault> Faults()
     faults.push_back({"sequence without end",
                       start().Sequence(0x0008, 0x1140).Item().US(0x0028, 0x0010, 1).Bytes(),
                       "is not closed at the end", 3});
+    faults.push_back({"sequence without end in the middle",
+                      start()
+                          .Sequence(0x0008, 0x1140)
+                          .Item()
+                          .US(0x0028, 0x0010, 1)
+                          .Item_End()
+                          .US(0x0028, 0x0011, 1)
+                          .Bytes(),
+                      "sequence is not closed", 4});
     faults.push_back({"delimiter inside a given length",
                       start()
                           .Sequence(0x0008, 0x1140, 26)
