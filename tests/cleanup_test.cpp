@@ -175,6 +175,26 @@ TEST_F(Cleanup, Follows_The_Current_Standard_When_Asked)
     });
 }
 
+TEST_F(Cleanup, Counts_Characters_Of_The_Current_Character_Sets)
+{
+    DICOM_Flag_Current_Standard = 1;
+    std::string letters;
+    for (int i = 0; i < 20; ++i) {
+        letters += "\xE6\x97\xA5";
+    }
+    const std::string kanji = "\033$B\x46\x5C\x5C\x5C\033(B";
+    const std::string korean(100, '\xB1');
+    Check({
+        // Sixteen letters of three bytes are what SH may hold.
+        {VR_SH, letters, letters.substr(0, 48), 0x0010, 1, "String too long!"},
+        {VR_LO, letters, letters, 0, 1, ""},
+        {VR_LO, korean, korean, 0, 1, ""},
+        // A byte of a two-byte letter is no backslash.
+        {VR_LO, kanji + "\\ B", kanji + "\\B", 0x0010, 1, ""},
+        {VR_PN, kanji, kanji, 0, 1, ""},
+    });
+}
+
 TEST_F(Cleanup, Leaves_Nothing_To_Mend)
 {
     DICOM_Flag_Current_Standard = 1;

@@ -34,12 +34,103 @@ std::string_view Trim_Start(std::string_view text, char pad)
     return text.substr(std::min(text.find_first_not_of(pad), text.size()));
 }
 
+constexpr char Escape = '\033';
+
+/** Length of the escape sequence at the front; tells whether two-byte characters follow it. */
+std::size_t Escape_Size(std::string_view text, bool& two_bytes)
+{
+    if (text.size() > 1 && text[1] == '$') {
+        const bool names_set = text.size() > 2 && (text[2] == '(' || text[2] == ')');
+        // A set in G1 has the high bits set, so that its bytes are no backslashes.
+        two_bytes = !names_set || text[2] == '(';
+        return names_set ? 4 : 3;
+    }
+    two_bytes = false;
+    return 3;
+}
+
+/**
+ * Place of the backslash that ends the value at the front. In the two-byte character sets of
+ * ISO 2022 the same byte is half of a letter (PS3.5 section 6.1.2.5); each value starts anew.
+ */
+std::size_t Find_Separator(std::string_view text)
+{
+    const std::size_t first = text.find('\\');
+    if (DICOM_Flag_Current_Standard == 0 || first == text.npos ||
+        text.substr(0, first).find(Escape) == text.npos) {
+        return first;
+    }
+    bool two_bytes = false;
+    for (std::size_t at = 0; at < text.size();) {
+        if (text[at] == Escape) {
+            at += Escape_Size(text.substr(at), two_bytes);
+        } else if (two_bytes) {
+            at += 2;
+        } else if (text[at] == '\\') {
+            return at;
+        } else {
+            ++at;
+        }
+    }
+    return text.npos;
+}
+
+bool Is_Continuation(char c)
+{
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+bool Is_UTF_8(std::string_view text)
+{
+    while (!text.empty()) {
+        const auto first = static_cast<unsigned char>(text[0]);
+        const std::size_t size = first < 0x80                    ? 1
+                                 : first >= 0xC2 && first < 0xE0 ? 2
+                                 : first >= 0xE0 && first < 0xF0 ? 3
+                                 : first >= 0xF0 && first < 0xF5 ? 4
+                                                                 : 0;
+        if (size == 0 || size > text.size() ||
+            !std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(size),
+                         Is_Continuation)) {
+            return false;
+        }
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
+/**
+ * Bytes of a text that fit into a number of characters. The current standard counts characters,
+ * not bytes. Where the character set cannot be told nothing is cut: half a letter is no repair.
+ */
+std::size_t Fitting_Size(std::string_view text, std::size_t max)
+{
+    const bool is_plain = std::all_of(text.begin(), text.end(), [](char c) {
+        return static_cast<unsigned char>(c) < 0x80 && c != Escape;
+    });
+    if (is_plain || DICOM_Flag_Current_Standard == 0) {
+        return std::min(max, text.size());
+    }
+    if (!Is_UTF_8(text)) {
+        return text.size();
+    }
+    std::size_t size = 0;
+    for (std::size_t letters = 0; size < text.size(); ++size) {
+        letters += Is_Continuation(text[size]) ? 0U : 1U;
+        if (letters > max) {
+            break;
+        }
+    }
+    return size;
+}
+
 /** Calls `visit` with each of the values between backslashes and returns how many there are. */
 template <class Visit>
 std::size_t For_Each_Value(std::string_view text, Visit&& visit)
 {
     std::size_t count = 1;
-    for (std::size_t end = text.find('\\'); end != text.npos; end = text.find('\\'), ++count) {
+    for (std::size_t end = Find_Separator(text); end != text.npos;
+         end = Find_Separator(text), ++count) {
         visit(text.substr(0, end));
         text.remove_prefix(end + 1);
     }
@@ -155,6 +246,7 @@ private:
     std::string_view Repair_Text(std::string_view text);
     std::string_view Trim_Value(std::string_view text, std::string_view pads);
     std::string_view Strip_Value(std::string_view text);
+    std::size_t Kept_Size(std::string_view text) const;
     bool Needs_Pad(std::size_t size) const;
     std::size_t Invalid_Size(const char* text, std::size_t size);
     void Note_Padding(std::string_view text);
@@ -403,10 +495,9 @@ std::string_view Value_Engine::Repair_Text(std::string_view text)
     // The fixed rules measure a value with its blanks; by the current standard they are no part of
     // it, and must not cost it its last characters.
     text = current_ ? Strip_Value(text) : Trim_Value(text, NUL);
-    const auto max = static_cast<std::size_t>(rule_.max_length);
-    if (max != 0 && text.size() > max) {
-        const std::string_view kept = text.substr(0, max);
-        const std::string_view cut = text.substr(max);
+    if (Kept_Size(text) < text.size()) {
+        const std::string_view kept = text.substr(0, Kept_Size(text));
+        const std::string_view cut = text.substr(kept.size());
         Warn("%hs String too long! (\001%d\002/vs/\001%d max\002) Truncated to "
              "\"\001%.*hs\002\"(\004%.*hs\002)",
              Shown(text), rule_.max_length, Shown(kept), kept.data(), Shown(cut), cut.data());
@@ -416,17 +507,27 @@ std::string_view Value_Engine::Repair_Text(std::string_view text)
     return Strip_Value(text);
 }
 
-std::size_t Value_Engine::Single()
+/** What is left of a text that may be too long. An application entity knows no letters but ASCII. */
+std::size_t Value_Engine::Kept_Size(std::string_view text) const
 {
     const auto max = static_cast<std::size_t>(rule_.max_length);
-    if (max != 0 && value_.size() > max) {
+    if (max == 0 || text.size() <= max) {
+        return text.size();
+    }
+    return rule_.repair == VR_Repair::Printable ? max : Fitting_Size(text, max);
+}
+
+std::size_t Value_Engine::Single()
+{
+    if (Kept_Size(value_) < value_.size()) {
         const char* const text = value_.data();
+        const std::size_t kept = Kept_Size(value_);
         Warn("%hs String too long! (\001%d\002/vs/\001%d max\002) Truncated to \"\001%20.20hs "
              "\002...\001 %20.20hs\002\"(\004%.*hs\002) ",
-             Shown(value_), rule_.max_length, text, text + max - 20,
-             Shown(std::string_view(value_).substr(max)), text + max);
+             Shown(value_), rule_.max_length, text, text + kept - 20,
+             Shown(std::string_view(value_).substr(kept)), text + kept);
         Mark(DICOM_Mark_Changed);
-        value_.resize(max);
+        value_.resize(kept);
     }
     return 1;
 }
