@@ -163,6 +163,27 @@ std::string Removal_Reason(const Trace_Of_Record& trace)
                                                    : "removed together with its sequence";
 }
 
+/** An item that holds its own delimiters only. */
+bool Is_Empty_Item(DICOM_List* list)
+{
+    while (list != nullptr && Is_Delimiter(*list)) {
+        list = list->next;
+    }
+    return list == nullptr;
+}
+
+/** An item without elements has no place in the records once its delimiters are gone. */
+void Report_Empty_Items(DICOM_List* list, Findings& findings)
+{
+    For_Each_Record(list, [&](const DICOM_List& record) {
+        for (int i = 0; VR_Of(record) == VR_SQ && Item_Of(record, i) != nullptr; ++i) {
+            if (Is_Empty_Item(Item_Of(record, i))) {
+                findings.Add(Level::Change, *Item_Of(record, i), "empty item is left out");
+            }
+        }
+    });
+}
+
 void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list,
                     Findings& findings)
 {
@@ -214,6 +235,7 @@ void Remove_Unwanted(Record_List& list, bool drop_private, Findings& findings)
 {
     constexpr unsigned short Any_Element = 0xFFFF;
     const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
+    Report_Empty_Items(list.Head(), findings);
     DICOM_Root root = {};
     constexpr unsigned short Foreign_Groups[] = {0x0000, 0x0002, 0xFFFC};
     for (const unsigned short group : Foreign_Groups) {

@@ -20,6 +20,7 @@
 namespace {
 
 using namespace dicom_client;
+using namespace std::string_literals;
 using ::testing::HasSubstr;
 
 namespace fs = std::filesystem;
@@ -478,6 +479,19 @@ TEST(Mending, MovesTheOffsetsOfADirectory)
     EXPECT_EQ(offset(set.records.Head(), {0x0004, 0x1202}), place(1));
     EXPECT_EQ(offset(records->item[0], {0x0004, 0x1400}), place(1));
     EXPECT_EQ(offset(records->item[1], {0x0004, 0x1400}), 0);
+    EXPECT_EQ(Mend_Bytes(mended.bytes).findings, "");
+}
+
+TEST(Mending, KeepsTheItemsBehindAnEmptyOne)
+{
+    Stream_Builder s;
+    s.Raw(Sound_File(8).substr(0, Sound_File(8).find("\x08\0\x60"s)));
+    s.Sequence(0x0008, 0x1140).Item().Item_End().Item();
+    s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.6")).Item_End().Sequence_End();
+    const Mended mended = Mend_Bytes(s.Bytes());
+    EXPECT_THAT(mended.findings, HasSubstr("empty item is left out"));
+    EXPECT_THAT(Elements_Of(mended.bytes),
+                ::testing::Contains(::testing::StartsWith("0008,1140[0]/0008,1155")));
     EXPECT_EQ(Mend_Bytes(mended.bytes).findings, "");
 }
 

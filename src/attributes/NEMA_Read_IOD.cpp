@@ -31,10 +31,10 @@ bool Is_Item(const DICOM_List* record)
     return Is_Tag(record, Delimiter_Group, Item_Element);
 }
 
-/** End of the contents of a record of known size. */
+/** End of the contents of a record; a negative size, undefined or damaged, gives none. */
 std::int64_t End_Of(const DICOM_List& record)
 {
-    return static_cast<std::int64_t>(record.data_pos) + record.size;
+    return record.size < 0 ? Unknown : static_cast<std::int64_t>(record.data_pos) + record.size;
 }
 
 class Formatter {
@@ -109,8 +109,7 @@ void Formatter::Mark(DICOM_List& record) const
 {
     if (record.dict != nullptr && record.dict->nb_vr <= 0) {
         record.flags |= DICOM_Mark_Retired;
-        Report_Note(handle_,
-                    "\002    (\001%04x\002,\001%04x\002) Retired from DICOM (\001%hs\002)",
+        Report_Note(handle_, "\002    (\001%04x\002,\001%04x\002) Retired from DICOM (\001%hs\002)",
                     record.group, record.element, static_cast<const char*>(record.dict->name));
     }
     if (record.group % 2 != 0) {
@@ -192,8 +191,7 @@ void Formatter::Start_Sequence(const DICOM_List& record)
     DICOM_Attribute_Sequence_Start(handle_, &root_, record.group, record.element, record.flags,
                                    Trace_Structure);
     // What an earlier sequence of this depth left behind must not end this one.
-    end_of_sequence_[Depth()] =
-        record.size == DICOM_Undefined_Length ? Unknown : End_Of(record);
+    end_of_sequence_[Depth()] = End_Of(record);
 }
 
 void Formatter::Follow(const DICOM_List& record, DICOM_List& copy)

@@ -112,8 +112,7 @@ DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list
         return Grow_Items(handle, record, index + 1, "pt->item") ? &record->item[index] : nullptr;
     }
     C_Array<DICOM_List> insert = C_Calloc<DICOM_List>(handle, 1, "insert");
-    if (insert == nullptr ||
-        !Become_Sequence(handle, root, insert.get(), depth, "insert->item")) {
+    if (insert == nullptr || !Become_Sequence(handle, root, insert.get(), depth, "insert->item")) {
         return nullptr;
     }
     DICOM_List* const tail = Tail_Of(list);
@@ -257,8 +256,7 @@ DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** l
     }
     (*list)->last = insert;
     if (DICOM_Attribute_Copy_Tag(handle, root, list, insert, record) == 0) {
-        Report_Warning(handle,
-                       "    \361\005WARNING:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)",
+        Report_Warning(handle, "    \361\005WARNING:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)",
                        record->group, record->element);
         return trace.Leave<DICOM_List*>(nullptr, "NULL");
     }
@@ -271,9 +269,8 @@ int DICOM_Attribute_Cleanup(HWND handle, DICOM_Root* root, DICOM_List* list)
     for (DICOM_List* record = list; record != nullptr; record = record->next) {
         DICOM_Attribute_Cleanup_Swab(handle, record);
         DICOM_Attribute_Cleanup_Tag(handle, record);
-        For_Each_Item(handle, root, record, [=](DICOM_List** item) {
-            DICOM_Attribute_Cleanup(handle, root, *item);
-        });
+        For_Each_Item(handle, root, record,
+                      [=](DICOM_List** item) { DICOM_Attribute_Cleanup(handle, root, *item); });
     }
     return 1;
 }

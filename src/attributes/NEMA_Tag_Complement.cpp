@@ -88,9 +88,8 @@ void Complete_Group_Length(HWND handle, DICOM_List* record)
         return;
     }
     if (record->size == Group_Length_Size) {
-        DICOM_Attribute_Complement_Tag(handle, record, VR_UL,
-                                       "\361\002===== Group %04x =====================",
-                                       record->group);
+        DICOM_Attribute_Complement_Tag(
+            handle, record, VR_UL, "\361\002===== Group %04x =====================", record->group);
     }
 }
 
@@ -118,10 +117,11 @@ constexpr std::size_t Creator_Size = 64;
 bool Find_Creator(HWND handle, DICOM_Root* root, DICOM_List* list, const DICOM_List* record,
                   char (&creator)[Creator_Size + 1])
 {
-    const DICOM_List* const found =
-        DICOM_Attribute_Get(handle, root, list, record->group,
-                            static_cast<unsigned short>(record->element >> 8), 0);
-    if (found == nullptr || found->data == nullptr || found->size <= 0) {
+    const DICOM_List* const found = DICOM_Attribute_Get(
+        handle, root, list, record->group, static_cast<unsigned short>(record->element >> 8), 0);
+    // Group FFFF would match any, but is a group of its own here.
+    if (found == nullptr || found->group != record->group || found->data == nullptr ||
+        found->size <= 0) {
         return false;
     }
     const std::size_t size = std::min(static_cast<std::size_t>(found->size), Creator_Size);
@@ -140,9 +140,8 @@ int DICOM_Attribute_Complement(HWND handle, DICOM_Root* root, DICOM_List* list)
         Trace(handle, Trace_Step, "-> DICOM_Attribute_Complement(%04x,%04x)", record->group,
               record->element);
         Complete_Record(handle, root, list, record);
-        For_Each_Item(handle, root, record, [=](DICOM_List** item) {
-            DICOM_Attribute_Complement(handle, root, *item);
-        });
+        For_Each_Item(handle, root, record,
+                      [=](DICOM_List** item) { DICOM_Attribute_Complement(handle, root, *item); });
     }
     return 0;
 }

@@ -89,14 +89,14 @@ bool Append_Value(HWND handle, DICOM_List* target, const DICOM_List* source)
     if (!C_Resize(handle, target->data, size, "target->data")) {
         return false;
     }
+    // A value that was left in the source only makes room: what it will hold is not known here.
     unsigned char* const end = target->data + old_size;
-    std::memset(end, 0, size - old_size);
+    std::fill(end, target->data + size, separated ? ' ' : '\0');
     if (source->data != nullptr) {
-        std::memcpy(end + (separated ? 1 : 0), source->data, added);
-    }
-    if (separated) {
-        end[0] = join == Join::Values ? '\\' : '\n';
-        target->data[size - 1] = ' ';
+        std::copy(source->data, source->data + added, end + (separated ? 1 : 0));
+        if (separated) {
+            end[0] = join == Join::Values ? '\\' : '\n';
+        }
     }
     target->size = static_cast<int>(size);
     return true;
@@ -253,8 +253,8 @@ int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, D
 {
     const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Copy_Tag(%04x,%04x)",
                             source->group, source->element);
-    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, source->group,
-                                 source->element, 0);
+    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, source->group, source->element,
+                                 0);
     return Copy_Value_Part(handle, root, target, source) &&
                    Copy_Item_Part(handle, root, list, target, source)
                ? 1
@@ -309,8 +309,7 @@ int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, uns
     // Deliberate: behind the first record its own group decides whether 0xFFF1 matches. Clients
     // rely on a list that starts with a standard group keeping the private ones behind it.
     Delete_Matching(
-        handle, root, list,
-        [&](const DICOM_List& record) { return matches(record, record.group); },
+        handle, root, list, [&](const DICOM_List& record) { return matches(record, record.group); },
         [&](const DICOM_List& first, const DICOM_List& record) {
             return matches(record, first.group);
         },
@@ -377,8 +376,8 @@ void DICOM_Attribute_Assign_Info(HWND handle, DICOM_Root* root, DICOM_List* refe
         }
         // Deliberate: the item is started once for all, since the reference describes its items
         // by one.
-        DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element,
-                                       record->flags, Trace_Entry);
+        DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element, record->flags,
+                                       Trace_Entry);
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
         for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
             DICOM_Attribute_Assign_Info(handle, root, reference, record->item[i]);

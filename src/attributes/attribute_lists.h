@@ -7,6 +7,8 @@
 
 #include <Lib_DICOM/attributes.h>
 
+#include <algorithm>
+
 /**
  * The item slot of the open sequence one level below a list. Creates the sequence record when the
  * list does not hold it.
@@ -34,6 +36,16 @@ inline bool Is_Outer_List(const DICOM_Root& root, const DICOM_List* list)
 }
 
 /**
+ * Moves the items up that stand behind slots which have become empty: an empty slot ends the used
+ * part, and would hide them.
+ */
+inline void Close_Gaps(DICOM_List* record, int used)
+{
+    DICOM_List** const end = record->item + used;
+    std::fill(std::remove(record->item, end, nullptr), end, nullptr);
+}
+
+/**
  * The one way down into nested items: calls `visit` with the address of each item slot up to the
  * first empty one, with the sequence and the item open in the context.
  */
@@ -45,11 +57,13 @@ void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& vi
     }
     DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element, record->flags,
                                    Trace_Entry);
-    for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
+    int visited = 0;
+    for (; visited < record->nb_item && record->item[visited] != nullptr; ++visited) {
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
-        visit(&record->item[i]);
+        visit(&record->item[visited]);
         DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
     }
+    Close_Gaps(record, visited);
     DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
 }
 

@@ -7,8 +7,12 @@ namespace {
 
 bool Is_To_Be_Removed(const DICOM_List& record, unsigned char mode)
 {
-    const auto has = [&](unsigned short mark) { return (record.flags & mark) != 0; };
-    const auto asked = [&](unsigned char bit) { return (mode & bit) != 0; };
+    const auto has = [&](unsigned short mark) {
+        return (record.flags & mark) != 0;
+    };
+    const auto asked = [&](unsigned char bit) {
+        return (mode & bit) != 0;
+    };
     return (asked(DICOM_Remove_Group_Lengths) && record.element == 0x0000) ||
            has(DICOM_Mark_Invalid) || (asked(DICOM_Remove_Deleted) && has(DICOM_Mark_Deleted)) ||
            (asked(DICOM_Remove_Retired) && has(DICOM_Mark_Retired)) ||
@@ -37,9 +41,11 @@ int DICOM_Attribute_Remove(HWND handle, DICOM_List** list, unsigned char mode)
     }
     Remove_Run(handle, list, list, mode);
     for (DICOM_List* record = *list; record != nullptr; record = record->next) {
-        for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
-            DICOM_Attribute_Remove(handle, &record->item[i], mode);
+        int visited = 0;
+        for (; visited < record->nb_item && record->item[visited] != nullptr; ++visited) {
+            DICOM_Attribute_Remove(handle, &record->item[visited], mode);
         }
+        Close_Gaps(record, visited);
         Remove_Run(handle, list, &record->next, mode);
     }
     return 0;

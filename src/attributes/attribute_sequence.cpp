@@ -64,33 +64,29 @@ void DICOM_Attribute_Sequence_Set(HWND, DICOM_Root* root, int depth, unsigned sh
 void DICOM_Attribute_Sequence_Get(HWND, DICOM_Root* root, int depth, unsigned short* group,
                                   unsigned short* element, unsigned short* flags)
 {
-    if (!Is_Depth(depth)) {
-        return;
-    }
+    const bool known = Is_Depth(depth);
     if (group != nullptr) {
-        *group = root->Sequence_Group[depth];
+        *group = known ? root->Sequence_Group[depth] : static_cast<unsigned short>(0);
     }
     if (element != nullptr) {
-        *element = root->Sequence_Element[depth];
+        *element = known ? root->Sequence_Element[depth] : static_cast<unsigned short>(0);
     }
     if (flags != nullptr) {
-        *flags = root->Sequence_Flags[depth];
+        *flags = known ? root->Sequence_Flags[depth] : static_cast<unsigned short>(0);
     }
 }
 
 int DICOM_Attribute_Sequence_Start(HWND handle, DICOM_Root* root, unsigned short group,
-                                   unsigned short element, unsigned short flags,
-                                   unsigned int trace)
+                                   unsigned short element, unsigned short flags, unsigned int trace)
 {
     const Trace_Scope scope(handle, Trace_Entry,
                             "Lib_DICOM: DICOM_Attribute_Sequence_Start(%04x,%04x)", group, element);
     const int depth = root->Sequence_Depth;
-    Banner(handle, trace, depth,
-           "%hs------------------------ ---- Sequence in ----(depth=%d)-----", depth);
+    Banner(handle, trace, depth, "%hs------------------------ ---- Sequence in ----(depth=%d)-----",
+           depth);
     DICOM_Attribute_Sequence_Set(handle, root, depth, group, element, flags);
     if (!Go_Down(root)) {
-        Report_Warning(handle,
-                       "    \361\005WARNING:\002 To many \"sequences\" in DICOM stream");
+        Report_Warning(handle, "    \361\005WARNING:\002 To many \"sequences\" in DICOM stream");
     }
     return root->Sequence_Depth;
 }
@@ -101,9 +97,9 @@ int DICOM_Attribute_Sequence_Start(HWND handle, DICOM_Root* root, unsigned int t
     const int depth = root->Sequence_Depth;
     Banner(handle, trace, depth, "%hs------------------------ ---- Sequence in ---------------");
     if (!Go_Down(root)) {
-        Report_Warning(
-            handle, "    \361\005WARNING:\002 To many \"sequences\" in DICOM stream (%04x,%04x)",
-            root->Sequence_Group[depth], root->Sequence_Element[depth]);
+        Report_Warning(handle,
+                       "    \361\005WARNING:\002 To many \"sequences\" in DICOM stream (%04x,%04x)",
+                       root->Sequence_Group[depth], root->Sequence_Element[depth]);
     }
     return root->Sequence_Depth;
 }
@@ -132,11 +128,12 @@ int DICOM_Attribute_Sequence_End(HWND handle, DICOM_Root* root)
     if (depth != 0) {
         char missing[16];
         std::snprintf(missing, sizeof missing, "%d", depth);
-        Report_Warning(handle,
-                       "    \361\005WARNING:\002 Missing at least %hs \"out of sequences\" in DICOM "
-                       "stream (%04x,%04x)",
-                       static_cast<const char*>(missing), root->Sequence_Group[depth],
-                       root->Sequence_Element[depth]);
+        Report_Warning(
+            handle,
+            "    \361\005WARNING:\002 Missing at least %hs \"out of sequences\" in DICOM "
+            "stream (%04x,%04x)",
+            static_cast<const char*>(missing), root->Sequence_Group[depth],
+            root->Sequence_Element[depth]);
     }
     root->Sequence_Depth = 0;
     return 0;

@@ -27,8 +27,8 @@ bool Is_Alternative(const TAG_db_Elems& entry, unsigned short vr)
 {
     const int count = std::abs(entry.nb_vr);
     return vr == VR_UN || std::any_of(entry.vr, entry.vr + count, [vr](unsigned short allowed) {
-               const bool interchange = DICOM_Flag_Current_Standard != 0 &&
-                                        Is_Either(vr, allowed, VR_OB, VR_OW);
+               const bool interchange =
+                   DICOM_Flag_Current_Standard != 0 && Is_Either(vr, allowed, VR_OB, VR_OW);
                return vr == allowed || interchange;
            });
 }
@@ -38,10 +38,17 @@ void Report_Difference(HWND handle, const DICOM_List& record)
     char prefix[32];
     std::snprintf(prefix, sizeof prefix, "\002    (\001%04x\002,\001%04x\002)", record.group,
                   record.element);
-    const unsigned short expected = record.dict->vr[0];
-    Report_Note(handle, "%hs Explicit VR (=%c%c) is not the dictionary's (=%c%c)",
-                static_cast<const char*>(prefix), record.vr >> 8, record.vr & 0xFF, expected >> 8,
-                expected & 0xFF);
+    char expected[32];
+    std::size_t used = 0;
+    for (int i = 0; i < std::abs(record.dict->nb_vr); ++i) {
+        const unsigned short vr = record.dict->vr[i];
+        used += static_cast<std::size_t>(std::snprintf(expected + used, sizeof expected - used,
+                                                       "%s%c%c", i == 0 ? "" : " or ", vr >> 8,
+                                                       vr & 0xFF));
+    }
+    Report_Note(handle, "%hs Explicit VR (=%c%c) differs from the dictionary's (%hs)",
+                static_cast<const char*>(prefix), record.vr >> 8, record.vr & 0xFF,
+                static_cast<const char*>(expected));
 }
 
 void Settle_Explicit_VR(HWND handle, DICOM_List& record)
@@ -94,8 +101,7 @@ unsigned short Guess_Text_VR(std::string_view text, int size)
 {
     const std::size_t longest = Longest_Piece(text);
     const bool ends_in_one_nul = text.size() + 1 == static_cast<std::size_t>(size);
-    if ((ends_in_one_nul || (longest >= 17 && longest <= 64)) &&
-        Holds_Only(text, "0123456789./")) {
+    if ((ends_in_one_nul || (longest >= 17 && longest <= 64)) && Holds_Only(text, "0123456789./")) {
         return VR_UI;
     }
     const std::string_view stripped = Stripped(text);
