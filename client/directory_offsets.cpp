@@ -60,6 +60,11 @@ void Move_Directory_Offsets(Data_Set& set, const std::vector<unsigned int>& old_
         unsigned int new_place = 0;
         if (place != moved.end()) {
             new_place = place->second;
+            if (new_place != old_place) {
+                findings.Add(Level::Change, record,
+                             "offset " + std::to_string(old_place) + " follows its record to " +
+                                 std::to_string(new_place));
+            }
         } else {
             findings.Add(Level::Change, record,
                          "offset " + std::to_string(old_place) +

@@ -80,8 +80,12 @@ void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& pa
             continue;
         }
         const std::string own = path + Tag_Text(Tag_Of(record));
+        // What a sequence holds follows in lines of its own.
+        const bool has_value = dicom_client::VR_Of(record) != VR_SQ;
+        const dicom_client::Bytes value =
+            has_value ? set.Value(record, Shown_Bytes) : dicom_client::Bytes();
         std::printf("%s\t%s\t%d\t%s\n", own.c_str(), VR_Text(dicom_client::VR_Of(record)).c_str(),
-                    Given_Length(record), Hexadecimal(set.Value(record, Shown_Bytes)).c_str());
+                    Given_Length(record), Hexadecimal(value).c_str());
         for (int i = 0; Holds_Elements(record) && Item_Of(record, i) != nullptr; ++i) {
             Print_TSV_List(set, Item_Of(record, i), own + "[" + std::to_string(i) + "]/");
         }
