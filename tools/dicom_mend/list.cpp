@@ -36,8 +36,9 @@ bool Holds_Elements(const DICOM_List& record)
 void Print_Line(const Data_Set& set, const DICOM_List& record, std::size_t indent,
                 const Terminal& terminal)
 {
-    constexpr std::size_t Name_Width = 32;
-    const std::size_t name_width = Name_Width - std::min(indent, Name_Width / 2);
+    constexpr std::size_t Least_Name = 16;
+    const std::size_t full_width = std::clamp<std::size_t>(terminal.width / 3, Least_Name, 32);
+    const std::size_t name_width = std::max(full_width - std::min(indent, full_width), Least_Name);
     const std::string name = Cut(dicom_client::Tag_Name(Tag_Of(record)), name_width);
     const int length = Given_Length(record);
     const std::string size = length < 0 ? "-" : std::to_string(length);

@@ -30,11 +30,13 @@ void Add_Verbosity(CLI::App& command, Verbosity& verbosity)
 {
     CLI::Option* const quiet = command.add_flag_callback(
         "-q,--quiet", [&verbosity] { verbosity = Verbosity::Quiet; }, "Report errors only");
+    quiet->option_text(" ");
     command
         .add_flag_callback(
             "-v,--verbose", [&verbosity] { verbosity = Verbosity::Verbose; },
             "Report also what is worth knowing but no fault")
-        ->excludes(quiet);
+        ->excludes(quiet)
+        ->option_text(" ");
 }
 
 void Add_List(CLI::App& app, dicom_mend::List_Request& request)
@@ -42,8 +44,9 @@ void Add_List(CLI::App& app, dicom_mend::List_Request& request)
     CLI::App* const command = app.add_subcommand("list", "Show the elements of files");
     const std::map<std::string, bool> formats = {{"text", false}, {"tsv", true}};
     command->add_option("--format", request.tsv, "text (default) or tsv")
-        ->transform(CLI::CheckedTransformer(formats));
-    command->add_option("FILE", request.files, "Files to read")->required();
+        ->transform(CLI::CheckedTransformer(formats))
+        ->option_text("FORMAT");
+    command->add_option("FILE", request.files, "Files to read")->required()->option_text("...");
     Add_Verbosity(*command, request.verbosity);
 }
 
@@ -59,15 +62,16 @@ void Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
         ->add_option("--syntax", request.options.syntax,
                      "Transfer syntax of the output: keep (default), implicit-little, "
                      "explicit-little, explicit-big")
-        ->transform(CLI::CheckedTransformer(syntaxes));
+        ->transform(CLI::CheckedTransformer(syntaxes))
+        ->option_text("SYNTAX");
     command->add_flag("--drop-private", request.options.drop_private, "Leave private elements out");
     command->add_flag("--group-lengths", request.options.group_lengths,
                       "Write a group length in front of each group");
     command->add_flag("--defined-lengths", request.options.defined_lengths,
                       "Write sequences and items with defined lengths");
     command->add_flag("--force", request.force, "Replace an existing output file");
-    command->add_option("IN", request.input, "File to read")->required();
-    command->add_option("OUT", request.output, "File to write")->required();
+    command->add_option("IN", request.input, "File to read")->required()->option_text(" ");
+    command->add_option("OUT", request.output, "File to write")->required()->option_text(" ");
     Add_Verbosity(*command, request.verbosity);
 }
 
