@@ -10,6 +10,8 @@ namespace dicom_client {
 namespace {
 
 constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
+/** Longest value that an explicit header with a 2-byte length can have. */
+constexpr int Longest_Short_Value = 65534;
 
 std::string VR_Text(unsigned short vr)
 {
@@ -28,7 +30,6 @@ bool Has_Alternative(const TAG_db_Elems& entry, unsigned short vr)
  */
 unsigned short Choose_VR(const DICOM_List& record, bool is_signed)
 {
-    constexpr int Longest_Short_Value = 65534;
     const TAG_db_Elems& entry = *record.dict;
     if (Has_Alternative(entry, VR_US) && Has_Alternative(entry, VR_SS)) {
         if (Has_Alternative(entry, VR_OW) && record.size > Longest_Short_Value) {
@@ -39,12 +40,15 @@ unsigned short Choose_VR(const DICOM_List& record, bool is_signed)
     return Has_Alternative(entry, VR_OW) ? VR_OW : record.vr_default;
 }
 
-/** A standard element of one known VR that was written as UN: its value is little endian. */
+/**
+ * A standard element of one known VR that was written as UN: its value is little endian. One that
+ * is too long for the header of most VRs has to stay UN (PS3.5 section 6.2.2).
+ */
 bool Is_Known_Though_UN(const DICOM_List& record)
 {
     const bool is_plain = record.vr == VR_UN && record.dict != nullptr && record.group % 2 == 0 &&
                           (record.byte_order & DICOM_Order_Big_Endian) == 0 && record.nb_item == 0;
-    if (!is_plain || std::abs(record.dict->nb_vr) != 1) {
+    if (!is_plain || record.size > Longest_Short_Value || std::abs(record.dict->nb_vr) != 1) {
         return false;
     }
     const unsigned short vr = record.dict->vr[0];
