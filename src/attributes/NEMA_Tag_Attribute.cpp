@@ -70,13 +70,22 @@ DICOM_List* Find_Open_Sequence(DICOM_List* list, unsigned short group, unsigned 
     return record;
 }
 
-template <class Test>
-DICOM_List* Find_First(DICOM_List* list, Test&& test)
+/** Both forms of Get: the first record that passes a test, in the list of the open item. */
+template <class Test, class Again>
+DICOM_List* Get_First(HWND handle, DICOM_Root* root, DICOM_List* list, Trace_Scope& trace,
+                      Test&& test, Again&& again)
 {
+    if (list == nullptr) {
+        return trace.Leave<DICOM_List*>(nullptr, "! head");
+    }
+    if (Is_Outer_List(*root, list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, list, 0);
+        return trace.Leave<DICOM_List*>(slot != nullptr ? again(*slot) : nullptr, "item");
+    }
     while (list != nullptr && !test(*list)) {
         list = list->next;
     }
-    return list;
+    return trace.Leave(list, list != nullptr ? "pt" : "NULL");
 }
 
 }  // namespace
@@ -167,21 +176,15 @@ DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list,
     constexpr unsigned short Any = 0xFFFF;
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Get(%04x,%04x)", group,
                       element);
-    if (list == nullptr) {
-        return trace.Leave<DICOM_List*>(nullptr, "! head");
-    }
-    if (Is_Outer_List(*root, list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, list, unused);
-        DICOM_List* const found =
-            slot != nullptr ? DICOM_Attribute_Get(handle, root, *slot, group, element, unused)
-                            : nullptr;
-        return trace.Leave(found, "item");
-    }
-    DICOM_List* const found = Find_First(list, [=](const DICOM_List& record) {
-        return (group == Any || record.group == group) &&
-               (element == Any || record.element == element);
-    });
-    return trace.Leave(found, found != nullptr ? "pt" : "NULL");
+    return Get_First(
+        handle, root, list, trace,
+        [=](const DICOM_List& record) {
+            return (group == Any || record.group == group) &&
+                   (element == Any || record.element == element);
+        },
+        [=](DICOM_List* item) {
+            return DICOM_Attribute_Get(handle, root, item, group, element, unused);
+        });
 }
 
 DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list, const char* group,
@@ -189,20 +192,14 @@ DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list,
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Get(%hs,%hs)", group,
                       element);
-    if (list == nullptr) {
-        return trace.Leave<DICOM_List*>(nullptr, "! head");
-    }
-    if (Is_Outer_List(*root, list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, list, unused);
-        DICOM_List* const found =
-            slot != nullptr ? DICOM_Attribute_Get(handle, root, *slot, group, element, unused)
-                            : nullptr;
-        return trace.Leave(found, "item");
-    }
-    DICOM_List* const found = Find_First(list, [=](const DICOM_List& record) {
-        return DICOM_Attribute_Match(group, element, record.group, record.element) != 0;
-    });
-    return trace.Leave(found, found != nullptr ? "pt" : "NULL");
+    return Get_First(
+        handle, root, list, trace,
+        [=](const DICOM_List& record) {
+            return DICOM_Attribute_Match(group, element, record.group, record.element) != 0;
+        },
+        [=](DICOM_List* item) {
+            return DICOM_Attribute_Get(handle, root, item, group, element, unused);
+        });
 }
 
 int DICOM_Attribute_Match(const char* group_pattern, const char* element_pattern,

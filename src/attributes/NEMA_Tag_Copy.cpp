@@ -211,11 +211,23 @@ bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List
     return true;
 }
 
-/** Deletes what a test picks, below in items too. `later` is the test behind the first record. */
+/**
+ * Both forms of Delete: removes what a test picks from the list of the open item, and below.
+ *
+ * @param later  the test behind the first record, which is handed that one too
+ * @param again  the same deletion for an item
+ */
 template <class Test, class Later, class Again>
-void Delete_Matching(HWND handle, DICOM_Root* root, DICOM_List** list, Test&& test, Later&& later,
-                     Again&& again)
+int Delete_Matching(HWND handle, DICOM_Root* root, DICOM_List** list, Trace_Scope& trace,
+                    Test&& test, Later&& later, Again&& again)
 {
+    if (*list == nullptr) {
+        return trace.Leave(0, "! head");
+    }
+    if (Is_Outer_List(*root, *list)) {
+        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
+        return slot == nullptr ? trace.Leave(0, "! DICOM_Attribute_Dig") : again(slot);
+    }
     while (*list != nullptr && test(**list)) {
         Unlink_Record(handle, list, list);
     }
@@ -227,6 +239,7 @@ void Delete_Matching(HWND handle, DICOM_Root* root, DICOM_List** list, Test&& te
     for (DICOM_List* record = *list; record != nullptr; record = record->next) {
         For_Each_Item(handle, root, record, again);
     }
+    return 1;
 }
 
 bool Is_Odd(unsigned short group)
@@ -293,14 +306,6 @@ int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, uns
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Delete(%04x,%04x)", group,
                       element);
-    if (*list == nullptr) {
-        return trace.Leave(0, "! head");
-    }
-    if (Is_Outer_List(*root, *list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
-        return slot == nullptr ? trace.Leave(0, "! DICOM_Attribute_Dig")
-                               : DICOM_Attribute_Delete(handle, root, slot, group, element);
-    }
     const auto matches = [=](const DICOM_List& record, unsigned short parity_of) {
         return (group == Any || record.group == group ||
                 (group == Odd_Groups && Is_Odd(parity_of))) &&
@@ -308,13 +313,15 @@ int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, uns
     };
     // Deliberate: behind the first record its own group decides whether 0xFFF1 matches. Clients
     // rely on a list that starts with a standard group keeping the private ones behind it.
-    Delete_Matching(
-        handle, root, list, [&](const DICOM_List& record) { return matches(record, record.group); },
+    return Delete_Matching(
+        handle, root, list, trace,
+        [&](const DICOM_List& record) { return matches(record, record.group); },
         [&](const DICOM_List& first, const DICOM_List& record) {
             return matches(record, first.group);
         },
-        [=](DICOM_List** item) { DICOM_Attribute_Delete(handle, root, item, group, element); });
-    return 1;
+        [=](DICOM_List** item) {
+            return DICOM_Attribute_Delete(handle, root, item, group, element);
+        });
 }
 
 int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, const char* group,
@@ -322,22 +329,15 @@ int DICOM_Attribute_Delete(HWND handle, DICOM_Root* root, DICOM_List** list, con
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Delete(%hs,%hs)", group,
                       element);
-    if (*list == nullptr) {
-        return trace.Leave(0, "! head");
-    }
-    if (Is_Outer_List(*root, *list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
-        return slot == nullptr ? trace.Leave(0, "! DICOM_Attribute_Dig")
-                               : DICOM_Attribute_Delete(handle, root, slot, group, element);
-    }
     const auto matches = [=](const DICOM_List& record) {
         return DICOM_Attribute_Match(group, element, record.group, record.element) != 0;
     };
-    Delete_Matching(
-        handle, root, list, matches,
+    return Delete_Matching(
+        handle, root, list, trace, matches,
         [&](const DICOM_List&, const DICOM_List& record) { return matches(record); },
-        [=](DICOM_List** item) { DICOM_Attribute_Delete(handle, root, item, group, element); });
-    return 1;
+        [=](DICOM_List** item) {
+            return DICOM_Attribute_Delete(handle, root, item, group, element);
+        });
 }
 
 void DICOM_Attribute_Free(HWND handle, DICOM_List* record)
