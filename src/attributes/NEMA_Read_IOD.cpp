@@ -145,7 +145,7 @@ void Formatter::Open_Or_Close(const DICOM_List& record)
               "-> \"Stop of Sequence\" tag (%04x,%04x) size=%d (End_Of_Item:%04X)", record.group,
               record.element, record.size, Shown_End(end_of_item_[Depth()]));
     } else if (Is_Item(&record)) {
-        DICOM_Attribute_Item_Start(handle_, &root_, Trace_Structure);
+        DICOM_Attribute_Item_Start(handle_, &root_, Trace_Entry);
         if (record.size != DICOM_Undefined_Length) {
             end_of_item_[Depth()] = End_Of(record);
         }
@@ -189,9 +189,10 @@ void Formatter::Check_Order(const DICOM_List& record)
 void Formatter::Start_Sequence(const DICOM_List& record)
 {
     DICOM_Attribute_Sequence_Start(handle_, &root_, record.group, record.element, record.flags,
-                                   Trace_Structure);
+                                   Trace_Entry);
     // What an earlier sequence of this depth left behind must not end this one.
     end_of_sequence_[Depth()] = End_Of(record);
+    end_of_item_[Depth()] = Unknown;
 }
 
 void Formatter::Follow(const DICOM_List& record, DICOM_List& copy)
@@ -253,10 +254,11 @@ void Formatter::Follow_Undefined_Length(const DICOM_List& record, DICOM_List& co
           record.element, record.size, Shown_End(end_of_sequence_[Depth()]));
 }
 
-/** A record of unknown VR that an item follows can only be a sequence. */
+/** A data element of unknown VR that an item follows can only be a sequence. */
 bool Formatter::Follow_Hidden_Sequence(const DICOM_List& record, DICOM_List& copy)
 {
-    if (!Is_Item(record.next) || end_of_item_[Depth()] == record.next->pos) {
+    if (record.group == Delimiter_Group || !Is_Item(record.next) ||
+        end_of_item_[Depth()] == record.next->pos) {
         return false;
     }
     Start_Sequence(record);

@@ -93,12 +93,12 @@ DICOM_List* Get_First(HWND handle, DICOM_Root* root, DICOM_List* list, Trace_Sco
 bool lib_dicom::Grow_Items(HWND handle, DICOM_List* record, int count, const char* variable,
                            Place place)
 {
-    // Room for a power of two keeps the cost of growing one by one linear; asking again for the
-    // room that a block has is free, whoever made the block.
-    const auto room = std::bit_ceil(static_cast<unsigned int>(count));
     if (count <= record->nb_item) {
         return true;
     }
+    // Room for a power of two keeps the cost of growing one by one linear; asking again for the
+    // room that a block has is free, whoever made the block.
+    const auto room = std::bit_ceil(static_cast<unsigned int>(count));
     if (!C_Resize(handle, record->item, room, variable, place)) {
         return false;
     }
@@ -159,7 +159,7 @@ DICOM_List* DICOM_Attribute_Find(HWND handle, DICOM_Root* root, DICOM_List** lis
     insert->group = group;
     insert->element = element;
     insert->depth = static_cast<unsigned char>(root->Sequence_Depth);
-    if (record == *list && (record == nullptr || Tag_Number(*record) > tag)) {
+    if (*list == nullptr || Tag_Number(**list) > tag) {
         insert->next = *list;
         *list = insert;
     } else {

@@ -193,22 +193,23 @@ bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List
                     "target->item")) {
         return false;
     }
-    DICOM_Attribute_Sequence_Start(handle, root, source->group, source->element, source->flags,
-                                   Trace_Entry);
+    const Open_Sequence sequence(handle, root, *source);
     for (int i = 0; append && i < before; ++i) {
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
     }
-    const bool with_items = (source->flags & DICOM_Mark_Forced) == 0;
-    for (int i = 0; with_items && i < source->nb_item && source->item[i] != nullptr; ++i) {
+    const int nb_item = (source->flags & DICOM_Mark_Forced) != 0 ? 0 : source->nb_item;
+    bool copied = true;
+    for (int i = 0; copied && i < nb_item && source->item[i] != nullptr; ++i) {
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
-        DICOM_Attribute_Copy(handle, root, list, source->item[i]);
+        copied = DICOM_Attribute_Copy(handle, root, list, source->item[i]) != 0;
         DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
     }
     for (int i = 0; append && i < before; ++i) {
         DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
     }
-    DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
-    return true;
+    // An item that starts with group 5200 is not copied, and would leave an empty slot.
+    Close_Gaps(target, target->nb_item);
+    return copied;
 }
 
 /**
@@ -376,13 +377,11 @@ void DICOM_Attribute_Assign_Info(HWND handle, DICOM_Root* root, DICOM_List* refe
         }
         // Deliberate: the item is started once for all, since the reference describes its items
         // by one.
-        DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element, record->flags,
-                                       Trace_Entry);
+        const Open_Sequence sequence(handle, root, *record);
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
         for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
             DICOM_Attribute_Assign_Info(handle, root, reference, record->item[i]);
         }
         DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
-        DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
     }
 }

@@ -35,19 +35,49 @@ inline bool Is_Outer_List(const DICOM_Root& root, const DICOM_List* list)
     return list != nullptr && list->depth < root.Sequence_Depth;
 }
 
+/** Keeps a record's sequence open in the context for the length of a walk over its items. */
+class Open_Sequence {
+public:
+    Open_Sequence(HWND handle, DICOM_Root* root, const DICOM_List& record)
+        : handle_(handle), root_(root), depth_(root->Sequence_Depth),
+          item_(root->Item_Number[root->Sequence_Depth])
+    {
+        DICOM_Attribute_Sequence_Start(handle, root, record.group, record.element, record.flags,
+                                       Trace_Entry);
+    }
+    Open_Sequence(const Open_Sequence&) = delete;
+    Open_Sequence& operator=(const Open_Sequence&) = delete;
+    ~Open_Sequence()
+    {
+        DICOM_Attribute_Sequence_Stop(handle_, root_, Trace_Entry);
+        // A sequence below the deepest level shares that level with the one around it, which is
+        // still open.
+        root_->Sequence_Depth = depth_;
+        root_->Item_Number[depth_] = item_;
+    }
+
+private:
+    HWND handle_;
+    DICOM_Root* root_;
+    int depth_;
+    int item_;
+};
+
 /**
- * Moves the items up that stand behind slots which have become empty: an empty slot ends the used
- * part, and would hide them.
+ * Moves the slots of emptied items behind the others: an empty slot ends the used part, and would
+ * hide the items behind it.
+ *
+ * @param count  the number of slots to look at
  */
-inline void Close_Gaps(DICOM_List* record, int used)
+inline void Close_Gaps(DICOM_List* record, int count)
 {
-    DICOM_List** const end = record->item + used;
+    DICOM_List** const end = record->item + count;
     std::fill(std::remove(record->item, end, nullptr), end, nullptr);
 }
 
 /**
  * The one way down into nested items: calls `visit` with the address of each item slot up to the
- * first empty one, with the sequence and the item open in the context.
+ * first empty one, with the sequence and the item open in the context. Items may be emptied.
  */
 template <class Visit>
 void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& visit)
@@ -55,16 +85,14 @@ void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& vi
     if (record->item == nullptr) {
         return;
     }
-    DICOM_Attribute_Sequence_Start(handle, root, record->group, record->element, record->flags,
-                                   Trace_Entry);
-    int visited = 0;
-    for (; visited < record->nb_item && record->item[visited] != nullptr; ++visited) {
+    const Open_Sequence sequence(handle, root, *record);
+    int count = 0;
+    for (; count < record->nb_item && record->item[count] != nullptr; ++count) {
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
-        visit(&record->item[visited]);
+        visit(&record->item[count]);
         DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
     }
-    Close_Gaps(record, visited);
-    DICOM_Attribute_Sequence_Stop(handle, root, Trace_Entry);
+    Close_Gaps(record, count);
 }
 
 /**

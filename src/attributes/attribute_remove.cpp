@@ -41,11 +41,11 @@ int DICOM_Attribute_Remove(HWND handle, DICOM_List** list, unsigned char mode)
     }
     Remove_Run(handle, list, list, mode);
     for (DICOM_List* record = *list; record != nullptr; record = record->next) {
-        int visited = 0;
-        for (; visited < record->nb_item && record->item[visited] != nullptr; ++visited) {
-            DICOM_Attribute_Remove(handle, &record->item[visited], mode);
+        int count = 0;
+        for (; count < record->nb_item && record->item[count] != nullptr; ++count) {
+            DICOM_Attribute_Remove(handle, &record->item[count], mode);
         }
-        Close_Gaps(record, visited);
+        Close_Gaps(record, count);
         Remove_Run(handle, list, &record->next, mode);
     }
     return 0;

@@ -78,10 +78,10 @@ bool Pass(HWND handle, DICOM_List** list)
     return swapped;
 }
 
-/** Relinks a list in a stable order by rank; false without memory. */
-bool Sort_At_Once(HWND handle, DICOM_List** list)
+/** Relinks a list in a stable order by rank; leaves it alone after the memory message. */
+void Sort_At_Once(HWND handle, DICOM_List** list)
 {
-    return Guarded(handle, false, [list] {
+    Guarded(handle, false, [list] {
         std::vector<DICOM_List*> records;
         for (DICOM_List* record = *list; record != nullptr; record = record->next) {
             records.push_back(record);
@@ -103,15 +103,13 @@ void Sort_List(HWND handle, DICOM_List** list)
 {
     // A sorted list takes one pass, one that is nearly sorted a few. Lists that no real data set
     // has would take as many passes as they have records, so the rest is then sorted at once; the
-    // order is the same, and a last pass merges what has come to stand side by side.
+    // order is the same, and the last pass merges what has come to stand side by side.
     constexpr int Most_Passes = 64;
-    for (int pass = 0; pass < Most_Passes; ++pass) {
-        if (!Pass(handle, list)) {
-            return;
+    for (int pass = 1; Pass(handle, list); ++pass) {
+        if (pass == Most_Passes) {
+            Sort_At_Once(handle, list);
         }
     }
-    Sort_At_Once(handle, list);
-    Pass(handle, list);
 }
 
 }  // namespace
