@@ -59,6 +59,13 @@ Bytes Data_Set::Value(const DICOM_List& record, std::size_t most) const
     return value;
 }
 
+bool Is_UID(std::string_view text)
+{
+    constexpr std::size_t Longest = 64;
+    return !text.empty() && text.size() <= Longest &&
+           text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
 std::string Trimmed(const Bytes& value)
 {
     constexpr std::string_view Padding(" \0", 2);

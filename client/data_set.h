@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace dicom_client {
@@ -143,6 +144,9 @@ struct Data_Set {
     /** Brings a value that was left in the source into the record; false when it cannot be read. */
     bool Load(DICOM_List& record) const;
 };
+
+/** Digits and dots, 64 at the most (PS3.5 section 9.1). */
+bool Is_UID(std::string_view text);
 
 /** The text of a value without leading and trailing padding. */
 std::string Trimmed(const Bytes& value);

@@ -83,9 +83,11 @@ Record_List Element_Loop::Read_Meta()
     std::array<unsigned char, 2> group = {};
     bool more = cursor_.Ready();
     while (more && source_->Read(position_, group) == group.size() &&
-           Get_UShort(0, group.data()) == Meta_Group) {
+           (!levels_.empty() || Get_UShort(0, group.data()) == Meta_Group)) {
         more = Read_Element();
+        Leave_Ended_Levels();
     }
+    levels_.clear();
     return std::move(flat_);
 }
 
@@ -272,7 +274,7 @@ bool Element_Loop::Keep_Sequence_End(const DICOM_List& record)
     return false;
 }
 
-void Element_Loop::Note_VR(const DICOM_List& record)
+void Element_Loop::Note_VR(DICOM_List& record)
 {
     const bool is_explicit = (Mode() & DICOM_Order_Explicit_VR) != 0 || record.group == Meta_Group;
     if (!is_explicit) {
@@ -282,6 +284,7 @@ void Element_Loop::Note_VR(const DICOM_List& record)
         findings_.Add(Level::Change, record, "has no VR though the encoding is explicit");
     } else if (!Is_Known_VR(record.vr)) {
         findings_.Add(Level::Change, record, "VR=" + VR_Text(record.vr) + " does not exist");
+        record.vr = 0;
     } else if (Tag_Of(record) == Pixel_Padding_Tag) {
         std::array<unsigned char, 2> letters = {};
         source_->Read(record.pos + 4, letters);

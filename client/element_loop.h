@@ -55,7 +55,7 @@ private:
     bool Keep_Cut_Value(DICOM_List& record);
 
     DICOM_List Make_Record(const Header& header) const;
-    void Note_VR(const DICOM_List& record);
+    void Note_VR(DICOM_List& record);
     void Settle_Undefined_Length(DICOM_List& record, Nesting::Kind& kind);
     bool Is_Sequence_In_UN(const DICOM_List& record) const;
     bool Next_Is_Item(std::int64_t position) const;

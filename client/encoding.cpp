@@ -19,24 +19,76 @@ constexpr Native_Syntax Native_Syntaxes[] = {
     {Explicit_Big_UID, {true, true, false, false}},
 };
 
-/** Groups with which data sets begin; a likely one tells the byte order. */
-constexpr unsigned int Highest_First_Group = 0x00FF;
+/** Number of elements that a guess looks at. */
+constexpr int Enough_Elements = 4;
 
 bool Is_Capital(unsigned char byte)
 {
     return byte >= 'A' && byte <= 'Z';
 }
 
-unsigned short Read_Short(const unsigned char* bytes, bool big_endian)
+/** VRs whose explicit header has a reserved field and a 4-byte length. */
+bool Has_Long_Header(const unsigned char* letters)
 {
-    return Get_UShort(big_endian ? DICOM_Order_Big_Endian : 0, bytes);
+    constexpr std::string_view Long = "OB OD OF OL OV OW SQ SV UC UN UR UT UV";
+    return Long.find({reinterpret_cast<const char*>(letters), 2}) != std::string_view::npos;
 }
 
-/** Likely length of an element in implicit VR: it fits in the source, or is undefined. */
-bool Is_Likely_Length(const unsigned char* bytes, bool big_endian, std::int64_t room)
+/** A step over one element, as far as a guess needs it. */
+struct Step {
+    unsigned int group = 0;
+    std::int64_t next = -1;
+};
+
+/** Steps over the header, and over the value unless it holds items; false when it is unlikely. */
+bool Step_Over(const Source& source, std::int64_t at, const Encoding& encoding, Step& step)
 {
-    const int length = Get_Int(big_endian ? DICOM_Order_Big_Endian : 0, bytes);
-    return length == DICOM_Undefined_Length || (length >= 0 && length <= room);
+    constexpr unsigned int Delimiter_Group = 0xFFFE;
+    std::array<unsigned char, 12> bytes = {};
+    const std::size_t count = source.Read(at, bytes);
+    if (count < 8) {
+        return false;
+    }
+    const unsigned char order = encoding.Code();
+    step.group = Get_UShort(order, bytes.data());
+    std::int64_t header = 8;
+    std::int64_t length = Get_Int(order, bytes.data() + 4);
+    bool holds_items = step.group == Delimiter_Group;
+    if (encoding.explicit_vr && step.group != Delimiter_Group) {
+        const bool is_long = Has_Long_Header(bytes.data() + 4);
+        if (!Is_Capital(bytes[4]) || !Is_Capital(bytes[5]) || (is_long && count < 12)) {
+            return false;
+        }
+        header = is_long ? 12 : 8;
+        length = is_long ? Get_Int(order, bytes.data() + 8) : Get_UShort(order, bytes.data() + 6);
+        holds_items = bytes[4] == 'S' && bytes[5] == 'Q';
+    }
+    holds_items = holds_items || length == DICOM_Undefined_Length;
+    step.next = at + header + (holds_items ? 0 : length);
+    return length >= DICOM_Undefined_Length && step.next <= source.Size();
+}
+
+/** The first groups of real data sets are low ones; others are those of the wrong byte order. */
+constexpr unsigned int Highest_First_Group = 0x00FF;
+constexpr unsigned int Any_Group = 0xFFFF;
+
+/** Number of likely elements at an offset, up to Enough_Elements. */
+int Count_Likely(const Source& source, std::int64_t offset, const Encoding& encoding,
+                 unsigned int highest_first_group)
+{
+    int count = 0;
+    for (std::int64_t at = offset; count < Enough_Elements; ++count) {
+        Step step;
+        if (!Step_Over(source, at, encoding, step) ||
+            (count == 0 && step.group > highest_first_group)) {
+            return count;
+        }
+        at = step.next;
+        if (at == source.Size()) {
+            return Enough_Elements;
+        }
+    }
+    return count;
 }
 
 /** SOF markers of the JPEG processes that DICOM knows (PS3.5 section 8.2.1). */
@@ -132,20 +184,30 @@ std::string Encoding_Text(const Encoding& encoding)
            (encoding.big_endian ? "big" : "little") + " endian";
 }
 
-bool Guess_Encoding(const Source& source, std::int64_t offset, Encoding& encoding)
+bool Guess_Encoding(const Source& source, std::int64_t offset, const Encoding* expected,
+                    Encoding& encoding)
 {
-    std::array<unsigned char, 8> bytes = {};
-    if (source.Read(offset, bytes) != bytes.size()) {
-        return false;
+    constexpr Encoding Candidates[] = {
+        {true, false, false, false},
+        {false, false, false, false},
+        {true, true, false, false},
+        {false, true, false, false},
+    };
+    const int as_expected =
+        expected != nullptr ? Count_Likely(source, offset, *expected, Any_Group) : 0;
+    int most = as_expected;
+    for (const Encoding& candidate : Candidates) {
+        const int count = Count_Likely(source, offset, candidate, Highest_First_Group);
+        if (count > most) {
+            most = count;
+            encoding = candidate;
+        }
     }
-    const std::int64_t room = source.Size() - offset - static_cast<std::int64_t>(bytes.size());
-    const bool explicit_vr = Is_Capital(bytes[4]) && Is_Capital(bytes[5]);
-    const unsigned int little = Read_Short(bytes.data(), false);
-    const unsigned int big = Read_Short(bytes.data(), true);
-    const bool big_endian = big < little;
-    encoding = {explicit_vr, big_endian, false, false};
-    return (big_endian ? big : little) <= Highest_First_Group &&
-           (explicit_vr || Is_Likely_Length(bytes.data() + 4, big_endian, room));
+    // One likely element alone is no proof against what is declared.
+    if (expected != nullptr && (most == as_expected || most < 2)) {
+        encoding = {expected->explicit_vr, expected->big_endian, false, false};
+    }
+    return most > 0;
 }
 
 std::string_view Guess_Pixel_Syntax(std::span<const unsigned char> frame)

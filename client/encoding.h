@@ -41,12 +41,15 @@ std::string_view UID_Of(const Encoding& encoding);
 std::string Encoding_Text(const Encoding& encoding);
 
 /**
- * Looks at the header of a data element.
+ * Looks at the first elements of a data set.
  *
+ * @param expected  the encoding that is declared, null for none; it is kept unless the bytes speak
+ *                  clearly against it
  * @param encoding  receives VR form and byte order
- * @return false when the bytes are no likely header in any encoding
+ * @return false when the bytes are no likely elements in any encoding
  */
-bool Guess_Encoding(const Source& source, std::int64_t offset, Encoding& encoding);
+bool Guess_Encoding(const Source& source, std::int64_t offset, const Encoding* expected,
+                    Encoding& encoding);
 
 /** Transfer syntax of a compressed frame, by its first bytes; empty when they are not known. */
 std::string_view Guess_Pixel_Syntax(std::span<const unsigned char> frame);

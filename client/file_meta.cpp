@@ -102,9 +102,16 @@ std::string Make_UID(const Data_Set& set)
     return "2.25." + digits;
 }
 
+/** A UID of the data set, empty when there is none that could stand in group 0002. */
+std::string UID_In(const Data_Set& set, Tag tag)
+{
+    std::string uid = set.Text(tag);
+    return Is_UID(uid) ? uid : std::string();
+}
+
 void Settle_Identity(Data_Set& set, Findings& findings)
 {
-    std::string sop_class = set.Text(SOP_Class_Tag);
+    std::string sop_class = UID_In(set, SOP_Class_Tag);
     if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
         sop_class = Directory_Class_UID;
     }
@@ -114,7 +121,7 @@ void Settle_Identity(Data_Set& set, Findings& findings)
         findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
                      "stays empty: the data set names no SOP class");
     }
-    const std::string instance = set.Text(SOP_Instance_Tag);
+    const std::string instance = UID_In(set, SOP_Instance_Tag);
     if (!instance.empty()) {
         Settle(set, Instance_Tag, VR_UI, instance, findings);
     } else if (Current_Value(set, Instance_Tag).empty()) {

@@ -146,6 +146,10 @@ bool Encode_Directory(Data_Set& set, const Mend_Options& options, const Encoding
 /** Tells what cannot be written without harm; false then. */
 bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
 {
+    if (set.records.Head() == nullptr) {
+        findings.Add(Level::Error, "there is nothing to write");
+        return false;
+    }
     if (set.too_deep) {
         findings.Add(Level::Error, "sequences nest deeper than nine levels, which cannot be kept");
         return false;
@@ -203,6 +207,10 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     Repair_Values(set, set.records.Head(), findings);
     Sort_Records(set.records, findings);
     Remove_Unwanted(set.records, options.drop_private, findings);
+    if (set.records.Head() == nullptr) {
+        findings.Add(Level::Error, "nothing is left to write");
+        return false;
+    }
     Report_Pixel_Changes(set, findings);
     Complete_Meta(set, syntax, findings);
     const bool encoded = places.empty()

@@ -68,10 +68,18 @@ std::int64_t Read_Meta_Group(Data_Set& set, std::int64_t start, Findings& findin
     // The source may become that of an inflated data set, so nothing of the group stays in it.
     for (DICOM_List& record : Records(set.meta.Head())) {
         set.Load(record);
+        if (record.group != Transfer_Syntax_Tag.group || VR_Of(record) == VR_SQ) {
+            findings.Add(Level::Change, record, "does not belong in the file meta information");
+            record.flags |= DICOM_Mark_Deleted;
+        }
     }
     Check_Meta_Length(set, loop.Position(), findings);
     if (const DICOM_List* const syntax = Find_Record(set.meta.Head(), Transfer_Syntax_Tag)) {
         set.declared_syntax = Trimmed(set.Value(*syntax));
+        if (!set.declared_syntax.empty() && !Is_UID(set.declared_syntax)) {
+            findings.Add(Level::Change, *syntax, "is no UID");
+            set.declared_syntax.clear();
+        }
     }
     return loop.Position();
 }
@@ -112,12 +120,13 @@ std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Findings& findin
     const bool declared = !set.declared_syntax.empty();
     const Encoding expected =
         declared ? Encoding_Of(set.declared_syntax) : Encoding{false, false, false, false};
+    const Encoding* const wanted = declared ? &expected : nullptr;
     Encoding guess;
-    bool likely = Guess_Encoding(*set.source, start, guess);
+    bool likely = Guess_Encoding(*set.source, start, wanted, guess);
     const bool try_inflate = expected.deflated || (!declared && !likely);
     if (try_inflate && start < set.source->Size() && Inflate_Data_Set(set, start, findings)) {
         start = 0;
-        likely = Guess_Encoding(*set.source, start, guess);
+        likely = Guess_Encoding(*set.source, start, wanted, guess);
         guess.deflated = true;
     }
     set.encoding = likely ? guess : expected;

@@ -164,6 +164,15 @@ std::vector<Fault> Faults()
     faults.push_back({"no preamble, big endian", Sound_Data_Set(9), "explicit VR big endian", 15});
     faults.push_back({"wrong transfer syntax", Part10_Head(Implicit_Little_UID) + Sound_Data_Set(8),
                       "is declared, but the data set is in explicit VR little endian", 15});
+    // The first group of a data set may look like a low one in the other byte order.
+    Stream_Builder high(0);
+    high.Raw(Part10_Head(Implicit_Little_UID)).Element(0x0100, 0x0410, "CS", "LOCKED");
+    high.Element(0x0100, 0x0420, "SH", "AB").Element(0x0100, 0x0424, "LT", "AB");
+    faults.push_back({"high first group", high.Bytes(), "", 3});
+    faults.push_back({"transfer syntax that is no UID", Part10_Head("LITTLE") + Sound_Data_Set(8),
+                      "is no UID", 15});
+    faults.push_back({"unknown VR", start().Element(0x0010, 0x0010, "FU", "DOE ").Bytes(),
+                      "VR=FU does not exist", 2});
     faults.push_back({"blank VR",
                       start().Raw(std::string_view("\x28\0\x20\x01  \2\0\7\0", 10)).Bytes(),
                       "blank VR is taken as SS", 2});
@@ -493,6 +502,13 @@ TEST(Mending, KeepsTheItemsBehindAnEmptyOne)
     EXPECT_THAT(Elements_Of(mended.bytes),
                 ::testing::Contains(::testing::StartsWith("0008,1140[0]/0008,1155")));
     EXPECT_EQ(Mend_Bytes(mended.bytes).findings, "");
+}
+
+TEST(Mending, RefusesToWriteNothing)
+{
+    const Mended mended = Mend_Bytes(Part10_Head(Explicit_Little_UID));
+    EXPECT_FALSE(mended.done);
+    EXPECT_THAT(mended.findings, HasSubstr("there is nothing to write"));
 }
 
 TEST(Mending, RefusesSequencesNestedTooDeep)
