@@ -5,6 +5,7 @@
 #include <Lib_DICOM/frame.h>
 
 #include "frame/report.h"
+#include "values/result_ring.h"
 
 using namespace lib_dicom;
 
@@ -12,4 +13,5 @@ void DICOM_Lib_Cleanup(void)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Lib_Cleanup()");
     NEMA_db_Cleanup();
+    Result_Ring_Cleanup();
 }
