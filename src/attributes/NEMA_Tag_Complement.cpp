@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <unordered_map>
 
 using namespace lib_dicom;
 
@@ -93,12 +94,81 @@ void Complete_Group_Length(HWND handle, DICOM_List* record)
     }
 }
 
-void Complete_Record(HWND handle, DICOM_Root* root, DICOM_List* list, DICOM_List* record)
+/** Longest private creator (VR LO). */
+constexpr std::size_t Creator_Size = 64;
+
+/** First element that belongs to a private creator, and the creators themselves (PS3.5 7.8.1). */
+constexpr unsigned short First_Private_Element = 0x1000;
+constexpr unsigned short First_Creator = 0x0010;
+constexpr unsigned short Last_Creator = 0x00FF;
+
+bool Is_Creator(const DICOM_List& record)
+{
+    return record.group % 2 != 0 && record.element >= First_Creator &&
+           record.element <= Last_Creator;
+}
+
+/** Names a private element by the definitions of its creator, or by the creator itself. */
+void Name_By_Creator(HWND handle, DICOM_List* record, const DICOM_List* creator)
+{
+    if (creator == nullptr || creator->data == nullptr || creator->size <= 0) {
+        return;
+    }
+    char text[Creator_Size + 1];
+    const std::size_t size = std::min(static_cast<std::size_t>(creator->size), Creator_Size);
+    std::memcpy(text, creator->data, size);
+    text[size] = '\0';
+    Str_Strip_Spaces(text);
+    if (DICOM_Module_Read_Private(handle, text, record) == 0) {
+        DICOM_Attribute_Complement_Tag(handle, record, Keep_VR, "%s", text);
+    }
+}
+
+/** Completes one private record; `find` gives the creator of a block of elements. */
+template <class Find>
+void Complete_Private(HWND handle, DICOM_List* record, Find&& find)
+{
+    if (Is_Creator(*record)) {
+        DICOM_Attribute_Complement_Tag(handle, record, VR_LO, "Private Creator Data Element");
+    } else if (record->element >= First_Private_Element) {
+        const auto block = static_cast<unsigned short>(record->element >> 8);
+        Name_By_Creator(handle, record, find(block));
+    }
+}
+
+/** The creators of one list by group and block; looking each up in the list would be quadratic. */
+class Creators {
+public:
+    explicit Creators(const DICOM_List* list)
+    {
+        for (; list != nullptr; list = list->next) {
+            if (Is_Creator(*list)) {
+                by_block_.emplace(Key(list->group, list->element), list);
+            }
+        }
+    }
+    const DICOM_List* Find(unsigned short group, unsigned short block) const
+    {
+        const auto found = by_block_.find(Key(group, block));
+        return found == by_block_.end() ? nullptr : found->second;
+    }
+
+private:
+    static unsigned int Key(unsigned short group, unsigned short block)
+    {
+        return static_cast<unsigned int>(group) << 16 | block;
+    }
+
+    std::unordered_map<unsigned int, const DICOM_List*> by_block_;
+};
+
+void Complete_Record(HWND handle, const Creators& creators, DICOM_List* record)
 {
     Complete_From_Dictionary(record);
     Complete_Group_Length(handle, record);
     if (record->group % 2 != 0) {
-        DICOM_Attribute_Complement_Private(handle, root, list, record);
+        Complete_Private(handle, record,
+                         [&](unsigned short block) { return creators.Find(record->group, block); });
     }
     if ((record->flags & DICOM_Mark_Private) != 0) {
         if (record->group == 0x1000) {
@@ -110,40 +180,27 @@ void Complete_Record(HWND handle, DICOM_Root* root, DICOM_List* list, DICOM_List
     Name_By_Table(handle, record, Named_Elements);
 }
 
-/** Longest private creator (VR LO). */
-constexpr std::size_t Creator_Size = 64;
-
-/** The text of the creator that a private element belongs to; false when the list has none. */
-bool Find_Creator(HWND handle, DICOM_Root* root, DICOM_List* list, const DICOM_List* record,
-                  char (&creator)[Creator_Size + 1])
+void Complete_List(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    const DICOM_List* const found = DICOM_Attribute_Get(
-        handle, root, list, record->group, static_cast<unsigned short>(record->element >> 8), 0);
-    // Group FFFF would match any, but is a group of its own here.
-    if (found == nullptr || found->group != record->group || found->data == nullptr ||
-        found->size <= 0) {
-        return false;
+    const Trace_Scope trace(handle, Trace_Step, "Lib_DICOM: DICOM_Attribute_Complement()");
+    const Creators creators(list);
+    for (DICOM_List* record = list; record != nullptr; record = record->next) {
+        Trace(handle, Trace_Step, "-> DICOM_Attribute_Complement(%04x,%04x)", record->group,
+              record->element);
+        Complete_Record(handle, creators, record);
+        For_Each_Item(handle, root, record,
+                      [=](DICOM_List** item) { Complete_List(handle, root, *item); });
     }
-    const std::size_t size = std::min(static_cast<std::size_t>(found->size), Creator_Size);
-    std::memcpy(creator, found->data, size);
-    creator[size] = '\0';
-    Str_Strip_Spaces(creator);
-    return true;
 }
 
 }  // namespace
 
 int DICOM_Attribute_Complement(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    const Trace_Scope trace(handle, Trace_Step, "Lib_DICOM: DICOM_Attribute_Complement()");
-    for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        Trace(handle, Trace_Step, "-> DICOM_Attribute_Complement(%04x,%04x)", record->group,
-              record->element);
-        Complete_Record(handle, root, list, record);
-        For_Each_Item(handle, root, record,
-                      [=](DICOM_List** item) { DICOM_Attribute_Complement(handle, root, *item); });
-    }
-    return 0;
+    return Guarded(handle, 0, [=] {
+        Complete_List(handle, root, list);
+        return 0;
+    });
 }
 
 int DICOM_Attribute_Complement_Private(HWND handle, DICOM_Root* root, DICOM_List* list,
@@ -152,15 +209,12 @@ int DICOM_Attribute_Complement_Private(HWND handle, DICOM_Root* root, DICOM_List
     const Trace_Scope trace(handle, Trace_Entry,
                             "Lib_DICOM: DICOM_Attribute_Complement_Private(%04x,%04x)",
                             record->group, record->element);
-    if (record->element >= 0x0010 && record->element <= 0x00FF) {
-        DICOM_Attribute_Complement_Tag(handle, record, VR_LO, "Private Creator Data Element");
-    } else if (record->element >= 0x1000) {
-        char creator[Creator_Size + 1];
-        if (Find_Creator(handle, root, list, record, creator) &&
-            DICOM_Module_Read_Private(handle, creator, record) == 0) {
-            DICOM_Attribute_Complement_Tag(handle, record, Keep_VR, "%s", creator);
-        }
-    }
+    Complete_Private(handle, record, [=](unsigned short block) -> const DICOM_List* {
+        const DICOM_List* const found =
+            DICOM_Attribute_Get(handle, root, list, record->group, block, 0);
+        // Group FFFF would match any, but is a group of its own here.
+        return found != nullptr && found->group == record->group ? found : nullptr;
+    });
     return 1;
 }
 
