@@ -3,6 +3,7 @@
 // caches: typed values, module and private definitions, dictionary, callbacks, module tables.
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>
+#include <Lib_DICOM/read.h>
 
 #include "frame/report.h"
 #include "values/result_ring.h"
@@ -12,6 +13,7 @@ using namespace lib_dicom;
 void DICOM_Lib_Cleanup(void)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Lib_Cleanup()");
+    NEMA_Value_Cleanup();
     NEMA_db_Cleanup();
     Result_Ring_Cleanup();
 }

@@ -1,8 +1,9 @@
 /**
  * @file read.h
- * Reading from an open file or a memory image: primitive reads and data element headers.
+ * Reading from an open file or a memory image: primitive reads, data element headers, and the values
+ * of records in typed form.
  *
- * Every read names its source by the same five arguments, in this order:
+ * Every primitive read names its source by the same five arguments, in this order:
  *   - handle: the window handle for messages;
  *   - source: 1 for a file descriptor opened for binary reading, any other value for memory;
  *   - where:  the descriptor, or the address of a position counter (see NEMA_Position_New);
@@ -13,6 +14,7 @@
 #define LIB_DICOM_READ_H
 
 #include <Lib_DICOM/frame.h>
+#include <Lib_DICOM/values.h>
 
 /** `source` of a read from a file descriptor. */
 inline constexpr int NEMA_Source_File = 1;
@@ -127,5 +129,60 @@ LIB_DICOM_API int NEMA_Get_Data_Element_Fuji(HWND handle, int source, int where,
                                              unsigned char mode, unsigned short* group,
                                              unsigned short* element, unsigned short* vr,
                                              int* length, int file_size);
+
+/* ---- typed values ---- */
+
+/**
+ * The value of a record in typed form; `vm` of the record receives the number of values.
+ *
+ * A value of more than 1024 bytes that was left in the source (`data` null) is fetched first, and
+ * stays in the record; names, dates and times are never fetched. The source is the one that the
+ * settings tell: with `DICOM_Lib_File_Source` 1 the file named by `DICOM_Lib_File_Name`, else the
+ * memory image that starts at `DICOM_Lib_File_Name`, which has to hold the value as a whole.
+ *
+ * Results belong to the library. One is valid until the 128th further call of the same function, or
+ * NEMA_Value_Cleanup. NEMA_Value_Name uses the memory of the strings too, so that it may overwrite
+ * a result of NEMA_Value_Str.
+ *
+ * The VRs in brackets are accepted while `DICOM_Flag_Current_Standard` is set.
+ *
+ * @param vr  the VR to read the value as; 0 for that of the record
+ * @return null for an empty or missing value, after a message for a VR that does not fit and for a
+ *         value that could not be fetched
+ */
+
+/**
+ * Strings, nothing trimmed: one per value of AE, CS, LO, SH, UI [UC]; the whole value of AS, LT,
+ * OB, ST, UN, UT [UR].
+ */
+LIB_DICOM_API char** NEMA_Value_Str(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/**
+ * Integers from DS, IS, SL, UL, AT, SS, US, UH, OW [OL, SV, UV], and from RT by its size. Decimals
+ * are truncated, numbers outside 32 bits become the nearest limit; UL [OL] and AT give the 32 bits as
+ * they are, so that a large UL comes out negative.
+ */
+LIB_DICOM_API int* NEMA_Value_Int(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/** Floats from DS, IS, FL, FD [OF, OD]. */
+LIB_DICOM_API float* NEMA_Value_Float(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/** The `size` bytes of OB, OW, OX, UN [OD, OF, OL, OV] in the record's byte order. */
+LIB_DICOM_API unsigned char* NEMA_Value_Hex(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/** Names from PN. A name with fewer components than one before it takes over the missing ones. */
+LIB_DICOM_API OrisWare_Name* NEMA_Value_Name(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/** The date of DA or DT. */
+LIB_DICOM_API OrisWare_Date* NEMA_Value_Date(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/**
+ * The time of TM or DT. The UTC offset of a DT is added. A DT with dots in its date gives the
+ * record that the slot holds already.
+ */
+LIB_DICOM_API OrisWare_Time* NEMA_Value_Time(HWND handle, DICOM_List* tag, unsigned short vr);
+
+/** Releases all results of typed extraction. */
+LIB_DICOM_API void NEMA_Value_Cleanup(void);
 
 #endif

@@ -4,9 +4,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
+#include <filesystem>
 
+#include <fcntl.h>
 #if defined(_WIN32)
 #include <io.h>
+#include <share.h>
 #else
 #include <unistd.h>
 #endif
@@ -19,6 +23,11 @@ namespace {
 constexpr std::size_t Block_Size = 0x10000;
 
 #if defined(_WIN32)
+
+int System_Open(const wchar_t* name)
+{
+    return _wsopen(name, _O_RDONLY | _O_BINARY | _O_NOINHERIT, _SH_DENYNO);
+}
 
 std::ptrdiff_t System_Read(int descriptor, void* out, std::size_t size)
 {
@@ -37,6 +46,13 @@ void System_Close(int descriptor)
 }
 
 #else
+
+int System_Open(const wchar_t* name)
+{
+    // From char32_t the path becomes UTF-8; from wchar_t it would follow the process's locale.
+    const std::filesystem::path path(std::u32string(name, name + std::wcslen(name)));
+    return open(path.c_str(), O_RDONLY | O_CLOEXEC);
+}
 
 std::ptrdiff_t System_Read(int descriptor, void* out, std::size_t size)
 {
@@ -63,6 +79,21 @@ std::ptrdiff_t Read_Once(int descriptor, std::span<unsigned char> out)
         count = System_Read(descriptor, out.data(), out.size());
     } while (count < 0 && errno == EINTR);
     return count;
+}
+
+int Open(const wchar_t* name)
+{
+    if (name == nullptr) {
+        errno = ENOENT;
+        return -1;
+    }
+    try {
+        return System_Open(name);
+    } catch (const std::filesystem::filesystem_error&) {
+        // The name holds what no path of this system can.
+        errno = EILSEQ;
+        return -1;
+    }
 }
 
 }  // namespace
@@ -136,6 +167,22 @@ bool File_Source::Seek(long long position)
 void File_Source::Close()
 {
     System_Close(descriptor_);
+}
+
+Opened_File::Opened_File(const wchar_t* name) : descriptor_(Open(name))
+{
+}
+
+Opened_File::~Opened_File()
+{
+    if (descriptor_ >= 0) {
+        System_Close(descriptor_);
+    }
+}
+
+long long Opened_File::Size() const
+{
+    return System_Seek(descriptor_, 0, SEEK_END);
 }
 
 std::span<const unsigned char> Memory_Source::Rest() const

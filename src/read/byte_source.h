@@ -92,6 +92,27 @@ private:
     std::vector<unsigned char> block_;
 };
 
+/** A file that the library itself opens for binary reading, for as long as the object lives. */
+class Opened_File {
+public:
+    /** @param name  the path; where the system's paths are bytes it is converted to UTF-8 */
+    explicit Opened_File(const wchar_t* name);
+    Opened_File(const Opened_File&) = delete;
+    Opened_File& operator=(const Opened_File&) = delete;
+    ~Opened_File();
+
+    /** -1 when the file could not be opened. */
+    int Descriptor() const
+    {
+        return descriptor_;
+    }
+    /** The size in bytes, -1 after a system error. Moves to the end. */
+    long long Size() const;
+
+private:
+    int descriptor_;
+};
+
 /** A memory image with the caller's position counter, a signed 32-bit offset. */
 class Memory_Source final : public Byte_Source {
 public:

@@ -1,0 +1,127 @@
+#include "read/deferred_value.h"
+
+#include "frame/c_memory.h"
+#include "read/byte_source.h"
+
+#include <cerrno>
+#include <iterator>
+
+namespace lib_dicom {
+
+namespace {
+
+constexpr int Longest_Loaded = 1024;
+
+/** Reports a system error about the file; errno is that of the failed call. */
+template <class... Args>
+bool Fail(HWND handle, Place place, const char* text, Args... args)
+{
+    const int error = errno;
+    Report_Error(handle, Placed_Text(text, place.file, place.line), args...);
+    Error_Fct(handle, Severity_Error, "%ls", Error_Perror(error));
+    return false;
+}
+
+bool Fail_With_Name(HWND handle, const wchar_t* name)
+{
+    Error_Fct(handle, Severity_Error, "file: (%ls)", name);
+    return false;
+}
+
+bool Fail_At_End(HWND handle, Place place, long long count, int size, const wchar_t* name)
+{
+    Report_Error(
+        handle,
+        Placed_Text("End of File while reading: (%d /vs/ %d) (%ls)", place.file, place.line),
+        static_cast<int>(count), size, name);
+    return false;
+}
+
+/** Gives the record room for its value. */
+bool Allocate(HWND handle, DICOM_List& tag, Place place)
+{
+    tag.data =
+        C_Calloc<unsigned char>(handle, static_cast<std::size_t>(tag.size), "tag->data", place)
+            .release();
+    return tag.data != nullptr;
+}
+
+std::span<unsigned char> Value_Bytes(const DICOM_List& tag)
+{
+    return {tag.data, static_cast<std::size_t>(tag.size)};
+}
+
+bool Fetch_From_File(HWND handle, DICOM_List& tag, Place place)
+{
+    const Opened_File opened(DICOM_Lib_File_Name);
+    File_Source file(opened.Descriptor(), DICOM_Lib_File_Name);
+    if (opened.Descriptor() < 0) {
+        Fail(handle, place, "\361\004ERROR:\002 Unable to open file");
+        return Fail_With_Name(handle, file.Name());
+    }
+    const long long file_size = opened.Size();
+    if (file_size < 0 || !file.Seek(tag.data_pos)) {
+        Fail(handle, place, "\361\004ERROR:\002 while seeking pos %ld",
+             static_cast<long>(tag.data_pos));
+        return Fail_With_Name(handle, file.Name());
+    }
+    if (tag.size > file_size) {
+        // A length field alone must not make the library allocate more than the file holds.
+        const long long rest = std::max(file_size - static_cast<long long>(tag.data_pos), 0LL);
+        return Fail_At_End(handle, place, rest, tag.size, file.Name());
+    }
+    if (!Allocate(handle, tag, place)) {
+        return false;
+    }
+    const std::ptrdiff_t count = file.Take(Value_Bytes(tag));
+    if (count < 0) {
+        return Fail(handle, place, "Error reading file %ls", file.Name());
+    }
+    return count == tag.size || Fail_At_End(handle, place, count, tag.size, file.Name());
+}
+
+/** The next of the positions that the library keeps for reads from a memory image. */
+int& Next_Position()
+{
+    constexpr unsigned int Positions = std::size(File_Work_File_Pos);
+    const unsigned int next = (static_cast<unsigned int>(File_Work_File_Count) + 1) % Positions;
+    File_Work_File_Count = static_cast<int>(next);
+    return File_Work_File_Pos[next];
+}
+
+bool Fetch_From_Image(HWND handle, DICOM_List& tag, Place place)
+{
+    // The size of the image is not known here; positions in it have 32 bits.
+    constexpr long long End = std::numeric_limits<int>::max();
+    if (DICOM_Lib_File_Name == nullptr || tag.data_pos > End - tag.size) {
+        return Fail_At_End(handle, place, 0, tag.size, L"memory image");
+    }
+    if (!Allocate(handle, tag, place)) {
+        return false;
+    }
+    int& position = Next_Position();
+    position = static_cast<int>(tag.data_pos);
+    Memory_Source(&position, DICOM_Lib_File_Name, 0).Take(Value_Bytes(tag));
+    return true;
+}
+
+}  // namespace
+
+bool Is_Deferred(const DICOM_List& tag)
+{
+    return tag.data == nullptr && tag.size > Longest_Loaded;
+}
+
+bool Fetch_Deferred_Value(HWND handle, DICOM_List& tag, Place place)
+{
+    Trace(handle, Trace_1, "Reading missing: %d bytes at %u", tag.size, tag.data_pos);
+    return Guarded(
+        handle, false,
+        [&] {
+            return DICOM_Lib_File_Source == NEMA_Source_File ? Fetch_From_File(handle, tag, place)
+                                                             : Fetch_From_Image(handle, tag, place);
+        },
+        place);
+}
+
+}  // namespace lib_dicom
