@@ -104,7 +104,7 @@ bool Fill(std::optional<Value>& part, std::optional<Value> value)
     return true;
 }
 
-/** Years of two digits: before 1960 there are no digital images, hence these are 2000 to 2059. */
+/** Years of two digits are 1960 to 2059, as in the repair of six-digit DA values. */
 std::optional<int> Take_Year_Of_Century(std::string_view& text)
 {
     const std::optional<int> year = Take_Number(text, 2);
