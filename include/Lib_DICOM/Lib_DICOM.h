@@ -5,6 +5,7 @@
 #ifndef LIB_DICOM_LIB_DICOM_H
 #define LIB_DICOM_LIB_DICOM_H
 
+#include <Lib_DICOM/add.h>
 #include <Lib_DICOM/attributes.h>
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>

@@ -60,6 +60,42 @@ LIB_DICOM_API DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, 
 LIB_DICOM_API int DICOM_Attribute_Copy(HWND handle, DICOM_Root* root, DICOM_List** target,
                                        DICOM_List* source);
 
+/**
+ * Creates an attribute from C values, at its place in ascending order. One that exists with a value
+ * is left as it is.
+ *
+ * With a positive `nb_arg` the values follow as arguments of their own; with a negative one a
+ * pointer to an array of as many values follows. 0 makes an attribute without a value.
+ *
+ *   VR               each argument                         array of
+ *   AE CS LO SH UC   const char*                           const char*
+ *   PN UI            const char* (several UIDs: one text   -
+ *                    with backslashes)
+ *   AS LT ST UT UR   const char*, one only                 -
+ *   IS SL UL OL      int                                   int
+ *   SS               short                                 short
+ *   US OW            unsigned short                        unsigned short
+ *   AT               unsigned short, group and element     -
+ *   OB               unsigned char                         unsigned char
+ *   DS               const float*                          float
+ *   FL OF            the bits of a float, unsigned int     float
+ *   FD OD            double                                double
+ *   OV SV UV         64-bit integer                        64-bit integer
+ *   DA               const OrisWare_Date*                  OrisWare_Date
+ *   TM               const OrisWare_Time*                  OrisWare_Time
+ *   DT               const OrisWare_Date* and              two arrays
+ *                    const OrisWare_Time*
+ *   SQ               unsigned short, marks for `flags`     -
+ *
+ * OD, OF, OL, OV, SV, UC, UR and UV are known while `DICOM_Flag_Current_Standard` is set. <add.h>
+ * has a typed form.
+ *
+ * @return the head of the list
+ */
+LIB_DICOM_API DICOM_List* DICOM_Attribute_Add(HWND handle, DICOM_Root* root, DICOM_List** list,
+                                              unsigned short group, unsigned short element,
+                                              unsigned short vr, int nb_arg, ...);
+
 /* ---- removing ---- */
 
 /**
