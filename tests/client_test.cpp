@@ -585,6 +585,31 @@ std::vector<std::string> Fields(const std::string& line)
     return fields;
 }
 
+/** Extracts every value in every typed form, and returns how many forms gave a result. */
+int Extract_All(const std::string& bytes)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    const Data_Set set = Read(bytes, findings);
+    // Values that were left in the source are fetched from the image that the settings name.
+    auto* const image = const_cast<unsigned char*>(set.source->Image());
+    DICOM_Lib_File_Name = reinterpret_cast<wchar_t*>(image);
+    DICOM_Lib_File_Source = NEMA_Source_Memory;
+    int results = 0;
+    For_Each_Record(set.records.Head(), [&](DICOM_List& record) {
+        results += NEMA_Value_Str(nullptr, &record, 0) != nullptr ? 1 : 0;
+        results += NEMA_Value_Int(nullptr, &record, 0) != nullptr ? 1 : 0;
+        results += NEMA_Value_Float(nullptr, &record, 0) != nullptr ? 1 : 0;
+        results += NEMA_Value_Hex(nullptr, &record, 0) != nullptr ? 1 : 0;
+        results += NEMA_Value_Name(nullptr, &record, 0) != nullptr ? 1 : 0;
+        results += NEMA_Value_Date(nullptr, &record, 0) != nullptr ? 1 : 0;
+        results += NEMA_Value_Time(nullptr, &record, 0) != nullptr ? 1 : 0;
+    });
+    DICOM_Lib_File_Name = nullptr;
+    NEMA_Value_Cleanup();
+    return results;
+}
+
 TEST(Samples, AgreeWithTheirManifestAndMendToThemselves)
 {
     const char* const folder = std::getenv("LIB_DICOM_SAMPLES");
@@ -612,6 +637,7 @@ TEST(Samples, AgreeWithTheirManifestAndMendToThemselves)
             EXPECT_EQ(std::to_string(Elements_Of(bytes).size()), total);
             ++compared;
         }
+        EXPECT_GT(Extract_All(bytes), 0);
         const Mended once = Mend_Bytes(bytes);
         ASSERT_TRUE(once.done) << once.findings;
         const Mended twice = Mend_Bytes(once.bytes);

@@ -2,6 +2,7 @@
 
 #include "terminal.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -94,6 +95,64 @@ std::string Numbers_Text(const DICOM_List& record, const Bytes& value, std::size
     return text;
 }
 
+std::string Date_Text(const char* text)
+{
+    OrisWare_Date date = {};
+    const bool known = Date_From_DICOM(&date, text) != 0;
+    const char* const shown = known ? Date_2_Str(&date) : text;
+    Date_Free(&date);
+    return shown != nullptr ? shown : text;
+}
+
+std::string Time_Text(const char* text)
+{
+    OrisWare_Time time = {};
+    const bool known = Time_From_DICOM(&time, text) != 0;
+    const char* const shown = known ? Time_2_Str(&time) : text;
+    Time_Free(&time);
+    return shown != nullptr ? shown : text;
+}
+
+std::string Name_Text(const char* text)
+{
+    OrisWare_Name name = {};
+    const bool known = Name_From_DICOM(&name, text) != 0;
+    const char* const shown = known ? Name_2_Str(&name) : text;
+    Name_Free(&name);
+    return shown != nullptr ? shown : text;
+}
+
+/** Shows each of several values in the form for people. */
+std::string Each_Value(const std::string& text, std::string (*shown)(const char*))
+{
+    std::string all;
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t end = std::min(text.find('\\', start), text.size());
+        all += shown(text.substr(start, end - start).c_str());
+        if (end == text.size()) {
+            return all;
+        }
+        all += '\\';
+        start = end + 1;
+    }
+}
+
+/** A text value for people: dates, times and names in their own forms. */
+std::string Shown_Text(unsigned short vr, const std::string& text)
+{
+    switch (vr) {
+    case VR_DA:
+        return Each_Value(text, &Date_Text);
+    case VR_TM:
+        return Each_Value(text, &Time_Text);
+    case VR_PN:
+        return Each_Value(text, &Name_Text);
+    default:
+        return text;
+    }
+}
+
 std::string Count_Text(int count, const char* one, const char* many)
 {
     return std::to_string(count) + " " + (count == 1 ? one : many);
@@ -130,7 +189,7 @@ std::string Value_Text(const dicom_client::Data_Set& set, const DICOM_List& reco
     }
     const Bytes value = set.Value(record, Shown_Bytes);
     if (Is_Text(vr)) {
-        return Printable(dicom_client::Trimmed(value));
+        return Printable(Shown_Text(vr, dicom_client::Trimmed(value)));
     }
     const std::size_t width = Number_Width(vr);
     return width != 0 ? Numbers_Text(record, value, width) : Hexadecimal(value);
