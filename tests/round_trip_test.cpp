@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -12,6 +13,7 @@
 #include <numeric>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -182,6 +184,12 @@ TEST_F(Round_Trips, Numbers)
     Round_Trip_Numbers<unsigned short>(VR_US, &NEMA_Value_Int);
     Round_Trip_Numbers<float>(VR_FL, &NEMA_Value_Float);
     Round_Trip_Numbers<double>(VR_FD, &NEMA_Value_Float);
+    Round_Trip_Numbers<short>(VR_OW, &NEMA_Value_Int);
+    Round_Trip_Numbers<int>(VR_OL, &NEMA_Value_Int);
+    Round_Trip_Numbers<std::int64_t>(VR_SV, &NEMA_Value_Int);
+    Round_Trip_Numbers<std::int64_t>(VR_UV, &NEMA_Value_Int);
+    Round_Trip_Numbers<float>(VR_OF, &NEMA_Value_Float);
+    Round_Trip_Numbers<double>(VR_OD, &NEMA_Value_Float);
     Round_Trip_Numbers<int>(VR_IS, &NEMA_Value_Int);
     Round_Trip_Numbers<float>(VR_DS, &NEMA_Value_Float);
 }
@@ -247,6 +255,33 @@ TEST_F(Round_Trips, Texts)
                     }
                 });
         }
+    }
+}
+
+TEST_F(Round_Trips, ValuesOfOneForm)
+{
+    Round_Trip(
+        [](DICOM_Root* root, DICOM_List** list) {
+            DICOM_Attribute_Add(nullptr, root, list, Group, Element, VR_AT, 2, 0x0018, 0x1063);
+        },
+        [](DICOM_List& record) {
+            const int* const tags = NEMA_Value_Int(nullptr, &record, VR_AT);
+            ASSERT_NE(tags, nullptr);
+            // An AT is two numbers of 16 bits; as one of 32 it depends on the byte order.
+            const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0;
+            EXPECT_EQ(tags[0], is_big ? 0x00181063 : 0x10630018);
+        });
+    for (const auto& [vr, text] :
+         {std::pair(VR_UI, "1.2.840.10008.1.2"), std::pair(VR_AS, "045Y")}) {
+        Round_Trip(
+            [vr = vr, text = text](DICOM_Root* root, DICOM_List** list) {
+                DICOM_Attribute_Add(nullptr, root, list, Group, Element, vr, 1, text);
+            },
+            [vr = vr, text = text](DICOM_List& record) {
+                char** const values = NEMA_Value_Str(nullptr, &record, vr);
+                ASSERT_NE(values, nullptr);
+                EXPECT_EQ(Without_Padding(values[0]), text);
+            });
     }
 }
 
