@@ -78,14 +78,14 @@ TEST_F(Add, StoresTextsOfEachForm)
     const char* const texts[] = {"A", "", "BC"};
     Expect("A\\\\BC ", [](List& l) { l.Add(VR_LO, 3, "A", "", "BC"); });
     Expect("A\\\\BC ", [&](List& l) { l.Add(VR_LO, -3, texts); });
-    Expect("A\\\\BC ", [](List& l) { l.Builder().Texts(Group, Element, VR_LO, {"A", "", "BC"}); });
+    Expect("A\\\\BC ", [](List& l) { l.Builder().Texts<VR_LO>(Group, Element, {"A", "", "BC"}); });
     Expect(
         "one ", [](List& l) { l.Add(VR_ST, 2, "one", "two"); },
         "VR=Text: only 1 value accepted (nb_arg=2 != 1)");
     Expect("1.2.3\0"s, [](List& l) { l.Add(VR_UI, 1, "1.2.3"); });
     Expect("1.23.4", [](List& l) { l.Add(VR_UI, 2, "1.2", "3.4"); });
     Expect("1.2\\3.4\0"s, [](List& l) {
-        l.Builder().Texts(Group, Element, VR_UI, {"1.2", "3.4"});
+        l.Builder().Texts<VR_UI>(Group, Element, {"1.2", "3.4"});
     });
     Expect(
         "A^B\\C ", [](List& l) { l.Add(VR_PN, -2, "A^B", "C"); },
@@ -105,7 +105,7 @@ TEST_F(Add, StoresNumbersAsTexts)
     Expect("1 ", [&](List& l) { l.Add(VR_DS, 1, &below_one); });
     Expect("-0.9999999", [&](List& l) { l.Add(VR_DS, 1, &minus_below_one); });
     Expect("0 ", [&](List& l) { l.Add(VR_DS, 1, &minus_zero); });
-    Expect("-7\\12 ", [&](List& l) { l.Builder().Ints(Group, Element, VR_IS, ints); });
+    Expect("-7\\12 ", [&](List& l) { l.Builder().Ints<VR_IS>(Group, Element, ints); });
     Expect("-7\\12 ", [](List& l) { l.Add(VR_IS, 2, -7, 12); });
 }
 
@@ -121,7 +121,7 @@ TEST_F(Add, StoresBinaryNumbers)
     Expect("\4\3\2\1"s, [](List& l) { l.Add(VR_UL, 1, 0x01020304); });
     Expect("\xFF\xFF\xFF\xFF"s, [](List& l) { l.Add(VR_SL, 1, -1); });
     Expect("\0\0\x80\x3F"s, [&](List& l) { l.Add(VR_FL, 1, std::bit_cast<unsigned int>(one)); });
-    Expect("\0\0\x80\x3F"s, [&](List& l) { l.Builder().Floats(Group, Element, VR_FL, {&one, 1}); });
+    Expect("\0\0\x80\x3F"s, [&](List& l) { l.Builder().Floats<VR_FL>(Group, Element, {&one, 1}); });
     Expect("\0\0\0\0\0\0\xF0\x3F"s, [](List& l) { l.Add(VR_FD, 1, 1.0); });
     Expect("\x10\0\x20\0"s, [](List& l) { l.Builder().Tag(Group, Element, 0x0010, 0x0020); });
     Expect(
@@ -130,7 +130,7 @@ TEST_F(Add, StoresBinaryNumbers)
     DICOM_Flag_Current_Standard = 1;
     const std::int64_t wide = -2;
     Expect("\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, [&](List& l) {
-        l.Builder().Longs(Group, Element, VR_SV, {&wide, 1});
+        l.Builder().Longs<VR_SV>(Group, Element, {&wide, 1});
     });
 }
 
@@ -188,9 +188,9 @@ TEST_F(Add, LeavesAnExistingValueAndOpensSequences)
     EXPECT_EQ(list.Value(), "old ");
     DICOM_Builder builder = list.Builder();
     builder.Open_Sequence(0x0008, 0x1140);
-    builder.Text(0x0008, 0x1155, VR_UI, "1.2");
+    builder.Text<VR_UI>(0x0008, 0x1155, "1.2");
     builder.Next_Item();
-    builder.Text(0x0008, 0x1155, VR_UI, "1.3");
+    builder.Text<VR_UI>(0x0008, 0x1155, "1.3");
     builder.Close_Sequence();
     ASSERT_EQ(list.head->element, 0x1140);
     ASSERT_EQ(list.head->nb_item, 2);

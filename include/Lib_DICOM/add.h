@@ -5,8 +5,10 @@
  * it is the caller's C++ code, so that it may throw std::bad_alloc where a text has to be copied.
  *
  *     DICOM_Builder builder(handle, &root, &list);
- *     builder.Text(0x0010, 0x0010, VR_PN, "Doe^Jane");
- *     builder.Shorts(0x0028, 0x0010, VR_US, {{512}});
+ *     builder.Text<VR_PN>(0x0010, 0x0010, "Doe^Jane");
+ *     builder.Shorts<VR_US>(0x0028, 0x0010, rows);
+ *
+ * The VR is a template argument, so that the compiler refuses values that it does not take.
  */
 #ifndef LIB_DICOM_ADD_H
 #define LIB_DICOM_ADD_H
@@ -20,6 +22,13 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+/** Tells whether a VR is one of several. */
+template <class... VRs>
+constexpr bool DICOM_Is_Any_VR(unsigned short vr, VRs... allowed)
+{
+    return ((vr == allowed) || ...);
+}
 
 /** Adds attributes to one list; the context says in which item. */
 class DICOM_Builder {
@@ -35,16 +44,22 @@ public:
         return DICOM_Attribute_Add(handle_, root_, list_, group, element, vr, 0);
     }
     /** One text: AE, AS, CS, LO, LT, PN, SH, ST, UC, UI, UR, UT. */
-    DICOM_List* Text(unsigned short group, unsigned short element, unsigned short vr,
-                     std::string_view text) const
+    template <unsigned short vr>
+    DICOM_List* Text(unsigned short group, unsigned short element, std::string_view text) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_AE, VR_AS, VR_CS, VR_LO, VR_LT, VR_PN, VR_SH, VR_ST,
+                                      VR_UC, VR_UI, VR_UR, VR_UT),
+                      "the VR takes other values");
         return DICOM_Attribute_Add(handle_, root_, list_, group, element, vr, 1,
                                    std::string(text).c_str());
     }
     /** Several texts with backslashes between them, also for UI. */
-    DICOM_List* Texts(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Texts(unsigned short group, unsigned short element,
                       std::span<const std::string_view> texts) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_AE, VR_CS, VR_LO, VR_PN, VR_SH, VR_UC, VR_UI),
+                      "the VR takes other values");
         if (texts.empty()) {
             return Empty(group, element, vr);
         }
@@ -52,46 +67,61 @@ public:
         for (const std::string_view text : texts.subspan(1)) {
             joined.append("\\").append(text);
         }
-        return Text(group, element, vr, joined);
+        return Text<vr>(group, element, joined);
     }
-    DICOM_List* Texts(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Texts(unsigned short group, unsigned short element,
                       std::initializer_list<std::string_view> texts) const
     {
-        return Texts(group, element, vr, std::span(texts.begin(), texts.size()));
+        static_assert(DICOM_Is_Any_VR(vr, VR_AE, VR_CS, VR_LO, VR_PN, VR_SH, VR_UC, VR_UI),
+                      "the VR takes other values");
+        return Texts<vr>(group, element, std::span(texts.begin(), texts.size()));
     }
     /** IS, SL, UL, OL. */
-    DICOM_List* Ints(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Ints(unsigned short group, unsigned short element,
                      std::span<const int> values) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_IS, VR_SL, VR_UL, VR_OL), "the VR takes other values");
         return Array(group, element, vr, values);
     }
-    /** US, OW; SS through the cast of its values. */
-    DICOM_List* Shorts(unsigned short group, unsigned short element, unsigned short vr,
+    /** US, OW. */
+    template <unsigned short vr>
+    DICOM_List* Shorts(unsigned short group, unsigned short element,
                        std::span<const unsigned short> values) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_US, VR_OW), "the VR takes other values");
         return Array(group, element, vr, values);
     }
-    DICOM_List* Shorts(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Shorts(unsigned short group, unsigned short element,
                        std::span<const short> values) const
     {
+        static_assert(vr == VR_SS, "the VR takes other values");
         return Array(group, element, vr, values);
     }
     /** OV, SV, UV. */
-    DICOM_List* Longs(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Longs(unsigned short group, unsigned short element,
                       std::span<const std::int64_t> values) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_OV, VR_SV, VR_UV), "the VR takes other values");
         return Array(group, element, vr, values);
     }
     /** DS, FL, OF. */
-    DICOM_List* Floats(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Floats(unsigned short group, unsigned short element,
                        std::span<const float> values) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_DS, VR_FL, VR_OF), "the VR takes other values");
         return Array(group, element, vr, values);
     }
     /** FD, OD. */
-    DICOM_List* Doubles(unsigned short group, unsigned short element, unsigned short vr,
+    template <unsigned short vr>
+    DICOM_List* Doubles(unsigned short group, unsigned short element,
                         std::span<const double> values) const
     {
+        static_assert(DICOM_Is_Any_VR(vr, VR_FD, VR_OD), "the VR takes other values");
         return Array(group, element, vr, values);
     }
     /** OB. */
@@ -116,8 +146,8 @@ public:
             const char* const text = Name_2_DICOM(&name);
             texts.emplace_back(text != nullptr ? text : "");
         }
-        return Texts(group, element, VR_PN,
-                     std::vector<std::string_view>(texts.begin(), texts.end()));
+        return Texts<VR_PN>(group, element,
+                            std::vector<std::string_view>(texts.begin(), texts.end()));
     }
     /** DA. */
     DICOM_List* Dates(unsigned short group, unsigned short element,
