@@ -87,7 +87,8 @@ public:
 private:
     static std::string Path()
     {
-        return testing::TempDir() + "round_trip_test.dcm";
+        // The tests of this file may run side by side, each in a process of its own.
+        return testing::TempDir() + "round_trip_test_" + std::to_string(getpid());
     }
 
     std::string bytes_;
