@@ -2,9 +2,18 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 namespace dicom_client {
+
+namespace {
+
+/** Bytes of the source that a value can have; its length may claim more. */
+std::size_t Room_Behind(const Source& source, const DICOM_List& record)
+{
+    return static_cast<std::size_t>(std::max<std::int64_t>(source.Size() - record.data_pos, 0));
+}
+
+}  // namespace
 
 Record_List::~Record_List()
 {
@@ -50,10 +59,11 @@ Bytes Data_Set::Value(const DICOM_List& record, std::size_t most) const
     if (record.size <= 0) {
         return value;
     }
-    value.resize(std::min(static_cast<std::size_t>(record.size), most));
+    const std::size_t size = std::min(static_cast<std::size_t>(record.size), most);
     if (record.data != nullptr) {
-        std::memcpy(value.data(), record.data, value.size());
+        value.assign(record.data, record.data + size);
     } else {
+        value.resize(std::min(size, Room_Behind(*source, record)));
         value.resize(source->Read(record.data_pos, value));
     }
     return value;
@@ -99,6 +109,9 @@ bool Data_Set::Load(DICOM_List& record) const
         return true;
     }
     const auto size = static_cast<std::size_t>(record.size);
+    if (size > Room_Behind(*source, record)) {
+        return false;
+    }
     auto* const data = static_cast<unsigned char*>(std::malloc(size));
     if (data == nullptr || source->Read(record.data_pos, {data, size}) != size) {
         std::free(data);

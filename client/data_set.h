@@ -117,6 +117,13 @@ inline bool Is_Delimiter(const DICOM_List& record)
     return record.group == 0xFFFE;
 }
 
+/** Tells whether the bytes of a record are a value, and not those of the records inside it. */
+inline bool Has_Value(const DICOM_List& record)
+{
+    const bool is_fragment = Is_Delimiter(record) && VR_Of(record) == VR_OB;
+    return record.size >= 0 && VR_Of(record) != VR_SQ && (!Is_Delimiter(record) || is_fragment);
+}
+
 inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
 
 struct Data_Set {
@@ -131,7 +138,7 @@ struct Data_Set {
     bool too_deep = false;
     /** Transfer syntax as it stands in group 0002; empty when it does not. */
     std::string declared_syntax;
-    /** Transfer syntax that the bytes have. */
+    /** Transfer syntax that the bytes have; empty when pixel data are in one that is not known. */
     std::string syntax;
     Encoding encoding;
 

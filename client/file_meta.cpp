@@ -77,7 +77,7 @@ std::string Make_UID(const Data_Set& set)
     std::uint64_t high = 14695981039346656037ULL;
     std::uint64_t low = 1469598103934665603ULL;
     For_Each_Record(set.records.Head(), [&](const DICOM_List& record) {
-        for (const unsigned char byte : set.Value(record)) {
+        for (const unsigned char byte : Has_Value(record) ? set.Value(record) : Bytes()) {
             high = (high ^ byte) * Prime;
             low = (low ^ (byte + 1U)) * Prime;
         }

@@ -26,11 +26,11 @@ Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax)
         break;
     }
     Encoding encoding = set.encoding;
-    if (encoding.encapsulated) {
-        // Encapsulated pixel data exists in explicit VR little endian only (PS3.5 section A.4).
+    if (encoding.encapsulated || encoding.deflated) {
+        // Both exist in explicit VR little endian only (PS3.5 sections A.4 and A.5).
         encoding.explicit_vr = true;
         encoding.big_endian = false;
-        encoding.deflated = false;
+        encoding.deflated = encoding.deflated && !encoding.encapsulated;
     } else if (encoding.big_endian) {
         // There is no transfer syntax for implicit VR big endian.
         encoding.explicit_vr = true;
@@ -154,6 +154,10 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
         findings.Add(Level::Error, "sequences nest deeper than nine levels, which cannot be kept");
         return false;
     }
+    if (set.syntax.empty()) {
+        findings.Add(Level::Error, "pixel data in an unknown transfer syntax cannot be written");
+        return false;
+    }
     if (set.encoding.encapsulated && options.syntax != Output_Syntax::Keep) {
         findings.Add(Level::Error, "compressed pixel data (" + set.syntax +
                                        ") cannot be written in another transfer syntax");
@@ -206,7 +210,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     Settle_VRs(set, findings);
     Repair_Values(set, set.records.Head(), findings);
     Sort_Records(set.records, findings);
-    Remove_Unwanted(set.records, options.drop_private, findings);
+    Remove_Unwanted(set.records, options.drop_private, options.group_lengths, findings);
     if (set.records.Head() == nullptr) {
         findings.Add(Level::Error, "nothing is left to write");
         return false;

@@ -169,7 +169,7 @@ void Settle_Pixel_Syntax(Data_Set& set, Findings& findings)
     const std::string_view guess = Guess_Pixel_Syntax(frame);
     if (has_fragments) {
         set.encoding.encapsulated = true;
-        set.syntax = guess.empty() ? std::string(Explicit_Little_UID) : std::string(guess);
+        set.syntax = guess;
         findings.Add(guess.empty() ? Level::Error : Level::Change, *pixels,
                      guess.empty() ? "pixel data is encapsulated in an unknown transfer syntax"
                                    : "pixel data is encapsulated in transfer syntax " + set.syntax);

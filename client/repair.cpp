@@ -135,6 +135,7 @@ struct Trace_Of_Record {
     Tag tag;
     unsigned int pos;
     unsigned short flags;
+    unsigned char depth;
 };
 
 std::vector<Trace_Of_Record> Traces_Of(DICOM_List* list)
@@ -142,13 +143,13 @@ std::vector<Trace_Of_Record> Traces_Of(DICOM_List* list)
     std::vector<Trace_Of_Record> traces;
     For_Each_Record(list, [&](const DICOM_List& record) {
         if (!Is_Delimiter(record)) {
-            traces.push_back({Tag_Of(record), record.pos, record.flags});
+            traces.push_back({Tag_Of(record), record.pos, record.flags, record.depth});
         }
     });
     return traces;
 }
 
-std::string Removal_Reason(const Trace_Of_Record& trace)
+std::string Removal_Reason(const Trace_Of_Record& trace, bool group_lengths)
 {
     if (trace.tag.group == 0xFFFC) {
         return "trailing padding is left out";
@@ -157,7 +158,8 @@ std::string Removal_Reason(const Trace_Of_Record& trace)
         return "removed: the group does not belong in a data set";
     }
     if (trace.tag.element == 0x0000) {
-        return "group length is left out";
+        return group_lengths && trace.depth == 0 ? "group length is written anew"
+                                                 : "group length is left out";
     }
     if ((trace.flags & DICOM_Mark_Invalid) != 0) {
         return "removed: its value is invalid";
@@ -189,16 +191,20 @@ void Report_Empty_Items(DICOM_List* list, Findings& findings)
 }
 
 void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list,
-                    Findings& findings)
+                    bool group_lengths, Findings& findings)
 {
     std::unordered_set<unsigned int> kept;
     for (const Trace_Of_Record& trace : Traces_Of(list)) {
         kept.insert(trace.pos);
     }
     for (const Trace_Of_Record& trace : before) {
-        if (kept.count(trace.pos) == 0) {
-            findings.Add(Level::Change, trace.tag, trace.pos, Removal_Reason(trace));
+        if (kept.count(trace.pos) != 0) {
+            continue;
         }
+        const bool comes_back = group_lengths && trace.depth == 0 && trace.tag.element == 0x0000 &&
+                                trace.tag.group > 0x0002;
+        findings.Add(comes_back ? Level::Info : Level::Change, trace.tag, trace.pos,
+                     Removal_Reason(trace, group_lengths));
     }
 }
 
@@ -212,7 +218,7 @@ void Settle_VRs(Data_Set& set, Findings& findings)
 void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings)
 {
     for (DICOM_List& record : Records(list)) {
-        if (!Is_Streamed(record) && record.size != DICOM_Undefined_Length) {
+        if (!Is_Streamed(record) && Has_Value(record)) {
             Repair_Record(set, record, findings);
         }
         for (int i = 0; Item_Of(record, i) != nullptr && !Is_Streamed(record); ++i) {
@@ -232,10 +238,10 @@ void Remove_Invalid(Record_List& list, Findings& findings)
 {
     const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
     DICOM_Attribute_Remove(nullptr, list.Address(), DICOM_Remove_Deleted);
-    Report_Removed(before, list.Head(), findings);
+    Report_Removed(before, list.Head(), false, findings);
 }
 
-void Remove_Unwanted(Record_List& list, bool drop_private, Findings& findings)
+void Remove_Unwanted(Record_List& list, bool drop_private, bool group_lengths, Findings& findings)
 {
     constexpr unsigned short Any_Element = 0xFFFF;
     const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
@@ -251,7 +257,7 @@ void Remove_Unwanted(Record_List& list, bool drop_private, Findings& findings)
                            DICOM_Remove_Group_Lengths | DICOM_Remove_Deleted |
                                DICOM_Remove_Delimiters | DICOM_Remove_Private);
     Flag_DICOM_Propriatery = keep_private;
-    Report_Removed(before, list.Head(), findings);
+    Report_Removed(before, list.Head(), group_lengths, findings);
 }
 
 }  // namespace dicom_client

@@ -21,8 +21,10 @@ void Remove_Invalid(Record_List& list, Findings& findings);
 /**
  * Removes delimiters, group lengths, invalid and deleted records, and on request private ones;
  * reports every element that goes.
+ *
+ * @param group_lengths  the group lengths of the top level are written anew
  */
-void Remove_Unwanted(Record_List& list, bool drop_private, Findings& findings);
+void Remove_Unwanted(Record_List& list, bool drop_private, bool group_lengths, Findings& findings);
 
 }  // namespace dicom_client
 
