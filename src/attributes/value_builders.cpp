@@ -35,8 +35,12 @@ public:
     {
     }
 
+    /** A value beyond the range of its length is refused like one that there is no memory for. */
     void Add(std::string_view bytes)
     {
+        if (bytes.size() > static_cast<std::size_t>(INT_MAX) - bytes_.size()) {
+            throw std::bad_alloc();
+        }
         bytes_ += bytes;
         *size_ += static_cast<int>(bytes.size());
     }

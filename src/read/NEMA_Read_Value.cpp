@@ -200,7 +200,6 @@ std::int64_t Convert_Signed_Long(unsigned char order, const void* bytes)
 
 template <class Number>
 struct Number_Rule {
-    unsigned short vr;
     /** Reason of leaving. */
     const char* reason;
     /** Width of one binary value; 0 for text. */
@@ -209,6 +208,7 @@ struct Number_Rule {
     Number (*parse)(const char* text);
     /** Reason of refusing a last value that is cut; null when its missing bytes count as zero. */
     const char* refuses_partial;
+    unsigned short vr;
     bool current_only;
 };
 
@@ -219,7 +219,7 @@ constexpr Number_Rule<Number> Binary(unsigned short vr, const char* reason,
     constexpr auto convert = [](unsigned char order, const void* bytes) {
         return Convert<Number>(Get(order, bytes));
     };
-    return {vr, reason, sizeof(Get(0, nullptr)), convert, nullptr, refuses_partial, false};
+    return {reason, sizeof(Get(0, nullptr)), convert, nullptr, refuses_partial, vr, false};
 }
 
 template <class Number, auto Parse>
@@ -228,7 +228,7 @@ constexpr Number_Rule<Number> Text(unsigned short vr, const char* reason)
     constexpr auto parse = [](const char* text) {
         return Convert<Number>(Parse(text));
     };
-    return {vr, reason, 0, nullptr, parse, nullptr, false};
+    return {reason, 0, nullptr, parse, nullptr, vr, false};
 }
 
 template <class Number>
