@@ -339,8 +339,9 @@ void Element_Loop::Settle_Undefined_Length(DICOM_List& record, Nesting::Kind& ki
     } else if (vr == VR_UN) {
         findings_.Add(Level::Change, record, "sequence stored as UN");
         record.vr = VR_SQ;
-    } else if (Next_Is_Item(record.data_pos)) {
-        findings_.Add(Level::Change, record,
+    } else if (Items_Follow(record.data_pos)) {
+        // Where the stream carries no VR there is nothing that could be put right.
+        findings_.Add(record.vr != 0 ? Level::Change : Level::Info, record,
                       "VR=" + VR_Text(vr) + " of undefined length is taken as a sequence");
         record.vr = VR_SQ;
     } else {
@@ -350,13 +351,13 @@ void Element_Loop::Settle_Undefined_Length(DICOM_List& record, Nesting::Kind& ki
     }
 }
 
-bool Element_Loop::Next_Is_Item(std::int64_t position) const
+bool Element_Loop::Items_Follow(std::int64_t position) const
 {
-    std::array<unsigned char, 4> tag = {};
+    std::array<unsigned char, 4> bytes = {};
     const unsigned char order = Mode() & DICOM_Order_Big_Endian;
-    return source_->Read(position, tag) == tag.size() &&
-           Get_UShort(order, tag.data()) == Item_Tag.group &&
-           Get_UShort(order, tag.data() + 2) == Item_Tag.element;
+    const std::size_t size = source_->Read(position, bytes);
+    const Tag tag = {Get_UShort(order, bytes.data()), Get_UShort(order, bytes.data() + 2)};
+    return size == bytes.size() && (tag == Item_Tag || tag == Sequence_End_Tag);
 }
 
 /** A standard sequence whose items fill the value exactly, or whose first one has no length. */

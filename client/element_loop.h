@@ -58,7 +58,7 @@ private:
     void Note_VR(DICOM_List& record);
     void Settle_Undefined_Length(DICOM_List& record, Nesting::Kind& kind);
     bool Is_Sequence_In_UN(const DICOM_List& record) const;
-    bool Next_Is_Item(std::int64_t position) const;
+    bool Items_Follow(std::int64_t position) const;
     bool Keep_Item_End(const DICOM_List& record);
     bool Keep_Sequence_End(const DICOM_List& record);
     bool Insert(DICOM_List& record);

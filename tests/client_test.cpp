@@ -164,6 +164,11 @@ std::vector<Fault> Faults()
     faults.push_back({"no preamble, big endian", Sound_Data_Set(9), "explicit VR big endian", 15});
     faults.push_back({"wrong transfer syntax", Part10_Head(Implicit_Little_UID) + Sound_Data_Set(8),
                       "is declared, but the data set is in explicit VR little endian", 15});
+    Stream_Builder text(0);
+    text.Raw(Part10_Head(Implicit_Little_UID)).Element(0x0008, 0x0018, "UI", uid);
+    text.Header(0x0008, 0x0070, "LO", -1).Item().US(0x0028, 0x0010, 1).Item_End().Sequence_End();
+    faults.push_back({"items in a text of implicit VR", text.Bytes(),
+                      "VR=LO of undefined length is taken as a sequence", 3});
     // The first group of a data set may look like a low one in the other byte order.
     Stream_Builder high(0);
     high.Raw(Part10_Head(Implicit_Little_UID)).Element(0x0100, 0x0410, "CS", "LOCKED");
