@@ -1,6 +1,7 @@
 // The clean-up that releases every cache. It is the one place of the frame that calls upwards, and
 // stands here so that nothing else has to. The order is that of the dependencies between the
 // caches: typed values, module and private definitions, dictionary, callbacks, module tables.
+#include <Lib_DICOM/attributes.h>
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>
 #include <Lib_DICOM/read.h>
@@ -15,5 +16,6 @@ void DICOM_Lib_Cleanup(void)
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Lib_Cleanup()");
     NEMA_Value_Cleanup();
     NEMA_db_Cleanup();
+    DICOM_Attribute_List_Cleanup();
     Result_Ring_Cleanup();
 }

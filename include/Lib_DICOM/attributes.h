@@ -225,7 +225,54 @@ LIB_DICOM_API int DICOM_Attribute_Cleanup_Tag(HWND handle, DICOM_List* record);
  */
 LIB_DICOM_API int DICOM_Attribute_Cleanup_Swab(HWND handle, DICOM_List* record);
 
+/**
+ * Reports what DICOM_Attribute_Cleanup would find in the values of a list, in items of any depth too,
+ * in the same words. The values stay as they are, save that big-endian ones become little-endian.
+ *
+ * @return 1
+ */
+LIB_DICOM_API int DICOM_Attribute_Syntax(HWND handle, DICOM_Root* root, DICOM_List* list);
+
 /** Turns a free text into a code string (CS) in place, of 16 characters at most. Returns 1. */
 LIB_DICOM_API int DICOM_Str_To_CS(char* text);
+
+/* ---- handlers of the client ---- */
+
+/**
+ * Takes one record of a list that is parsed. It may change the record, but not remove it.
+ *
+ * @param root    the context that was given to DICOM_Attribute_Parse
+ * @param record  the record, owned by the list
+ * @param user    the user value
+ * @return the user value for the next handler; null stops the parse
+ */
+typedef void* (*DICOM_Parse_Handler)(HWND handle, DICOM_Root* root, DICOM_List* record, void* user);
+
+/**
+ * Registers a handler, in this order of precedence: for the private records of a group (SPI), for a
+ * standard (even) group, and for the elements of private creators whose text begins with `creator`.
+ * Of several that fit, the one registered first is called. The registry is shared by all lists and
+ * lives until DICOM_Attribute_List_Cleanup or DICOM_Lib_Cleanup.
+ *
+ * @param creator  at most 71 bytes, copied
+ * @return 1; 0 without memory, and for a text that is too long: what was registered stays
+ */
+LIB_DICOM_API int DICOM_Attribute_List_SPI_Grow(unsigned short group, DICOM_Parse_Handler handler);
+LIB_DICOM_API int DICOM_Attribute_List_Group_Grow(unsigned short group,
+                                                  DICOM_Parse_Handler handler);
+LIB_DICOM_API int DICOM_Attribute_List_Private_Grow(const char* creator,
+                                                    DICOM_Parse_Handler handler);
+
+/** Forgets all registered handlers. */
+LIB_DICOM_API void DICOM_Attribute_List_Cleanup(void);
+
+/**
+ * Hands the records of a list, without those of items, to the registered handlers.
+ *
+ * @param user  handed to the first handler; each hands on what the next one gets
+ * @return what the last handler returned; `user` when none was called
+ */
+LIB_DICOM_API void* DICOM_Attribute_Parse(HWND handle, DICOM_Root* root, DICOM_List* list,
+                                          void* user);
 
 #endif

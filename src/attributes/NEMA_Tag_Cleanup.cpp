@@ -19,7 +19,6 @@ constexpr Value_Policy Cleanup_Policy = {
     .multiple_trace = "in DICOM_Tag_Cleanup_Text_Multiple(%04x,%04x)",
     .integer_trace = "in DICOM_Tag_Cleanup_Valid_Int(%04x,%04x)",
     .last_backslash = "%hs Removed last char (=\001\\\002) from string!",
-    .removes_last_backslash = true,
     .converts_decimals = true,
     .pads_to_even = true,
 };

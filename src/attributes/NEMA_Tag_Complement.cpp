@@ -1,5 +1,6 @@
 // Completion of records for people: dictionary entries, default VRs and descriptions.
 #include "attributes/attribute_lists.h"
+#include "attributes/private_creators.h"
 #include "attributes/private_definitions.h"
 #include "frame/c_memory.h"
 
@@ -8,7 +9,8 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <unordered_map>
+#include <cstring>
+#include <string>
 
 using namespace lib_dicom;
 
@@ -94,33 +96,15 @@ void Complete_Group_Length(HWND handle, DICOM_List* record)
     }
 }
 
-/** Longest private creator (VR LO). */
-constexpr std::size_t Creator_Size = 64;
-
-/** First element that belongs to a private creator, and the creators themselves (PS3.5 7.8.1). */
-constexpr unsigned short First_Private_Element = 0x1000;
-constexpr unsigned short First_Creator = 0x0010;
-constexpr unsigned short Last_Creator = 0x00FF;
-
-bool Is_Creator(const DICOM_List& record)
-{
-    return record.group % 2 != 0 && record.element >= First_Creator &&
-           record.element <= Last_Creator;
-}
-
 /** Names a private element by the definitions of its creator, or by the creator itself. */
 void Name_By_Creator(HWND handle, DICOM_List* record, const DICOM_List* creator)
 {
-    if (creator == nullptr || creator->data == nullptr || creator->size <= 0) {
+    if (creator == nullptr) {
         return;
     }
-    char text[Creator_Size + 1];
-    const std::size_t size = std::min(static_cast<std::size_t>(creator->size), Creator_Size);
-    std::memcpy(text, creator->data, size);
-    text[size] = '\0';
-    Str_Strip_Spaces(text);
-    if (DICOM_Module_Read_Private(handle, text, record) == 0) {
-        DICOM_Attribute_Complement_Tag(handle, record, Keep_VR, "%s", text);
+    const std::string text = Creator_Text(creator);
+    if (DICOM_Module_Read_Private(handle, text.c_str(), record) == 0) {
+        DICOM_Attribute_Complement_Tag(handle, record, Keep_VR, "%s", text.c_str());
     }
 }
 
@@ -131,36 +115,9 @@ void Complete_Private(HWND handle, DICOM_List* record, Find&& find)
     if (Is_Creator(*record)) {
         DICOM_Attribute_Complement_Tag(handle, record, VR_LO, "Private Creator Data Element");
     } else if (record->element >= First_Private_Element) {
-        const auto block = static_cast<unsigned short>(record->element >> 8);
-        Name_By_Creator(handle, record, find(block));
+        Name_By_Creator(handle, record, find(Creator_Of(*record)));
     }
 }
-
-/** The creators of one list by group and block; looking each up in the list would be quadratic. */
-class Creators {
-public:
-    explicit Creators(const DICOM_List* list)
-    {
-        for (; list != nullptr; list = list->next) {
-            if (Is_Creator(*list)) {
-                by_block_.emplace(Key(list->group, list->element), list);
-            }
-        }
-    }
-    const DICOM_List* Find(unsigned short group, unsigned short block) const
-    {
-        const auto found = by_block_.find(Key(group, block));
-        return found == by_block_.end() ? nullptr : found->second;
-    }
-
-private:
-    static unsigned int Key(unsigned short group, unsigned short block)
-    {
-        return static_cast<unsigned int>(group) << 16 | block;
-    }
-
-    std::unordered_map<unsigned int, const DICOM_List*> by_block_;
-};
 
 void Complete_Record(HWND handle, const Creators& creators, DICOM_List* record)
 {

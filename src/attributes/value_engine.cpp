@@ -633,10 +633,8 @@ void Value_Engine::Check_Last_Backslash()
         backslash_noted_ = true;
         Note(policy_.last_backslash);
     }
-    if (policy_.removes_last_backslash) {
-        value_.resize(current_ ? Trim_End(value_, "\\").size() : value_.size() - 1);
-        Mark(DICOM_Mark_Changed);
-    }
+    value_.resize(current_ ? Trim_End(value_, "\\").size() : value_.size() - 1);
+    Mark(DICOM_Mark_Changed);
 }
 
 /** Turns the old hh:mm:ss and hh.mm.ss into hhmmss. */

@@ -22,7 +22,6 @@ struct Value_Policy {
     const char* integer_trace;
     /** The note on a backslash at the end of a value of a standard group. */
     const char* last_backslash;
-    bool removes_last_backslash;
     /** Decimals in an IS value become integers; otherwise they make it unusable. */
     bool converts_decimals;
     bool pads_to_even;
@@ -38,6 +37,12 @@ struct Value_Findings {
     std::string value;
     /** What begins a warning on this record. */
     std::string warning_label;
+
+    /** By the current standard a value of padding only is an empty one, of whatever multiplicity. */
+    bool Is_Absent() const
+    {
+        return DICOM_Flag_Current_Standard != 0 && changed && value.empty();
+    }
 };
 
 /**
