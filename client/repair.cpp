@@ -149,12 +149,18 @@ std::vector<Trace_Of_Record> Traces_Of(DICOM_List* list)
     return traces;
 }
 
+/** Groups of command sets and of the file meta information. */
+bool Is_Foreign(unsigned short group)
+{
+    return group == 0x0000 || group == 0x0002;
+}
+
 std::string Removal_Reason(const Trace_Of_Record& trace, bool group_lengths)
 {
     if (trace.tag.group == 0xFFFC) {
         return "trailing padding is left out";
     }
-    if (trace.tag.group == 0x0000 || trace.tag.group == 0x0002) {
+    if (Is_Foreign(trace.tag.group)) {
         return "removed: the group does not belong in a data set";
     }
     if (trace.tag.element == 0x0000) {
@@ -169,25 +175,18 @@ std::string Removal_Reason(const Trace_Of_Record& trace, bool group_lengths)
                                                    : "removed together with its sequence";
 }
 
-/** An item that holds its own delimiters only. */
-bool Is_Empty_Item(DICOM_List* list)
+/** Removes the delimiters of the top level, which no item hangs on. */
+void Remove_Delimiters(Record_List& list)
 {
-    while (list != nullptr && Is_Delimiter(*list)) {
-        list = list->next;
-    }
-    return list == nullptr;
-}
-
-/** An item without elements has no place in the records once its delimiters are gone. */
-void Report_Empty_Items(DICOM_List* list, Findings& findings)
-{
-    For_Each_Record(list, [&](const DICOM_List& record) {
-        for (int i = 0; VR_Of(record) == VR_SQ && Item_Of(record, i) != nullptr; ++i) {
-            if (Is_Empty_Item(Item_Of(record, i))) {
-                findings.Add(Level::Change, *Item_Of(record, i), "empty item is left out");
-            }
+    for (DICOM_List** link = list.Address(); *link != nullptr;) {
+        DICOM_List* const record = *link;
+        if (Is_Delimiter(*record)) {
+            *link = record->next;
+            DICOM_Attribute_Free(nullptr, record);
+        } else {
+            link = &record->next;
         }
-    });
+    }
 }
 
 void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list,
@@ -202,7 +201,7 @@ void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list
             continue;
         }
         const bool comes_back = group_lengths && trace.depth == 0 && trace.tag.element == 0x0000 &&
-                                trace.tag.group > 0x0002;
+                                !Is_Foreign(trace.tag.group);
         findings.Add(comes_back ? Level::Info : Level::Change, trace.tag, trace.pos,
                      Removal_Reason(trace, group_lengths));
     }
@@ -245,7 +244,6 @@ void Remove_Unwanted(Record_List& list, bool drop_private, bool group_lengths, F
 {
     constexpr unsigned short Any_Element = 0xFFFF;
     const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
-    Report_Empty_Items(list.Head(), findings);
     DICOM_Root root = {};
     constexpr unsigned short Foreign_Groups[] = {0x0000, 0x0002, 0xFFFC};
     for (const unsigned short group : Foreign_Groups) {
@@ -253,10 +251,13 @@ void Remove_Unwanted(Record_List& list, bool drop_private, bool group_lengths, F
     }
     const char keep_private = Flag_DICOM_Propriatery;
     Flag_DICOM_Propriatery = drop_private ? 0 : 1;
+    // Delimiters stay inside items: one without any record would be lost, and the items behind it
+    // would belong to other frames. The writer leaves delimiters out.
     DICOM_Attribute_Remove(nullptr, list.Address(),
                            DICOM_Remove_Group_Lengths | DICOM_Remove_Deleted |
-                               DICOM_Remove_Delimiters | DICOM_Remove_Private);
+                               DICOM_Remove_Private);
     Flag_DICOM_Propriatery = keep_private;
+    Remove_Delimiters(list);
     Report_Removed(before, list.Head(), group_lengths, findings);
 }
 

@@ -19,7 +19,7 @@ void Sort_Records(Record_List& list, Findings& findings);
 void Remove_Invalid(Record_List& list, Findings& findings);
 
 /**
- * Removes delimiters, group lengths, invalid and deleted records, and on request private ones;
+ * Removes group lengths, invalid and deleted records, and on request private ones;
  * reports every element that goes.
  *
  * @param group_lengths  the group lengths of the top level are written anew

@@ -496,17 +496,25 @@ TEST(Mending, MovesTheOffsetsOfADirectory)
     EXPECT_EQ(Mend_Bytes(mended.bytes).findings, "");
 }
 
-TEST(Mending, KeepsTheItemsBehindAnEmptyOne)
+TEST(Mending, KeepsEmptyItemsInTheirPlaces)
 {
-    Stream_Builder s;
-    s.Raw(Sound_File(8).substr(0, Sound_File(8).find("\x08\0\x60"s)));
-    s.Sequence(0x0008, 0x1140).Item().Item_End().Item();
-    s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.6")).Item_End().Sequence_End();
-    const Mended mended = Mend_Bytes(s.Bytes());
-    EXPECT_THAT(mended.findings, HasSubstr("empty item is left out"));
-    EXPECT_THAT(Elements_Of(mended.bytes),
-                ::testing::Contains(::testing::StartsWith("0008,1140[0]/0008,1155")));
-    EXPECT_EQ(Mend_Bytes(mended.bytes).findings, "");
+    for (const int length : {DICOM_Undefined_Length, 0}) {
+        Stream_Builder item;
+        item.Item(length).Raw(length == 0 ? "" : Stream_Builder().Item_End().Bytes());
+        Stream_Builder s;
+        s.Raw(Sound_File(8).substr(0, Sound_File(8).find("\x08\0\x60"s)));
+        s.Sequence(0x0008, 0x1140).Raw(item.Bytes()).Item();
+        s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.6")).Item_End();
+        s.Raw(item.Bytes()).Sequence_End();
+        const Mended mended = Mend_Bytes(s.Bytes());
+        EXPECT_EQ(mended.findings, "");
+        EXPECT_THAT(Elements_Of(mended.bytes),
+                    ::testing::Contains(::testing::StartsWith("0008,1140[1]/0008,1155")));
+        Stream_Builder end;
+        end.Item_End().Item().Item_End().Sequence_End();
+        EXPECT_THAT(mended.bytes, ::testing::EndsWith(end.Bytes()));
+        EXPECT_TRUE(Mend_Bytes(mended.bytes).bytes == mended.bytes);
+    }
 }
 
 TEST(Mending, RefusesToWriteNothing)

@@ -59,6 +59,16 @@ long long Even(long long size)
     return size + (size & 1);
 }
 
+/**
+ * Item and delimitation tags in a list are those of the stream that it was read from. By the
+ * current standard they are left out, since the writer makes its own: a list may keep them, which
+ * is what tells an empty item from none.
+ */
+bool Is_Left_Out(const DICOM_List& record)
+{
+    return record.group == Group_Structure && DICOM_Flag_Current_Standard != 0;
+}
+
 /** Number of bytes that a record holds. A negative length tells none. */
 long long Stored_Size(const DICOM_List& record)
 {
@@ -403,6 +413,9 @@ long long lib_dicom::DICOM_Attribute_Size(HWND handle, char code, DICOM_List& re
 {
     Trace_Scope trace(handle, Trace_Step, "Lib_DICOM: DICOM_Attribute_Size(%04x,%04x)",
                       record.group, record.element);
+    if (Is_Left_Out(record)) {
+        return trace.Leave(0LL, "0");
+    }
     const Form form = Form_Of(record);
     if (form == Form::Sequence && Is_Explicit(code) && Effective_VR(record) != VR_SQ) {
         record.vr = VR_SQ;
@@ -416,6 +429,9 @@ char* lib_dicom::DICOM_Attribute_To_Str(HWND handle, char code, const DICOM_List
 {
     Trace_Scope trace(handle, Trace_Step, "Lib_DICOM: DICOM_Attribute_To_Str(%04x,%04x)",
                       record.group, record.element);
+    if (Is_Left_Out(record)) {
+        return trace.Leave(out, "! size");
+    }
     const Form form = Form_Of(record);
     Encoder encoder(handle, code, out);
     encoder.Header(record, form);
