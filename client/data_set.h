@@ -106,11 +106,6 @@ inline Tag Tag_Of(const DICOM_List& record)
     return {record.group, record.element};
 }
 
-inline unsigned short VR_Of(const DICOM_List& record)
-{
-    return record.vr != 0 ? record.vr : record.vr_default;
-}
-
 /** Item and delimitation tags, which are no elements of their own. */
 inline bool Is_Delimiter(const DICOM_List& record)
 {

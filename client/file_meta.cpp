@@ -65,7 +65,8 @@ void Settle(Data_Set& set, Tag tag, unsigned short vr, const std::string& value,
     } else if (current.empty()) {
         findings.Add(Level::Change, tag, Finding::Nowhere, "completed with " + value);
     } else {
-        findings.Add(Level::Change, tag, Finding::Nowhere, current + " changed to " + value);
+        findings.Add(Level::Change, tag, Finding::Nowhere,
+                     "changed from " + current + " to " + value);
     }
 }
 

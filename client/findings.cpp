@@ -113,17 +113,19 @@ std::string Tag_Name(Tag tag)
 
 void Findings::Add(Level level, std::string text)
 {
-    all_.push_back({level, subject.known, subject.tag, subject.offset, std::move(text)});
+    all_.push_back(
+        {level, subject.known, subject.tag, subject.vr, subject.offset, std::move(text)});
 }
 
 void Findings::Add(Level level, Tag tag, std::int64_t offset, std::string text)
 {
-    all_.push_back({level, true, tag, offset, std::move(text)});
+    all_.push_back({level, true, tag, 0, offset, std::move(text)});
 }
 
 void Findings::Add(Level level, const DICOM_List& record, std::string text)
 {
-    Add(level, {record.group, record.element}, record.pos, std::move(text));
+    all_.push_back(
+        {level, true, {record.group, record.element}, VR_Of(record), record.pos, std::move(text)});
 }
 
 bool Findings::Has(Level level) const
@@ -173,6 +175,7 @@ void Findings::Take_Message(unsigned int severity, const char* message)
     }
     if (subject.known && finding.tag == subject.tag) {
         finding.offset = subject.offset;
+        finding.vr = subject.vr;
     }
     Tag front;
     if (Parse_Tag(text, front)) {

@@ -38,6 +38,8 @@ struct Finding {
     Level level = Level::Info;
     bool has_tag = false;
     Tag tag;
+    /** VR of the record that the finding is about, 0 when it is not known. */
+    unsigned short vr = 0;
     std::int64_t offset = Nowhere;
     std::string text;
 };
@@ -46,8 +48,14 @@ struct Finding {
 struct Subject {
     bool known = false;
     Tag tag;
+    unsigned short vr = 0;
     std::int64_t offset = Finding::Nowhere;
 };
+
+inline unsigned short VR_Of(const DICOM_List& record)
+{
+    return record.vr != 0 ? record.vr : record.vr_default;
+}
 
 class Findings {
 public:
@@ -85,7 +93,7 @@ public:
     About(Findings& findings, const DICOM_List& record)
         : findings_(findings), saved_(findings.subject)
     {
-        findings.subject = {true, {record.group, record.element}, record.pos};
+        findings.subject = {true, {record.group, record.element}, VR_Of(record), record.pos};
     }
     About(const About&) = delete;
     About& operator=(const About&) = delete;

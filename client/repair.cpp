@@ -76,20 +76,6 @@ void Settle_List(Data_Set& set, DICOM_List* list, bool is_signed, Findings& find
     }
 }
 
-/** Pixel data of the data set itself: it goes from the source to the output as it is. */
-bool Is_Streamed(const DICOM_List& record)
-{
-    constexpr unsigned short Pixel_Group = 0x7FE0;
-    return record.depth == 0 && record.group == Pixel_Group &&
-           (record.element == 0x0008 || record.element == 0x0009 || record.element == 0x0010);
-}
-
-bool Same_Value(const DICOM_List& record, const Bytes& value)
-{
-    const auto size = static_cast<std::size_t>(std::max(record.size, 0));
-    return size == value.size() && std::equal(value.begin(), value.end(), record.data);
-}
-
 void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
 {
     if (!set.Load(record)) {
@@ -104,14 +90,17 @@ void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
     if (record.data == nullptr) {
         return;
     }
-    const Bytes before(record.data, record.data + record.size);
+    const Bytes before = Value_Bytes(record);
     const std::size_t count = findings.All().size();
     DICOM_Attribute_Cleanup_Tag(nullptr, &record);
-    if (findings.All().size() == count && !Same_Value(record, before)) {
-        findings.Add(Level::Change, record,
-                     "padding is put right, " + std::to_string(before.size()) + " bytes become " +
-                         std::to_string(record.size));
+    if (findings.All().size() != count || Value_Bytes(record) == before) {
+        return;
     }
+    findings.Add(Level::Change, record,
+                 Form_Changes(before, record)
+                     ? Form_Text
+                     : "padding is put right, " + std::to_string(before.size()) + " bytes become " +
+                           std::to_string(record.size));
 }
 
 void Remove_Duplicates(DICOM_List* list, Findings& findings)
@@ -212,6 +201,23 @@ void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list
 void Settle_VRs(Data_Set& set, Findings& findings)
 {
     Settle_List(set, set.records.Head(), false, findings);
+}
+
+Bytes Value_Bytes(const DICOM_List& record)
+{
+    return record.data != nullptr ? Bytes(record.data, record.data + record.size) : Bytes();
+}
+
+bool Form_Changes(const Bytes& before, const DICOM_List& record)
+{
+    return Trimmed(before) != Trimmed(Value_Bytes(record));
+}
+
+bool Is_Streamed(const DICOM_List& record)
+{
+    constexpr unsigned short Pixel_Group = 0x7FE0;
+    return record.depth == 0 && record.group == Pixel_Group &&
+           (record.element == 0x0008 || record.element == 0x0009 || record.element == 0x0010);
 }
 
 void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings)

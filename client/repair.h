@@ -9,6 +9,16 @@ namespace dicom_client {
 /** Settles VRs that depend on the data set, and replaces UN by the dictionary's VR. */
 void Settle_VRs(Data_Set& set, Findings& findings);
 
+/** Pixel data of the data set itself: it goes from the source to the output as it is. */
+bool Is_Streamed(const DICOM_List& record);
+
+/** The bytes of a value that is in memory. */
+Bytes Value_Bytes(const DICOM_List& record);
+
+/** Tells whether a value differs from what it was before in more than its padding. */
+bool Form_Changes(const Bytes& before, const DICOM_List& record);
+inline constexpr char Form_Text[] = "the value is put into the form of its VR";
+
 /** Loads and repairs every value but the pixel data; reports each change. */
 void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings);
 

@@ -1,5 +1,7 @@
 // The client's half of the work: reading files with faults, mending them, writing them.
+#include "client/check.h"
 #include "client/deflate.h"
+#include "client/finding_kinds.h"
 #include "client/mend.h"
 #include "client/reader.h"
 #include "client/safe_file.h"
@@ -16,6 +18,8 @@
 #include <map>
 #include <set>
 #include <sstream>
+
+#include <strings.h>
 
 namespace {
 
@@ -585,6 +589,84 @@ TEST(Writing, ReplacesOnlyWhatItMay)
     EXPECT_EQ(folder.Count(), 2);
 }
 
+// ---- checking ----
+
+/** Everything found in a file, with the kind of each finding in front. */
+std::string Check_Bytes(const std::string& bytes, bool show_values = true)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    Data_Set set = Read(bytes, findings);
+    Check(set, findings);
+    std::string texts;
+    for (const Finding& finding : findings.All()) {
+        texts += Severity_Name(Severity_Of(finding)) + " "s + Kind_Of(finding).name + " " +
+                 Tag_Text(finding.tag) + " " + Shown_Text(finding, show_values) + "\n";
+    }
+    return texts;
+}
+
+TEST(Checking, FindsEachFaultAndNothingInSoundFiles)
+{
+    for (const unsigned char code : Codes) {
+        EXPECT_EQ(Check_Bytes(Sound_File(code)), "");
+    }
+    for (const Fault& fault : Faults()) {
+        SCOPED_TRACE(fault.name);
+        const std::string found = Check_Bytes(fault.bytes);
+        EXPECT_THAT(found, HasSubstr(fault.expected));
+        EXPECT_THAT(found, ::testing::Not(HasSubstr(" other ")));
+    }
+}
+
+std::string Damaged_Values()
+{
+    Stream_Builder s;
+    s.Raw(Part10_Head(Explicit_Little_UID));
+    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+    s.Element(0x0008, 0x0020, "DA", "1997.04.24").Element(0x0008, 0x0060, "CS", "ct");
+    s.Element(0x0009, 0x1001, "LO", "AB").Element(0x0010, 0x0010, "PN", "DOE^JANE\0\0"s);
+    s.Element(0x0010, 0x1010, "AS", "5 ").Element(0x0018, 0x0050, "DS", "1.5\\");
+    s.Element(0x0020, 0x0013, "IS", "3.0 ").Element(0x0028, 0x0010, "US", "abcd");
+    s.Element(0x0028, 0x0008, "IS", "99999999999 ");
+    return s.US(0x0028, 0x0004, 1).US(0x0028, 0x0002, 1).Bytes();
+}
+
+TEST(Checking, SaysWhatMendingRepairs)
+{
+    const std::string found = Check_Bytes(Damaged_Values());
+    for (const char* const line :
+         {"warning old-syntax 0008,0020 ", "error characters 0008,0060 ",
+          "warning creator 0009,1001 ", "warning padding 0010,0010 ", "error size 0010,1010 ",
+          "warning last-backslash 0018,0050 ", "error integer 0020,0013 ",
+          "error multiplicity 0028,0010 ", "error range 0028,0008 ", "error order 0028,0008 "}) {
+        EXPECT_THAT(found, HasSubstr(line));
+    }
+    // What mending does beside the repair of values is in words of its own.
+    std::istringstream changes(Mend_Bytes(Damaged_Values()).findings);
+    for (std::string line; std::getline(changes, line);) {
+        const bool is_own =
+            line.find("removed") != line.npos || line.find("Removed last char") != line.npos ||
+            line.find("Converted from") != line.npos || line.find("put right") != line.npos;
+        EXPECT_TRUE(is_own || found.find(line) != found.npos) << line << "\n" << found;
+    }
+}
+
+TEST(Checking, HidesValuesThatMayIdentifyAPerson)
+{
+    const std::string hidden = Check_Bytes(Damaged_Values(), false);
+    EXPECT_THAT(hidden, ::testing::Not(HasSubstr("DOE")));
+    EXPECT_THAT(hidden, ::testing::Not(HasSubstr("1997")));
+    EXPECT_THAT(hidden, HasSubstr("padding 0010,0010 wrong padding character"));
+    EXPECT_THAT(hidden, HasSubstr(" char in \"ct\" not from set"));
+    // A value cannot pass itself off as a message of another kind.
+    Stream_Builder s;
+    s.Raw(Part10_Head(Explicit_Little_UID));
+    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+    s.Element(0x0010, 0x0010, "PN", "occurs twice Retired from DICOM\0"s);
+    EXPECT_THAT(Check_Bytes(s.Bytes(), false), ::testing::Not(HasSubstr("twice")));
+}
+
 // ---- samples ----
 
 /** Fields of a line separated by tabulators. */
@@ -623,6 +705,33 @@ int Extract_All(const std::string& bytes)
     return results;
 }
 
+/** Faults read "text xN (gggg,eeee)@0xHEX; ...": the check tells of each at its place. */
+void Compare_With_Faults(const std::string& bytes, const std::string& faults)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    Data_Set set = Read(bytes, findings);
+    Check(set, findings);
+    if (faults == "none found") {
+        for (const Finding& finding : findings.All()) {
+            EXPECT_NE(Severity_Of(finding), Severity::Error) << finding.text;
+        }
+    }
+    for (std::size_t at = faults.find(")@0x"); at != faults.npos;
+         at = faults.find(")@0x", at + 1)) {
+        const std::string tag = faults.substr(at - 9, 9);
+        const long long offset = std::strtoll(faults.c_str() + at + 4, nullptr, 16);
+        EXPECT_TRUE(std::any_of(findings.All().begin(), findings.All().end(),
+                                [&](const Finding& finding) {
+                                    const bool here =
+                                        finding.offset == offset ||
+                                        strcasecmp(Tag_Text(finding.tag).c_str(), tag.c_str()) == 0;
+                                    return here && Severity_Of(finding) != Severity::Info;
+                                }))
+            << faults.substr(0, at + 10);
+    }
+}
+
 TEST(Samples, AgreeWithTheirManifestAndMendToThemselves)
 {
     const char* const folder = std::getenv("LIB_DICOM_SAMPLES");
@@ -651,6 +760,7 @@ TEST(Samples, AgreeWithTheirManifestAndMendToThemselves)
             ++compared;
         }
         EXPECT_GT(Extract_All(bytes), 0);
+        Compare_With_Faults(bytes, row[column["known_faults"]]);
         const Mended once = Mend_Bytes(bytes);
         ASSERT_TRUE(once.done) << once.findings;
         const Mended twice = Mend_Bytes(once.bytes);

@@ -19,16 +19,6 @@ using dicom_client::Findings;
 using dicom_client::Library_Session;
 using dicom_client::Source;
 
-std::shared_ptr<Source> Open(const std::string& path)
-{
-    std::string error;
-    std::shared_ptr<Source> source = Source::Open(path, Source::Access::Map, error);
-    if (source == nullptr) {
-        Report_Failure(path, error);
-    }
-    return source;
-}
-
 Exit_Status List_File(const std::string& path, const List_Request& request,
                       const Terminal& terminal)
 {
@@ -47,7 +37,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
         }
         Print_Text(set, terminal);
     }
-    Report(path, findings, request.verbosity);
+    Report(path, findings, request.verbosity, request.show_values);
     return Status_Of(findings);
 }
 
@@ -65,6 +55,16 @@ std::string Refusal(const Mend_Request& request)
 
 }  // namespace
 
+std::shared_ptr<Source> Open(const std::string& path)
+{
+    std::string error;
+    std::shared_ptr<Source> source = Source::Open(path, Source::Access::Map, error);
+    if (source == nullptr) {
+        Report_Failure(path, error);
+    }
+    return source;
+}
+
 Exit_Status Run_List(const List_Request& request)
 {
     const Terminal terminal = Look_At(STDOUT_FILENO);
@@ -72,11 +72,7 @@ Exit_Status Run_List(const List_Request& request)
     for (const std::string& path : request.files) {
         status = std::max(status, List_File(path, request, terminal));
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        Report_Failure("standard output", "cannot be written");
-        return Exit_Failure;
-    }
-    return status;
+    return std::max(status, Flush_Output());
 }
 
 Exit_Status Run_Mend(const Mend_Request& request)
@@ -95,7 +91,7 @@ Exit_Status Run_Mend(const Mend_Request& request)
     dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
     dicom_client::Encoded_File file;
     const bool mended = dicom_client::Mend(set, request.options, findings, file);
-    Report(request.input, findings, request.verbosity);
+    Report(request.input, findings, request.verbosity, request.show_values);
     if (!mended) {
         return Exit_Failure;
     }

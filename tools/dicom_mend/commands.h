@@ -5,6 +5,7 @@
 #include "client/mend.h"
 #include "report.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@ struct List_Request {
     std::vector<std::string> files;
     bool tsv = false;
     Verbosity verbosity = Verbosity::Normal;
+    /** Reports quote values that may identify a person. */
+    bool show_values = false;
 };
 
 struct Mend_Request {
@@ -23,7 +26,12 @@ struct Mend_Request {
     /** An existing output may be replaced. */
     bool force = false;
     Verbosity verbosity = Verbosity::Normal;
+    /** Reports quote values that may identify a person. */
+    bool show_values = false;
 };
+
+/** Opens a file for reading; null after a report. */
+std::shared_ptr<dicom_client::Source> Open(const std::string& path);
 
 Exit_Status Run_List(const List_Request& request);
 Exit_Status Run_Mend(const Mend_Request& request);

@@ -1,4 +1,5 @@
 // The command line of dicom-mend.
+#include "check.h"
 #include "commands.h"
 
 #include <CLI/CLI.hpp>
@@ -20,14 +21,17 @@ constexpr char Examples[] =
     "Examples:\n"
     "  dicom-mend list image.dcm                      show what a file holds\n"
     "  dicom-mend list --format tsv image.dcm         the same for programs\n"
+    "  dicom-mend check image.dcm                     say what is wrong with it\n"
     "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
     "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
     "\n"
     "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
     "1 findings, 2 something could not be read or written.";
 
-void Add_Verbosity(CLI::App& command, Verbosity& verbosity)
+void Add_Verbosity(CLI::App& command, Verbosity& verbosity, bool& show_values)
 {
+    command.add_flag("--show-values", show_values,
+                     "Quote values in reports that may identify a person");
     CLI::Option* const quiet = command.add_flag_callback(
         "-q,--quiet", [&verbosity] { verbosity = Verbosity::Quiet; }, "Report errors only");
     quiet->option_text(" ");
@@ -47,7 +51,7 @@ void Add_List(CLI::App& app, dicom_mend::List_Request& request)
         ->transform(CLI::CheckedTransformer(formats))
         ->option_text("FORMAT");
     command->add_option("FILE", request.files, "Files to read")->required()->option_text("...");
-    Add_Verbosity(*command, request.verbosity);
+    Add_Verbosity(*command, request.verbosity, request.show_values);
 }
 
 void Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
@@ -72,7 +76,20 @@ void Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
     command->add_flag("--force", request.force, "Replace an existing output file");
     command->add_option("IN", request.input, "File to read")->required()->option_text(" ");
     command->add_option("OUT", request.output, "File to write")->required()->option_text(" ");
-    Add_Verbosity(*command, request.verbosity);
+    Add_Verbosity(*command, request.verbosity, request.show_values);
+}
+
+void Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
+{
+    CLI::App* const command =
+        app.add_subcommand("check", "Report what is wrong with files, and change nothing");
+    const std::map<std::string, bool> formats = {{"text", false}, {"json", true}};
+    command->add_option("--format", request.json, "text (default) or json, one object a line")
+        ->transform(CLI::CheckedTransformer(formats))
+        ->option_text("FORMAT");
+    command->add_flag("--summary", request.summary, "Count the findings of all files by kind");
+    command->add_option("FILE", request.files, "Files to check")->required()->option_text("...");
+    Add_Verbosity(*command, request.verbosity, request.show_values);
 }
 
 int Run(int argc, char** argv)
@@ -85,13 +102,16 @@ int Run(int argc, char** argv)
     dicom_mend::Mend_Request mend;
     Add_List(app, list);
     Add_Mend(app, mend);
+    dicom_mend::Check_Request check;
+    Add_Check(app, check);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
     }
-    const dicom_mend::Exit_Status status =
-        app.got_subcommand("list") ? Run_List(list) : Run_Mend(mend);
+    const dicom_mend::Exit_Status status = app.got_subcommand("list")    ? Run_List(list)
+                                           : app.got_subcommand("check") ? Run_Check(check)
+                                                                         : Run_Mend(mend);
     DICOM_Lib_Cleanup();
     return status;
 }

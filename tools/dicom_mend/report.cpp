@@ -1,5 +1,6 @@
 #include "report.h"
 
+#include "client/finding_kinds.h"
 #include "terminal.h"
 
 #include <cstdio>
@@ -24,7 +25,8 @@ bool Is_Shown(Level level, Verbosity verbosity)
     return verbosity == Verbosity::Verbose;
 }
 
-/** "(0008,0020) Study Date at 0x1F2: ", as far as it is known. */
+}  // namespace
+
 std::string Place_Text(const Finding& finding)
 {
     std::string text;
@@ -40,16 +42,16 @@ std::string Place_Text(const Finding& finding)
     return text.empty() ? text : text + ": ";
 }
 
-}  // namespace
-
-void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity)
+void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity,
+            bool show_values)
 {
     std::fflush(stdout);
     for (const Finding& finding : findings.All()) {
         if (Is_Shown(finding.level, verbosity)) {
             std::fprintf(stderr, "%s: %s%s%s\n", Printable(file).c_str(),
                          finding.level == Level::Error ? "error: " : "",
-                         Place_Text(finding).c_str(), Printable(finding.text).c_str());
+                         Place_Text(finding).c_str(),
+                         Printable(Shown_Text(finding, show_values)).c_str());
         }
     }
 }
@@ -57,6 +59,15 @@ void Report(const std::string& file, const dicom_client::Findings& findings, Ver
 void Report_Failure(const std::string& file, const std::string& reason)
 {
     std::fprintf(stderr, "%s: error: %s\n", Printable(file).c_str(), Printable(reason).c_str());
+}
+
+Exit_Status Flush_Output()
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        Report_Failure("standard output", "cannot be written");
+        return Exit_Failure;
+    }
+    return Exit_Clean;
 }
 
 Exit_Status Status_Of(const dicom_client::Findings& findings)

@@ -16,11 +16,22 @@ enum class Verbosity {
 
 enum Exit_Status : int { Exit_Clean = 0, Exit_Findings = 1, Exit_Failure = 2 };
 
-/** Prints the findings of one file, one line each. */
-void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity);
+/** "(0008,0020) Study Date at 0x1F2: ", as far as it is known. */
+std::string Place_Text(const dicom_client::Finding& finding);
+
+/**
+ * Prints the findings of one file, one line each.
+ *
+ * @param show_values  also those that may identify a person
+ */
+void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity,
+            bool show_values);
 
 /** Prints an error that concerns a file as a whole. */
 void Report_Failure(const std::string& file, const std::string& reason);
+
+/** Writes out what stands in the buffer of standard output; a failure is reported. */
+Exit_Status Flush_Output();
 
 Exit_Status Status_Of(const dicom_client::Findings& findings);
 

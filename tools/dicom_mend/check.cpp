@@ -1,0 +1,162 @@
+#include "check.h"
+
+#include "client/check.h"
+#include "client/finding_kinds.h"
+#include "client/reader.h"
+#include "commands.h"
+#include "terminal.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+namespace dicom_mend {
+
+namespace {
+
+using dicom_client::Finding;
+using dicom_client::Finding_Kind;
+using dicom_client::Findings;
+using dicom_client::Kind_Of;
+using dicom_client::Severity;
+using dicom_client::Severity_Of;
+
+/** What was found in all files, by severity and kind. */
+struct Count {
+    std::size_t findings = 0;
+    std::size_t files = 0;
+};
+using Summary = std::map<std::pair<Severity, const Finding_Kind*>, Count>;
+
+bool Is_Shown(Severity severity, Verbosity verbosity)
+{
+    switch (severity) {
+    case Severity::Error:
+        return true;
+    case Severity::Warning:
+        return verbosity != Verbosity::Quiet;
+    case Severity::Info:
+        break;
+    }
+    return verbosity == Verbosity::Verbose;
+}
+
+/** "dates are YYYYMMDD, PS3.5 6.2", as far as the standard says anything. */
+std::string Rule_Text(const Finding_Kind& kind)
+{
+    const std::string rule = kind.rule;
+    return rule.empty() || *kind.clause == '\0' ? rule + kind.clause : rule + ", " + kind.clause;
+}
+
+void Print_Text(const std::string& file, const Finding& finding, bool show_values)
+{
+    const std::string rule = Rule_Text(Kind_Of(finding));
+    std::printf("%s: %s: %s%s%s%s%s\n", Printable(file).c_str(),
+                dicom_client::Severity_Name(Severity_Of(finding)), Place_Text(finding).c_str(),
+                Printable(Shown_Text(finding, show_values)).c_str(), rule.empty() ? "" : " (",
+                rule.c_str(), rule.empty() ? "" : ")");
+}
+
+/** A text as a JSON string. What is no printable UTF-8 is an escape of the text already. */
+std::string Quoted(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char c : Printable(text)) {
+        quoted += c == '"' || c == '\\' ? "\\" : "";
+        quoted += c;
+    }
+    return quoted + '"';
+}
+
+void Print_JSON(const std::string& file, const Finding& finding, bool show_values)
+{
+    const Finding_Kind& kind = Kind_Of(finding);
+    std::string line = "{\"file\":" + Quoted(file);
+    if (finding.offset != Finding::Nowhere) {
+        line += ",\"offset\":" + std::to_string(finding.offset);
+    }
+    if (finding.has_tag) {
+        line += ",\"tag\":" + Quoted(Tag_Text(finding.tag)) +
+                ",\"name\":" + Quoted(Tag_Name(finding.tag));
+    }
+    line += ",\"severity\":" + Quoted(dicom_client::Severity_Name(Severity_Of(finding))) +
+            ",\"kind\":" + Quoted(kind.name) +
+            ",\"text\":" + Quoted(Shown_Text(finding, show_values)) +
+            ",\"rule\":" + Quoted(kind.rule) + ",\"clause\":" + Quoted(kind.clause) + "}";
+    std::printf("%s\n", line.c_str());
+}
+
+void Add_To(Summary& summary, const Findings& findings)
+{
+    Summary here;
+    for (const Finding& finding : findings.All()) {
+        ++here[{Severity_Of(finding), &Kind_Of(finding)}].findings;
+    }
+    for (const auto& [key, count] : here) {
+        summary[key].findings += count.findings;
+        ++summary[key].files;
+    }
+}
+
+void Print_Summary(const Summary& summary, bool json, Verbosity verbosity)
+{
+    for (auto entry = summary.rbegin(); entry != summary.rend(); ++entry) {
+        const auto& [severity, kind] = entry->first;
+        if (Is_Shown(severity, verbosity)) {
+            const char* const format =
+                json ? "{\"severity\":\"%s\",\"kind\":\"%s\",\"findings\":%zu,\"files\":%zu}\n"
+                     : "%-7s  %-16s  %6zu findings in %zu files\n";
+            std::printf(format, dicom_client::Severity_Name(severity), kind->name,
+                        entry->second.findings, entry->second.files);
+        }
+    }
+}
+
+/** 2 when a part could not be read, 1 when something is against the standard. */
+Exit_Status Status_Of_Check(const Findings& findings)
+{
+    const auto is_fault = [](const Finding& finding) {
+        return Severity_Of(finding) != Severity::Info;
+    };
+    if (findings.Has(dicom_client::Level::Error)) {
+        return Exit_Failure;
+    }
+    return std::any_of(findings.All().begin(), findings.All().end(), is_fault) ? Exit_Findings
+                                                                               : Exit_Clean;
+}
+
+Exit_Status Check_File(const std::string& path, const Check_Request& request, Summary& summary)
+{
+    Findings findings;
+    const dicom_client::Library_Session session(findings);
+    const std::shared_ptr<dicom_client::Source> source = Open(path);
+    if (source == nullptr) {
+        return Exit_Failure;
+    }
+    dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
+    dicom_client::Check(set, findings);
+    Add_To(summary, findings);
+    for (const Finding& finding : findings.All()) {
+        if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
+            (request.json ? Print_JSON : Print_Text)(path, finding, request.show_values);
+        }
+    }
+    return Status_Of_Check(findings);
+}
+
+}  // namespace
+
+Exit_Status Run_Check(const Check_Request& request)
+{
+    Summary summary;
+    Exit_Status status = Exit_Clean;
+    for (const std::string& path : request.files) {
+        status = std::max(status, Check_File(path, request, summary));
+    }
+    if (request.summary) {
+        Print_Summary(summary, request.json, request.verbosity);
+    }
+    return std::max(status, Flush_Output());
+}
+
+}  // namespace dicom_mend

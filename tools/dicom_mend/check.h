@@ -1,0 +1,26 @@
+// `dicom-mend check`: the findings of files, for people or for programs.
+#ifndef TOOLS_DICOM_MEND_CHECK_H
+#define TOOLS_DICOM_MEND_CHECK_H
+
+#include "report.h"
+
+#include <string>
+#include <vector>
+
+namespace dicom_mend {
+
+struct Check_Request {
+    std::vector<std::string> files;
+    bool json = false;
+    /** Counts by kind instead of the findings themselves. */
+    bool summary = false;
+    Verbosity verbosity = Verbosity::Normal;
+    /** Findings quote values that may identify a person. */
+    bool show_values = false;
+};
+
+Exit_Status Run_Check(const Check_Request& request);
+
+}  // namespace dicom_mend
+
+#endif
