@@ -32,7 +32,7 @@ inline std::string Value_Of(const DICOM_List& record)
  * "0008,1140:SQ* FFFE,E000#20 0010,0010~PN=A_B !1000" where
  *     :VR explicit VR    ~VR default VR    *  undefined length
  *     =x  value, "_" for a blank           #n length of contents that are not in memory
- *     !x  flags, hexadecimal
+ *     !x  flags, hexadecimal            @x type, "@2C"
  * Positions are those of a stream of 8-byte headers; contents after "#" are the records behind.
  */
 class Record_List {
@@ -66,7 +66,7 @@ public:
         record->pos = position_;
         record->data_pos = position_ + 8;
         for (std::size_t at = 9; at < word.size();) {
-            const std::size_t end = std::min(word.find_first_of(":~*#!=", at + 1), word.size());
+            const std::size_t end = std::min(word.find_first_of(":~*#!=@", at + 1), word.size());
             Mark(*record, word[at], word.substr(at + 1, end - at - 1));
             at = end;
         }
@@ -97,6 +97,9 @@ private:
             break;
         case '!':
             record.flags = static_cast<unsigned short>(std::strtoul(text.c_str(), nullptr, 16));
+            break;
+        case '@':
+            record.type = DICOM_VR(text[0], text.size() > 1 ? text[1] : ' ');
             break;
         default:
             std::replace(text.begin(), text.end(), '_', ' ');

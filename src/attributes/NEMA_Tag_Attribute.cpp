@@ -54,22 +54,6 @@ bool Become_Sequence(HWND handle, DICOM_Root* root, DICOM_List* record, int leve
     return Grow_Items(handle, record, 1, variable);
 }
 
-/**
- * The record of the open sequence. In a list that grows in file order it is the last one, so that
- * is where to look first: walking the list for every record inside would not be linear.
- */
-DICOM_List* Find_Open_Sequence(DICOM_List* list, unsigned short group, unsigned short element)
-{
-    if (list->last != nullptr && Has_Tag(*list->last, group, element)) {
-        return list->last;
-    }
-    DICOM_List* record = list;
-    while (record != nullptr && !Has_Tag(*record, group, element)) {
-        record = record->next;
-    }
-    return record;
-}
-
 /** Both forms of Get: the first record that passes a test, in the list of the open item. */
 template <class Test, class Again>
 DICOM_List* Get_First(HWND handle, DICOM_Root* root, DICOM_List* list, Trace_Scope& trace,
@@ -105,6 +89,34 @@ bool lib_dicom::Grow_Items(HWND handle, DICOM_List* record, int count, const cha
     std::fill(record->item + record->nb_item, record->item + count, nullptr);
     record->nb_item = count;
     return true;
+}
+
+DICOM_List* lib_dicom::Find_Open_Sequence(DICOM_List* list, unsigned short group,
+                                          unsigned short element)
+{
+    // Walking a list that grows in file order for every record inside would not be linear.
+    if (list->last != nullptr && Has_Tag(*list->last, group, element)) {
+        return list->last;
+    }
+    DICOM_List* record = list;
+    while (record != nullptr && !Has_Tag(*record, group, element)) {
+        record = record->next;
+    }
+    return record;
+}
+
+DICOM_List* lib_dicom::Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list)
+{
+    while (Is_Outer_List(*root, list)) {
+        const int depth = list->depth;
+        unsigned short group = 0;
+        unsigned short element = 0;
+        DICOM_Attribute_Sequence_Get(handle, root, depth, &group, &element, nullptr);
+        const DICOM_List* const record = Find_Open_Sequence(list, group, element);
+        const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth + 1), 0);
+        list = record != nullptr && index < record->nb_item ? record->item[index] : nullptr;
+    }
+    return list;
 }
 
 DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char)

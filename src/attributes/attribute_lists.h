@@ -35,21 +35,37 @@ inline bool Is_Outer_List(const DICOM_Root& root, const DICOM_List* list)
     return list != nullptr && list->depth < root.Sequence_Depth;
 }
 
+/**
+ * The first record with a tag. In a list that grows in file order the last record is the likely
+ * one, and is looked at first.
+ */
+DICOM_List* Find_Open_Sequence(DICOM_List* list, unsigned short group, unsigned short element);
+
+/**
+ * The list of the item that the context has open, found without creating what is absent.
+ *
+ * @param list  the list at the top level of the context
+ * @return null when that item is empty, or does not exist
+ */
+DICOM_List* Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list);
+
 /** Keeps a record's sequence open in the context for the length of a walk over its items. */
 class Open_Sequence {
 public:
-    Open_Sequence(HWND handle, DICOM_Root* root, const DICOM_List& record)
-        : handle_(handle), root_(root), depth_(root->Sequence_Depth),
+    /** @param trace  severity word of the banner lines, 0 for none */
+    Open_Sequence(HWND handle, DICOM_Root* root, const DICOM_List& record,
+                  unsigned int trace = Trace_Entry)
+        : handle_(handle), root_(root), trace_(trace), depth_(root->Sequence_Depth),
           item_(root->Item_Number[root->Sequence_Depth])
     {
         DICOM_Attribute_Sequence_Start(handle, root, record.group, record.element, record.flags,
-                                       Trace_Entry);
+                                       trace);
     }
     Open_Sequence(const Open_Sequence&) = delete;
     Open_Sequence& operator=(const Open_Sequence&) = delete;
     ~Open_Sequence()
     {
-        DICOM_Attribute_Sequence_Stop(handle_, root_, Trace_Entry);
+        DICOM_Attribute_Sequence_Stop(handle_, root_, trace_);
         // A sequence below the deepest level shares that level with the one around it, which is
         // still open.
         root_->Sequence_Depth = depth_;
@@ -59,6 +75,7 @@ public:
 private:
     HWND handle_;
     DICOM_Root* root_;
+    unsigned int trace_;
     int depth_;
     int item_;
 };
@@ -78,19 +95,22 @@ inline void Close_Gaps(DICOM_List* record, int count)
 /**
  * The one way down into nested items: calls `visit` with the address of each item slot up to the
  * first empty one, with the sequence and the item open in the context. Items may be emptied.
+ *
+ * @param trace  severity word of the banner lines, 0 for none
  */
 template <class Visit>
-void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& visit)
+void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& visit,
+                   unsigned int trace = Trace_Entry)
 {
     if (record->item == nullptr) {
         return;
     }
-    const Open_Sequence sequence(handle, root, *record);
+    const Open_Sequence sequence(handle, root, *record, trace);
     int count = 0;
     for (; count < record->nb_item && record->item[count] != nullptr; ++count) {
-        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
+        DICOM_Attribute_Item_Start(handle, root, trace);
         visit(&record->item[count]);
-        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
+        DICOM_Attribute_Item_Stop(handle, root, trace);
     }
     Close_Gaps(record, count);
 }

@@ -1,8 +1,8 @@
 #include "read/deferred_value.h"
 
 #include "frame/c_memory.h"
-#include "read/byte_source.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <iterator>
 
@@ -106,6 +106,34 @@ bool Fetch_From_Image(HWND handle, DICOM_List& tag, Place place)
 }
 
 }  // namespace
+
+Value_Source::Value_Source()
+    : is_file_(DICOM_Lib_File_Source == NEMA_Source_File),
+      file_(is_file_ ? DICOM_Lib_File_Name : nullptr),
+      size_(is_file_ ? file_.Size() : std::numeric_limits<int>::max())
+{
+}
+
+const wchar_t* Value_Source::Name() const
+{
+    return is_file_ ? DICOM_Lib_File_Name : L"memory image";
+}
+
+long long Value_Source::Rest(unsigned int position) const
+{
+    return std::max(size_ - static_cast<long long>(position), 0LL);
+}
+
+std::ptrdiff_t Value_Source::Read(unsigned int position, std::span<unsigned char> out) const
+{
+    if (is_file_) {
+        File_Source file(file_.Descriptor(), DICOM_Lib_File_Name);
+        return file.Seek(position) ? file.Take(out) : -1;
+    }
+    int& counter = Next_Position();
+    counter = static_cast<int>(position);
+    return Memory_Source(&counter, DICOM_Lib_File_Name, 0).Take(out);
+}
 
 bool Is_Deferred(const DICOM_List& tag)
 {

@@ -3,8 +3,36 @@
 #define LIB_DICOM_SRC_READ_DEFERRED_VALUE_H
 
 #include "frame/report.h"
+#include "read/byte_source.h"
+
+#include <cstddef>
+#include <span>
 
 namespace lib_dicom {
+
+/** The source that the exported settings name, open for as long as the object lives. */
+class Value_Source {
+public:
+    Value_Source();
+
+    bool Is_Open() const
+    {
+        return is_file_ ? file_.Descriptor() >= 0 : DICOM_Lib_File_Name != nullptr;
+    }
+    /** The source's name for messages. */
+    const wchar_t* Name() const;
+    /** Number of bytes from a position on. Of a memory image only the range of positions is known.
+     */
+    long long Rest(unsigned int position) const;
+    /** Returns the number of bytes read, fewer than asked for at the end; -1 after a system error.
+     */
+    std::ptrdiff_t Read(unsigned int position, std::span<unsigned char> out) const;
+
+private:
+    bool is_file_;
+    Opened_File file_;
+    long long size_;
+};
 
 /** Tells whether the value was left in the source; short values are always loaded. */
 bool Is_Deferred(const DICOM_List& tag);
