@@ -5,6 +5,7 @@
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>
 #include <Lib_DICOM/read.h>
+#include <Lib_DICOM/write.h>
 
 #include "frame/report.h"
 #include "values/result_ring.h"
@@ -17,5 +18,6 @@ void DICOM_Lib_Cleanup(void)
     NEMA_Value_Cleanup();
     NEMA_db_Cleanup();
     DICOM_Attribute_List_Cleanup();
+    DICOM_Module_List_Cleanup();
     Result_Ring_Cleanup();
 }
