@@ -4,9 +4,11 @@
 
 #include "frame/report.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 
 namespace lib_dicom {
@@ -46,6 +48,20 @@ C_Array<T> C_Malloc(HWND handle, std::size_t count, const char* variable, Place 
         Report_Memory(handle, "malloc", variable, static_cast<int>(count), sizeof(T), place);
     }
     return block;
+}
+
+/** Terminated copy of a text, null after the memory message. */
+inline C_Array<char> C_Strdup(HWND handle, std::string_view text, const char* variable,
+                              Place place = Place())
+{
+    C_Array<char> copy(static_cast<char*>(std::malloc(text.size() + 1)));
+    if (copy == nullptr) {
+        Report_Text_Memory(handle, variable, place);
+        return copy;
+    }
+    std::copy(text.begin(), text.end(), copy.get());
+    copy[text.size()] = '\0';
+    return copy;
 }
 
 /**

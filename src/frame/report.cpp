@@ -27,6 +27,13 @@ void Report_Memory(HWND handle, const char* function, const char* variable, int 
               static_cast<int>(unit.size()), unit.data(), function, variable, dim, width);
 }
 
+void Report_Text_Memory(HWND handle, const char* variable, Place place)
+{
+    const std::string_view unit = Source_Unit(place.file);
+    Error_Fct(handle, Severity_Memory, "line %-4d of %.*hs \nmemory error in _strdup (var=%hs)",
+              place.line, static_cast<int>(unit.size()), unit.data(), variable);
+}
+
 void Trace_Scope::Trace_Exit() const
 {
     const int name_size = static_cast<int>(std::strcspn(call_, "("));

@@ -101,6 +101,9 @@ void Report_Internal(HWND handle, Place place = Place());
 void Report_Memory(HWND handle, const char* function, const char* variable, int dim, int width = 1,
                    Place place = Place());
 
+/** The memory message of a text that could not be copied. */
+void Report_Text_Memory(HWND handle, const char* variable, Place place = Place());
+
 /**
  * Traces the entry of a function when made, and its exit with the reason when left. A scope whose
  * level is hidden formats nothing.
