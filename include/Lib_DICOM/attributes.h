@@ -275,4 +275,41 @@ LIB_DICOM_API void DICOM_Attribute_List_Cleanup(void);
 LIB_DICOM_API void* DICOM_Attribute_Parse(HWND handle, DICOM_Root* root, DICOM_List* list,
                                           void* user);
 
+/* ---- listing ---- */
+
+/**
+ * Reports a list and the lists of its items, one line a record and one an item:
+ *
+ *     (DICOM)   (0008,0005) CS      10 Specific Character Set   ISO_IR 100
+ *     (Private) (0009,0010) LO       4 Private Creator          ACME
+ *     (DICOM)   (0040,0275) SQ       - Request Attributes Se... 1 item
+ *                 item 1
+ *     (DICOM)     (0008,0050) SH     4 Accession Number       4711
+ *
+ * that is: origin or most important status, a mark ("+" appended, "!" forced, "=" default value),
+ * tag, VR, length, name, value. The value stands between the bytes 0x06 and 0x02, a text in the
+ * bytes of its own character set; control characters are shown in hexadecimal, but for ISO 2022
+ * designations. Of a text, 256 bytes are looked at, of other values 64; "..." behind the 0x02 tells
+ * that the value goes on. Values that were left in the source are named by their position.
+ *
+ * @param root  context in whose open sequence the list stands, which indents it; null for none
+ * @param flag  the severity word of the lines, see Error_Fct
+ * @return 1; 0 without memory
+ */
+LIB_DICOM_API int DICOM_Attribute_Stool(HWND handle, DICOM_Root* root, DICOM_List* list, int flag);
+/** Reports the line of one record, without its items. Returns 1; 0 for a null record. */
+LIB_DICOM_API int DICOM_Attribute_Stool_Tag(HWND handle, DICOM_Root* root, DICOM_List* record,
+                                            int flag);
+/** Reports the value of one record alone. Returns 1; 0 for a null record. */
+LIB_DICOM_API int DICOM_Attribute_Stool_Data(HWND handle, DICOM_List* record, int flag);
+
+/**
+ * The text of a value as the listing shows it, but whole. A value that was left in the source is
+ * fetched into the record first when it is longer than 1024 bytes; see the typed extractors.
+ *
+ * @return a text of the C heap, to be released with DICOM_Lib_Free; null when the value cannot be
+ *         fetched, and without memory
+ */
+LIB_DICOM_API char* DICOM_Attribute_Get_Data(HWND handle, DICOM_List* record);
+
 #endif

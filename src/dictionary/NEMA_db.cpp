@@ -1,6 +1,7 @@
 // The data dictionary as the library and its clients see it.
 #include <Lib_DICOM/dictionary.h>
 
+#include "dictionary/name_search.h"
 #include "dictionary/parse_table.h"
 #include "dictionary/tables.h"
 #include "dictionary/value_count.h"
@@ -40,6 +41,18 @@ const Dictionary* NEMA_db_Load(std::unique_ptr<const Dictionary>& place,
         });
     }
     return place.get();
+}
+
+const Dictionary* Load_Standard()
+{
+    return NEMA_db_Load(Get_State().standard, Standard_Tables());
+}
+
+/** Null unless the current standard is asked for. */
+const Dictionary* Load_Current()
+{
+    return DICOM_Flag_Current_Standard != 0 ? NEMA_db_Load(Get_State().current, Current_Tables())
+                                            : nullptr;
 }
 
 /** A short text by value. */
@@ -105,8 +118,7 @@ void List_Entry(HWND handle, unsigned int severity, const Text& group, const TAG
 TAG_db_Elems* NEMA_db_Locate(unsigned short group, unsigned short element)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Locate(%04x,%04x)", group, element);
-    State& state = Get_State();
-    const Dictionary* const standard = NEMA_db_Load(state.standard, Standard_Tables());
+    const Dictionary* const standard = Load_Standard();
     if (standard == nullptr) {
         return trace.Leave(nullptr, "! dictionary");
     }
@@ -114,11 +126,35 @@ TAG_db_Elems* NEMA_db_Locate(unsigned short group, unsigned short element)
         return trace.Leave(nullptr, "private");
     }
     TAG_db_Elems* entry = standard->Find(group, element);
-    if (entry == nullptr && DICOM_Flag_Current_Standard != 0) {
-        const Dictionary* const current = NEMA_db_Load(state.current, Current_Tables());
+    if (entry == nullptr) {
+        const Dictionary* const current = Load_Current();
         entry = current == nullptr ? nullptr : current->Find(group, element);
     }
     return entry != nullptr ? entry : trace.Leave(entry, "! entry");
+}
+
+TAG_db_Elems* NEMA_db_Find(const char* name_part, const TAG_db_Elems* previous)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Find(%hs)", name_part);
+    TAG_db_Elems* const None = nullptr;
+    if (name_part == nullptr) {
+        return trace.Leave(None, "! name_part");
+    }
+    bool is_behind = previous == nullptr;
+    for (const Dictionary* const dictionary : {Load_Standard(), Load_Current()}) {
+        if (dictionary == nullptr) {
+            continue;
+        }
+        for (const TAG_db_Group& group : dictionary->Groups()) {
+            for (const TAG_db_Group::Slot& slot : group.slots) {
+                if (is_behind && Name_Contains(slot.entry->name, name_part)) {
+                    return slot.entry;
+                }
+                is_behind = is_behind || slot.entry == previous;
+            }
+        }
+    }
+    return trace.Leave(None, "! entry");
 }
 
 void NEMA_db_Cleanup(void)

@@ -5,6 +5,7 @@
 #include "read/deferred_value.h"
 #include "read/number_text.h"
 #include "read/value_pools.h"
+#include "read/very_long.h"
 
 #include <cmath>
 #include <cstdint>
@@ -181,16 +182,6 @@ Number Convert(Source number)
         number = std::clamp<Source>(number, Limits::min(), Limits::max());
     }
     return static_cast<Number>(number);
-}
-
-std::uint64_t Convert_Unsigned_Long(unsigned char order, const void* bytes)
-{
-    const char* const first = static_cast<const char*>(bytes);
-    const bool is_big = (order & DICOM_Order_Big_Endian) != 0;
-    const auto half = [&](bool is_second) {
-        return static_cast<unsigned int>(NEMA_Convert_Int(order, first + (is_second ? 4 : 0)));
-    };
-    return static_cast<std::uint64_t>(half(!is_big)) << 32 | half(is_big);
 }
 
 std::int64_t Convert_Signed_Long(unsigned char order, const void* bytes)

@@ -156,7 +156,7 @@ Exit_Status Run_Check(const Check_Request& request)
     if (request.summary) {
         Print_Summary(summary, request.json, request.verbosity);
     }
-    return std::max(status, Flush_Output());
+    return Finish_Output(status);
 }
 
 }  // namespace dicom_mend

@@ -35,7 +35,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
         if (request.files.size() > 1) {
             std::printf("%s\n", Printable(path).c_str());
         }
-        Print_Text(set, terminal);
+        Print_Text(set, findings, terminal);
     }
     Report(path, findings, request.verbosity, request.show_values);
     return Status_Of(findings);
@@ -72,7 +72,7 @@ Exit_Status Run_List(const List_Request& request)
     for (const std::string& path : request.files) {
         status = std::max(status, List_File(path, request, terminal));
     }
-    return std::max(status, Flush_Output());
+    return Finish_Output(status);
 }
 
 Exit_Status Run_Mend(const Mend_Request& request)

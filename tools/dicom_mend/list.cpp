@@ -1,25 +1,28 @@
 #include "list.h"
 
+#include "client/character_set.h"
 #include "value_text.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace dicom_mend {
 
 namespace {
 
+using dicom_client::Character_Set;
 using dicom_client::Data_Set;
+using dicom_client::Findings;
+using dicom_client::Has_Value;
 using dicom_client::Is_Delimiter;
 using dicom_client::Item_Of;
 using dicom_client::Records;
 using dicom_client::Tag_Of;
 using dicom_client::Tag_Text;
+using dicom_client::VR_Of;
 
-constexpr char Tag_Colour[] = "\033[36m";
-constexpr char Name_Colour[] = "\033[1m";
-constexpr char No_Colour[] = "\033[0m";
+constexpr dicom_client::Tag Character_Set_Tag = {0x0008, 0x0005};
 
 /** Length as the header gave it: a value that the end of the file cuts off keeps it aside. */
 int Given_Length(const DICOM_List& record)
@@ -30,48 +33,118 @@ int Given_Length(const DICOM_List& record)
 /** Fragments are the value of their element, not a list of elements. */
 bool Holds_Elements(const DICOM_List& record)
 {
-    return dicom_client::VR_Of(record) == VR_SQ || dicom_client::VR_Of(record) == VR_UN;
+    return VR_Of(record) == VR_SQ || VR_Of(record) == VR_UN;
 }
 
-void Print_Line(const Data_Set& set, const DICOM_List& record, std::size_t indent,
-                const Terminal& terminal)
-{
-    constexpr std::size_t Least_Name = 16;
-    const std::size_t full_width = std::clamp<std::size_t>(terminal.width / 3, Least_Name, 32);
-    const std::size_t name_width = std::max(full_width - std::min(indent, full_width), Least_Name);
-    const std::string name = Cut(dicom_client::Tag_Name(Tag_Of(record)), name_width);
-    const int length = Given_Length(record);
-    const std::string size = length < 0 ? "-" : std::to_string(length);
-    char fixed[64];
-    std::snprintf(fixed, sizeof fixed, ") %s %8s ", VR_Text(dicom_client::VR_Of(record)).c_str(),
-                  size.c_str());
+/** Catches the lines of the library's listing; other messages go where they went before. */
+class Line_Catcher {
+public:
+    explicit Line_Catcher(Findings& findings)
+        : findings_(findings), session_(Error_Sink_Set(&Line_Catcher::Take, this))
+    {
+    }
+    Line_Catcher(const Line_Catcher&) = delete;
+    Line_Catcher& operator=(const Line_Catcher&) = delete;
+    ~Line_Catcher()
+    {
+        Error_Sink_Set(session_, &findings_);
+    }
 
-    const std::string tag = Tag_Text(Tag_Of(record));
-    const std::size_t used =
-        indent + 1 + tag.size() + std::string_view(fixed).size() + name_width + 1;
-    const std::size_t room = terminal.width > used + 8 ? terminal.width - used : 8;
-    const std::string value = Cut(Value_Text(set, record), room);
-    const bool colours = terminal.colours;
-    std::printf("%*s(%s%s%s%s%s%-*s%s%s%s\n", static_cast<int>(indent), "",
-                colours ? Tag_Colour : "", tag.c_str(), colours ? No_Colour : "", fixed,
-                colours ? Name_Colour : "", static_cast<int>(name_width), name.c_str(),
-                colours ? No_Colour : "", value.empty() ? "" : " ", value.c_str());
-}
+    /** The line of a record, with its markup. */
+    const std::string& Line_Of(DICOM_Root& root, DICOM_List& record)
+    {
+        line_.clear();
+        DICOM_Attribute_Stool_Tag(nullptr, &root, &record, Severity_Line);
+        return line_;
+    }
 
-void Print_List(const Data_Set& set, DICOM_List* list, std::size_t indent, const Terminal& terminal)
-{
-    constexpr std::size_t Step = 2;
-    for (const DICOM_List& record : Records(list)) {
-        if (Is_Delimiter(record)) {
-            continue;
-        }
-        Print_Line(set, record, indent, terminal);
-        for (int i = 0; Holds_Elements(record) && Item_Of(record, i) != nullptr; ++i) {
-            std::printf("%*sitem %d\n", static_cast<int>(indent + Step), "", i + 1);
-            Print_List(set, Item_Of(record, i), indent + 2 * Step, terminal);
+private:
+    /** Unlike any other that the session uses. */
+    static constexpr int Severity_Line = 9;
+
+    static void Take(HWND handle, unsigned int severity, const char* text, void* context)
+    {
+        auto* const self = static_cast<Line_Catcher*>(context);
+        if (severity == Severity_Line) {
+            self->line_ = text;
+        } else {
+            self->session_(handle, severity, text, &self->findings_);
         }
     }
+
+    Findings& findings_;
+    Error_Sink session_;
+    std::string line_;
+};
+
+/** Converts the value in a line, which stands between two bytes of markup, to UTF-8. */
+std::string Converted(const std::string& line, const Character_Set& characters, unsigned short vr)
+{
+    const std::size_t start = line.find('\006') + 1;
+    const std::size_t end = line.rfind('\002');
+    if (start == 0) {
+        return line;
+    }
+    const std::string_view value = std::string_view(line).substr(start, end - start);
+    return line.substr(0, start) + Printable(characters.To_UTF_8(value, vr)) + line.substr(end);
 }
+
+class Lister {
+public:
+    Lister(const Data_Set& set, Findings& findings, const Terminal& terminal)
+        : set_(set), terminal_(terminal), lines_(findings)
+    {
+    }
+
+    /** @param outer  the character set of what is around the list */
+    void Print(DICOM_List* list, const Character_Set& outer)
+    {
+        constexpr std::size_t Enough = 1024;
+        const DICOM_List* const terms = Find_Record(list, Character_Set_Tag);
+        const Character_Set characters =
+            terms != nullptr ? Character_Set(dicom_client::Trimmed(set_.Value(*terms, Enough)))
+                             : outer;
+        for (DICOM_List& record : Records(list)) {
+            if (!Is_Delimiter(record)) {
+                Print_Record(record, characters);
+            }
+        }
+    }
+
+private:
+    void Print_Record(DICOM_List& record, const Character_Set& characters)
+    {
+        constexpr int Longest_Loaded = 512;
+        if (record.size <= Longest_Loaded && Has_Value(record)) {
+            set_.Load(record);
+        }
+        const std::string line =
+            Converted(lines_.Line_Of(root_, record), characters, VR_Of(record));
+        std::printf("%s\n", Rendered(line, terminal_).c_str());
+        if (Holds_Elements(record) && Item_Of(record, 0) != nullptr) {
+            Print_Items(record, characters);
+        }
+    }
+
+    void Print_Items(const DICOM_List& record, const Character_Set& characters)
+    {
+        constexpr int Label_Columns = 10;
+        const int depth = DICOM_Attribute_Sequence_Start(nullptr, &root_, record.group,
+                                                         record.element, record.flags, 0);
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            DICOM_Attribute_Item_Start(nullptr, &root_, 0);
+            std::printf("%*sitem %d\n", Label_Columns + 2 * depth, "", i + 1);
+            Print(Item_Of(record, i), characters);
+            DICOM_Attribute_Item_Stop(nullptr, &root_, 0);
+        }
+        DICOM_Attribute_Sequence_Stop(nullptr, &root_, 0);
+    }
+
+    const Data_Set& set_;
+    const Terminal& terminal_;
+    Line_Catcher lines_;
+    DICOM_Root root_ = {};
+};
 
 void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& path)
 {
@@ -82,10 +155,10 @@ void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& pa
         }
         const std::string own = path + Tag_Text(Tag_Of(record));
         // What a sequence holds follows in lines of its own.
-        const bool has_value = dicom_client::VR_Of(record) != VR_SQ;
+        const bool has_value = VR_Of(record) != VR_SQ;
         const dicom_client::Bytes value =
             has_value ? set.Value(record, Shown_Bytes) : dicom_client::Bytes();
-        std::printf("%s\t%s\t%d\t%s\n", own.c_str(), VR_Text(dicom_client::VR_Of(record)).c_str(),
+        std::printf("%s\t%s\t%d\t%s\n", own.c_str(), VR_Text(VR_Of(record)).c_str(),
                     Given_Length(record), Hexadecimal(value).c_str());
         for (int i = 0; Holds_Elements(record) && Item_Of(record, i) != nullptr; ++i) {
             Print_TSV_List(set, Item_Of(record, i), own + "[" + std::to_string(i) + "]/");
@@ -95,10 +168,11 @@ void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& pa
 
 }  // namespace
 
-void Print_Text(const Data_Set& set, const Terminal& terminal)
+void Print_Text(const Data_Set& set, Findings& findings, const Terminal& terminal)
 {
-    Print_List(set, set.meta.Head(), 0, terminal);
-    Print_List(set, set.records.Head(), 0, terminal);
+    Lister lister(set, findings, terminal);
+    lister.Print(set.meta.Head(), Character_Set());
+    lister.Print(set.records.Head(), Character_Set());
 }
 
 void Print_TSV(const Data_Set& set)

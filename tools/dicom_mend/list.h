@@ -7,8 +7,14 @@
 
 namespace dicom_mend {
 
-/** Prints a data set with one line an element, nested by indentation, cut to the width. */
-void Print_Text(const dicom_client::Data_Set& set, const Terminal& terminal);
+/**
+ * Prints a data set as the library lists it, cut to the width, with texts converted by the character
+ * set of the data set or item that they stand in. Short values are loaded for that.
+ *
+ * @param findings  the findings of the session that is open
+ */
+void Print_Text(const dicom_client::Data_Set& set, dicom_client::Findings& findings,
+                const Terminal& terminal);
 
 /**
  * Prints path, VR, length as read and the first 64 bytes of the value, separated by tabulators.

@@ -1,6 +1,7 @@
 // The command line of dicom-mend.
 #include "check.h"
 #include "commands.h"
+#include "lookup.h"
 
 #include <CLI/CLI.hpp>
 
@@ -24,6 +25,8 @@ constexpr char Examples[] =
     "  dicom-mend check image.dcm                     say what is wrong with it\n"
     "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
     "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
+    "  dicom-mend dict 0010,0010 WindowCenter         what the standard says of elements\n"
+    "  dicom-mend uid 1.2.840.10008.1.2               whose name belongs to a UID\n"
     "\n"
     "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
     "1 findings, 2 something could not be read or written.";
@@ -92,6 +95,15 @@ void Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
     Add_Verbosity(*command, request.verbosity, request.show_values);
 }
 
+void Add_Lookup(CLI::App& app, const char* name, const char* description, const char* value,
+                dicom_mend::Lookup_Request& request)
+{
+    CLI::App* const command = app.add_subcommand(name, description);
+    command->add_option(value, request.terms, "What to look up; a name may be a part of one")
+        ->required()
+        ->option_text("...");
+}
+
 int Run(int argc, char** argv)
 {
     CLI::App app(Description, "dicom-mend");
@@ -104,6 +116,10 @@ int Run(int argc, char** argv)
     Add_Mend(app, mend);
     dicom_mend::Check_Request check;
     Add_Check(app, check);
+    dicom_mend::Lookup_Request dict;
+    dicom_mend::Lookup_Request uid;
+    Add_Lookup(app, "dict", "Look up data elements", "TAG|NAME", dict);
+    Add_Lookup(app, "uid", "Look up unique identifiers", "UID|NAME", uid);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -111,6 +127,8 @@ int Run(int argc, char** argv)
     }
     const dicom_mend::Exit_Status status = app.got_subcommand("list")    ? Run_List(list)
                                            : app.got_subcommand("check") ? Run_Check(check)
+                                           : app.got_subcommand("dict")  ? Run_Dict(dict)
+                                           : app.got_subcommand("uid")   ? Run_UID(uid)
                                                                          : Run_Mend(mend);
     DICOM_Lib_Cleanup();
     return status;

@@ -61,13 +61,13 @@ void Report_Failure(const std::string& file, const std::string& reason)
     std::fprintf(stderr, "%s: error: %s\n", Printable(file).c_str(), Printable(reason).c_str());
 }
 
-Exit_Status Flush_Output()
+Exit_Status Finish_Output(Exit_Status status)
 {
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         Report_Failure("standard output", "cannot be written");
         return Exit_Failure;
     }
-    return Exit_Clean;
+    return status;
 }
 
 Exit_Status Status_Of(const dicom_client::Findings& findings)

@@ -30,8 +30,8 @@ void Report(const std::string& file, const dicom_client::Findings& findings, Ver
 /** Prints an error that concerns a file as a whole. */
 void Report_Failure(const std::string& file, const std::string& reason);
 
-/** Writes out what stands in the buffer of standard output; a failure is reported. */
-Exit_Status Flush_Output();
+/** Flushes standard output; gives `status`, or that of a failure when it cannot be written. */
+Exit_Status Finish_Output(Exit_Status status);
 
 Exit_Status Status_Of(const dicom_client::Findings& findings);
 

@@ -1,7 +1,9 @@
 #include "terminal.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -10,8 +12,7 @@ namespace dicom_mend {
 
 namespace {
 
-/** Width of lines that go to a file or a pipe. */
-constexpr std::size_t Default_Width = 100;
+constexpr std::string_view Dots = "...";
 
 /** Length of the UTF-8 letter at the front of a text, 0 when there is none. */
 std::size_t Letter_Size(std::string_view text)
@@ -37,6 +38,112 @@ std::size_t Letter_Size(std::string_view text)
     return is_control ? 0 : size;
 }
 
+/** Code point of a letter that Letter_Size has found sound. */
+char32_t Code_Of(std::string_view letter)
+{
+    const auto first = static_cast<unsigned char>(letter[0]);
+    char32_t code = letter.size() == 1 ? first : first & (0x7FU >> letter.size());
+    for (const char c : letter.substr(1)) {
+        code = code << 6 | (static_cast<unsigned char>(c) & 0x3FU);
+    }
+    return code;
+}
+
+struct Code_Range {
+    char32_t first;
+    char32_t last;
+};
+
+bool Is_In(std::span<const Code_Range> ranges, char32_t code)
+{
+    return std::any_of(ranges.begin(), ranges.end(), [code](const Code_Range& range) {
+        return code >= range.first && code <= range.last;
+    });
+}
+
+/** Columns that a letter takes: East Asian ones two, marks on the letter before them none. */
+std::size_t Columns_Of(char32_t code)
+{
+    static constexpr Code_Range Marks[] = {{0x0300, 0x036F}, {0x0591, 0x05BD}, {0x064B, 0x065F},
+                                           {0x0E31, 0x0E31}, {0x0E34, 0x0E3A}, {0x0E47, 0x0E4E},
+                                           {0x200B, 0x200F}, {0x20D0, 0x20FF}, {0x3099, 0x309A},
+                                           {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
+    static constexpr Code_Range Wide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},  {0x3041, 0xA4CF},
+                                          {0xA960, 0xA97F},   {0xAC00, 0xD7A3},  {0xF900, 0xFAFF},
+                                          {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},  {0xFFE0, 0xFFE6},
+                                          {0x1F300, 0x1F64F}, {0x20000, 0x3FFFD}};
+    if (Is_In(Marks, code)) {
+        return 0;
+    }
+    return Is_In(Wide, code) ? 2 : 1;
+}
+
+/** What is shown for the front of a text. */
+struct Piece {
+    /** Bytes of the text that it stands for. */
+    std::size_t size;
+    std::string shown;
+    std::size_t columns;
+};
+
+Piece First_Piece(std::string_view text)
+{
+    const auto first = static_cast<unsigned char>(text[0]);
+    const std::size_t size = Letter_Size(text);
+    if (size == 0 || first < 0x20 || first == 0x7F) {
+        char escape[8];
+        std::snprintf(escape, sizeof escape, "\\x%02X", first);
+        return {1, escape, std::string_view(escape).size()};
+    }
+    const std::string_view letter = text.substr(0, size);
+    return {size, std::string(letter), Columns_Of(Code_Of(letter))};
+}
+
+/** The terminal's sequence for a markup byte, null for any other byte. */
+const char* Colour_Of(char byte)
+{
+    switch (byte) {
+    case '\001':
+        return "\033[36m";
+    case '\002':
+        return "\033[39m";
+    case '\004':
+        return "\033[35m";
+    case '\005':
+        return "\033[33m";
+    case '\006':
+        return "\033[32m";
+    default:
+        return nullptr;
+    }
+}
+
+/** A line in two forms: as it is without a limit, and cut where dots still fit behind it. */
+struct Cut_Line {
+    std::string whole;
+    std::string front;
+    bool fits = true;
+};
+
+Cut_Line Cut(std::string_view line, const Terminal& terminal)
+{
+    const std::size_t room = terminal.width - std::min(terminal.width, Dots.size());
+    Cut_Line result;
+    std::size_t columns = 0;
+    while (result.fits && !line.empty()) {
+        const char* const colour = Colour_Of(line[0]);
+        const Piece piece = colour == nullptr  ? First_Piece(line)
+                            : terminal.colours ? Piece{1, colour, 0}
+                                               : Piece{1, "", 0};
+        line.remove_prefix(piece.size);
+        columns += piece.columns;
+        result.whole += piece.shown;
+        result.front += columns <= room ? piece.shown : "";
+        result.fits = columns <= terminal.width;
+    }
+    return result;
+}
+
 }  // namespace
 
 Terminal Look_At(int descriptor)
@@ -44,7 +151,6 @@ Terminal Look_At(int descriptor)
     Terminal terminal;
     terminal.is_terminal = isatty(descriptor) != 0;
     terminal.colours = terminal.is_terminal && std::getenv("NO_COLOR") == nullptr;
-    terminal.width = Default_Width;
     winsize size = {};
     if (terminal.is_terminal && ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
         terminal.width = size.ws_col;
@@ -56,40 +162,18 @@ std::string Printable(std::string_view text)
 {
     std::string shown;
     while (!text.empty()) {
-        const auto first = static_cast<unsigned char>(text[0]);
-        std::size_t size = Letter_Size(text);
-        if (size == 0 || first < 0x20 || first == 0x7F) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\x%02X", first);
-            shown += escape;
-            size = 1;
-        } else {
-            shown += text.substr(0, size);
-        }
-        text.remove_prefix(size);
+        const Piece piece = First_Piece(text);
+        shown += piece.shown;
+        text.remove_prefix(piece.size);
     }
     return shown;
 }
 
-std::string Cut(const std::string& text, std::size_t width)
+std::string Rendered(std::string_view line, const Terminal& terminal)
 {
-    constexpr std::string_view Dots = "...";
-    std::size_t letters = 0;
-    std::size_t end_of_kept = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool starts_letter = (static_cast<unsigned char>(text[i]) & 0xC0) != 0x80;
-        if (!starts_letter) {
-            continue;
-        }
-        if (letters + Dots.size() <= width) {
-            end_of_kept = i;
-        }
-        if (letters == width) {
-            return text.substr(0, end_of_kept).append(width < Dots.size() ? "" : Dots);
-        }
-        ++letters;
-    }
-    return text;
+    Cut_Line cut = Cut(line, terminal);
+    std::string shown = cut.fits ? cut.whole : cut.front.append(Dots);
+    return shown.append(terminal.colours ? "\033[0m" : "");
 }
 
 }  // namespace dicom_mend

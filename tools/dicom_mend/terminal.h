@@ -3,6 +3,7 @@
 #define TOOLS_DICOM_MEND_TERMINAL_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -11,7 +12,8 @@ namespace dicom_mend {
 struct Terminal {
     bool is_terminal = false;
     bool colours = false;
-    std::size_t width = 0;
+    /** Columns of a line; no limit for what is no terminal. */
+    std::size_t width = SIZE_MAX;
 };
 
 /** Looks at a file descriptor; NO_COLOR in the environment turns colours off. */
@@ -23,8 +25,11 @@ Terminal Look_At(int descriptor);
  */
 std::string Printable(std::string_view text);
 
-/** Cuts a text in UTF-8 to a number of characters; a cut one ends in "...". */
-std::string Cut(const std::string& text, std::size_t width);
+/**
+ * A line with the markup bytes of the library's messages as the terminal shows it: markup turns into
+ * colours or is dropped, text is made printable, and a line wider than the terminal ends in "...".
+ */
+std::string Rendered(std::string_view line, const Terminal& terminal);
 
 }  // namespace dicom_mend
 

@@ -1,0 +1,172 @@
+#include "lookup.h"
+
+#include "terminal.h"
+#include "value_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace dicom_mend {
+
+namespace {
+
+using dicom_client::Tag;
+using dicom_client::Tag_Text;
+
+/** Letters and digits of a name: what the library's search compares. */
+std::size_t Count_Letters(const std::string& name)
+{
+    return static_cast<std::size_t>(std::count_if(name.begin(), name.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    }));
+}
+
+/**
+ * All entries whose name contains a text; those with no other name stand in front.
+ *
+ * @param find  NEMA_db_Find or DICOM_UID_Find
+ */
+template <class Entry, class Find>
+std::vector<const Entry*> Find_All(const std::string& term, Find find)
+{
+    std::vector<const Entry*> entries;
+    const Entry* entry = nullptr;
+    while ((entry = find(term.c_str(), entry)) != nullptr) {
+        entries.push_back(entry);
+    }
+    const std::size_t letters = Count_Letters(term);
+    std::stable_partition(entries.begin(), entries.end(), [letters](const Entry* found) {
+        return Count_Letters(found->name) == letters;
+    });
+    return entries;
+}
+
+/** Reads "gggg,eeee", "(gggg,eeee)" or "ggggeeee". */
+bool Parse_Tag(std::string text, Tag& tag)
+{
+    constexpr std::size_t Digits = 8;
+    if (text.size() == Digits + 3 && text.front() == '(' && text.back() == ')') {
+        text = text.substr(1, Digits + 1);
+    }
+    if (text.size() == Digits + 1 && text[Digits / 2] == ',') {
+        text.erase(Digits / 2, 1);
+    }
+    if (text.size() != Digits || text.find_first_not_of("0123456789abcdefABCDEF") != text.npos) {
+        return false;
+    }
+    const unsigned long number = std::strtoul(text.c_str(), nullptr, 16);
+    tag = {static_cast<unsigned short>(number >> 16), static_cast<unsigned short>(number & 0xFFFF)};
+    return true;
+}
+
+/** The tag of an entry, with "x" for the digits that may be any. */
+std::string Entry_Tag_Text(const TAG_db_Elems& entry)
+{
+    std::string text = "(" + Tag_Text({entry.group, entry.element}) + ")";
+    const int high = entry.group >> 8;
+    if (high == 0x50 || high == 0x60) {
+        text.replace(3, 2, "xx");
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+        if ((entry.elem_mask & (0xF000U >> 4 * i)) == 0) {
+            text[6 + i] = 'x';
+        }
+    }
+    return text;
+}
+
+std::string VM_Text(const TAG_db_VM& vm)
+{
+    constexpr unsigned short Unbounded = 0xFFFF;
+    const std::string least = std::to_string(vm.vm_min);
+    if (vm.vm_min == vm.vm_max) {
+        return least;
+    }
+    return least + "-" + (vm.vm_max == Unbounded ? "n" : std::to_string(vm.vm_max));
+}
+
+/** "US or SS" and "1"; a VM is repeated only where the alternatives differ in it. */
+void Join_Alternatives(const TAG_db_Elems& entry, std::string& vrs, std::string& vms)
+{
+    bool same_vm = true;
+    for (int i = 0; i < std::abs(entry.nb_vr); ++i) {
+        const std::string vm = VM_Text(entry.vm[i]);
+        same_vm = same_vm && vm == VM_Text(entry.vm[0]);
+        vrs += (i == 0 ? "" : " or ") + VR_Text(entry.vr[i]);
+        vms += (i == 0 ? "" : " or ") + vm;
+    }
+    if (entry.nb_vr == 0) {
+        vrs = vms = "--";
+    } else if (same_vm) {
+        vms = VM_Text(entry.vm[0]);
+    }
+}
+
+void Print(const TAG_db_Elems& entry)
+{
+    std::string vrs;
+    std::string vms;
+    Join_Alternatives(entry, vrs, vms);
+    std::printf("%s %-8s %-4s %s%s\n", Entry_Tag_Text(entry).c_str(), vrs.c_str(), vms.c_str(),
+                entry.name, entry.nb_vr < 0 ? " (retired)" : "");
+}
+
+void Print(const DICOM_UID_Entry& entry)
+{
+    std::printf("%-30s %-15s %s%s\n", entry.uid, entry.kind, entry.name,
+                entry.retired != 0 ? " (retired)" : "");
+}
+
+std::vector<const TAG_db_Elems*> Elements_Of(const std::string& term)
+{
+    Tag tag;
+    if (!Parse_Tag(term, tag)) {
+        return Find_All<TAG_db_Elems>(term, &NEMA_db_Find);
+    }
+    const TAG_db_Elems* const entry = NEMA_db_Locate(tag.group, tag.element);
+    return entry != nullptr ? std::vector{entry} : std::vector<const TAG_db_Elems*>();
+}
+
+std::vector<const DICOM_UID_Entry*> UIDs_Of(const std::string& term)
+{
+    if (term.find_first_not_of("0123456789.") != term.npos) {
+        return Find_All<DICOM_UID_Entry>(term, &DICOM_UID_Find);
+    }
+    const DICOM_UID_Entry* const entry = DICOM_UID_Get(term.c_str());
+    return entry != nullptr ? std::vector{entry} : std::vector<const DICOM_UID_Entry*>();
+}
+
+template <class Entries>
+Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
+{
+    dicom_client::Findings findings;
+    const dicom_client::Library_Session session(findings);
+    Exit_Status status = Exit_Clean;
+    for (const std::string& term : terms) {
+        const auto entries = entries_of(term);
+        for (const auto* entry : entries) {
+            Print(*entry);
+        }
+        if (entries.empty()) {
+            std::fflush(stdout);
+            std::fprintf(stderr, "%s: not found\n", Printable(term).c_str());
+            status = Exit_Findings;
+        }
+    }
+    return Finish_Output(status);
+}
+
+}  // namespace
+
+Exit_Status Run_Dict(const Lookup_Request& request)
+{
+    return Look_Up(request.terms, &Elements_Of);
+}
+
+Exit_Status Run_UID(const Lookup_Request& request)
+{
+    return Look_Up(request.terms, &UIDs_Of);
+}
+
+}  // namespace dicom_mend
