@@ -1,0 +1,238 @@
+"""Compares written definition files with the facts, and checks them without facts."""
+
+import re
+from collections import Counter
+
+from definition_maker.compose import (FRAME_GROUPS, GROUPS_MODULE, SHARED_GROUPS,
+                                      expected_attributes)
+from definition_maker.facts import LEGACY_SCHEMES, VRS
+from definition_maker.grammar import (Grammar_Error, Library, Node, flatten, lower, parse, quote)
+from definition_maker.lists import MAX_CODE_LINE, code_line
+from definition_maker.macros import SHORT_FORMS, Macro_Book, file_name, moved
+
+
+class Comparison:
+    """Counts what was compared and keeps what differs."""
+
+    def __init__(self):
+        self.counts = Counter()
+        self.differences = []
+
+    def same(self, kind, where, fact, written):
+        self.counts[kind] += 1
+        if fact != written:
+            self.differences.append(f"{where}: facts {fact}, files {written}")
+
+
+def check_with_facts(facts, directory):
+    """Compares every row of the facts with the files, and every attribute of the files with the facts."""
+    library = Library(directory)
+    book = Macro_Book(facts.macros)
+    result = Comparison()
+    for iod in facts.iods:
+        check_iod(iod, library, book, result)
+    check_private(facts.creators, directory, result)
+    check_codes(facts.codes, directory, result)
+    return result
+
+
+def check_iod(iod, library, book, result):
+    name = f"iods/{iod.code}"
+    own = flatten(library.expand_own_lines(name))
+    whole = flatten(library.expand(name))
+    includes = [(line.include, line.usage) for line in library.lines(name)
+                if line.include.startswith("modules/")]
+    result.same("modules in IODs", name,
+                [(file_name("modules", use.module), use.usage) for use in iod.modules], includes)
+    facts = expected_attributes(iod)
+    for use in iod.modules:
+        rows = {row.key: row for row in use.rows}
+        rows.update((row.key, row) for row in whole_codes(use.rows, book))
+        check_module(f"{name} {use.module}", use, rows, own, library, result)
+        for key, row in rows.items():
+            facts.setdefault(key, (row.type, row.vr, row.value))
+    check_merged(name, facts, whole, result)
+
+
+def whole_codes(rows, book):
+    """What the tables of the IODs leave out of coded entries."""
+    for path, macro in {(row.path, row.macro): None for row in rows if row.macro in SHORT_FORMS}:
+        short = book.expand(macro)
+        for key, row in moved(book.expand_full(macro), path).items():
+            if path != row.path or row.tag not in {tag for _, tag in short}:
+                yield row
+
+
+def check_module(where, use, rows, own, library, result):
+    """Each row of a module against its file; the IOD may give the type and the value of its own."""
+    written = library.flat(file_name("modules", use.module))
+    for key, row in rows.items():
+        shared, special = written.get(key), own.get(key)
+        nodes = [node for node in (shared, special) if node]
+        kind = "rows brought by whole coded entries" if row not in use.rows else "rows of modules"
+        conditional = any(node.conditional for node in nodes)
+        want = lower(row.type) if conditional else row.type
+        result.counts["of these brought by conditional macros"] += conditional
+        good = (nodes and same_vr(row.vr, next((node.vr for node in nodes if node.vr != "--"), "--"))
+                and any(node.type == want for node in nodes)
+                and any(node.value == row.value for node in nodes))
+        result.same(kind, f"{where} {key}", (row.vr, want, row.value),
+                    (row.vr, want, row.value) if good else nodes)
+    for key in written.keys() - rows.keys():
+        result.differences.append(f"{where} {key}: not in the facts")
+
+
+def same_vr(fact, written):
+    return written == (fact if len(fact) == 2 else "--")
+
+
+def check_merged(where, facts, whole, result):
+    """Each attribute as a reader sees it after all modules."""
+    for key, (type_, vr, value) in facts.items():
+        node = whole.get(key, Node())
+        want = lower(type_) if node.conditional else type_
+        result.same("attributes of merged IODs", f"{where} {key}",
+                    (want, vr if len(vr) == 2 else "--", value), (node.type, node.vr, node.value))
+    for key in whole.keys() - facts.keys():
+        result.differences.append(f"{where} {key}: not in the facts")
+
+
+def read_lines(path):
+    """The lines of a file that are neither empty nor comments."""
+    return [line for line in path.read_text(encoding="utf-8").splitlines()
+            if line and not line.startswith("#")]
+
+
+PRIVATE = re.compile(r'\(([0-9A-F]{4}),(xx[0-9A-F]{2})\) ([A-Z]{2}) ([0-9n-]+) +"((?:[^"]|"")*)"(?: # (.*))?')
+CREATOR = re.compile(r'creator "((?:[^"]|"")*)"')
+PRIVATE_INDEX = re.compile(r'"((?:[^"]|"")*)" +([a-z0-9-]+)')
+
+
+def read_private(directory):
+    """creator -> (file, rows) of all private files."""
+    creators = {}
+    for path in sorted((directory / "private").glob("*.txt")):
+        rows = None
+        for line in read_lines(path) if path.stem != "index" else ():
+            if match := CREATOR.fullmatch(line):
+                rows = []
+                name = match[1].replace('""', '"')
+                if name in creators:
+                    raise Grammar_Error(f"{path}: creator {name} stands twice")
+                creators[name] = path.stem, rows
+            elif (match := PRIVATE.fullmatch(line)) and rows is not None and match[3] in VRS:
+                rows.append((match[1], match[2], match[6] or match[3], match[4],
+                             match[5].replace('""', '"')))
+            else:
+                raise Grammar_Error(f"{path}: not understood: {line}")
+    return creators
+
+
+def check_private(creators, directory, result):
+    written = read_private(directory)
+    result.same("lists", "private creators", sorted(creator.name for creator in creators),
+                sorted(written))
+    for creator in creators:
+        rows = dict((row[:2], row) for row in written.get(creator.name, ("", []))[1])
+        for row in creator.rows:
+            result.same("private attributes", creator.name, row, rows.pop(row[:2], None))
+        result.same("lists", creator.name, {}, rows)
+
+
+def check_codes(tables, directory, result):
+    for table in tables:
+        written = []
+        for scheme in ("", *LEGACY_SCHEMES):
+            path = directory / "codes" / (f"cid-{table.cid:04}" + (f"-{scheme.lower()}" if scheme else "")
+                                          + ".txt")
+            lines = read_lines(path) if path.exists() else []
+            mixed = [line for line in lines
+                     if (line.split()[0] if line.split()[0] in LEGACY_SCHEMES else "") != scheme]
+            result.same("lists", str(path), [], mixed)
+            written += lines
+        facts = Counter(code_line(entry) for entry in table.entries)
+        result.same("lists", f"CID {table.cid}", facts, Counter(written))
+        result.counts["codes"] += len(table.entries)
+
+
+def self_check(directory):
+    """The faults of a directory of definition files, found without facts."""
+    faults = []
+    for path in sorted(directory.rglob("*.txt")):
+        text = path.read_text(encoding="utf-8")
+        if not text.startswith("# ") or "\t" in text or not text.endswith("\n"):
+            faults.append(f"{path}: no comment at the head, a tab, or no line end at the end")
+    for check in (check_trees, check_iod_index, check_private_index, check_code_index):
+        try:
+            faults += check(directory)
+        except (Grammar_Error, OSError) as error:
+            faults.append(str(error))
+    return faults
+
+
+def check_trees(directory):
+    """Every module, macro and IOD expands, and something includes each module and macro."""
+    library = Library(directory)
+    for path in sorted((directory / "iods").glob("*.txt")):
+        if path.stem != "index":
+            library.expand(f"iods/{path.stem}")
+    faults = []
+    for folder in "modules", "macros":
+        for path in sorted((directory / folder).glob("*.txt")):
+            if f"{folder}/{path.stem}" not in library.files:
+                parse(path.read_text(encoding="utf-8"), path)
+                faults.append(f"{path}: nothing includes it")
+    for name, lines in library.files.items():
+        tops = [line.tag for line in lines if line.depth == 0 and line.tag]
+        faults += [f"{name}: ({tag}) stands twice" for tag, count in Counter(tops).items() if count > 1]
+    return faults
+
+
+INDEX = re.compile(r'([A-Z0-9-]+) +([A-Z]+|-) +([0-9.|]+|-) +"((?:[^"]|"")*)"')
+
+
+def check_iod_index(directory):
+    listed = set()
+    for line in read_lines(directory / "iods/index.txt"):
+        match = INDEX.fullmatch(line)
+        if not match:
+            raise Grammar_Error(f"iods/index.txt: not understood: {line}")
+        listed.add(match[1])
+    return unlisted(directory / "iods", listed)
+
+
+def check_private_index(directory):
+    listed = {}
+    for line in read_lines(directory / "private/index.txt"):
+        match = PRIVATE_INDEX.fullmatch(line)
+        if not match:
+            raise Grammar_Error(f"private/index.txt: not understood: {line}")
+        listed[match[1].replace('""', '"')] = match[2]
+    written = {name: file for name, (file, _) in read_private(directory).items()}
+    wrong = [f"private/index.txt: {quote(name)} does not fit the files"
+             for name in sorted(listed.keys() | written.keys()) if listed.get(name) != written.get(name)]
+    return wrong + unlisted(directory / "private", set(listed.values()))
+
+
+CODE_INDEX = re.compile(r'([0-9]+) +(cid-[0-9a-z-]+) +"((?:[^"]|"")*)"')
+
+
+def check_code_index(directory):
+    faults = []
+    listed = set()
+    for line in read_lines(directory / "codes/index.txt"):
+        match = CODE_INDEX.fullmatch(line)
+        if not match or not match[2].startswith(f"cid-{int(match[1]):04}"):
+            raise Grammar_Error(f"codes/index.txt: not understood: {line}")
+        listed.add(match[2])
+    for name in sorted(listed):
+        for line in read_lines(directory / "codes" / (name + ".txt")):
+            if not re.fullmatch(r"[^ #*;][^ ]* [^ ]+ [^ ].*", line) or len(line.encode()) > MAX_CODE_LINE:
+                faults.append(f"codes/{name}.txt: not understood: {line}")
+    return faults + unlisted(directory / "codes", listed)
+
+
+def unlisted(directory, listed):
+    files = {path.stem for path in directory.glob("*.txt")} - {"index"}
+    return [f"{directory / name}.txt: listed but missing" for name in sorted(listed - files)] + \
+           [f"{directory / name}.txt: not in the index" for name in sorted(files - listed)]
