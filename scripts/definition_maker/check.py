@@ -3,10 +3,9 @@
 import re
 from collections import Counter
 
-from definition_maker.compose import (FRAME_GROUPS, GROUPS_MODULE, SHARED_GROUPS,
-                                      expected_attributes)
+from definition_maker.compose import FRAME_GROUPS, SHARED_GROUPS, expected_attributes
 from definition_maker.facts import LEGACY_SCHEMES, VRS
-from definition_maker.grammar import (Grammar_Error, Library, Node, flatten, lower, parse, quote)
+from definition_maker.grammar import Grammar_Error, Library, Node, flatten, lower, parse, quote
 from definition_maker.lists import MAX_CODE_LINE, code_line
 from definition_maker.macros import SHORT_FORMS, Macro_Book, file_name, moved
 
@@ -46,44 +45,43 @@ def check_iod(iod, library, book, result):
                 [(file_name("modules", use.module), use.usage) for use in iod.modules], includes)
     facts = expected_attributes(iod)
     for use in iod.modules:
-        rows = {row.key: row for row in use.rows}
-        rows.update((row.key, row) for row in whole_codes(use.rows, book))
-        check_module(f"{name} {use.module}", use, rows, own, library, result)
-        for key, row in rows.items():
-            facts.setdefault(key, (row.type, row.vr, row.value))
+        coded = {row.key: row for row in whole_codes(use.rows, book)}
+        written = library.flat(file_name("modules", use.module))
+        where = f"{name} {use.module}"
+        for row in use.rows:
+            check_row("rows of modules", where, row, (written, own), result)
+        for row in coded.values():
+            check_row("rows brought by whole coded entries", where, row, (written, own), result)
+            facts.setdefault(row.key, (row.type, row.vr, row.value))
+        for key in written.keys() - coded.keys() - {row.key for row in use.rows}:
+            result.differences.append(f"{where} {key}: not in the facts")
     check_merged(name, facts, whole, result)
+    check_groups(name, whole, result)
 
 
 def whole_codes(rows, book):
     """What the tables of the IODs leave out of coded entries."""
     for path, macro in {(row.path, row.macro): None for row in rows if row.macro in SHORT_FORMS}:
-        short = book.expand(macro)
-        for key, row in moved(book.expand_full(macro), path).items():
-            if path != row.path or row.tag not in {tag for _, tag in short}:
-                yield row
+        shown = book.expand(macro)
+        left_out = {key: row for key, row in book.expand_full(macro).items() if key not in shown}
+        yield from moved(left_out, path).values()
 
 
-def check_module(where, use, rows, own, library, result):
-    """Each row of a module against its file; the IOD may give the type and the value of its own."""
-    written = library.flat(file_name("modules", use.module))
-    for key, row in rows.items():
-        shared, special = written.get(key), own.get(key)
-        nodes = [node for node in (shared, special) if node]
-        kind = "rows brought by whole coded entries" if row not in use.rows else "rows of modules"
-        conditional = any(node.conditional for node in nodes)
-        want = lower(row.type) if conditional else row.type
-        result.counts["of these brought by conditional macros"] += conditional
-        good = (nodes and same_vr(row.vr, next((node.vr for node in nodes if node.vr != "--"), "--"))
-                and any(node.type == want for node in nodes)
-                and any(node.value == row.value for node in nodes))
-        result.same(kind, f"{where} {key}", (row.vr, want, row.value),
-                    (row.vr, want, row.value) if good else nodes)
-    for key in written.keys() - rows.keys():
-        result.differences.append(f"{where} {key}: not in the facts")
+def check_row(kind, where, row, files, result):
+    """A row against the file of its module; the IOD may give a type and a value of its own."""
+    nodes = [file[row.key] for file in files if row.key in file]
+    conditional = any(node.conditional for node in nodes)
+    result.counts["of these brought by conditional macros"] += conditional
+    want = lower(row.type) if conditional else row.type, written_vr(row.vr), row.value
+    found = (want[0] if any(node.type == want[0] for node in nodes) else "other types",
+             next((node.vr for node in nodes if node.vr != "--"), "--"),
+             want[2] if any(node.value == want[2] for node in nodes) else "other values")
+    result.same(kind, f"{where} {row.key}", want, found if nodes else "nothing")
 
 
-def same_vr(fact, written):
-    return written == (fact if len(fact) == 2 else "--")
+def written_vr(vr):
+    """A choice of VRs is left to the dictionary."""
+    return vr if len(vr) == 2 else "--"
 
 
 def check_merged(where, facts, whole, result):
@@ -92,9 +90,17 @@ def check_merged(where, facts, whole, result):
         node = whole.get(key, Node())
         want = lower(type_) if node.conditional else type_
         result.same("attributes of merged IODs", f"{where} {key}",
-                    (want, vr if len(vr) == 2 else "--", value), (node.type, node.vr, node.value))
+                    (want, written_vr(vr), value), (node.type, node.vr, node.value))
     for key in whole.keys() - facts.keys():
         result.differences.append(f"{where} {key}: not in the facts")
+
+
+def check_groups(where, whole, result):
+    """What may stand in the shared or in the per-frame item is required of neither."""
+    for path, tag in whole:
+        if path == SHARED_GROUPS and (FRAME_GROUPS, tag) in whole:
+            types = {whole[at, tag].type for at in (SHARED_GROUPS, FRAME_GROUPS)}
+            result.same("functional groups", f"{where} {tag}", set(), types & {"1", "2"})
 
 
 def read_lines(path):

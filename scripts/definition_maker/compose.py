@@ -148,7 +148,8 @@ def add_functional_groups(block, iod, use, sequence, book):
 
 GROUPS_REMARK = (
     "Functional groups. A group stands in the shared item or in the item of each frame, so it can be",
-    "required of neither: it is included as conditional (C), with its usage in the comment.",
+    "required of neither: it is included as conditional (C), with its usage in the comment. Only a",
+    "mandatory group that has one place alone is required there.",
 )
 MERGE_REMARK = (
     "Attributes of several modules: a mandatory module wins, of several the one with the stricter type.",
