@@ -5,8 +5,9 @@ from collections import Counter
 
 from definition_maker.compose import FRAME_GROUPS, SHARED_GROUPS, expected_attributes
 from definition_maker.facts import LEGACY_SCHEMES, VRS
-from definition_maker.grammar import Grammar_Error, Library, Node, flatten, lower, parse, quote
-from definition_maker.lists import MAX_CODE_LINE, code_line
+from definition_maker.grammar import (Grammar_Error, Library, Node, flatten, lower, parse, quote,
+                                      written_vr)
+from definition_maker.lists import MAX_CODE_LINE, code_file, code_line, legacy_scheme
 from definition_maker.macros import SHORT_FORMS, Macro_Book, file_name, moved
 
 
@@ -24,7 +25,7 @@ class Comparison:
 
 
 def check_with_facts(facts, directory):
-    """Compares every row of the facts with the files, and every attribute of the files with the facts."""
+    """Compares every fact with the files, and every attribute of the files with the facts."""
     library = Library(directory)
     book = Macro_Book(facts.macros)
     result = Comparison()
@@ -72,16 +73,11 @@ def check_row(kind, where, row, files, result):
     nodes = [file[row.key] for file in files if row.key in file]
     conditional = any(node.conditional for node in nodes)
     result.counts["of these brought by conditional macros"] += conditional
-    want = lower(row.type) if conditional else row.type, written_vr(row.vr), row.value
+    want = lower(row.type) if conditional else row.type, written_vr(row.tag, row.vr), row.value
     found = (want[0] if any(node.type == want[0] for node in nodes) else "other types",
              next((node.vr for node in nodes if node.vr != "--"), "--"),
              want[2] if any(node.value == want[2] for node in nodes) else "other values")
     result.same(kind, f"{where} {row.key}", want, found if nodes else "nothing")
-
-
-def written_vr(vr):
-    """A choice of VRs is left to the dictionary."""
-    return vr if len(vr) == 2 else "--"
 
 
 def check_merged(where, facts, whole, result):
@@ -90,7 +86,7 @@ def check_merged(where, facts, whole, result):
         node = whole.get(key, Node())
         want = lower(type_) if node.conditional else type_
         result.same("attributes of merged IODs", f"{where} {key}",
-                    (want, written_vr(vr), value), (node.type, node.vr, node.value))
+                    (want, written_vr(key[1], vr), value), (node.type, node.vr, node.value))
     for key in whole.keys() - facts.keys():
         result.differences.append(f"{where} {key}: not in the facts")
 
@@ -109,9 +105,14 @@ def read_lines(path):
             if line and not line.startswith("#")]
 
 
-PRIVATE = re.compile(r'\(([0-9A-F]{4}),(xx[0-9A-F]{2})\) ([A-Z]{2}) ([0-9n-]+) +"((?:[^"]|"")*)"(?: # (.*))?')
-CREATOR = re.compile(r'creator "((?:[^"]|"")*)"')
-PRIVATE_INDEX = re.compile(r'"((?:[^"]|"")*)" +([a-z0-9-]+)')
+QUOTED = r'"((?:[^"]|"")*)"'
+PRIVATE = re.compile(r"\(([0-9A-F]{4}),(xx[0-9A-F]{2})\) ([A-Z]{2}) ([0-9n-]+) +"
+                     rf"{QUOTED}(?: # (.*))?")
+CREATOR = re.compile(rf"creator {QUOTED}")
+PRIVATE_INDEX = re.compile(rf"{QUOTED} +([a-z0-9-]+)")
+IOD_INDEX = re.compile(rf"([A-Z0-9-]+) +([A-Z]+|-) +([0-9.|]+|-) +{QUOTED}")
+CODE_INDEX = re.compile(rf"([0-9]+) +(cid-[0-9a-z-]+) +{QUOTED}")
+CODE = re.compile(r"[^ #*;][^ ]* [^ ]+ [^ ].*")
 
 
 def read_private(directory):
@@ -149,11 +150,9 @@ def check_codes(tables, directory, result):
     for table in tables:
         written = []
         for scheme in ("", *LEGACY_SCHEMES):
-            path = directory / "codes" / (f"cid-{table.cid:04}" + (f"-{scheme.lower()}" if scheme else "")
-                                          + ".txt")
+            path = directory / (code_file(table.cid, scheme) + ".txt")
             lines = read_lines(path) if path.exists() else []
-            mixed = [line for line in lines
-                     if (line.split()[0] if line.split()[0] in LEGACY_SCHEMES else "") != scheme]
+            mixed = [line for line in lines if legacy_scheme(line.split()) != scheme]
             result.same("lists", str(path), [], mixed)
             written += lines
         facts = Counter(code_line(entry) for entry in table.entries)
@@ -190,17 +189,15 @@ def check_trees(directory):
                 faults.append(f"{path}: nothing includes it")
     for name, lines in library.files.items():
         tops = [line.tag for line in lines if line.depth == 0 and line.tag]
-        faults += [f"{name}: ({tag}) stands twice" for tag, count in Counter(tops).items() if count > 1]
+        faults += [f"{name}: ({tag}) stands twice"
+                   for tag, count in Counter(tops).items() if count > 1]
     return faults
-
-
-INDEX = re.compile(r'([A-Z0-9-]+) +([A-Z]+|-) +([0-9.|]+|-) +"((?:[^"]|"")*)"')
 
 
 def check_iod_index(directory):
     listed = set()
     for line in read_lines(directory / "iods/index.txt"):
-        match = INDEX.fullmatch(line)
+        match = IOD_INDEX.fullmatch(line)
         if not match:
             raise Grammar_Error(f"iods/index.txt: not understood: {line}")
         listed.add(match[1])
@@ -216,11 +213,9 @@ def check_private_index(directory):
         listed[match[1].replace('""', '"')] = match[2]
     written = {name: file for name, (file, _) in read_private(directory).items()}
     wrong = [f"private/index.txt: {quote(name)} does not fit the files"
-             for name in sorted(listed.keys() | written.keys()) if listed.get(name) != written.get(name)]
+             for name in sorted(listed.keys() | written.keys())
+             if listed.get(name) != written.get(name)]
     return wrong + unlisted(directory / "private", set(listed.values()))
-
-
-CODE_INDEX = re.compile(r'([0-9]+) +(cid-[0-9a-z-]+) +"((?:[^"]|"")*)"')
 
 
 def check_code_index(directory):
@@ -233,7 +228,7 @@ def check_code_index(directory):
         listed.add(match[2])
     for name in sorted(listed):
         for line in read_lines(directory / "codes" / (name + ".txt")):
-            if not re.fullmatch(r"[^ #*;][^ ]* [^ ]+ [^ ].*", line) or len(line.encode()) > MAX_CODE_LINE:
+            if not CODE.fullmatch(line) or len(line.encode()) > MAX_CODE_LINE:
                 faults.append(f"codes/{name}.txt: not understood: {line}")
     return faults + unlisted(directory / "codes", listed)
 

@@ -90,8 +90,8 @@ def common_rows(uses):
 
 def shared_part(use):
     """The rows of a module that do not depend on the functional groups of an IOD."""
-    return [row for row in use.rows
-            if use.module != GROUPS_MODULE or not row.path.startswith((SHARED_GROUPS, FRAME_GROUPS))]
+    groups = (SHARED_GROUPS, FRAME_GROUPS) if use.module == GROUPS_MODULE else ()
+    return [row for row in use.rows if not row.path.startswith(groups)]
 
 
 def draft_iod(iod, common, book):
@@ -147,12 +147,12 @@ def add_functional_groups(block, iod, use, sequence, book):
 
 
 GROUPS_REMARK = (
-    "Functional groups. A group stands in the shared item or in the item of each frame, so it can be",
-    "required of neither: it is included as conditional (C), with its usage in the comment. Only a",
-    "mandatory group that has one place alone is required there.",
+    "Functional groups. A group stands in the shared item or in the item of each frame, so it can",
+    "be required of neither: it is included as conditional (C), with its usage in the comment.",
+    "Only a mandatory group that has one place alone is required there.",
 )
 MERGE_REMARK = (
-    "Attributes of several modules: a mandatory module wins, of several the one with the stricter type.",
+    "Attributes of several modules: a mandatory module wins, and the stricter type among those.",
 )
 
 
@@ -243,7 +243,7 @@ def write_iod_index(iods, writer):
     widths = [max(len(line[column]) for line in lines) for column in range(3)]
     writer.write("iods/index", [
         "IODs of PS3.3 2024e: file, modality, SOP Class UIDs, title.",
-        "The first line with a modality is the default of that modality. An IOD of two modalities has",
-        "a line for each."],
+        "The first line with a modality is the default of that modality. An IOD of two modalities",
+        "has a line for each."],
         [" ".join(f"{text:<{width}}" for text, width in zip(line, widths)) + f" {line[3]}"
          for line in lines])

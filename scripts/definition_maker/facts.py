@@ -10,8 +10,8 @@ from pathlib import Path
 
 TYPES = ("1", "1C", "2", "2C", "3")
 USAGES = ("M", "C", "U")
-VRS = set("AE AS AT CS DA DS DT FD FL IS LO LT OB OD OF OL OV OW PN SH SL SQ SS ST SV TM UC UI UL UN "
-          "UR US UT UV".split())
+VRS = set("AE AS AT CS DA DS DT FD FL IS LO LT OB OD OF OL OV OW PN SH SL SQ SS ST SV TM UC UI UL "
+          "UN UR US UT UV".split())
 TAG = re.compile(r"[0-9A-F]{4},[0-9A-F]{4}")
 LEGACY_SCHEMES = ("SRT", "99SDM")
 
@@ -129,7 +129,8 @@ def read_iods(directory):
     for fields in read_table(directory / "functional_groups.tsv", "code macro usage".split()):
         groups[fields["code"]][fields["macro"]] = usage_of(fields)
     uses = defaultdict(OrderedDict)
-    for fields in read_table(directory / "iod_modules.tsv", "code position entity module usage".split()):
+    for fields in read_table(directory / "iod_modules.tsv",
+                             "code position entity module usage".split()):
         uses[fields["code"]][fields["module"]] = Module_Use(fields["entity"], fields["module"],
                                                             usage_of(fields), [])
     iods = []
@@ -182,8 +183,8 @@ class Creator:
 
 def read_private(directory):
     creators = []
-    for fields in read_table(directory / "index.tsv",
-                             "creator file vendor rows named_rows rows_in_two_sources_same_vr".split()):
+    columns = "creator file vendor rows named_rows rows_in_two_sources_same_vr".split()
+    for fields in read_table(directory / "index.tsv", columns):
         path = directory / fields["file"]
         rows = []
         for row in read_table(path, "creator group element vr vm name".split()):
@@ -210,7 +211,8 @@ class Code_Table:
 
 def read_codes(directory):
     tables = []
-    for fields in read_table(directory / "index.tsv", "cid title uid file rows sct srt 99sdm dcm other".split()):
+    columns = "cid title uid file rows sct srt 99sdm dcm other".split()
+    for fields in read_table(directory / "index.tsv", columns):
         path = directory / fields["file"]
         entries = []
         for row in read_table(path, "coding_scheme code_value code_meaning".split()):

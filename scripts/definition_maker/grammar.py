@@ -8,12 +8,15 @@ import re
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from definition_maker.facts import VRS
+
 MAX_DEPTH = 9
 LINE = re.compile(r"""(?P<depth>>*)\((?P<tag>[0-9A-F]{4},[0-9A-F]{4})\)
                       [ ]+(?P<type>1C?|2C?|3|-)[ ]+(?P<vr>[A-Z]{2}|--)
                       (?:[ ]+(?:(?P<mark>[!=+])[ ]+"(?P<value>(?:[^"]|"")*)"|(?P<delete>x)))?
                       [ ]*(?:\#.*)?""", re.VERBOSE)
-INCLUDE = re.compile(r"(?P<depth>>*)include +(?P<name>[a-z0-9/-]+)(?: +(?P<usage>[MCU]))? *(?:#.*)?")
+INCLUDE = re.compile(r"(?P<depth>>*)include +(?P<name>[a-z0-9/-]+)(?: +(?P<usage>[MCU]))?"
+                     r" *(?:#.*)?")
 
 
 class Grammar_Error(Exception):
@@ -53,8 +56,9 @@ def parse(text, where):
         if not line or line.startswith("#"):
             continue
         if match := INCLUDE.fullmatch(line):
-            lines.append(Line(len(match["depth"]), include=match["name"], usage=match["usage"] or "M"))
-        elif match := LINE.fullmatch(line):
+            lines.append(Line(len(match["depth"]), include=match["name"],
+                              usage=match["usage"] or "M"))
+        elif (match := LINE.fullmatch(line)) and match["vr"] in VRS | {"--"}:
             value = match["value"]
             lines.append(Line(len(match["depth"]), match["tag"], match["type"], match["vr"],
                               None if value is None else value.replace('""', '"')))
@@ -158,6 +162,13 @@ class Entry:
     inside: Block = None
 
 
+def written_vr(tag, vr):
+    """The VR in a file: a choice is left to the dictionary, which has no entry for pixel data."""
+    if len(vr) == 2:
+        return vr
+    return "OW" if tag == "7FE0,0010" else "--"
+
+
 def quote(text):
     return '"' + text.replace('"', '""') + '"'
 
@@ -178,7 +189,7 @@ def format_item(block, prefix):
         yield f"{prefix}include {name}" + (f" {usage}" if usage != "M" else ""), comment
     for entry in block.entries:
         value = f" = {quote(entry.value)}" if entry.value else ""
-        vr = entry.vr if len(entry.vr) == 2 else "--"
+        vr = written_vr(entry.tag, entry.vr)
         comment = entry.comment if vr == entry.vr else f"{entry.comment} ({entry.vr})"
         yield f"{prefix}({entry.tag}) {entry.type:<2} {vr}{value}", comment
         if entry.inside:

@@ -26,7 +26,7 @@ def write_private(creators, writer):
             index.append((quote(creator.name), name.removeprefix("private/")))
         writer.write(name, [
             f"Private attributes of {vendor}, from conformance statements as collected in public",
-            "tables, 2024 to 2026. Each line: VR, VM, name; Unknown where only the VR is published.",
+            "tables, 2024 to 2026. Each line: VR, VM, name; Unknown where only the VR is known.",
         ], lines)
     width = max(len(name) for name, _ in index)
     writer.write("private/index", ["Private creators and their files."],
@@ -49,18 +49,28 @@ def write_codes(tables, writer):
     for table in sorted(tables, key=lambda table: table.cid):
         edition = CODE_EDITION.get(table.cid, "PS3.16 2024c")
         for scheme in ("", *LEGACY_SCHEMES):
-            entries = [entry for entry in table.entries
-                       if (entry[0] if entry[0] in LEGACY_SCHEMES else "") == scheme]
+            entries = [entry for entry in table.entries if legacy_scheme(entry) == scheme]
             if not entries:
                 continue
-            name = f"cid-{table.cid:04}" + (f"-{scheme.lower()}" if scheme else "")
+            name = code_file(table.cid, scheme)
             title = table.title + (f" ({scheme}, retired values)" if scheme else "")
             lines = [code_line(entry) for entry in entries]
             shortened += sum(line != " ".join(entry) for line, entry in zip(lines, entries))
-            writer.write(f"codes/{name}", [f"CID {table.cid} {title}", f"{edition}."], lines)
-            index.append(f"{table.cid:<4} {name:<14} {quote(title)}")
-    writer.write("codes/index", ["Context groups of PS3.16 2024c: number, file, title."], index)
+            writer.write(name, [f"CID {table.cid} {title}", f"{edition}."], lines)
+            index.append(f"{table.cid:<4} {name.removeprefix('codes/'):<14} {quote(title)}")
+    writer.write("codes/index", [
+        "Context groups of PS3.16 2024c: number, file, title. The first line of a number is the",
+        "current table."], index)
     return shortened
+
+
+def legacy_scheme(entry):
+    """The legacy scheme of an entry, empty for a current one."""
+    return entry[0] if entry[0] in LEGACY_SCHEMES else ""
+
+
+def code_file(cid, scheme):
+    return f"codes/cid-{cid:04}" + (f"-{scheme.lower()}" if scheme else "")
 
 
 def code_line(entry):

@@ -1,18 +1,19 @@
 """Finds the macros again that the tables of the IODs show expanded."""
 
 from collections import OrderedDict, defaultdict
+from dataclasses import replace
 
 from definition_maker.facts import join
 from definition_maker.grammar import Block, Entry, lower
 
-# In the tables of the IODs a coded entry shows these attributes only; the files include the whole macro.
+# In the tables of the IODs a coded entry shows these attributes only; the files have all of them.
 SHORT_FORMS = {
     "Code Sequence": "Basic Code Sequence",
     "Code Sequence (code meaning type 3)": "Basic Code Sequence (code meaning type 3)",
 }
 
-# Macros whose includes hold for some items only: by Value Type (PS3.3 C.17.3.2), by the way a content
-# item relates to its parent (C.17.3.2.4). What they ask for is not asked of every item.
+# Macros whose includes hold for some items only: by Value Type (PS3.3 C.17.3.2), by the way a
+# content item relates to its parent (C.17.3.2.4). What they ask for is not asked of every item.
 CONDITIONAL_IN = {
     "Document Content": "",
     "Document Relationship": "0040,A730",
@@ -38,11 +39,14 @@ class Macro_Book:
         self._expanded = {}
 
     def expand(self, name):
-        """(path, tag) -> Row as the tables of the IODs show the macro. Later includes win, then own rows."""
+        """(path, tag) -> Row as the tables of the IODs show the macro.
+
+        Of several rows the last include wins, and own rows win over all includes.
+        """
         if name not in self._expanded:
             rows = self._expand_whole(SHORT_FORMS.get(name, name), self.expand)
             if name in SHORT_FORMS:
-                rows = {key: replace_macro(row, name) for key, row in rows.items()}
+                rows = {key: replace(row, macro=name) for key, row in rows.items()}
             self._expanded[name] = rows
         return self._expanded[name]
 
@@ -152,7 +156,8 @@ class Macro_Book:
         inside = Block()
         for tag, child in items.get(row.place, {}).items():
             if (relative, tag) not in brought:
-                inside.entries.append(entry_of(child, self._recover_item(items, child.place, child.macro)))
+                more = self._recover_item(items, child.place, child.macro)
+                inside.entries.append(entry_of(child, more))
             elif entry := self._difference(items, path, child, brought, False):
                 inside.entries.append(entry)
         same = facts_of(brought[at, row.tag]) == facts_of(row)
@@ -166,17 +171,12 @@ class Macro_Book:
         return entry
 
 
-def replace_macro(row, name):
-    return type(row)(row.path, row.tag, row.vr, row.type, row.name, row.value, name)
-
-
 def moved(rows, path):
     """The rows of a macro as they stand inside the sequence at `path`."""
     if not path:
         return rows
-    return {(join(path, row.path), row.tag):
-            type(row)(join(path, row.path), row.tag, row.vr, row.type, row.name, row.value, row.macro)
-            for row in rows.values()}
+    inside = (replace(row, path=join(path, row.path)) for row in rows.values())
+    return {row.key: row for row in inside}
 
 
 def facts_of(row):
