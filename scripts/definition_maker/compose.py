@@ -139,9 +139,9 @@ def add_functional_groups(block, iod, use, sequence, book):
             continue
         only_here = all(sum(row.tag in top for row in at) == 0 for path, at in rows.items()
                         if path != sequence)
-        usage = iod.groups.get(name, "U")
+        usage = iod.groups.get(name)
         inside.includes.append(book.include(name, "M" if only_here and usage == "M" else "C",
-                                            f"usage {usage}"))
+                                            f"usage {usage}" if usage else "usage not known"))
     name = next(row.name for row in use.rows if row.tag == sequence)
     put(block, "", Entry(sequence, "-", "--", "", name, inside))
 
