@@ -12,7 +12,6 @@
 
 #include <unistd.h>
 
-LIB_DICOM_API const wchar_t* DICOM_Module_Setup(HWND handle, const wchar_t* directory);
 
 namespace {
 

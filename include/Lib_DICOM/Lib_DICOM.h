@@ -8,6 +8,7 @@
 #include <Lib_DICOM/add.h>
 #include <Lib_DICOM/attributes.h>
 #include <Lib_DICOM/codes.h>
+#include <Lib_DICOM/definitions.h>
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>
 #include <Lib_DICOM/read.h>

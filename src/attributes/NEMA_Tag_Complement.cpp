@@ -1,9 +1,9 @@
 // Completion of records for people: dictionary entries, default VRs and descriptions.
 #include "attributes/attribute_lists.h"
 #include "attributes/private_creators.h"
-#include "attributes/private_definitions.h"
 #include "frame/c_memory.h"
 
+#include <Lib_DICOM/definitions.h>
 #include <Lib_DICOM/dictionary.h>
 
 #include <algorithm>
@@ -103,6 +103,8 @@ void Name_By_Creator(HWND handle, DICOM_List* record, const DICOM_List* creator)
         return;
     }
     const std::string text = Creator_Text(creator);
+    // The one call upwards of this folder, through the public header: a hook that the definitions
+    // would have to register in time could be missing without anyone noticing.
     if (DICOM_Module_Read_Private(handle, text.c_str(), record) == 0) {
         DICOM_Attribute_Complement_Tag(handle, record, Keep_VR, "%s", text.c_str());
     }

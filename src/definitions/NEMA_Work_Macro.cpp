@@ -2,6 +2,7 @@
 #include "frame/c_memory.h"
 
 #include <Lib_DICOM/codes.h>
+#include <Lib_DICOM/definitions.h>
 
 #include <algorithm>
 #include <array>
@@ -15,8 +16,6 @@
 #include <string_view>
 #include <utility>
 #include <vector>
-
-LIB_DICOM_API const wchar_t* DICOM_Module_Setup(HWND handle, const wchar_t* directory);
 
 using namespace lib_dicom;
 

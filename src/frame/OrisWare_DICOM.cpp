@@ -1,4 +1,5 @@
 // Memory helpers for clients and the version query.
+#include "frame/module_path.h"
 #include "frame/report.h"
 
 #include <cstdio>
@@ -7,36 +8,12 @@
 #include <string>
 #include <string_view>
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 using namespace lib_dicom;
 
 namespace {
 
 constexpr char Version[] = "21.9";
 constexpr char Revision[] = "b";
-
-/** Path of the file that this library was loaded from. */
-std::string Module_Path()
-{
-#if defined(_WIN32)
-    char path[MAX_PATH] = "";
-    HMODULE module = nullptr;
-    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                       reinterpret_cast<LPCSTR>(&Get_Version_DICOM), &module);
-    GetModuleFileNameA(module, path, MAX_PATH);
-    return path;
-#else
-    Dl_info info = {};
-    const bool found = dladdr(reinterpret_cast<const void*>(&Get_Version_DICOM), &info) != 0;
-    return found && info.dli_fname != nullptr ? info.dli_fname : "";
-#endif
-}
 
 /** Tells whether a piece of a file name behind a '.' is the platform's: "so", or a version. */
 bool Is_Platform_Suffix(std::string_view suffix)

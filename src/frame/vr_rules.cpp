@@ -111,15 +111,19 @@ static_assert(Is_Sorted(), "the search relies on the order");
 
 }  // namespace
 
-const VR_Rule* Find_VR_Rule(unsigned short vr)
+const VR_Rule* Find_Any_VR_Rule(unsigned short vr)
 {
     const VR_Rule* const rule =
         std::lower_bound(std::begin(Rules), std::end(Rules), vr,
                          [](const VR_Rule& entry, unsigned short code) { return entry.vr < code; });
-    if (rule == std::end(Rules) || rule->vr != vr) {
-        return nullptr;
-    }
-    return rule->current_only && DICOM_Flag_Current_Standard == 0 ? nullptr : rule;
+    return rule == std::end(Rules) || rule->vr != vr ? nullptr : rule;
+}
+
+const VR_Rule* Find_VR_Rule(unsigned short vr)
+{
+    const VR_Rule* const rule = Find_Any_VR_Rule(vr);
+    return rule != nullptr && rule->current_only && DICOM_Flag_Current_Standard == 0 ? nullptr
+                                                                                     : rule;
 }
 
 bool Reads_Long_Header(unsigned short vr)

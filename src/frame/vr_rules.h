@@ -69,6 +69,8 @@ struct VR_Rule {
  *         while `DICOM_Flag_Current_Standard` is set.
  */
 const VR_Rule* Find_VR_Rule(unsigned short vr);
+/** The same with the VRs of the current PS3.5, whatever the setting is. */
+const VR_Rule* Find_Any_VR_Rule(unsigned short vr);
 
 /** Tells whether a VR has the long explicit header in a stream that is read. */
 bool Reads_Long_Header(unsigned short vr);

@@ -1,0 +1,77 @@
+// The definition directory and the texts below it.
+#ifndef LIB_DICOM_SRC_DEFINITIONS_DEFINITION_FILES_H
+#define LIB_DICOM_SRC_DEFINITIONS_DEFINITION_FILES_H
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace lib_dicom {
+
+/** Texts by their keys; a lookup needs no std::string. */
+struct Text_Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const
+    {
+        return std::hash<std::string_view>()(text);
+    }
+};
+template <class Value>
+using Text_Map = std::unordered_map<std::string, Value, Text_Hash, std::equal_to<>>;
+
+/** A file as it was read. */
+struct Definition_File {
+    /** For messages. */
+    std::string path;
+    std::string text;
+};
+
+class Definition_Files {
+public:
+    /**
+     * The directory in use, with a separator at its end; looks for one when none is.
+     *
+     * @param why  receives the reason when there is none
+     * @return empty when there is none
+     */
+    const std::filesystem::path& Directory(std::string& why);
+    const std::wstring& Wide_Directory() const
+    {
+        return wide_;
+    }
+    /** Sets the directory; false, with the reason, when it does not exist. */
+    bool Set_Directory(const std::filesystem::path& directory, std::string& why);
+
+    /** A file by its name without ".txt", read once; null with the reason. */
+    const Definition_File* Load(std::string_view name, std::string& why);
+    /** Releases the texts. */
+    void Free()
+    {
+        files_.clear();
+    }
+    /** Forgets which directory is in use. */
+    void Leave_Directory()
+    {
+        directory_.clear();
+        wide_.clear();
+    }
+
+private:
+    std::filesystem::path directory_;
+    std::wstring wide_;
+    Text_Map<Definition_File> files_;
+};
+
+/** A path from wide text, in UTF-8 where paths are bytes; empty when it has no such form. */
+std::filesystem::path Wide_Path(const wchar_t* text);
+
+/** Tells whether a name is a relative path that stays below the definition directory. */
+bool Is_Definition_Name(std::string_view name);
+
+/** Reads a whole file without its byte-order mark; false with the reason. */
+bool Read_Text_File(const std::filesystem::path& path, std::string& text, std::string& why);
+
+}  // namespace lib_dicom
+
+#endif

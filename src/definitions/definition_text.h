@@ -1,0 +1,135 @@
+// The text of definition files: lines, the words in them, and the report of their faults.
+#ifndef LIB_DICOM_SRC_DEFINITIONS_DEFINITION_TEXT_H
+#define LIB_DICOM_SRC_DEFINITIONS_DEFINITION_TEXT_H
+
+#include <Lib_DICOM/frame.h>
+
+#include <climits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace lib_dicom {
+
+/** What is wrong with a line. Thrown inside the readers; Reading::Lines reports it. */
+struct Definition_Fault {
+    /** Where, from 0. */
+    std::size_t column;
+    std::string text;
+};
+
+/** A piece of a file as a message can show it: in quotes, of bounded length, printable. */
+std::string Shown(std::string_view text);
+
+/** Reads one line from left to right. */
+class Line_Cursor {
+public:
+    explicit Line_Cursor(std::string_view line) : line_(line)
+    {
+    }
+
+    /** Refuses a line that is too long or holds control characters. */
+    void Check() const;
+    /** Skips blanks; true at the end of the line and at a comment. */
+    bool At_End();
+    void Expect_End();
+    /** Skips blanks; the character that stands there, NUL at the end. */
+    char Peek()
+    {
+        return At_End() ? '\0' : line_[at_];
+    }
+    /** Skips blanks; takes a character if it stands there. */
+    bool Take(char character);
+    /** Skips blanks; takes what stands up to the next blank, quote or comment; may be empty. */
+    std::string_view Word();
+    /** Takes a text in quotes; two quotes inside stand for one. */
+    std::string Quoted(const char* what);
+    /** Two hexadecimal numbers of four digits each, "(0029,1008)"; `x` is allowed where asked. */
+    std::string_view Tag();
+
+    std::size_t Column() const
+    {
+        return at_;
+    }
+    /** Throws "expected ..., found ..." for the word that begins at a column. */
+    [[noreturn]] void Expected(const std::string& what, std::size_t column) const;
+    [[noreturn]] void Expected(const std::string& what) const
+    {
+        Expected(what, at_);
+    }
+
+private:
+    std::string_view line_;
+    std::size_t at_ = 0;
+};
+
+/** Half a tag: four hexadecimal digits; none when a character is no such digit. */
+std::optional<unsigned short> Hex_Number(std::string_view digits);
+
+/** A VR of two letters, also one that only the current PS3.5 has. Throws when it is none. */
+unsigned short Read_VR(const Line_Cursor& cursor, std::string_view word, std::size_t column);
+
+/** One run over definition files: what it has reported and how much it may still read. */
+class Reading {
+public:
+    explicit Reading(HWND handle) : handle_(handle)
+    {
+    }
+
+    /**
+     * Hands the lines of a text that are neither empty nor comments to `read`, and reports the
+     * faults that it throws: each once, however often the file is read in this run.
+     */
+    template <class Read>
+    void Lines(const std::string& file, std::string_view text, Read&& read)
+    {
+        File& state = files_[file];
+        for (int number = 1; !text.empty() && number < state.end; ++number) {
+            const std::string_view line = Take_Line(text);
+            if (!Charge(file, number, line.size())) {
+                return;
+            }
+            try {
+                Line_Cursor cursor(line);
+                if (!cursor.At_End()) {
+                    read(cursor);
+                }
+            } catch (const Definition_Fault& fault) {
+                Report(file, state, number, fault);
+            }
+        }
+    }
+    bool Has_Faults() const
+    {
+        return has_faults_;
+    }
+
+private:
+    /** What is known of a file. */
+    struct File {
+        std::unordered_set<int> faulty_lines;
+        /** The line at which reading stops. */
+        int end = INT_MAX;
+    };
+
+    static std::string_view Take_Line(std::string_view& text);
+    /** Counts a line; false when the run has read too much. */
+    bool Charge(const std::string& file, int line, std::size_t size);
+    void Report(const std::string& file, File& state, int line, const Definition_Fault& fault);
+
+    HWND handle_;
+    std::unordered_map<std::string, File> files_;
+    std::size_t lines_ = 0;
+    std::size_t bytes_ = 0;
+    bool is_exhausted_ = false;
+    bool has_faults_ = false;
+};
+
+/** Reports an error of definition files that has no line. */
+void Report_Definition_Error(HWND handle, const std::string& text);
+
+}  // namespace lib_dicom
+
+#endif

@@ -1,0 +1,108 @@
+// Reads the lines of module definitions into a list of records.
+#ifndef LIB_DICOM_SRC_DEFINITIONS_MODULE_READER_H
+#define LIB_DICOM_SRC_DEFINITIONS_MODULE_READER_H
+
+#include "definitions/definition_files.h"
+#include "definitions/definition_text.h"
+
+#include <Lib_DICOM/frame.h>
+
+#include <array>
+#include <climits>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace lib_dicom {
+
+class Module_Reader {
+public:
+    /**
+     * @param list   the list to add to, which may hold records already; it stays the caller's
+     * @param depth  the level that it stands at
+     */
+    Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth);
+
+    /** Reads lines; `file` is what messages call them. */
+    void Read_Text(const std::string& file, std::string_view text);
+    /** Reads a file of the definition directory; false with the reason when there is none. */
+    bool Read_File(std::string_view name, std::string& why);
+    /** Brings the list and the items below it into ascending order. */
+    void Sort();
+
+    bool Has_Faults() const
+    {
+        return reading_.Has_Faults();
+    }
+    /** The record of the last line at a level, which lines one level deeper belong to. */
+    DICOM_List*& Open_Record(int depth)
+    {
+        return open_[static_cast<std::size_t>(depth)];
+    }
+
+private:
+    /** What one line says of an attribute, and the columns where it says so. */
+    struct Attribute_Line {
+        unsigned short group = 0;
+        unsigned short element = 0;
+        /** None: what there is, is kept. */
+        std::optional<unsigned short> type;
+        std::optional<unsigned short> vr;
+        unsigned short mark = 0;
+        std::optional<std::string> value;
+        std::size_t tag_column = 0;
+        std::size_t vr_column = 0;
+        std::size_t value_column = 0;
+    };
+    /** A record by the sequence around it, null at the top, and its tag. */
+    struct Key {
+        const DICOM_List* parent;
+        std::uint32_t tag;
+        bool operator==(const Key&) const = default;
+    };
+    struct Key_Hash {
+        std::size_t operator()(const Key& key) const;
+    };
+    /** How the lines of the file in hand are taken. */
+    struct Scope {
+        /** The level that lines without ">" stand at. */
+        int depth;
+        /** Nothing is required of the attributes of that level. */
+        bool is_optional;
+    };
+
+    void Read_Lines(const std::string& file, std::string_view text, const Scope& scope);
+    void Read_Line(Line_Cursor& cursor, const Scope& scope);
+    void Read_Include(Line_Cursor& cursor, const Scope& scope, int depth, std::size_t column);
+    void Include(std::string_view name, const Definition_File& file, const Scope& scope);
+    void Check_Level(int depth) const;
+
+    void Read_Attribute(Line_Cursor& cursor, int depth, bool is_optional);
+    static Attribute_Line Take_Apart(Line_Cursor& cursor);
+    static void Read_Mark(Line_Cursor& cursor, Attribute_Line& line);
+    /** The VR that a record has after a line. */
+    static unsigned short Settle_VR(const Attribute_Line& line, const DICOM_List* record);
+    DICOM_List* Find(const Key& key) const;
+    DICOM_List* Create(const Key& key, DICOM_List* parent, const Attribute_Line& line, int depth);
+    void Index(DICOM_List* list, const DICOM_List* parent);
+    void Close_Levels(int depth);
+
+    HWND handle_;
+    Definition_Files& files_;
+    DICOM_List** list_;
+    int depth_;
+    Reading reading_;
+    std::unordered_map<Key, DICOM_List*, Key_Hash> records_;
+    std::array<DICOM_List*, DICOM_Max_Depth> open_ = {};
+    /** Lines deeper than this belong to a faulty one, and are left out with it. */
+    int faulty_depth_ = INT_MAX;
+    /** The files that are being read, each included by the one before. */
+    std::vector<std::string> including_;
+};
+
+}  // namespace lib_dicom
+
+#endif

@@ -1,0 +1,25 @@
+// Values from the text of a definition file.
+#ifndef LIB_DICOM_SRC_DEFINITIONS_MODULE_VALUE_H
+#define LIB_DICOM_SRC_DEFINITIONS_MODULE_VALUE_H
+
+#include <Lib_DICOM/frame.h>
+
+#include <string>
+#include <string_view>
+
+namespace lib_dicom {
+
+/** Why a text is no value of a VR. */
+struct Value_Fault {
+    std::string text;
+};
+
+/** The bytes of a value, little endian and of even length. Throws Value_Fault. */
+std::string Value_Bytes(unsigned short vr, std::string_view text);
+
+/** Replaces the value of a record. Throws std::bad_alloc. */
+void Replace_Value(DICOM_List& record, std::string_view bytes);
+
+}  // namespace lib_dicom
+
+#endif

@@ -1,0 +1,44 @@
+// Private attributes by their creators. A file is read when a creator is first asked for.
+#ifndef LIB_DICOM_SRC_DEFINITIONS_PRIVATE_DEFINITIONS_H
+#define LIB_DICOM_SRC_DEFINITIONS_PRIVATE_DEFINITIONS_H
+
+#include "definitions/definition_files.h"
+#include "definitions/definition_text.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace lib_dicom {
+
+struct Private_Element {
+    unsigned short vr;
+    std::string name;
+};
+
+class Private_Definitions {
+public:
+    /** Finds an element; null when the creator or the element is unknown. */
+    const Private_Element* Find(HWND handle, Definition_Files& files, std::string_view creator,
+                                unsigned short group, unsigned short element);
+
+private:
+    /** Elements by tag, those of any block under block 00. */
+    using Elements = std::unordered_map<std::uint32_t, Private_Element>;
+
+    const Elements* Find_Creator(HWND handle, Definition_Files& files, std::string_view creator);
+    void Read_Index(HWND handle, Definition_Files& files);
+    void Read_Index_Line(Line_Cursor& cursor);
+    void Read_Definitions(HWND handle, const Definition_File& file);
+    static void Read_Element(Line_Cursor& cursor, Elements& elements);
+
+    bool has_index_ = false;
+    /** Names of the files by creator, empty when the file has been read. */
+    Text_Map<std::string> files_;
+    Text_Map<Elements> creators_;
+};
+
+}  // namespace lib_dicom
+
+#endif

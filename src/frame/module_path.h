@@ -1,0 +1,14 @@
+// The file that the library was loaded from.
+#ifndef LIB_DICOM_SRC_FRAME_MODULE_PATH_H
+#define LIB_DICOM_SRC_FRAME_MODULE_PATH_H
+
+#include <string>
+
+namespace lib_dicom {
+
+/** Path of the file that this library was loaded from; empty when the system does not tell. */
+std::string Module_Path();
+
+}  // namespace lib_dicom
+
+#endif
