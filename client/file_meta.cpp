@@ -70,13 +70,42 @@ void Settle(Data_Set& set, Tag tag, unsigned short vr, const std::string& value,
     }
 }
 
-/** A UID of the data set's own (PS3.5 section B.2): the same bytes give the same one. */
-std::string Make_UID(const Data_Set& set)
+/** A UID of the data set, empty when there is none that could stand in group 0002. */
+std::string UID_In(const Data_Set& set, Tag tag)
+{
+    std::string uid = set.Text(tag);
+    return Is_UID(uid) ? uid : std::string();
+}
+
+void Settle_Identity(Data_Set& set, Findings& findings)
+{
+    std::string sop_class = UID_In(set, SOP_Class_Tag);
+    if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
+        sop_class = Directory_Class_UID;
+    }
+    if (!sop_class.empty()) {
+        Settle(set, Class_Tag, VR_UI, sop_class, findings);
+    } else if (Current_Value(set, Class_Tag).empty()) {
+        findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
+                     "stays empty: the data set names no SOP class");
+    }
+    const std::string instance = UID_In(set, SOP_Instance_Tag);
+    if (!instance.empty()) {
+        Settle(set, Instance_Tag, VR_UI, instance, findings);
+    } else if (Current_Value(set, Instance_Tag).empty()) {
+        Settle(set, Instance_Tag, VR_UI, Make_UID(set, Instance_Tag), findings);
+    }
+}
+
+}  // namespace
+
+std::string Make_UID(const Data_Set& set, Tag purpose)
 {
     // Two FNV-1a sums of 64 bits with different bases.
     constexpr std::uint64_t Prime = 1099511628211ULL;
     std::uint64_t high = 14695981039346656037ULL;
-    std::uint64_t low = 1469598103934665603ULL;
+    std::uint64_t low =
+        1469598103934665603ULL ^ (std::uint64_t{purpose.group} << 16 | purpose.element);
     For_Each_Record(set.records.Head(), [&](const DICOM_List& record) {
         for (const unsigned char byte : Has_Value(record) ? set.Value(record) : Bytes()) {
             high = (high ^ byte) * Prime;
@@ -102,35 +131,6 @@ std::string Make_UID(const Data_Set& set)
     }
     return "2.25." + digits;
 }
-
-/** A UID of the data set, empty when there is none that could stand in group 0002. */
-std::string UID_In(const Data_Set& set, Tag tag)
-{
-    std::string uid = set.Text(tag);
-    return Is_UID(uid) ? uid : std::string();
-}
-
-void Settle_Identity(Data_Set& set, Findings& findings)
-{
-    std::string sop_class = UID_In(set, SOP_Class_Tag);
-    if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
-        sop_class = Directory_Class_UID;
-    }
-    if (!sop_class.empty()) {
-        Settle(set, Class_Tag, VR_UI, sop_class, findings);
-    } else if (Current_Value(set, Class_Tag).empty()) {
-        findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
-                     "stays empty: the data set names no SOP class");
-    }
-    const std::string instance = UID_In(set, SOP_Instance_Tag);
-    if (!instance.empty()) {
-        Settle(set, Instance_Tag, VR_UI, instance, findings);
-    } else if (Current_Value(set, Instance_Tag).empty()) {
-        Settle(set, Instance_Tag, VR_UI, Make_UID(set), findings);
-    }
-}
-
-}  // namespace
 
 void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
 {

@@ -9,6 +9,13 @@
 namespace dicom_client {
 
 /**
+ * A UID of the data set's own (PS3.5 section B.2): the same bytes and purpose give the same one.
+ *
+ * @param purpose  the attribute that it is for
+ */
+std::string Make_UID(const Data_Set& set, Tag purpose);
+
+/**
  * Repairs and completes group 0002 of a data set: version, SOP class and instance as the data set
  * has them, the transfer syntax, and the implementation where none is named. The group length is
  * left to the writer.

@@ -88,6 +88,9 @@ constexpr Finding_Kind Kinds[] = {
      "type 1 and 2 attributes are present", "PS3.5 7.4", false},
     {"empty", Severity::Error, "a required value is missing", "type 1 attributes have a value",
      "PS3.5 7.4.1", false},
+    {"iod", Severity::Warning, "the IOD is not known", "the SOP class tells the IOD", "PS3.4 B.5",
+     false},
+    {"set", Severity::Info, "set to the value that was given", "", "", true},
     {"other", Severity::Warning, "something is wrong", "", "", true},
 };
 
@@ -174,6 +177,11 @@ constexpr Pattern Patterns[] = {
     {"no private creator", "creator"},
     {"Missing required value", "missing"},
     {"Empty required value", "empty"},
+    {"tells the IOD", "iod"},
+    {"no IOD is known", "iod"},
+    {"no definition of IOD", "iod"},
+    {"set to ", "set"},
+    {"added without a value", "set"},
     {"left out", "removed"},
     {"removed", "removed"},
 };

@@ -3,6 +3,7 @@
 #include "client/check.h"
 #include "client/finding_kinds.h"
 #include "client/reader.h"
+#include "client/verify.h"
 #include "commands.h"
 #include "terminal.h"
 
@@ -125,6 +126,16 @@ Exit_Status Status_Of_Check(const Findings& findings)
                                                                                : Exit_Clean;
 }
 
+void Verify_Module(const dicom_client::Data_Set& set, const std::string& code, Findings& findings)
+{
+    const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
+    DICOM_List* const module =
+        name.empty() ? nullptr : dicom_client::Read_Module(name, true, findings);
+    if (module != nullptr) {
+        Verify(set, module, findings);
+    }
+}
+
 Exit_Status Check_File(const std::string& path, const Check_Request& request, Summary& summary)
 {
     Findings findings;
@@ -135,6 +146,9 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
     }
     dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
     dicom_client::Check(set, findings);
+    if (!request.module.empty()) {
+        Verify_Module(set, request.module, findings);
+    }
     Add_To(summary, findings);
     for (const Finding& finding : findings.All()) {
         if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {

@@ -11,6 +11,8 @@ namespace dicom_mend {
 
 struct Check_Request {
     std::vector<std::string> files;
+    /** Code of the IOD to verify against, "auto" for that of the SOP class, empty for none. */
+    std::string module;
     bool json = false;
     /** Counts by kind instead of the findings themselves. */
     bool summary = false;

@@ -1,8 +1,11 @@
 #include "commands.h"
 
+#include "client/complete.h"
 #include "client/reader.h"
 #include "client/safe_file.h"
+#include "client/verify.h"
 #include "list.h"
+#include "lookup.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -41,6 +44,76 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
     return Status_Of(findings);
 }
 
+/** One line of a definition file for "TAG=VALUE"; empty when it has another form. */
+std::string Rule_Of(const std::string& setting)
+{
+    const std::size_t equals = setting.find('=');
+    dicom_client::Tag tag;
+    if (equals == setting.npos || !Parse_Tag(setting.substr(0, equals), tag)) {
+        return {};
+    }
+    std::string rule = "(" + Tag_Text(tag) + ") - -- ! \"";
+    for (const char c : setting.substr(equals + 1)) {
+        rule += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return rule + "\"\n";
+}
+
+/** Collects the lines that override those of the IOD; returns the reason of a failure. */
+std::string Read_Rules(const Completion& completion, std::string& rules)
+{
+    if (!completion.rules.empty()) {
+        std::string error;
+        const std::shared_ptr<Source> source =
+            Source::Open(completion.rules, Source::Access::Descriptor, error);
+        if (source == nullptr) {
+            return error;
+        }
+        dicom_client::Bytes bytes(static_cast<std::size_t>(source->Size()));
+        bytes.resize(source->Read(0, bytes));
+        rules.assign(bytes.begin(), bytes.end());
+        rules += '\n';
+    }
+    for (const std::string& setting : completion.values) {
+        const std::string rule = Rule_Of(setting);
+        if (rule.empty()) {
+            return "--set " + setting + ": expected TAG=VALUE, for example 0008,0060=CT";
+        }
+        rules += rule;
+    }
+    return {};
+}
+
+/** Gives the library lines of definitions for the length of a scope. */
+class Override {
+public:
+    explicit Override(std::string& rules)
+    {
+        DICOM_Override = rules.empty() ? nullptr : rules.data();
+    }
+    Override(const Override&) = delete;
+    Override& operator=(const Override&) = delete;
+    ~Override()
+    {
+        DICOM_Override = nullptr;
+    }
+};
+
+bool Complete_Set(dicom_client::Data_Set& set, const std::string& code, Findings& findings)
+{
+    const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
+    if (name.empty() && DICOM_Override == nullptr) {
+        findings.Add(dicom_client::Level::Error, "no IOD; --module names one");
+        return false;
+    }
+    DICOM_List* const module = dicom_client::Read_Module(name, false, findings);
+    if (module == nullptr || !dicom_client::Complete(set, module, findings)) {
+        return false;
+    }
+    dicom_client::Verify(set, module, findings);
+    return true;
+}
+
 /** Finds out before the work what would make the writing fail. */
 std::string Refusal(const Mend_Request& request)
 {
@@ -51,6 +124,38 @@ std::string Refusal(const Mend_Request& request)
         return "exists already; --force replaces it";
     }
     return {};
+}
+
+/** Reads, prepares, mends and writes a file. */
+template <class Prepare>
+Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    const std::string refusal = Refusal(request);
+    if (!refusal.empty()) {
+        Report_Failure(request.output, refusal);
+        return Exit_Failure;
+    }
+    const std::shared_ptr<Source> source = Open(request.input);
+    if (source == nullptr) {
+        return Exit_Failure;
+    }
+    dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
+    dicom_client::Encoded_File file;
+    const bool mended =
+        prepare(set, findings) && dicom_client::Mend(set, request.options, findings, file);
+    Report(request.input, findings, request.verbosity, request.show_values);
+    if (!mended) {
+        return Exit_Failure;
+    }
+    const std::string error =
+        dicom_client::Write_Safely(request.output, file.Pieces(), request.force);
+    if (!error.empty()) {
+        Report_Failure(request.output, error);
+        return Exit_Failure;
+    }
+    return Status_Of(findings);
 }
 
 }  // namespace
@@ -77,31 +182,21 @@ Exit_Status Run_List(const List_Request& request)
 
 Exit_Status Run_Mend(const Mend_Request& request)
 {
-    Findings findings;
-    const Library_Session session(findings);
-    const std::string refusal = Refusal(request);
-    if (!refusal.empty()) {
-        Report_Failure(request.output, refusal);
-        return Exit_Failure;
-    }
-    const std::shared_ptr<Source> source = Open(request.input);
-    if (source == nullptr) {
-        return Exit_Failure;
-    }
-    dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
-    dicom_client::Encoded_File file;
-    const bool mended = dicom_client::Mend(set, request.options, findings, file);
-    Report(request.input, findings, request.verbosity, request.show_values);
-    if (!mended) {
-        return Exit_Failure;
-    }
-    const std::string error =
-        dicom_client::Write_Safely(request.output, file.Pieces(), request.force);
+    return Mend_File(request, [](dicom_client::Data_Set&, Findings&) { return true; });
+}
+
+Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion)
+{
+    std::string rules;
+    const std::string error = Read_Rules(completion, rules);
     if (!error.empty()) {
-        Report_Failure(request.output, error);
+        Report_Failure(completion.rules, error);
         return Exit_Failure;
     }
-    return Status_Of(findings);
+    const Override override(rules);
+    return Mend_File(request, [&](dicom_client::Data_Set& set, Findings& findings) {
+        return Complete_Set(set, completion.module, findings);
+    });
 }
 
 }  // namespace dicom_mend

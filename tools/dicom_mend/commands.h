@@ -19,6 +19,16 @@ struct List_Request {
     bool show_values = false;
 };
 
+/** What is to be done to a data set beside mending it. */
+struct Completion {
+    /** Code of the IOD, or "auto". */
+    std::string module = "auto";
+    /** "TAG=VALUE" each. */
+    std::vector<std::string> values;
+    /** Name of a file of definition lines; empty for none. */
+    std::string rules;
+};
+
 struct Mend_Request {
     std::string input;
     std::string output;
@@ -35,6 +45,7 @@ std::shared_ptr<dicom_client::Source> Open(const std::string& path);
 
 Exit_Status Run_List(const List_Request& request);
 Exit_Status Run_Mend(const Mend_Request& request);
+Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion);
 
 }  // namespace dicom_mend
 

@@ -42,24 +42,6 @@ std::vector<const Entry*> Find_All(const std::string& term, Find find)
     return entries;
 }
 
-/** Reads "gggg,eeee", "(gggg,eeee)" or "ggggeeee". */
-bool Parse_Tag(std::string text, Tag& tag)
-{
-    constexpr std::size_t Digits = 8;
-    if (text.size() == Digits + 3 && text.front() == '(' && text.back() == ')') {
-        text = text.substr(1, Digits + 1);
-    }
-    if (text.size() == Digits + 1 && text[Digits / 2] == ',') {
-        text.erase(Digits / 2, 1);
-    }
-    if (text.size() != Digits || text.find_first_not_of("0123456789abcdefABCDEF") != text.npos) {
-        return false;
-    }
-    const unsigned long number = std::strtoul(text.c_str(), nullptr, 16);
-    tag = {static_cast<unsigned short>(number >> 16), static_cast<unsigned short>(number & 0xFFFF)};
-    return true;
-}
-
 /** The tag of an entry, with "x" for the digits that may be any. */
 std::string Entry_Tag_Text(const TAG_db_Elems& entry)
 {
@@ -157,7 +139,72 @@ Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
     return Finish_Output(status);
 }
 
+/** File name of a table, relative to the definition directory. */
+std::string Table_File(const std::string& table)
+{
+    constexpr std::size_t Longest_Number = 4;
+    const bool is_number =
+        table.size() <= Longest_Number && table.find_first_not_of("0123456789") == table.npos;
+    return is_number
+               ? "codes/cid-" + std::string(Longest_Number - table.size(), '0') + table + ".txt"
+               : table;
+}
+
+void Print_Code(const char* label, const Code_Seq& code, const std::string& score)
+{
+    const auto text = [](const char* part) {
+        return Printable(part != nullptr ? part : "");
+    };
+    std::printf("  %-8s %5s  %-7s %-14s %s\n", label, score.c_str(),
+                text(code.coding_scheme).c_str(), text(code.code_value).c_str(),
+                text(code.code_meaning).c_str());
+}
+
+/** Prints the concept of one name and what else fits it. */
+Exit_Status Print_Concepts(const std::string& table, const std::string& name)
+{
+    constexpr int Shown = 5;
+    std::string original = name;
+    Code_Seq code = {nullptr, nullptr, nullptr, original.data()};
+    Code_Match* matches = nullptr;
+    const bool coded = DICOM_Macro_CodeSequence_Set(&code, table.c_str()) != 0;
+    const int count = DICOM_Macro_CodeSequence_Rank(name.c_str(), table.c_str(), &matches);
+    if (count < 0 && !coded) {
+        return Exit_Failure;
+    }
+    std::printf("%s\n", Printable(name).c_str());
+    if (coded) {
+        Print_Code("code", code, count > 0 ? std::to_string(matches[0].score) : "");
+    }
+    for (int i = 1; i < std::min(count, Shown + 1); ++i) {
+        const bool tie = matches[i].score == matches[0].score;
+        Print_Code(tie ? "tie" : "next", matches[i].code, std::to_string(matches[i].score));
+    }
+    DICOM_Macro_CodeSequence_Free(&matches, count);
+    DICOM_Lib_Free(&code.code_value);
+    DICOM_Lib_Free(&code.coding_scheme);
+    DICOM_Lib_Free(&code.code_meaning);
+    return coded ? Exit_Clean : Exit_Findings;
+}
+
 }  // namespace
+
+bool Parse_Tag(std::string text, dicom_client::Tag& tag)
+{
+    constexpr std::size_t Digits = 8;
+    if (text.size() == Digits + 3 && text.front() == '(' && text.back() == ')') {
+        text = text.substr(1, Digits + 1);
+    }
+    if (text.size() == Digits + 1 && text[Digits / 2] == ',') {
+        text.erase(Digits / 2, 1);
+    }
+    if (text.size() != Digits || text.find_first_not_of("0123456789abcdefABCDEF") != text.npos) {
+        return false;
+    }
+    const unsigned long number = std::strtoul(text.c_str(), nullptr, 16);
+    tag = {static_cast<unsigned short>(number >> 16), static_cast<unsigned short>(number & 0xFFFF)};
+    return true;
+}
 
 Exit_Status Run_Dict(const Lookup_Request& request)
 {
@@ -167,6 +214,27 @@ Exit_Status Run_Dict(const Lookup_Request& request)
 Exit_Status Run_UID(const Lookup_Request& request)
 {
     return Look_Up(request.terms, &UIDs_Of);
+}
+
+Exit_Status Run_Code(const Code_Request& request)
+{
+    dicom_client::Findings findings;
+    const dicom_client::Library_Session session(findings);
+    const std::string table = Table_File(request.table);
+    Exit_Status status = Exit_Clean;
+    for (const std::string& name : request.names) {
+        const Exit_Status result = Print_Concepts(table, name);
+        const std::string errors = findings.Take_Errors();
+        if (result == Exit_Failure) {
+            Report_Failure(table, errors.empty() ? "cannot be read as a code table" : errors);
+            return result;
+        }
+        if (result == Exit_Findings) {
+            Report_Failure(name, "no entry of " + table + " fits");
+        }
+        status = std::max(status, result);
+    }
+    return Finish_Output(status);
 }
 
 }  // namespace dicom_mend

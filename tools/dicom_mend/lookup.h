@@ -1,4 +1,4 @@
-// `dicom-mend dict` and `dicom-mend uid`: questions to the registries of PS3.6.
+// `dicom-mend dict`, `uid` and `code`: questions to the registries of PS3.6 and to code tables.
 #ifndef TOOLS_DICOM_MEND_LOOKUP_H
 #define TOOLS_DICOM_MEND_LOOKUP_H
 
@@ -14,10 +14,21 @@ struct Lookup_Request {
     std::vector<std::string> terms;
 };
 
+struct Code_Request {
+    /** Number of a context group, or the name of a table's file in the definition directory. */
+    std::string table;
+    std::vector<std::string> names;
+};
+
+/** Reads a tag in one of the forms gggg,eeee, (gggg,eeee) and ggggeeee. */
+bool Parse_Tag(std::string text, dicom_client::Tag& tag);
+
 /** Prints the data elements that the terms stand for, one a line. */
 Exit_Status Run_Dict(const Lookup_Request& request);
 /** The same for UIDs. */
 Exit_Status Run_UID(const Lookup_Request& request);
+/** Prints the coded concept that fits each name best, with its score, and what comes after it. */
+Exit_Status Run_Code(const Code_Request& request);
 
 }  // namespace dicom_mend
 

@@ -7,8 +7,11 @@
 
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -25,8 +28,11 @@ constexpr char Examples[] =
     "  dicom-mend check image.dcm                     say what is wrong with it\n"
     "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
     "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
+    "  dicom-mend complete --module SC --set 0008,0064=WSD old.dcm new.dcm\n"
+    "                                                 supply what the IOD requires\n"
     "  dicom-mend dict 0010,0010 WindowCenter         what the standard says of elements\n"
     "  dicom-mend uid 1.2.840.10008.1.2               whose name belongs to a UID\n"
+    "  dicom-mend code 4021 fluorodeoxyglucose        the code of a radiopharmaceutical\n"
     "\n"
     "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
     "1 findings, 2 something could not be read or written.";
@@ -46,7 +52,7 @@ void Add_Verbosity(CLI::App& command, Verbosity& verbosity, bool& show_values)
         ->option_text(" ");
 }
 
-void Add_List(CLI::App& app, dicom_mend::List_Request& request)
+CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
 {
     CLI::App* const command = app.add_subcommand("list", "Show the elements of files");
     const std::map<std::string, bool> formats = {{"text", false}, {"tsv", true}};
@@ -55,34 +61,62 @@ void Add_List(CLI::App& app, dicom_mend::List_Request& request)
         ->option_text("FORMAT");
     command->add_option("FILE", request.files, "Files to read")->required()->option_text("...");
     Add_Verbosity(*command, request.verbosity, request.show_values);
+    return command;
 }
 
-void Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
+void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
 {
-    CLI::App* const command = app.add_subcommand("mend", "Write a clean copy of a file");
     const std::map<std::string, Output_Syntax> syntaxes = {
         {"keep", Output_Syntax::Keep},
         {"implicit-little", Output_Syntax::Implicit_Little},
         {"explicit-little", Output_Syntax::Explicit_Little},
         {"explicit-big", Output_Syntax::Explicit_Big}};
     command
-        ->add_option("--syntax", request.options.syntax,
-                     "Transfer syntax of the output: keep (default), implicit-little, "
-                     "explicit-little, explicit-big")
+        .add_option("--syntax", request.options.syntax,
+                    "Transfer syntax of the output: keep (default), implicit-little, "
+                    "explicit-little, explicit-big")
         ->transform(CLI::CheckedTransformer(syntaxes))
         ->option_text("SYNTAX");
-    command->add_flag("--drop-private", request.options.drop_private, "Leave private elements out");
-    command->add_flag("--group-lengths", request.options.group_lengths,
-                      "Write a group length in front of each group");
-    command->add_flag("--defined-lengths", request.options.defined_lengths,
-                      "Write sequences and items with defined lengths");
-    command->add_flag("--force", request.force, "Replace an existing output file");
-    command->add_option("IN", request.input, "File to read")->required()->option_text(" ");
-    command->add_option("OUT", request.output, "File to write")->required()->option_text(" ");
-    Add_Verbosity(*command, request.verbosity, request.show_values);
+    command.add_flag("--drop-private", request.options.drop_private, "Leave private elements out");
+    command.add_flag("--group-lengths", request.options.group_lengths,
+                     "Write a group length in front of each group");
+    command.add_flag("--defined-lengths", request.options.defined_lengths,
+                     "Write sequences and items with defined lengths");
+    command.add_flag("--force", request.force, "Replace an existing output file");
+    command.add_option("IN", request.input, "File to read")->required()->option_text(" ");
+    command.add_option("OUT", request.output, "File to write")->required()->option_text(" ");
+    Add_Verbosity(command, request.verbosity, request.show_values);
 }
 
-void Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
+CLI::App* Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
+{
+    CLI::App* const command = app.add_subcommand("mend", "Write a clean copy of a file");
+    Add_Output(*command, request);
+    return command;
+}
+
+CLI::App* Add_Complete(CLI::App& app, dicom_mend::Mend_Request& request,
+                       dicom_mend::Completion& completion)
+{
+    CLI::App* const command = app.add_subcommand(
+        "complete", "Write a clean copy that has what its kind of image or document requires");
+    command
+        ->add_option("--module", completion.module,
+                     "Code of the IOD, for example CT; auto (default) is that of the SOP class")
+        ->option_text("CODE");
+    command
+        ->add_option("--set", completion.values,
+                     "Set an attribute to a value; may be given several times")
+        ->take_all()
+        ->expected(1)
+        ->option_text("TAG=VALUE");
+    command->add_option("--rules", completion.rules, "File of definition lines that override")
+        ->option_text("FILE");
+    Add_Output(*command, request);
+    return command;
+}
+
+CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
 {
     CLI::App* const command =
         app.add_subcommand("check", "Report what is wrong with files, and change nothing");
@@ -90,18 +124,49 @@ void Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
     command->add_option("--format", request.json, "text (default) or json, one object a line")
         ->transform(CLI::CheckedTransformer(formats))
         ->option_text("FORMAT");
+    command
+        ->add_option("--module", request.module,
+                     "Verify against an IOD: its code, or auto for that of the SOP class")
+        ->option_text("CODE");
     command->add_flag("--summary", request.summary, "Count the findings of all files by kind");
     command->add_option("FILE", request.files, "Files to check")->required()->option_text("...");
     Add_Verbosity(*command, request.verbosity, request.show_values);
+    return command;
 }
 
-void Add_Lookup(CLI::App& app, const char* name, const char* description, const char* value,
-                dicom_mend::Lookup_Request& request)
+CLI::App* Add_Lookup(CLI::App& app, const char* name, const char* description, const char* value,
+                     dicom_mend::Lookup_Request& request)
 {
     CLI::App* const command = app.add_subcommand(name, description);
     command->add_option(value, request.terms, "What to look up; a name may be a part of one")
         ->required()
         ->option_text("...");
+    return command;
+}
+
+CLI::App* Add_Code(CLI::App& app, dicom_mend::Code_Request& request)
+{
+    CLI::App* const command = app.add_subcommand("code", "Find the coded concept of a free text");
+    command->add_option("TABLE", request.table, "Number of a context group, or a table's file name")
+        ->required()
+        ->option_text(" ");
+    command->add_option("NAME", request.names, "The text, for example a drug's name")
+        ->required()
+        ->option_text("...");
+    return command;
+}
+
+/** The commands with what runs them. */
+using Commands = std::vector<std::pair<CLI::App*, std::function<dicom_mend::Exit_Status()>>>;
+
+dicom_mend::Exit_Status Run_Chosen(const Commands& commands)
+{
+    for (const auto& [command, run] : commands) {
+        if (command->parsed()) {
+            return run();
+        }
+    }
+    return dicom_mend::Exit_Failure;
 }
 
 int Run(int argc, char** argv)
@@ -111,25 +176,49 @@ int Run(int argc, char** argv)
     app.require_subcommand(1);
     app.set_version_flag("--version", [] { return std::string(Get_Version_DICOM(nullptr)); });
     dicom_mend::List_Request list;
-    dicom_mend::Mend_Request mend;
-    Add_List(app, list);
-    Add_Mend(app, mend);
     dicom_mend::Check_Request check;
-    Add_Check(app, check);
+    dicom_mend::Mend_Request mend;
+    dicom_mend::Mend_Request complete;
+    dicom_mend::Completion completion;
     dicom_mend::Lookup_Request dict;
     dicom_mend::Lookup_Request uid;
-    Add_Lookup(app, "dict", "Look up data elements", "TAG|NAME", dict);
-    Add_Lookup(app, "uid", "Look up unique identifiers", "UID|NAME", uid);
+    dicom_mend::Code_Request code;
+    const Commands commands = {
+        {Add_List(app, list),
+         [&] {
+             return Run_List(list);
+         }},
+        {Add_Check(app, check),
+         [&] {
+             return Run_Check(check);
+         }},
+        {Add_Mend(app, mend),
+         [&] {
+             return Run_Mend(mend);
+         }},
+        {Add_Complete(app, complete, completion),
+         [&] {
+             return Run_Complete(complete, completion);
+         }},
+        {Add_Lookup(app, "dict", "Look up data elements", "TAG|NAME", dict),
+         [&] {
+             return Run_Dict(dict);
+         }},
+        {Add_Lookup(app, "uid", "Look up unique identifiers", "UID|NAME", uid),
+         [&] {
+             return Run_UID(uid);
+         }},
+        {Add_Code(app, code),
+         [&] {
+             return Run_Code(code);
+         }},
+    };
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
     }
-    const dicom_mend::Exit_Status status = app.got_subcommand("list")    ? Run_List(list)
-                                           : app.got_subcommand("check") ? Run_Check(check)
-                                           : app.got_subcommand("dict")  ? Run_Dict(dict)
-                                           : app.got_subcommand("uid")   ? Run_UID(uid)
-                                                                         : Run_Mend(mend);
+    const dicom_mend::Exit_Status status = Run_Chosen(commands);
     DICOM_Lib_Cleanup();
     return status;
 }
