@@ -184,4 +184,54 @@ TEST_F(Dictionary_Test, Checks_The_Number_Of_Values)
     }
 }
 
+TEST_F(Dictionary_Test, Finds_Entries_By_Parts_Of_Names)
+{
+    const auto tags = [](const char* part) {
+        std::string text;
+        const TAG_db_Elems* entry = nullptr;
+        while ((entry = NEMA_db_Find(part, entry)) != nullptr) {
+            char tag[16];
+            std::snprintf(tag, sizeof tag, "%04X,%04X ", entry->group, entry->element);
+            text += tag;
+        }
+        return text;
+    };
+    EXPECT_EQ(tags("patientNAME"), "");
+    EXPECT_EQ(tags("PatientsName"), "0010,0010 ");
+    EXPECT_EQ(tags("Samples per Pixel"), "0028,0002 0028,0003 ");
+    EXPECT_EQ(tags("PresentationAddress"), "");
+    EXPECT_EQ(tags("'- "), "");
+    EXPECT_EQ(NEMA_db_Find(nullptr, nullptr), nullptr);
+    DICOM_Flag_Current_Standard = 1;
+    EXPECT_EQ(tags("PresentationAddress"), "0002,0026 0002,0027 0002,0028 ");
+}
+
+TEST(UID_Test, Names_And_Finds_UIDs)
+{
+    static constexpr std::pair<const char*, const char*> Names[] = {
+        {"1.2.840.10008.1.1", "Verification SOP Class"},
+        {"1.2.840.10008.1.2.2  ", "Explicit VR Big Endian"},
+        {"1.2.840.10008.5.1.4.1.1.40", nullptr},
+        {"1.2.840.10008.1", nullptr},
+        {"1.2.840.10008.9", nullptr},
+        {"", nullptr},
+        {nullptr, nullptr}};
+    for (const auto& [uid, name] : Names) {
+        EXPECT_STREQ(DICOM_UID_Name(uid), name);
+    }
+    EXPECT_EQ(DICOM_UID_Get("1.2.840.10008.1.2.2")->retired, 1);
+    EXPECT_STREQ(DICOM_UID_Get("1.2.840.10008.1.2.2")->kind, "Transfer Syntax");
+
+    std::map<std::string, int> kinds;
+    int count = 0;
+    const DICOM_UID_Entry* entry = nullptr;
+    while ((entry = DICOM_UID_Find("explicit-VR little", entry)) != nullptr) {
+        EXPECT_EQ(DICOM_UID_Get(entry->uid), entry);
+        kinds[entry->kind]++;
+        count++;
+    }
+    EXPECT_THAT(kinds, ElementsAre(std::pair("Transfer Syntax", count)));
+    EXPECT_EQ(count, 3);
+}
+
 }  // namespace

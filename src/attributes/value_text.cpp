@@ -251,11 +251,16 @@ Value_Text Numbers(const Number_Form& form, unsigned char order, std::string_vie
 
 /* ---- the choice ---- */
 
-/** Unknown VRs of private elements often hold plain texts. */
+/**
+ * Unknown VRs of private elements often hold plain texts. A letter or two in front of NUL are more
+ * likely a small number.
+ */
 bool Looks_Like_Text(std::string_view value)
 {
+    constexpr std::size_t Least_Before_NUL = 4;
     const std::string_view text = Trimmed(value);
-    return !text.empty() && std::all_of(text.begin(), text.end(), &Is_Printable);
+    const std::size_t least = value.ends_with('\0') ? Least_Before_NUL : 1;
+    return text.size() >= least && std::all_of(text.begin(), text.end(), &Is_Printable);
 }
 
 bool Is_Text(unsigned short vr, std::string_view front)

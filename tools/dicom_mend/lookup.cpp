@@ -96,8 +96,8 @@ void Print(const TAG_db_Elems& entry)
 
 void Print(const DICOM_UID_Entry& entry)
 {
-    std::printf("%-30s %-15s %s%s\n", entry.uid, entry.kind, entry.name,
-                entry.retired != 0 ? " (retired)" : "");
+    std::printf("%-30s %-15s %s%s\n", entry.uid, entry.kind,
+                *entry.name != '\0' ? entry.name : "--", entry.retired != 0 ? " (retired)" : "");
 }
 
 std::vector<const TAG_db_Elems*> Elements_Of(const std::string& term)

@@ -31,7 +31,7 @@ constexpr char Examples[] =
     "  dicom-mend complete --module SC --set 0008,0064=WSD old.dcm new.dcm\n"
     "                                                 supply what the IOD requires\n"
     "  dicom-mend dict 0010,0010 WindowCenter         what the standard says of elements\n"
-    "  dicom-mend uid 1.2.840.10008.1.2               whose name belongs to a UID\n"
+    "  dicom-mend uid 1.2.840.10008.1.2               which name belongs to a UID\n"
     "  dicom-mend code 4021 fluorodeoxyglucose        the code of a radiopharmaceutical\n"
     "\n"
     "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
