@@ -196,7 +196,7 @@ TEST_F(Dictionary_Test, Finds_Entries_By_Parts_Of_Names)
         }
         return text;
     };
-    EXPECT_EQ(tags("patientNAME"), "");
+    EXPECT_EQ(tags("patientNAME"), "0010,1001 ");
     EXPECT_EQ(tags("PatientsName"), "0010,0010 ");
     EXPECT_EQ(tags("Samples per Pixel"), "0028,0002 0028,0003 ");
     EXPECT_EQ(tags("PresentationAddress"), "");

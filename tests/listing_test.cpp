@@ -93,24 +93,23 @@ TEST(Listing, NamesOriginStatusAndColumns)
         const char* line;
     };
     const Case cases[] = {
-        {"0008,0060:CS=MR !0001", "\001(DICOM)\002   (\0010008\002,\0010060\002) CS       2 "
-                                  "Modality                 \006MR\002"},
-        {"0028,0004:CS=X !9832", "\004(Append)\002 +(\0040028\002,\0040004\002) CS       1 "
-                                 "Photometric Interpret... \006X\002"},
-        {"0009,0010=AC !3844", "\004(Forced)\002 !(\0010009\002,\0010010\002) --       2 Private "
-                               "Creator          \006AC\002"},
-        {"0009,0001~UN !2802",
+        {"0008,0060:CS=MR!0001", "\001(DICOM)\002   (\0010008\002,\0010060\002) CS       2 "
+                                 "Modality                 \006MR\002"},
+        {"0028,0004:CS=X!9832", "\004(Append)\002 +(\0040028\002,\0040004\002) CS       1 "
+                                "Photometric Interpret... \006X\002"},
+        {"0009,0010=AC!3844", "\004(Forced)\002 !(\0010009\002,\0010010\002) --       2 Private "
+                              "Creator          \006AC\002"},
+        {"0009,0001~UN!2802",
          "\004(Default)\002=(\0010009\002,\0010001\002) UN       0 Private Element"},
-        {"0008,0000:UL#4 !0d44", "\005(Invalid)\002 (\0010008\002,\0010000\002) \005UL\002       4 "
-                                 "Group Length             \006(data from file at offset=8)\002"},
-        {"0008,0003:SQ* !0160", "\005(Deleted)\002 (\0010008\002,\0010003\002) SQ       - "
-                                "Unknown Element          \0060 items\002"},
-        {"0009,0000 !0060",
-         "\001(Private)\002 (\0010009\002,\0010000\002) --       0 Group Length"},
-        {"0008,0001 !00a1",
+        {"0008,0000:UL#4!0d44", "\005(Invalid)\002 (\0010008\002,\0010000\002) \005UL\002       4 "
+                                "Group Length             \006(data from file at offset=8)\002"},
+        {"0008,0003:SQ*!0160", "\005(Deleted)\002 (\0010008\002,\0010003\002) SQ       - "
+                               "Unknown Element          \0060 items\002"},
+        {"0009,0000!0060", "\001(Private)\002 (\0010009\002,\0010000\002) --       0 Group Length"},
+        {"0008,0001!00a1",
          "\001(Retired)\002o(\0010008\002,\0010001\002) --       0 Length to End"},
-        {"0008,0060 !0002", "\004(Oris)\002    (\0010008\002,\0010060\002) --       0 Modality"},
-        {"0008,0060 !0004", "\005(Module)\002  (\0010008\002,\0010060\002) --       0 Modality"},
+        {"0008,0060!0002", "\004(Oris)\002    (\0010008\002,\0010060\002) --       0 Modality"},
+        {"0008,0060!0004", "\005(Module)\002  (\0010008\002,\0010060\002) --       0 Modality"},
         {"0008,0060", "          (\0010008\002,\0010060\002) --       0 Modality"},
     };
     for (const Case& each : cases) {
@@ -126,20 +125,26 @@ TEST(Listing, IndentsItemsAndLeavesTheContextAsItWas)
     const Record_List flat("0040,0275:SQ* FFFE,E000* 0008,0050:SH=4711 FFFE,E00D FFFE,E000* "
                            "FFFE,E00D FFFE,E0DD 0040,1001:SH=A");
     const Record_List nested(DICOM_Attribute_Format(nullptr, flat.head));
-    DICOM_List& code = *nested.head->item[0];
-    code.description = strdup("\xC3\x84ndern\001 with a very long name");
+    nested.head->description = strdup("\xC3\x84ndern\001 with a very long name");
     DICOM_Root root = {};
     Message_Log log;
     EXPECT_EQ(DICOM_Attribute_Stool(nullptr, &root, nested.head, Severity), 1);
     std::vector<std::string> lines;
     for (const Message& message : log.All()) {
         std::string line = message.text;
-        std::erase_if(line, [](char c) { return c < ' ' && c >= 0; });
+        std::erase_if(line, [](char c) { return static_cast<unsigned char>(c) < ' '; });
         lines.push_back(line);
     }
-    EXPECT_THAT(lines,
-                ElementsAre("          (0040,0275) SQ       - Request Attributes Sequence 2 items",
-                            "            item 1"));
+    EXPECT_THAT(
+        lines,
+        ElementsAre(
+            "          (0040,0275) SQ       - \xC3\x84ndern\\x01 with a ve... 2 items",
+            "            item 1", "            (0008,0050) SH       4 Accession Number       4711",
+            "            item 2", "          (0040,1001) SH       1 Requested Procedure ID   A"));
+    log.Clear();
+    DICOM_Attribute_Stool(nullptr, &root, flat.head, Severity);
+    EXPECT_EQ(log.All().size(), 8U);
+    EXPECT_EQ(log.Count("Delimitation"), 3);
     EXPECT_EQ(root.Sequence_Depth, 0);
     EXPECT_EQ(root.Item_Number[0], 0);
 }

@@ -278,7 +278,8 @@ LIB_DICOM_API void* DICOM_Attribute_Parse(HWND handle, DICOM_Root* root, DICOM_L
 /* ---- listing ---- */
 
 /**
- * Reports a list and the lists of its items, one line a record and one an item:
+ * Reports a list and the lists of its items, one line a record and one an item; delimitation tags
+ * of a nested list are left out:
  *
  *     (DICOM)   (0008,0005) CS      10 Specific Character Set   ISO_IR 100
  *     (Private) (0009,0010) LO       4 Private Creator          ACME

@@ -140,15 +140,21 @@ std::string Fitted(const std::string& name, std::size_t width)
 
 /* ---- value ---- */
 
-std::string Count_Text(const DICOM_List& record)
+/** Other values in items are fragments of pixel data. */
+bool Holds_Elements(const DICOM_List& record)
 {
     const unsigned short vr = Effective_VR(record);
+    return vr == VR_SQ || vr == VR_UN;
+}
+
+std::string Count_Text(const DICOM_List& record)
+{
     int count = 0;
     while (count < record.nb_item && record.item[count] != nullptr) {
         ++count;
     }
-    const bool holds_items = vr == VR_SQ || vr == VR_UN;
-    return std::to_string(count) + (holds_items ? " item" : " fragment") + (count == 1 ? "" : "s");
+    const char* const unit = Holds_Elements(record) ? " item" : " fragment";
+    return std::to_string(count) + unit + (count == 1 ? "" : "s");
 }
 
 Value_Text Shown_Value(const DICOM_List& record, const Value_Limit& limit)
@@ -205,13 +211,30 @@ void Report_Item(HWND handle, const DICOM_Root& root, int flag)
     Report_Line(handle, flag, blanks + "item " + std::to_string(number));
 }
 
-void List_Records(HWND handle, DICOM_Root* root, DICOM_List* list, int flag)
+/** Tells whether a list is nested, and not the flat one that a stream gives. */
+bool Is_Nested(const DICOM_List* list)
 {
+    while (list != nullptr && list->nb_item == 0) {
+        list = list->next;
+    }
+    return list != nullptr;
+}
+
+/**
+ * @param hides_delimiters  item and delimitation tags are left out, since the nesting tells them;
+ *                          elsewhere they tell the structure, or are fragments
+ */
+void List_Records(HWND handle, DICOM_Root* root, DICOM_List* list, int flag, bool hides_delimiters)
+{
+    constexpr unsigned short Delimiter_Group = 0xFFFE;
     for (DICOM_List* record = list; record != nullptr; record = record->next) {
+        if (hides_delimiters && record->group == Delimiter_Group) {
+            continue;
+        }
         Report_Line(handle, flag, Line_Of(root, *record));
         For_Each_Item(handle, root, record, [=](DICOM_List** item) {
             Report_Item(handle, *root, flag);
-            List_Records(handle, root, *item, flag);
+            List_Records(handle, root, *item, flag, Holds_Elements(*record));
         });
     }
 }
@@ -231,7 +254,7 @@ int DICOM_Attribute_Stool(HWND handle, DICOM_Root* root, DICOM_List* list, int f
     }
     DICOM_Root top = {};
     return Guarded(handle, 0, [&] {
-        List_Records(handle, root != nullptr ? root : &top, list, flag);
+        List_Records(handle, root != nullptr ? root : &top, list, flag, Is_Nested(list));
         return 1;
     });
 }
