@@ -15,9 +15,9 @@ TEST(Definition_Grammar, LinesBecomeRecords)
     } const cases[] = {
         {"\xEF\xBB\xBF# Comment\r\n\r\n(0008,0060) 1 CS = \"CT\" # Modality\r\n",
          "0008,0060 1  CS = CT"},
-        {"(0010,0010) 2C --\n(0008,0005) - CS + \"a\"\n(0008,0005) - -- x",
+        {"(0010,0010) 2C --\n(0008,0005) - CS + \"A\"\n(0008,0005) - -- x",
          "0008,0005 -  CS x; 0010,0010 2C PN"},
-        {"(0008,1030) 3 LO ! \"say \"\"#1\"\"\"#end", "0008,1030 3  LO ! say \"#1\" "},
+        {"(0008,1030) 3 LO ! \"say \"\"#1\"\"\"#end", "0008,1030 3  LO ! say \"#1\""},
         {"\t(0008,1140) 3 SQ\n> (0008,1155)\t1 UI\n>(0008,1150) 1 UI\n(0008,0005) 1C CS",
          "0008,0005 1C CS; 0008,1140 3  SQ [0008,1150 1  UI; 0008,1155 1  UI]"},
         // Later lines change earlier ones, and merge into the nested ones.

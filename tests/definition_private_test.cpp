@@ -46,6 +46,7 @@ TEST(Definition_Private, RecordsAreCompletedByTheirCreator)
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, list.head);
     EXPECT_STREQ(list.head->next->description, "MR Header");
+    EXPECT_EQ(log.Count("private/acme.txt has no definitions of the creator \"LOST\""), 1);
     EXPECT_EQ(log.Count("ERROR"), 1) << "the lost creator is named once: " << log.Text();
 }
 
@@ -57,7 +58,8 @@ TEST(Definition_Private, DamageIsReportedAndTheRestRead)
                     "(0029,xx01) CS 1 \"First\"\ncreator A\n(0029,xx02) CS 1 \"Left out\"\n"
                     "creator \"A\"\n(0028,xx03) CS 1 \"Even\"\n(0029,xx03) -- 1 \"VR\"\n"
                     "(0029,xx03) CS n \"VM\"\n(0029,xx03) CS 1 \"\"\n(0029,0010) LO 1 \"x\"\n"
-                    "(0029,xx03) CS 1 \"Good\"\ncreator \"C\"\n\001\377\n");
+                    "(0029,xx03) CS 1 \"Good\"\ncreator \"C\"\n\001\377\ncreator "
+                    "\"D\"\n(0029,xx03) CS 1 \"Not here\"\n");
     const Message_Log log;
     Record_List list("0029,1003 0029,1002 0029,1001");
     EXPECT_EQ(DICOM_Module_Read_Private(nullptr, "A", list.head), 1);
@@ -66,13 +68,14 @@ TEST(Definition_Private, DamageIsReportedAndTheRestRead)
     EXPECT_EQ(DICOM_Module_Read_Private(nullptr, "A", list.head->next->next), 0);
     for (const char* const place :
          {"index.txt:2:1", "index.txt:3:5", "a.txt:1:1", "a.txt:2:9", "a.txt:5:1", "a.txt:6:13",
-          "a.txt:7:16", "a.txt:8:18", "a.txt:9:1", "a.txt:12:1"}) {
+          "a.txt:7:16", "a.txt:8:18", "a.txt:9:1", "a.txt:12:1", "a.txt:13:1"}) {
         EXPECT_EQ(log.Count(std::string(place) + ": "), 1) << place << "\n" << log.Text();
     }
-    EXPECT_EQ(log.Count("ERROR"), 10) << log.Text();
+    EXPECT_EQ(log.Count("ERROR"), 11) << log.Text();
     DICOM_Module_Read_Private(nullptr, "D", list.head);
     DICOM_Module_Read_Private(nullptr, "D", list.head);
     EXPECT_EQ(log.Count("private/none.txt is no file"), 1) << log.Text();
+    EXPECT_EQ(log.Count("ERROR"), 12) << log.Text();
 }
 
 TEST(Definition_Private, NothingIsSaidWithoutDefinitions)

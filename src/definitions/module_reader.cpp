@@ -138,7 +138,7 @@ std::size_t Module_Reader::Key_Hash::operator()(const Key& key) const
 }
 
 Module_Reader::Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth)
-    : handle_(handle), files_(files), list_(list), depth_(depth), reading_(handle)
+    : files_(files), list_(list), depth_(depth), reading_(handle)
 {
     Index(*list, nullptr);
 }

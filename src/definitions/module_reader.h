@@ -90,7 +90,6 @@ private:
     void Index(DICOM_List* list, const DICOM_List* parent);
     void Close_Levels(int depth);
 
-    HWND handle_;
     Definition_Files& files_;
     DICOM_List** list_;
     int depth_;

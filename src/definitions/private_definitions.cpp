@@ -106,7 +106,8 @@ void Private_Definitions::Read_Element(Line_Cursor& cursor, Elements& elements)
     }
 }
 
-void Private_Definitions::Read_Definitions(HWND handle, const Definition_File& file)
+void Private_Definitions::Read_Definitions(HWND handle, const std::string& name,
+                                           const Definition_File& file)
 {
     Elements* elements = nullptr;
     bool is_left_out = false;
@@ -132,6 +133,12 @@ void Private_Definitions::Read_Definitions(HWND handle, const Definition_File& f
         }
         std::string creator = cursor.Quoted("a creator");
         cursor.Expect_End();
+        const auto entry = files_.find(creator);
+        if (entry == files_.end() || entry->second != name) {
+            throw Definition_Fault{column, "private/index.txt does not name this file for the "
+                                           "creator " +
+                                               Shown(creator)};
+        }
         elements = &creators_[std::move(creator)];
         is_left_out = false;
     });
@@ -143,32 +150,40 @@ Private_Definitions::Find_Creator(HWND handle, Definition_Files& files, std::str
     if (!has_index_) {
         Read_Index(handle, files);
     }
+    const auto known = creators_.find(creator);
+    if (known != creators_.end()) {
+        return &known->second;
+    }
+    return Read_Creator(handle, files, creator);
+}
+
+const Private_Definitions::Elements*
+Private_Definitions::Read_Creator(HWND handle, Definition_Files& files, std::string_view creator)
+{
     const auto entry = files_.find(creator);
     if (entry == files_.end()) {
         return nullptr;
     }
-    const std::string name = std::exchange(entry->second, {});
-    if (!name.empty()) {
+    const std::string name = entry->second;
+    if (read_files_.insert(name).second) {
         std::string why;
         const Definition_File* const file = files.Load(name, why);
         if (file == nullptr) {
             Report_Definition_Error(handle, why);
+            std::erase_if(files_, [&](const auto& other) { return other.second == name; });
             return nullptr;
         }
-        Read_Definitions(handle, *file);
-        // A file may define more creators than the one that was asked for.
-        for (auto& [other, other_name] : files_) {
-            if (other_name == name) {
-                other_name.clear();
-            }
-        }
-        if (!creators_.contains(std::string(creator))) {
-            Report_Definition_Error(handle, file->path + " does not define the creator " +
-                                                Shown(creator) + " of private/index.txt");
-        }
+        Read_Definitions(handle, name, *file);
     }
     const auto found = creators_.find(creator);
-    return found == creators_.end() ? nullptr : &found->second;
+    if (found == creators_.end()) {
+        // Known from now on as one without elements, so that this is said once.
+        creators_.emplace(creator, Elements());
+        Report_Definition_Error(handle,
+                                name + ".txt has no definitions of the creator " + Shown(creator));
+        return nullptr;
+    }
+    return &found->second;
 }
 
 const Private_Element* Private_Definitions::Find(HWND handle, Definition_Files& files,

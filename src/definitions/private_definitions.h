@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace lib_dicom {
 
@@ -28,14 +29,16 @@ private:
     using Elements = std::unordered_map<std::uint32_t, Private_Element>;
 
     const Elements* Find_Creator(HWND handle, Definition_Files& files, std::string_view creator);
+    const Elements* Read_Creator(HWND handle, Definition_Files& files, std::string_view creator);
     void Read_Index(HWND handle, Definition_Files& files);
     void Read_Index_Line(Line_Cursor& cursor);
-    void Read_Definitions(HWND handle, const Definition_File& file);
+    void Read_Definitions(HWND handle, const std::string& name, const Definition_File& file);
     static void Read_Element(Line_Cursor& cursor, Elements& elements);
 
     bool has_index_ = false;
-    /** Names of the files by creator, empty when the file has been read. */
+    /** Names of the files by creator. */
     Text_Map<std::string> files_;
+    std::unordered_set<std::string> read_files_;
     Text_Map<Elements> creators_;
 };
 
