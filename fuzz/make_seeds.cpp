@@ -1,0 +1,327 @@
+// Makes the seeds of the fuzz targets: small files in all encodings, nested, encapsulated and
+// damaged in known ways, and values of every VR.
+//
+//   make_seeds FOLDER [FILE...]     FOLDER/TARGET/NAME; each FILE becomes a seed as well
+#include "client/deflate.h"
+#include "client/encoding.h"
+#include "fuzz_target.h"
+#include "stream_builder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace dicom_client;
+using namespace std::string_literals;
+
+constexpr unsigned char Codes[] = {0, 8, 9};
+
+struct Seed {
+    std::string name;
+    std::string bytes;
+};
+using Seeds = std::vector<Seed>;
+
+std::string Code_Name(unsigned char code)
+{
+    return code == 0 ? "implicit" : code == 8 ? "explicit" : "big";
+}
+
+std::string_view Syntax_Of(unsigned char code)
+{
+    return code == 0 ? Implicit_Little_UID : code == 8 ? Explicit_Little_UID : Explicit_Big_UID;
+}
+
+/** An element of one VR with a value that is sound, or nearly so. */
+struct Sample {
+    unsigned short vr;
+    unsigned short group;
+    unsigned short element;
+    std::string value;
+};
+
+const Sample Samples[] = {
+    {VR_UI, 0x0008, 0x0016, "1.2.840.10008.5.1.4.1.1.7\0"s},
+    {VR_UI, 0x0008, 0x0018, "1.2.3.4 "},
+    {VR_DA, 0x0008, 0x0020, "1998.05.17"},
+    {VR_DA, 0x0008, 0x0021, "19980517"},
+    {VR_DT, 0x0008, 0x002A, "20200101123000.000000+0130"},
+    {VR_TM, 0x0008, 0x0030, "12:30:45.5"},
+    {VR_AE, 0x0008, 0x0054, "STORE\\ARCHIVE"},
+    {VR_CS, 0x0008, 0x0060, "OT-x"},
+    {VR_UT, 0x0008, 0x0120, "http://x"},
+    {VR_SH, 0x0008, 0x0100, "A\\\\ \\"},
+    {VR_AT, 0x0008, 0x2110, "\x18\0\x63\x10"s},
+    {VR_LO, 0x0010, 0x0020, "  4711\0"s},
+    {VR_PN, 0x0010, 0x0010, "DOE^JANE^A^DR^MD=X^Y\\SMITH"},
+    {VR_AS, 0x0010, 0x1010, "45Y"},
+    {VR_LT, 0x0010, 0x4000, "line\r\nline"},
+    {VR_DS, 0x0018, 0x0050, "1.5\\-2.25e3\\"},
+    {VR_FD, 0x0018, 0x6020, "\0\0\0\0\0\0\xF8\x3F"s},
+    {VR_SL, 0x0018, 0x6020, "\1\0\0\0"s},
+    {VR_FL, 0x0018, 0x9089, "\0\0\x80\x3F\0\0\0\x40\0\0\0\0"s},
+    {VR_IS, 0x0020, 0x0013, "7.0\\"},
+    {VR_US, 0x0028, 0x0010, "\3\0"s},
+    {VR_SS, 0x0028, 0x0106, "\xFF\xFF"},
+    {VR_OW, 0x0028, 0x1201, "\1\2\3\4"},
+    {VR_ST, 0x0040, 0x0280, "text "},
+    {VR_UC, 0x0018, 0x9908, "a\\b"},
+    {VR_UR, 0x0008, 0x1190, "http://x "},
+    {VR_UL, 0x0040, 0xA132, "\1\0\0\0"s},
+    {VR_OF, 0x5600, 0x0020, "\0\0\x80\x3F"s},
+    {VR_OD, 0x0070, 0x150D, std::string(8, '\1')},
+    {VR_OL, 0x0066, 0x0040, std::string(8, '\1')},
+    {VR_OV, 0x7FE0, 0x0001, std::string(8, '\1')},
+    {VR_SV, 0x0072, 0x0082, std::string(8, '\xFF')},
+    {VR_UV, 0x0072, 0x0083, std::string(8, '\2')},
+    {VR_OB, 0x7FE0, 0x0010, "odd"},
+    {VR_UN, 0x0009, 0x1001, "?"},
+};
+
+std::string VR_Text(unsigned short vr)
+{
+    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
+}
+
+std::string Every_VR(unsigned char code)
+{
+    Stream_Builder s(code);
+    for (const Sample& sample : Samples) {
+        s.Element(sample.group, sample.element, VR_Text(sample.vr), sample.value);
+    }
+    return s.Bytes();
+}
+
+/** A sound data set with nesting, private elements and pixel data. */
+std::string Sound(unsigned char code)
+{
+    Stream_Builder s(code);
+    s.Element(0x0008, 0x0005, "CS", "ISO_IR 192");
+    s.Element(0x0008, 0x0016, "UI", Padded_UID("1.2.840.10008.5.1.4.1.1.7"));
+    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+    s.Sequence(0x0008, 0x1140).Item();
+    s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.5")).Item_End().Item();
+    s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.6")).Item_End().Sequence_End();
+    s.Element(0x0009, 0x0010, "LO", "ACME").Element(0x0009, 0x1001, "UN", "xx");
+    s.Element(0x0010, 0x0010, "PN", "DOE^JANE");
+    s.US(0x0028, 0x0100, 16).US(0x0028, 0x0103, 0).US(0x0028, 0x0106, 7);
+    s.Header(0x7FE0, 0x0010, "OW", 4).Short(1).Short(2);
+    return s.Bytes();
+}
+
+std::string Defined_Lengths(unsigned char code)
+{
+    const std::string us = Stream_Builder(code).US(0x0028, 0x0010, 1).Bytes();
+    const std::string item = Stream_Builder(code).Item(static_cast<int>(us.size())).Raw(us).Bytes();
+    return Stream_Builder(code)
+        .Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"))
+        .Sequence(0x0008, 0x1140, static_cast<int>(2 * item.size()))
+        .Raw(item + item)
+        .US(0x0028, 0x0011, 2)
+        .Bytes();
+}
+
+std::string Deep(unsigned char code, int levels)
+{
+    Stream_Builder s(code);
+    for (int i = 0; i < levels; ++i) {
+        s.Sequence(0x0008, 0x1140).Item();
+    }
+    s.US(0x0028, 0x0010, 1);
+    for (int i = 0; i < levels; ++i) {
+        s.Item_End().Sequence_End();
+    }
+    return s.Bytes();
+}
+
+std::string Multi_Frame(unsigned char code)
+{
+    Stream_Builder s(code);
+    s.Element(0x0020, 0x0010, "SH", "1 ").Sequence(0x5200, 0x9229).Item();
+    s.Sequence(0x0028, 0x9110).Item().Element(0x0028, 0x0030, "DS", "1\\1 ");
+    s.Item_End().Sequence_End().Item_End().Sequence_End();
+    return s.Element(0x5400, 0x0100, "SQ", "").Element(0x60FE, 0x3000, "OW", "ab").Bytes();
+}
+
+std::string Fragments()
+{
+    return Stream_Builder()
+        .Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"))
+        .Header(0x7FE0, 0x0010, "OB", -1)
+        .Item(8)
+        .Int(0)
+        .Int(12)
+        .Item(3)
+        .Raw("abc")
+        .Item(4)
+        .Raw("\xFF\xD8\xFF\xC0")
+        .Sequence_End()
+        .Bytes();
+}
+
+std::string Directory(int start)
+{
+    const int first = start + 12 + 12 + 12;
+    Stream_Builder s;
+    s.Header(0x0004, 0x1200, "UL", 4).Int(first);
+    s.Header(0x0004, 0x1202, "UL", 4).Int(first + 31);
+    s.Sequence(0x0004, 0x1220, 8 + 12 + 11 + 8 + 12);
+    s.Item(12 + 11).Header(0x0004, 0x1400, "UL", 4).Int(first + 31);
+    s.Element(0x0004, 0x1430, "CS", "IMG");
+    return s.Item(12).Header(0x0004, 0x1400, "UL", 4).Int(0).Bytes();
+}
+
+/** Data sets with one fault each, in explicit VR little endian. */
+Seeds Faults()
+{
+    const std::string inside =
+        Stream_Builder(0).Item().US(0x0028, 0x0010, 1).Item_End().Sequence_End().Bytes();
+    const std::string item = Stream_Builder(0).Item(10).US(0x0028, 0x0010, 1).Bytes();
+    const auto start = [] {
+        return Stream_Builder().Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+    };
+    return {
+        {"unknown_vr", start().Element(0x0010, 0x0010, "FU", "DOE ").Bytes()},
+        {"blank_vr", start().Raw("\x28\0\x20\x01  \2\0\7\0"s).Bytes()},
+        {"stray_item", start().Item(10).US(0x0018, 0x6012, 1).Bytes()},
+        {"stray_ends", start().Item_End().Sequence_End().US(0x0028, 0x0010, 1).Bytes()},
+        {"open_item", start().Sequence(8, 0x1140).Item().US(0x28, 0x10, 1).Sequence_End().Bytes()},
+        {"open_sequence", start().Sequence(8, 0x1140).Item().US(0x28, 0x10, 1).Bytes()},
+        {"open_in_the_middle",
+         start().Sequence(8, 0x1140).Item().Item_End().US(0x28, 0x11, 1).Bytes()},
+        {"open_fragments", start().Header(0x7FE0, 0x10, "OB", -1).Item(0).Bytes()},
+        {"end_in_length", start().Sequence(8, 0x1140, 18).Item(10).Sequence_End().Bytes()},
+        {"zeros_behind", start().Raw(std::string(37, '\0')).Bytes()},
+        {"bytes_behind", start().Raw("abc").Bytes()},
+        {"cut_pixels", start().Header(0x7FE0, 0x10, "OW", 100000).Raw("ab").Bytes()},
+        {"cut_text", start().Header(0x0010, 0x0010, "PN", 100).Raw("DOE").Bytes()},
+        {"swapped_item", start().Raw("\xFF\xFE\xE0\0\0\0\0\0"s).Bytes()},
+        {"un_undefined", start().Header(9, 0x1001, "UN", -1).Raw(inside).Bytes()},
+        {"un_defined", start().Element(0x0008, 0x1140, "UN", item).Bytes()},
+        {"text_with_items", start().Header(8, 0x70, "LO", -1).Raw(inside).Bytes()},
+        {"unsorted", start().US(0x0028, 0x0011, 1).US(0x0028, 0x0010, 1).Bytes()},
+        {"twice", start().US(0x0028, 0x0010, 1).US(0x0028, 0x0010, 2).Bytes()},
+        {"length_13", start().Header(0x0008, 0x0070, "LO", 13).Raw("0123456789").Bytes()},
+        {"long_value", start().Element(0x0009, 0x1001, "UN", std::string(1500, 'x')).Bytes()},
+        {"group_length", start().Header(0x0028, 0, "UL", 4).Int(8).US(0x28, 0x10, 1).Bytes()},
+        {"beyond_7fff", start().Element(0x8001, 0x0010, "LO", "ACME").Bytes()},
+    };
+}
+
+/** Data sets without a head, each in its encoding. */
+Seeds Streams(unsigned char code)
+{
+    Seeds seeds = {
+        {"sound", Sound(code)},  {"every_vr", Every_VR(code)}, {"lengths", Defined_Lengths(code)},
+        {"deep", Deep(code, 4)}, {"too_deep", Deep(code, 12)}, {"multi_frame", Multi_Frame(code)}};
+    for (Seed& seed : seeds) {
+        seed.name += "_" + Code_Name(code);
+    }
+    return seeds;
+}
+
+Seeds Files()
+{
+    Seeds files;
+    for (const unsigned char code : Codes) {
+        for (const Seed& stream : Streams(code)) {
+            files.push_back({stream.name, Part10_Head(Syntax_Of(code)) + stream.bytes});
+        }
+        files.push_back({"bare_" + Code_Name(code), Sound(code)});
+    }
+    const std::string head = Part10_Head(Explicit_Little_UID);
+    for (const Seed& fault : Faults()) {
+        files.push_back({fault.name, head + fault.bytes});
+    }
+    files.push_back({"wrong_syntax", Part10_Head(Implicit_Little_UID) + Sound(8)});
+    files.push_back({"fragments", Part10_Head("1.2.840.10008.1.2.4.50") + Fragments()});
+    files.push_back({"fragments_undeclared", head + Fragments()});
+    files.push_back({"not_encapsulated", Part10_Head("1.2.840.10008.1.2.4.50") + Sound(8)});
+    files.push_back({"directory", head + Directory(static_cast<int>(head.size()))});
+    const std::string sound = Sound(8);
+    Bytes deflated;
+    Deflate({reinterpret_cast<const unsigned char*>(sound.data()), sound.size()}, deflated);
+    files.push_back({"deflated", Part10_Head(Deflated_Little_UID) +
+                                     std::string(deflated.begin(), deflated.end())});
+    return files;
+}
+
+class Folder {
+public:
+    explicit Folder(fs::path path) : path_(std::move(path))
+    {
+    }
+    /** @param options  the bytes in front, that select what the target does */
+    void Add(const std::string& target, const std::string& name, const std::string& options,
+             const std::string& bytes)
+    {
+        fs::create_directories(path_ / target);
+        std::ofstream file(path_ / target / name, std::ios::binary);
+        file << options << bytes;
+        complete_ = complete_ && file.flush();
+    }
+    bool Complete() const
+    {
+        return complete_;
+    }
+
+private:
+    fs::path path_;
+    bool complete_ = true;
+};
+
+std::string Byte(int value)
+{
+    return std::string(1, static_cast<char>(value));
+}
+
+void Add_Files(Folder& folder)
+{
+    for (const Seed& file : Files()) {
+        folder.Add("mend", file.name, Byte(0), file.bytes);
+    }
+    for (int options = 1; options < 32; ++options) {
+        folder.Add("mend", "options_" + std::to_string(options), Byte(options),
+                   Part10_Head(Explicit_Little_UID) + Sound(8));
+    }
+}
+
+void Add_Streams(Folder& folder)
+{
+    for (const unsigned char code : Codes) {
+        for (const Seed& stream : Streams(code)) {
+            folder.Add("elements", stream.name, Byte(code) + Byte(0), stream.bytes);
+        }
+    }
+    for (const Seed& stream : Faults()) {
+        folder.Add("elements", stream.name, Byte(0x38) + Byte(2), stream.bytes);
+    }
+    for (int mode = 0; mode < 64; ++mode) {
+        folder.Add("elements", "mode_" + std::to_string(mode), Byte(mode) + Byte(mode % 4),
+                   Sound(static_cast<unsigned char>(mode & 0x0B)));
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: make_seeds FOLDER [FILE...]\n");
+        return 2;
+    }
+    Folder folder(argv[1]);
+    Add_Files(folder);
+    Add_Streams(folder);
+    for (int i = 2; i < argc; ++i) {
+        std::ifstream file(argv[i], std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(file)),
+                                std::istreambuf_iterator<char>());
+        folder.Add("mend", fs::path(argv[i]).filename(), Byte(0), bytes);
+    }
+    return folder.Complete() ? 0 : 1;
+}

@@ -1,0 +1,133 @@
+// The whole way of a file through the client: what was mended reads back without a fault and is
+// mended to itself, byte for byte; and nothing is lost without a word.
+//
+// Input: options of mending; the file.
+#include "client/mend.h"
+#include "client/reader.h"
+#include "fuzz_target.h"
+
+#include <vector>
+
+namespace {
+
+using namespace dicom_client;
+
+Data_Set Read(std::span<const unsigned char> bytes, Findings& findings)
+{
+    return Read_Data_Set(Source::From_Image(bytes, "fuzz"), findings);
+}
+
+/** What was changed or could not be read, one a line. */
+std::string Faults(const Findings& findings)
+{
+    std::string texts;
+    for (const Finding& finding : findings.All()) {
+        if (finding.level != Level::Info) {
+            texts += Tag_Text(finding.tag) + " " + finding.text + "\n";
+        }
+    }
+    return texts;
+}
+
+/** Path and value of every element that mending keeps as it is when it finds no fault. */
+using Elements = std::vector<std::string>;
+
+void Collect(const Data_Set& set, DICOM_List* list, const std::string& path, Elements& elements)
+{
+    for (const DICOM_List& record : Records(list)) {
+        if (Is_Delimiter(record) || record.element == 0x0000) {
+            continue;
+        }
+        const Bytes value = set.Value(record);
+        const std::string own = path + Tag_Text(Tag_Of(record));
+        elements.push_back(own + " " + std::string(value.begin(), value.end()));
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            Collect(set, Item_Of(record, i), own + "[" + std::to_string(i) + "]/", elements);
+        }
+    }
+}
+
+void Require_Ascending(DICOM_List* list)
+{
+    for (const DICOM_List& record : Records(list)) {
+        const bool ends = record.next == nullptr || Is_Delimiter(*record.next);
+        fuzz::Require(Is_Delimiter(record) || ends || Tag_Of(record) < Tag_Of(*record.next),
+                      "the tags of a mended list ascend");
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            Require_Ascending(Item_Of(record, i));
+        }
+    }
+}
+
+struct Mended {
+    bool done = false;
+    Bytes bytes;
+    std::string faults;
+    Encoding encoding;
+    Elements elements;
+};
+
+Mended Mend_File(std::span<const unsigned char> bytes, const Mend_Options& options)
+{
+    Mended mended;
+    Findings findings;
+    const Library_Session session(findings);
+    Data_Set set = Read(bytes, findings);
+    mended.encoding = set.encoding;
+    Collect(set, set.records.Head(), "", mended.elements);
+    Encoded_File file;
+    mended.done = Mend(set, options, findings, file);
+    mended.bytes = file.Joined();
+    mended.faults = Faults(findings);
+    fuzz::Require(mended.done || findings.Has(Level::Error), "a failure has a reason");
+    return mended;
+}
+
+void Check_Output(const Mended& first, const Mend_Options& options)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    const Data_Set set = Read(first.bytes, findings);
+    const std::string faults = Faults(findings);
+    if (!faults.empty()) {
+        std::fprintf(stderr, "%s--- reading back:\n%s", first.faults.c_str(), faults.c_str());
+    }
+    fuzz::Require(faults.empty(), "a mended file is read without a fault");
+    Require_Ascending(set.records.Head());
+    if (first.faults.empty() && options.syntax == Output_Syntax::Keep &&
+        set.encoding == first.encoding) {
+        Elements elements;
+        Collect(set, set.records.Head(), "", elements);
+        fuzz::Require(elements == first.elements, "what had no fault is kept");
+    }
+}
+
+Mend_Options Options(std::uint8_t byte)
+{
+    Mend_Options options;
+    options.syntax = static_cast<Output_Syntax>(byte & 3);
+    options.drop_private = (byte & 4) != 0;
+    options.group_lengths = (byte & 8) != 0;
+    options.defined_lengths = (byte & 16) != 0;
+    return options;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    fuzz::Input input(data, size);
+    const Mend_Options options = Options(input.Byte());
+    const Mended once = Mend_File(input.Rest(), options);
+    if (!once.done) {
+        return 0;
+    }
+    Check_Output(once, options);
+    const Mended twice = Mend_File(once.bytes, options);
+    if (!twice.faults.empty() || twice.bytes != once.bytes) {
+        std::fprintf(stderr, "%s--- mended again:\n%s", once.faults.c_str(), twice.faults.c_str());
+    }
+    fuzz::Require(twice.done && twice.faults.empty(), "a mended file needs no mending");
+    fuzz::Require(twice.bytes == once.bytes, "a mended file is mended to itself");
+    return 0;
+}
