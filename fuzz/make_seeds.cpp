@@ -295,15 +295,72 @@ void Add_Streams(Folder& folder)
     for (const unsigned char code : Codes) {
         for (const Seed& stream : Streams(code)) {
             folder.Add("elements", stream.name, Byte(code) + Byte(0), stream.bytes);
+            folder.Add("lists", stream.name, Byte(code) + Byte(0x2A) + "\x28\0\x10\0"s,
+                       stream.bytes);
         }
     }
     for (const Seed& stream : Faults()) {
         folder.Add("elements", stream.name, Byte(0x38) + Byte(2), stream.bytes);
+        folder.Add("lists", stream.name, Byte(8) + Byte(0x1F) + "\x08\0\x40\x11"s, stream.bytes);
     }
     for (int mode = 0; mode < 64; ++mode) {
         folder.Add("elements", "mode_" + std::to_string(mode), Byte(mode) + Byte(mode % 4),
                    Sound(static_cast<unsigned char>(mode & 0x0B)));
     }
+}
+
+int Place_Of(unsigned short vr)
+{
+    return static_cast<int>(std::find(std::begin(fuzz::VRs), std::end(fuzz::VRs), vr) -
+                            std::begin(fuzz::VRs));
+}
+
+std::string Tag_Bytes(const Sample& sample)
+{
+    return Stream_Builder(0).Short(sample.group).Short(sample.element).Bytes();
+}
+
+void Add_Values(Folder& folder)
+{
+    for (const Sample& sample : Samples) {
+        const std::string name = VR_Text(sample.vr) + "_" + std::to_string(sample.element);
+        const std::string place = Byte(Place_Of(sample.vr));
+        folder.Add("cleanup", name, place + Byte(1) + Tag_Bytes(sample), sample.value);
+        folder.Add("cleanup", name + "_old", place + Byte(0) + Tag_Bytes(sample), sample.value);
+        folder.Add("values", name, place + place + Byte(1), sample.value);
+        std::string text;
+        while (text.size() < 2100) {
+            text += sample.value + "\\";
+        }
+        folder.Add("values", name + "_image", place + place + Byte(0x11), text);
+        folder.Add("values", name + "_file", place + place + Byte(0x21), text);
+        folder.Add("cleanup", name + "_long", place + Byte(1) + Tag_Bytes(sample), text);
+    }
+}
+
+/** Seeds of the targets whose input is a text. */
+void Add_Texts(Folder& folder)
+{
+    const auto add = [&](const char* name, int kind, const std::string& form,
+                         const std::string& text) {
+        folder.Add("components", name, Byte(kind) + Byte(static_cast<int>(form.size())),
+                   form + text);
+    };
+    add("date", 0, "dd-mmm-yyyy", "17-May-1998");
+    add("date_numbers", 0, "yyyy.mm.dd", "1998.05.17");
+    add("date_short", 0, "yymmdd", "980517");
+    add("date_words", 0, "mmmm dd, yyyy", "January 31, 2024");
+    add("time", 1, "hh:mm:ss.ffff", "12:30:45.5");
+    add("time_plain", 1, "hhmmss.ffffff", "235959.999999");
+    add("time_cut", 1, "hh:mm", "12");
+    add("name", 2, "", "Doe^Jane^A^Dr^MD=X^Y=Z");
+    add("name_blank", 2, "", "  ^^ =^Yamada^");
+    folder.Add("dictionary", "lines", "",
+               "(0008,0001) A LO 1-3 RET\n(0008,0002) B US 10\n(0008,0003) C FD 3-3n\n"
+               "(60xx,0010) D (US 1) or (SS 1) or (OW 1)\n(0x18,1x2x) E US 1\n"
+               "(0008,0002) Again LO 1-n\n(0006,0001) F LO 1 RET\n");
+    folder.Add("dictionary", "faults", "",
+               "(0008,0001) A LO n\n(0008,0002) B US 1) or (SS 1)\n(\n(0008,xx\n\n)\n");
 }
 
 }  // namespace
@@ -317,6 +374,8 @@ int main(int argc, char** argv)
     Folder folder(argv[1]);
     Add_Files(folder);
     Add_Streams(folder);
+    Add_Values(folder);
+    Add_Texts(folder);
     for (int i = 2; i < argc; ++i) {
         std::ifstream file(argv[i], std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(file)),

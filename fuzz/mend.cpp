@@ -38,7 +38,7 @@ void Collect(const Data_Set& set, DICOM_List* list, const std::string& path, Ele
         if (Is_Delimiter(record) || record.element == 0x0000) {
             continue;
         }
-        const Bytes value = set.Value(record);
+        const Bytes value = Has_Value(record) ? set.Value(record) : Bytes();
         const std::string own = path + Tag_Text(Tag_Of(record));
         elements.push_back(own + " " + std::string(value.begin(), value.end()));
         for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
