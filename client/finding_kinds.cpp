@@ -127,6 +127,8 @@ constexpr Pattern Patterns[] = {
     {"does not exist", "vr"},
     {"blank VR", "vr"},
     {"VR=UN is replaced", "vr-unknown"},
+    {", which implicit VR stands for", "vr-other"},
+    {"cannot be kept in", "removed"},
     {"stored as UN", "vr-unknown"},
     {"Explicit VR (=", "vr-other"},
     {"VR does not fit", "pixel-vr"},

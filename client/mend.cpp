@@ -208,6 +208,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
     Settle_VRs(set, findings);
+    Fit_To_Encoding(set, encoding, findings);
     Repair_Values(set, set.records.Head(), findings);
     Sort_Records(set.records, findings);
     Remove_Unwanted(set.records, options.drop_private, options.group_lengths, findings);

@@ -68,7 +68,7 @@ std::int64_t Read_Meta_Group(Data_Set& set, std::int64_t start, Findings& findin
     // The source may become that of an inflated data set, so nothing of the group stays in it.
     for (DICOM_List& record : Records(set.meta.Head())) {
         set.Load(record);
-        if (record.group != Transfer_Syntax_Tag.group || VR_Of(record) == VR_SQ) {
+        if (record.group != Transfer_Syntax_Tag.group || !Has_Value(record)) {
             findings.Add(Level::Change, record, "does not belong in the file meta information");
             record.flags |= DICOM_Mark_Deleted;
         }

@@ -55,12 +55,20 @@ bool Is_Known_Though_UN(const DICOM_List& record)
     return vr != VR_SQ && vr != VR_UN && vr != VR_RT;
 }
 
+/** Pixel Representation of a list, or that of the list around it. */
+bool Is_Signed(const Data_Set& set, DICOM_List* list, bool around)
+{
+    const DICOM_List* const sign = Find_Record(list, Pixel_Representation_Tag);
+    if (sign == nullptr) {
+        return around;
+    }
+    const Bytes value = set.Value(*sign, 2);
+    return value.size() == 2 && Get_UShort(sign->byte_order, value.data()) == 1;
+}
+
 void Settle_List(Data_Set& set, DICOM_List* list, bool is_signed, Findings& findings)
 {
-    if (const DICOM_List* const sign = Find_Record(list, Pixel_Representation_Tag)) {
-        const Bytes value = set.Value(*sign, 2);
-        is_signed = value.size() == 2 && Get_UShort(sign->byte_order, value.data()) == 1;
-    }
+    is_signed = Is_Signed(set, list, is_signed);
     for (DICOM_List& record : Records(list)) {
         if (record.vr == 0 && record.dict != nullptr && std::abs(record.dict->nb_vr) > 1 &&
             Tag_Of(record) != Pixel_Data_Tag) {
@@ -72,6 +80,60 @@ void Settle_List(Data_Set& set, DICOM_List* list, bool is_signed, Findings& find
         }
         for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
             Settle_List(set, Item_Of(record, i), is_signed, findings);
+        }
+    }
+}
+
+bool Is_Private_Creator(const DICOM_List& record)
+{
+    return record.group % 2 != 0 && record.element >= 0x0010 && record.element <= 0x00FF;
+}
+
+/** Tells whether a VR would not come back when it is not written. */
+bool Has_Foreign_VR(const DICOM_List& record)
+{
+    if (record.vr == 0 || Is_Streamed(record)) {
+        return false;
+    }
+    if (record.dict == nullptr || record.dict->nb_vr == 0) {
+        return Is_Private_Creator(record) && record.vr != VR_LO;
+    }
+    return !Has_Alternative(*record.dict, record.vr);
+}
+
+void Take_Dictionary_VR(const Data_Set& set, DICOM_List& record, bool is_signed, Findings& findings)
+{
+    const std::string text = "VR=" + VR_Text(record.vr);
+    // A sequence shows by its items, whatever the dictionary says.
+    if (record.vr == VR_SQ || record.size < 0) {
+        return;
+    }
+    const unsigned short vr = record.dict != nullptr ? Choose_VR(record, is_signed) : VR_LO;
+    if (vr == VR_SQ || !set.Load(record) || DICOM_Attribute_Cleanup_Swab(nullptr, &record) == 0) {
+        findings.Add(Level::Change, record, text + " cannot be kept in implicit VR");
+        record.flags |= DICOM_Mark_Deleted;
+        return;
+    }
+    findings.Add(Level::Change, record,
+                 text + " is replaced by VR=" + VR_Text(vr) + ", which implicit VR stands for");
+    record.vr = 0;
+    record.vr_default = vr;
+}
+
+void Fit_List(Data_Set& set, DICOM_List* list, const Encoding& output, bool is_signed,
+              Findings& findings)
+{
+    constexpr unsigned short Swapped_Meta_Group = 0x0200;
+    is_signed = Is_Signed(set, list, is_signed);
+    for (DICOM_List& record : Records(list)) {
+        if (output.big_endian && record.group == Swapped_Meta_Group) {
+            findings.Add(Level::Change, record, "the group cannot be kept in big endian");
+            record.flags |= DICOM_Mark_Deleted;
+        } else if (!output.explicit_vr && Has_Foreign_VR(record)) {
+            Take_Dictionary_VR(set, record, is_signed, findings);
+        }
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            Fit_List(set, Item_Of(record, i), output, is_signed, findings);
         }
     }
 }
@@ -159,7 +221,7 @@ std::string Removal_Reason(const Trace_Of_Record& trace, bool group_lengths)
     if ((trace.flags & DICOM_Mark_Invalid) != 0) {
         return "removed: its value is invalid";
     }
-    return (trace.flags & DICOM_Mark_Deleted) != 0 ? "removed: it cannot be read whole"
+    return (trace.flags & DICOM_Mark_Deleted) != 0 ? "removed: it cannot be kept whole"
            : trace.tag.group % 2 != 0              ? "private element is left out"
                                                    : "removed together with its sequence";
 }
@@ -201,6 +263,11 @@ void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list
 void Settle_VRs(Data_Set& set, Findings& findings)
 {
     Settle_List(set, set.records.Head(), false, findings);
+}
+
+void Fit_To_Encoding(Data_Set& set, const Encoding& output, Findings& findings)
+{
+    Fit_List(set, set.records.Head(), output, false, findings);
 }
 
 Bytes Value_Bytes(const DICOM_List& record)

@@ -19,6 +19,13 @@ Bytes Value_Bytes(const DICOM_List& record);
 bool Form_Changes(const Bytes& before, const DICOM_List& record);
 inline constexpr char Form_Text[] = "the value is put into the form of its VR";
 
+/**
+ * Changes what a reader of the output would not take for what it is. In implicit VR the VR comes
+ * from the dictionary, so values are repaired by that one; in big endian the library's reader takes
+ * group 0200 for group 0002, which is always little endian.
+ */
+void Fit_To_Encoding(Data_Set& set, const Encoding& output, Findings& findings);
+
 /** Loads and repairs every value but the pixel data; reports each change. */
 void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings);
 
