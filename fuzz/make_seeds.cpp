@@ -378,8 +378,8 @@ int main(int argc, char** argv)
     Add_Texts(folder);
     for (int i = 2; i < argc; ++i) {
         std::ifstream file(argv[i], std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(file)),
-                                std::istreambuf_iterator<char>());
+        std::string bytes(static_cast<std::size_t>(fs::file_size(argv[i])), '\0');
+        file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         folder.Add("mend", fs::path(argv[i]).filename(), Byte(0), bytes);
     }
     return folder.Complete() ? 0 : 1;

@@ -1,6 +1,7 @@
 #include "message_log.h"
 
 #include <Lib_DICOM/codes.h>
+#include <Lib_DICOM/definitions.h>
 
 #include <gmock/gmock.h>
 

@@ -138,7 +138,7 @@ TEST(Listing, IndentsItemsAndLeavesTheContextAsItWas)
     EXPECT_THAT(
         lines,
         ElementsAre(
-            "          (0040,0275) SQ       - \xC3\x84ndern\\x01 with a ve... 2 items",
+            "          (0040,0275) SQ       - \xC3\x84ndern\\x01 with a ver... 2 items",
             "            item 1", "            (0008,0050) SH       4 Accession Number       4711",
             "            item 2", "          (0040,1001) SH       1 Requested Procedure ID   A"));
     log.Clear();
