@@ -11,12 +11,20 @@ namespace dicom_client {
 /** True when both paths name the same existing file. */
 bool Is_Same_File(const std::string& path, const std::string& other);
 
+/** Why `path` cannot be the target of Write_Safely, as things stand; empty when it can. */
+std::string Target_Fault(const std::string& path, bool replace);
+
 /**
  * Writes pieces one after the other to a temporary file in the target's folder, syncs it, and
- * renames it to the target.
+ * renames it to the target. A process that is killed leaves the old file or the whole new one.
+ * A replaced file hands on its rights and, where the process may, its owner and group.
  *
- * @param replace  an existing file may be replaced
- * @return empty, or the reason of the failure; then the target is as it was
+ * SIGINT, SIGTERM and SIGHUP take effect when the temporary file is gone again. For threads other
+ * than the caller's, that is left to the program.
+ *
+ * @param replace  an existing regular file may be replaced; nothing else ever is
+ * @return empty, or the reason of the failure; then the target is as it was, unless the reason
+ *         says that only the syncing of the folder failed
  */
 std::string Write_Safely(const std::string& path,
                          const std::vector<std::span<const unsigned char>>& pieces, bool replace);

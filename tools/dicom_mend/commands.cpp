@@ -120,10 +120,10 @@ std::string Refusal(const Mend_Request& request)
     if (dicom_client::Is_Same_File(request.input, request.output)) {
         return "is the input, which is never overwritten";
     }
-    if (!request.force && access(request.output.c_str(), F_OK) == 0) {
-        return "exists already; --force replaces it";
-    }
-    return {};
+    const std::string fault = dicom_client::Target_Fault(request.output, request.force);
+    const bool force_helps =
+        !fault.empty() && dicom_client::Target_Fault(request.output, true).empty();
+    return force_helps ? fault + "; --force replaces it" : fault;
 }
 
 /** Reads, prepares, mends and writes a file. */

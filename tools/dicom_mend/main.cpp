@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <functional>
@@ -227,6 +228,8 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    // A limit on the size of files is to be met as an error of the writing, not as a sudden end.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
