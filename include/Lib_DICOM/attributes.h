@@ -184,7 +184,7 @@ LIB_DICOM_API int DICOM_Attribute_Item_Query(HWND handle, DICOM_Root* root, int 
  *
  * @param list  the flat list; it stays the caller's, and is marked where elements are retired or
  *              private
- * @return a new list that the caller owns; null when it is empty
+ * @return a new list that the caller owns; null when it is empty, and without memory for all of it
  */
 LIB_DICOM_API DICOM_List* DICOM_Attribute_Format(HWND handle, DICOM_List* list);
 

@@ -280,11 +280,14 @@ void Formatter::Follow_Item_End(const DICOM_List& record)
 
 DICOM_List* DICOM_Attribute_Format(HWND handle, DICOM_List* list)
 {
-    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Format()");
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Format()");
     Formatter formatter(handle);
-    // Without memory for more, what is formatted so far is still worth having.
-    while (list != nullptr && formatter.Take(*list)) {
-        list = list->next;
+    for (; list != nullptr; list = list->next) {
+        if (!formatter.Take(*list)) {
+            // The beginning of a data set could not be told from a whole one.
+            Free_List(handle, formatter.Result());
+            return trace.Leave<DICOM_List*>(nullptr, "! DICOM_Attribute_Insert");
+        }
     }
     return formatter.Result();
 }

@@ -12,21 +12,6 @@ using namespace lib_dicom;
 
 namespace {
 
-std::uint32_t Tag_Number(unsigned short group, unsigned short element)
-{
-    return static_cast<std::uint32_t>(group) << 16 | element;
-}
-
-std::uint32_t Tag_Number(const DICOM_List& record)
-{
-    return Tag_Number(record.group, record.element);
-}
-
-bool Has_Tag(const DICOM_List& record, unsigned short group, unsigned short element)
-{
-    return record.group == group && record.element == element;
-}
-
 char VR_Letter(unsigned int byte)
 {
     return byte == 0 ? '-' : static_cast<char>(byte);
@@ -42,6 +27,16 @@ DICOM_List* Tail_Of(DICOM_List* head)
     return tail;
 }
 
+/**
+ * A record's `last` counts in the head of a list only. In a record behind it the library notes, by
+ * the record itself, that no tag before it in the list is higher: a search for a tag that is not
+ * lower comes by that record, and may start from it.
+ */
+bool Ends_In_Order(const DICOM_List* head)
+{
+    return head->last != nullptr && head->last->last == head->last;
+}
+
 /** Makes a record the one that holds the context's open sequence of a level. */
 bool Become_Sequence(HWND handle, DICOM_Root* root, DICOM_List* record, int level,
                      const char* variable)
@@ -52,6 +47,13 @@ bool Become_Sequence(HWND handle, DICOM_Root* root, DICOM_List* record, int leve
     record->vr = VR_SQ;
     record->vr_default = VR_SQ;
     return Grow_Items(handle, record, 1, variable);
+}
+
+/** The slot of the current item of a depth in the record of its sequence. */
+DICOM_List** Open_Item(HWND handle, DICOM_Root* root, DICOM_List* record, int depth)
+{
+    const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth), 0);
+    return Grow_Items(handle, record, index + 1, "pt->item") ? &record->item[index] : nullptr;
 }
 
 /** Both forms of Get: the first record that passes a test, in the list of the open item. */
@@ -119,6 +121,48 @@ DICOM_List* lib_dicom::Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_
     return list;
 }
 
+DICOM_List** lib_dicom::Item_Slot(HWND handle, DICOM_Root* root, DICOM_List* record)
+{
+    return Open_Item(handle, root, record, root->Sequence_Depth);
+}
+
+DICOM_List* lib_dicom::Search_Start(DICOM_List* head, std::uint32_t tag)
+{
+    const bool skips = head != nullptr && Ends_In_Order(head) && Tag_Number(*head->last) <= tag;
+    return skips ? head->last : head;
+}
+
+bool lib_dicom::Find_From(HWND handle, DICOM_List** list, int depth, std::uint32_t tag,
+                          DICOM_List*& place)
+{
+    DICOM_List* record = place != nullptr ? place : *list;
+    while (record != nullptr && record->next != nullptr && Tag_Number(*record->next) <= tag) {
+        record = record->next;
+    }
+    if (record != nullptr && Tag_Number(*record) == tag) {
+        place = record;
+        return true;
+    }
+    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, 1, "insert").release();
+    if (insert == nullptr) {
+        return false;
+    }
+    insert->group = static_cast<unsigned short>(tag >> 16);
+    insert->element = static_cast<unsigned short>(tag & 0xFFFF);
+    insert->depth = static_cast<unsigned char>(depth);
+    if (*list == nullptr || Tag_Number(**list) > tag) {
+        insert->next = *list;
+        *list = insert;
+    } else {
+        insert->next = record->next;
+        record->next = insert;
+    }
+    insert->last = insert;
+    (*list)->last = insert;
+    place = insert;
+    return true;
+}
+
 DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char)
 {
     const int depth = list->depth;
@@ -129,18 +173,24 @@ DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list
     unsigned short element = 0;
     DICOM_Attribute_Sequence_Get(handle, root, depth, &group, &element, nullptr);
     if (DICOM_List* const record = Find_Open_Sequence(list, group, element)) {
-        const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth + 1), 0);
-        return Grow_Items(handle, record, index + 1, "pt->item") ? &record->item[index] : nullptr;
+        return Open_Item(handle, root, record, depth + 1);
     }
+    DICOM_List* const record = Append_Sequence(handle, root, list);
+    return record != nullptr ? &record->item[0] : nullptr;
+}
+
+DICOM_List* lib_dicom::Append_Sequence(HWND handle, DICOM_Root* root, DICOM_List* list)
+{
     C_Array<DICOM_List> insert = C_Calloc<DICOM_List>(handle, 1, "insert");
-    if (insert == nullptr || !Become_Sequence(handle, root, insert.get(), depth, "insert->item")) {
+    if (insert == nullptr ||
+        !Become_Sequence(handle, root, insert.get(), list->depth, "insert->item")) {
         return nullptr;
     }
     DICOM_List* const tail = Tail_Of(list);
     insert[0].next = tail->next;
     tail->next = insert.release();
     list->last = tail->next;
-    return &list->last->item[0];
+    return list->last;
 }
 
 DICOM_List* DICOM_Attribute_Find(HWND handle, DICOM_Root* root, DICOM_List** list,
@@ -157,29 +207,10 @@ DICOM_List* DICOM_Attribute_Find(HWND handle, DICOM_Root* root, DICOM_List** lis
     DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, group, element, 0);
 
     const std::uint32_t tag = Tag_Number(group, element);
-    DICOM_List* record = *list;
-    while (record != nullptr && record->next != nullptr && Tag_Number(*record->next) <= tag) {
-        record = record->next;
-    }
-    if (record != nullptr && Tag_Number(*record) == tag) {
-        return trace.Leave(record, "pt");
-    }
-    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, 1, "insert").release();
-    if (insert == nullptr) {
-        return trace.Leave<DICOM_List*>(nullptr, "! insert");
-    }
-    insert->group = group;
-    insert->element = element;
-    insert->depth = static_cast<unsigned char>(root->Sequence_Depth);
-    if (*list == nullptr || Tag_Number(**list) > tag) {
-        insert->next = *list;
-        *list = insert;
-    } else {
-        insert->next = record->next;
-        record->next = insert;
-    }
-    (*list)->last = insert;
-    return trace.Leave(insert, "insert");
+    DICOM_List* record = Search_Start(*list, tag);
+    return Find_From(handle, list, root->Sequence_Depth, tag, record)
+               ? record
+               : trace.Leave<DICOM_List*>(nullptr, "! insert");
 }
 
 DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list,
@@ -261,7 +292,10 @@ DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** l
     if (*list == nullptr) {
         *list = insert;
     } else {
+        const bool in_order =
+            Ends_In_Order(*list) && Tag_Number(*(*list)->last) <= Tag_Number(*record);
         Tail_Of(*list)->next = insert;
+        insert->last = in_order ? insert : nullptr;
     }
     (*list)->last = insert;
     if (DICOM_Attribute_Copy_Tag(handle, root, list, insert, record) == 0) {

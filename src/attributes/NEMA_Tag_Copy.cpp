@@ -5,6 +5,8 @@
 
 #include <climits>
 #include <cstdint>
+#include <unordered_map>
+#include <utility>
 
 using namespace lib_dicom;
 
@@ -181,8 +183,13 @@ bool Copy_Value_Part(HWND handle, const DICOM_Root* root, DICOM_List* target,
     return Copy_Description(handle, target, source);
 }
 
+/**
+ * Merges the items of a record into those of another.
+ *
+ * @param own_items  the items of `target` itself are those that a way down from `list` finds
+ */
 bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
-                    const DICOM_List* source)
+                    const DICOM_List* source, bool own_items)
 {
     if (source->item == nullptr) {
         return true;
@@ -193,7 +200,10 @@ bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List
                     "target->item")) {
         return false;
     }
+    const int depth = root->Sequence_Depth;
     const Open_Sequence sequence(handle, root, *source);
+    // Below the deepest level items are those of the level itself, which the way down tells.
+    own_items = own_items && root->Sequence_Depth > depth;
     for (int i = 0; append && i < before; ++i) {
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
     }
@@ -201,7 +211,8 @@ bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List
     bool copied = true;
     for (int i = 0; copied && i < nb_item && source->item[i] != nullptr; ++i) {
         DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
-        copied = DICOM_Attribute_Copy(handle, root, list, source->item[i]) != 0;
+        DICOM_List** const item = own_items ? Item_Slot(handle, root, target) : list;
+        copied = item != nullptr && DICOM_Attribute_Copy(handle, root, item, source->item[i]) != 0;
         DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
     }
     for (int i = 0; append && i < before; ++i) {
@@ -210,6 +221,17 @@ bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List
     // An item that starts with group 5200 is not copied, and would leave an empty slot.
     Close_Gaps(target, target->nb_item);
     return copied;
+}
+
+bool Merge_Record(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
+                  const DICOM_List* source, bool own_items)
+{
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Copy_Tag(%04x,%04x)",
+                            source->group, source->element);
+    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, source->group, source->element,
+                                 0);
+    return Copy_Value_Part(handle, root, target, source) &&
+           Copy_Item_Part(handle, root, list, target, source, own_items);
 }
 
 /**
@@ -248,6 +270,149 @@ bool Is_Odd(unsigned short group)
     return group % 2 != 0;
 }
 
+/**
+ * Finds the targets of the records of one list. As long as their tags do not fall, each search goes
+ * on where the one before ended: from the head it would come by there. Records are never taken out
+ * in between.
+ */
+class Target_Finder {
+public:
+    /** @param list  the list of the open item; nothing above it may move while the finder is used */
+    Target_Finder(HWND handle, const DICOM_Root& root, DICOM_List** list)
+        : handle_(handle), depth_(root.Sequence_Depth), list_(list)
+    {
+    }
+
+    /** The record for the tag of another, created when absent; null without memory. */
+    DICOM_List* Find(const DICOM_List& source)
+    {
+        const std::uint32_t tag = Tag_Number(source);
+        if (place_ == nullptr || tag < Tag_Number(*place_)) {
+            Go_To(Search_Start(*list_, tag), false);
+        }
+        while (place_ != nullptr && place_->next != nullptr && Tag_Number(*place_->next) <= tag) {
+            Go_To(place_->next, Tag_Number(*place_) == Tag_Number(*place_->next));
+        }
+        DICOM_List* found = place_;
+        if (!Find_From(handle_, list_, depth_, tag, found)) {
+            return nullptr;
+        }
+        if (found != place_) {
+            Go_To(found, false);
+        }
+        return found;
+    }
+    /** Tells whether the record found last is the one that a search for its sequence finds. */
+    bool Is_Open_Sequence()
+    {
+        return (*list_)->last == place_ || (!is_repeated_ && order_.Holds(*list_));
+    }
+
+private:
+    void Go_To(DICOM_List* place, bool is_repeated)
+    {
+        place_ = place;
+        is_repeated_ = is_repeated;
+    }
+
+    HWND handle_;
+    int depth_;
+    DICOM_List** list_;
+    DICOM_List* place_ = nullptr;
+    /** A record before the place has the same tag. */
+    bool is_repeated_ = false;
+    Order_Check order_;
+};
+
+/** Looks tags up in one list of a reference, which only grows by what the finder itself adds. */
+class Reference_Finder {
+public:
+    /** @param list  the list of the open item */
+    explicit Reference_Finder(DICOM_List* list) : list_(list)
+    {
+        for (; list != nullptr; list = list->next) {
+            first_.emplace(Tag_Number(*list), list);
+        }
+    }
+
+    /** The first record with a tag; null when there is none. */
+    DICOM_List* Find(const DICOM_List& record) const
+    {
+        const auto found = first_.find(Tag_Number(record));
+        return found != first_.end() ? found->second : nullptr;
+    }
+    /** The same, where FFFF stands for any group or element. */
+    const DICOM_List* Match(HWND handle, DICOM_Root* root, const DICOM_List& record) const
+    {
+        return record.group == Any || record.element == Any
+                   ? DICOM_Attribute_Get(handle, root, list_, record.group, record.element, 1)
+                   : Find(record);
+    }
+    /** The slot of the open item in the sequence with a tag, which is created when absent. */
+    DICOM_List** Item(HWND handle, DICOM_Root* root, const DICOM_List& record)
+    {
+        if (list_ == nullptr) {
+            return nullptr;
+        }
+        DICOM_List* sequence = list_->last;
+        if (sequence == nullptr || !Has_Tag(*sequence, record)) {
+            sequence = Find(record);
+        }
+        if (sequence == nullptr) {
+            sequence = Append_Sequence(handle, root, list_);
+            if (sequence == nullptr) {
+                return nullptr;
+            }
+            first_.emplace(Tag_Number(record), sequence);
+        }
+        return Item_Slot(handle, root, sequence);
+    }
+
+private:
+    DICOM_List* list_;
+    std::unordered_map<std::uint32_t, DICOM_List*> first_;
+};
+
+/** The list of the open item below a list; null without memory. */
+DICOM_List** Open_List(HWND handle, DICOM_Root* root, DICOM_List** list)
+{
+    while (list != nullptr && Is_Outer_List(*root, *list)) {
+        list = DICOM_Attribute_Dig(handle, root, *list, 0);
+    }
+    return list;
+}
+
+/** Assign_Info for one list of the target; `finder` knows the reference's list for it. */
+void Assign_List(HWND handle, DICOM_Root* root, DICOM_List* reference, Reference_Finder& finder,
+                 DICOM_List* target)
+{
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Assign_Info()");
+    for (DICOM_List* record = target; record != nullptr; record = record->next) {
+        const DICOM_List* const found = finder.Match(handle, root, *record);
+        if (found != nullptr) {
+            record->type = found->type;
+            record->vr_default = record->vr_default != 0 ? record->vr_default : found->vr_default;
+        }
+        if (record->nb_item <= 0 || record->item == nullptr || record->item[0] == nullptr) {
+            continue;
+        }
+        // Deliberate: the item is started once for all, since the reference describes its items
+        // by one.
+        const int depth = root->Sequence_Depth;
+        const Open_Sequence sequence(handle, root, *record);
+        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
+        // Below the deepest level items are those of the level itself, which the way down tells.
+        DICOM_List** const item = root->Sequence_Depth > depth
+                                      ? finder.Item(handle, root, *record)
+                                      : Open_List(handle, root, &reference);
+        Reference_Finder inner(item != nullptr ? *item : nullptr);
+        for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
+            Assign_List(handle, root, reference, inner, record->item[i]);
+        }
+        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
+    }
+}
+
 }  // namespace
 
 void lib_dicom::Unlink_Record(HWND handle, DICOM_List** head, DICOM_List** link)
@@ -262,17 +427,17 @@ void lib_dicom::Unlink_Record(HWND handle, DICOM_List** head, DICOM_List** link)
     DICOM_Attribute_Free(handle, record);
 }
 
+void lib_dicom::Free_List(HWND handle, DICOM_List* list)
+{
+    while (list != nullptr) {
+        DICOM_Attribute_Free(handle, std::exchange(list, list->next));
+    }
+}
+
 int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
                              DICOM_List* source)
 {
-    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Copy_Tag(%04x,%04x)",
-                            source->group, source->element);
-    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, source->group, source->element,
-                                 0);
-    return Copy_Value_Part(handle, root, target, source) &&
-                   Copy_Item_Part(handle, root, list, target, source)
-               ? 1
-               : 0;
+    return Merge_Record(handle, root, list, target, source, (*list)->last == target) ? 1 : 0;
 }
 
 int DICOM_Attribute_Copy(HWND handle, DICOM_Root* root, DICOM_List** target, DICOM_List* source)
@@ -282,6 +447,13 @@ int DICOM_Attribute_Copy(HWND handle, DICOM_Root* root, DICOM_List** target, DIC
     constexpr unsigned short Multi_Frame_Group = 0x5200;
     constexpr char Failed[] = "\361\005Warning:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)";
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Copy()");
+    if (source == nullptr || source->group == Multi_Frame_Group) {
+        return trace.Leave(1, source == nullptr ? "" : "pt->group == 0x5200");
+    }
+    // At the deepest level a sequence inside may make the item lists around it move.
+    const bool is_steady = root->Sequence_Depth < DICOM_Max_Depth - 1;
+    DICOM_List** const open = is_steady ? Open_List(handle, root, target) : nullptr;
+    Target_Finder finder(handle, *root, open);
     for (; source != nullptr; source = source->next) {
         Trace(handle, Trace_Entry, "-> DICOM_Attribute_Copy(%04x,%04x)", source->group,
               source->element);
@@ -289,12 +461,16 @@ int DICOM_Attribute_Copy(HWND handle, DICOM_Root* root, DICOM_List** target, DIC
             return trace.Leave(1, "pt->group == 0x5200");
         }
         DICOM_List* const insert =
-            DICOM_Attribute_Find(handle, root, target, source->group, source->element);
+            open != nullptr
+                ? finder.Find(*source)
+                : DICOM_Attribute_Find(handle, root, target, source->group, source->element);
         if (insert == nullptr) {
             Report_Warning(handle, Failed, source->group, source->element);
             return trace.Leave(0, "! insert");
         }
-        if (DICOM_Attribute_Copy_Tag(handle, root, target, insert, source) == 0) {
+        const bool own_items =
+            open != nullptr && source->item != nullptr && finder.Is_Open_Sequence();
+        if (!Merge_Record(handle, root, target, insert, source, own_items)) {
             Report_Warning(handle, Failed, source->group, source->element);
             return trace.Leave(0, "! DICOM_Attribute_Copy_Tag");
         }
@@ -349,11 +525,7 @@ void DICOM_Attribute_Free(HWND handle, DICOM_List* record)
     const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Free(%04x,%04x)",
                             record->group, record->element);
     for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
-        DICOM_List* next = nullptr;
-        for (DICOM_List* inner = record->item[i]; inner != nullptr; inner = next) {
-            next = inner->next;
-            DICOM_Attribute_Free(handle, inner);
-        }
+        Free_List(handle, record->item[i]);
     }
     std::free(record->item);
     std::free(record->data);
@@ -364,24 +536,14 @@ void DICOM_Attribute_Free(HWND handle, DICOM_List* record)
 void DICOM_Attribute_Assign_Info(HWND handle, DICOM_Root* root, DICOM_List* reference,
                                  DICOM_List* target)
 {
-    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Assign_Info()");
-    for (DICOM_List* record = target; record != nullptr; record = record->next) {
-        const DICOM_List* const found =
-            DICOM_Attribute_Get(handle, root, reference, record->group, record->element, 1);
-        if (found != nullptr) {
-            record->type = found->type;
-            record->vr_default = record->vr_default != 0 ? record->vr_default : found->vr_default;
-        }
-        if (record->item == nullptr) {
-            continue;
-        }
-        // Deliberate: the item is started once for all, since the reference describes its items
-        // by one.
-        const Open_Sequence sequence(handle, root, *record);
-        DICOM_Attribute_Item_Start(handle, root, Trace_Entry);
-        for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
-            DICOM_Attribute_Assign_Info(handle, root, reference, record->item[i]);
-        }
-        DICOM_Attribute_Item_Stop(handle, root, Trace_Entry);
-    }
+    Guarded(
+        handle, false,
+        [&] {
+            DICOM_List** const list =
+                target != nullptr ? Open_List(handle, root, &reference) : nullptr;
+            Reference_Finder finder(list != nullptr ? *list : nullptr);
+            Assign_List(handle, root, reference, finder, target);
+            return true;
+        },
+        "reference");
 }

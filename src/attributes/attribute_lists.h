@@ -8,6 +8,7 @@
 #include <Lib_DICOM/attributes.h>
 
 #include <algorithm>
+#include <cstdint>
 
 /**
  * The item slot of the open sequence one level below a list. Creates the sequence record when the
@@ -28,6 +29,63 @@ int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, D
                              DICOM_List* source);
 
 namespace lib_dicom {
+
+inline std::uint32_t Tag_Number(unsigned short group, unsigned short element)
+{
+    return static_cast<std::uint32_t>(group) << 16 | element;
+}
+
+inline std::uint32_t Tag_Number(const DICOM_List& record)
+{
+    return Tag_Number(record.group, record.element);
+}
+
+inline bool Has_Tag(const DICOM_List& record, unsigned short group, unsigned short element)
+{
+    return record.group == group && record.element == element;
+}
+
+inline bool Has_Tag(const DICOM_List& record, const DICOM_List& other)
+{
+    return Has_Tag(record, other.group, other.element);
+}
+
+/** A record that a search for the place of a tag comes by on its way from the head; or the head. */
+DICOM_List* Search_Start(DICOM_List* head, std::uint32_t tag);
+
+/**
+ * Finds a record in one list, or creates it at its place, from a record on that the search would
+ * come by anyway.
+ *
+ * @param depth  depth of the list
+ * @param place  the record to start from, null for the head; receives the record that is found
+ * @return false without memory
+ */
+bool Find_From(HWND handle, DICOM_List** list, int depth, std::uint32_t tag, DICOM_List*& place);
+
+/** The slot of the item that the context has open, in the record of its sequence; null without
+ * memory. */
+DICOM_List** Item_Slot(HWND handle, DICOM_Root* root, DICOM_List* record);
+
+/** Appends the record of the context's open sequence of a list's depth; null without memory. */
+DICOM_List* Append_Sequence(HWND handle, DICOM_Root* root, DICOM_List* list);
+
+/** Tells whether a list that grows is in ascending order, looking at each record once. */
+class Order_Check {
+public:
+    bool Holds(const DICOM_List* head)
+    {
+        for (at_ = at_ != nullptr ? at_ : head; at_ != nullptr && at_->next != nullptr;
+             at_ = at_->next) {
+            holds_ = holds_ && Tag_Number(*at_) <= Tag_Number(*at_->next);
+        }
+        return holds_;
+    }
+
+private:
+    const DICOM_List* at_ = nullptr;
+    bool holds_ = true;
+};
 
 /** Tells whether the context has a sequence open inside the list, so that it is worked on there. */
 inline bool Is_Outer_List(const DICOM_Root& root, const DICOM_List* list)
@@ -121,6 +179,9 @@ void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& vi
  * @param head  the list's head pointer; where Insert appends is looked for anew when it was here
  */
 void Unlink_Record(HWND handle, DICOM_List** head, DICOM_List** link);
+
+/** Releases all records of a list. */
+void Free_List(HWND handle, DICOM_List* list);
 
 /** Makes room for a number of items; new slots are empty. False after the memory message. */
 bool Grow_Items(HWND handle, DICOM_List* record, int count, const char* variable,
