@@ -95,7 +95,7 @@ template <class Next, class Write>
 unsigned char* Build(HWND handle, int* size, long long count, Layout layout, Trace_Scope& trace,
                      const char* missing, Next&& next, Write&& write)
 {
-    return Guarded(handle, static_cast<unsigned char*>(nullptr), [&]() -> unsigned char* {
+    const auto build = [&]() -> unsigned char* {
         Value value(handle, size);
         for (long long i = 0; i < count; ++i) {
             if (!next(i)) {
@@ -110,7 +110,8 @@ unsigned char* Build(HWND handle, int* size, long long count, Layout layout, Tra
             value.Pad(layout.pad);
         }
         return value.Release();
-    });
+    };
+    return Guarded(handle, static_cast<unsigned char*>(nullptr), build, "data");
 }
 
 /** The array that the vector form points to; null in the positional form. */

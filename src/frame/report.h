@@ -161,14 +161,19 @@ private:
     char reason_[Text_Size] = "";
 };
 
-/** The border: runs a body, and turns what it throws into a message and the failure result. */
+/**
+ * The border: runs a body, and turns what it throws into a message and the failure result.
+ *
+ * @param variable  what the body makes, for the memory message
+ */
 template <class Result, class Body>
-Result Guarded(HWND handle, Result failure, Body&& body, Place place = Place()) noexcept
+Result Guarded(HWND handle, Result failure, Body&& body, const char* variable = "buffer",
+               Place place = Place()) noexcept
 {
     try {
         return body();
     } catch (const std::bad_alloc&) {
-        Report_Memory(handle, "new", "buffer", 1, 1, place);
+        Report_Memory(handle, "new", variable, 1, 1, place);
         return failure;
     } catch (...) {
         Report_Internal(handle, place);

@@ -354,7 +354,8 @@ std::size_t Length(const Components& components)
     return length;
 }
 
-void Make_Names(const Value& value, OrisWare_Name* names)
+/** False without memory for all names. */
+bool Make_Names(const Value& value, OrisWare_Name* names)
 {
     // Components of earlier names are carried over on purpose. What they may add is limited:
     // otherwise one long component before many short names would grow with the square of the value.
@@ -369,9 +370,12 @@ void Make_Names(const Value& value, OrisWare_Name* names)
             components = {};
         }
         Cut_Name(strings[i], components);
-        Make_Oris_Name(&names[i], strings[i], components[0], components[1], components[2],
-                       components[3]);
+        if (Make_Oris_Name(&names[i], strings[i], components[0], components[1], components[2],
+                           components[3]) == 0) {
+            return false;
+        }
     }
+    return true;
 }
 
 /* ---- dates and times ---- */
@@ -531,7 +535,10 @@ OrisWare_Name* NEMA_Value_Name(HWND handle, DICOM_List* tag, unsigned short vr)
         if (!names.Reset(value.handle, value.tag.vm, "Oris_Name[cc]")) {
             return Names{nullptr, ""};
         }
-        Make_Names(value, names.Data());
+        if (!Make_Names(value, names.Data())) {
+            value.tag.vm = 0;
+            return Names{nullptr, ""};
+        }
         return Names{names.Data(), "VR_PN"};
     });
 }

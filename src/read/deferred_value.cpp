@@ -149,7 +149,7 @@ bool Fetch_Deferred_Value(HWND handle, DICOM_List& tag, Place place)
             return DICOM_Lib_File_Source == NEMA_Source_File ? Fetch_From_File(handle, tag, place)
                                                              : Fetch_From_Image(handle, tag, place);
         },
-        place);
+        "tag->data", place);
 }
 
 }  // namespace lib_dicom

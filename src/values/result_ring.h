@@ -19,7 +19,8 @@ template <class Make>
 const char* Formatted(Make&& make, Place place = Place())
 {
     return Guarded(
-        hwnd, static_cast<const char*>(nullptr), [&make] { return Keep_Result(make()); }, place);
+        hwnd, static_cast<const char*>(nullptr), [&make] { return Keep_Result(make()); }, "text",
+        place);
 }
 
 }  // namespace lib_dicom

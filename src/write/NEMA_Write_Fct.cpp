@@ -186,6 +186,14 @@ void Warn_Of_Missing_Writer(HWND handle)
     Report_Warning(handle, "\361\005Warning:\002 Write Image call back undefined!");
 }
 
+/** Calls a writer of the client's. What it throws must not cross the interface. */
+template <class Writer, class... Args>
+int Call_Writer(HWND handle, Writer writer, Args... args)
+{
+    return Guarded(
+        handle, -1, [&] { return writer(handle, args...); }, "*buffer");
+}
+
 bool Is_Valid_Count(HWND handle, int count)
 {
     if (count >= 0) {
@@ -197,7 +205,7 @@ bool Is_Valid_Count(HWND handle, int count)
 
 bool Data_Set_Writer::Pixels(DICOM_Image_Writer writer, void* param)
 {
-    const int count = writer(handle_, code_, Total(), &buffer_, param);
+    const int count = Call_Writer(handle_, writer, code_, Total(), &buffer_, param);
     if (!Is_Valid_Count(handle_, count) ||
         !Is_Writable_Size(handle_, static_cast<long long>(total_) + count)) {
         return false;
@@ -258,7 +266,7 @@ unsigned int DICOM_Write_Buffer_B(HWND handle, char code, char** buffer, int fir
         Warn_Of_Missing_Writer(handle);
         return trace.Leave(0U, "! image writer");
     }
-    const int count = Writers().piece(handle, code, buffer, first, second, param);
+    const int count = Call_Writer(handle, Writers().piece, code, buffer, first, second, param);
     return Is_Valid_Count(handle, count) ? static_cast<unsigned int>(count)
                                          : trace.Leave(0U, "! pixel data");
 }
