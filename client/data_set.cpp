@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
 namespace dicom_client {
 
@@ -113,11 +114,15 @@ bool Data_Set::Load(DICOM_List& record) const
         return false;
     }
     auto* const data = static_cast<unsigned char*>(std::malloc(size));
-    if (data == nullptr || source->Read(record.data_pos, {data, size}) != size) {
+    if (data == nullptr) {
+        throw std::bad_alloc();
+    }
+    record.data = data;
+    if (source->Read(record.data_pos, {data, size}) != size) {
+        record.data = nullptr;
         std::free(data);
         return false;
     }
-    record.data = data;
     return true;
 }
 

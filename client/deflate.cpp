@@ -13,76 +13,138 @@ namespace {
 constexpr int Raw_Window = -15;
 constexpr std::size_t Block_Size = std::size_t{1} << 16;
 
-/**
- * The most that a stream may inflate to. The format allows a thousandfold growth; images with wide
- * empty borders need a good part of it, a bomb of a few megabytes does not get it.
- */
-std::size_t Inflated_Limit(std::int64_t deflated_size)
-{
-    constexpr std::int64_t Always_Allowed = std::int64_t{64} << 20;
-    constexpr std::int64_t Allowed_Growth = 100;
-    return static_cast<std::size_t>(
-        std::min(Always_Allowed + deflated_size * Allowed_Growth, Max_File_Size));
-}
+/** Costs in bytes, measured with files that are made to cost much; see tests/bounds_test.cpp. */
+constexpr std::int64_t Inflated_Cost = 2;
+constexpr std::int64_t Value_Cost = 9;
+constexpr std::int64_t Element_Cost = 800;
 
-class Inflate_Stream {
+class Inflater {
 public:
-    Inflate_Stream() : ready_(inflateInit2(&stream, Raw_Window) == Z_OK)
+    Inflater(const Source& source, std::int64_t offset)
+        : source_(source), start_(offset), position_(offset), input_(Block_Size),
+          state_(inflateInit2(&stream_, Raw_Window))
     {
+        ready_ = state_ == Z_OK;
     }
-    Inflate_Stream(const Inflate_Stream&) = delete;
-    Inflate_Stream& operator=(const Inflate_Stream&) = delete;
-    ~Inflate_Stream()
+    Inflater(const Inflater&) = delete;
+    Inflater& operator=(const Inflater&) = delete;
+    ~Inflater()
     {
         if (ready_) {
-            inflateEnd(&stream);
+            inflateEnd(&stream_);
         }
     }
-    bool Ready() const
+
+    /** Inflates until `out` is full or nothing more comes; returns the number of bytes. */
+    std::size_t Take(std::span<unsigned char> out)
     {
-        return ready_;
+        stream_.next_out = out.data();
+        stream_.avail_out = static_cast<uInt>(out.size());
+        while (More() && stream_.avail_out > 0) {
+            if (stream_.avail_in == 0) {
+                const std::size_t count = source_.Read(position_, input_);
+                position_ += static_cast<std::int64_t>(count);
+                stream_.next_in = input_.data();
+                stream_.avail_in = static_cast<uInt>(count);
+            }
+            state_ = inflate(&stream_, Z_NO_FLUSH);
+        }
+        return out.size() - stream_.avail_out;
+    }
+    bool More() const
+    {
+        return state_ == Z_OK;
+    }
+    bool Complete() const
+    {
+        return state_ == Z_STREAM_END;
+    }
+    std::int64_t Used() const
+    {
+        return position_ - start_ - stream_.avail_in;
+    }
+    std::string Error() const
+    {
+        if (state_ == Z_MEM_ERROR) {
+            return "no memory to inflate";
+        }
+        return stream_.msg != nullptr ? stream_.msg : "the deflated data set is cut off";
     }
 
-    z_stream stream = {};
-
 private:
-    bool ready_;
+    const Source& source_;
+    std::int64_t start_;
+    std::int64_t position_;
+    Bytes input_;
+    z_stream stream_ = {};
+    int state_;
+    bool ready_ = false;
 };
+
+/** Number of bytes that a stream inflates to, up to a limit and a block. */
+std::int64_t Count_Inflated(const Source& source, std::int64_t offset, std::int64_t largest)
+{
+    Inflater inflater(source, offset);
+    Bytes block(Block_Size);
+    std::int64_t count = 0;
+    while (inflater.More() && count <= largest) {
+        count += static_cast<std::int64_t>(inflater.Take(block));
+    }
+    return count;
+}
 
 }  // namespace
 
-Inflated Inflate(const Source& source, std::int64_t offset)
+Memory_Budget Memory_Budget::Of_Deflated(std::int64_t deflated_size)
 {
+    constexpr std::int64_t Always_Allowed = std::int64_t{64} << 20;
+    constexpr std::int64_t Allowed_Growth = 200;
+    Memory_Budget budget;
+    budget.left_ = Always_Allowed + deflated_size * Allowed_Growth;
+    return budget;
+}
+
+std::int64_t Memory_Budget::Largest_Inflated() const
+{
+    // An eighth is left for the elements.
+    return std::min((left_ - left_ / 8) / Inflated_Cost, Max_File_Size);
+}
+
+void Memory_Budget::Take_Inflated(std::int64_t size)
+{
+    left_ -= Inflated_Cost * size;
+}
+
+void Memory_Budget::Take_Element()
+{
+    left_ -= Element_Cost;
+}
+
+void Memory_Budget::Take_Value(std::int64_t size)
+{
+    left_ -= Value_Cost * size;
+}
+
+Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest)
+{
+    // Counted first: a buffer that grows with the stream would take twice the memory.
+    const std::int64_t count = Count_Inflated(source, offset, largest);
+    const bool too_large = count > largest;
     Inflated result;
-    Inflate_Stream inflater;
-    if (!inflater.Ready()) {
-        result.error = "no memory to inflate";
-        return result;
+    result.bytes.resize(static_cast<std::size_t>(std::min(count, largest)));
+    Inflater inflater(source, offset);
+    result.bytes.resize(inflater.Take(result.bytes));
+    // The end of the stream may stand behind its last byte.
+    std::array<unsigned char, 1> behind = {};
+    if (!too_large && inflater.More()) {
+        inflater.Take(behind);
     }
-    const std::size_t limit = Inflated_Limit(source.Size() - offset);
-    Bytes input(Block_Size);
-    std::array<unsigned char, Block_Size> output;
-    std::int64_t position = offset;
-    int state = Z_OK;
-    z_stream& stream = inflater.stream;
-    while (state == Z_OK && result.bytes.size() < limit) {
-        if (stream.avail_in == 0) {
-            const std::size_t count = source.Read(position, input);
-            position += static_cast<std::int64_t>(count);
-            stream.next_in = input.data();
-            stream.avail_in = static_cast<uInt>(count);
-        }
-        stream.next_out = output.data();
-        stream.avail_out = static_cast<uInt>(output.size());
-        state = inflate(&stream, Z_NO_FLUSH);
-        result.bytes.insert(result.bytes.end(), output.data(), stream.next_out);
-    }
-    result.complete = state == Z_STREAM_END;
-    result.used = position - offset - stream.avail_in;
-    if (state == Z_OK) {
+    result.complete = inflater.Complete();
+    result.used = inflater.Used();
+    if (too_large) {
         result.error = "the deflated data set grows out of proportion";
     } else if (!result.complete) {
-        result.error = stream.msg != nullptr ? stream.msg : "the deflated data set is cut off";
+        result.error = inflater.Error();
     }
     return result;
 }
@@ -94,19 +156,30 @@ bool Deflate(std::span<const unsigned char> bytes, Bytes& out)
         Z_OK) {
         return false;
     }
-    out.resize(deflateBound(&stream, bytes.size()));
+    struct End {
+        z_stream& stream;
+        ~End()
+        {
+            deflateEnd(&stream);
+        }
+    };
+    const End end = {stream};
     // The library reads its input only, though its interface does not say so.
     stream.next_in = const_cast<unsigned char*>(bytes.data());
     stream.avail_in = static_cast<uInt>(bytes.size());
-    stream.next_out = out.data();
-    stream.avail_out = static_cast<uInt>(out.size());
-    const bool done = deflate(&stream, Z_FINISH) == Z_STREAM_END;
-    out.resize(stream.total_out);
-    deflateEnd(&stream);
+    Bytes block(Block_Size);
+    out.clear();
+    int state = Z_OK;
+    while (state == Z_OK) {
+        stream.next_out = block.data();
+        stream.avail_out = static_cast<uInt>(block.size());
+        state = deflate(&stream, Z_FINISH);
+        out.insert(out.end(), block.data(), stream.next_out);
+    }
     if (out.size() % 2 != 0) {
         out.push_back(0);
     }
-    return done;
+    return state == Z_STREAM_END;
 }
 
 }  // namespace dicom_client

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -73,8 +74,9 @@ bool Is_Bulk(unsigned short vr)
 }  // namespace
 
 Element_Loop::Element_Loop(const std::shared_ptr<Source>& source, std::int64_t start,
-                           unsigned char mode, Findings& findings)
-    : source_(source), cursor_(source, start), findings_(findings), mode_(mode), position_(start)
+                           unsigned char mode, Findings& findings, const Memory_Budget& budget)
+    : source_(source), cursor_(source, start), findings_(findings), mode_(mode), position_(start),
+      budget_(budget)
 {
 }
 
@@ -125,6 +127,10 @@ bool Element_Loop::Read_Element()
     if (Tag{header.group, header.element} == Swapped_Item_Tag) {
         return Stop_At_Header(header);
     }
+    budget_.Take_Element();
+    if (budget_.Is_Spent()) {
+        return Stop_For_Memory();
+    }
     DICOM_List record = Make_Record(header);
     position_ = record.data_pos;
     return record.group == Item_Tag.group ? Read_Delimiter(record) : Read_Data_Element(record);
@@ -153,6 +159,14 @@ bool Element_Loop::Stop_At_Header(const Header& header)
     return false;
 }
 
+bool Element_Loop::Stop_For_Memory()
+{
+    findings_.Add(Level::Error, {}, position_,
+                  "reading stops here: the elements of the deflated data set take memory out of "
+                  "proportion");
+    return false;
+}
+
 DICOM_List Element_Loop::Make_Record(const Header& header) const
 {
     DICOM_List record = {};
@@ -169,10 +183,13 @@ DICOM_List Element_Loop::Make_Record(const Header& header) const
     return record;
 }
 
-bool Element_Loop::Insert(DICOM_List& record)
+/** A list that lacks a record would be nested wrongly, so that it is given up without memory. */
+void Element_Loop::Insert(DICOM_List& record)
 {
     const About about(findings_, record);
-    return DICOM_Attribute_Insert(nullptr, &root_, flat_.Address(), &record, 0) != nullptr;
+    if (DICOM_Attribute_Insert(nullptr, &root_, flat_.Address(), &record, 0) == nullptr) {
+        throw std::bad_alloc();
+    }
 }
 
 void Element_Loop::Push(Nesting::Kind kind, const DICOM_List& record, unsigned char mode)
@@ -197,11 +214,11 @@ bool Element_Loop::Read_Delimiter(DICOM_List& record)
     if (tag == Item_Tag) {
         return Read_Item(record);
     }
-    if (tag == Item_End_Tag) {
-        return !Keep_Item_End(record) || Insert(record);
-    }
-    if (tag == Sequence_End_Tag) {
-        return !Keep_Sequence_End(record) || Insert(record);
+    if (tag == Item_End_Tag || tag == Sequence_End_Tag) {
+        if (tag == Item_End_Tag ? Keep_Item_End(record) : Keep_Sequence_End(record)) {
+            Insert(record);
+        }
+        return true;
     }
     findings_.Add(Level::Error, record, "is no delimiter that exists; reading stops here");
     return false;
@@ -228,7 +245,8 @@ bool Element_Loop::Read_Item(DICOM_List& record)
         return true;
     }
     Push(Nesting::Kind::Item, record, Mode());
-    return Insert(record);
+    Insert(record);
+    return true;
 }
 
 void Element_Loop::Pop_Unclosed()
@@ -309,17 +327,20 @@ bool Element_Loop::Read_Data_Element(DICOM_List& record)
         if (record.size == DICOM_Undefined_Length) {
             Push(kind, record, was_UN ? Mode_Inside_UN : Mode());
         }
-        return Insert(record);
+        Insert(record);
+        return true;
     }
     if (Is_Sequence_In_UN(record)) {
         findings_.Add(Level::Change, record, "sequence stored as UN");
         record.vr = VR_SQ;
         Push(Nesting::Kind::Sequence, record, Mode_Inside_UN);
-        return Insert(record);
+        Insert(record);
+        return true;
     }
     if (VR_Of(record) == VR_SQ) {
         Push(Nesting::Kind::Sequence, record, Mode());
-        return Insert(record);
+        Insert(record);
+        return true;
     }
     return Read_Value(record);
 }
@@ -391,6 +412,13 @@ bool Element_Loop::Read_Value(DICOM_List& record)
     if (end > source_->Size()) {
         return Keep_Cut_Value(record);
     }
+    // Pixel data goes to the output as it is.
+    if (!levels_.empty() || record.group != Pixel_Data_Tag.group) {
+        budget_.Take_Value(record.size);
+    }
+    if (budget_.Is_Spent()) {
+        return Stop_For_Memory();
+    }
     Bytes value;
     if (record.size <= Load_Limit) {
         if (!cursor_.Read_Value(record.size, value)) {
@@ -402,10 +430,10 @@ bool Element_Loop::Read_Value(DICOM_List& record)
         findings_.Add(Level::Error, record, "the file cannot be positioned behind the value");
         return false;
     }
-    const bool inserted = Insert(record);
+    Insert(record);
     record.data = nullptr;
     position_ = end;
-    return inserted;
+    return true;
 }
 
 bool Element_Loop::Keep_Cut_Value(DICOM_List& record)

@@ -4,6 +4,7 @@
 #define CLIENT_ELEMENT_LOOP_H
 
 #include "client/data_set.h"
+#include "client/deflate.h"
 
 #include <vector>
 
@@ -11,9 +12,12 @@ namespace dicom_client {
 
 class Element_Loop {
 public:
-    /** @param mode  the byte-order code of the elements at the top level */
+    /**
+     * @param mode    the byte-order code of the elements at the top level
+     * @param budget  what the elements may cost; reading stops when it is spent
+     */
     Element_Loop(const std::shared_ptr<Source>& source, std::int64_t start, unsigned char mode,
-                 Findings& findings);
+                 Findings& findings, const Memory_Budget& budget = {});
 
     /** Reads the elements of group 0002, which end at the first other group. */
     Record_List Read_Meta();
@@ -48,6 +52,7 @@ private:
     // Each step returns false when nothing can be read behind it.
     bool Read_Element();
     bool Stop_At_Header(const Header& header);
+    bool Stop_For_Memory();
     bool Read_Delimiter(DICOM_List& record);
     bool Read_Item(DICOM_List& record);
     bool Read_Data_Element(DICOM_List& record);
@@ -61,7 +66,7 @@ private:
     bool Items_Follow(std::int64_t position) const;
     bool Keep_Item_End(const DICOM_List& record);
     bool Keep_Sequence_End(const DICOM_List& record);
-    bool Insert(DICOM_List& record);
+    void Insert(DICOM_List& record);
     void Push(Nesting::Kind kind, const DICOM_List& record, unsigned char mode);
     void Pop();
     void Pop_Unclosed();
@@ -89,6 +94,7 @@ private:
     DICOM_Root root_ = {};
     Record_List flat_;
     std::vector<Nesting> levels_;
+    Memory_Budget budget_;
     /** Open sequences and fragments, now and at the most. */
     int depth_ = 0;
     int deepest_ = 0;

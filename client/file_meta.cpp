@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace dicom_client {
 
@@ -23,19 +24,18 @@ constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
 constexpr char Directory_Class_UID[] = "1.2.840.10008.1.3.10";
 constexpr char Implementation_Name[] = "LIB_DICOM_21_9";
 
-/** Sets a value; false without memory. */
-bool Set_Value(Data_Set& set, Tag tag, unsigned short vr, std::string value)
+void Set_Value(Data_Set& set, Tag tag, unsigned short vr, std::string value)
 {
     if (value.size() % 2 != 0) {
         value += vr == VR_UI ? '\0' : ' ';
     }
-    auto* const data = static_cast<unsigned char*>(std::malloc(value.size()));
     DICOM_Root root = {};
     DICOM_List* const record =
         DICOM_Attribute_Find(nullptr, &root, set.meta.Address(), tag.group, tag.element);
-    if (data == nullptr || record == nullptr) {
-        std::free(data);
-        return false;
+    auto* const data =
+        record != nullptr ? static_cast<unsigned char*>(std::malloc(value.size())) : nullptr;
+    if (data == nullptr) {
+        throw std::bad_alloc();
     }
     std::memcpy(data, value.data(), value.size());
     std::free(record->data);
@@ -44,7 +44,6 @@ bool Set_Value(Data_Set& set, Tag tag, unsigned short vr, std::string value)
     record->vr = vr;
     record->flags = DICOM_Origin_Library;
     record->byte_order = DICOM_Order_Explicit_VR;
-    return true;
 }
 
 std::string Current_Value(const Data_Set& set, Tag tag)
@@ -60,9 +59,8 @@ void Settle(Data_Set& set, Tag tag, unsigned short vr, const std::string& value,
     if (current == value) {
         return;
     }
-    if (!Set_Value(set, tag, vr, value)) {
-        findings.Add(Level::Error, tag, Finding::Nowhere, "no memory to complete it");
-    } else if (current.empty()) {
+    Set_Value(set, tag, vr, value);
+    if (current.empty()) {
         findings.Add(Level::Change, tag, Finding::Nowhere, "completed with " + value);
     } else {
         findings.Add(Level::Change, tag, Finding::Nowhere,

@@ -158,6 +158,9 @@ void Findings::Take_Message(unsigned int severity, const char* message)
     if (severity == Severity_Place) {
         return;
     }
+    if (severity == Severity_Memory) {
+        Note_Out_Of_Memory();
+    }
     const std::string plain = Without_Markup(message);
     std::string_view text = plain;
     Skip_Heading(text);
@@ -205,10 +208,17 @@ void Findings::Settle_Errors()
     if (!errors_.empty()) {
         Add(Level::Error, Take_Errors());
     }
+    if (out_of_memory_ && !out_of_memory_reported_) {
+        Add(Level::Error, "there is not enough memory");
+        out_of_memory_reported_ = true;
+    }
 }
 
+Findings* Library_Session::current_ = nullptr;
+
 Library_Session::Library_Session(Findings& findings)
-    : saved_sink_(Error_Sink_Set(&Library_Session::Take, &findings)),
+    : saved_findings_(std::exchange(current_, &findings)),
+      saved_sink_(Error_Sink_Set(&Library_Session::Take, nullptr)),
       saved_warning_(Flag_Error_Warning), saved_report_(Flag_Error_Report),
       saved_standard_(DICOM_Flag_Current_Standard), saved_private_(Flag_DICOM_Propriatery)
 {
@@ -221,20 +231,25 @@ Library_Session::Library_Session(Findings& findings)
 Library_Session::~Library_Session()
 {
     Error_Sink_Set(saved_sink_, nullptr);
+    current_ = saved_findings_;
     Flag_Error_Warning = saved_warning_;
     Flag_Error_Report = saved_report_;
     DICOM_Flag_Current_Standard = saved_standard_;
     Flag_DICOM_Propriatery = saved_private_;
 }
 
-void Library_Session::Take(HWND, unsigned int severity, const char* text, void* context)
+void Library_Session::Take(HWND, unsigned int severity, const char* text, void*) noexcept
 {
     constexpr unsigned int Any_Trace = 0x90002000U;
-    if ((severity & 0xFFFFFFF0U) == Any_Trace) {
-        std::fprintf(stderr, "%s\n", Without_Markup(text).c_str());
-        return;
+    try {
+        if ((severity & 0xFFFFFFF0U) == Any_Trace) {
+            std::fprintf(stderr, "%s\n", Without_Markup(text).c_str());
+        } else {
+            current_->Take_Message(severity, text);
+        }
+    } catch (...) {
+        current_->Note_Out_Of_Memory();
     }
-    static_cast<Findings*>(context)->Take_Message(severity, text);
 }
 
 }  // namespace dicom_client

@@ -77,14 +77,26 @@ public:
     void Take_Message(unsigned int severity, const char* text);
     /** The library's error texts since the last call, joined; they are not findings yet. */
     std::string Take_Errors();
-    /** Turns error texts that nobody took into findings. */
+    /** Turns error texts that nobody took into findings, and says when memory ran out. */
     void Settle_Errors();
+
+    /** Memory ran out, so that a message or a value may be missing. */
+    void Note_Out_Of_Memory() noexcept
+    {
+        out_of_memory_ = true;
+    }
+    bool Out_Of_Memory() const noexcept
+    {
+        return out_of_memory_;
+    }
 
     Subject subject;
 
 private:
     std::vector<Finding> all_;
     std::vector<std::string> errors_;
+    bool out_of_memory_ = false;
+    bool out_of_memory_reported_ = false;
 };
 
 /** Sets the subject of a list of findings for the length of a scope. */
@@ -119,8 +131,12 @@ public:
     ~Library_Session();
 
 private:
-    static void Take(HWND handle, unsigned int severity, const char* text, void* context);
+    static void Take(HWND handle, unsigned int severity, const char* text, void* context) noexcept;
 
+    /** Where messages go at present; the channel tells its sink of before, but not its context. */
+    static Findings* current_;
+
+    Findings* saved_findings_;
     Error_Sink saved_sink_;
     int saved_warning_;
     int saved_report_;

@@ -6,6 +6,10 @@
 #include "client/pixel_data.h"
 #include "client/repair.h"
 
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+
 namespace dicom_client {
 
 namespace {
@@ -85,9 +89,12 @@ bool Append_Tail(const Data_Set& set, char code, Encoded_File& out)
     char* bytes = nullptr;
     const int size = DICOM_List2Stream(nullptr, code, tail, &bytes);
     const std::int64_t total = static_cast<std::int64_t>(out.body_size) + size;
-    const bool fits = size > 0 && total <= Max_File_Size &&
-                      DICOM_Lib_Realloc(&out.body, static_cast<unsigned int>(total)) != 0;
+    void* const body = size > 0 && total <= Max_File_Size
+                           ? std::realloc(out.body, static_cast<std::size_t>(total))
+                           : nullptr;
+    const bool fits = body != nullptr;
     if (fits) {
+        out.body = static_cast<char*>(body);
         std::copy(bytes, bytes + size, out.body + out.body_size);
         out.body_size = static_cast<unsigned int>(total);
     }
@@ -101,6 +108,19 @@ bool Has_Body(const Data_Set& set)
     return set.records.Head() != nullptr && set.records.Head()->group <= Last_Written_Group;
 }
 
+/** What the callback for the pixel data threw on its way through the library. */
+void Pass_On(const Pixel_Job& job)
+{
+    if (job.failure == nullptr) {
+        return;
+    }
+    try {
+        std::rethrow_exception(job.failure);
+    } catch (const std::length_error& error) {
+        job.findings.Add(Level::Error, Pixel_Data_Tag, Finding::Nowhere, error.what());
+    }
+}
+
 bool Encode(const Data_Set& set, const Mend_Options& options, const Encoding& encoding,
             Findings& findings, Encoded_File& out)
 {
@@ -111,9 +131,10 @@ bool Encode(const Data_Set& set, const Mend_Options& options, const Encoding& en
     const char code = static_cast<char>(encoding.Code());
     DICOM_Lib_Free(&out.head);
     out.head_size = DICOM_Write_Part10(nullptr, Head_Code, set.meta.Head(), &out.head);
-    Pixel_Job job = {set, findings, options.group_lengths};
+    Pixel_Job job = {set, findings, options.group_lengths, nullptr};
     out.body_size =
         Has_Body(set) ? DICOM_Write_Buffer(nullptr, code, set.records.Head(), &out.body, &job) : 0;
+    Pass_On(job);
     const bool written =
         out.head_size != 0 && (out.body_size != 0 || !Has_Body(set)) && Append_Tail(set, code, out);
     if (!written) {
@@ -146,6 +167,9 @@ bool Encode_Directory(Data_Set& set, const Mend_Options& options, const Encoding
 /** Tells what cannot be written without harm; false then. */
 bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
 {
+    if (findings.Out_Of_Memory()) {
+        return false;
+    }
     if (set.records.Head() == nullptr) {
         findings.Add(Level::Error, "there is nothing to write");
         return false;
@@ -222,7 +246,8 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
                              ? Encode(set, options, encoding, findings, out)
                              : Encode_Directory(set, options, encoding, places, findings, out);
     findings.Settle_Errors();
-    return encoded;
+    // Where memory ran out, a repair may have cost a value.
+    return encoded && !findings.Out_Of_Memory();
 }
 
 }  // namespace dicom_client

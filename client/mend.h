@@ -43,7 +43,8 @@ public:
 };
 
 /**
- * Completes, repairs, sorts and encodes a data set. Everything that changes is reported.
+ * Completes, repairs, sorts and encodes a data set. Everything that changes is reported. Throws
+ * std::bad_alloc.
  *
  * @return false after an error finding: there is no output
  */

@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <new>
 #include <span>
+#include <stdexcept>
 #include <vector>
 
 namespace dicom_client {
@@ -141,9 +143,10 @@ public:
     void Grow(std::int64_t size)
     {
         const std::int64_t total = static_cast<std::int64_t>(at_) + size;
-        void* const block = total > Max_File_Size
-                                ? nullptr
-                                : std::realloc(*buffer_, static_cast<std::size_t>(total));
+        if (total > Max_File_Size) {
+            throw std::length_error("the pixel data comes to more than 2 GiB");
+        }
+        void* const block = std::realloc(*buffer_, static_cast<std::size_t>(total));
         if (block == nullptr) {
             throw std::bad_alloc();
         }
@@ -281,11 +284,12 @@ void Append_Element(HWND handle, const DICOM_List& record, Appender& out)
     alone.last = nullptr;
     char* encoded = nullptr;
     const int size = DICOM_List2Stream(handle, out.Code(), &alone, &encoded);
-    if (size > 0) {
-        out.Grow(size);
-        out.Bytes_(encoded, static_cast<std::size_t>(size));
+    const std::unique_ptr<char, decltype(&std::free)> owner(encoded, &std::free);
+    if (size <= 0) {
+        throw std::bad_alloc();
     }
-    DICOM_Lib_Free(&encoded);
+    out.Grow(size);
+    out.Bytes_(encoded, static_cast<std::size_t>(size));
 }
 
 void Append_Record(HWND handle, const Data_Set& set, const DICOM_List& record, Appender& out)
@@ -352,7 +356,7 @@ void Report_Pixel_Changes(const Data_Set& set, Findings& findings)
 
 int Write_Pixel_Data(HWND handle, char code, unsigned int offset, char** buffer, void* param)
 {
-    const Pixel_Job& job = *static_cast<Pixel_Job*>(param);
+    Pixel_Job& job = *static_cast<Pixel_Job*>(param);
     try {
         std::size_t total = 0;
         const DICOM_List* record = job.set.records.Head();
@@ -380,9 +384,8 @@ int Write_Pixel_Data(HWND handle, char code, unsigned int offset, char** buffer,
             total += count;
         }
         return static_cast<int>(total);
-    } catch (const std::bad_alloc&) {
-        job.findings.Add(Level::Error, Pixel_Data_Tag, Finding::Nowhere,
-                         "no memory for the pixel data, or more than 2 GiB");
+    } catch (...) {
+        job.failure = std::current_exception();
         return -1;
     }
 }

@@ -4,6 +4,8 @@
 
 #include "client/data_set.h"
 
+#include <exception>
+
 namespace dicom_client {
 
 /** What the callback needs; handed through the writer as its parameter. */
@@ -12,6 +14,8 @@ struct Pixel_Job {
     Findings& findings;
     /** Write a group length in front of the group. */
     bool group_lengths = false;
+    /** What the callback threw; it must not cross the library. */
+    std::exception_ptr failure;
 };
 
 /** Reports what the callback will change: VRs, odd lengths, fragments made of a plain value. */

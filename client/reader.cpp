@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <new>
 #include <utility>
 
 namespace dicom_client {
@@ -85,12 +86,15 @@ std::int64_t Read_Meta_Group(Data_Set& set, std::int64_t start, Findings& findin
 }
 
 /** Replaces the source by the inflated data set. */
-bool Inflate_Data_Set(Data_Set& set, std::int64_t start, Findings& findings)
+bool Inflate_Data_Set(Data_Set& set, std::int64_t start, Memory_Budget& budget, Findings& findings)
 {
-    Inflated inflated = Inflate(*set.source, start);
+    const auto allowed = Memory_Budget::Of_Deflated(set.source->Size() - start);
+    Inflated inflated = Inflate(*set.source, start, allowed.Largest_Inflated());
     if (inflated.bytes.empty()) {
         return false;
     }
+    budget = allowed;
+    budget.Take_Inflated(std::ssize(inflated.bytes));
     const std::int64_t behind = set.source->Size() - start - inflated.used;
     // A stream of odd length is padded with one NUL (PS3.5 section A.5).
     if (!inflated.complete) {
@@ -115,7 +119,8 @@ void Report_Syntax(const Data_Set& set, const Encoding& expected, Findings& find
 }
 
 /** Settles how the data set is encoded, and returns where it starts in the source. */
-std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Findings& findings)
+std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Memory_Budget& budget,
+                             Findings& findings)
 {
     const bool declared = !set.declared_syntax.empty();
     const Encoding expected =
@@ -124,7 +129,8 @@ std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Findings& findin
     Encoding guess;
     bool likely = Guess_Encoding(*set.source, start, wanted, guess);
     const bool try_inflate = expected.deflated || (!declared && !likely);
-    if (try_inflate && start < set.source->Size() && Inflate_Data_Set(set, start, findings)) {
+    if (try_inflate && start < set.source->Size() &&
+        Inflate_Data_Set(set, start, budget, findings)) {
         start = 0;
         likely = Guess_Encoding(*set.source, start, wanted, guess);
         guess.deflated = true;
@@ -203,16 +209,20 @@ Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
     set.source = file;
     std::int64_t start = Skip_Preamble(*file, set, findings);
     start = Read_Meta_Group(set, start, findings);
-    start = Settle_Encoding(set, start, findings);
+    Memory_Budget budget;
+    start = Settle_Encoding(set, start, budget, findings);
     if (start >= set.source->Size()) {
         findings.Add(Level::Error, "there is no data set");
         return set;
     }
-    Element_Loop loop(set.source, start, set.encoding.Code(), findings);
+    Element_Loop loop(set.source, start, set.encoding.Code(), findings, budget);
     const Record_List flat = loop.Read_All();
     set.too_deep = loop.Too_Deep();
     const std::size_t first = findings.All().size();
     set.records = Record_List(DICOM_Attribute_Format(nullptr, flat.Head()));
+    if (set.records.Head() == nullptr && flat.Head() != nullptr) {
+        throw std::bad_alloc();
+    }
     Add_Places(findings, first, flat.Head());
     Settle_Pixel_Syntax(set, findings);
     findings.Settle_Errors();

@@ -11,7 +11,7 @@ namespace dicom_client {
 /**
  * Reads a file: finds preamble and group 0002, settles the transfer syntax, reads all elements and
  * nests them. A fault ends the reading at its place; what precedes it is kept. Values above 1024
- * bytes stay in the source.
+ * bytes stay in the source. Throws std::bad_alloc.
  *
  * @param findings  receives what is wrong; a Library_Session has to direct messages there
  */

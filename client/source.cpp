@@ -17,10 +17,14 @@ namespace {
 
 std::wstring Wide(const std::string& text)
 {
-    wchar_t* const wide = Char_2_Wchar(text.c_str());
-    std::wstring copy = wide != nullptr ? wide : L"";
-    std::free(wide);
-    return copy;
+    struct Release {
+        void operator()(wchar_t* wide) const
+        {
+            std::free(wide);
+        }
+    };
+    const std::unique_ptr<wchar_t, Release> wide(Char_2_Wchar(text.c_str()));
+    return wide != nullptr ? wide.get() : L"";
 }
 
 /** Reads a pipe or a device to its end, or to just beyond what the library can take. */
@@ -61,13 +65,13 @@ Source::~Source()
     }
 }
 
-std::shared_ptr<Source> Source::From_Descriptor(int descriptor, const std::string& path,
-                                                Access access, std::string& error)
+std::shared_ptr<Source> Source::Open(const std::string& path, Access access, std::string& error)
 {
     std::shared_ptr<Source> source(new Source(path));
-    source->descriptor_ = descriptor;
+    source->descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = source->descriptor_;
     struct stat status = {};
-    if (fstat(descriptor, &status) != 0) {
+    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
         error = std::strerror(errno);
         return nullptr;
     }
@@ -96,16 +100,6 @@ std::shared_ptr<Source> Source::From_Descriptor(int descriptor, const std::strin
         }
     }
     return source;
-}
-
-std::shared_ptr<Source> Source::Open(const std::string& path, Access access, std::string& error)
-{
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        error = std::strerror(errno);
-        return nullptr;
-    }
-    return From_Descriptor(descriptor, path, access, error);
 }
 
 std::shared_ptr<Source> Source::From_Bytes(Bytes bytes, std::string name)
@@ -200,9 +194,15 @@ bool Cursor::Seek(std::int64_t offset)
 
 bool Cursor::Read_Header(unsigned char mode, Header& header)
 {
-    return NEMA_Get_Data_Element(nullptr, Kind(), where_, Pointer(), mode, &header.group,
-                                 &header.element, &header.vr, &header.length,
-                                 static_cast<int>(source_->Size())) != 0;
+    const int result = NEMA_Get_Data_Element(nullptr, Kind(), where_, Pointer(), mode,
+                                             &header.group, &header.element, &header.vr,
+                                             &header.length, static_cast<int>(source_->Size()));
+    // After a failed seek the library closes the descriptor. Its number may soon be another file's.
+    if (result == 0 && position_ == nullptr && fcntl(where_, F_GETFD) < 0) {
+        source_->descriptor_ = -1;
+        where_ = -1;
+    }
+    return result != 0;
 }
 
 bool Cursor::Read_Value(int size, Bytes& value)

@@ -64,8 +64,6 @@ private:
     friend class Cursor;
 
     explicit Source(std::string name);
-    static std::shared_ptr<Source> From_Descriptor(int descriptor, const std::string& path,
-                                                   Access access, std::string& error);
 
     std::string name_;
     std::wstring wide_name_;

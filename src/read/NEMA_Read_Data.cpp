@@ -44,7 +44,12 @@ bool Fail_Seek(HWND handle, Byte_Source& source, long long position, Place place
 bool Read_Bytes(HWND handle, Byte_Source& source, void* out, int size)
 {
     const std::size_t wanted = static_cast<std::size_t>(std::max(size, 0));
-    const std::ptrdiff_t count = source.Take({static_cast<unsigned char*>(out), wanted});
+    return Check_Count(handle, source, source.Take({static_cast<unsigned char*>(out), wanted}),
+                       size);
+}
+
+bool Check_Count(HWND handle, const Byte_Source& source, std::ptrdiff_t count, int size)
+{
     if (count < 0) {
         const int error = errno;
         Report_Error(handle, "Error reading file %ls", source.Name());
@@ -92,12 +97,38 @@ void Swap_Pairs(std::span<char> bytes)
     }
 }
 
+/** Gives a buffer a size of at least one byte; false without memory: it is then as it was. */
+bool Grow(C_Array<char>& buf, std::size_t size)
+{
+    auto* const block = static_cast<char*>(std::realloc(buf.get(), std::max<std::size_t>(size, 1)));
+    if (block == nullptr) {
+        return false;
+    }
+    static_cast<void>(buf.release());
+    buf.reset(block);
+    return true;
+}
+
 /** Reads a new buffer with `spare` zero bytes behind the `size` bytes of the source. */
 char* Read_Block(HWND handle, Byte_Source& source, unsigned char order, int size, std::size_t spare)
 {
+    // A size is a claim until the bytes are there: what is asked for at once is never more than
+    // that, and what was read so far.
+    constexpr std::size_t First_Portion = std::size_t{1} << 20;
     const std::size_t count = static_cast<std::size_t>(std::max(size, 0));
-    C_Array<char> buf = C_Malloc<char>(handle, count + spare, "buf");
-    if (buf == nullptr || !Read_Bytes(handle, source, buf.get(), size)) {
+    C_Array<char> buf;
+    std::size_t done = 0;
+    std::ptrdiff_t taken = 0;
+    do {
+        const std::size_t portion = std::min(count - done, std::max(done, First_Portion));
+        if (!Grow(buf, done + portion + spare)) {
+            Report_Memory(handle, "malloc", "buf", size);
+            return nullptr;
+        }
+        taken = source.Take({reinterpret_cast<unsigned char*>(buf.get()) + done, portion});
+        done += static_cast<std::size_t>(std::max<std::ptrdiff_t>(taken, 0));
+    } while (taken > 0 && done < count);
+    if (!Check_Count(handle, source, taken < 0 ? taken : static_cast<std::ptrdiff_t>(done), size)) {
         return nullptr;
     }
     std::fill_n(buf.get() + count, spare, '\0');

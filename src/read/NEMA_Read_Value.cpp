@@ -6,6 +6,7 @@
 #include "read/number_text.h"
 #include "read/value_pools.h"
 #include "read/very_long.h"
+#include "values/date_text.h"
 
 #include <cmath>
 #include <cstdint>
@@ -454,11 +455,14 @@ bool Make_Time_Of_DT(std::string_view bytes, OrisWare_Time& result)
     return true;
 }
 
-void Make_Time_Of_TM(std::string_view bytes, OrisWare_Time& result)
+/** False without memory. */
+bool Make_Time_Of_TM(std::string_view bytes, OrisWare_Time& result)
 {
     const Date_Text text = Copy_Text(bytes);
     const bool has_separators = text[2] == ':' || text[2] == '.';
-    Make_Oris_Time(&result, text.data(), has_separators ? "hh:mm:ss.ffff" : "hhmmss.ffffff");
+    const char* const time_template = has_separators ? "hh:mm:ss.ffff" : "hhmmss.ffffff";
+    return Make_Oris_Time(&result, text.data(), time_template) != 0 ||
+           !Parse_Time(text.data(), time_template);
 }
 
 }  // namespace
@@ -560,7 +564,10 @@ OrisWare_Date* NEMA_Value_Date(HWND handle, DICOM_List* tag, unsigned short vr)
             return Outcome<OrisWare_Date>{nullptr, "VR_DA"};
         }
         OrisWare_Date* const date = &Get_Value_Pools().dates[value.slot];
-        Make_Oris_Date(date, text.data(), date_template);
+        if (Make_Oris_Date(date, text.data(), date_template) == 0 &&
+            Parse_Date(text.data(), date_template)) {
+            return Outcome<OrisWare_Date>{nullptr, "! memory"};
+        }
         value.tag.vm = 1;
         return Outcome<OrisWare_Date>{date, ""};
     });
@@ -573,9 +580,11 @@ OrisWare_Time* NEMA_Value_Time(HWND handle, DICOM_List* tag, unsigned short vr)
             return Refuse_VR<OrisWare_Time>(value);
         }
         OrisWare_Time* const time = &Get_Value_Pools().times[value.slot];
-        if (value.vr == VR_TM) {
-            Make_Time_Of_TM(value.bytes, *time);
-        } else if (!Has_Dots(Copy_Text(value.bytes)) && !Make_Time_Of_DT(value.bytes, *time)) {
+        if (value.vr == VR_TM && !Make_Time_Of_TM(value.bytes, *time)) {
+            return Outcome<OrisWare_Time>{nullptr, "! memory"};
+        }
+        if (value.vr == VR_DT && !Has_Dots(Copy_Text(value.bytes)) &&
+            !Make_Time_Of_DT(value.bytes, *time)) {
             return Outcome<OrisWare_Time>{nullptr, "VR_DT"};
         }
         value.tag.vm = 1;

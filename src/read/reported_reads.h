@@ -10,6 +10,9 @@ namespace lib_dicom {
 /** Takes exactly `size` bytes. False after a message; a negative size is a failed read. */
 bool Read_Bytes(HWND handle, Byte_Source& source, void* out, int size);
 
+/** The same for bytes that were taken: `count` is the result of Take, of `size` bytes in all. */
+bool Check_Count(HWND handle, const Byte_Source& source, std::ptrdiff_t count, int size);
+
 /**
  * Gives back what was fetched ahead and tells the absolute position.
  *
