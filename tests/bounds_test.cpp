@@ -1,0 +1,246 @@
+// What an input may cost: memory in proportion to its size, and no stack for its depth.
+#include "byte_input.h"
+#include "client/deflate.h"
+#include "client/mend.h"
+#include "client/reader.h"
+#include "fault_injection.h"
+#include "hostile_inputs.h"
+#include "message_log.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include <pthread.h>
+
+namespace {
+
+using namespace dicom_client;
+
+constexpr std::size_t Kilobyte = 1024;
+using hostile::Megabyte;
+
+struct Cost {
+    std::size_t peak = 0;
+    std::size_t leaked = 0;
+    bool mended = false;
+    bool has_error = false;
+};
+
+/** The most that reading and mending a file take, without the file itself. */
+Cost Cost_Of(const std::string& file)
+{
+    Cost cost;
+    const std::size_t before = fault::Live_Bytes();
+    fault::Reset_Peak();
+    {
+        Findings findings;
+        const Library_Session session(findings);
+        const std::span<const unsigned char> image(
+            reinterpret_cast<const unsigned char*>(file.data()), file.size());
+        Data_Set set = Read_Data_Set(Source::From_Image(image, "test"), findings);
+        Encoded_File out;
+        cost.mended = Mend(set, {}, findings, out);
+        cost.has_error = findings.Has(Level::Error);
+    }
+    cost.peak = fault::Peak_Bytes() - before;
+    cost.leaked = fault::Live_Bytes() - before;
+    return cost;
+}
+
+class Bounds : public testing::Test {
+protected:
+    Bounds()
+    {
+        // Both dictionaries are in memory once, whatever the input is.
+        Cost_Of(Stream_Builder().Element(0x0008, 0xFFFE, "LO", "").Bytes());
+    }
+};
+
+TEST_F(Bounds, Memory_Is_In_Proportion_To_Hostile_Files)
+{
+    constexpr std::size_t Growth = 100;
+    for (const Hostile_Input& input : hostile::All(100 * Kilobyte)) {
+        const Cost cost = Cost_Of(input.file);
+        EXPECT_LT(cost.peak, 64 * Kilobyte + Growth * input.file.size()) << input.name;
+        EXPECT_EQ(cost.leaked, 0U) << input.name;
+    }
+}
+
+/** Small files in which every length field claims gigabytes. */
+std::vector<std::string> Claiming_Files(int length)
+{
+    std::vector<std::string> files;
+    for (const char* const vr :
+         {"AE", "AS", "AT", "CS", "DA", "DS", "DT", "FD", "FL", "IS", "LO", "LT",
+          "OB", "OD", "OF", "OL", "OV", "OW", "PN", "SH", "SL", "SQ", "SS", "ST",
+          "SV", "TM", "UC", "UI", "UL", "UN", "UR", "US", "UT", "UV", "ZZ", "OX"}) {
+        for (const int code : {0, 8, 9}) {
+            Stream_Builder stream(static_cast<unsigned char>(code));
+            stream.Element(0x0008, 0x0016, "UI", Padded_UID("1.2.3"));
+            stream.Header(0x0009, 0x1001, vr, length).Raw("value");
+            files.push_back(stream.Bytes());
+        }
+    }
+    for (const int fragment : {4, length}) {
+        Stream_Builder stream;
+        stream.Header(0x7FE0, 0x0010, "OB", DICOM_Undefined_Length).Item(fragment).Int(length);
+        stream.Item(length).Raw("\xFF\xD8\xFF\xE0");
+        files.push_back(Part10_Head("1.2.840.10008.1.2.4.50") + stream.Bytes());
+    }
+    Stream_Builder image;
+    image.Element(0x0028, 0x0008, "IS", "2147483646");
+    image.US(0x0028, 0x0010, 0xFFFF).US(0x0028, 0x0011, 0xFFFF).US(0x0028, 0x0100, 64);
+    image.Header(0x7FE0, 0x0010, "OW", length).Raw("pixels");
+    files.push_back(image.Bytes());
+    return files;
+}
+
+TEST_F(Bounds, A_Length_Alone_Allocates_Nothing)
+{
+    for (const int length : {0x7FFFFFFE, 0x7FFFFFFF, -2, -16, DICOM_Undefined_Length}) {
+        for (const std::string& file : Claiming_Files(length)) {
+            EXPECT_LT(Cost_Of(file).peak, 64 * Kilobyte) << length << " " << file;
+        }
+    }
+}
+
+TEST_F(Bounds, A_Size_Asked_Of_A_Small_File_Allocates_Little)
+{
+    const Message_Log log;
+    Byte_Input input(NEMA_Source_File, std::string(200, 'x'));
+    std::string path = "/proc/self/fd/" + std::to_string(input.where);
+    std::wstring name(path.begin(), path.end());
+    DICOM_Lib_File_Source = NEMA_Source_File;
+    DICOM_Lib_File_Name = name.data();
+    DICOM_List record = {};
+    record.size = 0x7FFFFFF0;
+    fault::Reset_Peak();
+    const std::size_t before = fault::Live_Bytes();
+    EXPECT_EQ(NEMA_Value_Str(nullptr, &record, VR_UT), nullptr);
+    EXPECT_EQ(NEMA_Value_Hex(nullptr, &record, VR_OB), nullptr);
+    EXPECT_EQ(NEMA_Read_Buffer(nullptr, NEMA_Source_File, input.where, input.Ptr(), 0, record.size),
+              nullptr);
+    EXPECT_LT(fault::Peak_Bytes() - before, Megabyte + 16 * Kilobyte);
+    EXPECT_EQ(log.Count("End of File while reading: (200 /vs/ 2147483632)"), 3);
+    DICOM_Lib_File_Source = 0;
+    DICOM_Lib_File_Name = nullptr;
+}
+
+std::string Deflated_File(const std::string& data_set)
+{
+    Bytes deflated;
+    Deflate({reinterpret_cast<const unsigned char*>(data_set.data()), data_set.size()}, deflated);
+    return Part10_Head("1.2.840.10008.1.2.1.99") + std::string(deflated.begin(), deflated.end());
+}
+
+std::string Repeated_Element(std::string_view vr, std::string_view value, std::size_t size)
+{
+    Stream_Builder stream;
+    stream.Element(0x0011, 0x1001, vr, value);
+    return hostile::Repeated(stream.Bytes(), size);
+}
+
+std::string Image(std::size_t size)
+{
+    Stream_Builder stream;
+    stream.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
+    stream.US(0x0028, 0x0100, 16);
+    stream.Element(0x7FE0, 0x0010, "OW", std::string(size, '\0'));
+    return stream.Bytes();
+}
+
+TEST_F(Bounds, Deflated_Data_Sets_Stay_Within_Their_Budget)
+{
+    struct {
+        const char* name;
+        std::string data_set;
+        bool is_bomb;
+    } const cases[] = {
+        {"zeros", Image(80 * Megabyte), true},
+        {"empty elements", Repeated_Element("LO", "", 8 * Megabyte), true},
+        {"faulty elements", Repeated_Element("ZZ", "odd", 8 * Megabyte), true},
+        {"many values", Repeated_Element("LO", std::string(1000, '\\'), 20 * Megabyte), true},
+        {"long values", Repeated_Element("UT", std::string(10 * Megabyte, '\\'), 20 * Megabyte),
+         true},
+        {"nested sequences", hostile::Nested(200'000), true},
+        {"an empty image", Image(20 * Megabyte), false},
+        {"ten thousand elements", Repeated_Element("LO", "An entry ", 200 * Kilobyte), false},
+    };
+    for (const auto& test : cases) {
+        const std::string file = Deflated_File(test.data_set);
+        const Cost cost = Cost_Of(file);
+        // The inflating itself takes some buffers.
+        EXPECT_LT(cost.peak, 65 * Megabyte + 200 * file.size()) << test.name;
+        EXPECT_EQ(cost.has_error, test.is_bomb) << test.name;
+    }
+}
+
+/** Runs a function on a stack of 256 KiB. */
+void Run_On_Small_Stack(std::function<void()> body)
+{
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 256 * Kilobyte);
+    pthread_t thread = {};
+    const auto run = [](void* function) -> void* {
+        (*static_cast<std::function<void()>*>(function))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, &body), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+TEST_F(Bounds, Nesting_Of_Any_Depth_Needs_No_Stack)
+{
+    for (const int levels : {9, 10, 10'000, 100'000}) {
+        Run_On_Small_Stack([levels] {
+            Findings findings;
+            const Library_Session session(findings);
+            const std::string file = hostile::Nested(levels);
+            const std::span<const unsigned char> image(
+                reinterpret_cast<const unsigned char*>(file.data()), file.size());
+            Data_Set set = Read_Data_Set(Source::From_Image(image, "test"), findings);
+            int sequences = 0;
+            For_Each_Record(set.records.Head(), [&](const DICOM_List& record) {
+                sequences += VR_Of(record) == VR_SQ ? 1 : 0;
+            });
+            EXPECT_EQ(sequences, levels);
+            Encoded_File out;
+            EXPECT_EQ(Mend(set, {}, findings, out), levels <= 9);
+            EXPECT_EQ(findings.Has(Level::Error), levels > 9);
+        });
+    }
+}
+
+TEST_F(Bounds, Lists_Of_The_Deepest_Level_Need_Little_Stack)
+{
+    Run_On_Small_Stack([] {
+        Record_List list;
+        DICOM_Root root = {};
+        for (int depth = 0; depth < DICOM_Max_Depth - 1; ++depth) {
+            DICOM_Attribute_Add(nullptr, &root, list.Address(), 0x0008, 0x0060, VR_CS, 1, "MR");
+            DICOM_Attribute_Sequence_Start(nullptr, &root, 0x0008, 0x1140, 0, 0);
+            DICOM_Attribute_Item_Start(nullptr, &root, 0);
+        }
+        DICOM_Attribute_Add(nullptr, &root, list.Address(), 0x0008, 0x0060, VR_CS, 1, "CT");
+        DICOM_Root top = {};
+        Record_List copy;
+        EXPECT_EQ(DICOM_Attribute_Copy(nullptr, &top, copy.Address(), list.Head()), 1);
+        EXPECT_EQ(DICOM_Attribute_Sort(nullptr, &top, copy.Address()), 1);
+        DICOM_Attribute_Assign_Info(nullptr, &top, list.Head(), copy.Head());
+        DICOM_Attribute_Complement(nullptr, &top, copy.Head());
+        DICOM_Attribute_Cleanup(nullptr, &top, copy.Head());
+        const DICOM_List* const found =
+            DICOM_Attribute_Get(nullptr, &root, copy.Head(), 0x0008, 0x0060, 0);
+        ASSERT_NE(found, nullptr);
+        EXPECT_EQ(found->depth, DICOM_Max_Depth - 1);
+        EXPECT_EQ(found->data[0], 'C');
+        char* stream = nullptr;
+        EXPECT_GT(DICOM_List2Stream(nullptr, 8, copy.Head(), &stream), 0);
+        DICOM_Lib_Free(&stream);
+    });
+}
+
+}  // namespace

@@ -1,0 +1,2 @@
+#include "fault_injection.h"
+#include <gtest/gtest.h>
