@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <functional>
 #include <iterator>
 #include <random>
@@ -48,8 +49,9 @@ protected:
     }
     static std::string Contents(const std::string& path)
     {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
     }
     static auto Count(const fs::path& folder)
     {
