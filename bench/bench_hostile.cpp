@@ -84,7 +84,7 @@ void Copy_And_Assign_Items(benchmark::State& state)
 {
     Findings findings;
     const Library_Session session(findings);
-    const std::string file = hostile::Structures()[2].file;
+    const std::string file = hostile::Structures(hostile::Megabyte)[2].file;
     const Data_Set set = Read(file, findings);
     for (auto step : state) {
         Record_List target;
@@ -108,7 +108,7 @@ void Delete_And_Remove(benchmark::State& state)
 
 void Extract_Values(benchmark::State& state)
 {
-    std::string text = hostile::Repeated("1^2^3\\");
+    std::string text = hostile::Repeated("1^2^3\\", hostile::Megabyte);
     DICOM_List record = {};
     record.data = reinterpret_cast<unsigned char*>(text.data());
     record.size = static_cast<int>(text.size());
@@ -133,7 +133,7 @@ BENCHMARK(Extract_Values)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
-    for (Hostile_Input& input : hostile::All()) {
+    for (Hostile_Input& input : hostile::All(hostile::Megabyte)) {
         benchmark::RegisterBenchmark(input.name.c_str(), [file = std::move(input.file)](
                                                              benchmark::State& state) {
             Read_And_Mend(state, file);

@@ -74,14 +74,24 @@ bool Has_Mark(const DICOM_List& record, unsigned short marks)
     return (record.flags & marks) != 0;
 }
 
+/**
+ * Tells whether an absent attribute is created for the value that its definition gives. A default
+ * is not: it stands in for what is required, and nothing tells whether a condition (1C, 2C) holds.
+ */
+bool Creates_Attribute(const DICOM_List& node)
+{
+    const bool required = node.type == Type_1 || node.type == Type_2 || node.type == 0;
+    return Has_Mark(node, DICOM_Mark_Forced | DICOM_Mark_Append) ||
+           (required && Has_Mark(node, DICOM_Mark_Default));
+}
+
 /** A sequence that is absent comes into being for values that are wanted, or that it requires. */
 bool Creates_Sequence(const DICOM_List& node)
 {
-    const unsigned short wanted =
-        node.type == Type_1 ? Value_Marks
-                            : static_cast<unsigned short>(DICOM_Mark_Forced | DICOM_Mark_Append);
     for (const DICOM_List& inner : Records(Item_Of(node, 0))) {
-        if (Has_Mark(inner, wanted) || Creates_Sequence(inner)) {
+        const bool wanted = Has_Mark(inner, DICOM_Mark_Forced | DICOM_Mark_Append) ||
+                            (node.type == Type_1 && Creates_Attribute(inner));
+        if (wanted || Creates_Sequence(inner)) {
             return true;
         }
     }
@@ -120,7 +130,7 @@ private:
 
     void Supply(const DICOM_List& node)
     {
-        if (Item_Of(node, 0) == nullptr ? Has_Mark(node, Value_Marks) : Creates_Sequence(node)) {
+        if (Item_Of(node, 0) == nullptr ? Creates_Attribute(node) : Creates_Sequence(node)) {
             Apply(&DICOM_Postproc_Step_1, node);
         }
     }
@@ -131,7 +141,7 @@ private:
         DICOM_List alone = node;
         alone.next = nullptr;
         step(nullptr, place_.Root(), place_.List(), &alone, Value_Marks);
-        findings_.Add(Level::Change, node, "set" + Value_Text(node));
+        findings_.Add(Level::Change, Tag_Of(node), Finding::Nowhere, "set" + Value_Text(node));
     }
 
     static std::string Value_Text(const DICOM_List& node)
@@ -154,7 +164,7 @@ void Add_Empty(Place_In_Set& place, DICOM_List* list, DICOM_List* module, Findin
         const DICOM_List* const record = Find_In(present, Tag_Of(node));
         if (record == nullptr && node.type == Type_2) {
             DICOM_Module_Add(nullptr, place.Root(), place.List(), &node, nullptr);
-            findings.Add(Level::Change, node, "added without a value");
+            findings.Add(Level::Change, Tag_Of(node), Finding::Nowhere, "added without a value");
         } else if (record != nullptr && Item_Of(node, 0) != nullptr) {
             place.For_Each_Item(*record, [&](DICOM_List* item) {
                 Add_Empty(place, item, Item_Of(node, 0), findings);

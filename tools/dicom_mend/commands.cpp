@@ -67,7 +67,7 @@ std::string Read_Rules(const Completion& completion, std::string& rules)
         const std::shared_ptr<Source> source =
             Source::Open(completion.rules, Source::Access::Descriptor, error);
         if (source == nullptr) {
-            return error;
+            return completion.rules + ": " + error;
         }
         dicom_client::Bytes bytes(static_cast<std::size_t>(source->Size()));
         bytes.resize(source->Read(0, bytes));
@@ -190,7 +190,7 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
     std::string rules;
     const std::string error = Read_Rules(completion, rules);
     if (!error.empty()) {
-        Report_Failure(completion.rules, error);
+        Report_Failure("complete", error);
         return Exit_Failure;
     }
     const Override override(rules);
