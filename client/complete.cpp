@@ -244,6 +244,9 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Place_In_Set place(set);
     DICOM_Attribute_Complement(nullptr, place.Root(), *place.List());
     Settle_VRs(set, findings);
+    // A value that cannot be mended is missing for what follows.
+    Repair_Values(set, *place.List(), findings);
+    Remove_Invalid(set.records, findings);
     Sort_Records(set.records, findings);
     Merger(place, findings).Merge(*place.List(), module);
     Sort_Records(set.records, findings);
