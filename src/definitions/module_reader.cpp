@@ -82,17 +82,22 @@ std::optional<unsigned short> Read_Type(Line_Cursor& cursor)
     return type->type;
 }
 
+bool Is_Required(unsigned short type)
+{
+    return type == Type_1 || type == Type_2;
+}
+
 /** A module that need not be there requires nothing, and takes nothing back either. */
 std::optional<unsigned short> Optional_Type(std::optional<unsigned short> type,
                                             const DICOM_List* record)
 {
-    if (type != Type_1 && type != Type_2) {
+    if (!type || !Is_Required(*type)) {
         return type;
     }
-    if (record != nullptr && (record->type == Type_1 || record->type == Type_2)) {
+    if (record != nullptr && Is_Required(record->type)) {
         return std::nullopt;
     }
-    return type == Type_1 ? Type_1C : Type_2C;
+    return *type == Type_1 ? Type_1C : Type_2C;
 }
 
 /** The VR that the dictionary names, 0 when it knows none. */
