@@ -147,7 +147,7 @@ private:
     static std::string Value_Text(const DICOM_List& node)
     {
         char* value = DICOM_Attribute_Get_Data(nullptr, const_cast<DICOM_List*>(&node));
-        const std::string text = value != nullptr ? " to " + std::string(value) : "";
+        std::string text = value != nullptr ? " to " + std::string(value) : "";
         DICOM_Lib_Free(&value);
         return text;
     }

@@ -81,7 +81,7 @@ std::string Date_Form(const std::string& text)
 {
     OrisWare_Date date = {};
     const bool known = Date_From_DICOM(&date, text.c_str()) != 0;
-    const std::string form = known ? Text_Or(Date_2_Str(&date), text) : text;
+    std::string form = known ? Text_Or(Date_2_Str(&date), text) : text;
     Date_Free(&date);
     return form;
 }
@@ -90,7 +90,7 @@ std::string Time_Form(const std::string& text)
 {
     OrisWare_Time time = {};
     const bool known = Time_From_DICOM(&time, text.c_str()) != 0;
-    const std::string form = known ? Text_Or(Time_2_Str(&time), text) : text;
+    std::string form = known ? Text_Or(Time_2_Str(&time), text) : text;
     Time_Free(&time);
     return form;
 }
@@ -99,7 +99,7 @@ std::string Name_Form(const std::string& text)
 {
     OrisWare_Name name = {};
     const bool known = Name_From_DICOM(&name, text.c_str()) != 0;
-    const std::string form = known ? Text_Or(Name_2_Str(&name), text) : text;
+    std::string form = known ? Text_Or(Name_2_Str(&name), text) : text;
     Name_Free(&name);
     return form;
 }

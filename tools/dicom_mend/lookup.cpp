@@ -61,7 +61,7 @@ std::string Entry_Tag_Text(const TAG_db_Elems& entry)
 std::string VM_Text(const TAG_db_VM& vm)
 {
     constexpr unsigned short Unbounded = 0xFFFF;
-    const std::string least = std::to_string(vm.vm_min);
+    std::string least = std::to_string(vm.vm_min);
     if (vm.vm_min == vm.vm_max) {
         return least;
     }
