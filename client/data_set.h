@@ -129,6 +129,8 @@ struct Data_Set {
     std::shared_ptr<Source> source;
     /** Bytes of the preamble that are not zero: data of an application. */
     bool preamble_in_use = false;
+    /** The file could not be read: what is here may be wrong, and not only incomplete. */
+    bool unreadable = false;
     /** Sequences nest deeper than a record can tell; the deepest levels ran into one. */
     bool too_deep = false;
     /** Transfer syntax as it stands in group 0002; empty when it does not. */

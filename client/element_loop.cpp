@@ -132,6 +132,10 @@ bool Element_Loop::Read_Element()
         return Stop_For_Memory();
     }
     DICOM_List record = Make_Record(header);
+    if (source_->Failure() != 0) {
+        // Where the value stands is not known.
+        return false;
+    }
     position_ = record.data_pos;
     return record.group == Item_Tag.group ? Read_Delimiter(record) : Read_Data_Element(record);
 }

@@ -167,7 +167,7 @@ bool Encode_Directory(Data_Set& set, const Mend_Options& options, const Encoding
 /** Tells what cannot be written without harm; false then. */
 bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
 {
-    if (findings.Out_Of_Memory()) {
+    if (findings.Out_Of_Memory() || set.unreadable) {
         return false;
     }
     if (set.records.Head() == nullptr) {
@@ -246,6 +246,10 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
                              ? Encode(set, options, encoding, findings, out)
                              : Encode_Directory(set, options, encoding, places, findings, out);
     findings.Settle_Errors();
+    if (set.source->Failure() != 0) {
+        findings.Add(Level::Error, "the values cannot be read");
+        return false;
+    }
     // Where memory ran out, a repair may have cost a value.
     return encoded && !findings.Out_Of_Memory();
 }

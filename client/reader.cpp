@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <map>
 #include <new>
 #include <utility>
@@ -201,9 +202,7 @@ void Add_Places(Findings& findings, std::size_t first, DICOM_List* flat)
     findings.Add_Places(first, places);
 }
 
-}  // namespace
-
-Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
+Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
 {
     Data_Set set;
     set.source = file;
@@ -226,6 +225,19 @@ Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
     Add_Places(findings, first, flat.Head());
     Settle_Pixel_Syntax(set, findings);
     findings.Settle_Errors();
+    return set;
+}
+
+}  // namespace
+
+Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
+{
+    Data_Set set = Read(file, findings);
+    if (file->Failure() != 0) {
+        set.unreadable = true;
+        findings.Add(Level::Error,
+                     std::string("cannot be read: ") + std::strerror(file->Failure()));
+    }
     return set;
 }
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <fcntl.h>
@@ -137,6 +138,7 @@ std::size_t Source::Read(std::int64_t offset, std::span<unsigned char> out) cons
             continue;
         }
         if (count <= 0) {
+            failure_ = count < 0 ? errno : failure_;
             break;
         }
         done += static_cast<std::size_t>(count);
@@ -148,13 +150,14 @@ Cursor::Cursor(std::shared_ptr<Source> source, std::int64_t start) : source_(std
 {
     if (source_->descriptor_ >= 0 && source_->Image() == nullptr) {
         where_ = source_->descriptor_;
-        ready_ = true;
     } else {
         position_ = NEMA_Position_New(nullptr);
-        ready_ = position_ != nullptr;
-        where_ = ready_ ? NEMA_Position_Where(position_) : 0;
+        if (position_ == nullptr) {
+            throw std::bad_alloc();
+        }
+        where_ = NEMA_Position_Where(position_);
     }
-    ready_ = ready_ && Seek(start);
+    ready_ = Seek(start);
 }
 
 Cursor::~Cursor()
@@ -177,7 +180,12 @@ void* Cursor::Pointer() const
 
 std::int64_t Cursor::Tell() const
 {
-    return position_ == nullptr ? lseek(where_, 0, SEEK_CUR) : *position_;
+    if (position_ != nullptr) {
+        return *position_;
+    }
+    const off_t position = lseek(where_, 0, SEEK_CUR);
+    source_->failure_ = position < 0 ? errno : source_->failure_;
+    return position;
 }
 
 bool Cursor::Seek(std::int64_t offset)
@@ -186,7 +194,9 @@ bool Cursor::Seek(std::int64_t offset)
         return false;
     }
     if (position_ == nullptr) {
-        return lseek(where_, offset, SEEK_SET) == offset;
+        const bool done = lseek(where_, offset, SEEK_SET) == offset;
+        source_->failure_ = done ? source_->failure_ : errno;
+        return done;
     }
     *position_ = static_cast<int>(offset);
     return true;
@@ -200,6 +210,7 @@ bool Cursor::Read_Header(unsigned char mode, Header& header)
     // After a failed seek the library closes the descriptor. Its number may soon be another file's.
     if (result == 0 && position_ == nullptr && fcntl(where_, F_GETFD) < 0) {
         source_->descriptor_ = -1;
+        source_->failure_ = EIO;
         where_ = -1;
     }
     return result != 0;

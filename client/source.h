@@ -59,6 +59,11 @@ public:
      * @return number of bytes copied; less than asked for at the end, or when reading fails
      */
     std::size_t Read(std::int64_t offset, std::span<unsigned char> out) const;
+    /** The system error of a read or a seek that failed, 0 for none. */
+    int Failure() const
+    {
+        return failure_;
+    }
 
 private:
     friend class Cursor;
@@ -72,6 +77,7 @@ private:
     void* mapped_ = nullptr;
     int descriptor_ = -1;
     std::int64_t size_ = 0;
+    mutable int failure_ = 0;
 };
 
 /** The header of one data element, as the library read it. */
@@ -90,7 +96,7 @@ public:
     Cursor& operator=(const Cursor&) = delete;
     ~Cursor();
 
-    /** False when the source cannot be positioned. */
+    /** False when the source could not be positioned at the start. */
     bool Ready() const
     {
         return ready_;

@@ -1,2 +1,870 @@
+// Every allocation, read, seek and write made to fail in turn: nothing crashes, nothing leaks, what
+// was there before stays, and the failure is told as the interface promises.
+#include "byte_input.h"
+#include "client/mend.h"
+#include "client/reader.h"
+#include "client/safe_file.h"
 #include "fault_injection.h"
+#include "record_builder.h"
+#include "stream_builder.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <new>
+#include <sstream>
+
+namespace {
+
+using fault::Injection;
+using fault::Kind;
+using fault::Point;
+using ::testing::AnyOf;
+using ::testing::HasSubstr;
+
+/** Takes messages aside, without being part of what fails. */
+class Quiet_Log {
+public:
+    Quiet_Log()
+    {
+        Error_Sink_Set(&Quiet_Log::Take, &text_);
+    }
+    Quiet_Log(const Quiet_Log&) = delete;
+    Quiet_Log& operator=(const Quiet_Log&) = delete;
+    ~Quiet_Log()
+    {
+        Error_Sink_Set(nullptr, nullptr);
+    }
+    const std::string& Text() const
+    {
+        return text_;
+    }
+
+private:
+    static void Take(HWND, unsigned int, const char* text, void* context)
+    {
+        const fault::Pause pause;
+        static_cast<std::string*>(context)->append(text).append("\n");
+    }
+
+    std::string text_;
+};
+
+/**
+ * Runs `attempt` with the 1st, 2nd, 3rd, ... passage through a point failing, until none fails.
+ * `attempt` arms the injection that it is handed by calling it, and releases all that it made.
+ */
+template <class Attempt>
+void Fail_In_Turn(Point point, Kind kind, int error, Attempt&& attempt)
+{
+    constexpr long Enough = 20'000;
+    const auto run = [&](long n) {
+        DICOM_Lib_Cleanup();
+        const std::size_t before = fault::Live_Blocks();
+        const bool struck = attempt([=] { return Injection(point, n, kind, error); });
+        DICOM_Lib_Cleanup();
+        EXPECT_EQ(fault::Live_Blocks(), before) << "passage " << n;
+        return struck;
+    };
+    // Texts that live as long as the thread are made once.
+    Error_Perror(0);
+    run(Enough);
+    long n = 1;
+    while (n < Enough && !testing::Test::HasFailure() && run(n)) {
+        ++n;
+    }
+    EXPECT_GT(n, 1) << "nothing was made to fail";
+    EXPECT_LT(n, Enough) << "never passed";
+}
+
+/** What an operation on the library has to do when memory ends, once or for good. */
+struct Operation {
+    const char* name;
+    /** Does the work on fresh inputs within the injection; true when it succeeded as a whole. */
+    std::function<bool(const std::function<Injection()>&, bool& struck)> run;
+    /** Variables that memory messages may name; empty for any. */
+    std::vector<std::string> variables;
+};
+
+void Check_Operation(const Operation& operation)
+{
+    SCOPED_TRACE(operation.name);
+    if (testing::Test::HasFailure()) {
+        return;
+    }
+    for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
+        Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](const std::function<Injection()>& arm) {
+            const Quiet_Log log;
+            bool struck = false;
+            const bool done = operation.run(arm, struck);
+            EXPECT_TRUE(done || struck) << log.Text();
+            if (!done) {
+                // Without any memory the format itself is the message.
+                EXPECT_THAT(log.Text(), HasSubstr("memory error in ")) << operation.name;
+            }
+            if (!done && kind == Kind::Error && !operation.variables.empty()) {
+                bool named = false;
+                for (const std::string& variable : operation.variables) {
+                    named = named || log.Text().find("(var=" + variable + ",") != std::string::npos;
+                }
+                EXPECT_TRUE(named) << log.Text();
+            }
+            return struck;
+        });
+    }
+}
+
+// ---- inputs
+
+const std::string& Sample()
+{
+    static const std::string sample = [] {
+        Stream_Builder s;
+        s.Element(0x0008, 0x0016, "UI", Padded_UID("1.2.840.10008.5.1.4.1.1.7"));
+        s.Element(0x0008, 0x0020, "DA", "1997.06.24");
+        s.Element(0x0008, 0x0060, "CS", " OT ");
+        s.Sequence(0x0008, 0x1140).Item();
+        s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.5"));
+        s.Item_End().Item();
+        s.Element(0x0008, 0x1155, "UI", Padded_UID("1.2.3.6"));
+        s.Item_End().Sequence_End();
+        s.Element(0x0009, 0x0010, "LO", "ACME");
+        s.Element(0x0009, 0x1001, "UN", std::string(1500, 'x'));
+        s.Element(0x0010, 0x0010, "PN", "DOE^JANE");
+        s.Element(0x0010, 0x0020, "LO", "odd");
+        s.US(0x0028, 0x0100, 16);
+        s.Element(0x7FE0, 0x0010, "OW", "pixels");
+        s.Element(0x8001, 0x0010, "LO", "behind the pixels ");
+        return Part10_Head("1.2.840.10008.1.2.1") + s.Bytes();
+    }();
+    return sample;
+}
+
+constexpr char Flat_Sequence[] =
+    "0008,0060:CS=MR 0008,1140:SQ* FFFE,E000* 0008,1150:UI=1.2 FFFE,E00D FFFE,E000* "
+    "0008,1155:UI=1.3 "
+    "FFFE,E00D FFFE,E0DD 0009,0010:LO=ACME 0009,1001:ZZ=value 0010,0010:PN=DOE^JANE";
+
+std::string Dump(const DICOM_List* list)
+{
+    std::string text = Tags(list);
+    for (; list != nullptr; list = list->next) {
+        text += "|" + Value_Of(*list);
+    }
+    return text;
+}
+
+// ---- allocations in the library
+
+/** One record for each value, in need of a repair. */
+std::string One_Value_Of_Each_VR()
+{
+    std::string notation;
+    unsigned int element = 0x1000;
+    for (const char* const value : {"AE=A\001B_",
+                                    "AS=7Y",
+                                    "AT=1234",
+                                    "CS=_ab\\C_",
+                                    "DA=1997.06.24",
+                                    "DS=1.5\\_2",
+                                    "DT=1997_",
+                                    "FD=12345678",
+                                    "FL=1234",
+                                    "IS=1.5",
+                                    "LO=odd",
+                                    "LT=text__",
+                                    "OB=odd",
+                                    "OF=1234",
+                                    "OW=12",
+                                    "PN=DOE^J",
+                                    "SH=longer_than_sixteen_letters",
+                                    "SL=1234",
+                                    "SS=12",
+                                    "ST=text_",
+                                    "TM=10:11:12",
+                                    "UI=1.2_",
+                                    "UL=1234",
+                                    "UN=odd",
+                                    "US=12",
+                                    "UT=text_",
+                                    "OD=12345678",
+                                    "OL=1234",
+                                    "OV=12345678",
+                                    "SV=12345678",
+                                    "UC=text_",
+                                    "UR=text_",
+                                    "UV=12345678"}) {
+        char tag[32];
+        std::snprintf(tag, sizeof tag, "0011,%04X:", element++);
+        notation += tag + std::string(value) + " ";
+    }
+    return notation;
+}
+
+class Current_Standard {
+public:
+    Current_Standard()
+    {
+        DICOM_Flag_Current_Standard = 1;
+    }
+    Current_Standard(const Current_Standard&) = delete;
+    Current_Standard& operator=(const Current_Standard&) = delete;
+    ~Current_Standard()
+    {
+        DICOM_Flag_Current_Standard = 0;
+    }
+};
+
+TEST(Fault, Lists_Without_Memory)
+{
+    using Arm = const std::function<Injection()>&;
+    const Current_Standard standard;
+    const Operation operations[] = {
+        {"format",
+         [](Arm arm, bool& struck) {
+             const Record_List flat(Flat_Sequence);
+             const std::string before = Dump(flat.head);
+             DICOM_List* list = nullptr;
+             {
+                 const Injection injection = arm();
+                 list = DICOM_Attribute_Format(nullptr, flat.head);
+                 struck = injection.Struck();
+             }
+             EXPECT_EQ(Dump(flat.head), before);
+             const Record_List nested(list);
+             return nested.head != nullptr;
+         },
+         {"insert", "target->data", "target->item", "pt->item", "insert->item"}},
+        {"insert",
+         [](Arm arm, bool& struck) {
+             Record_List list("0008,0060:CS=MR");
+             const Record_List records("0010,0010:PN=DOE^JANE");
+             DICOM_List* inserted = nullptr;
+             {
+                 const Injection injection = arm();
+                 DICOM_Root root = {};
+                 inserted = DICOM_Attribute_Insert(nullptr, &root, &list.head, records.head, 0);
+                 struck = injection.Struck();
+             }
+             EXPECT_EQ(Value_Of(*list.head), "MR");
+             return inserted != nullptr;
+         },
+         {"insert", "target->data"}},
+        {"find in a sequence",
+         [](Arm arm, bool& struck) {
+             Record_List list;
+             DICOM_Root root = {};
+             DICOM_List* found = nullptr;
+             {
+                 const Injection injection = arm();
+                 found = DICOM_Attribute_Find(nullptr, &root, &list.head, 0x0008, 0x0060);
+                 DICOM_Attribute_Sequence_Start(nullptr, &root, 0x0008, 0x1140, 0, 0);
+                 DICOM_Attribute_Item_Start(nullptr, &root, 0);
+                 DICOM_Attribute_Item_Start(nullptr, &root, 0);
+                 found = found == nullptr
+                             ? nullptr
+                             : DICOM_Attribute_Find(nullptr, &root, &list.head, 0x0008, 0x1150);
+                 struck = injection.Struck();
+             }
+             return found != nullptr;
+         },
+         {"insert", "insert->item", "pt->item"}},
+        {"copy",
+         [](Arm arm, bool& struck) {
+             const Record_List flat(Flat_Sequence);
+             const Record_List source(DICOM_Attribute_Format(nullptr, flat.head));
+             Record_List target("0008,0060:CS=CT!1 0010,0010:PN=ROE!1");
+             const std::string before = Dump(source.head);
+             int copied = 0;
+             {
+                 const Injection injection = arm();
+                 DICOM_Root root = {};
+                 copied = DICOM_Attribute_Copy(nullptr, &root, &target.head, source.head);
+                 EXPECT_EQ(root.Sequence_Depth, 0);
+                 struck = injection.Struck();
+             }
+             EXPECT_EQ(Value_Of(*target.head), "CT");
+             EXPECT_EQ(Dump(source.head), before);
+             return copied != 0;
+         },
+         {"insert", "target->data", "target->item", "pt->item", "target->description"}},
+        {"sort, assign and delete",
+         [](Arm arm, bool& struck) {
+             std::string notation;
+             for (unsigned int i = 200; i > 0; --i) {
+                 char word[32];
+                 std::snprintf(word, sizeof word, "0011,%04X:LO=%u ", 0x1000 + 7 * i, i);
+                 notation += word;
+             }
+             Record_List list(notation);
+             const Record_List reference("0011,1103:LO");
+             reference.head->type = 0x3120;
+             {
+                 const Injection injection = arm();
+                 DICOM_Root root = {};
+                 EXPECT_EQ(DICOM_Attribute_Sort(nullptr, &root, &list.head), 1);
+                 DICOM_Attribute_Assign_Info(nullptr, &root, reference.head, list.head);
+                 EXPECT_EQ(DICOM_Attribute_Delete(nullptr, &root, &list.head, "*", "10??"), 1);
+                 DICOM_Attribute_Remove(nullptr, &list.head, DICOM_Remove_Group_Lengths);
+                 struck = injection.Struck();
+             }
+             // Sorting takes longer without memory, but does not fail.
+             EXPECT_EQ(Value_Of(*list.head), "37");
+             return list.head->type == reference.head->type;
+         },
+         {"reference"}},
+        {"clean",
+         [](Arm arm, bool& struck) {
+             Record_List list(One_Value_Of_Each_VR());
+             bool complete = true;
+             {
+                 const Injection injection = arm();
+                 DICOM_Root root = {};
+                 EXPECT_EQ(DICOM_Attribute_Cleanup(nullptr, &root, list.head), 1);
+                 struck = injection.Struck();
+             }
+             for (const DICOM_List* record = list.head; record != nullptr; record = record->next) {
+                 EXPECT_EQ(record->data == nullptr, record->size == 0);
+                 complete = complete && (record->data != nullptr || record->vr == VR_CS);
+             }
+             return complete;
+         },
+         {"tag->data", "new_data"}},
+        {"complement",
+         [](Arm arm, bool& struck) {
+             const Record_List list(Flat_Sequence);
+             NEMA_db_Locate(0x0008, 0xFFFE);
+             {
+                 const Injection injection = arm();
+                 DICOM_Root root = {};
+                 EXPECT_EQ(DICOM_Attribute_Complement(nullptr, &root, list.head), 0);
+                 EXPECT_EQ(root.Sequence_Depth, 0);
+                 struck = injection.Struck();
+             }
+             bool complete = true;
+             for (const DICOM_List* record = list.head; record != nullptr; record = record->next) {
+                 const bool is_private = record->group % 2 != 0 && record->element != 0;
+                 complete =
+                     complete && (is_private ? record->description != nullptr
+                                             : record->dict != nullptr || record->group == 0xFFFE);
+                 EXPECT_GE(record->size, -1);
+             }
+             return complete;
+         },
+         {}},
+    };
+    for (const Operation& operation : operations) {
+        Check_Operation(operation);
+    }
+}
+
+/** Adds one attribute with a value of its own kind. */
+void Add_Value(unsigned short vr, DICOM_List** list)
+{
+    DICOM_Root root = {};
+    const float decimal = 1.5F;
+    const OrisWare_Date date = {Oris_State_Numeric, 2021, 1, 31, nullptr, nullptr};
+    const OrisWare_Time time = {Oris_State_Numeric, 10, 11, 12.5F, nullptr, nullptr};
+    const auto add = [&](auto... values) {
+        DICOM_Attribute_Add(nullptr, &root, list, 0x0011, 0x1001, vr, 1, values...);
+    };
+    switch (vr) {
+    case VR_DS:
+        return add(&decimal);
+    case VR_DA:
+        return add(&date);
+    case VR_TM:
+        return add(&time);
+    case VR_DT:
+        return add(&date, &time);
+    case VR_FD:
+    case VR_OD:
+        return add(1.5);
+    case VR_OV:
+    case VR_SV:
+    case VR_UV:
+        return add(std::int64_t{1});
+    case VR_AT:
+        DICOM_Attribute_Add(nullptr, &root, list, 0x0011, 0x1001, vr, 2, 0x0008, 0x0060);
+        return;
+    case VR_IS:
+    case VR_SL:
+    case VR_UL:
+    case VR_OL:
+    case VR_SS:
+    case VR_US:
+    case VR_OW:
+    case VR_OB:
+    case VR_FL:
+    case VR_OF:
+        return add(1);
+    default:
+        return add(vr == VR_AS   ? "007Y"
+                   : vr == VR_UI ? "1.2.840.10008.5.1.4.1.1.7"
+                                 : "A VALUE THAT IS LONGER THAN WHAT A STRING HOLDS IN ITSELF");
+    }
+}
+
+TEST(Fault, Creation_Without_Memory)
+{
+    const Current_Standard standard;
+    for (const unsigned short vr :
+         {VR_AE, VR_AS, VR_AT, VR_CS, VR_DA, VR_DS, VR_DT, VR_FD, VR_FL, VR_IS, VR_LO,
+          VR_LT, VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_PN, VR_SH, VR_SL, VR_SS,
+          VR_ST, VR_SV, VR_TM, VR_UC, VR_UI, VR_UL, VR_UR, VR_US, VR_UT, VR_UV}) {
+        const std::string name = {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
+        Check_Operation({name.c_str(),
+                         [vr](const std::function<Injection()>& arm, bool& struck) {
+                             Record_List list("0008,0060:CS=MR");
+                             // The dictionary has a test of its own.
+                             NEMA_db_Locate(0x0008, 0x0060);
+                             {
+                                 const Injection injection = arm();
+                                 Add_Value(vr, &list.head);
+                                 struck = injection.Struck();
+                             }
+                             EXPECT_EQ(Value_Of(*list.head), "MR");
+                             const DICOM_List* const made = list.head->next;
+                             return made != nullptr && made->data != nullptr &&
+                                    made->dict == nullptr;
+                         },
+                         {}});
+    }
+}
+
+int Append_Pixels(HWND, char, unsigned int offset, char** buffer, void*)
+{
+    char* const block = static_cast<char*>(std::realloc(*buffer, offset + 4));
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    *buffer = block;
+    std::copy_n("pix ", 4, block + offset);
+    return 4;
+}
+
+TEST(Fault, Writing_Without_Memory)
+{
+    using Arm = const std::function<Injection()>&;
+    DICOM_Write_Image_Fct(&Append_Pixels);
+    using Write = unsigned int (*)(DICOM_List*, char**);
+    const struct {
+        const char* name;
+        Write write;
+    } writers[] = {
+        {"stream",
+         [](DICOM_List* list, char** buffer) {
+             return static_cast<unsigned int>(DICOM_List2Stream(nullptr, 8, list, buffer));
+         }},
+        {"buffer",
+         [](DICOM_List* list, char** buffer) {
+             return DICOM_Write_Buffer(nullptr, 8, list, buffer, nullptr);
+         }},
+        {"head",
+         [](DICOM_List* list, char** buffer) {
+             return DICOM_Write_Part10(nullptr, 8, list, buffer);
+         }},
+    };
+    for (const auto& writer : writers) {
+        Check_Operation({writer.name,
+                         [&](Arm arm, bool& struck) {
+                             const Record_List list(
+                                 "0002,0010:UI=1.2 0008,0060:CS=MR 7FF0,0010:LO=text");
+                             char* buffer = nullptr;
+                             unsigned int size = 0;
+                             {
+                                 const Injection injection = arm();
+                                 size = writer.write(list.head, &buffer);
+                                 struck = injection.Struck();
+                             }
+                             DICOM_Lib_Free(&buffer);
+                             return size != 0;
+                         },
+                         {"*buffer", "buffer"}});
+    }
+    DICOM_Write_Image_Fct(nullptr);
+}
+
+TEST(Fault, Values_Without_Memory)
+{
+    using Arm = const std::function<Injection()>&;
+    /** A list of one record as each extractor takes it. */
+    const auto extract = [](const char* notation, auto extractor) {
+        return [=](Arm arm, bool& struck) {
+            const Record_List list(notation);
+            const std::string before = Dump(list.head);
+            const void* result = nullptr;
+            {
+                const Injection injection = arm();
+                result = extractor(nullptr, list.head, 0);
+                struck = injection.Struck();
+            }
+            EXPECT_EQ(result == nullptr, list.head->vm == 0);
+            EXPECT_EQ(Dump(list.head), before);
+            return result != nullptr;
+        };
+    };
+    const Operation operations[] = {
+        {"strings",
+         extract("0011,1001:LO=one\\two", &NEMA_Value_Str),
+         {"V_Str[cc]", "V_Str[cc][tag->vm]"}},
+        {"integers", extract("0011,1001:IS=1\\2", &NEMA_Value_Int), {"V_Int[cc]", "str"}},
+        {"floats", extract("0011,1001:DS=1\\2", &NEMA_Value_Float), {"V_Float[cc]", "str"}},
+        {"bytes", extract("0011,1001:OB=bytes", &NEMA_Value_Hex), {"Buffer[cc]"}},
+        {"names", extract("0011,1001:PN=A^B\\C", &NEMA_Value_Name), {}},
+        {"dates", extract("0011,1001:DA=20210131", &NEMA_Value_Date), {}},
+        {"times", extract("0011,1001:TM=101112", &NEMA_Value_Time), {}},
+        {"conversions of a name",
+         [](Arm arm, bool& struck) {
+             OrisWare_Name name = {};
+             OrisWare_Name copy = {};
+             const char* text = nullptr;
+             int made = 0;
+             {
+                 const Injection injection = arm();
+                 made = Name_From_DICOM(&name, "Family of a long name^Given^Middle^Dr.^M.D.");
+                 text = made != 0 ? Name_2_Str(&name) : nullptr;
+                 text = text != nullptr ? Name_2_DICOM(&name) : nullptr;
+                 made = text != nullptr ? Name_Copy(&copy, &name) : 0;
+                 struck = injection.Struck();
+             }
+             EXPECT_EQ(made != 0, copy.defined != 0);
+             Name_Free(&name);
+             Name_Free(&copy);
+             return made != 0;
+         },
+         {"name->component", "text"}},
+        {"conversions of dates and times",
+         [](Arm arm, bool& struck) {
+             OrisWare_Date date = {};
+             OrisWare_Date copy = {};
+             OrisWare_Time time = {};
+             OrisWare_Time other = {};
+             bool made = false;
+             {
+                 const Injection injection = arm();
+                 made =
+                     Make_Oris_Date(&date, "31 January 2021", "dd mmmm yyyy") != 0 &&
+                     Date_2_Str(&date, "dddd of mmmm in the year yyyy, which is long") != nullptr &&
+                     Date_2_DICOM(&date) != nullptr && Date_Copy(&copy, &date) != 0 &&
+                     Make_Oris_Time(&time, "10:11", "hh:mm") != 0 &&
+                     Time_2_Str(&time, "hh hours and mm minutes past midnight") != nullptr &&
+                     Time_2_DICOM(&time) != nullptr && Time_Copy(&other, &time) != 0;
+                 struck = injection.Struck();
+             }
+             EXPECT_EQ(made, other.state != Oris_State_Unset);
+             Date_Free(&date);
+             Date_Free(&copy);
+             Time_Free(&time);
+             Time_Free(&other);
+             return made;
+         },
+         {}},
+    };
+    for (const Operation& operation : operations) {
+        Check_Operation(operation);
+    }
+}
+
+// The dictionary has thousands of allocations; some of each kind are tried.
+TEST(Fault, Dictionary_Without_Memory)
+{
+    const Current_Standard standard;
+    bool named = false;
+    for (long n = 1;; n += 1 + n / 8) {
+        DICOM_Lib_Cleanup();
+        const std::size_t before = fault::Live_Blocks();
+        auto log = std::make_unique<Quiet_Log>();
+        bool struck = false;
+        const TAG_db_Elems* entry = nullptr;
+        {
+            const Injection injection(Point::Memory, n);
+            entry = NEMA_db_Locate(0x0010, 0x0010);
+            NEMA_db_Locate(0x0008, 0xFFFE);
+            struck = injection.Struck();
+        }
+        // The next lookup tries again.
+        EXPECT_NE(NEMA_db_Locate(0x0010, 0x0010), nullptr);
+        named = named || log->Text().find("in new (var=dictionary,") != std::string::npos;
+        EXPECT_EQ(struck, !log->Text().empty());
+        log.reset();
+        DICOM_Lib_Cleanup();
+        EXPECT_EQ(fault::Live_Blocks(), before);
+        if (!struck) {
+            EXPECT_NE(entry, nullptr);
+            break;
+        }
+    }
+    EXPECT_TRUE(named);
+}
+
+// ---- reading
+
+/** Reads all elements of the sample, extracts a value of each and fetches the long one. */
+bool Read_Elements(Byte_Input& input)
+{
+    const int size = static_cast<int>(Sample().size());
+    bool whole = true;
+    int elements = 0;
+    const auto position = [&] {
+        const fault::Pause pause;
+        return input.Position();
+    };
+    while (whole && position() < size) {
+        DICOM_List record = {};
+        whole =
+            NEMA_Get_Data_Element(nullptr, input.source, input.where, input.Ptr(), 8, &record.group,
+                                  &record.element, &record.vr, &record.size, size) != 0;
+        if (!whole || record.size < 0 || record.group == 0xFFFE) {
+            continue;
+        }
+        record.data = reinterpret_cast<unsigned char*>(
+            NEMA_Read_Str(nullptr, input.source, input.where, input.Ptr(), 0, record.size));
+        whole = record.data != nullptr && NEMA_Value_Hex(nullptr, &record, VR_OB) != nullptr;
+        std::free(record.data);
+        ++elements;
+    }
+    return whole && elements == 18;
+}
+
+TEST(Fault, Elements_Without_Memory)
+{
+    for (const int source : {NEMA_Source_File, NEMA_Source_Memory}) {
+        Byte_Input input(source, Sample());
+        Check_Operation({source == NEMA_Source_File ? "file" : "image",
+                         [&](const std::function<Injection()>& arm, bool& struck) {
+                             input.Set_Position(132);
+                             const Injection injection = arm();
+                             const bool whole = Read_Elements(input);
+                             struck = injection.Struck();
+                             return whole;
+                         },
+                         {"buf", "Buffer[cc]"}});
+    }
+}
+
+TEST(Fault, Elements_From_A_Failing_File)
+{
+    const struct {
+        Point point;
+        Kind kind;
+        int error;
+        bool passes;
+        const char* message;
+    } faults[] = {
+        {Point::Read, Kind::Short, 0, true, ""},
+        {Point::Read, Kind::Interrupted, 0, true, ""},
+        {Point::Read, Kind::Error, EIO, false, "Error reading file"},
+        {Point::Read, Kind::From_Now_On, EIO, false, "Error reading file"},
+        {Point::Seek, Kind::Error, ESPIPE, false, "while seeking pos"},
+    };
+    for (const auto& fault : faults) {
+        Fail_In_Turn(
+            fault.point, fault.kind, fault.error, [&](const std::function<Injection()>& arm) {
+                const Quiet_Log log;
+                Byte_Input input(NEMA_Source_File, Sample());
+                input.Set_Position(132);
+                const Injection injection = arm();
+                const bool whole = Read_Elements(input);
+                const fault::Pause pause;
+                EXPECT_TRUE(whole || !fault.passes) << log.Text();
+                if (!whole) {
+                    EXPECT_THAT(log.Text(),
+                                AnyOf(HasSubstr(fault.message), HasSubstr("using lseek()")));
+                }
+                return injection.Struck();
+            });
+    }
+}
+
+// ---- the client
+
+class Scratch_Folder {
+public:
+    Scratch_Folder()
+    {
+        std::string pattern = "/tmp/fault_test_XXXXXX";
+        path = mkdtemp(pattern.data());
+    }
+    Scratch_Folder(const Scratch_Folder&) = delete;
+    Scratch_Folder& operator=(const Scratch_Folder&) = delete;
+    ~Scratch_Folder()
+    {
+        std::filesystem::remove_all(path);
+    }
+    void Write(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(path + "/" + name, std::ios::binary) << bytes;
+    }
+    std::string Read(const std::string& name) const
+    {
+        std::ostringstream bytes;
+        bytes << std::ifstream(path + "/" + name, std::ios::binary).rdbuf();
+        return bytes.str();
+    }
+    long Count() const
+    {
+        return std::distance(std::filesystem::directory_iterator(path), {});
+    }
+
+    std::string path;
+};
+
+struct Mended {
+    bool done = false;
+    bool has_error = false;
+    std::string bytes;
+};
+
+/** Reads and mends; running out of memory is a failure like any other. */
+Mended Mend_File(const std::string& path, dicom_client::Source::Access access,
+                 const dicom_client::Mend_Options& options = {})
+{
+    using namespace dicom_client;
+    Mended mended;
+    try {
+        Findings findings;
+        const Library_Session session(findings);
+        std::string error;
+        const std::shared_ptr<Source> source = Source::Open(path, access, error);
+        if (source == nullptr) {
+            mended.has_error = !error.empty();
+            return mended;
+        }
+        Data_Set set = Read_Data_Set(source, findings);
+        Encoded_File out;
+        mended.done = Mend(set, options, findings, out);
+        mended.has_error = findings.Has(Level::Error);
+        const fault::Pause pause;
+        const Bytes joined = out.Joined();
+        mended.bytes.assign(joined.begin(), joined.end());
+    } catch (const std::bad_alloc&) {
+        mended.done = false;
+        mended.has_error = true;
+    }
+    return mended;
+}
+
+/** A directory, for the offsets that are adjusted by reading the output again. */
+std::string Directory()
+{
+    Stream_Builder s;
+    s.Sequence(0x0004, 0x1220).Item();
+    s.Header(0x0004, 0x1400, "UL", 4).Int(0);
+    s.Element(0x0004, 0x1430, "CS", "IMAGE ");
+    s.Item_End().Sequence_End();
+    return Part10_Head("1.2.840.10008.1.2.1") + s.Bytes();
+}
+
+TEST(Fault, Mending_Without_Memory_Writes_All_Or_Nothing)
+{
+    using dicom_client::Source;
+    const Scratch_Folder folder;
+    folder.Write("sample", Sample());
+    folder.Write("directory", Directory());
+    for (const char* const name : {"/sample", "/directory"}) {
+        const std::string path = folder.path + name;
+        const std::string whole = Mend_File(path, Source::Access::Map).bytes;
+        for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
+            Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](const std::function<Injection()>& arm) {
+                // The dictionary has a test of its own.
+                NEMA_db_Locate(0x0008, 0x0060);
+                const Injection injection = arm();
+                const Mended mended = Mend_File(path, Source::Access::Map);
+                const fault::Pause pause;
+                EXPECT_NE(mended.done, mended.has_error);
+                EXPECT_TRUE(!mended.done || mended.bytes == whole) << name;
+                return injection.Struck();
+            });
+        }
+    }
+}
+
+TEST(Fault, Mending_A_Failing_File)
+{
+    using dicom_client::Source;
+    const Scratch_Folder folder;
+    folder.Write("sample", Sample());
+    const std::string path = folder.path + "/sample";
+    const std::string whole = Mend_File(path, Source::Access::Map).bytes;
+    const struct {
+        Point point;
+        Kind kind;
+        int error;
+        bool passes;
+    } faults[] = {
+        {Point::Map, Kind::Error, ENOMEM, false}, {Point::Open, Kind::Error, EMFILE, false},
+        {Point::Read, Kind::Short, 0, true},      {Point::Read, Kind::Interrupted, 0, true},
+        {Point::Read, Kind::Error, EIO, false},   {Point::Seek, Kind::Error, EIO, false},
+    };
+    for (const auto& fault : faults) {
+        for (const auto access : {Source::Access::Map, Source::Access::Descriptor}) {
+            const bool maps = access == Source::Access::Map;
+            if (fault.point != Point::Open && maps != (fault.point == Point::Map)) {
+                continue;
+            }
+            Fail_In_Turn(fault.point, fault.kind, fault.error,
+                         [&](const std::function<Injection()>& arm) {
+                             const Injection injection = arm();
+                             const Mended mended = Mend_File(path, access);
+                             const fault::Pause pause;
+                             EXPECT_TRUE(mended.bytes == whole || mended.has_error);
+                             EXPECT_TRUE(mended.bytes == whole || !fault.passes);
+                             return injection.Struck();
+                         });
+        }
+    }
+}
+
+TEST(Fault, A_File_Is_Written_Whole_Or_Not_At_All)
+{
+    const struct {
+        Point point;
+        Kind kind;
+        int error;
+    } faults[] = {
+        {Point::Open, Kind::Error, EMFILE},   {Point::Write, Kind::Error, ENOSPC},
+        {Point::Write, Kind::Error, EIO},     {Point::Write, Kind::From_Now_On, ENOSPC},
+        {Point::Write, Kind::Interrupted, 0}, {Point::Write, Kind::Short, 0},
+        {Point::Rename, Kind::Error, EIO},    {Point::Rename, Kind::Error, EINVAL},
+        {Point::Memory, Kind::Error, ENOMEM},
+    };
+    const std::string first(5000, 'a');
+    const std::string second(3000, 'b');
+    const auto as_bytes = [](const std::string& text) {
+        return std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    };
+    for (const auto& fault : faults) {
+        for (const bool replace : {false, true}) {
+            Fail_In_Turn(
+                fault.point, fault.kind, fault.error, [&](const std::function<Injection()>& arm) {
+                    const Scratch_Folder folder;
+                    if (replace) {
+                        folder.Write("out", "old");
+                    }
+                    const std::vector pieces = {as_bytes(first), as_bytes(second)};
+                    std::string error = "no memory";
+                    const Injection injection = arm();
+                    try {
+                        error = dicom_client::Write_Safely(folder.path + "/out", pieces, replace);
+                    } catch (const std::bad_alloc&) {
+                    }
+                    const fault::Pause pause;
+                    const std::string found = folder.Read("out");
+                    const bool is_new = found == first + second;
+                    EXPECT_TRUE(is_new || !error.empty());
+                    EXPECT_TRUE(is_new || found == (replace ? "old" : ""));
+                    EXPECT_EQ(folder.Count(), found.empty() ? 0 : 1) << error;
+                    return injection.Struck();
+                });
+        }
+    }
+}
+
+}  // namespace

@@ -32,13 +32,14 @@ const Dictionary* NEMA_db_Load(std::unique_ptr<const Dictionary>& place,
                                std::span<const Table> tables)
 {
     if (place == nullptr) {
-        place = Guarded(hwnd, std::unique_ptr<const Dictionary>(), [&] {
+        const auto load = [&] {
             auto dictionary = std::make_unique<Dictionary>();
             for (const Table& table : tables) {
                 NEMA_db_Parse_Table(hwnd, *dictionary, table.Lines());
             }
             return std::unique_ptr<const Dictionary>(std::move(dictionary));
-        });
+        };
+        place = Guarded(hwnd, std::unique_ptr<const Dictionary>(), load, "dictionary");
     }
     return place.get();
 }

@@ -536,10 +536,8 @@ OrisWare_Name* NEMA_Value_Name(HWND handle, DICOM_List* tag, unsigned short vr)
             return Refuse_VR<OrisWare_Name>(value);
         }
         Pool_Names& names = Get_Value_Pools().names[value.slot];
-        if (!names.Reset(value.handle, value.tag.vm, "Oris_Name[cc]")) {
-            return Names{nullptr, ""};
-        }
-        if (!Make_Names(value, names.Data())) {
+        if (!names.Reset(value.handle, value.tag.vm, "Oris_Name[cc]") ||
+            !Make_Names(value, names.Data())) {
             value.tag.vm = 0;
             return Names{nullptr, ""};
         }

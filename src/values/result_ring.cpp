@@ -42,7 +42,10 @@ const char* Keep_Result(std::string text)
 
 void Result_Ring_Cleanup()
 {
-    Ring().slots = {};
+    for (std::string& slot : Ring().slots) {
+        // An assignment would keep the memory.
+        std::string().swap(slot);
+    }
 }
 
 }  // namespace lib_dicom

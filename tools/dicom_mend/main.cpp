@@ -10,6 +10,7 @@
 #include <exception>
 #include <functional>
 #include <map>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -232,6 +233,9 @@ int main(int argc, char** argv)
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         return Run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::fputs("dicom-mend: error: there is not enough memory\n", stderr);
+        return dicom_mend::Exit_Failure;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "dicom-mend: error: %s\n", error.what());
         return dicom_mend::Exit_Failure;
