@@ -128,7 +128,7 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
                               "(0040,0275) 3 SQ\n>(0040,0007) 3 LO ! \"FORCED\"\n";
     EXPECT_EQ(Complete_By(set, rules, ""), "");
     EXPECT_EQ(Listing(set.records.Head()),
-              "0008,0060=MR 0008,0070=MAKER 0008,0080=HERE 0008,0081=STREET 0008,1030= "
+              "0008,0060=MR 0008,0070=MAKER 0008,0080=HERE 0008,0081=STREET "
               "0008,1140=[0008,1150=1.2 0008,1155=1.5 0008,1199=0 items ]"
               "[0008,1150=1.4 0008,1155=1.5 0008,1199=0 items ] "
               "0010,0010= 0020,0010= 0040,0275=[0040,0007=FORCED ] ");

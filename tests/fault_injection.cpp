@@ -6,6 +6,7 @@
 #include <malloc.h>
 #include <new>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -131,7 +132,7 @@ void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 void* __real_mmap(void* at, std::size_t size, int protection, int flags, int file, off_t offset);
 int __real_open(const char* path, int flags, ...);
-int __real_mkostemp(char* path, int flags);
+int __real_openat(int folder, const char* path, int flags, ...);
 ssize_t __real_read(int file, void* out, std::size_t size);
 ssize_t __real_pread(int file, void* out, std::size_t size, off_t offset);
 int __real_fstat(int file, struct stat* status);
@@ -140,7 +141,8 @@ ssize_t __real_write(int file, const void* bytes, std::size_t size);
 int __real_fsync(int file);
 int __real_fchmod(int file, mode_t mode);
 int __real_close(int file);
-int __real_rename(const char* from, const char* to);
+int __real_renameat(int from_folder, const char* from, int to_folder, const char* to);
+int __real_linkat(int from_folder, const char* from, int to_folder, const char* to, int flags);
 int __real_renameat2(int from_folder, const char* from, int to_folder, const char* to,
                      unsigned int flags);
 
@@ -181,9 +183,14 @@ int __wrap_open(const char* path, int flags, ...)
     return Strikes(Point::Open) ? Fail() : __real_open(path, flags);
 }
 
-int __wrap_mkostemp(char* path, int flags)
+int __wrap_openat(int folder, const char* path, int flags, ...)
 {
-    return Strikes(Point::Open) ? Fail() : __real_mkostemp(path, flags);
+    // The mode counts for a file that is created only.
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return Strikes(Point::Open) ? Fail() : __real_openat(folder, path, flags, mode);
 }
 
 ssize_t __wrap_read(int file, void* out, std::size_t size)
@@ -246,9 +253,14 @@ int __wrap_close(int file)
     return fails ? Fail() : result;
 }
 
-int __wrap_rename(const char* from, const char* to)
+int __wrap_renameat(int from_folder, const char* from, int to_folder, const char* to)
 {
-    return Strikes(Point::Rename) ? Fail() : __real_rename(from, to);
+    return Strikes(Point::Rename) ? Fail() : __real_renameat(from_folder, from, to_folder, to);
+}
+
+int __wrap_linkat(int from_folder, const char* from, int to_folder, const char* to, int flags)
+{
+    return Strikes(Point::Rename) ? Fail() : __real_linkat(from_folder, from, to_folder, to, flags);
 }
 
 int __wrap_renameat2(int from_folder, const char* from, int to_folder, const char* to,

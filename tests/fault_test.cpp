@@ -72,9 +72,10 @@ void Fail_In_Turn(Point point, Kind kind, int error, Attempt&& attempt)
         EXPECT_EQ(fault::Live_Blocks(), before) << "passage " << n;
         return struck;
     };
-    // Texts that live as long as the thread are made once.
+    // What lives as long as the process or the thread is made before anything is counted.
     Error_Perror(0);
-    run(Enough);
+    attempt([=] { return Injection(point, Enough, kind, error); });
+    DICOM_Lib_Cleanup();
     long n = 1;
     while (n < Enough && !testing::Test::HasFailure() && run(n)) {
         ++n;
