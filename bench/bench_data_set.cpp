@@ -150,7 +150,7 @@ void Read_From_Descriptor(benchmark::State& state)
     const Library_Session session(findings);
     const Scratch_File file(Stream_Of(static_cast<int>(state.range(0))));
     std::string error;
-    const auto source = Source::Open(file.Name(), Source::Access::Descriptor, error);
+    const auto source = Source::Open(file.Name(), error, 0);
     if (source == nullptr) {
         state.SkipWithError(error.c_str());
         return;

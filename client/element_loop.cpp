@@ -497,8 +497,11 @@ std::int64_t Element_Loop::Find_Last_Nonzero() const
     while (end > 0) {
         const std::int64_t start = std::max<std::int64_t>(0, end - std::ssize(block));
         const auto size = static_cast<std::size_t>(end - start);
-        const std::size_t count = source_->Read(start, {block.data(), size});
-        for (std::size_t i = count; i > 0; --i) {
+        if (source_->Read(start, {block.data(), size}) != size) {
+            // What cannot be read, or was cut off meanwhile, is not taken for zeros.
+            return end - 1;
+        }
+        for (std::size_t i = size; i > 0; --i) {
             if (block[i - 1] != 0) {
                 return start + static_cast<std::int64_t>(i) - 1;
             }

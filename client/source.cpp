@@ -8,7 +8,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,7 +27,7 @@ std::wstring Wide(const std::string& text)
     return wide != nullptr ? wide.get() : L"";
 }
 
-/** Reads a pipe or a device to its end, or to just beyond what the library can take. */
+/** Reads a descriptor to its end, or to just beyond what the library can take. */
 bool Read_All(int descriptor, Bytes& bytes, std::string& error)
 {
     constexpr std::size_t Block = std::size_t{1} << 16;
@@ -58,49 +57,44 @@ Source::Source(std::string name) : name_(std::move(name)), wide_name_(Wide(name_
 
 Source::~Source()
 {
-    if (mapped_ != nullptr) {
-        munmap(mapped_, static_cast<std::size_t>(size_));
-    }
     if (descriptor_ >= 0) {
         close(descriptor_);
     }
 }
 
-std::shared_ptr<Source> Source::Open(const std::string& path, Access access, std::string& error)
+bool Source::Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::string& error)
 {
-    std::shared_ptr<Source> source(new Source(path));
-    source->descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    const int descriptor = source->descriptor_;
+    descriptor_ = descriptor;
     struct stat status = {};
     if (descriptor < 0 || fstat(descriptor, &status) != 0) {
         error = std::strerror(errno);
-        return nullptr;
+        return false;
     }
     if (S_ISDIR(status.st_mode)) {
         error = std::strerror(EISDIR);
-        return nullptr;
+        return false;
     }
-    source->size_ = status.st_size;
-    if (!S_ISREG(status.st_mode)) {
-        if (!Read_All(descriptor, source->owned_, error)) {
-            return nullptr;
+    size_ = status.st_size;
+    if (!S_ISREG(status.st_mode) || size_ <= most_in_memory) {
+        if (!Read_All(descriptor, owned_, error)) {
+            return false;
         }
-        source->size_ = static_cast<std::int64_t>(source->owned_.size());
-        source->image_ = source->owned_.data();
+        size_ = static_cast<std::int64_t>(owned_.size());
+        image_ = owned_.data();
     }
-    if (source->size_ > Max_File_Size) {
+    if (size_ > Max_File_Size) {
         error = "files above 2 GiB are not supported";
-        return nullptr;
+        return false;
     }
-    if (source->image_ == nullptr && access == Access::Map && source->size_ > 0) {
-        void* const mapped = mmap(nullptr, static_cast<std::size_t>(source->size_), PROT_READ,
-                                  MAP_PRIVATE, descriptor, 0);
-        if (mapped != MAP_FAILED) {
-            source->mapped_ = mapped;
-            source->image_ = static_cast<const unsigned char*>(mapped);
-        }
-    }
-    return source;
+    return true;
+}
+
+std::shared_ptr<Source> Source::Open(const std::string& path, std::string& error,
+                                     std::int64_t most_in_memory)
+{
+    std::shared_ptr<Source> source(new Source(path));
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    return source->Take_Descriptor(descriptor, most_in_memory, error) ? source : nullptr;
 }
 
 std::shared_ptr<Source> Source::From_Bytes(Bytes bytes, std::string name)

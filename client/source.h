@@ -1,4 +1,4 @@
-// Where the bytes come from: a file by memory map or by descriptor, or a buffer in memory.
+// Where the bytes come from: a file, or a buffer in memory.
 #ifndef CLIENT_SOURCE_H
 #define CLIENT_SOURCE_H
 
@@ -19,18 +19,19 @@ using Bytes = std::vector<unsigned char>;
 
 class Source {
 public:
-    enum class Access {
-        Map,         ///< the whole file as a memory image
-        Descriptor,  ///< read piece by piece
-    };
+    /** Files up to this size are read into memory, where their many small reads are cheap. */
+    static constexpr std::int64_t Small_File = std::int64_t{4} << 20;
 
     /**
-     * Opens a file. What is not a regular file (a pipe) is read into memory.
+     * Opens a file. It is not mapped: a file that someone cuts meanwhile shall end early, not kill
+     * the process. What is not a regular file (a pipe) is read into memory whatever its size.
      *
-     * @param error  receives the reason of a failure
+     * @param error          receives the reason of a failure
+     * @param most_in_memory  larger files are read piece by piece
      * @return null on failure, and for files above Max_File_Size
      */
-    static std::shared_ptr<Source> Open(const std::string& path, Access access, std::string& error);
+    static std::shared_ptr<Source> Open(const std::string& path, std::string& error,
+                                        std::int64_t most_in_memory = Small_File);
     static std::shared_ptr<Source> From_Bytes(Bytes bytes, std::string name);
     /** `image` is not copied and has to outlive the source. */
     static std::shared_ptr<Source> From_Image(std::span<const unsigned char> image,
@@ -69,12 +70,12 @@ private:
     friend class Cursor;
 
     explicit Source(std::string name);
+    bool Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::string& error);
 
     std::string name_;
     std::wstring wide_name_;
     Bytes owned_;
     const unsigned char* image_ = nullptr;
-    void* mapped_ = nullptr;
     int descriptor_ = -1;
     std::int64_t size_ = 0;
     mutable int failure_ = 0;

@@ -4,7 +4,6 @@
 #include "client/finding_kinds.h"
 #include "client/mend.h"
 #include "client/reader.h"
-#include "client/safe_file.h"
 #include "stream_builder.h"
 
 #include <gmock/gmock.h>
@@ -20,6 +19,7 @@
 #include <sstream>
 
 #include <strings.h>
+#include <unistd.h>
 
 namespace {
 
@@ -144,6 +144,26 @@ std::string Sound_File(unsigned char code)
 }
 
 constexpr unsigned char Codes[] = {0, 8, 9};
+
+class Folder {
+public:
+    Folder() : path_(testing::TempDir() + "client_test_" + std::to_string(getpid()))
+    {
+        fs::remove_all(path_);
+        fs::create_directory(path_);
+    }
+    ~Folder()
+    {
+        fs::remove_all(path_);
+    }
+    std::string operator/(const char* name) const
+    {
+        return (path_ / name).string();
+    }
+
+private:
+    fs::path path_;
+};
 
 // ---- reading ----
 
@@ -313,28 +333,57 @@ TEST(Reading, KeepsWhatPrecedesACutAtEveryLength)
     }
 }
 
-TEST(Reading, GivesTheSameByMapAndByDescriptor)
+TEST(Reading, GivesTheSameFromMemoryAndByDescriptor)
 {
-    const fs::path path = fs::path(testing::TempDir()) / "client_test_access.dcm";
+    const Folder folder;
+    const std::string path = folder / "access.dcm";
     for (const unsigned char code : Codes) {
         const std::string bytes = Sound_File(code);
         std::ofstream(path, std::ios::binary) << bytes;
         std::vector<Elements> results;
-        for (const Source::Access access : {Source::Access::Map, Source::Access::Descriptor}) {
+        for (const std::int64_t most_in_memory : {Source::Small_File, std::int64_t{0}}) {
             Findings findings;
             const Library_Session session(findings);
             std::string error;
-            const auto source = Source::Open(path.string(), access, error);
+            const auto source = Source::Open(path, error, most_in_memory);
             ASSERT_NE(source, nullptr) << error;
             const Data_Set set = Read_Data_Set(source, findings);
             EXPECT_EQ(Changes_And_Errors(findings), "");
             results.emplace_back();
             Collect(set, set.records.Head(), "", results.back());
+            EXPECT_EQ(source->Image() == nullptr, most_in_memory == 0);
         }
         EXPECT_EQ(results[0].size(), 15U);
         EXPECT_EQ(results[0], results[1]);
     }
-    fs::remove(path);
+}
+
+TEST(Reading, SurvivesAFileThatIsCutMeanwhile)
+{
+    const Folder folder;
+    const std::string path = folder / "cut.dcm";
+    const std::string bytes = Sound_File(DICOM_Order_Explicit_VR);
+    const std::string whole = Mend_Bytes(bytes).bytes;
+    for (std::uintmax_t size = 0; size < bytes.size(); size += 3) {
+        for (const bool cut_before_reading : {true, false}) {
+            std::ofstream(path, std::ios::binary) << bytes;
+            Findings findings;
+            const Library_Session session(findings);
+            std::string error;
+            const auto source = Source::Open(path, error, 0);
+            ASSERT_NE(source, nullptr) << error;
+            if (cut_before_reading) {
+                fs::resize_file(path, size);
+            }
+            Data_Set set = Read_Data_Set(source, findings);
+            fs::resize_file(path, size);
+            Encoded_File file;
+            Mend(set, {}, findings, file);
+            const Bytes found = file.Joined();
+            const bool is_whole = std::string(found.begin(), found.end()) == whole;
+            ASSERT_TRUE(findings.Has(Level::Error) || (!cut_before_reading && is_whole)) << size;
+        }
+    }
 }
 
 TEST(Reading, RefusesABombOfZeros)
@@ -539,54 +588,13 @@ TEST(Mending, RefusesSequencesNestedTooDeep)
     EXPECT_THAT(mended.findings, HasSubstr("nest deeper than nine levels"));
 }
 
-// ---- files ----
-
-class Folder {
-public:
-    Folder() : path_(fs::path(testing::TempDir()) / "client_test_folder")
-    {
-        fs::remove_all(path_);
-        fs::create_directory(path_);
-    }
-    ~Folder()
-    {
-        fs::remove_all(path_);
-    }
-    std::string operator/(const char* name) const
-    {
-        return (path_ / name).string();
-    }
-    long Count() const
-    {
-        return std::distance(fs::directory_iterator(path_), fs::directory_iterator());
-    }
-
-private:
-    fs::path path_;
-};
+// ---- samples ----
 
 std::string Contents(const std::string& path)
 {
     std::ostringstream text;
     text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
-}
-
-TEST(Writing, ReplacesOnlyWhatItMay)
-{
-    const Folder folder;
-    const std::string path = folder / "out";
-    const std::string first = "first";
-    const std::string second = "second";
-    EXPECT_EQ(Write_Safely(path, {As_Image(first)}, false), "");
-    EXPECT_NE(Write_Safely(path, {As_Image(second)}, false), "");
-    EXPECT_EQ(Contents(path), first);
-    EXPECT_EQ(Write_Safely(path, {As_Image(second), As_Image(first)}, true), "");
-    EXPECT_EQ(Contents(path), second + first);
-    EXPECT_NE(Write_Safely(folder / "none/out", {As_Image(first)}, true), "");
-    fs::create_symlink(path, folder / "link");
-    EXPECT_NE(Write_Safely(folder / "link", {As_Image(first)}, true), "");
-    EXPECT_EQ(folder.Count(), 2);
 }
 
 // ---- checking ----

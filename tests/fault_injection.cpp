@@ -7,7 +7,6 @@
 #include <new>
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -130,7 +129,6 @@ void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
-void* __real_mmap(void* at, std::size_t size, int protection, int flags, int file, off_t offset);
 int __real_open(const char* path, int flags, ...);
 int __real_openat(int folder, const char* path, int flags, ...);
 ssize_t __real_read(int file, void* out, std::size_t size);
@@ -169,12 +167,6 @@ void __wrap_free(void* block)
 {
     Given_Back(block);
     __real_free(block);
-}
-
-void* __wrap_mmap(void* at, std::size_t size, int protection, int flags, int file, off_t offset)
-{
-    return Strikes(Point::Map) ? (Fail(), MAP_FAILED)
-                               : __real_mmap(at, size, protection, flags, file, offset);
 }
 
 int __wrap_open(const char* path, int flags, ...)

@@ -12,7 +12,6 @@ namespace fault {
 
 enum class Point {
     Memory,  ///< malloc, calloc, realloc, new
-    Map,     ///< mmap
     Open,    ///< open, mkostemp
     Read,    ///< read, pread, fstat
     Seek,    ///< lseek

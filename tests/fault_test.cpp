@@ -723,8 +723,12 @@ struct Mended {
     std::string bytes;
 };
 
+/** How much of a file is read into memory at once: all of it, or nothing. */
+constexpr std::int64_t Whole = dicom_client::Source::Small_File;
+constexpr std::int64_t Piecewise = -1;
+
 /** Reads and mends; running out of memory is a failure like any other. */
-Mended Mend_File(const std::string& path, dicom_client::Source::Access access,
+Mended Mend_File(const std::string& path, std::int64_t most_in_memory,
                  const dicom_client::Mend_Options& options = {})
 {
     using namespace dicom_client;
@@ -733,7 +737,7 @@ Mended Mend_File(const std::string& path, dicom_client::Source::Access access,
         Findings findings;
         const Library_Session session(findings);
         std::string error;
-        const std::shared_ptr<Source> source = Source::Open(path, access, error);
+        const std::shared_ptr<Source> source = Source::Open(path, error, most_in_memory);
         if (source == nullptr) {
             mended.has_error = !error.empty();
             return mended;
@@ -765,19 +769,18 @@ std::string Directory()
 
 TEST(Fault, Mending_Without_Memory_Writes_All_Or_Nothing)
 {
-    using dicom_client::Source;
     const Scratch_Folder folder;
     folder.Write("sample", Sample());
     folder.Write("directory", Directory());
     for (const char* const name : {"/sample", "/directory"}) {
         const std::string path = folder.path + name;
-        const std::string whole = Mend_File(path, Source::Access::Map).bytes;
+        const std::string whole = Mend_File(path, Whole).bytes;
         for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
             Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](const std::function<Injection()>& arm) {
                 // The dictionary has a test of its own.
                 NEMA_db_Locate(0x0008, 0x0060);
                 const Injection injection = arm();
-                const Mended mended = Mend_File(path, Source::Access::Map);
+                const Mended mended = Mend_File(path, Whole);
                 const fault::Pause pause;
                 EXPECT_NE(mended.done, mended.has_error);
                 EXPECT_TRUE(!mended.done || mended.bytes == whole) << name;
@@ -789,31 +792,29 @@ TEST(Fault, Mending_Without_Memory_Writes_All_Or_Nothing)
 
 TEST(Fault, Mending_A_Failing_File)
 {
-    using dicom_client::Source;
     const Scratch_Folder folder;
     folder.Write("sample", Sample());
     const std::string path = folder.path + "/sample";
-    const std::string whole = Mend_File(path, Source::Access::Map).bytes;
+    const std::string whole = Mend_File(path, Whole).bytes;
     const struct {
         Point point;
         Kind kind;
         int error;
         bool passes;
     } faults[] = {
-        {Point::Map, Kind::Error, ENOMEM, false}, {Point::Open, Kind::Error, EMFILE, false},
-        {Point::Read, Kind::Short, 0, true},      {Point::Read, Kind::Interrupted, 0, true},
-        {Point::Read, Kind::Error, EIO, false},   {Point::Seek, Kind::Error, EIO, false},
+        {Point::Open, Kind::Error, EMFILE, false}, {Point::Read, Kind::Short, 0, true},
+        {Point::Read, Kind::Interrupted, 0, true}, {Point::Read, Kind::Error, EIO, false},
+        {Point::Seek, Kind::Error, EIO, false},
     };
     for (const auto& fault : faults) {
-        for (const auto access : {Source::Access::Map, Source::Access::Descriptor}) {
-            const bool maps = access == Source::Access::Map;
-            if (fault.point != Point::Open && maps != (fault.point == Point::Map)) {
+        for (const std::int64_t most_in_memory : {Whole, Piecewise}) {
+            if (fault.point == Point::Seek && most_in_memory == Whole) {
                 continue;
             }
             Fail_In_Turn(fault.point, fault.kind, fault.error,
                          [&](const std::function<Injection()>& arm) {
                              const Injection injection = arm();
-                             const Mended mended = Mend_File(path, access);
+                             const Mended mended = Mend_File(path, most_in_memory);
                              const fault::Pause pause;
                              EXPECT_TRUE(mended.bytes == whole || mended.has_error);
                              EXPECT_TRUE(mended.bytes == whole || !fault.passes);

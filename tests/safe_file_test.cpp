@@ -13,6 +13,7 @@
 #include <functional>
 #include <iterator>
 #include <random>
+#include <span>
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -44,8 +45,9 @@ protected:
     }
     static std::string Write(const std::string& path, const std::string& text, bool replace)
     {
-        return Write_Safely(
-            path, {{reinterpret_cast<const unsigned char*>(text.data()), text.size()}}, replace);
+        const std::span bytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+        const std::size_t half = text.size() / 2;
+        return Write_Safely(path, {bytes.first(half), bytes.subspan(half)}, replace);
     }
     static std::string Contents(const std::string& path)
     {

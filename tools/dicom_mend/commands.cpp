@@ -64,8 +64,7 @@ std::string Read_Rules(const Completion& completion, std::string& rules)
 {
     if (!completion.rules.empty()) {
         std::string error;
-        const std::shared_ptr<Source> source =
-            Source::Open(completion.rules, Source::Access::Descriptor, error);
+        const std::shared_ptr<Source> source = Source::Open(completion.rules, error);
         if (source == nullptr) {
             return completion.rules + ": " + error;
         }
@@ -163,7 +162,7 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
 std::shared_ptr<Source> Open(const std::string& path)
 {
     std::string error;
-    std::shared_ptr<Source> source = Source::Open(path, Source::Access::Map, error);
+    std::shared_ptr<Source> source = Source::Open(path, error);
     if (source == nullptr) {
         Report_Failure(path, error);
     }
