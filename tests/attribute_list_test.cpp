@@ -55,6 +55,32 @@ TEST(Attribute_List, FindKeepsTheOrderAndRemembersWhatItCreated)
     EXPECT_EQ(Tags(list.head), "0008,0010 0010,0010 0018,0010 0040,0001");
 }
 
+// The search starts behind the head where it may; lists out of order show that it may not.
+TEST(Attribute_List, FindGoesByTheFirstHigherTagInListsOutOfOrder)
+{
+    const struct {
+        const char* list;
+        unsigned short element;
+        const char* expected;
+    } cases[] = {
+        {"0008,0001 0008,0003", 4, "0008,0001 0008,0003 0008,0004"},
+        {"0008,0001 0008,0009 0008,0003", 4, "0008,0001 0008,0004 0008,0009 0008,0003"},
+        {"0008,0001 0008,0005 0008,0009 0008,0003", 5, "0008,0001 0008,0005 0008,0009 0008,0003"},
+        {"0008,0001 0008,0009 0008,0003", 9, "0008,0001 0008,0009 0008,0003 0008,0009"},
+        {"0008,0009 0008,0003", 4, "0008,0004 0008,0009 0008,0003"},
+    };
+    for (const auto& test : cases) {
+        Inserted_List found(test.list);
+        Inserted_List merged(test.list);
+        const Record_List source("0008,000" + std::to_string(test.element));
+        DICOM_Root root = {};
+        DICOM_Attribute_Find(nullptr, &root, &found.head, 0x0008, test.element);
+        DICOM_Attribute_Copy(nullptr, &root, &merged.head, source.head);
+        EXPECT_EQ(Tags(found.head), test.expected);
+        EXPECT_EQ(Tags(merged.head), test.expected);
+    }
+}
+
 TEST(Attribute_List, GetTakesWildcardsAndPatterns)
 {
     DICOM_Root root = {};
