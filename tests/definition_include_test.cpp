@@ -68,7 +68,7 @@ TEST(Definition_Include, HostileIncludesEnd)
     EXPECT_EQ(log.Count("T.txt:21: 20 faults in this file; the rest of it is left out"), 1);
 }
 
-TEST(Definition_Include, CostIsLinear)
+TEST(Definition_Include, LevelsAreLeftAndEnteredForEveryLine)
 {
     // Each level is left and entered again for every line, in descending order of the tags.
     const Definition_Directory directory;
