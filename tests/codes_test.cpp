@@ -13,7 +13,6 @@
 
 #include <unistd.h>
 
-
 namespace {
 
 /** A definition directory of its own, with one table at a time. */

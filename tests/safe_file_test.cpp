@@ -9,11 +9,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <functional>
 #include <iterator>
 #include <random>
 #include <span>
+#include <sstream>
 
 #include <sched.h>
 #include <sys/mount.h>
