@@ -59,19 +59,38 @@ std::string Rule_Of(const std::string& setting)
     return rule + "\"\n";
 }
 
-/** Collects the lines that override those of the IOD; returns the reason of a failure. */
-std::string Read_Rules(const Completion& completion, std::string& rules)
+/** Reads a file of definition lines; returns the reason of a failure. */
+std::string Read_Text(const std::string& path, std::string& text)
 {
-    if (!completion.rules.empty()) {
-        std::string error;
-        const std::shared_ptr<Source> source = Source::Open(completion.rules, error);
-        if (source == nullptr) {
-            return completion.rules + ": " + error;
-        }
-        dicom_client::Bytes bytes(static_cast<std::size_t>(source->Size()));
-        bytes.resize(source->Read(0, bytes));
-        rules.assign(bytes.begin(), bytes.end());
-        rules += '\n';
+    std::string error;
+    const std::shared_ptr<Source> source = Source::Open(path, error);
+    if (source == nullptr) {
+        return path + ": " + error;
+    }
+    dicom_client::Bytes bytes(static_cast<std::size_t>(source->Size()));
+    bytes.resize(source->Read(0, bytes));
+    text.assign(bytes.begin(), bytes.end());
+    text += '\n';
+    return text.find('\0') != text.npos ? path + ": is no text" : std::string();
+}
+
+/**
+ * Finds what overrides the lines of the IOD: a file, which the library reads and names in its
+ * messages, or the lines of one together with those that the settings stand for.
+ *
+ * @return the reason of a failure
+ */
+std::string Find_Rules(const Completion& completion, std::string& rules)
+{
+    if (completion.values.empty()) {
+        const bool is_relative = !completion.rules.empty() && completion.rules.front() != '/';
+        rules = (is_relative ? "./" : "") + completion.rules;
+        return {};
+    }
+    const std::string error =
+        completion.rules.empty() ? std::string() : Read_Text(completion.rules, rules);
+    if (!error.empty()) {
+        return error;
     }
     for (const std::string& setting : completion.values) {
         const std::string rule = Rule_Of(setting);
@@ -187,7 +206,7 @@ Exit_Status Run_Mend(const Mend_Request& request)
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion)
 {
     std::string rules;
-    const std::string error = Read_Rules(completion, rules);
+    const std::string error = Find_Rules(completion, rules);
     if (!error.empty()) {
         Report_Failure("complete", error);
         return Exit_Failure;
