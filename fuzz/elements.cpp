@@ -27,6 +27,8 @@ struct Stream {
     void* ptr;
     int* counter;
     int size;
+    /** The size that the reader is told, 0 for none. */
+    int told;
 
     long Position() const
     {
@@ -68,7 +70,7 @@ std::vector<Element> Read(const Stream& stream, unsigned char mode, bool other_f
         Element element;
         const long before = stream.Position();
         more = read(nullptr, stream.source, stream.where, stream.ptr, mode, &element.group,
-                    &element.element, &element.vr, &element.length, stream.size) != 0;
+                    &element.element, &element.vr, &element.length, stream.told) != 0;
         if (!more) {
             break;
         }
@@ -86,21 +88,25 @@ std::vector<Element> Read_Image(std::span<const unsigned char> bytes, unsigned c
 {
     static int* const counter = NEMA_Position_New(nullptr);
     *counter = 0;
-    const Stream stream = {NEMA_Source_Memory, NEMA_Position_Where(counter),
-                           const_cast<unsigned char*>(bytes.data()), counter,
+    const Stream stream = {NEMA_Source_Memory,
+                           NEMA_Position_Where(counter),
+                           const_cast<unsigned char*>(bytes.data()),
+                           counter,
+                           static_cast<int>(bytes.size()),
                            static_cast<int>(bytes.size())};
     return Read(stream, mode, other_form);
 }
 
 std::vector<Element> Read_File(std::span<const unsigned char> bytes, unsigned char mode,
-                               bool other_form)
+                               bool other_form, bool tell_size)
 {
     wchar_t name[] = L"fuzz";
     const int file = memfd_create("fuzz", 0);
     fuzz::Require(pwrite(file, bytes.data(), bytes.size(), 0) == std::ssize(bytes),
                   "the file can be written");
-    std::vector<Element> elements = Read(
-        {NEMA_Source_File, file, name, nullptr, static_cast<int>(bytes.size())}, mode, other_form);
+    const int size = static_cast<int>(bytes.size());
+    std::vector<Element> elements =
+        Read({NEMA_Source_File, file, name, nullptr, size, tell_size ? size : 0}, mode, other_form);
     close(file);
     return elements;
 }
@@ -118,8 +124,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // A size of 0 means that it is not known, which an image does not allow.
     if (!input.Rest().empty()) {
         fuzz::Require(Read_Image(input.Rest(), mode, other_form) ==
-                          Read_File(input.Rest(), mode, other_form),
+                          Read_File(input.Rest(), mode, other_form, true),
                       "an image and a file give the same elements");
     }
+    Read_File(input.Rest(), mode, other_form, false);
     return 0;
 }

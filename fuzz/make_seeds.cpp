@@ -295,12 +295,14 @@ void Add_Streams(Folder& folder)
     for (const unsigned char code : Codes) {
         for (const Seed& stream : Streams(code)) {
             folder.Add("elements", stream.name, Byte(code) + Byte(0), stream.bytes);
+            folder.Add("steps", stream.name, Byte(code) + Byte(code % 4), stream.bytes);
             folder.Add("lists", stream.name, Byte(code) + Byte(0x2A) + "\x28\0\x10\0"s,
                        stream.bytes);
         }
     }
     for (const Seed& stream : Faults()) {
         folder.Add("elements", stream.name, Byte(0x38) + Byte(2), stream.bytes);
+        folder.Add("steps", stream.name, Byte(8) + Byte(1), stream.bytes);
         folder.Add("lists", stream.name, Byte(8) + Byte(0x1F) + "\x08\0\x40\x11"s, stream.bytes);
     }
     for (int mode = 0; mode < 64; ++mode) {
@@ -338,6 +340,57 @@ void Add_Values(Folder& folder)
     }
 }
 
+void Add_Definitions(Folder& folder)
+{
+    const std::string lines = "include modules/m C\n(0008,0060) 1 CS = \"CT\"  # Modality\n"
+                              "(0008,1140) 3 SQ\n>include macros/m\n>(0040,A170) 1C SQ\n"
+                              ">>(0008,0104) 2 LO + \"a\"\"b\\c\"\n(0028,0010) - -- ! \"512\"\n"
+                              "(0009,1001) 3 FD = \"1.5\\-2\"\n(0020,4000) - -- x\n"
+                              "(0028,0009) 1 AT = \"0018,1063\"\n(0042,0011) 1 OB = \"00 01\"\n";
+    folder.Add("definitions", "iod", Byte(0), lines);
+    folder.Add("definitions", "override", Byte(1), lines);
+    folder.Add("definitions", "lines", Byte(4), lines);
+    folder.Add("definitions", "cycle", Byte(0), "include modules/m\n>>(0008,0060) 1 CS\n");
+    folder.Add("definitions", "index", Byte(2),
+               "CT CT 1.2.840.10008.5.1.4.1.1.2|1.2.3 \"CT Image\"\nX - - \"Other\"\n");
+    folder.Add("definitions", "private", Byte(3),
+               "creator \"ACME\"\n(0029,xx08) CS 1 \"Header Type\"  # text\n"
+               "(0029,1010) OB 1-n \"Unknown\"\n\"ACME\" f\n");
+    for (const Sample& sample : Samples) {
+        folder.Add("definitions", "value_" + VR_Text(sample.vr),
+                   Byte(5) + Byte(Place_Of(sample.vr)),
+                   sample.vr == VR_AT   ? "0018,1063\\0018,1064"
+                   : sample.vr == VR_OB ? "00 01 fF"
+                                        : "1.5\\-2");
+    }
+    const std::string table = "# comment\nSCT 69536005 Head and neck\nDCM 121406 Head first\n"
+                              "99X 1 Abdomen\nSRT T-D1100 Head\n";
+    folder.Add("codes", "head", Byte(4), "Head" + table);
+    folder.Add("codes", "words", Byte(17), "head neck abdomen" + table);
+    folder.Add("codes", "tracer", Byte(6), "Tc-99m" + table);
+}
+
+void Add_Character_Sets(Folder& folder)
+{
+    const Seed sets[] = {
+        {"ISO_IR 100", "J\xE4ger"},
+        {"ISO_IR 192", "J\xC3\xA4ger \xE5\xB1\xB1"},
+        {"\\ISO 2022 IR 87", "Yamada^Tarou=\033$B;3ED\033(B^\033$BB@O:\033(B"},
+        {"ISO 2022 IR 13\\ISO 2022 IR 87", "\xD4\xCF\xC0\xDE^\xC0\xDB\xB3=\033$B;3ED\033(J"},
+        {"\\ISO 2022 IR 149", "Hong^Gildong=\033$)C\xFB\xF3^\033$)C\xD1\xCE\xD4\xD7"},
+        {"GB18030", "Wang^XiaoDong=\xCD\xF5^\xD0\xA1\xB6\xAB\x81\x30\x81\x30"},
+        {"GBK", "\xCD\xF5\\\x81\x5C"},
+        {"\\ISO 2022 IR 58", "\033$)A\xD0\xA1\r\n\xB6\xAB"},
+        {"ISO 2022 IR 6\\ISO 2022 IR 144", "Lj\033-L\xDB\xEE\xDA"},
+        {"ISO_IR 166", "\xA1\xD2\xA3"},
+    };
+    for (const Seed& set : sets) {
+        folder.Add("character_set", set.name.substr(set.name.find_last_of(' ') + 1),
+                   Byte(Place_Of(VR_PN)) + Byte(static_cast<int>(set.name.size())) + set.name,
+                   set.bytes);
+    }
+}
+
 /** Seeds of the targets whose input is a text. */
 void Add_Texts(Folder& folder)
 {
@@ -355,6 +408,8 @@ void Add_Texts(Folder& folder)
     add("time_cut", 1, "hh:mm", "12");
     add("name", 2, "", "Doe^Jane^A^Dr^MD=X^Y=Z");
     add("name_blank", 2, "", "  ^^ =^Yamada^");
+    Add_Definitions(folder);
+    Add_Character_Sets(folder);
     folder.Add("dictionary", "lines", "",
                "(0008,0001) A LO 1-3 RET\n(0008,0002) B US 10\n(0008,0003) C FD 3-3n\n"
                "(60xx,0010) D (US 1) or (SS 1) or (OW 1)\n(0x18,1x2x) E US 1\n"
