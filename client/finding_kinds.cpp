@@ -90,6 +90,7 @@ constexpr Finding_Kind Kinds[] = {
      "PS3.5 7.4.1", false},
     {"iod", Severity::Warning, "the IOD is not known", "the SOP class tells the IOD", "PS3.4 B.5",
      false},
+    {"definitions", Severity::Error, "fault in the definition files", "", "", false},
     {"set", Severity::Info, "set to the value that was given", "", "", true},
     {"other", Severity::Warning, "something is wrong", "", "", true},
 };
@@ -179,6 +180,7 @@ constexpr Pattern Patterns[] = {
     {"no private creator", "creator"},
     {"Missing required value", "missing"},
     {"Empty required value", "empty"},
+    {"definition files: ", "definitions"},
     {"tells the IOD", "iod"},
     {"no IOD is known", "iod"},
     {"no definition of IOD", "iod"},

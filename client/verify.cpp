@@ -88,7 +88,7 @@ std::string Module_Name_Of(const Data_Set& set, Findings& findings)
     const char* const name = uid.empty() ? nullptr : DICOM_Module_Name(nullptr, uid.c_str());
     const std::string errors = findings.Take_Errors();
     if (!errors.empty()) {
-        findings.Add(Level::Error, errors);
+        findings.Add(Level::Error, "definition files: " + errors);
     } else if (name == nullptr) {
         findings.Add(Level::Change, SOP_Class_Tag, Finding::Nowhere,
                      uid.empty() ? "no SOP class tells the IOD"
@@ -102,7 +102,8 @@ DICOM_List* Read_Module(const std::string& name, bool partial, Findings& finding
     DICOM_List* const module = DICOM_Module_Read(nullptr, name.empty() ? nullptr : name.c_str());
     const std::string errors = findings.Take_Errors();
     if (!errors.empty() || module == nullptr) {
-        findings.Add(Level::Error, errors.empty() ? "no definition of IOD " + name : errors);
+        findings.Add(Level::Error, errors.empty() ? "no definition of IOD " + name
+                                                  : "definition files: " + errors);
     }
     return errors.empty() || partial ? module : nullptr;
 }

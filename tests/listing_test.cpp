@@ -162,4 +162,15 @@ TEST(Listing, RefusesWhatIsNotThere)
     EXPECT_EQ(Whole_Value(*list.head), "(null)");
 }
 
+TEST(Listing, KeepsTheMarkupOfBanners)
+{
+    const Record_List list("0008,0000:UL=abcd FFFE,E000:I-");
+    DICOM_Root root = {};
+    DICOM_Attribute_Complement(nullptr, &root, list.head);
+    const Message_Log log;
+    DICOM_Attribute_Stool(nullptr, &root, list.head, 3);
+    EXPECT_EQ(log.Count("4 \361\002===== Group 0008 (Identifying) =======\360 \006"), 1);
+    EXPECT_EQ(log.Count(" \001Item "), 1);
+}
+
 }  // namespace

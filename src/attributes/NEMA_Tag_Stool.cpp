@@ -138,6 +138,25 @@ std::string Fitted(const std::string& name, std::size_t width)
     return name.substr(0, end - 1).append(Dots);
 }
 
+/**
+ * The name column. Descriptions that the library makes begin with markup of their own; banners of
+ * groups also have a width of their own.
+ */
+std::string Name_Columns(const char* name, std::size_t width)
+{
+    constexpr std::string_view Banner = "\361\002";
+    constexpr std::string_view Highlight = "\001";
+    const std::string_view text = name;
+    if (text.starts_with(Banner)) {
+        return std::string(Banner) + Visible(text.substr(Banner.size())) + "\360";
+    }
+    if (text.starts_with(Highlight)) {
+        return std::string(Highlight) + Fitted(Visible(text.substr(Highlight.size())), width) +
+               "\002";
+    }
+    return Fitted(Visible(text), width);
+}
+
 /* ---- value ---- */
 
 /** Other values in items are fragments of pixel data. */
@@ -191,7 +210,7 @@ std::string Line_Of(const DICOM_Root* root, const DICOM_List& record)
     const std::size_t width = std::max(Name_Width - std::min(indent, Name_Width), Least_Name_Width);
     const Value_Text value = Shown_Value(record, Line_Limit);
     std::string line = Label_Columns(record.flags) + std::string(indent, ' ') +
-                       Header_Columns(record) + Fitted(Visible(Name_Of(record)), width);
+                       Header_Columns(record) + Name_Columns(Name_Of(record), width);
     if (value.text.empty()) {
         return line.erase(line.find_last_not_of(' ') + 1);
     }

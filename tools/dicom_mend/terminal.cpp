@@ -99,10 +99,10 @@ Piece First_Piece(std::string_view text)
     return {size, std::string(letter), Columns_Of(Code_Of(letter))};
 }
 
-/** The terminal's sequence for a markup byte, null for any other byte. */
-const char* Colour_Of(char byte)
+/** The terminal's sequence for the markup byte at the front of a line, null when there is none. */
+const char* Colour_Of(std::string_view line)
 {
-    switch (byte) {
+    switch (line[0]) {
     case '\001':
         return "\033[36m";
     case '\002':
@@ -113,6 +113,10 @@ const char* Colour_Of(char byte)
         return "\033[33m";
     case '\006':
         return "\033[32m";
+    case '\360':
+    case '\361':
+        // The emphasis codes also lead letters of four bytes, which are text.
+        return Letter_Size(line) != 0 ? nullptr : line[0] == '\361' ? "\033[1m" : "\033[22m";
     default:
         return nullptr;
     }
@@ -131,7 +135,7 @@ Cut_Line Cut(std::string_view line, const Terminal& terminal)
     Cut_Line result;
     std::size_t columns = 0;
     while (result.fits && !line.empty()) {
-        const char* const colour = Colour_Of(line[0]);
+        const char* const colour = Colour_Of(line);
         const Piece piece = colour == nullptr  ? First_Piece(line)
                             : terminal.colours ? Piece{1, colour, 0}
                                                : Piece{1, "", 0};
