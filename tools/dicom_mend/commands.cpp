@@ -90,7 +90,7 @@ std::string Find_Rules(const Completion& completion, std::string& rules)
         rules = (is_relative ? "./" : "") + completion.rules;
         return {};
     }
-    const std::string error =
+    std::string error =
         completion.rules.empty() ? std::string() : Read_Text(completion.rules, rules);
     if (!error.empty()) {
         return error;
