@@ -65,6 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DICOM_Lib_File_Source = NEMA_Source_Memory;
     DICOM_Lib_File_Name =
         static_cast<wchar_t*>(static_cast<void*>(const_cast<unsigned char*>(bytes.data())));
+    DICOM_Lib_Image_Size = static_cast<unsigned int>(bytes.size());
     Record_List list = Read_List(bytes, code, findings);
     // Positions of the module's values are those of the whole image, so it holds what is in memory.
     Record_List module =
@@ -86,5 +87,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Require(root.Sequence_Depth == 0, "a walk closes the sequences that it opened");
     Show(list.Head());
     DICOM_Lib_File_Name = nullptr;
+    DICOM_Lib_Image_Size = 0;
     return 0;
 }

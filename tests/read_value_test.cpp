@@ -418,6 +418,11 @@ TEST_P(Read_Value_Source, FailsOnValuesOutsideTheSource)
     EXPECT_THAT(log.All()[0].text, StartsWith("file:NEMA_Read_Value line:"));
     EXPECT_THAT(log.All()[1].text, StartsWith("End of File while reading: (0 /vs/ 2147483632) ("));
     if (GetParam() == NEMA_Source_Memory) {
+        DICOM_Lib_Image_Size = 1999;
+        Record beyond(VR_OB, 2000, 0);
+        EXPECT_EQ(Extract("Hex", beyond), "null");
+        EXPECT_EQ(beyond.data, nullptr);
+        DICOM_Lib_Image_Size = 0;
         DICOM_Lib_File_Name = nullptr;
         Record lost(VR_OB, 2000, 0);
         EXPECT_EQ(Extract("Hex", lost), "null");

@@ -193,6 +193,12 @@ extern LIB_DICOM_API unsigned short DICOM_Modality;
 extern LIB_DICOM_API wchar_t* DICOM_Lib_File_Name;
 /** Kind of the source being read: 1 a file, anything else a memory image. */
 extern LIB_DICOM_API int DICOM_Lib_File_Source;
+/**
+ * Number of bytes of the memory image that `DICOM_Lib_File_Name` points to. 0 (default) when it is
+ * not told: positions and lengths of records are trusted then, so a client that reads files of
+ * others should set it.
+ */
+extern LIB_DICOM_API unsigned int DICOM_Lib_Image_Size;
 /** Rotating positions for reading values that were left in a memory image. */
 extern LIB_DICOM_API int File_Work_File_Count;
 extern LIB_DICOM_API int File_Work_File_Pos[10];

@@ -19,6 +19,7 @@ char* DICOM_Override = nullptr;
 unsigned short DICOM_Modality = 0;
 wchar_t* DICOM_Lib_File_Name = nullptr;
 int DICOM_Lib_File_Source = 0;
+unsigned int DICOM_Lib_Image_Size = 0;
 int File_Work_File_Count = 0;
 int File_Work_File_Pos[10] = {};
 char* Oris_Date_Template = nullptr;

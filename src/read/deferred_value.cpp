@@ -89,11 +89,17 @@ int& Next_Position()
     return File_Work_File_Pos[next];
 }
 
+/** Size of the memory image. Where the client does not tell it, only the range of positions is known. */
+long long Image_Size()
+{
+    constexpr long long Positions = std::numeric_limits<int>::max();
+    const bool is_told = DICOM_Lib_Image_Size != 0;
+    return is_told ? std::min<long long>(DICOM_Lib_Image_Size, Positions) : Positions;
+}
+
 bool Fetch_From_Image(HWND handle, DICOM_List& tag, Place place)
 {
-    // The size of the image is not known here; positions in it have 32 bits.
-    constexpr long long End = std::numeric_limits<int>::max();
-    if (DICOM_Lib_File_Name == nullptr || tag.data_pos > End - tag.size) {
+    if (DICOM_Lib_File_Name == nullptr || tag.data_pos > Image_Size() - tag.size) {
         return Fail_At_End(handle, place, 0, tag.size, L"memory image");
     }
     if (!Allocate(handle, tag, place)) {
@@ -109,8 +115,7 @@ bool Fetch_From_Image(HWND handle, DICOM_List& tag, Place place)
 
 Value_Source::Value_Source()
     : is_file_(DICOM_Lib_File_Source == NEMA_Source_File),
-      file_(is_file_ ? DICOM_Lib_File_Name : nullptr),
-      size_(is_file_ ? file_.Size() : std::numeric_limits<int>::max())
+      file_(is_file_ ? DICOM_Lib_File_Name : nullptr), size_(is_file_ ? file_.Size() : Image_Size())
 {
 }
 

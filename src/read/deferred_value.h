@@ -21,8 +21,7 @@ public:
     }
     /** The source's name for messages. */
     const wchar_t* Name() const;
-    /** Number of bytes from a position on. Of a memory image only the range of positions is known.
-     */
+    /** Number of bytes from a position on. */
     long long Rest(unsigned int position) const;
     /** Returns the number of bytes read, fewer than asked for at the end; -1 after a system error.
      */
