@@ -41,6 +41,7 @@ protected:
         EXPECT_TRUE(module != nullptr && Complete(set, module, findings_)) << Texts(findings_);
         Findings missing;
         Verify(set, module, missing);
+        DICOM_Override = nullptr;
         return Texts(missing);
     }
     static std::string Texts(const Findings& findings)
