@@ -219,6 +219,12 @@ bool Element_Loop::Read_Delimiter(DICOM_List& record)
         return Read_Item(record);
     }
     if (tag == Item_End_Tag || tag == Sequence_End_Tag) {
+        if (record.size != 0) {
+            // Nothing belongs to a delimiter, whatever its length says.
+            findings_.Add(Level::Change, record,
+                          "delimitation of length " + std::to_string(record.size));
+            record.size = 0;
+        }
         if (tag == Item_End_Tag ? Keep_Item_End(record) : Keep_Sequence_End(record)) {
             Insert(record);
         }

@@ -154,6 +154,7 @@ constexpr Pattern Patterns[] = {
     {"pixel data is encapsulated", "fragments"},
     {"offset table", "fragments"},
     {"item outside a sequence", "nesting"},
+    {"delimitation of length", "nesting"},
     {"item delimitation", "nesting"},
     {"sequence delimitation", "nesting"},
     {"is not closed", "nesting"},

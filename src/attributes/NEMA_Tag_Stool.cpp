@@ -311,8 +311,7 @@ char* DICOM_Attribute_Get_Data(HWND handle, DICOM_List* record)
     if (record == nullptr) {
         return trace.Leave(None, "! record");
     }
-    const bool is_value = record->nb_item == 0 && Effective_VR(*record) != VR_SQ;
-    if (is_value && Is_Deferred(*record) && !Fetch_Deferred_Value(handle, *record)) {
+    if (Is_Deferred(*record) && !Fetch_Deferred_Value(handle, *record)) {
         return trace.Leave(None, "reading missing");
     }
     return Guarded(handle, None, [&] {

@@ -1,6 +1,7 @@
 #include "read/deferred_value.h"
 
 #include "frame/c_memory.h"
+#include "frame/vr_rules.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -142,7 +143,11 @@ std::ptrdiff_t Value_Source::Read(unsigned int position, std::span<unsigned char
 
 bool Is_Deferred(const DICOM_List& tag)
 {
-    return tag.data == nullptr && tag.size > Longest_Loaded;
+    // What a sequence, an item or a delimiter measures are the records inside, which may have been
+    // cut off: an image need not reach as far.
+    const unsigned short vr = Effective_VR(tag);
+    const bool is_value = tag.nb_item == 0 && vr != VR_SQ && vr != VR_Item && vr != VR_Delimiter;
+    return is_value && tag.data == nullptr && tag.size > Longest_Loaded;
 }
 
 bool Fetch_Deferred_Value(HWND handle, DICOM_List& tag, Place place)
