@@ -1,7 +1,7 @@
 // Cost per element of the steps from bytes to bytes, on data sets of 10,000 to 1,000,000 elements.
 // The figures to compare are the items per second of one step: they must not fall with the size.
-#include "client/data_set.h"
-#include "client/element_loop.h"
+#include "mend/reading/data_set.h"
+#include "mend/reading/element_loop.h"
 
 #include <benchmark/benchmark.h>
 
@@ -13,12 +13,12 @@
 
 namespace {
 
-using dicom_client::Bytes;
-using dicom_client::Element_Loop;
-using dicom_client::Findings;
-using dicom_client::Library_Session;
-using dicom_client::Record_List;
-using dicom_client::Source;
+using lib_mend::Bytes;
+using lib_mend::Element_Loop;
+using lib_mend::Findings;
+using lib_mend::Library_Session;
+using lib_mend::Record_List;
+using lib_mend::Source;
 
 /** Makes a stream in explicit VR little endian. */
 class Stream {

@@ -1,7 +1,7 @@
 // Time for inputs that are made to hurt, a megabyte each: every line has to stay far below a second.
-#include "client/mend.h"
-#include "client/reader.h"
-#include "hostile_inputs.h"
+#include "mend/interface/mend.h"
+#include "mend/reading/reader.h"
+#include "support/hostile_inputs.h"
 
 #include <benchmark/benchmark.h>
 
@@ -10,18 +10,18 @@
 
 namespace {
 
-using dicom_client::Data_Set;
-using dicom_client::Encoded_File;
-using dicom_client::Findings;
-using dicom_client::Library_Session;
-using dicom_client::Record_List;
-using dicom_client::Source;
+using lib_mend::Data_Set;
+using lib_mend::Encoded_File;
+using lib_mend::Findings;
+using lib_mend::Library_Session;
+using lib_mend::Record_List;
+using lib_mend::Source;
 
 Data_Set Read(const std::string& file, Findings& findings)
 {
     const std::span<const unsigned char> image(reinterpret_cast<const unsigned char*>(file.data()),
                                                file.size());
-    return dicom_client::Read_Data_Set(Source::From_Image(image, "hostile"), findings);
+    return lib_mend::Read_Data_Set(Source::From_Image(image, "hostile"), findings);
 }
 
 void Read_And_Mend(benchmark::State& state, const std::string& file)
@@ -31,7 +31,7 @@ void Read_And_Mend(benchmark::State& state, const std::string& file)
         const Library_Session session(findings);
         Data_Set set = Read(file, findings);
         Encoded_File out;
-        benchmark::DoNotOptimize(dicom_client::Mend(set, {}, findings, out));
+        benchmark::DoNotOptimize(lib_mend::Mend(set, {}, findings, out));
     }
 }
 

@@ -2,12 +2,12 @@
 // UTF-8 already stays as it is.
 //
 // Input: the VR; the length of the declared sets; these; the text.
-#include "client/character_set.h"
+#include "mend/healing/character_set.h"
 #include "fuzz_target.h"
 
 namespace {
 
-using dicom_client::Character_Set;
+using lib_mend::Character_Set;
 
 /** Length of the UTF-8 letter at the front of a text; 0 when there is none. */
 std::size_t Letter_Size(std::string_view text)

@@ -1,12 +1,12 @@
 // Operations on the nested lists that the reading loop and the formatting make of a stream.
 //
 // Input: the byte-order code of the stream; the bits of the removal; a tag to delete; the stream.
-#include "client/element_loop.h"
 #include "fuzz_target.h"
+#include "mend/reading/element_loop.h"
 
 namespace {
 
-using namespace dicom_client;
+using namespace lib_mend;
 
 void Require_Sound(DICOM_List* list, int depth)
 {

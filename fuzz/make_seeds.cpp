@@ -2,10 +2,10 @@
 // damaged in known ways, and values of every VR.
 //
 //   make_seeds FOLDER [FILE...]     FOLDER/TARGET/NAME; each FILE becomes a seed as well
-#include "client/deflate.h"
-#include "client/encoding.h"
 #include "fuzz_target.h"
-#include "stream_builder.h"
+#include "mend/io/deflate.h"
+#include "mend/reading/encoding.h"
+#include "support/stream_builder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -15,7 +15,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using namespace dicom_client;
+using namespace lib_mend;
 using namespace std::string_literals;
 
 constexpr unsigned char Codes[] = {0, 8, 9};

@@ -2,9 +2,9 @@
 // mended to itself, byte for byte; and nothing is lost without a word.
 //
 // Input: options of mending; the file.
-#include "client/mend.h"
-#include "client/reader.h"
+#include "mend/interface/mend.h"
 #include "fuzz_target.h"
+#include "mend/reading/reader.h"
 
 #include <iterator>
 #include <set>
@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace dicom_client;
+using namespace lib_mend;
 
 Data_Set Read(std::span<const unsigned char> bytes, Findings& findings)
 {

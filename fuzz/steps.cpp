@@ -2,12 +2,12 @@
 // bring a data set into line with a module list, here the upper half of the same stream.
 //
 // Input: the byte-order code of the stream; a mark for the module's records; the stream.
-#include "client/element_loop.h"
 #include "fuzz_target.h"
+#include "mend/reading/element_loop.h"
 
 namespace {
 
-using namespace dicom_client;
+using namespace lib_mend;
 
 constexpr int Listing_Flag = 5;
 

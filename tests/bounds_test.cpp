@@ -1,11 +1,11 @@
 // What an input may cost: memory in proportion to its size, and no stack for its depth.
-#include "byte_input.h"
-#include "client/deflate.h"
-#include "client/mend.h"
-#include "client/reader.h"
-#include "fault_injection.h"
-#include "hostile_inputs.h"
-#include "message_log.h"
+#include "mend/interface/mend.h"
+#include "mend/io/deflate.h"
+#include "mend/reading/reader.h"
+#include "support/byte_input.h"
+#include "support/fault_injection.h"
+#include "support/hostile_inputs.h"
+#include "support/message_log.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@
 
 namespace {
 
-using namespace dicom_client;
+using namespace lib_mend;
 
 constexpr std::size_t Kilobyte = 1024;
 using hostile::Megabyte;

@@ -1,12 +1,12 @@
 // Every allocation, read, seek and write made to fail in turn: nothing crashes, nothing leaks, what
 // was there before stays, and the failure is told as the interface promises.
-#include "byte_input.h"
-#include "client/mend.h"
-#include "client/reader.h"
-#include "client/safe_file.h"
-#include "fault_injection.h"
-#include "record_builder.h"
-#include "stream_builder.h"
+#include "mend/interface/mend.h"
+#include "mend/io/safe_file.h"
+#include "mend/reading/reader.h"
+#include "support/byte_input.h"
+#include "support/fault_injection.h"
+#include "support/record_builder.h"
+#include "support/stream_builder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -724,14 +724,14 @@ struct Mended {
 };
 
 /** How much of a file is read into memory at once: all of it, or nothing. */
-constexpr std::int64_t Whole = dicom_client::Source::Small_File;
+constexpr std::int64_t Whole = lib_mend::Source::Small_File;
 constexpr std::int64_t Piecewise = -1;
 
 /** Reads and mends; running out of memory is a failure like any other. */
 Mended Mend_File(const std::string& path, std::int64_t most_in_memory,
-                 const dicom_client::Mend_Options& options = {})
+                 const lib_mend::Mend_Options& options = {})
 {
-    using namespace dicom_client;
+    using namespace lib_mend;
     Mended mended;
     try {
         Findings findings;
@@ -854,7 +854,7 @@ TEST(Fault, A_File_Is_Written_Whole_Or_Not_At_All)
                     std::string error = "no memory";
                     const Injection injection = arm();
                     try {
-                        error = dicom_client::Write_Safely(folder.path + "/out", pieces, replace);
+                        error = lib_mend::Write_Safely(folder.path + "/out", pieces, replace);
                     } catch (const std::bad_alloc&) {
                     }
                     const fault::Pause pause;

@@ -1,10 +1,10 @@
 #include "check.h"
 
-#include "client/check.h"
-#include "client/finding_kinds.h"
-#include "client/reader.h"
-#include "client/verify.h"
 #include "commands.h"
+#include "mend/findings/finding_kinds.h"
+#include "mend/interface/check.h"
+#include "mend/reading/reader.h"
+#include "mend/verify/verify.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -15,12 +15,12 @@ namespace dicom_mend {
 
 namespace {
 
-using dicom_client::Finding;
-using dicom_client::Finding_Kind;
-using dicom_client::Findings;
-using dicom_client::Kind_Of;
-using dicom_client::Severity;
-using dicom_client::Severity_Of;
+using lib_mend::Finding;
+using lib_mend::Finding_Kind;
+using lib_mend::Findings;
+using lib_mend::Kind_Of;
+using lib_mend::Severity;
+using lib_mend::Severity_Of;
 
 /** What was found in all files, by severity and kind. */
 struct Count {
@@ -53,7 +53,7 @@ void Print_Text(const std::string& file, const Finding& finding, bool show_value
 {
     const std::string rule = Rule_Text(Kind_Of(finding));
     std::printf("%s: %s: %s%s%s%s%s\n", Printable(file).c_str(),
-                dicom_client::Severity_Name(Severity_Of(finding)), Place_Text(finding).c_str(),
+                lib_mend::Severity_Name(Severity_Of(finding)), Place_Text(finding).c_str(),
                 Printable(Shown_Text(finding, show_values)).c_str(), rule.empty() ? "" : " (",
                 rule.c_str(), rule.empty() ? "" : ")");
 }
@@ -80,7 +80,7 @@ void Print_JSON(const std::string& file, const Finding& finding, bool show_value
         line += ",\"tag\":" + Quoted(Tag_Text(finding.tag)) +
                 ",\"name\":" + Quoted(Tag_Name(finding.tag));
     }
-    line += ",\"severity\":" + Quoted(dicom_client::Severity_Name(Severity_Of(finding))) +
+    line += ",\"severity\":" + Quoted(lib_mend::Severity_Name(Severity_Of(finding))) +
             ",\"kind\":" + Quoted(kind.name) +
             ",\"text\":" + Quoted(Shown_Text(finding, show_values)) +
             ",\"rule\":" + Quoted(kind.rule) + ",\"clause\":" + Quoted(kind.clause) + "}";
@@ -107,7 +107,7 @@ void Print_Summary(const Summary& summary, bool json, Verbosity verbosity)
             const char* const format =
                 json ? "{\"severity\":\"%s\",\"kind\":\"%s\",\"findings\":%zu,\"files\":%zu}\n"
                      : "%-7s  %-16s  %6zu findings in %zu files\n";
-            std::printf(format, dicom_client::Severity_Name(severity), kind->name,
+            std::printf(format, lib_mend::Severity_Name(severity), kind->name,
                         entry->second.findings, entry->second.files);
         }
     }
@@ -119,18 +119,17 @@ Exit_Status Status_Of_Check(const Findings& findings)
     const auto is_fault = [](const Finding& finding) {
         return Severity_Of(finding) != Severity::Info;
     };
-    if (findings.Has(dicom_client::Level::Error)) {
+    if (findings.Has(lib_mend::Level::Error)) {
         return Exit_Failure;
     }
     return std::any_of(findings.All().begin(), findings.All().end(), is_fault) ? Exit_Findings
                                                                                : Exit_Clean;
 }
 
-void Verify_Module(const dicom_client::Data_Set& set, const std::string& code, Findings& findings)
+void Verify_Module(const lib_mend::Data_Set& set, const std::string& code, Findings& findings)
 {
     const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
-    DICOM_List* const module =
-        name.empty() ? nullptr : dicom_client::Read_Module(name, true, findings);
+    DICOM_List* const module = name.empty() ? nullptr : lib_mend::Read_Module(name, true, findings);
     if (module != nullptr) {
         Verify(set, module, findings);
     }
@@ -139,13 +138,13 @@ void Verify_Module(const dicom_client::Data_Set& set, const std::string& code, F
 Exit_Status Check_File(const std::string& path, const Check_Request& request, Summary& summary)
 {
     Findings findings;
-    const dicom_client::Library_Session session(findings);
-    const std::shared_ptr<dicom_client::Source> source = Open(path);
+    const lib_mend::Library_Session session(findings);
+    const std::shared_ptr<lib_mend::Source> source = Open(path);
     if (source == nullptr) {
         return Exit_Failure;
     }
-    dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
-    dicom_client::Check(set, findings);
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    lib_mend::Check(set, findings);
     if (!request.module.empty()) {
         Verify_Module(set, request.module, findings);
     }

@@ -1,11 +1,11 @@
 #include "commands.h"
 
-#include "client/complete.h"
-#include "client/reader.h"
-#include "client/safe_file.h"
-#include "client/verify.h"
 #include "list.h"
 #include "lookup.h"
+#include "mend/io/safe_file.h"
+#include "mend/reading/reader.h"
+#include "mend/verify/complete.h"
+#include "mend/verify/verify.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -18,9 +18,9 @@ namespace dicom_mend {
 
 namespace {
 
-using dicom_client::Findings;
-using dicom_client::Library_Session;
-using dicom_client::Source;
+using lib_mend::Findings;
+using lib_mend::Library_Session;
+using lib_mend::Source;
 
 Exit_Status List_File(const std::string& path, const List_Request& request,
                       const Terminal& terminal)
@@ -31,7 +31,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
     if (source == nullptr) {
         return Exit_Failure;
     }
-    const dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
+    const lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
     if (request.tsv) {
         Print_TSV(set);
     } else {
@@ -51,7 +51,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
 std::string Rule_Of(const std::string& setting)
 {
     const std::size_t equals = setting.find('=');
-    dicom_client::Tag tag;
+    lib_mend::Tag tag;
     if (equals == setting.npos || !Parse_Tag(setting.substr(0, equals), tag)) {
         return {};
     }
@@ -70,7 +70,7 @@ std::string Read_Text(const std::string& path, std::string& text)
     if (source == nullptr) {
         return path + ": " + error;
     }
-    dicom_client::Bytes bytes(static_cast<std::size_t>(source->Size()));
+    lib_mend::Bytes bytes(static_cast<std::size_t>(source->Size()));
     bytes.resize(source->Read(0, bytes));
     text.assign(bytes.begin(), bytes.end());
     text += '\n';
@@ -120,30 +120,29 @@ public:
     }
 };
 
-bool Complete_Set(dicom_client::Data_Set& set, const std::string& code, Findings& findings)
+bool Complete_Set(lib_mend::Data_Set& set, const std::string& code, Findings& findings)
 {
     const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
     if (name.empty() && DICOM_Override == nullptr) {
-        findings.Add(dicom_client::Level::Error, "no IOD; --module names one");
+        findings.Add(lib_mend::Level::Error, "no IOD; --module names one");
         return false;
     }
-    DICOM_List* const module = dicom_client::Read_Module(name, false, findings);
-    if (module == nullptr || !dicom_client::Complete(set, module, findings)) {
+    DICOM_List* const module = lib_mend::Read_Module(name, false, findings);
+    if (module == nullptr || !lib_mend::Complete(set, module, findings)) {
         return false;
     }
-    dicom_client::Verify(set, module, findings);
+    lib_mend::Verify(set, module, findings);
     return true;
 }
 
 /** Finds out before the work what would make the writing fail. */
 std::string Refusal(const Mend_Request& request)
 {
-    if (dicom_client::Is_Same_File(request.input, request.output)) {
+    if (lib_mend::Is_Same_File(request.input, request.output)) {
         return "is the input, which is never overwritten";
     }
-    const std::string fault = dicom_client::Target_Fault(request.output, request.force);
-    const bool force_helps =
-        !fault.empty() && dicom_client::Target_Fault(request.output, true).empty();
+    const std::string fault = lib_mend::Target_Fault(request.output, request.force);
+    const bool force_helps = !fault.empty() && lib_mend::Target_Fault(request.output, true).empty();
     return force_helps ? fault + "; --force replaces it" : fault;
 }
 
@@ -162,16 +161,15 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
     if (source == nullptr) {
         return Exit_Failure;
     }
-    dicom_client::Data_Set set = dicom_client::Read_Data_Set(source, findings);
-    dicom_client::Encoded_File file;
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    lib_mend::Encoded_File file;
     const bool mended =
-        prepare(set, findings) && dicom_client::Mend(set, request.options, findings, file);
+        prepare(set, findings) && lib_mend::Mend(set, request.options, findings, file);
     Report(request.input, findings, request.verbosity, request.show_values);
     if (!mended) {
         return Exit_Failure;
     }
-    const std::string error =
-        dicom_client::Write_Safely(request.output, file.Pieces(), request.force);
+    const std::string error = lib_mend::Write_Safely(request.output, file.Pieces(), request.force);
     if (!error.empty()) {
         Report_Failure(request.output, error);
         return Exit_Failure;
@@ -203,7 +201,7 @@ Exit_Status Run_List(const List_Request& request)
 
 Exit_Status Run_Mend(const Mend_Request& request)
 {
-    return Mend_File(request, [](dicom_client::Data_Set&, Findings&) { return true; });
+    return Mend_File(request, [](lib_mend::Data_Set&, Findings&) { return true; });
 }
 
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion)
@@ -215,7 +213,7 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
         return Exit_Failure;
     }
     const Override override(rules);
-    return Mend_File(request, [&](dicom_client::Data_Set& set, Findings& findings) {
+    return Mend_File(request, [&](lib_mend::Data_Set& set, Findings& findings) {
         return Complete_Set(set, completion.module, findings);
     });
 }

@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_COMMANDS_H
 #define TOOLS_DICOM_MEND_COMMANDS_H
 
-#include "client/mend.h"
+#include "mend/interface/mend.h"
 #include "report.h"
 
 #include <memory>
@@ -32,7 +32,7 @@ struct Completion {
 struct Mend_Request {
     std::string input;
     std::string output;
-    dicom_client::Mend_Options options;
+    lib_mend::Mend_Options options;
     /** An existing output may be replaced. */
     bool force = false;
     Verbosity verbosity = Verbosity::Normal;
@@ -41,7 +41,7 @@ struct Mend_Request {
 };
 
 /** Opens a file for reading; null after a report. */
-std::shared_ptr<dicom_client::Source> Open(const std::string& path);
+std::shared_ptr<lib_mend::Source> Open(const std::string& path);
 
 Exit_Status Run_List(const List_Request& request);
 Exit_Status Run_Mend(const Mend_Request& request);

@@ -1,6 +1,6 @@
 #include "list.h"
 
-#include "client/character_set.h"
+#include "mend/healing/character_set.h"
 #include "value_text.h"
 
 #include <cstdio>
@@ -11,18 +11,18 @@ namespace dicom_mend {
 
 namespace {
 
-using dicom_client::Character_Set;
-using dicom_client::Data_Set;
-using dicom_client::Findings;
-using dicom_client::Has_Value;
-using dicom_client::Is_Delimiter;
-using dicom_client::Item_Of;
-using dicom_client::Records;
-using dicom_client::Tag_Of;
-using dicom_client::Tag_Text;
-using dicom_client::VR_Of;
+using lib_mend::Character_Set;
+using lib_mend::Data_Set;
+using lib_mend::Findings;
+using lib_mend::Has_Value;
+using lib_mend::Is_Delimiter;
+using lib_mend::Item_Of;
+using lib_mend::Records;
+using lib_mend::Tag_Of;
+using lib_mend::Tag_Text;
+using lib_mend::VR_Of;
 
-constexpr dicom_client::Tag Character_Set_Tag = {0x0008, 0x0005};
+constexpr lib_mend::Tag Character_Set_Tag = {0x0008, 0x0005};
 
 /** Length as the header gave it: a value that the end of the file cuts off keeps it aside. */
 int Given_Length(const DICOM_List& record)
@@ -102,8 +102,7 @@ public:
         constexpr std::size_t Enough = 1024;
         const DICOM_List* const terms = Find_Record(list, Character_Set_Tag);
         const Character_Set characters =
-            terms != nullptr ? Character_Set(dicom_client::Trimmed(set_.Value(*terms, Enough)))
-                             : outer;
+            terms != nullptr ? Character_Set(lib_mend::Trimmed(set_.Value(*terms, Enough))) : outer;
         for (DICOM_List& record : Records(list)) {
             if (!Is_Delimiter(record)) {
                 Print_Record(record, characters);
@@ -156,8 +155,8 @@ void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& pa
         const std::string own = path + Tag_Text(Tag_Of(record));
         // What a sequence holds follows in lines of its own.
         const bool has_value = VR_Of(record) != VR_SQ;
-        const dicom_client::Bytes value =
-            has_value ? set.Value(record, Shown_Bytes) : dicom_client::Bytes();
+        const lib_mend::Bytes value =
+            has_value ? set.Value(record, Shown_Bytes) : lib_mend::Bytes();
         std::printf("%s\t%s\t%d\t%s\n", own.c_str(), VR_Text(VR_Of(record)).c_str(),
                     Given_Length(record), Hexadecimal(value).c_str());
         for (int i = 0; Holds_Elements(record) && Item_Of(record, i) != nullptr; ++i) {

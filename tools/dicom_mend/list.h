@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_LIST_H
 #define TOOLS_DICOM_MEND_LIST_H
 
-#include "client/data_set.h"
+#include "mend/reading/data_set.h"
 #include "terminal.h"
 
 namespace dicom_mend {
@@ -13,14 +13,14 @@ namespace dicom_mend {
  *
  * @param findings  the findings of the session that is open
  */
-void Print_Text(const dicom_client::Data_Set& set, dicom_client::Findings& findings,
+void Print_Text(const lib_mend::Data_Set& set, lib_mend::Findings& findings,
                 const Terminal& terminal);
 
 /**
  * Prints path, VR, length as read and the first 64 bytes of the value, separated by tabulators.
  * Items and delimiters are no lines of their own.
  */
-void Print_TSV(const dicom_client::Data_Set& set);
+void Print_TSV(const lib_mend::Data_Set& set);
 
 }  // namespace dicom_mend
 

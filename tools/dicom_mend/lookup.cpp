@@ -11,8 +11,8 @@ namespace dicom_mend {
 
 namespace {
 
-using dicom_client::Tag;
-using dicom_client::Tag_Text;
+using lib_mend::Tag;
+using lib_mend::Tag_Text;
 
 /** Letters and digits of a name: what the library's search compares. */
 std::size_t Count_Letters(const std::string& name)
@@ -122,8 +122,8 @@ std::vector<const DICOM_UID_Entry*> UIDs_Of(const std::string& term)
 template <class Entries>
 Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
 {
-    dicom_client::Findings findings;
-    const dicom_client::Library_Session session(findings);
+    lib_mend::Findings findings;
+    const lib_mend::Library_Session session(findings);
     Exit_Status status = Exit_Clean;
     for (const std::string& term : terms) {
         const auto entries = entries_of(term);
@@ -189,7 +189,7 @@ Exit_Status Print_Concepts(const std::string& table, const std::string& name)
 
 }  // namespace
 
-bool Parse_Tag(std::string text, dicom_client::Tag& tag)
+bool Parse_Tag(std::string text, lib_mend::Tag& tag)
 {
     constexpr std::size_t Digits = 8;
     if (text.size() == Digits + 3 && text.front() == '(' && text.back() == ')') {
@@ -218,8 +218,8 @@ Exit_Status Run_UID(const Lookup_Request& request)
 
 Exit_Status Run_Code(const Code_Request& request)
 {
-    dicom_client::Findings findings;
-    const dicom_client::Library_Session session(findings);
+    lib_mend::Findings findings;
+    const lib_mend::Library_Session session(findings);
     const std::string table = Table_File(request.table);
     Exit_Status status = Exit_Clean;
     for (const std::string& name : request.names) {

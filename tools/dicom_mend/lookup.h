@@ -21,7 +21,7 @@ struct Code_Request {
 };
 
 /** Reads a tag in one of the forms gggg,eeee, (gggg,eeee) and ggggeeee. */
-bool Parse_Tag(std::string text, dicom_client::Tag& tag);
+bool Parse_Tag(std::string text, lib_mend::Tag& tag);
 
 /** Prints the data elements that the terms stand for, one a line. */
 Exit_Status Run_Dict(const Lookup_Request& request);

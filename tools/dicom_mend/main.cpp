@@ -17,8 +17,8 @@
 
 namespace {
 
-using dicom_client::Output_Syntax;
 using dicom_mend::Verbosity;
+using lib_mend::Output_Syntax;
 
 constexpr char Description[] =
     "Reads damaged DICOM files, says what is wrong with them, and writes "

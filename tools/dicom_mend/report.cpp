@@ -1,6 +1,6 @@
 #include "report.h"
 
-#include "client/finding_kinds.h"
+#include "mend/findings/finding_kinds.h"
 #include "terminal.h"
 
 #include <cstdio>
@@ -9,8 +9,8 @@ namespace dicom_mend {
 
 namespace {
 
-using dicom_client::Finding;
-using dicom_client::Level;
+using lib_mend::Finding;
+using lib_mend::Level;
 
 bool Is_Shown(Level level, Verbosity verbosity)
 {
@@ -42,7 +42,7 @@ std::string Place_Text(const Finding& finding)
     return text.empty() ? text : text + ": ";
 }
 
-void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity,
+void Report(const std::string& file, const lib_mend::Findings& findings, Verbosity verbosity,
             bool show_values)
 {
     std::fflush(stdout);
@@ -70,7 +70,7 @@ Exit_Status Finish_Output(Exit_Status status)
     return status;
 }
 
-Exit_Status Status_Of(const dicom_client::Findings& findings)
+Exit_Status Status_Of(const lib_mend::Findings& findings)
 {
     if (findings.Has(Level::Error)) {
         return Exit_Failure;

@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_REPORT_H
 #define TOOLS_DICOM_MEND_REPORT_H
 
-#include "client/findings.h"
+#include "mend/findings/findings.h"
 
 #include <string>
 
@@ -17,14 +17,14 @@ enum class Verbosity {
 enum Exit_Status : int { Exit_Clean = 0, Exit_Findings = 1, Exit_Failure = 2 };
 
 /** "(0008,0020) Study Date at 0x1F2: ", as far as it is known. */
-std::string Place_Text(const dicom_client::Finding& finding);
+std::string Place_Text(const lib_mend::Finding& finding);
 
 /**
  * Prints the findings of one file, one line each.
  *
  * @param show_values  also those that may identify a person
  */
-void Report(const std::string& file, const dicom_client::Findings& findings, Verbosity verbosity,
+void Report(const std::string& file, const lib_mend::Findings& findings, Verbosity verbosity,
             bool show_values);
 
 /** Prints an error that concerns a file as a whole. */
@@ -33,7 +33,7 @@ void Report_Failure(const std::string& file, const std::string& reason);
 /** Flushes standard output; gives `status`, or that of a failure when it cannot be written. */
 Exit_Status Finish_Output(Exit_Status status);
 
-Exit_Status Status_Of(const dicom_client::Findings& findings);
+Exit_Status Status_Of(const lib_mend::Findings& findings);
 
 }  // namespace dicom_mend
 

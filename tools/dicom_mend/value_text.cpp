@@ -10,7 +10,7 @@ std::string VR_Text(unsigned short vr)
     return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
 }
 
-std::string Hexadecimal(const dicom_client::Bytes& bytes)
+std::string Hexadecimal(const lib_mend::Bytes& bytes)
 {
     constexpr char Digits[] = "0123456789abcdef";
     std::string text;

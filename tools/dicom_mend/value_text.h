@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_VALUE_TEXT_H
 #define TOOLS_DICOM_MEND_VALUE_TEXT_H
 
-#include "client/source.h"
+#include "mend/io/source.h"
 
 #include <string>
 
@@ -12,7 +12,7 @@ namespace dicom_mend {
 std::string VR_Text(unsigned short vr);
 
 /** Bytes in small hexadecimal digits. */
-std::string Hexadecimal(const dicom_client::Bytes& bytes);
+std::string Hexadecimal(const lib_mend::Bytes& bytes);
 
 }  // namespace dicom_mend
 

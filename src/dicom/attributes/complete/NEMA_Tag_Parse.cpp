@@ -1,0 +1,167 @@
+// Handlers of the client: their registry, and the walk that hands them the records of a list.
+#include "attributes/complete/private_creators.h"
+#include "frame/report.h"
+
+#include <Lib_DICOM/attributes.h>
+
+#include <cstdlib>
+#include <new>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+using namespace lib_dicom;
+
+namespace {
+
+struct Group_Handler {
+    unsigned short group;
+    DICOM_Parse_Handler handler;
+};
+
+struct Private_Handler {
+    char creator[72];
+    DICOM_Parse_Handler handler;
+};
+
+struct Registry {
+    std::vector<Group_Handler> groups;
+    std::vector<Private_Handler> creators;
+    std::vector<Group_Handler> spi;
+};
+
+Registry& The_Registry()
+{
+    static Registry registry;
+    return registry;
+}
+
+/** Adds an entry; without memory the table stays as it is. */
+template <class Entry>
+int Grow(std::vector<Entry>& table, const Entry& entry, const char* name, Place place = Place())
+{
+    try {
+        table.push_back(entry);
+        return 1;
+    } catch (const std::bad_alloc&) {
+        Report_Memory(hwnd, "realloc", name, static_cast<int>(table.size() + 1), sizeof(Entry),
+                      place);
+        return 0;
+    }
+}
+
+DICOM_Parse_Handler Find_Handler(const std::vector<Group_Handler>& table, unsigned short group)
+{
+    for (const Group_Handler& entry : table) {
+        if (entry.group == group) {
+            return entry.handler;
+        }
+    }
+    return nullptr;
+}
+
+DICOM_Parse_Handler Find_Handler(const std::vector<Private_Handler>& table, std::string_view text)
+{
+    for (const Private_Handler& entry : table) {
+        if (text.starts_with(entry.creator)) {
+            return entry.handler;
+        }
+    }
+    return nullptr;
+}
+
+/** Finds the handlers of the records of one list. */
+class Dispatcher {
+public:
+    explicit Dispatcher(const DICOM_List* list) : list_(list)
+    {
+    }
+
+    DICOM_Parse_Handler Handler_Of(const DICOM_List& record)
+    {
+        const Registry& registry = The_Registry();
+        if ((record.flags & DICOM_Mark_Private) != 0) {
+            const DICOM_Parse_Handler handler = Find_Handler(registry.spi, record.group);
+            if (handler != nullptr) {
+                return handler;
+            }
+        }
+        if (record.group % 2 == 0) {
+            return Find_Handler(registry.groups, record.group);
+        }
+        if (registry.creators.empty() || record.element < First_Private_Element) {
+            return nullptr;
+        }
+        const std::string creator = Creator_Text(Find_Creator(record));
+        return creator.empty() ? nullptr : Find_Handler(registry.creators, creator);
+    }
+
+private:
+    const DICOM_List* Find_Creator(const DICOM_List& record)
+    {
+        if (!creators_) {
+            creators_.emplace(list_);
+        }
+        return creators_->Find(record.group, Creator_Of(record));
+    }
+
+    const DICOM_List* list_;
+    std::optional<Creators> creators_;
+};
+
+}  // namespace
+
+int DICOM_Attribute_List_Group_Grow(unsigned short group, DICOM_Parse_Handler handler)
+{
+    const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Attribute_List_Group_Grow(%04x)",
+                            group);
+    return Grow(The_Registry().groups, {group, handler}, "List_Group");
+}
+
+int DICOM_Attribute_List_Private_Grow(const char* creator, DICOM_Parse_Handler handler)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Attribute_List_Private_Grow(%hs)",
+                      creator);
+    Private_Handler entry = {{}, handler};
+    const std::size_t size = std::strlen(creator);
+    if (size >= sizeof entry.creator) {
+        Report_Error(hwnd, "the private creator \"%hs\" is longer than %d bytes", creator,
+                     static_cast<int>(sizeof entry.creator) - 1);
+        return trace.Leave(0, "creator");
+    }
+    std::memcpy(entry.creator, creator, size);
+    return Grow(The_Registry().creators, entry, "List_Private");
+}
+
+int DICOM_Attribute_List_SPI_Grow(unsigned short group, DICOM_Parse_Handler handler)
+{
+    const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Attribute_List_SPI_Grow(%04x)",
+                            group);
+    return Grow(The_Registry().spi, {group, handler}, "List_SPI");
+}
+
+void DICOM_Attribute_List_Cleanup(void)
+{
+    const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Attribute_List_Cleanup()");
+    The_Registry() = Registry();
+}
+
+void* DICOM_Attribute_Parse(HWND handle, DICOM_Root* root, DICOM_List* list, void* user)
+{
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Parse()");
+    return Guarded(handle, user, [=, &user] {
+        Dispatcher dispatcher(list);
+        for (DICOM_List* record = list; record != nullptr; record = record->next) {
+            Trace(handle, Trace_Entry, "-> DICOM_Attribute_Parse (%04x,%04x)", record->group,
+                  record->element);
+            const DICOM_Parse_Handler handler = dispatcher.Handler_Of(*record);
+            if (handler != nullptr) {
+                user = handler(handle, root, record, user);
+            }
+            if (user == nullptr) {
+                break;
+            }
+        }
+        return user;
+    });
+}

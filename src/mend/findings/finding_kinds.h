@@ -1,0 +1,48 @@
+// What kinds of findings there are: how grave each is, and what the standard asks for instead.
+#ifndef LIB_MEND_FINDING_KINDS_H
+#define LIB_MEND_FINDING_KINDS_H
+
+#include "mend/findings/findings.h"
+
+namespace lib_mend {
+
+enum class Severity {
+    Info,     ///< no fault
+    Warning,  ///< against the standard, but read by most programs without harm
+    Error     ///< against the standard, and likely to be misread or refused
+};
+
+struct Finding_Kind {
+    /** Stable name, for programs. */
+    const char* name;
+    Severity severity;
+    /** The fault in general words. They quote no value. */
+    const char* what;
+    /** What the standard asks for, and where; empty when it says nothing. */
+    const char* rule;
+    const char* clause;
+    /** The texts of this kind quote values of the file. */
+    bool quotes_value;
+};
+
+const Finding_Kind& Kind_Of(const Finding& finding);
+
+/** The severity of the kind; what could not be read or written is an error of whatever kind. */
+Severity Severity_Of(const Finding& finding);
+
+/** "error", "warning" or "info". */
+const char* Severity_Name(Severity severity);
+
+/**
+ * Tells whether values of an attribute may identify a person. Only numbers and codes outside the
+ * groups on patients, visits and requests surely do not; dates, UIDs and free texts may, and so may
+ * private elements (PS3.15 annex E).
+ */
+bool May_Identify(Tag tag, unsigned short vr);
+
+/** The text of a finding; without values that may identify a person unless they are to be shown. */
+std::string Shown_Text(const Finding& finding, bool show_values);
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,149 @@
+// What was found in a file and what was done about it. Messages of the library and observations of
+// the client end up in one list, each with its tag and its place in the file.
+#ifndef LIB_MEND_FINDINGS_H
+#define LIB_MEND_FINDINGS_H
+
+#include <Lib_DICOM/Lib_DICOM.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace lib_mend {
+
+struct Tag {
+    unsigned short group = 0;
+    unsigned short element = 0;
+
+    bool operator==(const Tag&) const = default;
+    auto operator<=>(const Tag&) const = default;
+};
+
+/** "gggg,eeee" in small hexadecimal letters. */
+std::string Tag_Text(Tag tag);
+
+/** Name of a tag: the dictionary's, or what is known of private and unknown ones. */
+std::string Tag_Name(Tag tag);
+
+enum class Level {
+    Info,    ///< worth knowing, nothing was changed
+    Change,  ///< a fault that was mended, or will be
+    Error    ///< something could not be read or written
+};
+
+struct Finding {
+    static constexpr std::int64_t Nowhere = -1;
+
+    Level level = Level::Info;
+    bool has_tag = false;
+    Tag tag;
+    /** VR of the record that the finding is about, 0 when it is not known. */
+    unsigned short vr = 0;
+    std::int64_t offset = Nowhere;
+    std::string text;
+};
+
+/** The record that is being worked on: the tag and the place of messages that name none. */
+struct Subject {
+    bool known = false;
+    Tag tag;
+    unsigned short vr = 0;
+    std::int64_t offset = Finding::Nowhere;
+};
+
+inline unsigned short VR_Of(const DICOM_List& record)
+{
+    return record.vr != 0 ? record.vr : record.vr_default;
+}
+
+class Findings {
+public:
+    void Add(Level level, std::string text);
+    void Add(Level level, Tag tag, std::int64_t offset, std::string text);
+    void Add(Level level, const DICOM_List& record, std::string text);
+
+    const std::vector<Finding>& All() const
+    {
+        return all_;
+    }
+    bool Has(Level level) const;
+    /** Gives findings from the index `first` on that have no place this one. */
+    void Add_Place(std::size_t first, std::int64_t offset);
+    /** Gives findings from the index `first` on that name a tag without a place the place of it. */
+    void Add_Places(std::size_t first, const std::map<Tag, std::int64_t>& places);
+
+    /** Takes one message of the library. */
+    void Take_Message(unsigned int severity, const char* text);
+    /** The library's error texts since the last call, joined; they are not findings yet. */
+    std::string Take_Errors();
+    /** Turns error texts that nobody took into findings, and says when memory ran out. */
+    void Settle_Errors();
+
+    /** Memory ran out, so that a message or a value may be missing. */
+    void Note_Out_Of_Memory() noexcept
+    {
+        out_of_memory_ = true;
+    }
+    bool Out_Of_Memory() const noexcept
+    {
+        return out_of_memory_;
+    }
+
+    Subject subject;
+
+private:
+    std::vector<Finding> all_;
+    std::vector<std::string> errors_;
+    bool out_of_memory_ = false;
+    bool out_of_memory_reported_ = false;
+};
+
+/** Sets the subject of a list of findings for the length of a scope. */
+class About {
+public:
+    About(Findings& findings, const DICOM_List& record)
+        : findings_(findings), saved_(findings.subject)
+    {
+        findings.subject = {true, {record.group, record.element}, VR_Of(record), record.pos};
+    }
+    About(const About&) = delete;
+    About& operator=(const About&) = delete;
+    ~About()
+    {
+        findings_.subject = saved_;
+    }
+
+private:
+    Findings& findings_;
+    Subject saved_;
+};
+
+/**
+ * Directs the library's messages into a list of findings and sets the library to the current
+ * standard, with private groups kept; what was set before comes back at the end of the scope.
+ */
+class Library_Session {
+public:
+    explicit Library_Session(Findings& findings);
+    Library_Session(const Library_Session&) = delete;
+    Library_Session& operator=(const Library_Session&) = delete;
+    ~Library_Session();
+
+private:
+    static void Take(HWND handle, unsigned int severity, const char* text, void* context) noexcept;
+
+    /** Where messages go at present; the channel tells its sink of before, but not its context. */
+    static Findings* current_;
+
+    Findings* saved_findings_;
+    Error_Sink saved_sink_;
+    int saved_warning_;
+    int saved_report_;
+    char saved_standard_;
+    char saved_private_;
+};
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,34 @@
+// Writing a file so that it is there whole or not at all.
+#ifndef LIB_MEND_SAFE_FILE_H
+#define LIB_MEND_SAFE_FILE_H
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace lib_mend {
+
+/** True when both paths name the same existing file. */
+bool Is_Same_File(const std::string& path, const std::string& other);
+
+/** Why `path` cannot be the target of Write_Safely, as things stand; empty when it can. */
+std::string Target_Fault(const std::string& path, bool replace);
+
+/**
+ * Writes pieces one after the other to a temporary file in the target's folder, syncs it, and
+ * renames it to the target. A process that is killed leaves the old file or the whole new one.
+ * A replaced file hands on its rights and, where the process may, its owner and group.
+ *
+ * SIGINT, SIGTERM and SIGHUP take effect when the temporary file is gone again. For threads other
+ * than the caller's, that is left to the program.
+ *
+ * @param replace  an existing regular file may be replaced; nothing else ever is
+ * @return empty, or the reason of the failure; then the target is as it was, unless the reason
+ *         says that only the syncing of the folder failed
+ */
+std::string Write_Safely(const std::string& path,
+                         const std::vector<std::span<const unsigned char>>& pieces, bool replace);
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,124 @@
+// Where the bytes come from: a file, or a buffer in memory.
+#ifndef LIB_MEND_SOURCE_H
+#define LIB_MEND_SOURCE_H
+
+#include <Lib_DICOM/Lib_DICOM.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace lib_mend {
+
+/** The library counts positions and lengths in signed 32 bits. */
+inline constexpr std::int64_t Max_File_Size = 0x7FFFFFFF;
+
+using Bytes = std::vector<unsigned char>;
+
+class Source {
+public:
+    /** Files up to this size are read into memory, where their many small reads are cheap. */
+    static constexpr std::int64_t Small_File = std::int64_t{4} << 20;
+
+    /**
+     * Opens a file. It is not mapped: a file that someone cuts meanwhile shall end early, not kill
+     * the process. What is not a regular file (a pipe) is read into memory whatever its size.
+     *
+     * @param error          receives the reason of a failure
+     * @param most_in_memory  larger files are read piece by piece
+     * @return null on failure, and for files above Max_File_Size
+     */
+    static std::shared_ptr<Source> Open(const std::string& path, std::string& error,
+                                        std::int64_t most_in_memory = Small_File);
+    static std::shared_ptr<Source> From_Bytes(Bytes bytes, std::string name);
+    /** `image` is not copied and has to outlive the source. */
+    static std::shared_ptr<Source> From_Image(std::span<const unsigned char> image,
+                                              std::string name);
+
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+    ~Source();
+
+    std::int64_t Size() const
+    {
+        return size_;
+    }
+    const std::string& Name() const
+    {
+        return name_;
+    }
+    /** The bytes in memory, null when the file is read by descriptor. */
+    const unsigned char* Image() const
+    {
+        return image_;
+    }
+    /**
+     * Copies bytes out, without moving any position.
+     *
+     * @return number of bytes copied; less than asked for at the end, or when reading fails
+     */
+    std::size_t Read(std::int64_t offset, std::span<unsigned char> out) const;
+    /** The system error of a read or a seek that failed, 0 for none. */
+    int Failure() const
+    {
+        return failure_;
+    }
+
+private:
+    friend class Cursor;
+
+    explicit Source(std::string name);
+    bool Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::string& error);
+
+    std::string name_;
+    std::wstring wide_name_;
+    Bytes owned_;
+    const unsigned char* image_ = nullptr;
+    int descriptor_ = -1;
+    std::int64_t size_ = 0;
+    mutable int failure_ = 0;
+};
+
+/** The header of one data element, as the library read it. */
+struct Header {
+    unsigned short group = 0;
+    unsigned short element = 0;
+    unsigned short vr = 0;
+    int length = 0;
+};
+
+/** A position in a source, in the form in which the library takes it. */
+class Cursor {
+public:
+    Cursor(std::shared_ptr<Source> source, std::int64_t start);
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
+    ~Cursor();
+
+    /** False when the source could not be positioned at the start. */
+    bool Ready() const
+    {
+        return ready_;
+    }
+    std::int64_t Tell() const;
+    bool Seek(std::int64_t offset);
+    /** Reads a header; the result is that of NEMA_Get_Data_Element. */
+    bool Read_Header(unsigned char mode, Header& header);
+    /** Reads a value of `size` bytes; false when it could not be read whole. */
+    bool Read_Value(int size, Bytes& value);
+
+private:
+    int Kind() const;
+    void* Pointer() const;
+
+    std::shared_ptr<Source> source_;
+    int* position_ = nullptr;
+    int where_ = 0;
+    bool ready_ = false;
+};
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,22 @@
+// The reading loop: from the bytes of a file to a nested data set.
+#ifndef LIB_MEND_READER_H
+#define LIB_MEND_READER_H
+
+#include "mend/reading/data_set.h"
+
+#include <memory>
+
+namespace lib_mend {
+
+/**
+ * Reads a file: finds preamble and group 0002, settles the transfer syntax, reads all elements and
+ * nests them. A fault ends the reading at its place; what precedes it is kept. Values above 1024
+ * bytes stay in the source. Throws std::bad_alloc.
+ *
+ * @param findings  receives what is wrong; a Library_Session has to direct messages there
+ */
+Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings);
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,266 @@
+#include "mend/verify/complete.h"
+
+#include "mend/healing/repair.h"
+#include "mend/verify/verify.h"
+#include "mend/writing/file_meta.h"
+
+#include <algorithm>
+#include <map>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr unsigned short Value_Marks = DICOM_Mark_Forced | DICOM_Mark_Default | DICOM_Mark_Append;
+
+/** The records of one list by tag. */
+using Record_Map = std::map<Tag, DICOM_List*>;
+
+Record_Map Map_Of(DICOM_List* list)
+{
+    Record_Map map;
+    for (DICOM_List& record : Records(list)) {
+        map.emplace(Tag_Of(record), &record);
+    }
+    return map;
+}
+
+DICOM_List* Find_In(const Record_Map& map, Tag tag)
+{
+    const auto found = map.find(tag);
+    return found != map.end() ? found->second : nullptr;
+}
+
+/** An item of a data set that is open in a context, through which the library works inside it. */
+class Place_In_Set {
+public:
+    explicit Place_In_Set(Data_Set& set) : set_(set)
+    {
+    }
+    const Data_Set& Set() const
+    {
+        return set_;
+    }
+    DICOM_Root* Root()
+    {
+        return &root_;
+    }
+    DICOM_List** List()
+    {
+        return set_.records.Address();
+    }
+
+    /** Calls `visit` with the list of each item of a sequence, with the item open. */
+    template <class Visit>
+    void For_Each_Item(const DICOM_List& sequence, Visit&& visit)
+    {
+        DICOM_Attribute_Sequence_Start(nullptr, &root_, sequence.group, sequence.element,
+                                       sequence.flags, 0);
+        for (int i = 0; Item_Of(sequence, i) != nullptr; ++i) {
+            DICOM_Attribute_Item_Start(nullptr, &root_, 0);
+            visit(sequence.item[i]);
+            DICOM_Attribute_Item_Stop(nullptr, &root_, 0);
+        }
+        DICOM_Attribute_Sequence_Stop(nullptr, &root_, 0);
+    }
+
+private:
+    Data_Set& set_;
+    DICOM_Root root_ = {};
+};
+
+bool Has_Mark(const DICOM_List& record, unsigned short marks)
+{
+    return (record.flags & marks) != 0;
+}
+
+/**
+ * Tells whether an absent attribute is created for the value that its definition gives. A default
+ * is not: it stands in for what is required, and nothing tells whether a condition (1C, 2C) holds.
+ */
+bool Creates_Attribute(const DICOM_List& node)
+{
+    const bool required = node.type == Type_1 || node.type == Type_2 || node.type == 0;
+    return Has_Mark(node, DICOM_Mark_Forced | DICOM_Mark_Append) ||
+           (required && Has_Mark(node, DICOM_Mark_Default));
+}
+
+/** A sequence that is absent comes into being for values that are wanted, or that it requires. */
+bool Creates_Sequence(const DICOM_List& node)
+{
+    for (const DICOM_List& inner : Records(Item_Of(node, 0))) {
+        const bool wanted = Has_Mark(inner, DICOM_Mark_Forced | DICOM_Mark_Append) ||
+                            (node.type == Type_1 && Creates_Attribute(inner));
+        if (wanted || Creates_Sequence(inner)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/** Sets attributes to the values that module records give. */
+class Merger {
+public:
+    Merger(Place_In_Set& place, Findings& findings) : place_(place), findings_(findings)
+    {
+    }
+
+    void Merge(DICOM_List* list, DICOM_List* module)
+    {
+        const Record_Map present = Map_Of(list);
+        for (const DICOM_List& node : Records(module)) {
+            const DICOM_List* const record = Find_In(present, Tag_Of(node));
+            if (record == nullptr) {
+                Supply(node);
+            } else if (Replaces(node, *record)) {
+                Apply(&DICOM_Postproc_Overwrite, node);
+            } else if (Item_Of(node, 0) != nullptr) {
+                place_.For_Each_Item(*record,
+                                     [&](DICOM_List* item) { Merge(item, Item_Of(node, 0)); });
+            }
+        }
+    }
+
+private:
+    bool Replaces(const DICOM_List& node, const DICOM_List& record) const
+    {
+        return Has_Mark(node, DICOM_Mark_Forced) ||
+               (Has_Mark(node, DICOM_Mark_Default) && Is_Empty(place_.Set(), record));
+    }
+
+    void Supply(const DICOM_List& node)
+    {
+        if (Item_Of(node, 0) == nullptr ? Creates_Attribute(node) : Creates_Sequence(node)) {
+            Apply(&DICOM_Postproc_Step_1, node);
+        }
+    }
+
+    template <class Step>
+    void Apply(Step step, const DICOM_List& node)
+    {
+        DICOM_List alone = node;
+        alone.next = nullptr;
+        step(nullptr, place_.Root(), place_.List(), &alone, Value_Marks);
+        findings_.Add(Level::Change, Tag_Of(node), Finding::Nowhere, "set" + Value_Text(node));
+    }
+
+    static std::string Value_Text(const DICOM_List& node)
+    {
+        char* value = DICOM_Attribute_Get_Data(nullptr, const_cast<DICOM_List*>(&node));
+        std::string text = value != nullptr ? " to " + std::string(value) : "";
+        DICOM_Lib_Free(&value);
+        return text;
+    }
+
+    Place_In_Set& place_;
+    Findings& findings_;
+};
+
+/** Adds the attributes of type 2, which have to be present though they may be empty. */
+void Add_Empty(Place_In_Set& place, DICOM_List* list, DICOM_List* module, Findings& findings)
+{
+    const Record_Map present = Map_Of(list);
+    for (DICOM_List& node : Records(module)) {
+        const DICOM_List* const record = Find_In(present, Tag_Of(node));
+        if (record == nullptr && node.type == Type_2) {
+            DICOM_Module_Add(nullptr, place.Root(), place.List(), &node, nullptr);
+            findings.Add(Level::Change, Tag_Of(node), Finding::Nowhere, "added without a value");
+        } else if (record != nullptr && Item_Of(node, 0) != nullptr) {
+            place.For_Each_Item(*record, [&](DICOM_List* item) {
+                Add_Empty(place, item, Item_Of(node, 0), findings);
+            });
+        }
+    }
+}
+
+/** Gives the records of every item the types of the module list. */
+void Assign_Types(DICOM_List* list, DICOM_List* module)
+{
+    DICOM_Root root = {};
+    DICOM_Attribute_Assign_Info(nullptr, &root, module, list);
+    const Record_Map nodes = Map_Of(module);
+    for (const DICOM_List& record : Records(list)) {
+        const DICOM_List* const node = Find_In(nodes, Tag_Of(record));
+        for (int i = 0;
+             node != nullptr && Item_Of(*node, 0) != nullptr && Item_Of(record, i) != nullptr;
+             ++i) {
+            Assign_Types(Item_Of(record, i), Item_Of(*node, 0));
+        }
+    }
+}
+
+/** Makes the UIDs that tell a data set apart; nobody can guess any other required value. */
+void Make_Identity(Place_In_Set& place, DICOM_List* module, Findings& findings)
+{
+    constexpr Tag Identities[] = {
+        {0x0008, 0x0018}, {0x0020, 0x000D}, {0x0020, 0x000E}, {0x0020, 0x0052}};
+    for (const Tag tag : Identities) {
+        const DICOM_List* const node = Find_Record(module, tag);
+        const DICOM_List* const record = Find_Record(*place.List(), tag);
+        if (node == nullptr || node->type != Type_1 ||
+            (record != nullptr && !Is_Empty(place.Set(), *record))) {
+            continue;
+        }
+        const std::string uid = Make_UID(place.Set(), tag);
+        DICOM_Attribute_Add(nullptr, place.Root(), place.List(), tag.group, tag.element, VR_UI, 1,
+                            uid.c_str());
+        findings.Add(Level::Change, tag, Finding::Nowhere, "set to " + uid);
+    }
+}
+
+/** Takes out what is empty and need not be there. */
+void Remove_Empty(Place_In_Set& place, Findings& findings)
+{
+    DICOM_Postproc_Step_2(nullptr, place.Root(), *place.List(), 0);
+    For_Each_Record(*place.List(), [&](DICOM_List& record) {
+        if (Is_Delimiter(record)) {
+            // An item without elements matters by its position.
+            record.flags = static_cast<unsigned short>(record.flags & ~DICOM_Mark_Deleted);
+        } else if (Has_Mark(record, DICOM_Mark_Deleted)) {
+            findings.Add(Level::Change, record, "left out: it is empty and need not be there");
+        }
+    });
+    DICOM_Attribute_Remove(nullptr, place.List(), DICOM_Remove_Deleted);
+}
+
+void Report_Deletions(DICOM_List* list, DICOM_List* module, Findings& findings)
+{
+    const Record_Map present = Map_Of(list);
+    for (const DICOM_List& node : Records(module)) {
+        const DICOM_List* const record = Find_In(present, Tag_Of(node));
+        if (record != nullptr && Has_Mark(node, DICOM_Mark_Delete_Request)) {
+            findings.Add(Level::Change, *record, "left out on request");
+        } else if (record != nullptr && Item_Of(node, 0) != nullptr &&
+                   Item_Of(*record, 0) != nullptr) {
+            Report_Deletions(Item_Of(*record, 0), Item_Of(node, 0), findings);
+        }
+    }
+}
+
+}  // namespace
+
+bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
+{
+    Place_In_Set place(set);
+    DICOM_Attribute_Complement(nullptr, place.Root(), *place.List());
+    Settle_VRs(set, findings);
+    // A value that cannot be mended is missing for what follows.
+    Repair_Values(set, *place.List(), findings);
+    Remove_Invalid(set.records, findings);
+    Sort_Records(set.records, findings);
+    Merger(place, findings).Merge(*place.List(), module);
+    Sort_Records(set.records, findings);
+    Make_Identity(place, module, findings);
+    Add_Empty(place, *place.List(), module, findings);
+    Assign_Types(*place.List(), module);
+    Remove_Empty(place, findings);
+    Report_Deletions(*place.List(), module, findings);
+    DICOM_Postproc_Step_4(nullptr, place.Root(), place.List(), module);
+    const std::string errors = findings.Take_Errors();
+    if (!errors.empty()) {
+        findings.Add(Level::Error, errors);
+    }
+    return errors.empty();
+}
+
+}  // namespace lib_mend

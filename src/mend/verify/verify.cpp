@@ -1,0 +1,116 @@
+#include "mend/verify/verify.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
+constexpr Tag Media_Class_Tag = {0x0002, 0x0002};
+
+bool Is_Text(unsigned short vr)
+{
+    constexpr unsigned short Texts[] = {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_DT,
+                                        VR_IS, VR_LO, VR_LT, VR_PN, VR_SH, VR_ST,
+                                        VR_TM, VR_UC, VR_UI, VR_UR, VR_UT};
+    return std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts);
+}
+
+/** Where an attribute is missing: the item, when it is not the data set itself. */
+struct Surroundings {
+    std::string text;
+    std::int64_t offset = Finding::Nowhere;
+};
+
+Surroundings Item_Surroundings(const DICOM_List& sequence, int index)
+{
+    return {" in item " + std::to_string(index + 1) + " of (" + Tag_Text(Tag_Of(sequence)) + ") " +
+                Tag_Name(Tag_Of(sequence)),
+            sequence.item[index]->pos};
+}
+
+void Verify_List(const Data_Set& set, DICOM_List* list, DICOM_List* module,
+                 const Surroundings& around, Findings& findings)
+{
+    std::map<Tag, DICOM_List*> present;
+    for (DICOM_List& record : Records(list)) {
+        present.emplace(Tag_Of(record), &record);
+    }
+    for (const DICOM_List& node : Records(module)) {
+        const auto found = present.find(Tag_Of(node));
+        if (found == present.end()) {
+            if (node.type == Type_1 || node.type == Type_2) {
+                findings.Add(Level::Change, Tag_Of(node), around.offset,
+                             std::string("Missing required value for type ") +
+                                 (node.type == Type_1 ? "1" : "2") + " tag" + around.text);
+            }
+            continue;
+        }
+        const DICOM_List& record = *found->second;
+        if ((node.type == Type_1 || node.type == Type_1C) && Is_Empty(set, record)) {
+            findings.Add(Level::Change, record,
+                         std::string("Empty required value for type ") +
+                             (node.type == Type_1 ? "1" : "1C") + " tag" + around.text);
+        }
+        for (int i = 0; Item_Of(node, 0) != nullptr && Item_Of(record, i) != nullptr; ++i) {
+            Verify_List(set, Item_Of(record, i), Item_Of(node, 0), Item_Surroundings(record, i),
+                        findings);
+        }
+    }
+}
+
+}  // namespace
+
+bool Is_Empty(const Data_Set& set, const DICOM_List& record)
+{
+    constexpr int Longest_Padding = 64;
+    if (Item_Of(record, 0) != nullptr) {
+        return false;
+    }
+    if (record.size <= 0 || VR_Of(record) == VR_SQ) {
+        return true;
+    }
+    return Is_Text(VR_Of(record)) && record.size <= Longest_Padding &&
+           Trimmed(set.Value(record)).empty();
+}
+
+std::string Module_Name_Of(const Data_Set& set, Findings& findings)
+{
+    std::string uid = set.Text(SOP_Class_Tag);
+    if (uid.empty()) {
+        // A DICOMDIR names its class in the file meta information only.
+        const DICOM_List* const record = Find_Record(set.meta.Head(), Media_Class_Tag);
+        uid = record != nullptr ? Trimmed(set.Value(*record)) : uid;
+    }
+    const char* const name = uid.empty() ? nullptr : DICOM_Module_Name(nullptr, uid.c_str());
+    const std::string errors = findings.Take_Errors();
+    if (!errors.empty()) {
+        findings.Add(Level::Error, "definition files: " + errors);
+    } else if (name == nullptr) {
+        findings.Add(Level::Change, SOP_Class_Tag, Finding::Nowhere,
+                     uid.empty() ? "no SOP class tells the IOD"
+                                 : "no IOD is known for the SOP class " + uid);
+    }
+    return name != nullptr ? name : "";
+}
+
+DICOM_List* Read_Module(const std::string& name, bool partial, Findings& findings)
+{
+    DICOM_List* const module = DICOM_Module_Read(nullptr, name.empty() ? nullptr : name.c_str());
+    const std::string errors = findings.Take_Errors();
+    if (!errors.empty() || module == nullptr) {
+        findings.Add(Level::Error, errors.empty() ? "no definition of IOD " + name
+                                                  : "definition files: " + errors);
+    }
+    return errors.empty() || partial ? module : nullptr;
+}
+
+void Verify(const Data_Set& set, DICOM_List* module, Findings& findings)
+{
+    Verify_List(set, set.records.Head(), module, {}, findings);
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,155 @@
+#include "mend/writing/file_meta.h"
+
+#include "mend/healing/repair.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag Group_Length_Tag = {0x0002, 0x0000};
+constexpr Tag Version_Tag = {0x0002, 0x0001};
+constexpr Tag Class_Tag = {0x0002, 0x0002};
+constexpr Tag Instance_Tag = {0x0002, 0x0003};
+constexpr Tag Syntax_Tag = {0x0002, 0x0010};
+constexpr Tag Implementation_Tag = {0x0002, 0x0012};
+constexpr Tag Implementation_Name_Tag = {0x0002, 0x0013};
+constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
+constexpr Tag SOP_Instance_Tag = {0x0008, 0x0018};
+constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
+
+constexpr char Directory_Class_UID[] = "1.2.840.10008.1.3.10";
+constexpr char Implementation_Name[] = "LIB_DICOM_21_9";
+
+void Set_Value(Data_Set& set, Tag tag, unsigned short vr, std::string value)
+{
+    if (value.size() % 2 != 0) {
+        value += vr == VR_UI ? '\0' : ' ';
+    }
+    DICOM_Root root = {};
+    DICOM_List* const record =
+        DICOM_Attribute_Find(nullptr, &root, set.meta.Address(), tag.group, tag.element);
+    auto* const data =
+        record != nullptr ? static_cast<unsigned char*>(std::malloc(value.size())) : nullptr;
+    if (data == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::memcpy(data, value.data(), value.size());
+    std::free(record->data);
+    record->data = data;
+    record->size = static_cast<int>(value.size());
+    record->vr = vr;
+    record->flags = DICOM_Origin_Library;
+    record->byte_order = DICOM_Order_Explicit_VR;
+}
+
+std::string Current_Value(const Data_Set& set, Tag tag)
+{
+    const DICOM_List* const record = Find_Record(set.meta.Head(), tag);
+    return record != nullptr ? Trimmed(set.Value(*record)) : std::string();
+}
+
+/** Sets an element to a value that it does not have yet, and says so. */
+void Settle(Data_Set& set, Tag tag, unsigned short vr, const std::string& value, Findings& findings)
+{
+    const std::string current = Current_Value(set, tag);
+    if (current == value) {
+        return;
+    }
+    Set_Value(set, tag, vr, value);
+    if (current.empty()) {
+        findings.Add(Level::Change, tag, Finding::Nowhere, "completed with " + value);
+    } else {
+        findings.Add(Level::Change, tag, Finding::Nowhere,
+                     "changed from " + current + " to " + value);
+    }
+}
+
+/** A UID of the data set, empty when there is none that could stand in group 0002. */
+std::string UID_In(const Data_Set& set, Tag tag)
+{
+    std::string uid = set.Text(tag);
+    return Is_UID(uid) ? uid : std::string();
+}
+
+void Settle_Identity(Data_Set& set, Findings& findings)
+{
+    std::string sop_class = UID_In(set, SOP_Class_Tag);
+    if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
+        sop_class = Directory_Class_UID;
+    }
+    if (!sop_class.empty()) {
+        Settle(set, Class_Tag, VR_UI, sop_class, findings);
+    } else if (Current_Value(set, Class_Tag).empty()) {
+        findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
+                     "stays empty: the data set names no SOP class");
+    }
+    const std::string instance = UID_In(set, SOP_Instance_Tag);
+    if (!instance.empty()) {
+        Settle(set, Instance_Tag, VR_UI, instance, findings);
+    } else if (Current_Value(set, Instance_Tag).empty()) {
+        Settle(set, Instance_Tag, VR_UI, Make_UID(set, Instance_Tag), findings);
+    }
+}
+
+}  // namespace
+
+std::string Make_UID(const Data_Set& set, Tag purpose)
+{
+    // Two FNV-1a sums of 64 bits with different bases.
+    constexpr std::uint64_t Prime = 1099511628211ULL;
+    std::uint64_t high = 14695981039346656037ULL;
+    std::uint64_t low =
+        1469598103934665603ULL ^ (std::uint64_t{purpose.group} << 16 | purpose.element);
+    For_Each_Record(set.records.Head(), [&](const DICOM_List& record) {
+        for (const unsigned char byte : Has_Value(record) ? set.Value(record) : Bytes()) {
+            high = (high ^ byte) * Prime;
+            low = (low ^ (byte + 1U)) * Prime;
+        }
+    });
+    // Version 8 and the variant of a UUID, whose contents are the application's own.
+    high = (high & ~0xF000ULL) | 0x8000ULL;
+    low = (low & ~(3ULL << 62)) | 2ULL << 62;
+    std::string digits;
+    while (high != 0 || low != 0) {
+        // Division of the 128-bit number by 10, in steps of 32 bits.
+        std::uint64_t rest = 0;
+        std::uint64_t parts[] = {high >> 32, high & 0xFFFFFFFFU, low >> 32, low & 0xFFFFFFFFU};
+        for (std::uint64_t& part : parts) {
+            const std::uint64_t dividend = rest << 32 | part;
+            part = dividend / 10;
+            rest = dividend % 10;
+        }
+        high = parts[0] << 32 | parts[1];
+        low = parts[2] << 32 | parts[3];
+        digits.insert(digits.begin(), static_cast<char>('0' + rest));
+    }
+    return "2.25." + digits;
+}
+
+void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
+{
+    Repair_Values(set, set.meta.Head(), findings);
+    Sort_Records(set.meta, findings);
+    Remove_Invalid(set.meta, findings);
+    DICOM_Root root = {};
+    DICOM_Attribute_Delete(nullptr, &root, set.meta.Address(), Group_Length_Tag.group,
+                           Group_Length_Tag.element);
+
+    const DICOM_List* const version = Find_Record(set.meta.Head(), Version_Tag);
+    if (version == nullptr || version->size == 0) {
+        Set_Value(set, Version_Tag, VR_OB, std::string("\0\1", 2));
+        findings.Add(Level::Change, Version_Tag, Finding::Nowhere, "completed with version 1");
+    }
+    Settle_Identity(set, findings);
+    Settle(set, Syntax_Tag, VR_UI, std::string(syntax), findings);
+    if (Current_Value(set, Implementation_Tag).empty()) {
+        Settle(set, Implementation_Tag, VR_UI, std::string(OrisWare_UID) + ".1", findings);
+        Settle(set, Implementation_Name_Tag, VR_SH, Implementation_Name, findings);
+    }
+}
+
+}  // namespace lib_mend

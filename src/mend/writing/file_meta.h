@@ -1,0 +1,27 @@
+// The file meta information, group 0002 (PS3.10 section 7.1).
+#ifndef LIB_MEND_FILE_META_H
+#define LIB_MEND_FILE_META_H
+
+#include "mend/reading/data_set.h"
+
+#include <string_view>
+
+namespace lib_mend {
+
+/**
+ * A UID of the data set's own (PS3.5 section B.2): the same bytes and purpose give the same one.
+ *
+ * @param purpose  the attribute that it is for
+ */
+std::string Make_UID(const Data_Set& set, Tag purpose);
+
+/**
+ * Repairs and completes group 0002 of a data set: version, SOP class and instance as the data set
+ * has them, the transfer syntax, and the implementation where none is named. The group length is
+ * left to the writer.
+ */
+void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings);
+
+}  // namespace lib_mend
+
+#endif

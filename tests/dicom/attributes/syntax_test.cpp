@@ -1,0 +1,132 @@
+// The syntax check: it says what the repair says, and leaves the values alone.
+#include "support/message_log.h"
+#include "support/record_builder.h"
+
+#include <Lib_DICOM/Lib_DICOM.h>
+#include <gmock/gmock.h>
+
+#include <string>
+
+using namespace std::string_literals;
+
+namespace {
+
+/** Texts without markup, so that the two prefixes, which differ in one markup byte, are equal. */
+std::string Plain(const Message_Log& log)
+{
+    std::string text = log.Text();
+    std::erase_if(text, [](char c) { return c == '\001' || c == '\002'; });
+    return text;
+}
+
+struct Outcome {
+    std::string messages, value;
+    unsigned short flags;
+};
+
+Outcome Outcome_Of(const std::string& notation, const std::string& value, bool check)
+{
+    Record_List list(notation);
+    list.head->dict = NEMA_db_Locate(list.head->group, list.head->element);
+    Set_Value(*list.head, value);
+    DICOM_Root root = {};
+    const Message_Log log;
+    if (check) {
+        EXPECT_EQ(DICOM_Attribute_Syntax(nullptr, &root, list.head), 1);
+    } else {
+        DICOM_Attribute_Cleanup(nullptr, &root, list.head);
+    }
+    return {Plain(log), Value_Of(*list.head), list.head->flags};
+}
+
+TEST(Syntax, SaysWhatTheRepairSaysAndChangesNothing)
+{
+    const struct {
+        const char* record;
+        std::string value;
+        const char* said;
+    } rows[] = {
+        {"0008,0060:CS", "ct\0"s, "invalid padding char"},
+        {"0008,0060:CS", "CTx", "not from set"},
+        {"0008,0020:DA", "1997.04.24", "Old syntax!"},
+        {"0008,0020:DA", "1997042", "Expecting 6, 8 or 10 bytes but got 7 bytes"},
+        {"0008,0020:DA", "19100.01.1", "Y2K bug!"},
+        {"0008,0030:TM", "12:30:45", "Old syntax!"},
+        {"0010,1010:AS", "5", "Expecting 4 bytes but got 1 bytes"},
+        {"0018,9073:FD", "123456789abc", "Floation Point Double"},
+        {"0028,0010:US", "123", "Unsigned Short"},
+        {"0028,0010:US", "1234", "Expecting VN=1 but got 2 values"},
+        {"0028,0030:DS", "1", "Expecting VN=2 but got 1 values"},
+        {"0028,0030:DS", "1\\2\\3", "Expecting VN=2 but got 3 values"},
+        {"0008,0008:CS", "A", "Not enough values in data! Expecting VN=2-n"},
+        {"0020,0013:IS", "99999999999", "Value out of range"},
+        {"0008,0070:LO", std::string(65, 'x'), "String too long!"},
+        {"0010,21B0:LT", std::string(10241, 'x'), "String too long!"},
+        {"0002,0016:AE", "A\nB ", "1 Invalid character in data"},
+        {"0008,0018:UI", "1.2 ", "SPACE instead of NULL"},
+        {"0011,1010:LO", "A\\", ""},
+        {"0009,1010:ZZ", "A", ""},
+    };
+    for (const bool current : {false, true}) {
+        DICOM_Flag_Current_Standard = current ? 1 : 0;
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.record + " "s + row.value);
+            const Outcome checked = Outcome_Of(row.record, row.value, true);
+            const Outcome mended = Outcome_Of(row.record, row.value, false);
+            EXPECT_EQ(checked.messages, mended.messages);
+            EXPECT_THAT(checked.messages, testing::HasSubstr(row.said));
+            EXPECT_EQ(checked.value, row.value);
+            EXPECT_EQ(checked.flags, 0);
+        }
+    }
+    DICOM_Flag_Current_Standard = 0;
+}
+
+TEST(Syntax, DiffersFromTheRepairWhereItMust)
+{
+    const struct {
+        const char* record;
+        std::string value;
+        const char* checked;
+        const char* mended;
+    } rows[] = {
+        {"0018,0050:DS", "1.5\\", "    (0018,0050) VR=DS last char is (=\\)!\n",
+         "    (0018,0050) VR=DS Removed last char (=\\) from string!\n"},
+        {"0020,0013:IS", "3.0",
+         "    \361\005WARNING: (0020,0013) VR=IS Invalid data! Expecting VR=IS but got VR=DS\n",
+         "    \361\005WARNING: (0020,0013) VR=IS Invalid data! Converted from \"3.0\" to \"3\"\n"},
+        {"0008,0070:LO", "odd", "", ""},
+    };
+    for (const auto& row : rows) {
+        const Outcome checked = Outcome_Of(row.record, row.value, true);
+        EXPECT_EQ(checked.messages, row.checked);
+        EXPECT_EQ(checked.value, row.value);
+        const Outcome mended = Outcome_Of(row.record, row.value, false);
+        EXPECT_EQ(mended.messages, row.mended);
+        EXPECT_NE(mended.value, row.value);
+    }
+}
+
+TEST(Syntax, SwapsBigEndianValuesInItemsUpToTheFirstEmptySlot)
+{
+    Record_List list("0040,0275:SQ");
+    list.head->nb_item = 3;
+    list.head->item = static_cast<DICOM_List**>(std::calloc(3, sizeof(DICOM_List*)));
+    Record_List first("0028,0106:SS=ab");
+    Record_List hidden("0028,0106:SS=abc");
+    first.head->byte_order = DICOM_Order_Explicit_VR | DICOM_Order_Big_Endian;
+    list.head->item[0] = std::exchange(first.head, nullptr);
+    list.head->item[2] = hidden.head;
+    DICOM_Root root = {};
+    const Message_Log log(9);
+    DICOM_Attribute_Syntax(nullptr, &root, list.head);
+    EXPECT_EQ(Value_Of(*list.head->item[0]), "ba");
+    EXPECT_EQ(list.head->item[0]->byte_order, DICOM_Order_Explicit_VR);
+    EXPECT_EQ(log.Count("Invalid data"), 0);
+    EXPECT_EQ(log.Count("<<< out Lib_DICOM: DICOM_Attribute_Syntax_Tag(vn)"), 1);
+    EXPECT_EQ(log.Count("-> root->Item_Number["), 1);
+    EXPECT_EQ(root.Sequence_Depth, 0);
+    list.head->item[2] = nullptr;
+}
+
+}  // namespace

@@ -1,0 +1,237 @@
+#include "support/message_log.h"
+
+#include <Lib_DICOM/dictionary.h>
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <map>
+#include <tuple>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/** "Name|VR min-max|VR min-max", or "-" for no entry; retired entries end in "|RET". */
+std::string Describe(unsigned short group, unsigned short element)
+{
+    const TAG_db_Elems* const entry = NEMA_db_Locate(group, element);
+    if (entry == nullptr) {
+        return "-";
+    }
+    std::string text = entry->name;
+    for (int i = 0; i < std::abs(entry->nb_vr); i++) {
+        text += std::string("|") + static_cast<char>(entry->vr[i] >> 8) +
+                static_cast<char>(entry->vr[i] & 0xFF) + " " + std::to_string(entry->vm[i].vm_min) +
+                "-" + std::to_string(entry->vm[i].vm_max);
+    }
+    return text + (entry->nb_vr < 0 ? "|RET" : "");
+}
+
+class Dictionary_Test : public testing::Test {
+protected:
+    Dictionary_Test()
+    {
+        NEMA_db_Cleanup();
+    }
+    ~Dictionary_Test() override
+    {
+        DICOM_Flag_Current_Standard = 0;
+        Flag_Error_Warning = 0;
+    }
+};
+
+TEST_F(Dictionary_Test, Holds_Every_Line_In_Ascending_Order)
+{
+    static constexpr std::pair<unsigned short, int> Groups[] = {
+        {0x0002, 10},  {0x0004, 20}, {0x0008, 161}, {0x0010, 48}, {0x0012, 15}, {0x0018, 738},
+        {0x0020, 114}, {0x0022, 48}, {0x0028, 178}, {0x0032, 26}, {0x0038, 26}, {0x003A, 38},
+        {0x0040, 216}, {0x0042, 5},  {0x0044, 14},  {0x0050, 8},  {0x0054, 79}, {0x0060, 7},
+        {0x0062, 15},  {0x0064, 8},  {0x0070, 61},  {0x0072, 98}, {0x0074, 44}, {0x0088, 7},
+        {0x0100, 4},   {0x0400, 24}, {0x2000, 21},  {0x2010, 26}, {0x2020, 11}, {0x2030, 2},
+        {0x2040, 12},  {0x2050, 3},  {0x2100, 10},  {0x2110, 4},  {0x2120, 3},  {0x2130, 9},
+        {0x2200, 16},  {0x3002, 22}, {0x3004, 23},  {0x3006, 49}, {0x3008, 91}, {0x300A, 337},
+        {0x300C, 30},  {0x300E, 4},  {0x4000, 2},   {0x4008, 27}, {0x5000, 26}, {0x5200, 2},
+        {0x5400, 7},   {0x5600, 2},  {0x6000, 40},  {0xFFFC, 1},  {0xFFFE, 3}};
+    Message_Log log;
+    std::map<int, int> by_alternatives;
+    int retired = 0;
+    for (const auto& [group, expected] : Groups) {
+        const TAG_db_Elems* entry = nullptr;
+        for (int element = 0; entry == nullptr && element <= 0xFFFF; element++) {
+            entry = NEMA_db_Locate(group, static_cast<unsigned short>(element));
+        }
+        int count = 0;
+        for (; entry != nullptr; entry = entry->next) {
+            count++;
+            by_alternatives[std::abs(entry->nb_vr)]++;
+            retired += entry->nb_vr < 0;
+            EXPECT_EQ(NEMA_db_Locate(group, entry->element), entry);
+            EXPECT_TRUE(entry->next == nullptr || entry->next->element > entry->element);
+        }
+        EXPECT_EQ(count, expected) << std::hex << group;
+    }
+    // 22 retired lines and one placeholder have no VR that is understood.
+    EXPECT_THAT(by_alternatives, ElementsAre(std::pair(0, 23), std::pair(1, 2744), std::pair(2, 26),
+                                             std::pair(3, 2)));
+    EXPECT_EQ(retired, 324 - 22);
+    EXPECT_THAT(log.All(), IsEmpty());
+}
+
+TEST_F(Dictionary_Test, Finds_Entries)
+{
+    static constexpr std::tuple<unsigned short, unsigned short, const char*> Cases[] = {
+        {0x0010, 0x0010, "Patient's Name|PN 1-1"},
+        {0x0028, 0x3006, "LUT Data|US 1-65535|SS 1-65535|OW 1-1"},
+        {0x5010, 0x3000, "Curve Data|OW 1-1|OB 1-1|RET"},
+        {0x5011, 0x3000, "-"},
+        {0x6002, 0x0010, "Overlay Rows|US 1-1"},
+        {0x60FE, 0x0010, "Overlay Rows|US 1-1"},
+        {0x6102, 0x0010, "-"},
+        {0x0018, 0x0032, "Energy Window Centerline                      DS 1"},
+        {0x0018, 0x1240, "Upper/Lower Pixel Values"},
+        {0x0028, 0x3002, "LUT Descrip|US 3-3|SS 3-3"},
+        {0x0040, 0x9211, "Real World Value Last Value Mapped US/|SS 1-1"},
+        {0xFFFE, 0xE000, "Item|I- 1-1"},
+        {0xFFFC, 0xFFFC, "Terminatior|OB 1-1"},
+        {0x0028, 0x0800, "Code Label|CS 1-65535|RET"},
+        {0x0028, 0x0810, "-"},
+        {0x7FE0, 0x0010, "-"},
+        {0x0088, 0x0912, "Topic Keywords|LO 1-32|RET"},
+        {0x0070, 0x0022, "Graphic Data|FL 2-65535"},
+        {0x0014, 0x0023, "-"}};
+    for (const auto& [group, element, entry] : Cases) {
+        EXPECT_EQ(Describe(group, element), entry);
+    }
+    EXPECT_EQ(NEMA_db_Locate(0x0028, 0x0800)->elem_mask, 0xFF0F);
+    EXPECT_EQ(NEMA_db_Locate(0x0018, 0x1240)->vr[0], VR_RT);
+    EXPECT_EQ(NEMA_db_Locate(0x0018, 0x1240)->vm[0].vm_min, 0xFFFF);
+}
+
+TEST_F(Dictionary_Test, Newer_Rows_Answer_Only_Under_The_Current_Standard)
+{
+    DICOM_Flag_Current_Standard = 1;
+    EXPECT_EQ(Describe(0x0014, 0x3050), "Dark Current Counts|OB 1-1|OW 1-1");
+    EXPECT_EQ(Describe(0x0040, 0xA313), "Referenced Accession Sequence (Trial)|SQ 1-1|RET");
+    EXPECT_EQ(Describe(0x7FE0, 0x0001), "Extended Offset Table|OV 1-1");
+    EXPECT_EQ(Describe(0x0010, 0x0010), "Patient's Name|PN 1-1");
+    EXPECT_EQ(Describe(0x0015, 0x3050), "-");
+    Message_Log log;
+    NEMA_db_Stool(nullptr, 0);
+    EXPECT_EQ(log.All().size(), 2795 + 53);
+    DICOM_Flag_Current_Standard = 0;
+    EXPECT_EQ(Describe(0x7FE0, 0x0001), "-");
+}
+
+TEST_F(Dictionary_Test, Lists_What_Is_Loaded_And_Reloads)
+{
+    Message_Log log(1);
+    NEMA_db_Stool(nullptr, 7);
+    EXPECT_EQ(log.Text(), "--- in NEMA_db_Stool(7) ---\n");
+
+    EXPECT_EQ(Describe(0x0002, 0x0010), "Transfer Syntax UID|UI 1-1");
+    NEMA_db_Stool(nullptr, 7);
+    EXPECT_EQ(log.All().back().severity, 7U);
+    for (const char* line :
+         {"--- Group 50xx ---\n",
+          " (0018,1240) \001Upper/Lower Pixel Values                 \002type:0\n",
+          " (0028,08x0) \001Code Label                               \002type:-1 VR:CS VN:1-n\n",
+          " (0004,1141) \001File-set Descriptor File ID              \002type:1 VR:CS VN:1-8\n",
+          " (50xx,3000) \001Curve Data                               "
+          "\002type:-2 (VR:OW VN:1) or (VR:OB VN:1)\n",
+          " (0028,3006) \001LUT Data                                 "
+          "\002type:3 (VR:US VN:1-n) or (VR:SS VN:1-n) or (VR:OW VN:1)\n"}) {
+        EXPECT_THAT(log.Text(), testing::HasSubstr(line));
+    }
+
+    Flag_Trace = 4;
+    log.Clear();
+    NEMA_db_Cleanup();
+    NEMA_db_Stool(nullptr, 7);
+    EXPECT_EQ(log.Text(), "--- in NEMA_db_Cleanup() ---\n--- out NEMA_db_Cleanup() ---\n"
+                          "--- in NEMA_db_Stool(7) ---\n");
+    EXPECT_EQ(Describe(0x0002, 0x0010), "Transfer Syntax UID|UI 1-1");
+}
+
+TEST_F(Dictionary_Test, Checks_The_Number_Of_Values)
+{
+    const std::string label = "    \361\005WARNING:\002 (\0010018\002,\00100ff\002) VR=\001PN\002";
+    const std::tuple<unsigned short, unsigned short, int, std::string> Cases[] = {
+        {0x0010, 0x0010, 1, ""},
+        {0x0010, 0x0010, 2, " Invalid number of values in data!, Expecting VN=1 but got 2 values"},
+        {0x0070, 0x0022, 1, " Not enough values in data! Expecting VN=2-n but got 1 values"},
+        {0x0070, 0x0022, 70000, ""},
+        {0x0004, 0x1141, 0, " Not enough values in data! Expecting VN=1-8 but got 0 values"},
+        {0x0004, 0x1141, 8, ""},
+        {0x0004, 0x1141, 9, " To many values in data! Expecting VN=1-8 but got 9 values"},
+        {0x0028, 0x3006, 9, ""},   // the first alternative only
+        {0x0088, 0x0912, 99, ""},  // retired
+        {0x0018, 0x1240, 99, ""},  // no VR
+        {0x0009, 0x0010, 99, ""},  // no entry
+    };
+    Flag_Error_Warning = 3;
+    for (const auto& [group, element, count, warning] : Cases) {
+        DICOM_List record = {};
+        record.group = 0x0018;
+        record.element = 0x00FF;
+        record.vr_default = VR_PN;
+        record.dict = NEMA_db_Locate(group, element);
+        Message_Log log;
+        EXPECT_EQ(NEMA_db_Check_VN(nullptr, &record, count), warning.empty());
+        EXPECT_EQ(log.Text(), warning.empty() ? "" : label + warning + "\n");
+        EXPECT_TRUE(log.All().empty() || log.All().front().severity == 3);
+    }
+}
+
+TEST_F(Dictionary_Test, Finds_Entries_By_Parts_Of_Names)
+{
+    const auto tags = [](const char* part) {
+        std::string text;
+        const TAG_db_Elems* entry = nullptr;
+        while ((entry = NEMA_db_Find(part, entry)) != nullptr) {
+            char tag[16];
+            std::snprintf(tag, sizeof tag, "%04X,%04X ", entry->group, entry->element);
+            text += tag;
+        }
+        return text;
+    };
+    EXPECT_EQ(tags("patientNAME"), "0010,1001 ");
+    EXPECT_EQ(tags("PatientsName"), "0010,0010 ");
+    EXPECT_EQ(tags("Samples per Pixel"), "0028,0002 0028,0003 ");
+    EXPECT_EQ(tags("PresentationAddress"), "");
+    EXPECT_EQ(tags("'- "), "");
+    EXPECT_EQ(NEMA_db_Find(nullptr, nullptr), nullptr);
+    DICOM_Flag_Current_Standard = 1;
+    EXPECT_EQ(tags("PresentationAddress"), "0002,0026 0002,0027 0002,0028 ");
+}
+
+TEST(UID_Test, Names_And_Finds_UIDs)
+{
+    static constexpr std::pair<const char*, const char*> Names[] = {
+        {"1.2.840.10008.1.1", "Verification SOP Class"},
+        {"1.2.840.10008.1.2.2  ", "Explicit VR Big Endian"},
+        {"1.2.840.10008.5.1.4.1.1.40", nullptr},
+        {"1.2.840.10008.1", nullptr},
+        {"1.2.840.10008.9", nullptr},
+        {"", nullptr},
+        {nullptr, nullptr}};
+    for (const auto& [uid, name] : Names) {
+        EXPECT_STREQ(DICOM_UID_Name(uid), name);
+    }
+    EXPECT_EQ(DICOM_UID_Get("1.2.840.10008.1.2.2")->retired, 1);
+    EXPECT_STREQ(DICOM_UID_Get("1.2.840.10008.1.2.2")->kind, "Transfer Syntax");
+
+    std::map<std::string, int> kinds;
+    int count = 0;
+    const DICOM_UID_Entry* entry = nullptr;
+    while ((entry = DICOM_UID_Find("explicit-VR little", entry)) != nullptr) {
+        EXPECT_EQ(DICOM_UID_Get(entry->uid), entry);
+        kinds[entry->kind]++;
+        count++;
+    }
+    EXPECT_THAT(kinds, ElementsAre(std::pair("Transfer Syntax", count)));
+    EXPECT_EQ(count, 3);
+}
+
+}  // namespace

@@ -1,0 +1,100 @@
+// Texts of traces, place lines and memory messages, and the guard at the border.
+#include "frame/report.h"
+
+#include "support/message_log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace lib_dicom;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+namespace {
+
+std::vector<std::string> Texts(const Message_Log& log)
+{
+    std::vector<std::string> texts;
+    for (const Message& message : log.All()) {
+        texts.push_back(message.text);
+    }
+    return texts;
+}
+
+TEST(Report, Traces_Name_The_Call_And_The_Reason_Of_Leaving)
+{
+    const Message_Log log(9);
+    const auto call = [](bool early) {
+        Trace_Scope trace(nullptr, Trace_Entry, "Lib_DICOM: Name(%04x,%04x)", 0x8, 0x16);
+        return early ? trace.Leave(7, "! head %d%%", 50) : 1;
+    };
+    EXPECT_EQ(call(true), 7);
+    EXPECT_EQ(call(false), 1);
+    EXPECT_THAT(Texts(log),
+                ElementsAre(">>> in  Lib_DICOM: Name(0008,0016)",
+                            "<<< out Lib_DICOM: Name(! head 50%)",
+                            ">>> in  Lib_DICOM: Name(0008,0016)", "<<< out Lib_DICOM: Name()"));
+    EXPECT_EQ(log.All()[1].severity, 0x90002009U);
+}
+
+TEST(Report, Hidden_Traces_Are_Not_Formatted)
+{
+    const Message_Log log(8);
+    // Reading the text would fault.
+    const char* const unreadable = reinterpret_cast<const char*>(16);
+    {
+        Trace_Scope trace(nullptr, Trace_Entry, "Lib_DICOM: Name(%hs)", unreadable);
+        trace.Leave(0, "%s", unreadable);
+        Trace(nullptr, Trace_Entry, "%hs", unreadable);
+    }
+    Trace(nullptr, Trace_List, "level 8");
+    EXPECT_THAT(Texts(log), ElementsAre("level 8"));
+}
+
+TEST(Report, Errors_Name_Their_Place)
+{
+    const Message_Log log;
+    const int line = __LINE__ + 1;
+    Report_Error(nullptr, "bad %d", 3);
+    const std::string number = std::to_string(line);
+    EXPECT_THAT(Texts(log), ElementsAre("file:report_test line:" + number, "bad 3"));
+    EXPECT_EQ(log.All()[0].severity, 0x80000001U);
+    EXPECT_EQ(log.All()[1].severity, 2U);
+
+    Report_Memory(nullptr, "calloc", "insert->item", 3, 8, Place("C:\\src\\NEMA_Tag_Add.cpp", 12));
+    EXPECT_EQ(log.All()[2].severity, 1U);
+    EXPECT_EQ(log.All()[2].text, "line 12   of NEMA_Tag_Add \n"
+                                 "memory error in calloc (var=insert->item, dim=3x8)");
+}
+
+TEST(Report, Warnings_And_Notes_Go_To_The_Levels_Of_The_Application)
+{
+    const Message_Log log;
+    Flag_Error_Warning = 5;
+    Flag_Error_Report = 6;
+    Report_Warning(nullptr, "warning");
+    Report_Note(nullptr, "note");
+    Flag_Error_Warning = 0;
+    Flag_Error_Report = 0;
+    ASSERT_EQ(log.All().size(), 2U);
+    EXPECT_EQ(log.All()[0].severity, 5U);
+    EXPECT_EQ(log.All()[1].severity, 6U);
+}
+
+TEST(Report, Guarded_Turns_Exceptions_Into_The_Failure_Result)
+{
+    const Message_Log log;
+    EXPECT_EQ(Guarded(nullptr, 0, [] { return 1; }), 1);
+    EXPECT_EQ(Guarded(nullptr, 0, []() -> int { throw std::bad_alloc(); }), 0);
+    EXPECT_EQ(Guarded(nullptr, 0, []() -> int { throw std::length_error("size"); }), 0);
+    EXPECT_THAT(Texts(log),
+                ElementsAre(MatchesRegex("line [0-9]+ +of report_test \nmemory error in new .*"),
+                            MatchesRegex("Error: file:report_test line:[0-9]+")));
+}
+
+}  // namespace

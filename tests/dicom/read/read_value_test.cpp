@@ -1,0 +1,458 @@
+// Typed values of records, with values that were left in a file or a memory image.
+#include "support/byte_input.h"
+#include "support/message_log.h"
+
+#include <Lib_DICOM/read.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/** A record with a value of its own. */
+struct Record : DICOM_List {
+    Record(unsigned short vr_, const std::string& bytes, unsigned char order = 0) : DICOM_List()
+    {
+        group = 0x0010;
+        element = 0x0020;
+        vr = vr_;
+        byte_order = order;
+        size = static_cast<int>(bytes.size());
+        data = static_cast<unsigned char*>(std::malloc(bytes.size() + 1));
+        std::memcpy(data, bytes.data(), bytes.size());
+    }
+    /** A value that was left in the source. */
+    Record(unsigned short vr_, int size_, unsigned int position) : DICOM_List()
+    {
+        vr = vr_;
+        size = size_;
+        data_pos = position;
+    }
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+    ~Record()
+    {
+        std::free(data);
+    }
+};
+
+std::string Show(const char* text)
+{
+    return text == nullptr ? "" : text;
+}
+
+std::string Show(const OrisWare_Name& name)
+{
+    return Show(name.family) + "^" + Show(name.given) + "^" + Show(name.middle) + "^" +
+           Show(name.prefix) + "^" + Show(name.suffix);
+}
+
+std::string Show(const OrisWare_Date& date)
+{
+    unsigned short year = 0;
+    unsigned short month = 0;
+    unsigned short day = 0;
+    const int is_set = Get_Oris_Date(&date, &year, &month, &day);
+    return is_set == 0 ? "unset" : std::to_string(year * 10000 + month * 100 + day);
+}
+
+std::string Show(const OrisWare_Time& time)
+{
+    unsigned short hour = 0;
+    unsigned short minute = 0;
+    float seconds = 0;
+    const int is_set = Get_Oris_Time(&time, &hour, &minute, &seconds);
+    std::ostringstream out;
+    out << hour << ":" << minute << ":" << seconds;
+    return is_set == 0 ? "unset" : out.str();
+}
+
+template <class Number>
+std::string Show(Number number)
+{
+    std::ostringstream out;
+    out << +number;
+    return out.str();
+}
+
+/** The values with a bar behind each, or "null". */
+template <class Values>
+std::string Show_All(const Values* values, const DICOM_List& record)
+{
+    std::string text = values == nullptr ? "null" : "";
+    for (unsigned int i = 0; values != nullptr && i < record.vm; ++i) {
+        text += Show(values[i]) + "|";
+    }
+    return text;
+}
+
+/** Calls the extractor with this name; bytes are shown one by one. */
+std::string Extract(const std::string& name, DICOM_List& record, unsigned short vr = 0)
+{
+    if (name == "Str") {
+        return Show_All(NEMA_Value_Str(nullptr, &record, vr), record);
+    }
+    if (name == "Int") {
+        return Show_All(NEMA_Value_Int(nullptr, &record, vr), record);
+    }
+    if (name == "Float") {
+        return Show_All(NEMA_Value_Float(nullptr, &record, vr), record);
+    }
+    if (name == "Name") {
+        return Show_All(NEMA_Value_Name(nullptr, &record, vr), record);
+    }
+    if (name == "Date") {
+        return Show_All(NEMA_Value_Date(nullptr, &record, vr), record);
+    }
+    if (name == "Time") {
+        return Show_All(NEMA_Value_Time(nullptr, &record, vr), record);
+    }
+    const unsigned char* const bytes = NEMA_Value_Hex(nullptr, &record, vr);
+    return bytes == nullptr ? "null" : std::string(bytes, bytes + record.size) + Show(record.vm);
+}
+
+constexpr unsigned short Split_VRs[] = {VR_AE, VR_CS, VR_LO, VR_SH, VR_UI};
+constexpr unsigned short Whole_VRs[] = {VR_AS, VR_LT, VR_OB, VR_ST, VR_UN, VR_UT};
+
+TEST(Read_Value, ConvertsByVR)
+{
+    struct {
+        const char* extractor;
+        unsigned short vr;
+        const char* bytes;
+        unsigned char order;
+        const char* values;
+        const char* reason;
+    } const cases[] = {
+        {"Str", VR_LO, "'ABC '", 0, "ABC |", "VR_AE..."},
+        {"Int", VR_SL, "FE FF FF FF 01 00 00 00", 8, "-2|1|", "VR_SL"},
+        {"Int", VR_SL, "01 02 03 04", 1, "16909060|", "VR_SL"},
+        {"Int", VR_SL, "01 02 03 04", 2, "50594050|", "VR_SL"},
+        {"Int", VR_UL, "FF FF FF FF 01 02", 0, "-1|513|", "VR_AT/VR_UL"},
+        {"Int", VR_AT, "10 00 20 00", 0, "2097168|", "VR_AT/VR_UL"},
+        {"Int", VR_SS, "FE FF", 0, "-2|", "VR_SS"},
+        {"Int", VR_SS, "FF FE 01", 1, "-2|256|", "VR_SS"},
+        {"Int", VR_OW, "FE FF 02 00", 0, "-2|2|", "VR_OW"},
+        {"Int", VR_US, "FE FF", 0, "65534|", "VR_US/VR_UH"},
+        {"Int", VR_UH, "FE FF", 0, "65534|", "VR_US/VR_UH"},
+        {"Int", VR_RT, "FE FF", 0, "65534|", "VR_US/VR_UH"},
+        {"Int", VR_RT, "FE FF FF FF", 0, "-2|", "VR_AT/VR_UL"},
+        {"Int", VR_IS, "'1\\2\\ +3 '", 0, "1|2|3|", "VR_DS/VR_IS"},
+        {"Int", VR_IS, "'99999999999999999999\\-2147483649\\-2147483648\\2147483648\\7x\\'", 0,
+         "2147483647|-2147483648|-2147483648|2147483647|7|0|", "VR_DS/VR_IS"},
+        {"Int", VR_DS, "'1.9\\-2.7\\1e99\\-1e999\\nan\\\\0x10'", 0,
+         "1|-2|2147483647|-2147483648|0|0|16|", "VR_DS/VR_IS"},
+        {"Float", VR_FL, "00 00 20 C0 00 00 80 3F", 0, "-2.5|1|", "VR_FL"},
+        {"Float", VR_FL, "00 00 80 3F 00 00", 0, "null", " tag->size % 4"},
+        {"Float", VR_FD, "C0 04 00 00 00 00 00 00 3F F0 00 00 00 00 00 00", 1, "-2.5|1|", "VR_FD"},
+        {"Float", VR_FD, "00 00 00 00 00 00 F0 3F 00 00 00 00", 0, "null", " tag->size % 8"},
+        {"Float", VR_IS, "'12.5\\-3'", 0, "12|-3|", "VR_DS/VR_IS"},
+        {"Float", VR_DS, "' .5\\1e-999\\2,5'", 0, "0.5|0|2|", "VR_DS/VR_IS"},
+        {"Hex", VR_OB, "'ab\\'", 1, "ab\\1", "VR_OB..."},
+        {"Hex", VR_OW, "'abcd'", 1, "abcd1", "VR_OB..."},
+        {"Hex", VR_OX, "'abc'", 0, "abc1", "VR_OB..."},
+        {"Hex", VR_UN, "'abc'", 0, "abc1", "VR_OB..."},
+        {"Name", VR_PN, "'DOE^JOHN\\SMITH'", 0, "DOE^JOHN^^^|SMITH^JOHN^^^|", "VR_PN"},
+        {"Name", VR_PN, "'A^B^C^D^E^F\\G^H\\^^I'", 0, "A^B^C^D^E|G^H^C^D^E|^^I^D^E|", "VR_PN"},
+        {"Date", VR_DA, "'980517'", 0, "19980517|", ""},
+        {"Date", VR_DA, "'19980517'", 0, "19980517|", ""},
+        {"Date", VR_DA, "'1998.05.17'", 0, "19980517|", ""},
+        {"Date", VR_DA, "'1998051'", 0, "null", "VR_DA"},
+        {"Date", VR_DT, "'19980517120000'", 0, "19980517|", ""},
+        {"Date", VR_DT, "'1998.05.17120000'", 0, "19980517|", ""},
+        {"Time", VR_TM, "'123456.789'", 0, "12:34:56.789|", ""},
+        {"Time", VR_TM, "'12:34:56'", 0, "12:34:56|", ""},
+        {"Time", VR_DT, "'20200101123015'", 0, "12:30:15|", ""},
+        {"Time", VR_DT, "'20200101123015.250000'", 0, "12:30:15.25|", ""},
+        {"Time", VR_DT, "'20200101123015.250000+0115'", 0, "13:45:15.25|", ""},
+        {"Time", VR_DT, "'20200101123015.250000+0130'", 0, "unset|", ""},
+        {"Time", VR_DT, "'20200101123015.250000-0130'", 0, "11:0:15.25|", ""},
+        {"Time", VR_DT, "'20200101123015.2500000000000'", 0, "null", "VR_DT"},
+        {"Str", VR_LO, "", 0, "null", "! tag->size"},
+    };
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(std::string(entry.extractor) + " of " + entry.bytes);
+        Record record(entry.vr, Hex(entry.bytes), entry.order);
+        const Message_Log log(9);
+        EXPECT_EQ(Extract(entry.extractor, record), entry.values);
+        const std::string call = std::string("NEMA_Value_") + entry.extractor;
+        EXPECT_EQ(log.All().front().text, ">>> in  " + call + "()");
+        EXPECT_EQ(log.Count("<<< out " + call + "(" + entry.reason + ")"), 1);
+    }
+    for (const unsigned short vr : Split_VRs) {
+        Record record(vr, "A\\\\B\\");
+        EXPECT_EQ(Extract("Str", record), "A||B||") << vr;
+    }
+    for (const unsigned short vr : Whole_VRs) {
+        Record record(vr, "A\\\\B ");
+        EXPECT_EQ(Extract("Str", record), "A\\\\B |") << vr;
+    }
+}
+
+TEST(Read_Value, RefusesOtherVRs)
+{
+    struct {
+        const char* extractor;
+        unsigned short vr;
+        const char* message;
+    } const cases[] = {
+        {"Str", VR_PN, "bad VR value (PN) != AE,AS,CS,LO,LT,SH,ST,UI,UT)"},
+        {"Int", VR_OB, "bad VR value (OB) != DS,IS,US,UH,UL,SS,SL)"},
+        {"Int", VR_RT, "bad VR value (OB) != DS,IS,US,UH,UL,SS,SL)"},
+        {"Float", VR_OF, "bad VR value (OF) != IS,DS,FL,FD)"},
+        {"Hex", VR_OD, "bad VR value (OD) != OB or OW)"},
+        {"Name", VR_LO, "bad VR value (LO) != PN)"},
+        {"Date", VR_TM, "bad VR value (TM) != DA,DT)"},
+        {"Time", VR_DA, "bad VR value (DA) != DT,TM)"},
+    };
+    for (const auto& entry : cases) {
+        Record record(VR_SQ, "A\\345678");
+        const Message_Log log(9);
+        EXPECT_EQ(Extract(entry.extractor, record, entry.vr), "null");
+        ASSERT_GE(log.All().size(), 4U);
+        const Message* const last = &log.All().back();
+        EXPECT_THAT(last[-2].text, StartsWith("File:NEMA_Read_Value, Line:"));
+        EXPECT_EQ(last[-1].severity, 0x90002004U);
+        EXPECT_EQ(last[-1].text, std::string("(0010,0020): ") + entry.message);
+        EXPECT_THAT(last->text, EndsWith("(default)"));
+        // Names are split before the VR is looked at.
+        EXPECT_EQ(record.vm, entry.vr == VR_LO ? 2U : 0U);
+    }
+}
+
+TEST(Read_Value, KnowsTheNewerVRsOfTheCurrentStandard)
+{
+    struct {
+        const char* extractor;
+        unsigned short vr;
+        const char* bytes;
+        unsigned char order;
+        const char* values;
+    } const cases[] = {
+        {"Str", VR_UC, "'A\\B'", 0, "A|B|"},
+        {"Str", VR_UR, "'A\\B'", 0, "A\\B|"},
+        {"Int", VR_OL, "FE FF FF FF", 0, "-2|"},
+        {"Int", VR_AT, "10 00 20 00", 0, "2097168|"},
+        {"Int", VR_SV, "FE FF FF FF FF FF FF FF 00 00 00 80 00 00 00 00", 0, "-2|2147483647|"},
+        {"Int", VR_SV, "FF FF FF FF 7F FF FF FF", 1, "-2147483648|"},
+        {"Int", VR_UV, "07 00 00 00 00 00 00 00 00 00 00 00 00 00 00 80", 0, "7|2147483647|"},
+        {"Float", VR_OF, "00 00 80 3F", 0, "1|"},
+        {"Float", VR_OD, "00 00 00 00 00 00 F0 3F", 0, "1|"},
+        {"Hex", VR_OD, "'abc'", 0, "abc1"},
+        {"Hex", VR_OF, "'abc'", 0, "abc1"},
+        {"Hex", VR_OL, "'abc'", 0, "abc1"},
+        {"Hex", VR_OV, "'abc'", 0, "abc1"},
+    };
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(entry.bytes);
+        Record record(entry.vr, Hex(entry.bytes), entry.order);
+        EXPECT_TRUE(entry.vr == VR_AT || Extract(entry.extractor, record) == "null");
+        DICOM_Flag_Current_Standard = 1;
+        EXPECT_EQ(Extract(entry.extractor, record), entry.values);
+        DICOM_Flag_Current_Standard = 0;
+    }
+}
+
+TEST(Read_Value, UsesTheVRThatIsGivenThenThatOfTheRecord)
+{
+    Record record(0, "3132");
+    record.vr_default = VR_IS;
+    EXPECT_EQ(Extract("Int", record), "3132|");
+    record.vr = VR_US;
+    EXPECT_EQ(Extract("Int", record), "12595|12851|");
+    EXPECT_EQ(Extract("Int", record, VR_SL), "842215731|");
+}
+
+TEST(Read_Value, ReusesTheSlotOfTheFirstCallInThe129th)
+{
+    const auto integer = [](int number) {
+        Record record(VR_IS, std::to_string(number));
+        return NEMA_Value_Int(nullptr, &record, 0);
+    };
+    const int* const first = integer(0);
+    for (int number = 1; number < 128; ++number) {
+        EXPECT_NE(integer(number), first);
+    }
+    EXPECT_EQ(*first, 0);
+    EXPECT_EQ(integer(128), first);
+    EXPECT_EQ(*first, 128);
+}
+
+TEST(Read_Value, SharesStringsWithNames)
+{
+    Record text(VR_LO, "A\\B");
+    Record name(VR_PN, "DOE^JOHN");
+    char* const* const strings = NEMA_Value_Str(nullptr, &text, 0);
+    for (int call = 0; call < 128; ++call) {
+        ASSERT_NE(NEMA_Value_Name(nullptr, &name, 0), nullptr);
+    }
+    EXPECT_STREQ(strings[0], "DOE");
+    EXPECT_STREQ(strings[1], "B");
+}
+
+TEST(Read_Value, ComesBackAfterCleanup)
+{
+    struct {
+        const char* extractor;
+        unsigned short vr;
+        const char* bytes;
+        const char* values;
+    } const cases[] = {{"Str", VR_LO, "A\\B", "A|B|"},
+                       {"Int", VR_IS, "1\\2", "1|2|"},
+                       {"Float", VR_DS, "1.5\\2", "1.5|2|"},
+                       {"Hex", VR_OB, "abc", "abc1"},
+                       {"Name", VR_PN, "A^B\\C", "A^B^^^|C^B^^^|"},
+                       {"Date", VR_DA, "19980517", "19980517|"},
+                       {"Time", VR_TM, "123456", "12:34:56|"}};
+    for (const auto& entry : cases) {
+        Record record(entry.vr, entry.bytes);
+        for (int call = 0; call < 260; ++call) {
+            ASSERT_EQ(Extract(entry.extractor, record), entry.values);
+            if (call % 100 == 50) {
+                DICOM_Lib_Cleanup();
+            }
+        }
+    }
+}
+
+TEST(Read_Value, LimitsWhatCarriedComponentsAddUpTo)
+{
+    std::string bytes = "A^" + std::string(60000, 'x');
+    for (int name = 0; name < 60000; ++name) {
+        bytes += "\\B";
+    }
+    Record record(VR_PN, bytes);
+    const OrisWare_Name* const names = NEMA_Value_Name(nullptr, &record, 0);
+    ASSERT_EQ(record.vm, 60001U);
+    EXPECT_EQ(Show(names[1].given).size(), 60000U);
+    EXPECT_EQ(Show(names[60000]), "B^^^^");
+    NEMA_Value_Cleanup();
+}
+
+/** A source of which the library is told by the settings. */
+class Read_Value_Source : public testing::TestWithParam<int> {
+protected:
+    void SetUp() override
+    {
+        for (int i = 0; i < 3000; ++i) {
+            bytes_ += static_cast<char>('a' + i % 26);
+        }
+        std::ofstream(path_, std::ios::binary) << bytes_;
+        DICOM_Lib_File_Source = GetParam();
+        if (GetParam() == NEMA_Source_File) {
+            DICOM_Lib_File_Name = name_.get();
+        } else {
+            DICOM_Lib_File_Name = static_cast<wchar_t*>(static_cast<void*>(bytes_.data()));
+        }
+    }
+    void TearDown() override
+    {
+        DICOM_Lib_File_Source = 0;
+        DICOM_Lib_File_Name = nullptr;
+        std::filesystem::remove(path_);
+    }
+
+    std::string bytes_;
+    // The name has a letter beyond ASCII, whatever the locale is.
+    std::string path_ = testing::TempDir() + "value_\303\274_" + std::to_string(getpid());
+    std::unique_ptr<wchar_t, void (*)(void*)> name_{Char_2_Wchar(path_.c_str()), &std::free};
+};
+
+INSTANTIATE_TEST_SUITE_P(Sources, Read_Value_Source,
+                         testing::Values(NEMA_Source_File, NEMA_Source_Memory),
+                         [](const auto& source) { return source.param == 1 ? "File" : "Memory"; });
+
+TEST_P(Read_Value_Source, FetchesWhatWasLeftInTheSource)
+{
+    const std::pair<const char*, unsigned short> cases[] = {
+        {"Str", VR_LT}, {"Int", VR_IS}, {"Float", VR_DS}, {"Hex", VR_OB}};
+    for (int call = 0; call < 12; ++call) {
+        const auto& [extractor, vr] = cases[call % 4];
+        Record record(vr, 1025, 7);
+        const Message_Log log(1);
+        EXPECT_NE(Extract(extractor, record), "null");
+        EXPECT_EQ(log.Text(), "Reading missing: 1025 bytes at 7\n");
+        EXPECT_EQ(Extract("Str", record, VR_LT), bytes_.substr(7, 1025) + "|");
+        EXPECT_EQ(log.All().size(), 1U);
+        if (GetParam() == NEMA_Source_Memory) {
+            EXPECT_EQ(File_Work_File_Pos[File_Work_File_Count], 1032);
+        }
+    }
+}
+
+TEST_P(Read_Value_Source, DoesNotFetchShortValuesAndNames)
+{
+    struct {
+        const char* extractor;
+        unsigned short vr;
+        int size;
+    } const cases[] = {
+        {"Str", VR_LO, 1024},  {"Str", VR_LO, -1},    {"Name", VR_PN, 1025},
+        {"Date", VR_DA, 1025}, {"Time", VR_TM, 1025},
+    };
+    for (const auto& entry : cases) {
+        Record record(entry.vr, entry.size, 0);
+        const Message_Log log(9);
+        EXPECT_EQ(Extract(entry.extractor, record), "null");
+        EXPECT_THAT(log.All().back().text, EndsWith("(! tag->data)"));
+        EXPECT_EQ(record.data, nullptr);
+    }
+}
+
+TEST_P(Read_Value_Source, FailsOnValuesOutsideTheSource)
+{
+    Record record(VR_OB, 0x7FFFFFF0, 0x70000000);
+    const Message_Log log;
+    EXPECT_EQ(Extract("Hex", record), "null");
+    EXPECT_EQ(record.data, nullptr);
+    ASSERT_EQ(log.All().size(), 2U);
+    EXPECT_THAT(log.All()[0].text, StartsWith("file:NEMA_Read_Value line:"));
+    EXPECT_THAT(log.All()[1].text, StartsWith("End of File while reading: (0 /vs/ 2147483632) ("));
+    if (GetParam() == NEMA_Source_Memory) {
+        DICOM_Lib_Image_Size = 1999;
+        Record beyond(VR_OB, 2000, 0);
+        EXPECT_EQ(Extract("Hex", beyond), "null");
+        EXPECT_EQ(beyond.data, nullptr);
+        DICOM_Lib_Image_Size = 0;
+        DICOM_Lib_File_Name = nullptr;
+        Record lost(VR_OB, 2000, 0);
+        EXPECT_EQ(Extract("Hex", lost), "null");
+    }
+}
+
+class Read_Value_File : public Read_Value_Source {};
+INSTANTIATE_TEST_SUITE_P(File, Read_Value_File, testing::Values(NEMA_Source_File));
+
+TEST_P(Read_Value_File, KeepsWhatAShortReadGave)
+{
+    Record record(VR_OB, 2000, 2000);
+    const Message_Log log;
+    EXPECT_EQ(Extract("Hex", record), "null");
+    EXPECT_EQ(log.All().back().text, "End of File while reading: (1000 /vs/ 2000) (" + path_ + ")");
+    EXPECT_EQ(Extract("Hex", record), bytes_.substr(2000) + std::string(1000, '\0') + "1");
+}
+
+TEST_P(Read_Value_File, ReportsAFileThatCannotBeOpened)
+{
+    std::wstring missing = name_.get() + std::wstring(L"x");
+    DICOM_Lib_File_Name = missing.data();
+    Record record(VR_OB, 2000, 0);
+    const Message_Log log;
+    EXPECT_EQ(Extract("Hex", record), "null");
+    ASSERT_EQ(log.All().size(), 4U);
+    EXPECT_EQ(log.All()[1].severity, 2U);
+    EXPECT_EQ(log.All()[1].text, "\361\004ERROR:\002 Unable to open file");
+    EXPECT_EQ(log.All()[2].text, std::strerror(ENOENT));
+    EXPECT_EQ(log.All()[3].text, "file: (" + path_ + "x)");
+}
+
+}  // namespace

@@ -1,0 +1,189 @@
+// Writing files under bad conditions: full disks, sudden ends, targets that are in the way.
+#include "mend/io/safe_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <random>
+#include <span>
+#include <sstream>
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using lib_mend::Write_Safely;
+using ::testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class Safe_File : public ::testing::Test {
+protected:
+    Safe_File()
+    {
+        std::string name = ::testing::TempDir() + "safe-file-XXXXXX";
+        folder_ = mkdtemp(name.data());
+    }
+    ~Safe_File() override
+    {
+        fs::remove_all(folder_);
+    }
+    std::string Path(const std::string& name) const
+    {
+        return (folder_ / name).string();
+    }
+    static std::string Write(const std::string& path, const std::string& text, bool replace)
+    {
+        const std::span bytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+        const std::size_t half = text.size() / 2;
+        return Write_Safely(path, {bytes.first(half), bytes.subspan(half)}, replace);
+    }
+    static std::string Contents(const std::string& path)
+    {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    }
+    static auto Count(const fs::path& folder)
+    {
+        return std::distance(fs::directory_iterator(folder), {});
+    }
+    /** Runs a child process and gives its end as waitpid tells it. */
+    static int In_Child(const std::function<bool()>& work,
+                        const std::function<void(pid_t)>& disturb)
+    {
+        const pid_t child = fork();
+        if (child == 0) {
+            _exit(work() ? 0 : 1);
+        }
+        disturb(child);
+        int status = 0;
+        waitpid(child, &status, 0);
+        return status;
+    }
+
+    fs::path folder_;
+};
+
+TEST_F(Safe_File, LeavesWhatItMayNotReplace)
+{
+    Write(Path("file"), "old", false);
+    fs::create_directory(Path("folder"));
+    fs::create_symlink("file", Path("link"));
+    fs::create_symlink("nowhere", Path("dangling"));
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    struct Case {
+        std::string name;
+        bool replace;
+        std::string reason;
+    };
+    const Case cases[] = {
+        {"file", false, "exists already"},
+        {"link", true, "symbolic link"},
+        {"link", false, "symbolic link"},
+        {"dangling", true, "symbolic link"},
+        {"folder", true, "is a folder"},
+        {"folder/", true, "is a folder"},
+        {"pipe", true, "no regular file"},
+        {"none/file", true, "folder cannot be opened"},
+        {std::string(300, 'n'), true, "cannot be written"},
+    };
+    for (const Case& each : cases) {
+        EXPECT_THAT(Write(Path(each.name), "new", each.replace), HasSubstr(each.reason));
+        EXPECT_EQ(Contents(Path("file")), "old");
+        EXPECT_EQ(Count(folder_), 5);
+    }
+}
+
+TEST_F(Safe_File, KeepsTheRightsOfAReplacedFile)
+{
+    const mode_t old_mask = umask(027);
+    for (const mode_t rights : {0600U, 0444U, 0666U, 0640U}) {
+        const std::string path = Path(std::to_string(rights));
+        struct stat status = {};
+        EXPECT_EQ(Write(path, "old", false), "");
+        stat(path.c_str(), &status);
+        EXPECT_EQ(status.st_mode & 07777U, 0640U);
+        chmod(path.c_str(), rights);
+        const bool moved = chown(path.c_str(), 12345, 23456) == 0;
+        EXPECT_EQ(Write(path, "new", true), "");
+        EXPECT_EQ(Contents(path), "new");
+        stat(path.c_str(), &status);
+        EXPECT_EQ(status.st_mode & 07777U, rights);
+        EXPECT_EQ(status.st_uid, moved ? 12345 : geteuid());
+        EXPECT_EQ(status.st_gid, moved ? 23456 : getegid());
+    }
+    umask(old_mask);
+}
+
+/** Makes a folder too small for `size` bytes, for this process only. */
+bool Make_Small(const fs::path& folder)
+{
+    if (unshare(CLONE_NEWNS) == 0 &&
+        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        mount("none", folder.c_str(), "tmpfs", 0, "size=64k") == 0) {
+        return true;
+    }
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {65000, 65000};
+    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+TEST_F(Safe_File, LeavesTheOldFileOnAFullDisk)
+{
+    const auto work = [this] {
+        const std::string path = Path("file");
+        return Make_Small(folder_) && Write(path, "old", false).empty() &&
+               Write(path, std::string(100000, 'n'), true).starts_with("cannot be written: ") &&
+               Contents(path) == "old" && Count(folder_) == 1;
+    };
+    EXPECT_EQ(In_Child(work, [](pid_t) {}), 0);
+}
+
+TEST_F(Safe_File, LeavesAWholeFileWheneverItIsKilled)
+{
+    const std::string texts[] = {std::string(700000, 'a'), std::string(900000, 'b')};
+    const std::string path = Path("file");
+    std::minstd_rand random(1);
+    Write(path, texts[0], false);
+    for (int i = 0; i < 32; ++i) {
+        const int number =
+            std::array{SIGKILL, SIGTERM, SIGINT, SIGHUP}[static_cast<unsigned>(i) % 4];
+        const auto work = [&] {
+            std::signal(number, SIG_DFL);
+            for (unsigned int turn = 0;; ++turn) {
+                Write(path, texts[turn % 2], true);
+            }
+            return false;
+        };
+        const int status = In_Child(work, [&](pid_t child) {
+            usleep(static_cast<useconds_t>(random() % 9000));
+            kill(child, number);
+        });
+        ASSERT_TRUE(WIFSIGNALED(status));
+        ASSERT_EQ(WTERMSIG(status), number);
+        const std::string found = Contents(path);
+        ASSERT_TRUE(found == texts[0] || found == texts[1]) << found.size();
+        if (number != SIGKILL) {
+            ASSERT_EQ(Count(folder_), 1);
+        }
+        for (const auto& entry : fs::directory_iterator(folder_)) {
+            if (entry.path() != path) {
+                fs::remove(entry);
+            }
+        }
+    }
+}
+
+}  // namespace
