@@ -1,5 +1,5 @@
 // The client's half of the work: reading files with faults, mending them, writing them.
-#include "mend/findings/finding_kinds.h"
+#include "mend/findings/faults.h"
 #include "mend/interface/check.h"
 #include "mend/interface/mend.h"
 #include "mend/io/deflate.h"

@@ -1,10 +1,11 @@
 #include "check.h"
 
 #include "commands.h"
-#include "mend/findings/finding_kinds.h"
+#include "mend/findings/faults.h"
 #include "mend/interface/check.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/verify.h"
+#include "report.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -28,19 +29,6 @@ struct Count {
     std::size_t files = 0;
 };
 using Summary = std::map<std::pair<Severity, const Finding_Kind*>, Count>;
-
-bool Is_Shown(Severity severity, Verbosity verbosity)
-{
-    switch (severity) {
-    case Severity::Error:
-        return true;
-    case Severity::Warning:
-        return verbosity != Verbosity::Quiet;
-    case Severity::Info:
-        break;
-    }
-    return verbosity == Verbosity::Verbose;
-}
 
 /** "dates are YYYYMMDD, PS3.5 6.2", as far as the standard says anything. */
 std::string Rule_Text(const Finding_Kind& kind)
@@ -113,19 +101,6 @@ void Print_Summary(const Summary& summary, bool json, Verbosity verbosity)
     }
 }
 
-/** 2 when a part could not be read, 1 when something is against the standard. */
-Exit_Status Status_Of_Check(const Findings& findings)
-{
-    const auto is_fault = [](const Finding& finding) {
-        return Severity_Of(finding) != Severity::Info;
-    };
-    if (findings.Has(lib_mend::Level::Error)) {
-        return Exit_Failure;
-    }
-    return std::any_of(findings.All().begin(), findings.All().end(), is_fault) ? Exit_Findings
-                                                                               : Exit_Clean;
-}
-
 void Verify_Module(const lib_mend::Data_Set& set, const std::string& code, Findings& findings)
 {
     const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
@@ -148,13 +123,14 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
     if (!request.module.empty()) {
         Verify_Module(set, request.module, findings);
     }
+    findings.Sum_Up();
     Add_To(summary, findings);
     for (const Finding& finding : findings.All()) {
         if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
             (request.json ? Print_JSON : Print_Text)(path, finding, request.show_values);
         }
     }
-    return Status_Of_Check(findings);
+    return Status_Of(findings);
 }
 
 }  // namespace

@@ -43,6 +43,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
         }
         Print_Text(set, findings, terminal);
     }
+    findings.Sum_Up();
     Report(path, findings, request.verbosity, request.show_values);
     return Status_Of(findings);
 }
@@ -165,6 +166,7 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
     lib_mend::Encoded_File file;
     const bool mended =
         prepare(set, findings) && lib_mend::Mend(set, request.options, findings, file);
+    findings.Sum_Up();
     Report(request.input, findings, request.verbosity, request.show_values);
     if (!mended) {
         return Exit_Failure;

@@ -1,8 +1,9 @@
 #include "report.h"
 
-#include "mend/findings/finding_kinds.h"
+#include "mend/findings/faults.h"
 #include "terminal.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace dicom_mend {
@@ -12,20 +13,20 @@ namespace {
 using lib_mend::Finding;
 using lib_mend::Level;
 
-bool Is_Shown(Level level, Verbosity verbosity)
+}  // namespace
+
+bool Is_Shown(lib_mend::Severity severity, Verbosity verbosity)
 {
-    switch (level) {
-    case Level::Error:
+    switch (severity) {
+    case lib_mend::Severity::Error:
         return true;
-    case Level::Change:
+    case lib_mend::Severity::Warning:
         return verbosity != Verbosity::Quiet;
-    case Level::Info:
+    case lib_mend::Severity::Info:
         break;
     }
     return verbosity == Verbosity::Verbose;
 }
-
-}  // namespace
 
 std::string Place_Text(const Finding& finding)
 {
@@ -47,7 +48,7 @@ void Report(const std::string& file, const lib_mend::Findings& findings, Verbosi
 {
     std::fflush(stdout);
     for (const Finding& finding : findings.All()) {
-        if (Is_Shown(finding.level, verbosity)) {
+        if (Is_Shown(Severity_Of(finding), verbosity)) {
             std::fprintf(stderr, "%s: %s%s%s\n", Printable(file).c_str(),
                          finding.level == Level::Error ? "error: " : "",
                          Place_Text(finding).c_str(),
@@ -75,7 +76,11 @@ Exit_Status Status_Of(const lib_mend::Findings& findings)
     if (findings.Has(Level::Error)) {
         return Exit_Failure;
     }
-    return findings.Has(Level::Change) ? Exit_Findings : Exit_Clean;
+    const auto is_fault = [](const Finding& finding) {
+        return Severity_Of(finding) != lib_mend::Severity::Info;
+    };
+    return std::any_of(findings.All().begin(), findings.All().end(), is_fault) ? Exit_Findings
+                                                                               : Exit_Clean;
 }
 
 }  // namespace dicom_mend

@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_REPORT_H
 #define TOOLS_DICOM_MEND_REPORT_H
 
-#include "mend/findings/findings.h"
+#include "mend/findings/faults.h"
 
 #include <string>
 
@@ -19,6 +19,9 @@ enum Exit_Status : int { Exit_Clean = 0, Exit_Findings = 1, Exit_Failure = 2 };
 /** "(0008,0020) Study Date at 0x1F2: ", as far as it is known. */
 std::string Place_Text(const lib_mend::Finding& finding);
 
+/** Tells whether findings of a severity are printed. */
+bool Is_Shown(lib_mend::Severity severity, Verbosity verbosity);
+
 /**
  * Prints the findings of one file, one line each.
  *
@@ -33,6 +36,7 @@ void Report_Failure(const std::string& file, const std::string& reason);
 /** Flushes standard output; gives `status`, or that of a failure when it cannot be written. */
 Exit_Status Finish_Output(Exit_Status status);
 
+/** 2 when something was lost or could not be read or written, 1 when something is against the standard. */
 Exit_Status Status_Of(const lib_mend::Findings& findings);
 
 }  // namespace dicom_mend

@@ -1,5 +1,7 @@
 #include "mend/findings/findings.h"
 
+#include "mend/findings/faults.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <string_view>
@@ -15,6 +17,12 @@ constexpr int Severity_Report = 4;
 constexpr unsigned int Severity_Place = 0x80000001U;
 constexpr unsigned int Severity_Error = 2;
 constexpr unsigned int Severity_Memory = 1;
+
+/** Findings of one kind and level that are kept. */
+constexpr std::size_t Most_Of_A_Kind = 100;
+
+/** Bytes of a value that a finding keeps. */
+constexpr std::size_t Longest_Quote = 256;
 
 /** Takes out the one-byte colour and emphasis codes; 0xF0 and 0xF1 may also start a UTF-8 letter. */
 std::string Without_Markup(std::string_view text)
@@ -97,6 +105,20 @@ std::string Tag_Text(Tag tag)
     return text;
 }
 
+std::string Path_Text(const Path& path, Tag tag)
+{
+    constexpr std::size_t Shown_Steps = 16;
+    std::string text;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if (i == Shown_Steps && path.size() > 2 * Shown_Steps) {
+            text += ".../";
+            i = path.size() - Shown_Steps;
+        }
+        text += Tag_Text(path[i].sequence) + '[' + std::to_string(path[i].item) + "]/";
+    }
+    return text + Tag_Text(tag);
+}
+
 std::string Tag_Name(Tag tag)
 {
     if (const TAG_db_Elems* const entry = NEMA_db_Locate(tag.group, tag.element)) {
@@ -111,27 +133,62 @@ std::string Tag_Name(Tag tag)
     return "Unknown Element";
 }
 
+void Findings::Report(Fault fault, Level level, const Place& place, std::string text,
+                      const Values& values)
+{
+    Finding finding = {level, place.has_tag, place.tag, place.vr, place.offset, std::move(text)};
+    finding.fault = fault;
+    if (place.has_tag) {
+        finding.path = Path_Text(place.path != nullptr ? *place.path : Path(), place.tag);
+    }
+    finding.length = place.length;
+    finding.before = values.before.substr(0, Longest_Quote);
+    finding.after = values.after.substr(0, Longest_Quote);
+    Store(std::move(finding));
+}
+
 void Findings::Add(Level level, std::string text)
 {
-    all_.push_back(
-        {level, subject.known, subject.tag, subject.vr, subject.offset, std::move(text)});
+    Store({level, subject.known, subject.tag, subject.vr, subject.offset, std::move(text)});
 }
 
 void Findings::Add(Level level, Tag tag, std::int64_t offset, std::string text)
 {
-    all_.push_back({level, true, tag, 0, offset, std::move(text)});
+    Store({level, true, tag, 0, offset, std::move(text)});
 }
 
 void Findings::Add(Level level, const DICOM_List& record, std::string text)
 {
-    all_.push_back(
+    Store(
         {level, true, {record.group, record.element}, VR_Of(record), record.pos, std::move(text)});
+}
+
+void Findings::Store(Finding finding)
+{
+    ++made_;
+    if (counts_[{Kind_Of(finding).fault, finding.level}]++ < Most_Of_A_Kind) {
+        all_.push_back(std::move(finding));
+    }
 }
 
 bool Findings::Has(Level level) const
 {
-    return std::any_of(all_.begin(), all_.end(),
-                       [level](const Finding& finding) { return finding.level == level; });
+    return std::any_of(counts_.begin(), counts_.end(),
+                       [level](const auto& entry) { return entry.first.second == level; });
+}
+
+void Findings::Sum_Up()
+{
+    for (auto& [key, count] : counts_) {
+        if (count > Most_Of_A_Kind) {
+            Finding more;
+            more.fault = key.first;
+            more.level = key.second;
+            more.text = "and " + std::to_string(count - Most_Of_A_Kind) + " more like this";
+            all_.push_back(std::move(more));
+            count = Most_Of_A_Kind;
+        }
+    }
 }
 
 void Findings::Add_Place(std::size_t first, std::int64_t offset)
@@ -190,7 +247,7 @@ void Findings::Take_Message(unsigned int severity, const char* message)
         text.remove_suffix(repetition.size());
     }
     finding.text = text;
-    all_.push_back(std::move(finding));
+    Store(std::move(finding));
 }
 
 std::string Findings::Take_Errors()

@@ -3,11 +3,15 @@
 #ifndef LIB_MEND_FINDINGS_H
 #define LIB_MEND_FINDINGS_H
 
+#include "mend/findings/fault.h"
+
 #include <Lib_DICOM/Lib_DICOM.h>
 
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace lib_mend {
@@ -27,10 +31,26 @@ std::string Tag_Text(Tag tag);
 std::string Tag_Name(Tag tag);
 
 enum class Level {
-    Info,    ///< worth knowing, nothing was changed
+    Info,    ///< worth knowing, no fault
     Change,  ///< a fault that was mended, or will be
-    Error    ///< something could not be read or written
+    Kept,    ///< a fault that is said and stays as it was read
+    Error    ///< something is lost, or could not be read or written
 };
+
+/** A sequence and the number of one of its items, counted from 0. */
+struct Path_Step {
+    Tag sequence;
+    int item = 0;
+};
+
+/** The way from the data set to a list of elements, the outermost sequence first. */
+using Path = std::vector<Path_Step>;
+
+/**
+ * "0040,0275[0]/0008,0100". Of a path of very many steps the first and the last are shown, with
+ * "..." between them.
+ */
+std::string Path_Text(const Path& path, Tag tag);
 
 struct Finding {
     static constexpr std::int64_t Nowhere = -1;
@@ -40,8 +60,35 @@ struct Finding {
     Tag tag;
     /** VR of the record that the finding is about, 0 when it is not known. */
     unsigned short vr = 0;
+    /** Of the element's tag in the source. */
     std::int64_t offset = Nowhere;
+    /** What is wrong and what becomes of it. Quotes no value, but for messages of the library. */
     std::string text;
+    Fault fault = Fault::Other;
+    /** Path_Text of the element; empty for the file as a whole. */
+    std::string path = {};
+    /** Length of the value in the source, in bytes. */
+    std::int64_t length = Nowhere;
+    /** The value as it was and as it is now: bytes of the file, shown only where that is harmless. */
+    std::string before = {};
+    std::string after = {};
+};
+
+/** Where a finding stands: an element, an element that is missing, or only a place in the file. */
+struct Place {
+    bool has_tag = false;
+    Tag tag;
+    unsigned short vr = 0;
+    /** Of the list around the element; null for the data set itself, or where it is not known. */
+    const Path* path = nullptr;
+    std::int64_t offset = Finding::Nowhere;
+    std::int64_t length = Finding::Nowhere;
+};
+
+/** The value of an element before and after, for a finding. Long ones are cut when it is made. */
+struct Values {
+    std::string_view before;
+    std::string_view after;
 };
 
 /** The record that is being worked on: the tag and the place of messages that name none. */
@@ -57,17 +104,38 @@ inline unsigned short VR_Of(const DICOM_List& record)
     return record.vr != 0 ? record.vr : record.vr_default;
 }
 
+/** The place of a record in a list that `path` leads to. */
+inline Place At(const DICOM_List& record, const Path& path)
+{
+    return {true, {record.group, record.element}, VR_Of(record), &path, record.pos, record.size};
+}
+
 class Findings {
 public:
+    /** Makes a finding; what is wrong is said in `text`, values stand apart from it. */
+    void Report(Fault fault, Level level, const Place& place, std::string text,
+                const Values& values = {});
+
     void Add(Level level, std::string text);
     void Add(Level level, Tag tag, std::int64_t offset, std::string text);
     void Add(Level level, const DICOM_List& record, std::string text);
 
+    /**
+     * The findings in the order in which they were made. Of one kind and level the first hundred are
+     * kept, so that a file with a million faults costs no memory to speak of; see Sum_Up.
+     */
     const std::vector<Finding>& All() const
     {
         return all_;
     }
+    /** Number of findings made, with those that were not kept. */
+    std::size_t Count() const
+    {
+        return made_;
+    }
     bool Has(Level level) const;
+    /** Adds a finding for each kind of which some were not kept, saying how many. */
+    void Sum_Up();
     /** Gives findings from the index `first` on that have no place this one. */
     void Add_Place(std::size_t first, std::int64_t offset);
     /** Gives findings from the index `first` on that name a tag without a place the place of it. */
@@ -93,7 +161,12 @@ public:
     Subject subject;
 
 private:
+    void Store(Finding finding);
+
     std::vector<Finding> all_;
+    /** How many there are of each kind and level. */
+    std::map<std::pair<Fault, Level>, std::size_t> counts_;
+    std::size_t made_ = 0;
     std::vector<std::string> errors_;
     bool out_of_memory_ = false;
     bool out_of_memory_reported_ = false;

@@ -153,9 +153,9 @@ void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
         return;
     }
     const Bytes before = Value_Bytes(record);
-    const std::size_t count = findings.All().size();
+    const std::size_t count = findings.Count();
     DICOM_Attribute_Cleanup_Tag(nullptr, &record);
-    if (findings.All().size() != count || Value_Bytes(record) == before) {
+    if (findings.Count() != count || Value_Bytes(record) == before) {
         return;
     }
     findings.Add(Level::Change, record,

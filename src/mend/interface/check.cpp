@@ -25,9 +25,9 @@ void Check_Age(const DICOM_List& record, Findings& findings)
         return;
     }
     std::memcpy(copy.data, record.data, size);
-    const std::size_t count = findings.All().size();
+    const std::size_t count = findings.Count();
     DICOM_Attribute_Cleanup_Tag(nullptr, &copy);
-    if (findings.All().size() == count && Form_Changes(Value_Bytes(record), copy)) {
+    if (findings.Count() == count && Form_Changes(Value_Bytes(record), copy)) {
         findings.Add(Level::Change, record, Form_Text);
     }
     std::free(copy.data);
@@ -68,9 +68,9 @@ void Check_Value(const Data_Set& set, DICOM_List& record, Findings& findings)
     alone.next = nullptr;
     alone.item = nullptr;
     DICOM_Root root = {};
-    const std::size_t count = findings.All().size();
+    const std::size_t count = findings.Count();
     DICOM_Attribute_Syntax(nullptr, &root, &alone);
-    if (VR_Of(record) == VR_AS && findings.All().size() == count) {
+    if (VR_Of(record) == VR_AS && findings.Count() == count) {
         Check_Age(record, findings);
     } else if (VR_Of(record) == VR_UN) {
         Check_Unknown(record, findings);

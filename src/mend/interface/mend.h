@@ -2,25 +2,13 @@
 #ifndef LIB_MEND_MEND_H
 #define LIB_MEND_MEND_H
 
+#include "mend/interface/options.h"
 #include "mend/reading/data_set.h"
 
 #include <span>
 #include <vector>
 
 namespace lib_mend {
-
-/** Transfer syntax of the output. */
-enum class Output_Syntax { Keep, Implicit_Little, Explicit_Little, Explicit_Big };
-
-struct Mend_Options {
-    Output_Syntax syntax = Output_Syntax::Keep;
-    /** Leave private elements out. */
-    bool drop_private = false;
-    /** Put a group length in front of each group. */
-    bool group_lengths = false;
-    /** Give sequences and items defined lengths. */
-    bool defined_lengths = false;
-};
 
 /** An encoded file in pieces that follow each other. */
 class Encoded_File {

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace lib_mend {
 
@@ -121,12 +122,20 @@ inline bool Has_Value(const DICOM_List& record)
 
 inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
 
+/** Bytes of a source that are no elements. */
+struct Skipped {
+    std::int64_t offset = 0;
+    std::int64_t size = 0;
+};
+
 struct Data_Set {
     /** Group 0002 in file order, and the data set nested. */
     Record_List meta;
     Record_List records;
     /** What the positions of `records` refer to: the file, or the inflated data set. */
     std::shared_ptr<Source> source;
+    /** What was skipped while reading, in the order of the source. */
+    std::vector<Skipped> skipped;
     /** Bytes of the preamble that are not zero: data of an application. */
     bool preamble_in_use = false;
     /** The file could not be read: what is here may be wrong, and not only incomplete. */

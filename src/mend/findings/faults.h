@@ -1,6 +1,6 @@
 // What kinds of findings there are: how grave each is, and what the standard asks for instead.
-#ifndef LIB_MEND_FINDING_KINDS_H
-#define LIB_MEND_FINDING_KINDS_H
+#ifndef LIB_MEND_FAULTS_H
+#define LIB_MEND_FAULTS_H
 
 #include "mend/findings/findings.h"
 
@@ -13,6 +13,7 @@ enum class Severity {
 };
 
 struct Finding_Kind {
+    Fault fault;
     /** Stable name, for programs. */
     const char* name;
     Severity severity;
@@ -40,7 +41,10 @@ const char* Severity_Name(Severity severity);
  */
 bool May_Identify(Tag tag, unsigned short vr);
 
-/** The text of a finding; without values that may identify a person unless they are to be shown. */
+/**
+ * The text of a finding with the values before and after; without those that may identify a person
+ * unless they are to be shown.
+ */
 std::string Shown_Text(const Finding& finding, bool show_values);
 
 }  // namespace lib_mend

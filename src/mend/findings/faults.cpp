@@ -1,0 +1,345 @@
+#include "mend/findings/faults.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Finding_Kind Kinds[] = {
+    {Fault::Padding, "padding", Severity::Warning, "wrong padding character",
+     "texts are padded with a blank, UIDs with NUL", "PS3.5 6.2", true},
+    {Fault::Characters, "characters", Severity::Error, "characters that the VR does not allow",
+     "each VR has its own set of characters", "PS3.5 6.2", true},
+    {Fault::Old_Syntax, "old-syntax", Severity::Warning, "date or time in an old form",
+     "dates are YYYYMMDD, times HHMMSS.FFFFFF", "PS3.5 6.2", true},
+    {Fault::Form, "form", Severity::Warning, "value in another form",
+     "ages are nnnD, nnnW, nnnM or nnnY", "PS3.5 6.2", false},
+    {Fault::Control_Characters, "control-characters", Severity::Warning,
+     "control characters in a text", "a text holds no control characters but those of its VR",
+     "PS3.5 6.1.3", false},
+    {Fault::UID, "uid", Severity::Error, "no valid UID",
+     "UIDs are numbers without leading zeros between dots, 64 characters at the most", "PS3.5 9.1",
+     false},
+    {Fault::UID_Replaced, "uid-replaced", Severity::Info, "an unfit UID is replaced", "",
+     "PS3.5 B.2", false},
+    {Fault::Strict, "strict", Severity::Error, "the fixed repairs change what the value says", "",
+     "PS3.5 6.2", false},
+    {Fault::Length, "length", Severity::Error, "value longer than the VR allows",
+     "each VR limits the length of a value", "PS3.5 6.2", true},
+    {Fault::Size, "size", Severity::Error, "size that the VR does not allow",
+     "the size is a multiple of the VR's width", "PS3.5 6.2", false},
+    {Fault::Multiplicity, "multiplicity", Severity::Error, "wrong number of values",
+     "the registry gives the number of values", "PS3.6 6", false},
+    {Fault::Value_VR, "value-vr", Severity::Error, "numbers of another VR than the registry gives",
+     "the registry gives the VR", "PS3.6 6", false},
+    {Fault::Range, "range", Severity::Error, "number out of range", "IS holds 32-bit integers",
+     "PS3.5 6.2", true},
+    {Fault::Integer, "integer", Severity::Error, "decimals in an integer",
+     "IS holds no decimal point", "PS3.5 6.2", true},
+    {Fault::Year_2000, "year-2000", Severity::Error, "date with a year of five digits",
+     "dates are YYYYMMDD", "PS3.5 6.2", true},
+    {Fault::Last_Backslash, "last-backslash", Severity::Warning, "backslash at the end",
+     "a backslash stands between two values", "PS3.5 6.4", false},
+    {Fault::Character_Set, "character-set", Severity::Warning,
+     "the declared character set is misspelt or wrong",
+     "(0008,0005) names the character sets of the texts", "PS3.3 C.12.1.1.2", false},
+    {Fault::Character_Set_Bytes, "character-set-bytes", Severity::Error,
+     "bytes that the declared character set does not hold",
+     "(0008,0005) names the character sets of the texts", "PS3.5 6.1", false},
+    {Fault::Odd_Length, "odd-length", Severity::Error, "odd length", "every length is even",
+     "PS3.5 7.1.1", false},
+    {Fault::VR, "vr", Severity::Error, "VR that is wrong or missing", "the registry gives the VR",
+     "PS3.5 7.1.2", false},
+    {Fault::VR_Unknown, "vr-unknown", Severity::Warning, "VR=UN though the element is known",
+     "UN is for elements whose VR is not known", "PS3.5 6.2.2", false},
+    {Fault::VR_Other, "vr-other", Severity::Warning, "VR other than the registry's",
+     "the registry gives the VR", "PS3.6 6", false},
+    {Fault::Encoding, "encoding", Severity::Error, "fault of a known encoder",
+     "headers follow the transfer syntax", "PS3.5 7.1", false},
+    {Fault::Header, "header", Severity::Error, "a header that makes no sense as it stands",
+     "headers follow the transfer syntax", "PS3.5 7.1", false},
+    {Fault::Value_Length, "value-length", Severity::Error,
+     "a length that does not fit what follows", "the length is that of the value", "PS3.5 7.1.1",
+     false},
+    {Fault::Garbage, "garbage", Severity::Error, "bytes that are no elements",
+     "elements follow each other without a gap", "PS3.5 7.1", false},
+    {Fault::Private_Definition, "private-definition", Severity::Info,
+     "a private value does not fit its definition", "", "PS3.5 7.8", false},
+    {Fault::Unreadable, "unreadable", Severity::Error, "part that cannot be read",
+     "headers follow the transfer syntax", "PS3.5 7.1", false},
+    {Fault::Truncated, "truncated", Severity::Error, "the file ends too early",
+     "the value has the length of its header", "PS3.5 7.1.1", false},
+    {Fault::Order, "order", Severity::Error, "elements out of order",
+     "tags ascend, each occurs once", "PS3.5 7.1", false},
+    {Fault::Duplicate, "duplicate", Severity::Error, "an element that occurs twice",
+     "each tag occurs once", "PS3.5 7.1", false},
+    {Fault::Lost, "lost", Severity::Error, "something is not in the output", "", "", false},
+    {Fault::Foreign_Group, "foreign-group", Severity::Error, "group that does not belong here",
+     "command and file meta groups stand outside a data set", "PS3.5 7.1", false},
+    {Fault::Nesting, "nesting", Severity::Error, "sequence, item or delimiter in the wrong place",
+     "sequences hold items, and are closed", "PS3.5 7.5", false},
+    {Fault::Depth, "depth", Severity::Error, "sequences nested too deeply", "", "", false},
+    {Fault::Fragments, "fragments", Severity::Error, "fault in encapsulated pixel data",
+     "fragments of even length, closed by a delimiter", "PS3.5 A.4", false},
+    {Fault::Pixel_VR, "pixel-vr", Severity::Error, "VR of the pixel data does not fit",
+     "OW above 8 bits allocated", "PS3.5 8.2", false},
+    {Fault::Pixel_Size, "pixel-size", Severity::Error, "pixel data of another size than the image",
+     "Rows x Columns x Samples x Bits x Frames", "PS3.5 8.1.1", false},
+    {Fault::Pixel_Attributes, "pixel-attributes", Severity::Error,
+     "attributes of the image contradict each other", "the Image Pixel module ties them together",
+     "PS3.3 C.7.6.3", false},
+    {Fault::Frames, "frames", Severity::Error, "the number of frames does not fit the pixel data",
+     "Number of Frames counts them", "PS3.5 A.4", false},
+    {Fault::Offset_Table, "offset-table", Severity::Error, "offset table is missing or wrong",
+     "it gives the place of each frame", "PS3.5 A.4", false},
+    {Fault::Overlay, "overlay", Severity::Warning, "overlay data does not fit the image", "",
+     "PS3.3 C.9.2", false},
+    {Fault::Undefined_Length, "undefined-length", Severity::Error,
+     "undefined length of a VR that has none",
+     "only SQ, UN and encapsulated data have an undefined length", "PS3.5 7.1.1", false},
+    {Fault::Preamble, "preamble", Severity::Error, "no preamble or prefix",
+     "128 bytes and \"DICM\" begin a file", "PS3.10 7.1", false},
+    {Fault::Not_DICOM, "not-dicom", Severity::Error, "no DICOM file", "", "PS3.10 7.1", false},
+    {Fault::Wrapper, "wrapper", Severity::Error, "the file stands inside another format",
+     "a file begins with its preamble", "PS3.10 7.1", false},
+    {Fault::Preamble_Used, "preamble-used", Severity::Info, "the preamble is in use", "",
+     "PS3.10 7.1", false},
+    {Fault::File_Meta, "file-meta", Severity::Error, "file meta information is missing or wrong",
+     "group 0002 describes the file", "PS3.10 7.1", false},
+    {Fault::Meta_Missing, "meta-missing", Severity::Error, "missing in the file meta information",
+     "group 0002 describes the file", "PS3.10 7.1", true},
+    {Fault::Meta_Differs, "meta-differs", Severity::Warning,
+     "other in the file meta information than in the data set",
+     "group 0002 repeats the UIDs of the data set", "PS3.10 7.1", true},
+    {Fault::Transfer_Syntax, "transfer-syntax", Severity::Error,
+     "transfer syntax is missing or another", "(0002,0010) names the encoding", "PS3.10 7.1",
+     false},
+    {Fault::Deflated, "deflated", Severity::Warning, "bytes around the deflated data set",
+     "the stream is the rest of the file", "PS3.5 A.5", false},
+    {Fault::Trailing, "trailing", Severity::Info, "bytes behind the data set", "", "PS3.10 7.2",
+     false},
+    {Fault::Directory, "directory", Severity::Error, "offset in a directory that leads nowhere",
+     "offsets are those of directory records", "PS3.3 F.3.2.2", false},
+    {Fault::Retired, "retired", Severity::Info, "retired element", "", "PS3.6 6", false},
+    {Fault::Group_Length, "group-length", Severity::Info, "group length", "", "PS3.5 7.2", false},
+    {Fault::Creator, "creator", Severity::Warning, "private element without a creator",
+     "a creator element reserves the block", "PS3.5 7.8.1", false},
+    {Fault::Removed, "removed", Severity::Info, "left out", "", "", false},
+    {Fault::Missing, "missing", Severity::Error, "a required attribute is missing",
+     "type 1 and 2 attributes are present", "PS3.5 7.4", false},
+    {Fault::Empty, "empty", Severity::Error, "a required value is missing",
+     "type 1 attributes have a value", "PS3.5 7.4.1", false},
+    {Fault::IOD, "iod", Severity::Warning, "the IOD is not known", "the SOP class tells the IOD",
+     "PS3.4 B.5", false},
+    {Fault::Definitions, "definitions", Severity::Error, "fault in the definition files", "", "",
+     false},
+    {Fault::Set, "set", Severity::Info, "set to the value that was given", "", "", true},
+    {Fault::Original_Attributes, "original-attributes", Severity::Info,
+     "the original value is kept in Original Attributes", "", "PS3.3 C.12.1.1.9", false},
+    {Fault::Other, "other", Severity::Warning, "something is wrong", "", "", true},
+};
+
+constexpr bool Rows_Stand_In_Order()
+{
+    for (std::size_t i = 0; i < std::size(Kinds); ++i) {
+        if (Kinds[i].fault != static_cast<Fault>(i)) {
+            return false;
+        }
+    }
+    return std::size(Kinds) == static_cast<std::size_t>(Fault::Other) + 1;
+}
+static_assert(Rows_Stand_In_Order(), "a fault is the index of its row");
+
+/**
+ * The kinds by what their texts hold. The fragment that stands first in a text counts: values, which
+ * may hold anything, stand behind the words of the message.
+ */
+struct Pattern {
+    std::string_view fragment;
+    const char* kind;
+};
+
+constexpr Pattern Patterns[] = {
+    {"invalid padding char", "padding"},
+    {"padding is put right", "padding"},
+    {" char in \"", "characters"},
+    {"Invalid character in data", "characters"},
+    {"Old syntax!", "old-syntax"},
+    {"into the form", "form"},
+    {"String too long!", "length"},
+    {"bytes length (=", "length"},
+    {"Expecting VR=IS", "integer"},
+    {"Converted from", "integer"},
+    {"Expecting VN=", "multiplicity"},
+    {"Expecting ", "size"},
+    {"of a broken size", "size"},
+    {"Value out of range", "range"},
+    {"Y2K bug!", "year-2000"},
+    {"last char", "last-backslash"},
+    {"lenght is odd", "odd-length"},
+    {"fragment of odd length", "fragments"},
+    {"odd length is padded", "odd-length"},
+    {"has no VR", "vr"},
+    {"does not exist", "vr"},
+    {"blank VR", "vr"},
+    {"VR=UN is replaced", "vr-unknown"},
+    {", which implicit VR stands for", "vr-other"},
+    {"cannot be kept in", "removed"},
+    {"stored as UN", "vr-unknown"},
+    {"Explicit VR (=", "vr-other"},
+    {"VR does not fit", "pixel-vr"},
+    {"of undefined length", "undefined-length"},
+    {"Variable length tag", "undefined-length"},
+    {"Fix ", "encoding"},
+    {"Oups!", "encoding"},
+    {"Please contact", "encoding"},
+    {"Pixel data is \"Explicit VR\"", "encoding"},
+    {"tags should be sorted!", "order"},
+    {"occurs twice", "order"},
+    {"cut off", "truncated"},
+    {"no complete element", "truncated"},
+    {"deflated data set", "deflated"},
+    {"reading stops here", "unreadable"},
+    {"cannot be read", "unreadable"},
+    {"cannot be positioned", "unreadable"},
+    {"there is no data set", "unreadable"},
+    {"encapsulated value is not closed", "fragments"},
+    {"encapsulated value stored", "fragments"},
+    {"compressed pixel data", "fragments"},
+    {"pixel data is encapsulated", "fragments"},
+    {"offset table", "fragments"},
+    {"item outside a sequence", "nesting"},
+    {"delimitation of length", "nesting"},
+    {"item delimitation", "nesting"},
+    {"sequence delimitation", "nesting"},
+    {"is not closed", "nesting"},
+    {"past the given length", "nesting"},
+    {"missing end of sequence", "nesting"},
+    {"should be followed by an \"item\"", "nesting"},
+    {"nest deeper", "depth"},
+    {"To many \"sequences\"", "depth"},
+    {"the preamble held data", "preamble-used"},
+    {"preamble", "preamble"},
+    {"transfer syntax", "transfer-syntax"},
+    {"is no UID", "transfer-syntax"},
+    {"file meta", "file-meta"},
+    {"completed with", "meta-missing"},
+    {"changed from", "meta-differs"},
+    {"stays empty", "meta-missing"},
+    {"no directory record", "directory"},
+    {"follows its record", "directory"},
+    {"Retired from DICOM", "retired"},
+    {"group length is", "group-length"},
+    {"trailing padding", "trailing"},
+    {"of zeros behind", "trailing"},
+    {"does not belong", "foreign-group"},
+    {"no private creator", "creator"},
+    {"Missing required value", "missing"},
+    {"Empty required value", "empty"},
+    {"definition files: ", "definitions"},
+    {"tells the IOD", "iod"},
+    {"no IOD is known", "iod"},
+    {"no definition of IOD", "iod"},
+    {"set to ", "set"},
+    {"added without a value", "set"},
+    {"left out", "removed"},
+    {"removed", "removed"},
+};
+
+constexpr const Finding_Kind& Kind_Named(std::string_view name)
+{
+    for (const Finding_Kind& kind : Kinds) {
+        if (name == kind.name) {
+            return kind;
+        }
+    }
+    return *(std::end(Kinds) - 1);
+}
+
+constexpr bool All_Patterns_Name_A_Kind()
+{
+    return std::all_of(std::begin(Patterns), std::end(Patterns), [](const Pattern& pattern) {
+        return Kind_Named(pattern.kind).name == std::string_view(pattern.kind);
+    });
+}
+static_assert(All_Patterns_Name_A_Kind());
+
+}  // namespace
+
+const Finding_Kind& Kind_Of(const Finding& finding)
+{
+    if (finding.fault != Fault::Other) {
+        return Kinds[static_cast<std::size_t>(finding.fault)];
+    }
+    const char* kind = "other";
+    std::size_t first = std::string::npos;
+    for (const Pattern& pattern : Patterns) {
+        const std::size_t at = finding.text.find(pattern.fragment);
+        if (at < first) {
+            first = at;
+            kind = pattern.kind;
+        }
+    }
+    return Kind_Named(kind);
+}
+
+Severity Severity_Of(const Finding& finding)
+{
+    return finding.level == Level::Error ? Severity::Error : Kind_Of(finding).severity;
+}
+
+const char* Severity_Name(Severity severity)
+{
+    switch (severity) {
+    case Severity::Info:
+        return "info";
+    case Severity::Warning:
+        return "warning";
+    case Severity::Error:
+        break;
+    }
+    return "error";
+}
+
+bool May_Identify(Tag tag, unsigned short vr)
+{
+    constexpr unsigned short Groups[] = {0x0010, 0x0012, 0x0032, 0x0038, 0x4008};
+    constexpr Tag Classes[] = {{0x0002, 0x0002}, {0x0002, 0x0010}, {0x0002, 0x0012},
+                               {0x0002, 0x0013}, {0x0008, 0x0016}, {0x0008, 0x1150}};
+    if (std::find(std::begin(Classes), std::end(Classes), tag) != std::end(Classes)) {
+        return false;
+    }
+    if (tag.group % 2 != 0 ||
+        std::find(std::begin(Groups), std::end(Groups), tag.group) != std::end(Groups)) {
+        return true;
+    }
+    constexpr unsigned short Harmless[] = {VR_AT, VR_CS, VR_DS, VR_FD, VR_FL, VR_IS,
+                                           VR_SL, VR_SS, VR_SV, VR_UL, VR_US, VR_UV};
+    const TAG_db_Elems* const entry = NEMA_db_Locate(tag.group, tag.element);
+    if (vr == 0 && entry != nullptr) {
+        vr = entry->vr[0];
+    }
+    return std::find(std::begin(Harmless), std::end(Harmless), vr) == std::end(Harmless);
+}
+
+std::string Shown_Text(const Finding& finding, bool show_values)
+{
+    const Finding_Kind& kind = Kind_Of(finding);
+    const bool may_show = show_values || !finding.has_tag || !May_Identify(finding.tag, finding.vr);
+    if (finding.fault == Fault::Other && kind.quotes_value && !may_show) {
+        return std::string(kind.what) + " (--show-values shows it)";
+    }
+    std::string text = finding.text;
+    if (may_show && !finding.before.empty()) {
+        text += ": \"" + finding.before + "\"";
+    }
+    if (may_show && !finding.after.empty()) {
+        text += (finding.before.empty() ? ": \"" : " becomes \"") + finding.after + "\"";
+    }
+    return text;
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,89 @@
+// Walks over the tree of a data set. Sequences may nest as deep as memory allows, so that no walk
+// calls itself.
+//
+// Each item is a list whose first record is the item header, (FFFE,E000): it holds the place and the
+// length of the item, and keeps an item without elements apart from the end of the items. A fragment
+// of encapsulated data is such a record with VR OB and a value.
+#ifndef LIB_MEND_TREE_H
+#define LIB_MEND_TREE_H
+
+#include "mend/reading/data_set.h"
+
+#include <vector>
+
+namespace lib_mend {
+
+/** Goes through the records of a list and of all items below, a sequence before its contents. */
+class Tree_Walk {
+public:
+    explicit Tree_Walk(DICOM_List* list)
+    {
+        levels_.push_back({list, nullptr, 0});
+    }
+
+    /**
+     * The next record, item headers included; null at the end. The record that was returned last may
+     * have changed, but has to be there still.
+     */
+    DICOM_List* Next();
+
+    /** The way to the list of the record that was returned last. */
+    const Path& Way() const
+    {
+        return way_;
+    }
+    /** The record of the sequence around it, null at the top level. */
+    DICOM_List* Around() const
+    {
+        return levels_.size() > 1 ? levels_[levels_.size() - 2].last : nullptr;
+    }
+    /** Leaves the items of the record that was returned last out. */
+    void Skip_Items()
+    {
+        skip_ = true;
+    }
+
+private:
+    struct Level {
+        DICOM_List* next;
+        DICOM_List* last;
+        int item;
+    };
+
+    bool Enter_Item(DICOM_List* sequence, int item);
+
+    std::vector<Level> levels_;
+    Path way_;
+    bool skip_ = false;
+};
+
+/** Calls `visit(record, path)` for the elements of a list and of all items below. */
+template <class Visit>
+void For_Each_Element(DICOM_List* list, Visit&& visit)
+{
+    Tree_Walk walk(list);
+    while (DICOM_List* const record = walk.Next()) {
+        if (!Is_Delimiter(*record)) {
+            visit(*record, walk.Way());
+        }
+    }
+}
+
+/** Calls `visit(list, path)` for the address of each list, the one around before those inside. */
+template <class Visit>
+void For_Each_List(DICOM_List** list, Visit&& visit)
+{
+    visit(list, Path());
+    Tree_Walk walk(*list);
+    while (DICOM_List* const record = walk.Next()) {
+        for (int i = 0; Item_Of(*record, i) != nullptr; ++i) {
+            Path path = walk.Way();
+            path.push_back({Tag_Of(*record), i});
+            visit(&record->item[i], path);
+        }
+    }
+}
+
+}  // namespace lib_mend
+
+#endif
