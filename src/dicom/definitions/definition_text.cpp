@@ -11,6 +11,8 @@ namespace lib_dicom {
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_IOD";
+
 constexpr std::size_t Max_Line = 65536;
 constexpr std::size_t Max_Shown = 40;
 /** Faults of one file after which it is not worth reading on. */
@@ -194,7 +196,7 @@ void Reading::Report(const std::string& file, File& state, int line, const Defin
 
 void Report_Definition_Error(HWND handle, const std::string& text)
 {
-    Report_Error(handle, "    \361\004ERROR:\002 %hs", text.c_str());
+    Report_Error(handle, This_Unit, "    \361\004ERROR:\002 %hs", text.c_str());
 }
 
 }  // namespace lib_dicom

@@ -13,6 +13,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_IOD";
+
 /** The lines of `DICOM_Override`, and where they come from. */
 struct Override {
     std::string file;
@@ -227,27 +229,28 @@ Definitions& lib_dicom::Get_Definitions()
 const wchar_t* DICOM_Module_Setup(HWND handle, const wchar_t* directory)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Setup(%ls)", directory);
-    return Guarded(handle, static_cast<const wchar_t*>(nullptr), [&]() -> const wchar_t* {
-        Definitions& definitions = Get_Definitions();
-        std::string why;
-        if (directory != nullptr) {
-            if (!definitions.files.Set_Directory(Wide_Path(directory), why)) {
-                Report_Definition_Error(handle, why);
-                return trace.Leave(nullptr, "! directory");
-            }
-            definitions.Leave_Directory();
-        } else if (definitions.files.Directory(why).empty()) {
-            Report_Definition_Error(handle, why);
-            return trace.Leave(nullptr, "! directory");
-        }
-        return definitions.files.Wide_Directory().c_str();
-    });
+    return Guarded(handle, This_Unit, static_cast<const wchar_t*>(nullptr),
+                   [&]() -> const wchar_t* {
+                       Definitions& definitions = Get_Definitions();
+                       std::string why;
+                       if (directory != nullptr) {
+                           if (!definitions.files.Set_Directory(Wide_Path(directory), why)) {
+                               Report_Definition_Error(handle, why);
+                               return trace.Leave(nullptr, "! directory");
+                           }
+                           definitions.Leave_Directory();
+                       } else if (definitions.files.Directory(why).empty()) {
+                           Report_Definition_Error(handle, why);
+                           return trace.Leave(nullptr, "! directory");
+                       }
+                       return definitions.files.Wide_Directory().c_str();
+                   });
 }
 
 DICOM_List* DICOM_Module_Read(HWND handle, const char* name)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read(%hs)", name);
-    return Guarded(handle, static_cast<DICOM_List*>(nullptr), [&]() -> DICOM_List* {
+    return Guarded(handle, This_Unit, static_cast<DICOM_List*>(nullptr), [&]() -> DICOM_List* {
         DICOM_List* const none = nullptr;
         if (DICOM_Module_Setup(handle, nullptr) == nullptr) {
             return trace.Leave(none, "! directory");
@@ -266,7 +269,7 @@ DICOM_List* DICOM_Module_Read(HWND handle, const char* name)
 int DICOM_Module_Read_Line(HWND handle, DICOM_Root* root, DICOM_List** list, const char* line)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read_Line()");
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         DICOM_List** const open = Open_List(handle, root, list);
         if (open == nullptr) {
             Report_Definition_Error(handle, "the list does not hold the sequence that is open");
@@ -284,7 +287,7 @@ int DICOM_Module_Read_Line(HWND handle, DICOM_Root* root, DICOM_List** list, con
 const char* DICOM_Module_Name(HWND handle, unsigned short modality)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Name(%04x)", modality);
-    return Guarded(handle, static_cast<const char*>(nullptr), [&]() -> const char* {
+    return Guarded(handle, This_Unit, static_cast<const char*>(nullptr), [&]() -> const char* {
         const Module_Index* const index = Get_Index(handle);
         return index != nullptr ? Look_Up(index->by_modality, modality) : nullptr;
     });
@@ -293,7 +296,7 @@ const char* DICOM_Module_Name(HWND handle, unsigned short modality)
 const char* DICOM_Module_Name(HWND handle, const char* sop_class_uid)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Name(%hs)", sop_class_uid);
-    return Guarded(handle, static_cast<const char*>(nullptr), [&]() -> const char* {
+    return Guarded(handle, This_Unit, static_cast<const char*>(nullptr), [&]() -> const char* {
         const Module_Index* const index = Get_Index(handle);
         return index != nullptr ? Look_Up(index->by_uid, std::string_view(sop_class_uid)) : nullptr;
     });
@@ -302,7 +305,7 @@ const char* DICOM_Module_Name(HWND handle, const char* sop_class_uid)
 const char* DICOM_Module_Include_Get(HWND handle, const char* name)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Include_Get(%hs)", name);
-    return Guarded(handle, static_cast<const char*>(nullptr), [&]() -> const char* {
+    return Guarded(handle, This_Unit, static_cast<const char*>(nullptr), [&]() -> const char* {
         std::string why;
         const Definition_File* const file = Get_Definitions().files.Load(name, why);
         if (file == nullptr) {

@@ -17,6 +17,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_IOD";
+
 std::string VR_Text(unsigned short vr)
 {
     if (vr == 0) {
@@ -217,7 +219,7 @@ int DICOM_Module_Read_Value(HWND handle, DICOM_List* record, const char* text)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read_Value(%04x,%04x)",
                       record->group, record->element);
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         try {
             Replace_Value(*record, Value_Bytes(Effective_VR(*record), text));
             return 1;

@@ -14,6 +14,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_IOD";
+
 std::uint32_t Tag_Number(unsigned short group, unsigned short element)
 {
     return static_cast<std::uint32_t>(group) << 16 | element;
@@ -206,7 +208,7 @@ int DICOM_Module_Read_Private(HWND handle, const char* creator, DICOM_List* reco
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read_Private(%04x,%04x)",
                       record->group, record->element);
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         Definitions& definitions = Get_Definitions();
         const Private_Element* const element = definitions.privates.Find(
             handle, definitions.files, creator, record->group, record->element);

@@ -26,12 +26,12 @@ using C_Array = std::unique_ptr<T[], C_Deleter>;
 
 /** Zeroed array, null after the memory message. A count of 0 gives a block of one element. */
 template <class T>
-C_Array<T> C_Calloc(HWND handle, std::size_t count, const char* variable, Place place = Place())
+C_Array<T> C_Calloc(HWND handle, Place place, std::size_t count, const char* variable)
 {
     static_assert(std::is_trivial_v<T>);
     C_Array<T> block(static_cast<T*>(std::calloc(count == 0 ? 1 : count, sizeof(T))));
     if (block == nullptr) {
-        Report_Memory(handle, "calloc", variable, static_cast<int>(count), sizeof(T), place);
+        Report_Memory(handle, place, "calloc", variable, static_cast<int>(count), sizeof(T));
     }
     return block;
 }
@@ -39,24 +39,23 @@ C_Array<T> C_Calloc(HWND handle, std::size_t count, const char* variable, Place 
 /** Uninitialised array, null after the memory message. A count of 0 gives a block of one element.
  */
 template <class T>
-C_Array<T> C_Malloc(HWND handle, std::size_t count, const char* variable, Place place = Place())
+C_Array<T> C_Malloc(HWND handle, Place place, std::size_t count, const char* variable)
 {
     static_assert(std::is_trivial_v<T>);
     const std::size_t size = (count == 0 ? 1 : count) * sizeof(T);
     C_Array<T> block(static_cast<T*>(std::malloc(size)));
     if (block == nullptr) {
-        Report_Memory(handle, "malloc", variable, static_cast<int>(count), sizeof(T), place);
+        Report_Memory(handle, place, "malloc", variable, static_cast<int>(count), sizeof(T));
     }
     return block;
 }
 
 /** Terminated copy of a text, null after the memory message. */
-inline C_Array<char> C_Strdup(HWND handle, std::string_view text, const char* variable,
-                              Place place = Place())
+inline C_Array<char> C_Strdup(HWND handle, Place place, std::string_view text, const char* variable)
 {
     C_Array<char> copy(static_cast<char*>(std::malloc(text.size() + 1)));
     if (copy == nullptr) {
-        Report_Text_Memory(handle, variable, place);
+        Report_Text_Memory(handle, place, variable);
         return copy;
     }
     std::copy(text.begin(), text.end(), copy.get());
@@ -70,8 +69,7 @@ inline C_Array<char> C_Strdup(HWND handle, std::string_view text, const char* va
  * @return false after the memory message: the array is then as it was
  */
 template <class T>
-bool C_Resize(HWND handle, T*& array, std::size_t count, const char* variable,
-              Place place = Place())
+bool C_Resize(HWND handle, Place place, T*& array, std::size_t count, const char* variable)
 {
     static_assert(std::is_trivial_v<T>);
     if (count == 0) {
@@ -81,7 +79,7 @@ bool C_Resize(HWND handle, T*& array, std::size_t count, const char* variable,
     }
     void* const block = std::realloc(static_cast<void*>(array), count * sizeof(T));
     if (block == nullptr) {
-        Report_Memory(handle, "realloc", variable, static_cast<int>(count), sizeof(T), place);
+        Report_Memory(handle, place, "realloc", variable, static_cast<int>(count), sizeof(T));
         return false;
     }
     array = static_cast<T*>(block);

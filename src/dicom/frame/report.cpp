@@ -6,32 +6,26 @@ namespace lib_dicom {
 
 void Report_Place(HWND handle, Place place)
 {
-    const std::string_view unit = Source_Unit(place.file);
-    Error_Fct(handle, Severity_Place, "file:%.*hs line:%d", static_cast<int>(unit.size()),
-              unit.data(), place.line);
+    Error_Fct(handle, Severity_Place, "file:%hs line:%d", place.unit, place.line);
 }
 
 void Report_Internal(HWND handle, Place place)
 {
-    const std::string_view unit = Source_Unit(place.file);
-    Error_Fct(handle, Severity_Memory, "Error: file:%.*hs line:%d", static_cast<int>(unit.size()),
-              unit.data(), place.line);
+    Error_Fct(handle, Severity_Memory, "Error: file:%hs line:%d", place.unit, place.line);
 }
 
-void Report_Memory(HWND handle, const char* function, const char* variable, int dim, int width,
-                   Place place)
+void Report_Memory(HWND handle, Place place, const char* function, const char* variable, int dim,
+                   int width)
 {
-    const std::string_view unit = Source_Unit(place.file);
     Error_Fct(handle, Severity_Memory,
-              "line %-4d of %.*hs \nmemory error in %hs (var=%hs, dim=%dx%d)", place.line,
-              static_cast<int>(unit.size()), unit.data(), function, variable, dim, width);
+              "line %-4d of %hs \nmemory error in %hs (var=%hs, dim=%dx%d)", place.line, place.unit,
+              function, variable, dim, width);
 }
 
-void Report_Text_Memory(HWND handle, const char* variable, Place place)
+void Report_Text_Memory(HWND handle, Place place, const char* variable)
 {
-    const std::string_view unit = Source_Unit(place.file);
-    Error_Fct(handle, Severity_Memory, "line %-4d of %.*hs \nmemory error in _strdup (var=%hs)",
-              place.line, static_cast<int>(unit.size()), unit.data(), variable);
+    Error_Fct(handle, Severity_Memory, "line %-4d of %hs \nmemory error in _strdup (var=%hs)",
+              place.line, place.unit, variable);
 }
 
 void Trace_Scope::Trace_Exit() const

@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <new>
-#include <string_view>
 
 namespace lib_dicom {
 
@@ -27,32 +26,24 @@ enum Severity : unsigned int {
     Trace_Entry = 0x90002009U
 };
 
-/** Name of a source unit, as messages quote it: the file's base name without its extension. */
-constexpr std::string_view Source_Unit(std::string_view path)
-{
-    path = path.substr(path.find_last_of("/\\") + 1);
-    return path.substr(0, path.find('.'));
-}
+/**
+ * Name of a source unit, as messages quote it. Each file that reports has its own at its top:
+ * `constexpr Unit This_Unit = "NEMA_Tag_Copy";`. Several files may belong to one unit.
+ */
+struct Unit {
+    const char* name;
 
-/** The place that reports, taken from the call site by itself. */
-struct Place {
-    const char* file;
-    int line;
-
-    constexpr Place(const char* file_ = __builtin_FILE(), int line_ = __builtin_LINE())
-        : file(file_), line(line_)
+    constexpr Unit(const char* name_) : name(name_)
     {
     }
 };
 
-/** A message text together with the place of the call that it is handed to. */
-struct Placed_Text {
-    const char* text;
-    Place place;
+/** The place that reports: a unit, and the line of the call that the unit is handed to. */
+struct Place {
+    const char* unit;
+    int line;
 
-    constexpr Placed_Text(const char* text_, const char* file = __builtin_FILE(),
-                          int line = __builtin_LINE())
-        : text(text_), place(file, line)
+    constexpr Place(Unit unit_, int line_ = __builtin_LINE()) : unit(unit_.name), line(line_)
     {
     }
 };
@@ -80,17 +71,17 @@ void Report_Note(HWND handle, const char* text, Args... args)
 }
 
 /** The location line that precedes an error. */
-void Report_Place(HWND handle, Place place = Place());
+void Report_Place(HWND handle, Place place);
 
 template <class... Args>
-void Report_Error(HWND handle, Placed_Text text, Args... args)
+void Report_Error(HWND handle, Place place, const char* text, Args... args)
 {
-    Report_Place(handle, text.place);
-    Error_Fct(handle, Severity_Error, text.text, args...);
+    Report_Place(handle, place);
+    Error_Fct(handle, Severity_Error, text, args...);
 }
 
 /** The message of an error of the library's own. */
-void Report_Internal(HWND handle, Place place = Place());
+void Report_Internal(HWND handle, Place place);
 
 /**
  * The memory message.
@@ -98,11 +89,11 @@ void Report_Internal(HWND handle, Place place = Place());
  * @param function  "malloc", "calloc", "realloc", "_strdup" or "new"
  * @param variable  the variable that was to hold the memory
  */
-void Report_Memory(HWND handle, const char* function, const char* variable, int dim, int width = 1,
-                   Place place = Place());
+void Report_Memory(HWND handle, Place place, const char* function, const char* variable, int dim,
+                   int width = 1);
 
 /** The memory message of a text that could not be copied. */
-void Report_Text_Memory(HWND handle, const char* variable, Place place = Place());
+void Report_Text_Memory(HWND handle, Place place, const char* variable);
 
 /**
  * Traces the entry of a function when made, and its exit with the reason when left. A scope whose
@@ -167,13 +158,13 @@ private:
  * @param variable  what the body makes, for the memory message
  */
 template <class Result, class Body>
-Result Guarded(HWND handle, Result failure, Body&& body, const char* variable = "buffer",
-               Place place = Place()) noexcept
+Result Guarded(HWND handle, Place place, Result failure, Body&& body,
+               const char* variable = "buffer") noexcept
 {
     try {
         return body();
     } catch (const std::bad_alloc&) {
-        Report_Memory(handle, "new", variable, 1, 1, place);
+        Report_Memory(handle, place, "new", variable, 1);
         return failure;
     } catch (...) {
         Report_Internal(handle, place);

@@ -18,7 +18,7 @@ template <class... Args>
 bool Fail(HWND handle, Place place, const char* text, Args... args)
 {
     const int error = errno;
-    Report_Error(handle, Placed_Text(text, place.file, place.line), args...);
+    Report_Error(handle, place, text, args...);
     Error_Fct(handle, Severity_Error, "%ls", Error_Perror(error));
     return false;
 }
@@ -31,10 +31,8 @@ bool Fail_With_Name(HWND handle, const wchar_t* name)
 
 bool Fail_At_End(HWND handle, Place place, long long count, int size, const wchar_t* name)
 {
-    Report_Error(
-        handle,
-        Placed_Text("End of File while reading: (%d /vs/ %d) (%ls)", place.file, place.line),
-        static_cast<int>(count), size, name);
+    Report_Error(handle, place, "End of File while reading: (%d /vs/ %d) (%ls)",
+                 static_cast<int>(count), size, name);
     return false;
 }
 
@@ -42,7 +40,7 @@ bool Fail_At_End(HWND handle, Place place, long long count, int size, const wcha
 bool Allocate(HWND handle, DICOM_List& tag, Place place)
 {
     tag.data =
-        C_Calloc<unsigned char>(handle, static_cast<std::size_t>(tag.size), "tag->data", place)
+        C_Calloc<unsigned char>(handle, place, static_cast<std::size_t>(tag.size), "tag->data")
             .release();
     return tag.data != nullptr;
 }
@@ -150,16 +148,16 @@ bool Is_Deferred(const DICOM_List& tag)
     return is_value && tag.data == nullptr && tag.size > Longest_Loaded;
 }
 
-bool Fetch_Deferred_Value(HWND handle, DICOM_List& tag, Place place)
+bool Fetch_Deferred_Value(HWND handle, Place place, DICOM_List& tag)
 {
     Trace(handle, Trace_1, "Reading missing: %d bytes at %u", tag.size, tag.data_pos);
     return Guarded(
-        handle, false,
+        handle, place, false,
         [&] {
             return DICOM_Lib_File_Source == NEMA_Source_File ? Fetch_From_File(handle, tag, place)
                                                              : Fetch_From_Image(handle, tag, place);
         },
-        "tag->data", place);
+        "tag->data");
 }
 
 }  // namespace lib_dicom

@@ -42,7 +42,7 @@ bool Is_Deferred(const DICOM_List& tag);
  * @return false after a message. Where the source ended or failed inside the value, the record
  *         keeps what could be read, zeros behind it.
  */
-bool Fetch_Deferred_Value(HWND handle, DICOM_List& tag, Place place = Place());
+bool Fetch_Deferred_Value(HWND handle, Place place, DICOM_List& tag);
 
 }  // namespace lib_dicom
 

@@ -17,6 +17,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_TAG";
+
 constexpr std::size_t Page_Size = 4096;
 constexpr std::size_t Page_Counters = Page_Size / sizeof(int);
 
@@ -186,10 +188,10 @@ Counter_Pool& Counters()
 int* NEMA_Position_New(HWND handle)
 {
     const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: NEMA_Position_New()");
-    return Guarded(handle, static_cast<int*>(nullptr), [&] {
+    return Guarded(handle, This_Unit, static_cast<int*>(nullptr), [&] {
         int* const position = Counters().New();
         if (position == nullptr) {
-            Report_Memory(handle, "malloc", "position", 1, sizeof(int));
+            Report_Memory(handle, This_Unit, "malloc", "position", 1, sizeof(int));
         }
         return position;
     });

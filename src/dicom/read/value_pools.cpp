@@ -29,11 +29,11 @@ void Release_All(Pool& pool)
 
 }  // namespace
 
-bool Pool_Strings::Set(HWND handle, std::size_t index, std::string_view text, const char* variable,
-                       Place place)
+bool Pool_Strings::Set(HWND handle, Place place, std::size_t index, std::string_view text,
+                       const char* variable)
 {
     char*& string = strings_.Data()[index];
-    if (!C_Resize(handle, string, text.size() + 1, variable, place)) {
+    if (!C_Resize(handle, place, string, text.size() + 1, variable)) {
         return false;
     }
     std::copy(text.begin(), text.end(), string);
@@ -57,10 +57,10 @@ void Pool_Names::Clear()
     count_ = 0;
 }
 
-bool Pool_Names::Reset(HWND handle, std::size_t count, const char* variable, Place place)
+bool Pool_Names::Reset(HWND handle, Place place, std::size_t count, const char* variable)
 {
     Clear();
-    if (!names_.Reserve(handle, count, variable, place)) {
+    if (!names_.Reserve(handle, place, count, variable)) {
         return false;
     }
     count_ = count;

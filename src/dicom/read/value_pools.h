@@ -33,12 +33,12 @@ public:
         return {items_, capacity_};
     }
     /** Grows to at least `count` elements, new ones zero. False after the memory message. */
-    bool Reserve(HWND handle, std::size_t count, const char* variable, Place place = Place())
+    bool Reserve(HWND handle, Place place, std::size_t count, const char* variable)
     {
         if (count <= capacity_) {
             return true;
         }
-        if (!C_Resize(handle, items_, count, variable, place)) {
+        if (!C_Resize(handle, place, items_, count, variable)) {
             return false;
         }
         std::fill(items_ + capacity_, items_ + count, T());
@@ -72,13 +72,13 @@ public:
     {
         return strings_.Data();
     }
-    bool Reserve(HWND handle, std::size_t count, const char* variable, Place place = Place())
+    bool Reserve(HWND handle, Place place, std::size_t count, const char* variable)
     {
-        return strings_.Reserve(handle, count, variable, place);
+        return strings_.Reserve(handle, place, count, variable);
     }
     /** Sets a string below the reserved count. False after the memory message. */
-    bool Set(HWND handle, std::size_t index, std::string_view text, const char* variable,
-             Place place = Place());
+    bool Set(HWND handle, Place place, std::size_t index, std::string_view text,
+             const char* variable);
     void Release();
 
 private:
@@ -101,7 +101,7 @@ public:
         return names_.Data();
     }
     /** Empties all names and makes room for `count` of them. False after the memory message. */
-    bool Reset(HWND handle, std::size_t count, const char* variable, Place place = Place());
+    bool Reset(HWND handle, Place place, std::size_t count, const char* variable);
     void Release();
 
 private:

@@ -14,15 +14,14 @@ namespace lib_dicom {
  *
  * @return false after the memory message
  */
-inline bool Copy_Text(char*& target, const char* source, const char* variable,
-                      Place place = Place())
+inline bool Copy_Text(Place place, char*& target, const char* source, const char* variable)
 {
     if (source == nullptr) {
         target = nullptr;
         return true;
     }
     const std::size_t size = std::strlen(source) + 1;
-    C_Array<char> copy = C_Malloc<char>(hwnd, size, variable, place);
+    C_Array<char> copy = C_Malloc<char>(hwnd, place, size, variable);
     if (copy != nullptr) {
         std::memcpy(copy.get(), source, size);
     }

@@ -16,11 +16,11 @@ void Result_Ring_Cleanup();
 
 /** The body of a formatter: keeps the text that `make` returns; null after the memory message. */
 template <class Make>
-const char* Formatted(Make&& make, Place place = Place())
+const char* Formatted(Place place, Make&& make)
 {
     return Guarded(
-        hwnd, static_cast<const char*>(nullptr), [&make] { return Keep_Result(make()); }, "text",
-        place);
+        hwnd, place, static_cast<const char*>(nullptr), [&make] { return Keep_Result(make()); },
+        "text");
 }
 
 }  // namespace lib_dicom

@@ -18,6 +18,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Write_Module";
+
 /** Group of the item and delimitation tags. */
 constexpr unsigned short Item_Group = 0xFFFE;
 
@@ -98,19 +100,19 @@ public:
         // A length alone must not make the library allocate more than the source holds.
         const long long rest = source_->Rest(pt.data_pos);
         if (rest < pt.size) {
-            return Fail_At_End(rest, pt);
+            return Fail_At_End(This_Unit, rest, pt);
         }
         const auto size = static_cast<std::size_t>(pt.size);
-        C_Array<unsigned char> data = C_Malloc<unsigned char>(handle_, size, "pt->data");
+        C_Array<unsigned char> data = C_Malloc<unsigned char>(handle_, This_Unit, size, "pt->data");
         if (data == nullptr) {
             return false;
         }
         const std::ptrdiff_t count = source_->Read(pt.data_pos, {data.get(), size});
         if (count < 0) {
-            return Fail();
+            return Fail(This_Unit);
         }
         if (count < pt.size) {
-            return Fail_At_End(count, pt);
+            return Fail_At_End(This_Unit, count, pt);
         }
         pt.data = data.release();
         return true;
@@ -122,22 +124,19 @@ private:
     {
         if (!source_) {
             source_.emplace();
-            return source_->Is_Open() || Fail();
+            return source_->Is_Open() || Fail(This_Unit);
         }
         return source_->Is_Open();
     }
-    bool Fail(Place place = Place()) const
+    bool Fail(Place place) const
     {
-        Report_Error(handle_, Placed_Text("Error reading file %ls", place.file, place.line),
-                     source_->Name());
+        Report_Error(handle_, place, "Error reading file %ls", source_->Name());
         return false;
     }
-    bool Fail_At_End(long long count, const DICOM_List& pt, Place place = Place()) const
+    bool Fail_At_End(Place place, long long count, const DICOM_List& pt) const
     {
-        Report_Error(
-            handle_,
-            Placed_Text("End of File while reading: (%d /vs/ %d) (%ls)", place.file, place.line),
-            static_cast<int>(count), pt.size, source_->Name());
+        Report_Error(handle_, place, "End of File while reading: (%d /vs/ %d) (%ls)",
+                     static_cast<int>(count), pt.size, source_->Name());
         return false;
     }
 
@@ -250,7 +249,7 @@ int DICOM_Postproc_Step_2(HWND handle, DICOM_Root* root, DICOM_List* list,
 int DICOM_Postproc_Step_4(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* marks)
 {
     Trace_Scope trace(handle, Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_4()");
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         Delete_Requested(handle, root, list, marks);
         return trace.Leave(1, "done");
     });
@@ -259,7 +258,7 @@ int DICOM_Postproc_Step_4(HWND handle, DICOM_Root* root, DICOM_List** list, DICO
 int DICOM_Postproc_Step_5(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
     Trace_Scope trace(handle, Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_5()");
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         Value_Loader loader(handle);
         return trace.Leave(Load_Values(handle, root, list, loader) ? 1 : 0, "done");
     });

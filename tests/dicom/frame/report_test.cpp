@@ -17,6 +17,8 @@ using testing::MatchesRegex;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Copy";
+
 std::vector<std::string> Texts(const Message_Log& log)
 {
     std::vector<std::string> texts;
@@ -60,13 +62,13 @@ TEST(Report, Errors_Name_Their_Place)
 {
     const Message_Log log;
     const int line = __LINE__ + 1;
-    Report_Error(nullptr, "bad %d", 3);
+    Report_Error(nullptr, This_Unit, "bad %d", 3);
     const std::string number = std::to_string(line);
-    EXPECT_THAT(Texts(log), ElementsAre("file:report_test line:" + number, "bad 3"));
+    EXPECT_THAT(Texts(log), ElementsAre("file:NEMA_Tag_Copy line:" + number, "bad 3"));
     EXPECT_EQ(log.All()[0].severity, 0x80000001U);
     EXPECT_EQ(log.All()[1].severity, 2U);
 
-    Report_Memory(nullptr, "calloc", "insert->item", 3, 8, Place("C:\\src\\NEMA_Tag_Add.cpp", 12));
+    Report_Memory(nullptr, Place("NEMA_Tag_Add", 12), "calloc", "insert->item", 3, 8);
     EXPECT_EQ(log.All()[2].severity, 1U);
     EXPECT_EQ(log.All()[2].text, "line 12   of NEMA_Tag_Add \n"
                                  "memory error in calloc (var=insert->item, dim=3x8)");
@@ -89,12 +91,12 @@ TEST(Report, Warnings_And_Notes_Go_To_The_Levels_Of_The_Application)
 TEST(Report, Guarded_Turns_Exceptions_Into_The_Failure_Result)
 {
     const Message_Log log;
-    EXPECT_EQ(Guarded(nullptr, 0, [] { return 1; }), 1);
-    EXPECT_EQ(Guarded(nullptr, 0, []() -> int { throw std::bad_alloc(); }), 0);
-    EXPECT_EQ(Guarded(nullptr, 0, []() -> int { throw std::length_error("size"); }), 0);
+    EXPECT_EQ(Guarded(nullptr, This_Unit, 0, [] { return 1; }), 1);
+    EXPECT_EQ(Guarded(nullptr, This_Unit, 0, []() -> int { throw std::bad_alloc(); }), 0);
+    EXPECT_EQ(Guarded(nullptr, This_Unit, 0, []() -> int { throw std::length_error("size"); }), 0);
     EXPECT_THAT(Texts(log),
-                ElementsAre(MatchesRegex("line [0-9]+ +of report_test \nmemory error in new .*"),
-                            MatchesRegex("Error: file:report_test line:[0-9]+")));
+                ElementsAre(MatchesRegex("line [0-9]+ +of NEMA_Tag_Copy \nmemory error in new .*"),
+                            MatchesRegex("Error: file:NEMA_Tag_Copy line:[0-9]+")));
 }
 
 }  // namespace

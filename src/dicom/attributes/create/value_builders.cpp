@@ -19,6 +19,8 @@ namespace lib_dicom {
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Add";
+
 /** Values are stored in the library's own byte order. */
 constexpr unsigned char Order = DICOM_Order_Explicit_VR;
 
@@ -62,7 +64,8 @@ public:
         if (bytes_.empty()) {
             return nullptr;
         }
-        C_Array<unsigned char> data = C_Malloc<unsigned char>(handle_, bytes_.size(), "data");
+        C_Array<unsigned char> data =
+            C_Malloc<unsigned char>(handle_, This_Unit, bytes_.size(), "data");
         if (data != nullptr) {
             std::copy(bytes_.begin(), bytes_.end(), data.get());
         }
@@ -111,7 +114,7 @@ unsigned char* Build(HWND handle, int* size, long long count, Layout layout, Tra
         }
         return value.Release();
     };
-    return Guarded(handle, static_cast<unsigned char*>(nullptr), build, "data");
+    return Guarded(handle, This_Unit, static_cast<unsigned char*>(nullptr), build, "data");
 }
 
 /** The array that the vector form points to; null in the positional form. */

@@ -184,8 +184,7 @@ void Unlink_Record(HWND handle, DICOM_List** head, DICOM_List** link);
 void Free_List(HWND handle, DICOM_List* list);
 
 /** Makes room for a number of items; new slots are empty. False after the memory message. */
-bool Grow_Items(HWND handle, DICOM_List* record, int count, const char* variable,
-                Place place = Place());
+bool Grow_Items(HWND handle, Place place, DICOM_List* record, int count, const char* variable);
 
 }  // namespace lib_dicom
 

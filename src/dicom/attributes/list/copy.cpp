@@ -12,6 +12,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Copy";
+
 constexpr unsigned short Any = 0xFFFF;
 /** Stands for all odd groups in a deletion. */
 constexpr unsigned short Odd_Groups = 0xFFF1;
@@ -88,7 +90,7 @@ bool Append_Value(HWND handle, DICOM_List* target, const DICOM_List* source)
     const auto added = static_cast<std::size_t>(source->size);
     const bool separated = join != Join::Bytes;
     const std::size_t size = old_size + added + (separated ? 2 : 0);
-    if (!C_Resize(handle, target->data, size, "target->data")) {
+    if (!C_Resize(handle, This_Unit, target->data, size, "target->data")) {
         return false;
     }
     // A value that was left in the source only makes room: what it will hold is not known here.
@@ -109,7 +111,7 @@ bool Replace_Value(HWND handle, DICOM_List* target, const DICOM_List* source)
     C_Array<unsigned char> data;
     if (source->data != nullptr && source->size > 0) {
         const auto size = static_cast<std::size_t>(source->size);
-        data = C_Malloc<unsigned char>(handle, size, "target->data");
+        data = C_Malloc<unsigned char>(handle, This_Unit, size, "target->data");
         if (data == nullptr) {
             return false;
         }
@@ -131,7 +133,8 @@ bool Copy_Description(HWND handle, DICOM_List* target, const DICOM_List* source)
     if (length != 0) {
         text.reset(static_cast<char*>(std::malloc(length + 1)));
         if (text == nullptr) {
-            Report_Memory(handle, "_strdup", "target->description", static_cast<int>(length + 1));
+            Report_Memory(handle, This_Unit, "_strdup", "target->description",
+                          static_cast<int>(length + 1));
             return false;
         }
         std::memcpy(text.get(), source->description, length + 1);
@@ -196,7 +199,7 @@ bool Copy_Item_Part(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List
     }
     const bool append = (source->flags & DICOM_Mark_Append) != 0;
     const int before = target->nb_item;
-    if (!Grow_Items(handle, target, append ? before + source->nb_item : source->nb_item,
+    if (!Grow_Items(handle, This_Unit, target, append ? before + source->nb_item : source->nb_item,
                     "target->item")) {
         return false;
     }
@@ -537,7 +540,7 @@ void DICOM_Attribute_Assign_Info(HWND handle, DICOM_Root* root, DICOM_List* refe
                                  DICOM_List* target)
 {
     Guarded(
-        handle, false,
+        handle, This_Unit, false,
         [&] {
             DICOM_List** const list =
                 target != nullptr ? Open_List(handle, root, &reference) : nullptr;

@@ -15,6 +15,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "OrisWare_DICOM";
+
 /** The dictionaries; null until the first lookup that asks them. */
 struct State {
     std::unique_ptr<const Dictionary> standard;
@@ -39,7 +41,7 @@ const Dictionary* NEMA_db_Load(std::unique_ptr<const Dictionary>& place,
             }
             return std::unique_ptr<const Dictionary>(std::move(dictionary));
         };
-        place = Guarded(hwnd, std::unique_ptr<const Dictionary>(), load, "dictionary");
+        place = Guarded(hwnd, This_Unit, std::unique_ptr<const Dictionary>(), load, "dictionary");
     }
     return place.get();
 }

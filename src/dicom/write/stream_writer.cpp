@@ -1,5 +1,5 @@
 // Encoding of records (PS3.5 section 7), of a plain list, and of the head of a Part 10 file.
-#include "write/NEMA_Write_Buffer.h"
+#include "write/stream_writer.h"
 
 #include "frame/c_memory.h"
 #include "frame/report.h"
@@ -13,6 +13,8 @@
 using namespace lib_dicom;
 
 namespace {
+
+constexpr Unit This_Unit = "NEMA_Write_Buffer";
 
 /** Group of the item and delimitation tags, which have no VR (PS3.5 section 7.5). */
 constexpr unsigned short Group_Structure = 0xFFFE;
@@ -391,7 +393,8 @@ bool lib_dicom::Is_Writable_Size(HWND handle, long long total)
     if (total <= INT_MAX) {
         return true;
     }
-    Report_Error(handle, "%lld bytes are too many to be written into one buffer (limit %d)", total,
+    Report_Error(handle, This_Unit,
+                 "%lld bytes are too many to be written into one buffer (limit %d)", total,
                  INT_MAX);
     return false;
 }
@@ -403,10 +406,10 @@ bool lib_dicom::Resize_Output(HWND handle, char*& buffer, long long total)
     }
     const auto size = static_cast<std::size_t>(total);
     if (buffer == nullptr && size != 0) {
-        buffer = C_Malloc<char>(handle, size, "*buffer").release();
+        buffer = C_Malloc<char>(handle, This_Unit, size, "*buffer").release();
         return buffer != nullptr;
     }
-    return C_Resize(handle, buffer, size, "*buffer");
+    return C_Resize(handle, This_Unit, buffer, size, "*buffer");
 }
 
 long long lib_dicom::DICOM_Attribute_Size(HWND handle, char code, DICOM_List& record)
@@ -506,7 +509,8 @@ unsigned int DICOM_Write_Part10(HWND handle, char code, DICOM_List* list, char**
     if (!Is_Writable_Size(handle, total)) {
         return trace.Leave(0U, "! size");
     }
-    *buffer = C_Calloc<char>(handle, static_cast<std::size_t>(total), "buffer").release();
+    *buffer =
+        C_Calloc<char>(handle, This_Unit, static_cast<std::size_t>(total), "buffer").release();
     if (*buffer == nullptr) {
         return trace.Leave(0U, "! buffer");
     }

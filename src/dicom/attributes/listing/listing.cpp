@@ -26,6 +26,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Attribute";
+
 constexpr std::size_t Label_Width = 9;
 constexpr std::size_t Size_Width = 7;
 constexpr std::size_t Name_Width = 24;
@@ -272,7 +274,7 @@ int DICOM_Attribute_Stool(HWND handle, DICOM_Root* root, DICOM_List* list, int f
         return trace.Leave(1, "hidden");
     }
     DICOM_Root top = {};
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         List_Records(handle, root != nullptr ? root : &top, list, flag, Is_Nested(list));
         return 1;
     });
@@ -287,7 +289,8 @@ int DICOM_Attribute_Stool_Tag(HWND handle, DICOM_Root* root, DICOM_List* record,
     if (!Is_Wanted(flag)) {
         return trace.Leave(1, "hidden");
     }
-    return Guarded(handle, 0, [&] { return Report_Line(handle, flag, Line_Of(root, *record)); });
+    return Guarded(handle, This_Unit, 0,
+                   [&] { return Report_Line(handle, flag, Line_Of(root, *record)); });
 }
 
 int DICOM_Attribute_Stool_Data(HWND handle, DICOM_List* record, int flag)
@@ -299,7 +302,7 @@ int DICOM_Attribute_Stool_Data(HWND handle, DICOM_List* record, int flag)
     if (!Is_Wanted(flag)) {
         return trace.Leave(1, "hidden");
     }
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         return Report_Line(handle, flag, Marked(Shown_Value(*record, Line_Limit)));
     });
 }
@@ -311,12 +314,12 @@ char* DICOM_Attribute_Get_Data(HWND handle, DICOM_List* record)
     if (record == nullptr) {
         return trace.Leave(None, "! record");
     }
-    if (Is_Deferred(*record) && !Fetch_Deferred_Value(handle, *record)) {
+    if (Is_Deferred(*record) && !Fetch_Deferred_Value(handle, This_Unit, *record)) {
         return trace.Leave(None, "reading missing");
     }
-    return Guarded(handle, None, [&] {
+    return Guarded(handle, This_Unit, None, [&] {
         const std::string text = Shown_Value(*record, No_Limit).text;
-        C_Array<char> copy = C_Malloc<char>(handle, text.size() + 1, "text");
+        C_Array<char> copy = C_Malloc<char>(handle, This_Unit, text.size() + 1, "text");
         if (copy != nullptr) {
             std::memcpy(copy.get(), text.c_str(), text.size() + 1);
         }

@@ -12,6 +12,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "OrisWare_DICOM";
+
 constexpr char Version[] = "21.9";
 constexpr char Revision[] = "b";
 
@@ -49,7 +51,7 @@ int DICOM_Lib_Realloc(char** buffer, unsigned int size)
     // the sign of the failure, and hold the old pointer themselves where they need it.
     *buffer = static_cast<char*>(std::realloc(*buffer, size));
     if (*buffer == nullptr) {
-        Report_Memory(hwnd, "realloc", "*buffer", static_cast<int>(size));
+        Report_Memory(hwnd, This_Unit, "realloc", "*buffer", static_cast<int>(size));
         return trace.Leave(0, "! *buffer");
     }
     return 1;
@@ -70,7 +72,7 @@ char* Get_Version_DICOM(char* expected)
     if (expected != nullptr && std::strcmp(expected, Version) != 0) {
         return trace.Leave(static_cast<char*>(nullptr), "! version");
     }
-    return Guarded(hwnd, static_cast<char*>(nullptr), [] {
+    return Guarded(hwnd, This_Unit, static_cast<char*>(nullptr), [] {
         const std::string name = Library_Name(Module_Path());
         std::snprintf(version, sizeof version, "%s.dll%s %s (rev-%s)", name.c_str(), "", Version,
                       Revision);

@@ -11,6 +11,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "conv_name_fct";
+
 /** The components in the order of the DICOM form. */
 constexpr std::array Components = {&OrisWare_Name::family, &OrisWare_Name::given,
                                    &OrisWare_Name::middle, &OrisWare_Name::prefix,
@@ -36,7 +38,7 @@ bool Make(OrisWare_Name& name, const Name_Parts& parts)
     OrisWare_Name made = {};
     made.defined = 1;
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (!Copy_Text(made.*Components[i], parts[i], "name->component")) {
+        if (!Copy_Text(This_Unit, made.*Components[i], parts[i], "name->component")) {
             Release(made);
             break;
         }
@@ -136,7 +138,7 @@ int Name_From_DICOM(OrisWare_Name* name, const char* text)
         return trace.Leave(0, "! name");
     }
     const std::string_view group = First_Group(Trimmed(text));
-    const C_Array<char> copy = C_Calloc<char>(hwnd, group.size() + 1, "text");
+    const C_Array<char> copy = C_Calloc<char>(hwnd, This_Unit, group.size() + 1, "text");
     if (copy == nullptr) {
         Release(*name);
         return trace.Leave(0, "! memory");
@@ -161,13 +163,15 @@ int Name_From_DICOM(OrisWare_Name* name, const char* text)
 const char* Name_2_DICOM(const OrisWare_Name* name)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Name_2_DICOM()");
-    return Formatted([name] { return Is_Set(name) ? DICOM_Form(*name) : std::string(); });
+    return Formatted(This_Unit,
+                     [name] { return Is_Set(name) ? DICOM_Form(*name) : std::string(); });
 }
 
 const char* Name_2_Str(const OrisWare_Name* name)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Name_2_Str()");
-    return Formatted([name] { return Is_Set(name) ? Form_For_People(*name) : std::string(); });
+    return Formatted(This_Unit,
+                     [name] { return Is_Set(name) ? Form_For_People(*name) : std::string(); });
 }
 
 int Oris_Name_Cmp(const OrisWare_Name* first, const OrisWare_Name* second)

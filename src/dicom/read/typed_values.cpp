@@ -17,6 +17,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_Value";
+
 constexpr char Separator = '\\';
 
 /* ---- the frame of every extractor ---- */
@@ -74,7 +76,7 @@ Result* Extract(HWND handle, DICOM_List* tag, unsigned short vr, const Extractor
     if (tag->size == 0) {
         return trace.Leave(None, "! tag->size");
     }
-    if (extractor.fetches && Is_Deferred(*tag) && !Fetch_Deferred_Value(handle, *tag)) {
+    if (extractor.fetches && Is_Deferred(*tag) && !Fetch_Deferred_Value(handle, This_Unit, *tag)) {
         return trace.Leave(None, "reading missing");
     }
     // A sequence of undefined length has no bytes of its own.
@@ -93,11 +95,9 @@ Result* Extract(HWND handle, DICOM_List* tag, unsigned short vr, const Extractor
 }
 
 template <class Result>
-Outcome<Result> Refuse_VR(const Value& value, Place place = Place())
+Outcome<Result> Refuse_VR(const Value& value, Place place)
 {
-    const std::string_view unit = Source_Unit(place.file);
-    Trace(value.handle, Trace_Value, "File:%.*hs, Line:%d", static_cast<int>(unit.size()),
-          unit.data(), place.line);
+    Trace(value.handle, Trace_Value, "File:%hs, Line:%d", place.unit, place.line);
     Trace(value.handle, Trace_Value, value.bad_vr, value.tag.group, value.tag.element,
           value.vr >> 8, value.vr & 0xFF);
     return {nullptr, "default"};
@@ -126,13 +126,13 @@ bool Split(const Value& value)
 {
     Pool_Strings& strings = Get_Value_Pools().strings[value.slot];
     const std::size_t count = Count_Values(value.bytes);
-    if (!strings.Reserve(value.handle, count, "V_Str[cc]")) {
+    if (!strings.Reserve(value.handle, This_Unit, count, "V_Str[cc]")) {
         return false;
     }
     std::string_view rest = value.bytes;
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view text = rest.substr(0, rest.find(Separator));
-        if (!strings.Set(value.handle, i, text, "V_Str[cc][tag->vm]")) {
+        if (!strings.Set(value.handle, This_Unit, i, text, "V_Str[cc][tag->vm]")) {
             return false;
         }
         rest.remove_prefix(std::min(text.size() + 1, rest.size()));
@@ -144,8 +144,8 @@ bool Split(const Value& value)
 bool Take_Whole(const Value& value)
 {
     Pool_Strings& strings = Get_Value_Pools().strings[value.slot];
-    if (!strings.Reserve(value.handle, 1, "V_Str[cc]") ||
-        !strings.Set(value.handle, 0, value.bytes, "(V_Str[cc][tag->vm])")) {
+    if (!strings.Reserve(value.handle, This_Unit, 1, "V_Str[cc]") ||
+        !strings.Set(value.handle, This_Unit, 0, value.bytes, "(V_Str[cc][tag->vm])")) {
         return false;
     }
     value.tag.vm = 1;
@@ -270,7 +270,7 @@ bool Parse_Values(const Value& value, const Number_Rule<Number>& rule, std::span
 {
     // No number holds a backslash, so only the end of the last one has to be marked.
     const std::size_t size = value.bytes.size();
-    const C_Array<char> str = C_Malloc<char>(value.handle, size + 1, "str");
+    const C_Array<char> str = C_Malloc<char>(value.handle, This_Unit, size + 1, "str");
     if (str == nullptr) {
         return false;
     }
@@ -294,7 +294,7 @@ Outcome<Number> Extract_Numbers(const Value& value, const Number_Rule<Number>& r
     }
     const std::size_t count =
         is_text ? Count_Values(value.bytes) : (size + rule.width - 1) / rule.width;
-    if (!slot.Reserve(value.handle, count, variable)) {
+    if (!slot.Reserve(value.handle, This_Unit, count, variable)) {
         return {nullptr, ""};
     }
     const std::span<Number> numbers = slot.Items().first(count);
@@ -473,7 +473,7 @@ char** NEMA_Value_Str(HWND handle, DICOM_List* tag, unsigned short vr)
         using Strings = Outcome<char*>;
         const Str_Rule* const rule = Find_Rule(Str_Rules, value.vr);
         if (rule == nullptr) {
-            return Refuse_VR<char*>(value);
+            return Refuse_VR<char*>(value, This_Unit);
         }
         if (!(rule->splits ? Split(value) : Take_Whole(value))) {
             return Strings{nullptr, ""};
@@ -491,7 +491,7 @@ int* NEMA_Value_Int(HWND handle, DICOM_List* tag, unsigned short vr)
         }
         const Number_Rule<int>* const rule = Find_Rule(Int_Rules, value.vr);
         return rule == nullptr
-                   ? Refuse_VR<int>(value)
+                   ? Refuse_VR<int>(value, This_Unit)
                    : Extract_Numbers(value, *rule, Get_Value_Pools().integers[value.slot],
                                      "V_Int[cc]");
     });
@@ -501,7 +501,7 @@ float* NEMA_Value_Float(HWND handle, DICOM_List* tag, unsigned short vr)
 {
     return Extract<float>(handle, tag, vr, Float_Extractor, [](const Value& value) {
         const Number_Rule<float>* const rule = Find_Rule(Float_Rules, value.vr);
-        return rule == nullptr ? Refuse_VR<float>(value)
+        return rule == nullptr ? Refuse_VR<float>(value, This_Unit)
                                : Extract_Numbers(value, *rule, Get_Value_Pools().floats[value.slot],
                                                  "V_Float[cc]");
     });
@@ -512,10 +512,10 @@ unsigned char* NEMA_Value_Hex(HWND handle, DICOM_List* tag, unsigned short vr)
     return Extract<unsigned char>(handle, tag, vr, Hex_Extractor, [](const Value& value) {
         using Bytes = Outcome<unsigned char>;
         if (Find_Rule(Hex_Rules, value.vr) == nullptr) {
-            return Refuse_VR<unsigned char>(value);
+            return Refuse_VR<unsigned char>(value, This_Unit);
         }
         Pool_Array<unsigned char>& buffer = Get_Value_Pools().buffers[value.slot];
-        if (!buffer.Reserve(value.handle, value.bytes.size(), "Buffer[cc]")) {
+        if (!buffer.Reserve(value.handle, This_Unit, value.bytes.size(), "Buffer[cc]")) {
             return Bytes{nullptr, ""};
         }
         std::copy(value.bytes.begin(), value.bytes.end(), buffer.Data());
@@ -533,10 +533,10 @@ OrisWare_Name* NEMA_Value_Name(HWND handle, DICOM_List* tag, unsigned short vr)
             return Names{nullptr, ""};
         }
         if (value.vr != VR_PN) {
-            return Refuse_VR<OrisWare_Name>(value);
+            return Refuse_VR<OrisWare_Name>(value, This_Unit);
         }
         Pool_Names& names = Get_Value_Pools().names[value.slot];
-        if (!names.Reset(value.handle, value.tag.vm, "Oris_Name[cc]") ||
+        if (!names.Reset(value.handle, This_Unit, value.tag.vm, "Oris_Name[cc]") ||
             !Make_Names(value, names.Data())) {
             value.tag.vm = 0;
             return Names{nullptr, ""};
@@ -549,7 +549,7 @@ OrisWare_Date* NEMA_Value_Date(HWND handle, DICOM_List* tag, unsigned short vr)
 {
     return Extract<OrisWare_Date>(handle, tag, vr, Date_Extractor, [](const Value& value) {
         if (value.vr != VR_DA && value.vr != VR_DT) {
-            return Refuse_VR<OrisWare_Date>(value);
+            return Refuse_VR<OrisWare_Date>(value, This_Unit);
         }
         Date_Text text = Copy_Text(value.bytes);
         const char* date_template = Date_Template(value.bytes.size());
@@ -575,7 +575,7 @@ OrisWare_Time* NEMA_Value_Time(HWND handle, DICOM_List* tag, unsigned short vr)
 {
     return Extract<OrisWare_Time>(handle, tag, vr, Time_Extractor, [](const Value& value) {
         if (value.vr != VR_TM && value.vr != VR_DT) {
-            return Refuse_VR<OrisWare_Time>(value);
+            return Refuse_VR<OrisWare_Time>(value, This_Unit);
         }
         OrisWare_Time* const time = &Get_Value_Pools().times[value.slot];
         if (value.vr == VR_TM && !Make_Time_Of_TM(value.bytes, *time)) {

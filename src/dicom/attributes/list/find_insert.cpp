@@ -12,6 +12,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Attribute";
+
 char VR_Letter(unsigned int byte)
 {
     return byte == 0 ? '-' : static_cast<char>(byte);
@@ -46,14 +48,15 @@ bool Become_Sequence(HWND handle, DICOM_Root* root, DICOM_List* record, int leve
     record->depth = static_cast<unsigned char>(level);
     record->vr = VR_SQ;
     record->vr_default = VR_SQ;
-    return Grow_Items(handle, record, 1, variable);
+    return Grow_Items(handle, This_Unit, record, 1, variable);
 }
 
 /** The slot of the current item of a depth in the record of its sequence. */
 DICOM_List** Open_Item(HWND handle, DICOM_Root* root, DICOM_List* record, int depth)
 {
     const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth), 0);
-    return Grow_Items(handle, record, index + 1, "pt->item") ? &record->item[index] : nullptr;
+    return Grow_Items(handle, This_Unit, record, index + 1, "pt->item") ? &record->item[index]
+                                                                        : nullptr;
 }
 
 /** Both forms of Get: the first record that passes a test, in the list of the open item. */
@@ -76,8 +79,8 @@ DICOM_List* Get_First(HWND handle, DICOM_Root* root, DICOM_List* list, Trace_Sco
 
 }  // namespace
 
-bool lib_dicom::Grow_Items(HWND handle, DICOM_List* record, int count, const char* variable,
-                           Place place)
+bool lib_dicom::Grow_Items(HWND handle, Place place, DICOM_List* record, int count,
+                           const char* variable)
 {
     if (count <= record->nb_item) {
         return true;
@@ -85,7 +88,7 @@ bool lib_dicom::Grow_Items(HWND handle, DICOM_List* record, int count, const cha
     // Room for a power of two keeps the cost of growing one by one linear; asking again for the
     // room that a block has is free, whoever made the block.
     const auto room = std::bit_ceil(static_cast<unsigned int>(count));
-    if (!C_Resize(handle, record->item, room, variable, place)) {
+    if (!C_Resize(handle, place, record->item, room, variable)) {
         return false;
     }
     std::fill(record->item + record->nb_item, record->item + count, nullptr);
@@ -143,7 +146,7 @@ bool lib_dicom::Find_From(HWND handle, DICOM_List** list, int depth, std::uint32
         place = record;
         return true;
     }
-    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, 1, "insert").release();
+    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert").release();
     if (insert == nullptr) {
         return false;
     }
@@ -181,7 +184,7 @@ DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list
 
 DICOM_List* lib_dicom::Append_Sequence(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    C_Array<DICOM_List> insert = C_Calloc<DICOM_List>(handle, 1, "insert");
+    C_Array<DICOM_List> insert = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert");
     if (insert == nullptr ||
         !Become_Sequence(handle, root, insert.get(), list->depth, "insert->item")) {
         return nullptr;
@@ -275,7 +278,7 @@ DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** l
         }
         return trace.Leave(DICOM_Attribute_Insert(handle, root, slot, record, level + 1), "item");
     }
-    C_Array<DICOM_List> made = C_Calloc<DICOM_List>(handle, 1, "insert");
+    C_Array<DICOM_List> made = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert");
     if (made == nullptr) {
         return trace.Leave<DICOM_List*>(nullptr, "! insert");
     }

@@ -12,6 +12,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_TAG";
+
 constexpr unsigned char Vendor_Mask = 0xF0;
 /** Turns on the repair of the length 13 that stands for 10. */
 constexpr unsigned char Vendor_Length_13 = 0x10;
@@ -666,7 +668,7 @@ int Read_Element(HWND handle, int source, int where, void* ptr, const char* call
                  unsigned char mode, int file_size, Element_Header& header)
 {
     Trace_Scope trace(handle, Trace_Entry, call, mode);
-    return Guarded(handle, 0, [&] {
+    return Guarded(handle, This_Unit, 0, [&] {
         return With_Source(source, where, ptr, file_size, [&](Byte_Source& bytes) {
             Reader reader(handle, bytes, trace, mode, file_size);
             const bool done = reader.Read_Header();

@@ -1,8 +1,8 @@
 // Encoding of records and groups into memory. Sizes come first: a caller adds up what it is going
 // to write, makes room once, and encodes into place. Sizes are held in 64 bits because the lengths
 // in a list are the file's own claims.
-#ifndef LIB_DICOM_SRC_WRITE_NEMA_WRITE_BUFFER_H
-#define LIB_DICOM_SRC_WRITE_NEMA_WRITE_BUFFER_H
+#ifndef LIB_DICOM_SRC_WRITE_STREAM_WRITER_H
+#define LIB_DICOM_SRC_WRITE_STREAM_WRITER_H
 
 #include <Lib_DICOM/write.h>
 

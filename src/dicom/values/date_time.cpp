@@ -15,6 +15,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "conv_time_fct";
+
 void Release(OrisWare_Date& date)
 {
     std::free(date.date_str);
@@ -76,15 +78,15 @@ OrisWare_Time Numeric(const Clock_Time& value)
 bool Copy_Texts(OrisWare_Date& date, const char* text, const char* date_template)
 {
     date.date_str = date.date_template = nullptr;
-    return Copy_Text(date.date_str, text, "date->date_str") &&
-           Copy_Text(date.date_template, date_template, "date->date_template");
+    return Copy_Text(This_Unit, date.date_str, text, "date->date_str") &&
+           Copy_Text(This_Unit, date.date_template, date_template, "date->date_template");
 }
 
 bool Copy_Texts(OrisWare_Time& time, const char* text, const char* time_template)
 {
     time.time_str = time.time_template = nullptr;
-    return Copy_Text(time.time_str, text, "time->time_str") &&
-           Copy_Text(time.time_template, time_template, "time->time_template");
+    return Copy_Text(This_Unit, time.time_str, text, "time->time_str") &&
+           Copy_Text(This_Unit, time.time_template, time_template, "time->time_template");
 }
 
 /** Puts a new record, whose strings are its own, in the place of an old one. */
@@ -277,7 +279,7 @@ int Get_Oris_Date(const OrisWare_Date* date, unsigned short* year, unsigned shor
 const char* Date_2_DICOM(const OrisWare_Date* date)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Date_2_DICOM()");
-    return Formatted([date]() -> std::string {
+    return Formatted(This_Unit, [date]() -> std::string {
         const auto value = Value_Of(date);
         return value.has_value() ? Format_Date(*value, "yyyymmdd").value() : "";
     });
@@ -286,7 +288,7 @@ const char* Date_2_DICOM(const OrisWare_Date* date)
 const char* Date_2_Str(const OrisWare_Date* date, const char* date_template)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Date_2_Str(%hs)", date_template);
-    return Formatted([date, date_template]() -> std::string {
+    return Formatted(This_Unit, [date, date_template]() -> std::string {
         const auto value = Value_Of(date);
         return value.has_value() ? Date_For_People(*value, date_template) : "";
     });
@@ -392,7 +394,7 @@ int Get_Oris_Time(const OrisWare_Time* time, unsigned short* hour, unsigned shor
 const char* Time_2_DICOM(const OrisWare_Time* time)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Time_2_DICOM()");
-    return Formatted([time]() -> std::string {
+    return Formatted(This_Unit, [time]() -> std::string {
         const auto value = Value_Of(time);
         return value.has_value() ? Without_Zero_Fraction(Format_Time(*value, "hhmmss.fff").value())
                                  : "";
@@ -402,7 +404,7 @@ const char* Time_2_DICOM(const OrisWare_Time* time)
 const char* Time_2_Str(const OrisWare_Time* time, const char* time_template)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: Time_2_Str(%hs)", time_template);
-    return Formatted([time, time_template]() -> std::string {
+    return Formatted(This_Unit, [time, time_template]() -> std::string {
         const auto value = Value_Of(time);
         return value.has_value() ? Time_For_People(*value, time_template) : "";
     });

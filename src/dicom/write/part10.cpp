@@ -1,6 +1,6 @@
 // Writing of a data set in groups, and the client's writers of pixel data.
 #include "frame/report.h"
-#include "write/NEMA_Write_Buffer.h"
+#include "write/stream_writer.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,6 +8,8 @@
 using namespace lib_dicom;
 
 namespace {
+
+constexpr Unit This_Unit = "NEMA_Write_Fct";
 
 struct Image_Writers {
     DICOM_Image_Writer whole = nullptr;
@@ -191,7 +193,7 @@ template <class Writer, class... Args>
 int Call_Writer(HWND handle, Writer writer, Args... args)
 {
     return Guarded(
-        handle, -1, [&] { return writer(handle, args...); }, "*buffer");
+        handle, This_Unit, -1, [&] { return writer(handle, args...); }, "*buffer");
 }
 
 bool Is_Valid_Count(HWND handle, int count)
@@ -199,7 +201,7 @@ bool Is_Valid_Count(HWND handle, int count)
     if (count >= 0) {
         return true;
     }
-    Report_Error(handle, "The writer of the pixel data failed and returned %d", count);
+    Report_Error(handle, This_Unit, "The writer of the pixel data failed and returned %d", count);
     return false;
 }
 

@@ -14,6 +14,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Parse";
+
 struct Group_Handler {
     unsigned short group;
     DICOM_Parse_Handler handler;
@@ -38,14 +40,14 @@ Registry& The_Registry()
 
 /** Adds an entry; without memory the table stays as it is. */
 template <class Entry>
-int Grow(std::vector<Entry>& table, const Entry& entry, const char* name, Place place = Place())
+int Grow(Place place, std::vector<Entry>& table, const Entry& entry, const char* name)
 {
     try {
         table.push_back(entry);
         return 1;
     } catch (const std::bad_alloc&) {
-        Report_Memory(hwnd, "realloc", name, static_cast<int>(table.size() + 1), sizeof(Entry),
-                      place);
+        Report_Memory(hwnd, place, "realloc", name, static_cast<int>(table.size() + 1),
+                      sizeof(Entry));
         return 0;
     }
 }
@@ -115,7 +117,7 @@ int DICOM_Attribute_List_Group_Grow(unsigned short group, DICOM_Parse_Handler ha
 {
     const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Attribute_List_Group_Grow(%04x)",
                             group);
-    return Grow(The_Registry().groups, {group, handler}, "List_Group");
+    return Grow(This_Unit, The_Registry().groups, {group, handler}, "List_Group");
 }
 
 int DICOM_Attribute_List_Private_Grow(const char* creator, DICOM_Parse_Handler handler)
@@ -125,19 +127,19 @@ int DICOM_Attribute_List_Private_Grow(const char* creator, DICOM_Parse_Handler h
     Private_Handler entry = {{}, handler};
     const std::size_t size = std::strlen(creator);
     if (size >= sizeof entry.creator) {
-        Report_Error(hwnd, "the private creator \"%hs\" is longer than %d bytes", creator,
-                     static_cast<int>(sizeof entry.creator) - 1);
+        Report_Error(hwnd, This_Unit, "the private creator \"%hs\" is longer than %d bytes",
+                     creator, static_cast<int>(sizeof entry.creator) - 1);
         return trace.Leave(0, "creator");
     }
     std::memcpy(entry.creator, creator, size);
-    return Grow(The_Registry().creators, entry, "List_Private");
+    return Grow(This_Unit, The_Registry().creators, entry, "List_Private");
 }
 
 int DICOM_Attribute_List_SPI_Grow(unsigned short group, DICOM_Parse_Handler handler)
 {
     const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Attribute_List_SPI_Grow(%04x)",
                             group);
-    return Grow(The_Registry().spi, {group, handler}, "List_SPI");
+    return Grow(This_Unit, The_Registry().spi, {group, handler}, "List_SPI");
 }
 
 void DICOM_Attribute_List_Cleanup(void)
@@ -149,7 +151,7 @@ void DICOM_Attribute_List_Cleanup(void)
 void* DICOM_Attribute_Parse(HWND handle, DICOM_Root* root, DICOM_List* list, void* user)
 {
     const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Parse()");
-    return Guarded(handle, user, [=, &user] {
+    return Guarded(handle, This_Unit, user, [=, &user] {
         Dispatcher dispatcher(list);
         for (DICOM_List* record = list; record != nullptr; record = record->next) {
             Trace(handle, Trace_Entry, "-> DICOM_Attribute_Parse (%04x,%04x)", record->group,

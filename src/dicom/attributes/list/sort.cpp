@@ -10,6 +10,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Copy";
+
 bool Has(const DICOM_List& record, unsigned short mark)
 {
     return (record.flags & mark) != 0;
@@ -81,7 +83,7 @@ bool Pass(HWND handle, DICOM_List** list)
 /** Relinks a list in a stable order by rank; leaves it alone after the memory message. */
 void Sort_At_Once(HWND handle, DICOM_List** list)
 {
-    Guarded(handle, false, [list] {
+    Guarded(handle, This_Unit, false, [list] {
         std::vector<DICOM_List*> records;
         for (DICOM_List* record = *list; record != nullptr; record = record->next) {
             records.push_back(record);

@@ -10,6 +10,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Syntax";
+
 constexpr Value_Policy Syntax_Policy = {
     .note_label = "\002    (\001%04x\002,\001%04x\002) VR=\001%c%c\002",
     .warning_label = "    \361\005WARNING:\002 (\001%04x\002,\001%04x\002) VR=\001%c%c\002",
@@ -49,7 +51,7 @@ int DICOM_Attribute_Syntax_Tag(HWND handle, const DICOM_List& record)
                                                          findings.warning_label.c_str()),
                            "vn");
     } catch (const std::bad_alloc&) {
-        Report_Memory(handle, "calloc", "mom_tag.data", record.size + 1);
+        Report_Memory(handle, This_Unit, "calloc", "mom_tag.data", record.size + 1);
         return 0;
     }
 }

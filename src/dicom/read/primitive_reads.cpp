@@ -13,6 +13,8 @@ namespace lib_dicom {
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_Data";
+
 void Report_Seek_Failure(HWND handle, const Byte_Source& source, long long position, int error,
                          Place place)
 {
@@ -23,7 +25,7 @@ void Report_Seek_Failure(HWND handle, const Byte_Source& source, long long posit
     Error_Fct(handle, Severity_Error, "file: (%ls)", source.Name());
 }
 
-void Report_Query_Failure(HWND handle, const Byte_Source& source, int error, Place place = Place())
+void Report_Query_Failure(HWND handle, const Byte_Source& source, int error, Place place)
 {
     Report_Place(handle, place);
     Error_Fct(handle, Severity_Place, "using lseek()");
@@ -31,7 +33,7 @@ void Report_Query_Failure(HWND handle, const Byte_Source& source, int error, Pla
     Error_Fct(handle, Severity_Place, "file: (%ls)", source.Name());
 }
 
-bool Fail_Seek(HWND handle, Byte_Source& source, long long position, Place place = Place())
+bool Fail_Seek(HWND handle, Byte_Source& source, long long position, Place place)
 {
     const int error = errno;
     source.Close();
@@ -52,12 +54,12 @@ bool Check_Count(HWND handle, const Byte_Source& source, std::ptrdiff_t count, i
 {
     if (count < 0) {
         const int error = errno;
-        Report_Error(handle, "Error reading file %ls", source.Name());
+        Report_Error(handle, This_Unit, "Error reading file %ls", source.Name());
         Error_Fct(handle, Severity_Error, "%ls", Error_Perror(error));
         return false;
     }
     if (count != size) {
-        Report_Error(handle, "End of File while reading: (%d /vs/ %d) (%ls)",
+        Report_Error(handle, This_Unit, "End of File while reading: (%d /vs/ %d) (%ls)",
                      static_cast<int>(count), size, source.Name());
         return false;
     }
@@ -73,16 +75,16 @@ bool Settle(HWND handle, Byte_Source& source, long long& position)
     }
     if (ahead > 0) {
         // Where the file stands is not known, so the message tells the way back instead.
-        return Fail_Seek(handle, source, -ahead);
+        return Fail_Seek(handle, source, -ahead, This_Unit);
     }
-    Report_Query_Failure(handle, source, errno);
+    Report_Query_Failure(handle, source, errno, This_Unit);
     position = 0;
     return true;
 }
 
 bool Seek(HWND handle, Byte_Source& source, long long position)
 {
-    return source.Seek(position) || Fail_Seek(handle, source, position);
+    return source.Seek(position) || Fail_Seek(handle, source, position, This_Unit);
 }
 
 }  // namespace lib_dicom
@@ -122,7 +124,7 @@ char* Read_Block(HWND handle, Byte_Source& source, unsigned char order, int size
     do {
         const std::size_t portion = std::min(count - done, std::max(done, First_Portion));
         if (!Grow(buf, done + portion + spare)) {
-            Report_Memory(handle, "malloc", "buf", size);
+            Report_Memory(handle, This_Unit, "malloc", "buf", size);
             return nullptr;
         }
         taken = source.Take({reinterpret_cast<unsigned char*>(buf.get()) + done, portion});

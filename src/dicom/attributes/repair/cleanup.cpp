@@ -13,6 +13,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Cleanup";
+
 constexpr Value_Policy Cleanup_Policy = {
     .note_label = "\002    (\001%04x\002,\001%04x\002) VR=\001%c%c\002",
     .warning_label = "    \361\005WARNING:\002 (\001%04x\002,\001%04x\002) VR=\001%c%c",
@@ -36,10 +38,10 @@ void Delete_Value(DICOM_List& record)
 bool Store_Value(HWND handle, DICOM_List& record, const std::string& value)
 {
     if (value.size() > INT_MAX) {
-        Report_Memory(handle, "realloc", "tag->data", INT_MAX);
+        Report_Memory(handle, This_Unit, "realloc", "tag->data", INT_MAX);
         return false;
     }
-    if (!C_Resize(handle, record.data, value.size(), "tag->data")) {
+    if (!C_Resize(handle, This_Unit, record.data, value.size(), "tag->data")) {
         return false;
     }
     if (!value.empty()) {
@@ -60,7 +62,7 @@ int Repair_Value(HWND handle, DICOM_List& record, const VR_Rule& rule, std::stri
             findings.count == 0 || !findings.changed || Store_Value(handle, record, findings.value);
         return is_stored ? findings.count : 0;
     } catch (const std::bad_alloc&) {
-        Report_Memory(handle, "calloc", "new_data", record.size);
+        Report_Memory(handle, This_Unit, "calloc", "new_data", record.size);
         return 0;
     }
 }

@@ -16,6 +16,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Complement";
+
 constexpr unsigned short Any_Group = 0xFFFF;
 constexpr unsigned short Keep_VR = 0;
 
@@ -156,7 +158,7 @@ void Complete_List(HWND handle, DICOM_Root* root, DICOM_List* list)
 
 int DICOM_Attribute_Complement(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    return Guarded(handle, 0, [=] {
+    return Guarded(handle, This_Unit, 0, [=] {
         Complete_List(handle, root, list);
         return 0;
     });
@@ -200,7 +202,7 @@ int DICOM_Attribute_Complement_Tag(HWND handle, DICOM_List* record, unsigned sho
     }
     record->description = static_cast<char*>(std::malloc(size));
     if (record->description == nullptr) {
-        Report_Memory(handle, "_strdup", "tag->description", static_cast<int>(size));
+        Report_Memory(handle, This_Unit, "_strdup", "tag->description", static_cast<int>(size));
         return 0;
     }
     std::memcpy(record->description, text, size);

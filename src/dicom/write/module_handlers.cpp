@@ -13,6 +13,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Write_Module";
+
 struct Registered {
     unsigned short group;
     DICOM_Module_Handler handler;
@@ -31,7 +33,7 @@ Registries& Get_Registries()
     return registries;
 }
 
-int Grow(Registry& registry, const char* variable, Registered entry, Place place = Place())
+int Grow(Place place, Registry& registry, const char* variable, Registered entry)
 {
     if (entry.handler == nullptr) {
         return 0;
@@ -40,8 +42,8 @@ int Grow(Registry& registry, const char* variable, Registered entry, Place place
         registry.push_back(entry);
         return 1;
     } catch (const std::bad_alloc&) {
-        Report_Memory(hwnd, "realloc", variable, static_cast<int>(registry.size() + 1),
-                      sizeof(Registered), place);
+        Report_Memory(hwnd, place, "realloc", variable, static_cast<int>(registry.size() + 1),
+                      sizeof(Registered));
         return 0;
     }
 }
@@ -85,14 +87,14 @@ int DICOM_Module_List_Group_Grow(unsigned short group, DICOM_Module_Handler hand
 {
     const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Module_List_Group_Grow(%04x)",
                             group);
-    return Grow(Get_Registries().group, "List_Group", {group, handler});
+    return Grow(This_Unit, Get_Registries().group, "List_Group", {group, handler});
 }
 
 int DICOM_Module_List_Private_Grow(unsigned short group, DICOM_Module_Handler handler)
 {
     const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Module_List_Private_Grow(%04x)",
                             group);
-    return Grow(Get_Registries().private_group, "List_Private", {group, handler});
+    return Grow(This_Unit, Get_Registries().private_group, "List_Private", {group, handler});
 }
 
 void DICOM_Module_List_Cleanup(void)

@@ -21,6 +21,8 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Work_Macro";
+
 constexpr std::size_t Longest_Line = 179;
 constexpr std::size_t Longest_Word = 79;
 
@@ -105,7 +107,8 @@ std::filesystem::path Table_Path(const char* table)
         return {};
     }
     if (!Stays_Inside(table)) {
-        Report_Error(hwnd, "Code table %hs is not below the definition directory", table);
+        Report_Error(hwnd, This_Unit, "Code table %hs is not below the definition directory",
+                     table);
         return {};
     }
     const wchar_t* const directory = DICOM_Module_Setup(hwnd, nullptr);
@@ -247,9 +250,10 @@ bool Score_Entry(Entry& entry, std::string_view name, const char* table)
     int score = 0;
     for (const std::string_view word : words) {
         if (word.size() > Longest_Word) {
-            Report_Error(
-                hwnd, "Word of %d characters in line %d of table %hs, at most %d are taken",
-                static_cast<int>(word.size()), entry.line, table, static_cast<int>(Longest_Word));
+            Report_Error(hwnd, This_Unit,
+                         "Word of %d characters in line %d of table %hs, at most %d are taken",
+                         static_cast<int>(word.size()), entry.line, table,
+                         static_cast<int>(Longest_Word));
             return false;
         }
         score += Score_Word(word, name);
@@ -271,7 +275,7 @@ bool Score_Table(Table& entries, const char* name, const char* table)
 bool Copy_Code(C_Array<char>& target, const std::string& text, const char* variable)
 {
     if (!text.empty()) {
-        target = C_Strdup(hwnd, text, variable);
+        target = C_Strdup(hwnd, This_Unit, text, variable);
     }
     return text.empty() || target != nullptr;
 }
@@ -372,7 +376,8 @@ int Make_Matches(std::span<const Entry* const> found, Code_Match** matches)
 {
     const int count = static_cast<int>(found.size());
     std::unique_ptr<Code_Match[], Free_Matches> made(
-        C_Calloc<Code_Match>(hwnd, found.size(), "matches").release(), Free_Matches{count});
+        C_Calloc<Code_Match>(hwnd, This_Unit, found.size(), "matches").release(),
+        Free_Matches{count});
     if (made == nullptr) {
         return -1;
     }
@@ -393,7 +398,7 @@ int DICOM_Macro_CodeSequence_Set(Code_Seq* code, const char* table)
     Trace_Scope trace(hwnd, Trace_Entry, "Oris_DICOM_Get_CodeSequence(str:%hs, table:%hs)",
                       code->original_name, table);
     Last_Coded() = nullptr;
-    return Guarded(hwnd, 0, [&] { return Set_Codes(code, table, trace); });
+    return Guarded(hwnd, This_Unit, 0, [&] { return Set_Codes(code, table, trace); });
 }
 
 Code_Seq* DICOM_Macro_Code_Sequence_Get(void)
@@ -413,7 +418,7 @@ int DICOM_Macro_CodeSequence_Rank(const char* name, const char* table, Code_Matc
     Trace_Scope trace(hwnd, Trace_Entry,
                       "Lib_DICOM: DICOM_Macro_CodeSequence_Rank(str:%hs, table:%hs)", name, table);
     *matches = nullptr;
-    return Guarded(hwnd, -1, [&] {
+    return Guarded(hwnd, This_Unit, -1, [&] {
         std::optional<Table> entries = name != nullptr ? Read_Table(table) : std::nullopt;
         if (!entries || !Score_Table(*entries, name, table)) {
             return trace.Leave(-1, "! f_table");
