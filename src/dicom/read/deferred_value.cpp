@@ -40,7 +40,7 @@ bool Fail_At_End(HWND handle, Place place, long long count, int size, const wcha
 bool Allocate(HWND handle, DICOM_List& tag, Place place)
 {
     tag.data =
-        C_Calloc<unsigned char>(handle, place, static_cast<std::size_t>(tag.size), "tag->data")
+        C_Malloc<unsigned char>(handle, place, static_cast<std::size_t>(tag.size), "tag->data")
             .release();
     return tag.data != nullptr;
 }
@@ -48,6 +48,14 @@ bool Allocate(HWND handle, DICOM_List& tag, Place place)
 std::span<unsigned char> Value_Bytes(const DICOM_List& tag)
 {
     return {tag.data, static_cast<std::size_t>(tag.size)};
+}
+
+/** What could not be read of a value is zeros: the value stays in the record. */
+void Clear_From(const DICOM_List& tag, std::ptrdiff_t count)
+{
+    const std::span<unsigned char> bytes = Value_Bytes(tag);
+    const auto rest = bytes.subspan(static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
+    std::fill(rest.begin(), rest.end(), static_cast<unsigned char>(0));
 }
 
 bool Fetch_From_File(HWND handle, DICOM_List& tag, Place place)
@@ -73,6 +81,9 @@ bool Fetch_From_File(HWND handle, DICOM_List& tag, Place place)
         return false;
     }
     const std::ptrdiff_t count = file.Take(Value_Bytes(tag));
+    if (count < tag.size) {
+        Clear_From(tag, count);
+    }
     if (count < 0) {
         return Fail(handle, place, "Error reading file %ls", file.Name());
     }
@@ -139,25 +150,31 @@ std::ptrdiff_t Value_Source::Read(unsigned int position, std::span<unsigned char
     return Memory_Source(&counter, DICOM_Lib_File_Name, 0).Take(out);
 }
 
+bool Is_Left_In_Source(const DICOM_List& tag)
+{
+    return tag.data == nullptr && tag.size > Longest_Loaded;
+}
+
 bool Is_Deferred(const DICOM_List& tag)
 {
     // What a sequence, an item or a delimiter measures are the records inside, which may have been
     // cut off: an image need not reach as far.
     const unsigned short vr = Effective_VR(tag);
     const bool is_value = tag.nb_item == 0 && vr != VR_SQ && vr != VR_Item && vr != VR_Delimiter;
-    return is_value && tag.data == nullptr && tag.size > Longest_Loaded;
+    return is_value && Is_Left_In_Source(tag);
 }
 
 bool Fetch_Deferred_Value(HWND handle, Place place, DICOM_List& tag)
 {
-    Trace(handle, Trace_1, "Reading missing: %d bytes at %u", tag.size, tag.data_pos);
-    return Guarded(
-        handle, place, false,
-        [&] {
-            return DICOM_Lib_File_Source == NEMA_Source_File ? Fetch_From_File(handle, tag, place)
-                                                             : Fetch_From_Image(handle, tag, place);
-        },
-        "tag->data");
+    Trace(handle, Trace_1, "Reading missing: %d bytes at %d", tag.size,
+          static_cast<int>(tag.data_pos));
+    try {
+        return DICOM_Lib_File_Source == NEMA_Source_File ? Fetch_From_File(handle, tag, place)
+                                                         : Fetch_From_Image(handle, tag, place);
+    } catch (const std::bad_alloc&) {
+        Report_Memory(handle, place, "malloc", "tag->data", tag.size);
+        return false;
+    }
 }
 
 }  // namespace lib_dicom

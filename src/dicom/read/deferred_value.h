@@ -33,7 +33,9 @@ private:
     long long size_;
 };
 
-/** Tells whether the value was left in the source; short values are always loaded. */
+/** Tells whether the bytes of a record were left in the source; short values are always loaded. */
+bool Is_Left_In_Source(const DICOM_List& tag);
+/** The same of a value, which the contents of a sequence, an item or a delimiter are not. */
 bool Is_Deferred(const DICOM_List& tag);
 
 /**

@@ -76,7 +76,8 @@ Result* Extract(HWND handle, DICOM_List* tag, unsigned short vr, const Extractor
     if (tag->size == 0) {
         return trace.Leave(None, "! tag->size");
     }
-    if (extractor.fetches && Is_Deferred(*tag) && !Fetch_Deferred_Value(handle, This_Unit, *tag)) {
+    if (extractor.fetches && Is_Left_In_Source(*tag) &&
+        !Fetch_Deferred_Value(handle, This_Unit, *tag)) {
         return trace.Leave(None, "reading missing");
     }
     // A sequence of undefined length has no bytes of its own.
@@ -332,45 +333,73 @@ using Components = std::array<const char*, 4>;
 /**
  * Cuts a name at its "^". The text itself is then the family component. Components that the name
  * lacks keep what they were; those behind the fifth are dropped.
+ *
+ * @return the number of components that the name has behind its family component
  */
-void Cut_Name(char* text, Components& components)
+std::size_t Cut_Name(char* text, Components& components)
 {
-    for (const char*& component : components) {
+    std::size_t own = 0;
+    for (; own < components.size(); ++own) {
         text = std::strchr(text, '^');
         if (text == nullptr) {
-            return;
+            return own;
         }
         *text++ = '\0';
-        component = text;
+        components[own] = text;
     }
     text[std::strcspn(text, "^")] = '\0';
+    return own;
 }
 
-std::size_t Length(const Components& components)
-{
-    std::size_t length = 0;
-    for (const char* component : components) {
-        length += component == nullptr ? 0 : std::strlen(component);
+/** How much text names take over from the names before them. */
+class Carried_Text {
+public:
+    explicit Carried_Text(const Value& value) : value_(value)
+    {
     }
-    return length;
-}
+
+    /** Counts what a name takes over; beyond the bound it takes over nothing, which is told once. */
+    void Limit(std::span<const char*> components)
+    {
+        for (const char*& component : components) {
+            if (!is_over_ && component != nullptr) {
+                size_ += std::strlen(component);
+                Check();
+            }
+            component = is_over_ ? nullptr : component;
+        }
+    }
+
+private:
+    // One long component before many short names would grow with the square of the value.
+    static constexpr std::size_t Bound = std::size_t{16} << 20;
+
+    void Check()
+    {
+        if (size_ > Bound) {
+            is_over_ = true;
+            Report_Warning(value_.handle,
+                           "\361\005WARNING:\002 (%04x,%04x): name components taken over from "
+                           "earlier names exceed %d bytes, the rest is left out",
+                           value_.tag.group, value_.tag.element, static_cast<int>(Bound));
+        }
+    }
+
+    const Value& value_;
+    std::size_t size_ = 0;
+    bool is_over_ = false;
+};
 
 /** False without memory for all names. */
 bool Make_Names(const Value& value, OrisWare_Name* names)
 {
-    // Components of earlier names are carried over on purpose. What they may add is limited:
-    // otherwise one long component before many short names would grow with the square of the value.
-    constexpr std::size_t Carry_Limit = 0x10000;
-
     char* const* const strings = Get_Value_Pools().strings[value.slot].Data();
+    // Components of earlier names are carried over on purpose.
     Components components = {};
-    std::size_t carried = 0;
+    Carried_Text carried(value);
     for (std::size_t i = 0; i < value.tag.vm; ++i) {
-        carried += Length(components);
-        if (carried > Carry_Limit) {
-            components = {};
-        }
-        Cut_Name(strings[i], components);
+        const std::size_t own = Cut_Name(strings[i], components);
+        carried.Limit(std::span(components).subspan(own));
         if (Make_Oris_Name(&names[i], strings[i], components[0], components[1], components[2],
                            components[3]) == 0) {
             return false;

@@ -9,11 +9,13 @@
 #include <bit>
 #include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace lib_dicom {
 
@@ -30,21 +32,32 @@ long long Magnitude(int nb_arg)
     return nb_arg < 0 ? -static_cast<long long>(nb_arg) : nb_arg;
 }
 
-/** A value under construction. */
+/** A value under construction, in a block of the C heap that grows with each value. */
 class Value {
 public:
     Value(HWND handle, int* size) : handle_(handle), size_(size)
     {
     }
+    Value(const Value&) = delete;
+    Value& operator=(const Value&) = delete;
+    ~Value()
+    {
+        std::free(data_);
+    }
 
-    /** A value beyond the range of its length is refused like one that there is no memory for. */
+    HWND Handle() const
+    {
+        return handle_;
+    }
+    /** Without memory, for which a length out of range counts too, the value stays as it is. */
     void Add(std::string_view bytes)
     {
-        if (bytes.size() > static_cast<std::size_t>(INT_MAX) - bytes_.size()) {
-            throw std::bad_alloc();
+        failed_ = failed_ || !Grow(bytes.size());
+        if (!failed_) {
+            std::copy(bytes.begin(), bytes.end(), data_ + used_);
+            used_ += bytes.size();
+            *size_ += static_cast<int>(bytes.size());
         }
-        bytes_ += bytes;
-        *size_ += static_cast<int>(bytes.size());
     }
     template <std::size_t Size>
     void Add_Number(const unsigned char* bytes)
@@ -54,28 +67,49 @@ public:
     /** Makes the length even. */
     void Pad(char pad)
     {
-        if (bytes_.size() % 2 != 0) {
+        if (used_ % 2 != 0) {
             Add({&pad, 1});
         }
     }
-    /** The bytes as a block of the C heap. */
-    unsigned char* Release() const
+    bool Has_Failed() const
     {
-        if (bytes_.empty()) {
-            return nullptr;
-        }
-        C_Array<unsigned char> data =
-            C_Malloc<unsigned char>(handle_, This_Unit, bytes_.size(), "data");
-        if (data != nullptr) {
-            std::copy(bytes_.begin(), bytes_.end(), data.get());
-        }
-        return data.release();
+        return failed_;
+    }
+    /** The bytes as a block of their size. */
+    unsigned char* Release()
+    {
+        // A block that cannot shrink is as good.
+        void* const block = used_ != 0 ? std::realloc(data_, used_) : nullptr;
+        unsigned char* const data = std::exchange(data_, nullptr);
+        return block != nullptr ? static_cast<unsigned char*>(block) : data;
     }
 
 private:
+    bool Grow(std::size_t room)
+    {
+        constexpr std::size_t Largest = INT_MAX;
+        if (room > Largest - used_) {
+            Report_Memory(handle_, This_Unit, "realloc", "data", INT_MAX);
+            return false;
+        }
+        if (used_ + room <= capacity_) {
+            return true;
+        }
+        // By more than is asked for, so that many values take time in proportion to their number.
+        const std::size_t capacity = std::min(std::max(used_ + room, 2 * capacity_), Largest);
+        if (!C_Resize(handle_, This_Unit, data_, capacity, "data")) {
+            return false;
+        }
+        capacity_ = capacity;
+        return true;
+    }
+
     HWND handle_;
     int* size_;
-    std::string bytes_;
+    unsigned char* data_ = nullptr;
+    std::size_t used_ = 0;
+    std::size_t capacity_ = 0;
+    bool failed_ = false;
 };
 
 /** What stands between values and at the end of a value. */
@@ -108,11 +142,14 @@ unsigned char* Build(HWND handle, int* size, long long count, Layout layout, Tra
             if (layout.separator != '\0' && i + 1 < count) {
                 value.Add({&layout.separator, 1});
             }
+            if (value.Has_Failed()) {
+                return nullptr;
+            }
         }
         if (layout.padded) {
             value.Pad(layout.pad);
         }
-        return value.Release();
+        return value.Has_Failed() ? nullptr : value.Release();
     };
     return Guarded(handle, This_Unit, static_cast<unsigned char*>(nullptr), build, "data");
 }
@@ -261,31 +298,50 @@ void Write_Date(Value& value, const OrisWare_Date& date)
     unsigned short year = 0;
     unsigned short month = 0;
     unsigned short day = 0;
-    Get_Oris_Date(&date, &year, &month, &day);
+    if (Get_Oris_Date(&date, &year, &month, &day) == 0) {
+        Report_Warning(value.Handle(), "VR=DA: no date (%d,%d,%d), 00000000 is stored", date.year,
+                       date.month, date.day);
+    }
     char text[32];
     std::snprintf(text, sizeof text, "%04d%02d%02d", year, month, day);
     value.Add(text);
 }
 
+/** Seconds with three decimals when they have any, whatever the process's decimal point is. */
+std::string Seconds_Text(float number)
+{
+    const double seconds = number;
+    const double whole = std::trunc(seconds);
+    const double fraction = seconds - whole;
+    const bool is_whole = fraction < 0.001 || fraction > 0.999;
+    // Deliberate: 59.9995 becomes 60, which is not carried into the minutes.
+    const double rounded = fraction < 0.001 ? whole : whole + 1;
+    const double shown = !is_whole ? seconds : rounded == 0 ? 0 : rounded;  // no "-0"
+    char text[64];
+    const auto end = std::to_chars(std::begin(text), std::end(text), shown,
+                                   std::chars_format::fixed, is_whole ? 0 : 3);
+    const std::size_t width = is_whole ? 2 : 6;
+    const std::size_t size = static_cast<std::size_t>(end.ptr - text);
+    return std::string(width - std::min(width, size), '0').append(text, size);
+}
+
 void Write_Time(Value& value, const OrisWare_Time& time)
 {
-    unsigned short hour = 0;
-    unsigned short minute = 0;
-    float seconds = 0;
-    Get_Oris_Time(&time, &hour, &minute, &seconds);
-    const int whole = static_cast<int>(seconds);
-    const double fraction = static_cast<double>(seconds) - whole;
-    char text[48];
-    if (fraction < 0.001 || fraction > 0.999) {
-        // Deliberate: 59.9995 becomes 60, which is not carried into the minutes.
-        std::snprintf(text, sizeof text, "%02d%02d%02d", hour, minute,
-                      fraction < 0.001 ? whole : whole + 1);
-    } else {
-        const auto thousandths =
-            static_cast<int>(static_cast<double>(seconds) * 1000.0 + 0.5) - whole * 1000;
-        std::snprintf(text, sizeof text, "%02d%02d%02d.%03d", hour, minute, whole, thousandths);
+    unsigned short hour = time.hour;
+    unsigned short minute = time.minute;
+    float seconds = time.seconds;
+    // The fields are written as they are, as 24:00:00 too; those of a text may not be filled in.
+    const bool is_set = time.state == Oris_State_Text
+                            ? Get_Oris_Time(&time, &hour, &minute, &seconds) != 0
+                            : time.state != Oris_State_Unset && std::isfinite(seconds);
+    if (!is_set) {
+        seconds = std::isfinite(seconds) ? seconds : 0;
+        Report_Warning(value.Handle(), "VR=TM: no time, %02d%02d%02d is stored", hour, minute,
+                       static_cast<int>(std::clamp(seconds, 0.0F, 99.0F)));
     }
-    value.Add(text);
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d%02d", hour, minute);
+    value.Add(text + Seconds_Text(seconds));
 }
 
 }  // namespace
@@ -301,8 +357,7 @@ unsigned char* DICOM_Tag_Add_AT(HWND handle, int* size, int nb_arg, Arguments& a
     }
     if (count % 2 != 0) {
         Report_Warning(handle, "VR=AT: only multiple of 2 accepted (nb_arg=%d != 2*n)", nb_arg);
-        // One number alone is no tag, and there is no second argument to take.
-        count = count == 1 ? 0 : 2;
+        count = 2;
     }
     unsigned short number = 0;
     return Build(

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace lib_dicom {
 
@@ -15,7 +16,6 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::string_view NUL = "\0"sv;
 constexpr std::string_view Blanks_And_NULs = " \0"sv;
 
 /** Text and its length for "%.*hs": values are not terminated and may be of any length. */
@@ -212,7 +212,27 @@ std::string Rewritten_Date(std::string_view date)
 /** A year that was printed as "19" and the years since 1900, as in "19100.01.1". */
 bool Has_Year_2000_Fault(std::string_view date)
 {
-    return date.size() == 10 && date.starts_with("19") && Has_Form(date.substr(2, 4), "000.");
+    return date.size() == 10 && date.starts_with("19") && date[5] == '.';
+}
+
+/** The eight bytes of three numbers; a month of three digits pushes the last one out. */
+std::string Date_Of_Numbers(int year, int month, int day)
+{
+    char text[40];
+    std::snprintf(text, sizeof text, "%04d%02d%02d", year, month, day);
+    return std::string(text, 8);
+}
+
+/** A date of six or ten bytes as yyyymmdd. What is no number where one should stand counts as 0. */
+std::string Date_By_Places(std::string_view date)
+{
+    if (date.size() == 10) {
+        return Date_Of_Numbers(Number(date.substr(0, 4)), Number(date.substr(5, 2)),
+                               Number(date.substr(8, 2)));
+    }
+    // Raising the month is kept on purpose.
+    return Date_Of_Numbers(Year_Of_Two_Digits(Number(date.substr(0, 2))),
+                           Number(date.substr(2, 2)) + 1, Number(date.substr(4, 2)));
 }
 
 class Value_Engine {
@@ -238,11 +258,15 @@ private:
     void Check_Set();
     void Check_Last_Backslash();
     void Rewrite_Time();
+    void Remove_Time_Separators();
     void Replace_Unprintable();
     bool Convert_Decimals();
     bool Check_Integers();
     bool Out_Of_Range(std::string_view text);
     bool Repair_Date(std::string_view date, std::string& result);
+    bool Whole_Date();
+    void Warn_Of_Year_2000(std::string_view date);
+    void Note_Old_Syntax(std::string_view old, std::string_view made) const;
     std::string_view Repair_Text(std::string_view text);
     std::string_view Trim_Value(std::string_view text, std::string_view pads);
     std::string_view Strip_Value(std::string_view text);
@@ -329,7 +353,7 @@ Value_Findings Value_Engine::Run()
     }
     findings_.count = static_cast<int>(std::min<std::size_t>(count, INT_MAX));
     findings_.changed = copied && value_ != original_;
-    if (current_ && (findings_.changed || count == 0)) {
+    if (findings_.changed || (current_ && count == 0)) {
         Mark(DICOM_Mark_Changed);
     }
     if (findings_.changed) {
@@ -398,10 +422,7 @@ std::size_t Value_Engine::Date()
     Take_Off_Even_Pad();
     Check_Set();
     if (!current_) {
-        std::string result;
-        const bool valid = Repair_Date(value_, result);
-        value_ = std::move(result);
-        return valid ? For_Each_Value(value_, [](std::string_view) {}) : 0;
+        return Whole_Date() ? For_Each_Value(value_, [](std::string_view) {}) : 0;
     }
     Check_Last_Backslash();
     bool valid = true;
@@ -419,13 +440,7 @@ bool Value_Engine::Repair_Date(std::string_view date, std::string& result)
         return true;
     }
     if (Has_Year_2000_Fault(date)) {
-        char read[16];
-        std::snprintf(read, sizeof read, "%04d%.2s%.1s", 1900 + Number(date.substr(2, 3)),
-                      date.data() + 6, date.data() + 9);
-        Warn("%hs Y2K bug! \001%.*hs\002 = \001%7.7hs?\002 (Rejected since last digit of day is "
-             "lost!)",
-             Shown(date), date.data(), static_cast<const char*>(read));
-        Mark(DICOM_Mark_Invalid);
+        Warn_Of_Year_2000(date);
         return false;
     }
     const std::string rewritten = Rewritten_Date(date);
@@ -433,10 +448,44 @@ bool Value_Engine::Repair_Date(std::string_view date, std::string& result)
         Invalid_Size("6, 8 or 10 bytes", date.size());
         return false;
     }
-    Note("%hs Old syntax! \001%.*hs\002 changed to \001%hs", Shown(date), date.data(),
-         rewritten.c_str());
+    Note_Old_Syntax(date, rewritten);
     result += rewritten;
     return true;
+}
+
+/** Looks at the length of the whole value and at nothing else; false when it is of no use. */
+bool Value_Engine::Whole_Date()
+{
+    const std::size_t size = value_.size();
+    if (size != 6 && size != 8 && size != 10) {
+        Invalid_Size("6, 8 or 10 bytes", size);
+        return false;
+    }
+    if (Has_Year_2000_Fault(value_)) {
+        // The value stays as it is: a part of a date is better than none.
+        Warn_Of_Year_2000(value_);
+    } else if (size != 8) {
+        std::string old = std::exchange(value_, Date_By_Places(value_));
+        Note_Old_Syntax(old, value_);
+    }
+    return true;
+}
+
+void Value_Engine::Warn_Of_Year_2000(std::string_view date)
+{
+    char read[16];
+    std::snprintf(read, sizeof read, "%04d%.2s%.1s", 1900 + Number(date.substr(2, 3)),
+                  date.data() + 6, date.data() + 9);
+    Warn("%hs Y2K bug! \001%.*hs\002 = \001%7.7hs?\002 (Rejected since last digit of day is "
+         "lost!)",
+         Shown(date), date.data(), static_cast<const char*>(read));
+    Mark(DICOM_Mark_Invalid);
+}
+
+void Value_Engine::Note_Old_Syntax(std::string_view old, std::string_view made) const
+{
+    Note("%hs Old syntax! \001%.*hs\002 changed to \001%.*hs", Shown(old), old.data(), Shown(made),
+         made.data());
 }
 
 /**
@@ -463,7 +512,7 @@ std::size_t Value_Engine::Text()
 std::size_t Value_Engine::Text_Pass()
 {
     Fix_Padding();
-    if (rule_.repair == VR_Repair::Time) {
+    if (rule_.repair == VR_Repair::Time && current_) {
         // Before the set check, which would take the colons of the old syntax for mere dirt.
         Rewrite_Time();
     }
@@ -474,6 +523,8 @@ std::size_t Value_Engine::Text_Pass()
     const std::size_t count = rule_.kind == VR_Kind::Text_Multiple ? Multiple() : Single();
     if (rule_.repair == VR_Repair::Printable) {
         Replace_Unprintable();
+    } else if (rule_.repair == VR_Repair::Time && !current_) {
+        Remove_Time_Separators();
     }
     return count;
 }
@@ -494,14 +545,13 @@ std::string_view Value_Engine::Repair_Text(std::string_view text)
 {
     // The fixed rules measure a value with its blanks; by the current standard they are no part of
     // it, and must not cost it its last characters.
-    text = current_ ? Strip_Value(text) : Trim_Value(text, NUL);
+    text = current_ ? Strip_Value(text) : text;
     if (Kept_Size(text) < text.size()) {
         const std::string_view kept = text.substr(0, Kept_Size(text));
         const std::string_view cut = text.substr(kept.size());
         Warn("%hs String too long! (\001%d\002/vs/\001%d max\002) Truncated to "
              "\"\001%.*hs\002\"(\004%.*hs\002)",
              Shown(text), rule_.max_length, Shown(kept), kept.data(), Shown(cut), cut.data());
-        Mark(DICOM_Mark_Changed);
         text = kept;
     }
     return Strip_Value(text);
@@ -526,7 +576,6 @@ std::size_t Value_Engine::Single()
              "\002...\001 %20.20hs\002\"(\004%.*hs\002) ",
              Shown(value_), rule_.max_length, text, text + kept - 20,
              Shown(std::string_view(value_).substr(kept)), text + kept);
-        Mark(DICOM_Mark_Changed);
         value_.resize(kept);
     }
     return 1;
@@ -585,7 +634,7 @@ std::string_view Value_Engine::Trim_Value(std::string_view text, std::string_vie
 
 std::string_view Value_Engine::Strip_Value(std::string_view text)
 {
-    return Trim_Start(Trim_Value(text, Blanks_And_NULs), ' ');
+    return Trim_Start(current_ ? Trim_Value(text, Blanks_And_NULs) : Trim_End(text, " "), ' ');
 }
 
 /**
@@ -620,7 +669,6 @@ void Value_Engine::Check_Set()
     Note("%hs %d char in \"\001%.*hs\002\" not from set \"\001%hs\002\"", static_cast<int>(count),
          Shown(value_), value_.data(), rule_.set);
     std::erase_if(value_, is_foreign);
-    Mark(DICOM_Mark_Changed);
 }
 
 /** A backslash at the end announces a value that is not there. Private groups may mean it. */
@@ -634,7 +682,6 @@ void Value_Engine::Check_Last_Backslash()
         Note(policy_.last_backslash);
     }
     value_.resize(current_ ? Trim_End(value_, "\\").size() : value_.size() - 1);
-    Mark(DICOM_Mark_Changed);
 }
 
 /** Turns the old hh:mm:ss and hh.mm.ss into hhmmss. */
@@ -650,8 +697,24 @@ void Value_Engine::Rewrite_Time()
         const std::size_t end = value_.find_first_not_of(separators, start);
         value_.erase(start, std::min(end, value_.size()) - start);
     }
-    Note("%hs Old syntax! \001%.*hs\002 changed to \001%.*hs", Shown(old), old.data(),
-         Shown(value_), value_.data());
+    Note_Old_Syntax(old, value_);
+}
+
+/** Takes the two separators out of hh:mm:ss or hh.mm.ss, of the whole value like the steps before. */
+void Value_Engine::Remove_Time_Separators()
+{
+    const auto is_separator = [this](std::size_t at) {
+        return at < value_.size() && (value_[at] == ':' || value_[at] == '.');
+    };
+    if (!is_separator(2)) {
+        return;
+    }
+    const std::string old = value_;
+    if (is_separator(5)) {
+        value_.erase(5, 1);
+    }
+    value_.erase(2, 1);
+    Note_Old_Syntax(old, value_);
 }
 
 void Value_Engine::Replace_Unprintable()
@@ -687,6 +750,7 @@ bool Value_Engine::Convert_Decimals()
         }
     });
     if (outside) {
+        value_ = old;
         return Out_Of_Range(*outside);
     }
     Warn("%hs Invalid data! Converted from \"\001%.*hs\002\" to \"\001%.*hs\002\"", Shown(old),
