@@ -158,7 +158,7 @@ const std::string Date_Size = "6, 8 or 10 bytes";
 const std::string Date_Set = "0123456789.\\";
 const std::string Age_Set = "0123456789DWMY";
 
-TEST_F(Cleanup, Applies_The_Rules_Of_Each_VR)
+TEST_F(Cleanup, AppliesTheRulesOfEachVR)
 {
     Check({
         {VR_AE, "A\x1F ~\x7F\x80", "A_ ~__", 0x0010, 1, "N 3 Invalid character in data"},
@@ -203,7 +203,7 @@ TEST_F(Cleanup, Applies_The_Rules_Of_Each_VR)
     });
 }
 
-TEST_F(Cleanup, Brings_Old_Dates_And_Times_Into_Form)
+TEST_F(Cleanup, BringsOldDatesAndTimesIntoForm)
 {
     const std::string time_set = "0123456789. \\";
     Check({
@@ -238,7 +238,7 @@ TEST_F(Cleanup, Brings_Old_Dates_And_Times_Into_Form)
     });
 }
 
-TEST_F(Cleanup, Keeps_Integers_Within_32_Bits)
+TEST_F(Cleanup, KeepsIntegersWithin32Bits)
 {
     Check({
         {VR_IS, "2147483647", "2147483647", 0, 1, ""},
@@ -257,7 +257,7 @@ TEST_F(Cleanup, Keeps_Integers_Within_32_Bits)
     });
 }
 
-TEST_F(Cleanup, Cuts_What_Is_Longer_Than_Its_VR_Allows)
+TEST_F(Cleanup, CutsWhatIsLongerThanItsVRAllows)
 {
     const struct {
         unsigned short vr;
@@ -295,7 +295,7 @@ TEST_F(Cleanup, Cuts_What_Is_Longer_Than_Its_VR_Allows)
     Check({{VR_UT, std::string(20000, 'A'), std::string(20000, 'A'), 0, 1, ""}});
 }
 
-TEST_F(Cleanup, Checks_The_Size_And_The_Number_Of_Values)
+TEST_F(Cleanup, ChecksTheSizeAndTheNumberOfValues)
 {
     const struct {
         unsigned short vr;
@@ -358,7 +358,7 @@ TEST_F(Cleanup, Checks_The_Size_And_The_Number_Of_Values)
     }
 }
 
-TEST_F(Cleanup, Follows_The_Current_Standard_When_Asked)
+TEST_F(Cleanup, FollowsTheCurrentStandardWhenAsked)
 {
     DICOM_Flag_Current_Standard = 1;
     Check({
@@ -375,7 +375,7 @@ TEST_F(Cleanup, Follows_The_Current_Standard_When_Asked)
     });
 }
 
-TEST_F(Cleanup, Counts_Characters_Of_The_Current_Character_Sets)
+TEST_F(Cleanup, CountsCharactersOfTheCurrentCharacterSets)
 {
     DICOM_Flag_Current_Standard = 1;
     std::string letters;
@@ -397,7 +397,7 @@ TEST_F(Cleanup, Counts_Characters_Of_The_Current_Character_Sets)
     });
 }
 
-TEST_F(Cleanup, Leaves_Nothing_To_Mend)
+TEST_F(Cleanup, LeavesNothingToMend)
 {
     DICOM_Flag_Current_Standard = 1;
     const unsigned short vrs[] = {VR_AE, VR_AS, VR_AT, VR_CS, VR_DA, VR_DS, VR_DT, VR_FD, VR_FL,
@@ -439,7 +439,7 @@ TEST_F(Cleanup, Leaves_Nothing_To_Mend)
     EXPECT_GT(mended, 5000);
 }
 
-TEST_F(Cleanup, Traces_The_Reason_Of_Leaving)
+TEST_F(Cleanup, TracesTheReasonOfLeaving)
 {
     Record record(VR_CS, "A");
     Message_Log log(9);
@@ -449,7 +449,7 @@ TEST_F(Cleanup, Traces_The_Reason_Of_Leaving)
                           "<<< out Lib_DICOM: DICOM_Attribute_Cleanup_Tag(1)\n");
 }
 
-TEST_F(Cleanup, Takes_Time_In_Proportion_To_Hostile_Values)
+TEST_F(Cleanup, TakesTimeInProportionToHostileValues)
 {
     DICOM_Flag_Current_Standard = 1;
     for (const char* unit : {"\\", "\\ ", ".", "1.\\"}) {
@@ -466,7 +466,7 @@ TEST_F(Cleanup, Takes_Time_In_Proportion_To_Hostile_Values)
     }
 }
 
-TEST_F(Cleanup, Swaps_Big_Endian_Values)
+TEST_F(Cleanup, SwapsBigEndianValues)
 {
     const struct {
         unsigned short vr;
@@ -502,7 +502,7 @@ TEST_F(Cleanup, Swaps_Big_Endian_Values)
     }
 }
 
-TEST_F(Cleanup, Turns_Text_Into_A_Code_String)
+TEST_F(Cleanup, TurnsTextIntoACodeString)
 {
     const std::string rows[][2] = {{" Chest, p.a. ", "CHEST_ P_A_"},
                                    {"a_b\\c\xE4", "A_B\\C_"},

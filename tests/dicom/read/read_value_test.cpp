@@ -324,17 +324,31 @@ TEST(Read_Value, ComesBackAfterCleanup)
     }
 }
 
-TEST(Read_Value, LimitsWhatCarriedComponentsAddUpTo)
+TEST(Read_Value, CarriesComponentsOnUpTo16Megabytes)
 {
-    std::string bytes = "A^" + std::string(60000, 'x');
-    for (int name = 0; name < 60000; ++name) {
+    constexpr std::size_t Megabyte = std::size_t{1} << 20;
+    std::string bytes = "A^" + std::string(Megabyte, 'x');
+    for (int name = 0; name < 16; ++name) {
         bytes += "\\B";
     }
-    Record record(VR_PN, bytes);
+    const std::string warning =
+        "\361\005WARNING:\002 (0010,0020): name components taken over from earlier names exceed "
+        "16777216 bytes, the rest is left out\n";
+    for (const bool last_has_one : {false, true}) {
+        Record record(VR_PN, bytes + (last_has_one ? "^y\\C\\D^^^^E\\F" : ""));
+        const Message_Log log;
+        const OrisWare_Name* const names = NEMA_Value_Name(nullptr, &record, 0);
+        EXPECT_EQ(Show(names[15].given).size(), Megabyte);
+        EXPECT_EQ(Show(names[16].given).size(), last_has_one ? 1U : Megabyte);
+        EXPECT_EQ(log.Text(), "");
+        NEMA_Value_Cleanup();
+    }
+    Record record(VR_PN, bytes + "\\C\\D^y\\E");
+    const Message_Log log;
     const OrisWare_Name* const names = NEMA_Value_Name(nullptr, &record, 0);
-    ASSERT_EQ(record.vm, 60001U);
-    EXPECT_EQ(Show(names[1].given).size(), 60000U);
-    EXPECT_EQ(Show(names[60000]), "B^^^^");
+    ASSERT_EQ(record.vm, 20U);
+    EXPECT_EQ(Show(names[17]) + Show(names[18]) + Show(names[19]), "C^^^^D^y^^^E^^^^");
+    EXPECT_EQ(log.Text(), warning);
     NEMA_Value_Cleanup();
 }
 
@@ -374,12 +388,13 @@ INSTANTIATE_TEST_SUITE_P(Sources, Read_Value_Source,
 TEST_P(Read_Value_Source, FetchesWhatWasLeftInTheSource)
 {
     const std::pair<const char*, unsigned short> cases[] = {
-        {"Str", VR_LT}, {"Int", VR_IS}, {"Float", VR_DS}, {"Hex", VR_OB}};
-    for (int call = 0; call < 12; ++call) {
-        const auto& [extractor, vr] = cases[call % 4];
+        {"Str", VR_LT}, {"Int", VR_IS}, {"Float", VR_DS}, {"Hex", VR_OB}, {"Str", VR_SQ}};
+    for (int call = 0; call < 15; ++call) {
+        const auto& [extractor, vr] = cases[call % 5];
         Record record(vr, 1025, 7);
+        record.nb_item = vr == VR_SQ ? 1 : 0;
         const Message_Log log(1);
-        EXPECT_NE(Extract(extractor, record), "null");
+        EXPECT_EQ(Extract(extractor, record) == "null", vr == VR_SQ);
         EXPECT_EQ(log.Text(), "Reading missing: 1025 bytes at 7\n");
         EXPECT_EQ(Extract("Str", record, VR_LT), bytes_.substr(7, 1025) + "|");
         EXPECT_EQ(log.All().size(), 1U);
@@ -410,13 +425,16 @@ TEST_P(Read_Value_Source, DoesNotFetchShortValuesAndNames)
 
 TEST_P(Read_Value_Source, FailsOnValuesOutsideTheSource)
 {
-    Record record(VR_OB, 0x7FFFFFF0, 0x70000000);
-    const Message_Log log;
+    Record record(VR_OB, 0x7FFFFFF0, 0xF0000000);
+    const Message_Log log(1);
     EXPECT_EQ(Extract("Hex", record), "null");
     EXPECT_EQ(record.data, nullptr);
-    ASSERT_EQ(log.All().size(), 2U);
-    EXPECT_THAT(log.All()[0].text, StartsWith("file:NEMA_Read_Value line:"));
-    EXPECT_THAT(log.All()[1].text, StartsWith("End of File while reading: (0 /vs/ 2147483632) ("));
+    ASSERT_EQ(log.All().size(), 3U);
+    EXPECT_EQ(log.All()[0].text, "Reading missing: 2147483632 bytes at -268435456");
+    EXPECT_THAT(log.All()[1].text, StartsWith("file:NEMA_Read_Value line:"));
+    EXPECT_EQ(log.All()[2].text,
+              "End of File while reading: (0 /vs/ 2147483632) (" +
+                  (GetParam() == NEMA_Source_File ? path_ : std::string("memory image")) + ")");
     if (GetParam() == NEMA_Source_Memory) {
         DICOM_Lib_Image_Size = 1999;
         Record beyond(VR_OB, 2000, 0);
