@@ -24,7 +24,7 @@ std::string Faults(const Findings& findings)
 {
     std::string texts;
     for (const Finding& finding : findings.All()) {
-        if (finding.level != Level::Info) {
+        if (finding.level == Level::Change || finding.level == Level::Error) {
             texts += Tag_Text(finding.tag) + " " + finding.text + "\n";
         }
     }

@@ -1,4 +1,5 @@
 // Completing and verifying data sets by the shipped definitions, with a site's lines over them.
+#include "mend/interface/heal.h"
 #include "mend/interface/mend.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/complete.h"
@@ -38,6 +39,7 @@ protected:
     {
         DICOM_Override = rules.empty() ? nullptr : rules.data();
         DICOM_List* const module = Read_Module(name, false, findings_);
+        Heal(set, {}, findings_);
         EXPECT_TRUE(module != nullptr && Complete(set, module, findings_)) << Texts(findings_);
         Findings missing;
         Verify(set, module, missing);

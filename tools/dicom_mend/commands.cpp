@@ -2,6 +2,7 @@
 
 #include "list.h"
 #include "lookup.h"
+#include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/complete.h"
@@ -163,6 +164,7 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
         return Exit_Failure;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    lib_mend::Heal(set, request.options.heal, findings);
     lib_mend::Encoded_File file;
     const bool mended =
         prepare(set, findings) && lib_mend::Mend(set, request.options, findings, file);

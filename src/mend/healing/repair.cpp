@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -101,6 +102,54 @@ bool Has_Foreign_VR(const DICOM_List& record)
     return !Has_Alternative(*record.dict, record.vr);
 }
 
+/** A sequence that a writer without a dictionary took for unknown bytes. */
+void Check_Unknown(const DICOM_List& record, Findings& findings)
+{
+    constexpr std::string_view Item_Tag("\xFE\xFF\x00\xE0", 4);
+    constexpr std::string_view End_Of_Sequence("\xFE\xFF\xDD\xE0\0\0\0\0", 8);
+    const std::string_view value(reinterpret_cast<const char*>(record.data),
+                                 static_cast<std::size_t>(record.size));
+    if (!value.starts_with(Item_Tag)) {
+        return;
+    }
+    findings.Add(Level::Kept, record, "sequence stored as UN");
+    if (value.ends_with(End_Of_Sequence)) {
+        const std::size_t at = record.data_pos + value.size() - End_Of_Sequence.size();
+        findings.Add(Level::Kept, Tag_Of(record), static_cast<std::int64_t>(at),
+                     "sequence delimitation inside a given length");
+    }
+}
+
+void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
+{
+    if (!set.Load(record)) {
+        findings.Add(Level::Error, record, "the value cannot be read; it is left out");
+        record.flags |= DICOM_Mark_Deleted;
+        return;
+    }
+    const About about(findings, record);
+    if (DICOM_Attribute_Cleanup_Swab(nullptr, &record) == 0) {
+        findings.Add(Level::Change, record, "big-endian value of a broken size is left as it is");
+    }
+    if (record.data == nullptr) {
+        return;
+    }
+    if (VR_Of(record) == VR_UN) {
+        Check_Unknown(record, findings);
+    }
+    const Bytes before = Value_Bytes(record);
+    const std::size_t count = findings.Count();
+    DICOM_Attribute_Cleanup_Tag(nullptr, &record);
+    if (findings.Count() != count || Value_Bytes(record) == before) {
+        return;
+    }
+    findings.Add(Level::Change, record,
+                 Form_Changes(before, record)
+                     ? Form_Text
+                     : "padding is put right, " + std::to_string(before.size()) + " bytes become " +
+                           std::to_string(record.size));
+}
+
 void Take_Dictionary_VR(const Data_Set& set, DICOM_List& record, bool is_signed, Findings& findings)
 {
     const std::string text = "VR=" + VR_Text(record.vr);
@@ -118,6 +167,7 @@ void Take_Dictionary_VR(const Data_Set& set, DICOM_List& record, bool is_signed,
                  text + " is replaced by VR=" + VR_Text(vr) + ", which implicit VR stands for");
     record.vr = 0;
     record.vr_default = vr;
+    Repair_Record(set, record, findings);
 }
 
 void Fit_List(Data_Set& set, DICOM_List* list, const Encoding& output, bool is_signed,
@@ -136,33 +186,6 @@ void Fit_List(Data_Set& set, DICOM_List* list, const Encoding& output, bool is_s
             Fit_List(set, Item_Of(record, i), output, is_signed, findings);
         }
     }
-}
-
-void Repair_Record(const Data_Set& set, DICOM_List& record, Findings& findings)
-{
-    if (!set.Load(record)) {
-        findings.Add(Level::Error, record, "the value cannot be read; it is left out");
-        record.flags |= DICOM_Mark_Deleted;
-        return;
-    }
-    const About about(findings, record);
-    if (DICOM_Attribute_Cleanup_Swab(nullptr, &record) == 0) {
-        findings.Add(Level::Change, record, "big-endian value of a broken size is left as it is");
-    }
-    if (record.data == nullptr) {
-        return;
-    }
-    const Bytes before = Value_Bytes(record);
-    const std::size_t count = findings.Count();
-    DICOM_Attribute_Cleanup_Tag(nullptr, &record);
-    if (findings.Count() != count || Value_Bytes(record) == before) {
-        return;
-    }
-    findings.Add(Level::Change, record,
-                 Form_Changes(before, record)
-                     ? Form_Text
-                     : "padding is put right, " + std::to_string(before.size()) + " bytes become " +
-                           std::to_string(record.size));
 }
 
 void Remove_Duplicates(DICOM_List* list, Findings& findings)

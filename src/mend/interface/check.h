@@ -1,4 +1,4 @@
-// The check of a whole file: what mending would find, without mending it.
+// The check of a whole file: what mending would find, without writing anything.
 #ifndef LIB_MEND_CHECK_H
 #define LIB_MEND_CHECK_H
 
@@ -7,8 +7,8 @@
 namespace lib_mend {
 
 /**
- * Examines a data set that was read: VRs, values, order, groups, pixel data and group 0002. Values
- * stay as they are; records that occur twice and group lengths leave the lists.
+ * Heals a data set that was read, in memory, so that the findings are those of mending: VRs, values,
+ * order, groups, pixel data and group 0002.
  */
 void Check(Data_Set& set, Findings& findings);
 

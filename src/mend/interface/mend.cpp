@@ -1,6 +1,7 @@
 #include "mend/interface/mend.h"
 
 #include "mend/healing/repair.h"
+#include "mend/interface/heal.h"
 #include "mend/io/deflate.h"
 #include "mend/writing/directory_offsets.h"
 #include "mend/writing/file_meta.h"
@@ -229,18 +230,13 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
     const std::vector<unsigned int> places = Directory_Places(set);
 
-    DICOM_Root root = {};
-    DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
-    Settle_VRs(set, findings);
+    Heal(set, options.heal, findings);
     Fit_To_Encoding(set, encoding, findings);
-    Repair_Values(set, set.records.Head(), findings);
-    Sort_Records(set.records, findings);
     Remove_Unwanted(set.records, options.drop_private, options.group_lengths, findings);
     if (set.records.Head() == nullptr) {
         findings.Add(Level::Error, "nothing is left to write");
         return false;
     }
-    Report_Pixel_Changes(set, findings);
     Complete_Meta(set, syntax, findings);
     const bool encoded = places.empty()
                              ? Encode(set, options, encoding, findings, out)

@@ -142,6 +142,8 @@ struct Data_Set {
     bool unreadable = false;
     /** Sequences nest deeper than a record can tell; the deepest levels ran into one. */
     bool too_deep = false;
+    /** Heal went over it. */
+    bool healed = false;
     /** Transfer syntax as it stands in group 0002; empty when it does not. */
     std::string declared_syntax;
     /** Transfer syntax that the bytes have; empty when pixel data are in one that is not known. */

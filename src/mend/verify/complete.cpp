@@ -242,12 +242,6 @@ void Report_Deletions(DICOM_List* list, DICOM_List* module, Findings& findings)
 bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
 {
     Place_In_Set place(set);
-    DICOM_Attribute_Complement(nullptr, place.Root(), *place.List());
-    Settle_VRs(set, findings);
-    // A value that cannot be mended is missing for what follows.
-    Repair_Values(set, *place.List(), findings);
-    Remove_Invalid(set.records, findings);
-    Sort_Records(set.records, findings);
     Merger(place, findings).Merge(*place.List(), module);
     Sort_Records(set.records, findings);
     Make_Identity(place, module, findings);

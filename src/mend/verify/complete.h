@@ -7,7 +7,7 @@
 namespace lib_mend {
 
 /**
- * Brings a data set into line with a module list: sets and supplies the values that the list gives,
+ * Brings a healed data set into line with a module list: sets and supplies the values that the list gives,
  * makes the UIDs that are required and missing, adds empty attributes of type 2, takes out empty ones
  * that need not be there, deletes what the list asks to delete, and loads values that were left in
  * the source. Every change is reported; what is still missing is not, see Verify.

@@ -132,7 +132,6 @@ std::string Make_UID(const Data_Set& set, Tag purpose)
 
 void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
 {
-    Repair_Values(set, set.meta.Head(), findings);
     Sort_Records(set.meta, findings);
     Remove_Invalid(set.meta, findings);
     DICOM_Root root = {};

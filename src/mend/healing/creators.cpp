@@ -1,0 +1,42 @@
+#include "mend/healing/creators.h"
+
+#include "mend/reading/tree.h"
+
+#include <set>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr unsigned short First_Creator = 0x0010;
+constexpr unsigned short Last_Creator = 0x00FF;
+constexpr unsigned short First_Private_Element = 0x1000;
+
+void Check_List(DICOM_List* list, const Path& path, Findings& findings)
+{
+    std::set<Tag> creators;
+    for (const DICOM_List& record : Records(list)) {
+        if (record.group % 2 != 0 && record.element >= First_Creator &&
+            record.element <= Last_Creator) {
+            creators.insert(Tag_Of(record));
+        }
+    }
+    for (const DICOM_List& record : Records(list)) {
+        const auto block = static_cast<unsigned short>(record.element >> 8);
+        if (record.group % 2 != 0 && record.element >= First_Private_Element &&
+            creators.count({record.group, block}) == 0) {
+            findings.Report(Fault::Creator, Level::Kept, At(record, path),
+                            "no private creator owns it");
+        }
+    }
+}
+
+}  // namespace
+
+void Check_Creators(DICOM_List** list, Findings& findings)
+{
+    For_Each_List(list,
+                  [&](DICOM_List** each, const Path& path) { Check_List(*each, path, findings); });
+}
+
+}  // namespace lib_mend
