@@ -1,0 +1,62 @@
+// Prints how much of damaged files comes back, by kind of fault, as the table of docs/faults.md.
+//
+//   recovery_table [PLACES] [FILE...]   each kind at up to PLACES elements of the made files and of
+//                                       those of FILE that are sound; "-v" first prints what is missing
+#include "support/recovery.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+void Print_Missing(const std::vector<Sound_File>& files, int places, const char* kind)
+{
+    for (const Sound_File& file : files) {
+        For_Each_Fault(file, places, [&](const Fault_Case& fault) {
+            const Mended_File mended = Mend_In_Memory(fault.bytes);
+            const Recovery recovery = Recovery_Of(fault, mended);
+            const bool is_wanted = *kind == '\0' || fault.kind == kind;
+            if (is_wanted && (recovery.recovered != recovery.wanted || !recovery.said)) {
+                std::printf("== %s: %s (%s) %zu of %zu; %s\n%s%s\n", file.name.c_str(),
+                            fault.kind.c_str(), fault.damaged.c_str(), recovery.recovered,
+                            recovery.wanted, Read_Plain(mended.bytes).error.c_str(),
+                            recovery.missing.substr(0, 300).c_str(),
+                            mended.Faults().substr(0, 1500).c_str());
+            }
+        });
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    int next = 1;
+    const bool verbose = argc > 2 && std::strcmp(argv[1], "-v") == 0;
+    const char* const kind = verbose ? argv[2] : "";
+    next += verbose ? 2 : 0;
+    const int places = argc > next ? std::atoi(argv[next++]) : 8;
+    std::vector<Sound_File> files = Made_Sound_Files();
+    for (; next < argc; ++next) {
+        std::ifstream stream(argv[next], std::ios::binary);
+        Sound_File file = As_Sound_File(argv[next], {std::istreambuf_iterator<char>(stream), {}});
+        if (file.plain.error.empty() && file.plain.syntax != "1.2.840.10008.1.2.1.99") {
+            files.push_back(std::move(file));
+        }
+    }
+    if (verbose) {
+        Print_Missing(files, places, kind);
+        return 0;
+    }
+    std::printf("| fault | cases | elements recovered | worst | pictures | unsaid |\n"
+                "|---|---|---|---|---|---|\n");
+    for (const Kind_Of_Fault_Count& row : Count_Recovery(files, places)) {
+        std::printf("| %s | %zu | %.1f %% | %.1f %% | %zu of %zu | %zu |\n", row.kind.c_str(),
+                    row.cases, 100 * row.Average(), 100 * row.worst, row.pictures_recovered,
+                    row.pictures, row.unsaid);
+    }
+    return 0;
+}

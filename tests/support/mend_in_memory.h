@@ -1,0 +1,67 @@
+// Mends and checks files in memory.
+#ifndef TESTS_MEND_IN_MEMORY_H
+#define TESTS_MEND_IN_MEMORY_H
+
+#include "mend/findings/faults.h"
+#include "mend/interface/check.h"
+#include "mend/interface/mend.h"
+#include "mend/reading/reader.h"
+
+#include <string>
+#include <vector>
+
+struct Mended_File {
+    bool done = false;
+    std::string bytes;
+    std::vector<lib_mend::Finding> findings;
+
+    /** Findings of errors and warnings, one a line: "error kind (gggg,eeee) text". */
+    std::string Faults() const
+    {
+        std::string lines;
+        for (const lib_mend::Finding& finding : findings) {
+            if (Severity_Of(finding) != lib_mend::Severity::Info) {
+                lines += std::string(Severity_Name(Severity_Of(finding))) + " " +
+                         Kind_Of(finding).name + " (" +
+                         (finding.path.empty() ? Tag_Text(finding.tag) : finding.path) + ") " +
+                         Shown_Text(finding, true) + "\n";
+            }
+        }
+        return lines;
+    }
+};
+
+inline std::shared_ptr<lib_mend::Source> Source_Of(const std::string& bytes)
+{
+    return lib_mend::Source::From_Image(
+        {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()}, "test");
+}
+
+inline Mended_File Mend_In_Memory(const std::string& bytes,
+                                  const lib_mend::Mend_Options& options = {})
+{
+    lib_mend::Findings findings;
+    const lib_mend::Library_Session session(findings);
+    lib_mend::Data_Set set = Read_Data_Set(Source_Of(bytes), findings);
+    lib_mend::Encoded_File file;
+    Mended_File mended;
+    mended.done = Mend(set, options, findings, file);
+    const lib_mend::Bytes joined = file.Joined();
+    mended.bytes.assign(joined.begin(), joined.end());
+    mended.findings = findings.All();
+    return mended;
+}
+
+inline Mended_File Check_In_Memory(const std::string& bytes)
+{
+    lib_mend::Findings findings;
+    const lib_mend::Library_Session session(findings);
+    lib_mend::Data_Set set = Read_Data_Set(Source_Of(bytes), findings);
+    Check(set, findings);
+    Mended_File checked;
+    checked.done = true;
+    checked.findings = findings.All();
+    return checked;
+}
+
+#endif
