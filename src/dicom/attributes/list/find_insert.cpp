@@ -308,15 +308,3 @@ DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** l
     }
     return trace.Leave(insert, "insert");
 }
-
-int DICOM_Attribute_Cleanup(HWND handle, DICOM_Root* root, DICOM_List* list)
-{
-    const Trace_Scope trace(handle, Trace_List, "Lib_DICOM: DICOM_Attribute_Cleanup()");
-    for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        DICOM_Attribute_Cleanup_Swab(handle, record);
-        DICOM_Attribute_Cleanup_Tag(handle, record);
-        For_Each_Item(handle, root, record,
-                      [=](DICOM_List** item) { DICOM_Attribute_Cleanup(handle, root, *item); });
-    }
-    return 1;
-}

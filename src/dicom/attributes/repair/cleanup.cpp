@@ -1,4 +1,5 @@
-// Repairs the value of one record by the rules of its VR.
+// Repairs the value of one record, and the values of a list, by the rules of their VRs.
+#include "attributes/nest/record_walk.h"
 #include "attributes/repair/value_engine.h"
 #include "dictionary/value_count.h"
 #include "frame/c_memory.h"
@@ -102,6 +103,21 @@ int DICOM_Attribute_Cleanup_Tag(HWND handle, DICOM_List* record)
         record->flags = static_cast<unsigned short>(record->flags | DICOM_Mark_Invalid);
     }
     return trace.Leave(result, "%d", result);
+}
+
+int DICOM_Attribute_Cleanup(HWND handle, DICOM_Root* root, DICOM_List* list)
+{
+    constexpr char Call[] = "Lib_DICOM: DICOM_Attribute_Cleanup()";
+    return Guarded(
+        handle, This_Unit, 1,
+        [=] {
+            Record_Walk(handle, root, Trace_List, Call).Run(list, [=](DICOM_List* record) {
+                DICOM_Attribute_Cleanup_Swab(handle, record);
+                DICOM_Attribute_Cleanup_Tag(handle, record);
+            });
+            return 1;
+        },
+        "list");
 }
 
 int DICOM_Attribute_Cleanup_Swab(HWND handle, DICOM_List* record)

@@ -1,6 +1,6 @@
 // Reports what is wrong with the values of a list. The rules are those of the repair, which they
 // share an engine with; the values stay as they are.
-#include "attributes/list/attribute_lists.h"
+#include "attributes/nest/record_walk.h"
 #include "attributes/repair/value_engine.h"
 #include "dictionary/value_count.h"
 
@@ -60,12 +60,15 @@ int DICOM_Attribute_Syntax_Tag(HWND handle, const DICOM_List& record)
 
 int DICOM_Attribute_Syntax(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Syntax()");
-    for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        DICOM_Attribute_Syntax_Swab(handle, *record);
-        DICOM_Attribute_Syntax_Tag(handle, *record);
-        For_Each_Item(handle, root, record,
-                      [=](DICOM_List** item) { DICOM_Attribute_Syntax(handle, root, *item); });
-    }
-    return 1;
+    constexpr char Call[] = "Lib_DICOM: DICOM_Attribute_Syntax()";
+    return Guarded(
+        handle, This_Unit, 1,
+        [=] {
+            Record_Walk(handle, root, Trace_Entry, Call).Run(list, [=](DICOM_List* record) {
+                DICOM_Attribute_Syntax_Swab(handle, *record);
+                DICOM_Attribute_Syntax_Tag(handle, *record);
+            });
+            return 1;
+        },
+        "list");
 }
