@@ -1,7 +1,10 @@
 // Prints how much of damaged files comes back, by kind of fault, as the table of docs/faults.md.
 //
 //   recovery_table [PLACES] [FILE...]   each kind at up to PLACES elements of the made files and of
-//                                       those of FILE that are sound; "-v" first prints what is missing
+//                                       those of FILE that are sound
+//   recovery_table -v KIND ...          what is missing in the cases of a kind ("": of all), and what was said
+//   recovery_table -p FILE...           which promises do not hold for a file, with all output options
+#include "support/promises.h"
 #include "support/recovery.h"
 
 #include <cstdio>
@@ -30,10 +33,36 @@ void Print_Missing(const std::vector<Sound_File>& files, int places, const char*
     }
 }
 
+std::string File_Bytes(const char* path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/** 1 when a promise does not hold. */
+int Print_Broken_Promises(int count, char** paths)
+{
+    int status = 0;
+    for (int i = 0; i < count; ++i) {
+        for (const lib_mend::Mend_Options& options : All_Output_Options()) {
+            const std::string broken = Broken_Promises(File_Bytes(paths[i]), options);
+            if (!broken.empty()) {
+                std::printf("== %s, %s\n%s", paths[i], Options_Text(options).c_str(),
+                            broken.substr(0, 2000).c_str());
+                status = 1;
+            }
+        }
+    }
+    return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::strcmp(argv[1], "-p") == 0) {
+        return Print_Broken_Promises(argc - 2, argv + 2);
+    }
     int next = 1;
     const bool verbose = argc > 2 && std::strcmp(argv[1], "-v") == 0;
     const char* const kind = verbose ? argv[2] : "";
@@ -41,8 +70,7 @@ int main(int argc, char** argv)
     const int places = argc > next ? std::atoi(argv[next++]) : 8;
     std::vector<Sound_File> files = Made_Sound_Files();
     for (; next < argc; ++next) {
-        std::ifstream stream(argv[next], std::ios::binary);
-        Sound_File file = As_Sound_File(argv[next], {std::istreambuf_iterator<char>(stream), {}});
+        Sound_File file = As_Sound_File(argv[next], File_Bytes(argv[next]));
         if (file.plain.error.empty() && file.plain.syntax != "1.2.840.10008.1.2.1.99") {
             files.push_back(std::move(file));
         }
