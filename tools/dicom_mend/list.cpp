@@ -12,6 +12,7 @@ namespace dicom_mend {
 namespace {
 
 using lib_mend::Character_Set;
+using lib_mend::Character_Set_Tag;
 using lib_mend::Data_Set;
 using lib_mend::Findings;
 using lib_mend::Has_Value;
@@ -21,8 +22,6 @@ using lib_mend::Records;
 using lib_mend::Tag_Of;
 using lib_mend::Tag_Text;
 using lib_mend::VR_Of;
-
-constexpr lib_mend::Tag Character_Set_Tag = {0x0008, 0x0005};
 
 /** Length as the header gave it: a value that the end of the file cuts off keeps it aside. */
 int Given_Length(const DICOM_List& record)

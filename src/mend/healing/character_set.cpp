@@ -1,14 +1,10 @@
 #include "mend/healing/character_set.h"
 
-#include <Lib_DICOM/Lib_DICOM.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <iterator>
 #include <span>
-#include <utility>
 
 #include <iconv.h>
 
@@ -16,147 +12,19 @@ namespace lib_mend {
 
 namespace {
 
-constexpr unsigned char Escape = 0x1B;
-
-enum class Kind {
-    Single_94,  ///< one byte a character, without space and delete
-    Single_96,  ///< one byte a character
-    Double,     ///< two bytes a character, of 94 places each
-    UTF_8,
-    GBK,
-    GB18030
-};
-
-/** Where a declared set stands before the first escape sequence. */
-enum class Side { G0, G1, Nowhere };
-
-/** What a converter wants of the high bits, which stand for the side and not for the character. */
-enum class High_Bits { Keep, Clear, Set };
-
-unsigned char Byte_At(std::string_view text, std::size_t at)
-{
-    return static_cast<unsigned char>(text[at]);
-}
-
-bool In(unsigned char byte, unsigned char first, unsigned char last)
-{
-    return byte >= first && byte <= last;
-}
-
-bool Is_High(unsigned char byte)
-{
-    return byte >= 0x80;
-}
-
 void Append_Escaped(std::string& out, std::string_view bytes)
 {
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
+    for (const char byte : bytes) {
         char text[8];
-        std::snprintf(text, sizeof text, "\\x%02X", Byte_At(bytes, i));
+        std::snprintf(text, sizeof text, "\\x%02X", static_cast<unsigned char>(byte));
         out += text;
     }
 }
 
-/** Small letters and digits of a name, in front of which "iso", "2022" and "ir" say nothing. */
-std::string Key_Of(std::string_view name)
-{
-    std::string key;
-    for (const char letter : name) {
-        const char small = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter;
-        if ((small >= 'a' && small <= 'z') || (small >= '0' && small <= '9')) {
-            key += small;
-        }
-    }
-    for (const std::string_view prefix : {"iso", "2022", "ir"}) {
-        if (key.starts_with(prefix)) {
-            key.erase(0, prefix.size());
-        }
-    }
-    return key;
-}
-
-/** Number of bytes that follow the first of a character in UTF-8. */
-std::size_t Trail_Of_UTF_8(unsigned char first)
-{
-    return In(first, 0xC2, 0xDF) ? 1 : In(first, 0xE0, 0xEF) ? 2 : In(first, 0xF0, 0xF4) ? 3 : 0;
-}
-
-std::size_t Size_In_UTF_8(std::string_view text)
-{
-    const std::size_t size = 1 + Trail_Of_UTF_8(Byte_At(text, 0));
-    const std::string_view trail = text.substr(1, size - 1);
-    const bool whole = size > 1 && trail.size() == size - 1 &&
-                       std::all_of(trail.begin(), trail.end(), [](char letter) {
-                           return In(static_cast<unsigned char>(letter), 0x80, 0xBF);
-                       });
-    return whole ? size : 0;
-}
-
-std::size_t Size_In_GBK(std::string_view text)
-{
-    const unsigned char second = text.size() > 1 ? Byte_At(text, 1) : 0;
-    return In(Byte_At(text, 0), 0x81, 0xFE) && In(second, 0x40, 0xFE) && second != 0x7F ? 2 : 0;
-}
-
-std::size_t Size_In_GB18030(std::string_view text)
-{
-    const bool four = text.size() >= 4 && In(Byte_At(text, 0), 0x81, 0xFE) &&
-                      In(Byte_At(text, 1), '0', '9') && In(Byte_At(text, 2), 0x81, 0xFE) &&
-                      In(Byte_At(text, 3), '0', '9');
-    return four ? 4 : Size_In_GBK(text);
-}
-
-/** Size of the character at the front of a text; 0 when its bytes are none of that kind. */
-std::size_t Character_Size(Kind kind, std::string_view text)
-{
-    const unsigned char first = Byte_At(text, 0);
-    const unsigned char side = first & 0x80;
-    const auto is_place = [side](unsigned char byte) {
-        return (byte & 0x80) == side && In(byte & 0x7F, 0x21, 0x7E);
-    };
-    switch (kind) {
-    case Kind::Single_94:
-        return is_place(first) ? 1 : 0;
-    case Kind::Single_96:
-        return (first & 0x7F) >= 0x20 ? 1 : 0;
-    case Kind::Double:
-        return text.size() > 1 && is_place(first) && is_place(Byte_At(text, 1)) ? 2 : 0;
-    case Kind::UTF_8:
-        return Size_In_UTF_8(text);
-    case Kind::GBK:
-        return Size_In_GBK(text);
-    case Kind::GB18030:
-        return Size_In_GB18030(text);
-    }
-    return 0;
-}
-
-/** Characters behind which the sets of the first term are back (PS3.5 section 6.1.2.5.3). */
-std::string_view Delimiters_Of(unsigned short vr)
-{
-    switch (vr) {
-    case VR_PN:
-        return "\\^=";
-    case VR_LO:
-    case VR_SH:
-    case VR_UC:
-    case VR_UN:
-        return "\\";
-    default:
-        return "";
-    }
-}
-
-bool Follows_Character_Set(unsigned short vr)
-{
-    constexpr std::array VRs = {VR_SH, VR_LO, VR_ST, VR_LT, VR_UC, VR_UT, VR_PN, VR_UN};
-    return std::find(VRs.begin(), VRs.end(), vr) != VRs.end();
-}
-
-/** An open conversion to UTF-8; what cannot be opened converts nothing. */
+/** An open conversion; what cannot be opened converts nothing. */
 class Converter {
 public:
-    explicit Converter(const char* encoding) : handle_(iconv_open("UTF-8", encoding))
+    Converter(const char* to, const char* from) : handle_(iconv_open(to, from))
     {
     }
     Converter(const Converter&) = delete;
@@ -169,17 +37,19 @@ public:
     }
 
     /** Appends one character; false when it is none of the encoding. */
-    bool Append(std::string& out, std::span<char> character) const
+    bool Append(std::string& out, std::string_view character) const
     {
-        if (!Is_Open()) {
+        std::array<char, Most_Bytes> bytes;
+        if (!Is_Open() || character.size() > bytes.size()) {
             return false;
         }
-        char* from = character.data();
+        std::copy(character.begin(), character.end(), bytes.begin());
+        char* from = bytes.data();
         std::size_t left = character.size();
-        std::array<char, 16> buffer;
+        std::array<char, Most_Bytes> buffer;
         char* to = buffer.data();
         std::size_t room = buffer.size();
-        const bool done = iconv(handle_, &from, &left, &to, &room) != Failed && left == 0;
+        const bool done = iconv(handle_, &from, &left, &to, &room) == 0 && left == 0;
         if (!done) {
             iconv(handle_, nullptr, nullptr, nullptr, nullptr);
             return false;
@@ -189,7 +59,7 @@ public:
     }
 
 private:
-    static constexpr auto Failed = static_cast<std::size_t>(-1);
+    static constexpr std::size_t Most_Bytes = 16;
 
     bool Is_Open() const
     {
@@ -200,214 +70,70 @@ private:
     iconv_t handle_;
 };
 
+/** The bytes of a character as the converter of its set wants them. */
+std::string For_Converter(const Repertoire& set, std::string_view bytes)
+{
+    std::string character;
+    if (set.prefix != 0) {
+        character += set.prefix;
+    }
+    for (const char byte : bytes) {
+        character += set.high_bits == High_Bits::Keep  ? byte
+                     : set.high_bits == High_Bits::Set ? static_cast<char>(byte | 0x80)
+                                                       : static_cast<char>(byte & 0x7F);
+    }
+    return character;
+}
+
 }  // namespace
-
-/** A character set: its defined term, its escape sequence, and how its characters convert. */
-struct Character_Set::Repertoire {
-    /** What tells its defined terms apart: the number behind "IR". */
-    std::string_view term;
-    Kind kind;
-    /** Last byte of the escape sequences that designate it; 0 when there are none. */
-    char final;
-    Side side;
-    const char* encoding;
-    High_Bits high_bits;
-    /** Byte that goes in front of each character for the converter, 0 for none. */
-    char prefix = 0;
-};
-
-const Character_Set::Repertoire Character_Set::Repertoires[] = {
-    {"6", Kind::Single_94, 'B', Side::G0, "ASCII", High_Bits::Clear},
-    {"100", Kind::Single_96, 'A', Side::G1, "ISO-8859-1", High_Bits::Set},
-    {"101", Kind::Single_96, 'B', Side::G1, "ISO-8859-2", High_Bits::Set},
-    {"109", Kind::Single_96, 'C', Side::G1, "ISO-8859-3", High_Bits::Set},
-    {"110", Kind::Single_96, 'D', Side::G1, "ISO-8859-4", High_Bits::Set},
-    {"144", Kind::Single_96, 'L', Side::G1, "ISO-8859-5", High_Bits::Set},
-    {"127", Kind::Single_96, 'G', Side::G1, "ISO-8859-6", High_Bits::Set},
-    {"126", Kind::Single_96, 'F', Side::G1, "ISO-8859-7", High_Bits::Set},
-    {"138", Kind::Single_96, 'H', Side::G1, "ISO-8859-8", High_Bits::Set},
-    {"148", Kind::Single_96, 'M', Side::G1, "ISO-8859-9", High_Bits::Set},
-    {"203", Kind::Single_96, 'b', Side::G1, "ISO-8859-15", High_Bits::Set},
-    {"166", Kind::Single_96, 'T', Side::G1, "TIS-620", High_Bits::Set},
-    // The halves of JIS X 0201: Latin with yen and overline, and katakana.
-    {"13", Kind::Single_94, 'J', Side::G0, "ISO646-JP", High_Bits::Clear},
-    {"13", Kind::Single_94, 'I', Side::G1, "EUC-JP", High_Bits::Set, '\x8E'},
-    // JIS X 0208, of today and of 1978, is designated to G0 by escape sequences only.
-    {"87", Kind::Double, 'B', Side::Nowhere, "EUC-JP", High_Bits::Set},
-    {"87", Kind::Double, '@', Side::Nowhere, "EUC-JP", High_Bits::Set},
-    {"159", Kind::Double, 'D', Side::Nowhere, "EUC-JP", High_Bits::Set, '\x8F'},
-    {"149", Kind::Double, 'C', Side::G1, "EUC-KR", High_Bits::Set},
-    {"58", Kind::Double, 'A', Side::G1, "GB2312", High_Bits::Set},
-    {"192", Kind::UTF_8, 0, Side::G1, "UTF-8", High_Bits::Keep},
-    {"GB18030", Kind::GB18030, 0, Side::G1, "GB18030", High_Bits::Keep},
-    {"GBK", Kind::GBK, 0, Side::G1, "GBK", High_Bits::Keep},
-};
 
 /** The converters of the character sets that were used so far. */
 class Character_Set::Converters {
 public:
-    const Converter& Of(const Repertoire& set)
+    bool Append(std::string& out, const Text_Piece& piece)
     {
-        std::unique_ptr<Converter>& converter = all_[static_cast<std::size_t>(&set - Repertoires)];
+        return Of(to_, *piece.set, true).Append(out, For_Converter(*piece.set, piece.bytes));
+    }
+
+    /** Tells whether a character in UTF-8 is that of a piece again when it is converted back. */
+    bool Comes_Back(const Text_Piece& piece, std::string_view character)
+    {
+        std::string back;
+        return Of(from_, *piece.set, false).Append(back, character) &&
+               back == For_Converter(*piece.set, piece.bytes);
+    }
+
+private:
+    using Table = std::vector<std::unique_ptr<Converter>>;
+
+    static const Converter& Of(Table& table, const Repertoire& set, bool to_utf_8)
+    {
+        table.resize(Repertoires().size());
+        std::unique_ptr<Converter>& converter =
+            table[static_cast<std::size_t>(&set - Repertoires().data())];
         if (converter == nullptr) {
-            converter = std::make_unique<Converter>(set.encoding);
+            converter = to_utf_8 ? std::make_unique<Converter>("UTF-8", set.encoding)
+                                 : std::make_unique<Converter>(set.encoding, "UTF-8");
         }
         return *converter;
     }
 
-private:
-    std::array<std::unique_ptr<Converter>, std::size(Repertoires)> all_;
-};
-
-/** One value on its way to UTF-8. */
-class Character_Set::Decoder {
-public:
-    Decoder(const Character_Set& set, std::string_view value, std::string_view delimiters)
-        : set_(set), rest_(value), delimiters_(delimiters)
-    {
-        out_.reserve(value.size());
-    }
-
-    std::string Run()
-    {
-        while (!rest_.empty()) {
-            Step();
-        }
-        return std::move(out_);
-    }
-
-private:
-    void Step()
-    {
-        const unsigned char byte = Byte_At(rest_, 0);
-        const Repertoire* const side = Is_High(byte) ? g1_ : g0_;
-        if (byte == Escape) {
-            Take_Escape();
-        } else if (byte < 0x20) {
-            Take_Delimiter();
-        } else if (Is_Delimiter(byte) && Is_Apart(*side)) {
-            Take_Delimiter();
-        } else if (byte == ' ' || byte == 0x7F || (side == Default && !Is_High(byte))) {
-            Take_As_It_Is();
-        } else {
-            Take_Character(side);
-        }
-    }
-
-    bool Is_Delimiter(unsigned char byte) const
-    {
-        return delimiters_.find(static_cast<char>(byte)) != std::string_view::npos;
-    }
-
-    /** Tells whether the first byte is no half of a character of two bytes. */
-    bool Is_Apart(const Repertoire& side) const
-    {
-        return Character_Size(side.kind, rest_) < 2;
-    }
-
-    void Take_As_It_Is()
-    {
-        out_ += rest_[0];
-        rest_.remove_prefix(1);
-    }
-
-    void Take_Delimiter()
-    {
-        g0_ = set_.g0_;
-        g1_ = set_.g1_;
-        Take_As_It_Is();
-    }
-
-    void Take_Character(const Repertoire* side)
-    {
-        const std::size_t size = side != nullptr ? Character_Size(side->kind, rest_) : 0;
-        const std::string_view bytes = rest_.substr(0, std::max<std::size_t>(size, 1));
-        if (size == 0 || !Convert(*side, bytes)) {
-            Append_Escaped(out_, bytes);
-        }
-        rest_.remove_prefix(bytes.size());
-    }
-
-    bool Convert(const Repertoire& side, std::string_view bytes)
-    {
-        constexpr std::size_t Most_Bytes = 4;
-        std::array<char, 1 + Most_Bytes> character;
-        std::size_t used = 0;
-        if (side.prefix != 0) {
-            character[used++] = side.prefix;
-        }
-        for (const char byte : bytes) {
-            character[used++] = side.high_bits == High_Bits::Keep  ? byte
-                                : side.high_bits == High_Bits::Set ? static_cast<char>(byte | 0x80)
-                                                                   : static_cast<char>(byte & 0x7F);
-        }
-        return set_.converters_->Of(side).Append(out_, {character.data(), used});
-    }
-
-    /** Follows an escape sequence; the ESC of another one is no more than a byte. */
-    void Take_Escape()
-    {
-        // The bytes between ESC and the last one (ISO 2022); "$" without a second one is for G0.
-        struct Form {
-            std::string_view intermediate;
-            Kind kind;
-            Side side;
-        };
-        static constexpr Form Forms[] = {
-            {"(", Kind::Single_94, Side::G0}, {")", Kind::Single_94, Side::G1},
-            {"-", Kind::Single_96, Side::G1}, {"$(", Kind::Double, Side::G0},
-            {"$)", Kind::Double, Side::G1},   {"$", Kind::Double, Side::G0},
-        };
-        for (const Form& form : Forms) {
-            const std::size_t last = 1 + form.intermediate.size();
-            if (rest_.size() <= last || rest_.substr(1, last - 1) != form.intermediate) {
-                continue;
-            }
-            const char final = rest_[last];
-            const auto* const found =
-                std::find_if(std::begin(Repertoires), std::end(Repertoires),
-                             [&form, final](const Repertoire& set) {
-                                 return set.kind == form.kind && set.final == final;
-                             });
-            if (found != std::end(Repertoires)) {
-                (form.side == Side::G0 ? g0_ : g1_) = found;
-                rest_.remove_prefix(last + 1);
-                return;
-            }
-        }
-        Append_Escaped(out_, rest_.substr(0, 1));
-        rest_.remove_prefix(1);
-    }
-
-    static constexpr const Repertoire* Default = &Repertoires[0];
-
-    const Character_Set& set_;
-    std::string_view rest_;
-    std::string_view delimiters_;
-    const Repertoire* g0_ = set_.g0_;
-    const Repertoire* g1_ = set_.g1_;
-    std::string out_;
+    Table to_;
+    Table from_;
 };
 
 Character_Set::Character_Set(std::string_view terms)
-    : g0_(&Repertoires[0]), g1_(nullptr), converters_(std::make_shared<Converters>())
+    : start_{&Default_Repertoire(), nullptr}, declared_start_(start_),
+      converters_(std::make_shared<Converters>())
 {
     for (bool is_first = true;; is_first = false) {
         const std::size_t end = std::min(terms.find('\\'), terms.size());
-        const std::string key = Key_Of(terms.substr(0, end));
-        for (const Repertoire& set : Repertoires) {
+        const std::string_view term = terms.substr(0, end);
+        const std::string key = Term_Key(term);
+        for (const Repertoire& set : Repertoires()) {
             // Some equipment writes the name of the encoding, "UTF-8" or "ISO-8859-1".
-            if (key.empty() || (key != Key_Of(set.term) && key != Key_Of(set.encoding))) {
-                continue;
-            }
-            if (set.side == Side::G0 && is_first) {
-                g0_ = &set;
-            }
-            // Some equipment leaves the escape sequence to a later term's set out. Sets without
-            // escape sequences stand alone, so they come before any other.
-            const bool stands_alone = set.side == Side::G1 && set.final == 0;
-            if (stands_alone || (set.side == Side::G1 && g1_ == nullptr)) {
-                g1_ = &set;
+            if (Is_Key_Of(key, set)) {
+                Declare(set, is_first, !is_first || term.find("2022") != std::string_view::npos);
             }
         }
         if (end == terms.size()) {
@@ -417,21 +143,154 @@ Character_Set::Character_Set(std::string_view terms)
     }
 }
 
+void Character_Set::Declare(const Repertoire& set, bool is_first, bool may_extend)
+{
+    declared_.push_back(&set);
+    extends_ = extends_ || may_extend;
+    if (set.side == Side::G0 && is_first) {
+        start_.g0 = declared_start_.g0 = &set;
+    }
+    // Some equipment leaves the escape sequence to a later term's set out. Sets without escape
+    // sequences stand alone, so they come before any other.
+    if (set.side == Side::G1 && (set.Stands_Alone() || start_.g1 == nullptr)) {
+        start_.g1 = &set;
+    }
+    if (set.side == Side::G1 && (set.Stands_Alone() || is_first)) {
+        declared_start_.g1 = &set;
+    }
+}
+
+bool Character_Set::Is_Declared(const Repertoire& set) const
+{
+    // Text may always return to the default repertoire.
+    return extends_ &&
+           (&set == &Default_Repertoire() ||
+            std::any_of(declared_.begin(), declared_.end(),
+                        [&set](const Repertoire* each) { return each->term == set.term; }));
+}
+
+std::vector<std::string_view> Character_Set::Split(std::string_view value, char separator,
+                                                   unsigned short vr) const
+{
+    std::vector<std::string_view> parts;
+    const char* start = value.data();
+    const char* const end = value.data() + value.size();
+    Text_Scanner scanner(start_, value, vr);
+    for (Text_Piece piece; scanner.Next(piece);) {
+        if (piece.kind == Text_Piece::Kind::Separator && piece.bytes[0] == separator) {
+            parts.emplace_back(start, piece.bytes.data());
+            start = piece.bytes.data() + 1;
+        }
+    }
+    parts.emplace_back(start, end);
+    return parts;
+}
+
+std::size_t Character_Set::Count(std::string_view value, unsigned short vr) const
+{
+    std::size_t count = 0;
+    Text_Scanner scanner(start_, value, vr);
+    for (Text_Piece piece; scanner.Next(piece);) {
+        count += piece.kind != Text_Piece::Kind::Escape ? 1 : 0;
+    }
+    return count;
+}
+
+std::size_t Character_Set::First_Invalid(std::string_view value, unsigned short vr) const
+{
+    std::string converted;
+    Text_Scanner scanner(declared_start_, value, vr);
+    for (Text_Piece piece; scanner.Next(piece);) {
+        bool is_valid = piece.kind != Text_Piece::Kind::Bad;
+        if (piece.kind == Text_Piece::Kind::Character) {
+            converted.clear();
+            is_valid = converters_->Append(converted, piece);
+        } else if (piece.kind == Text_Piece::Kind::Escape) {
+            is_valid = Is_Declared(*piece.set);
+        }
+        if (!is_valid) {
+            return static_cast<std::size_t>(piece.bytes.data() - value.data());
+        }
+    }
+    return std::string_view::npos;
+}
+
 std::string Character_Set::To_UTF_8(std::string_view value, unsigned short vr) const
 {
-    if (!Follows_Character_Set(vr)) {
-        std::string out;
-        for (const char& byte : value) {
-            const auto code = static_cast<unsigned char>(byte);
-            if (Is_High(code) || code == Escape) {
-                Append_Escaped(out, {&byte, 1});
-            } else {
-                out += byte;
+    std::string out;
+    out.reserve(value.size());
+    Text_Scanner scanner(start_, value, vr);
+    for (Text_Piece piece; scanner.Next(piece);) {
+        switch (piece.kind) {
+        case Text_Piece::Kind::Plain:
+        case Text_Piece::Kind::Separator:
+            out += piece.bytes;
+            break;
+        case Text_Piece::Kind::Character:
+            if (!converters_->Append(out, piece)) {
+                Append_Escaped(out, piece.bytes);
             }
+            break;
+        case Text_Piece::Kind::Escape:
+            break;
+        case Text_Piece::Kind::Bad:
+            Append_Escaped(out, piece.bytes);
+            break;
         }
-        return out;
     }
-    return Decoder(*this, value, Delimiters_Of(vr)).Run();
+    return out;
+}
+
+std::optional<std::string> Character_Set::To_UTF_8_Without_Loss(std::string_view value,
+                                                                unsigned short vr) const
+{
+    const std::string_view separators = Separators_Of(vr);
+    std::string out;
+    std::string character;
+    Text_Scanner scanner(start_, value, vr);
+    for (Text_Piece piece; scanner.Next(piece);) {
+        if (piece.kind == Text_Piece::Kind::Bad) {
+            return std::nullopt;
+        }
+        if (piece.kind == Text_Piece::Kind::Escape) {
+            continue;
+        }
+        if (piece.kind != Text_Piece::Kind::Character) {
+            out += piece.bytes;
+            continue;
+        }
+        character.clear();
+        const bool is_sound = converters_->Append(character, piece) &&
+                              converters_->Comes_Back(piece, character) &&
+                              static_cast<unsigned char>(character[0]) >= 0x20 &&
+                              separators.find(character[0]) == std::string_view::npos;
+        if (!is_sound) {
+            return std::nullopt;
+        }
+        out += character;
+    }
+    return out;
+}
+
+const Character_Set& Character_Sets_Of_Lists::Of(DICOM_List& record, const Path& way)
+{
+    constexpr std::size_t Enough = 1024;
+    const int item = way.empty() ? 0 : way.back().item;
+    // A walk visits a sequence before its items, which drops the levels of the last one.
+    levels_.resize(std::min(levels_.size(), way.size() + 1), {0, Character_Set()});
+    if (levels_.size() == way.size() + 1 && levels_.back().item == item) {
+        return levels_.back().characters;
+    }
+    if (levels_.size() == way.size() + 1) {
+        levels_.pop_back();
+    }
+    const DICOM_List* const terms = Find_Record(&record, Character_Set_Tag);
+    const Character_Set around = levels_.empty() ? Character_Set() : levels_.back().characters;
+    const Character_Set own =
+        terms != nullptr ? Character_Set(Trimmed(set_.Value(*terms, Enough))) : around;
+    levels_.resize(way.size(), {0, around});
+    levels_.push_back({item, own});
+    return levels_.back().characters;
 }
 
 }  // namespace lib_mend

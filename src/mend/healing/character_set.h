@@ -1,16 +1,26 @@
-// Text values in UTF-8, by the character sets that a data set declares.
+// Text values by the character sets that a data set declares: where they may be split, how long they
+// are, what is no character of theirs, and how they read in UTF-8.
 #ifndef LIB_MEND_CHARACTER_SET_H
 #define LIB_MEND_CHARACTER_SET_H
 
+#include "mend/healing/text_scanner.h"
+#include "mend/reading/data_set.h"
+
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace lib_mend {
 
+inline constexpr Tag Character_Set_Tag = {0x0008, 0x0005};
+
 /**
- * Converts text values to UTF-8 by the value of (0008,0005), PS3.3 section C.12.1.1.2 and PS3.5
- * section 6.1. Copies share their converters; a set and its copies are for one thread at a time.
+ * The character sets of a value of (0008,0005), PS3.3 section C.12.1.1.2 and PS3.5 section 6.1.
+ * Values of VRs that do not follow it (CS, UI, ...) are taken as text in the default repertoire, so
+ * that every function may be asked about any text. Copies share their converters; a set and its
+ * copies are for one thread at a time.
  */
 class Character_Set {
 public:
@@ -25,23 +35,79 @@ public:
     explicit Character_Set(std::string_view terms);
 
     /**
+     * The parts of a value between separators, the empty ones included; one part when the VR knows no
+     * such separator. A byte that looks like one and is half of a character, or stands in an escape
+     * sequence, separates nothing. Each part begins with the declared sets, and can be split again.
+     *
+     * @param separator  '\\' between values; '^' and '=' between the parts of a name (VR PN)
+     */
+    std::vector<std::string_view> Split(std::string_view value, char separator,
+                                        unsigned short vr) const;
+
+    /** Number of characters; escape sequences are none, a byte that is no character is one. */
+    std::size_t Count(std::string_view value, unsigned short vr) const;
+
+    /**
+     * Place of the first byte that is no character of the declared sets, of an escape sequence to a
+     * set that is not declared, or of an ESC that begins none; npos when there is none. Control
+     * characters are not looked at.
+     */
+    std::size_t First_Invalid(std::string_view value, unsigned short vr) const;
+
+    /**
      * Converts a whole value, its separators included. Escape sequences that designate a known
      * character set are taken out, whether the set is declared or not. Every other byte that does
      * not convert, an ESC included, becomes "\xHH"; nothing is dropped. Control characters stay.
      */
     std::string To_UTF_8(std::string_view value, unsigned short vr) const;
 
+    /**
+     * Converts a whole value, provided that nothing is lost: each character converts to one that
+     * converts back to the same bytes, and none becomes a separator or a control character.
+     */
+    std::optional<std::string> To_UTF_8_Without_Loss(std::string_view value,
+                                                     unsigned short vr) const;
+
 private:
     class Converters;
-    class Decoder;
-    struct Repertoire;
 
-    static const Repertoire Repertoires[];
+    void Declare(const Repertoire& set, bool is_first, bool may_extend);
+    bool Is_Declared(const Repertoire& set) const;
 
-    /** What G0 and G1 hold at the start of a value, and again behind each delimiter. */
-    const Repertoire* g0_;
-    const Repertoire* g1_;
+    /** What G0 and G1 hold at the start of a value, and again behind each separator. */
+    Code_Table start_;
+    /** The same without the sets of later terms, whose escape sequence some equipment leaves out. */
+    Code_Table declared_start_;
+    std::vector<const Repertoire*> declared_;
+    /** The terms provide for escape sequences. */
+    bool extends_ = false;
     std::shared_ptr<Converters> converters_;
+};
+
+/**
+ * The character sets of the lists of a tree: an item without (0008,0005) has that of the list around
+ * it.
+ */
+class Character_Sets_Of_Lists {
+public:
+    explicit Character_Sets_Of_Lists(const Data_Set& set) : set_(set)
+    {
+    }
+
+    /**
+     * The set for the elements of the list that a record is in. To be asked about the elements of the
+     * whole tree in the order of a walk, For_Each_Element's.
+     */
+    const Character_Set& Of(DICOM_List& record, const Path& way);
+
+private:
+    struct Level {
+        int item;
+        Character_Set characters;
+    };
+
+    const Data_Set& set_;
+    std::vector<Level> levels_;
 };
 
 }  // namespace lib_mend
