@@ -1,6 +1,7 @@
 #include "definitions/module_reader.h"
 
 #include "definitions/module_value.h"
+#include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 
 #include <Lib_DICOM/dictionary.h>
@@ -17,12 +18,6 @@ namespace {
 
 /** Includes inside each other; a bound for the stack, far beyond what anyone writes. */
 constexpr std::size_t Max_Includes = 32;
-
-constexpr unsigned short Type_1 = DICOM_VR('1', ' ');
-constexpr unsigned short Type_1C = DICOM_VR('1', 'C');
-constexpr unsigned short Type_2 = DICOM_VR('2', ' ');
-constexpr unsigned short Type_2C = DICOM_VR('2', 'C');
-constexpr unsigned short Type_3 = DICOM_VR('3', ' ');
 
 constexpr unsigned short All_Marks =
     DICOM_Mark_Forced | DICOM_Mark_Default | DICOM_Mark_Append | DICOM_Mark_Delete_Request;
@@ -46,11 +41,6 @@ std::string Tag_Text(unsigned short group, unsigned short element)
     char text[16];
     std::snprintf(text, sizeof text, "(%04X,%04X)", group, element);
     return text;
-}
-
-std::string VR_Text(unsigned short vr)
-{
-    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
 }
 
 std::uint32_t Tag_Number(const DICOM_List& record)
@@ -278,7 +268,7 @@ Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor)
     const std::string_view tag = cursor.Tag();
     const auto group = Hex_Number(tag.substr(1, 4));
     const auto element = Hex_Number(tag.substr(6, 4));
-    if (!group || !element || *group == 0xFFFE) {
+    if (!group || !element || *group == Item_Group) {
         cursor.Expected("the tag (gggg,eeee) of an attribute", line.tag_column);
     }
     line.group = *group;

@@ -2,6 +2,7 @@
 
 #include "definitions/definition_text.h"
 #include "frame/c_memory.h"
+#include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 
 #include <Lib_DICOM/definitions.h>
@@ -19,17 +20,14 @@ namespace {
 
 constexpr Unit This_Unit = "NEMA_Read_IOD";
 
-std::string VR_Text(unsigned short vr)
+std::string Of_VR(unsigned short vr)
 {
-    if (vr == 0) {
-        return "without a VR";
-    }
-    return std::string("of VR ") + static_cast<char>(vr >> 8) + static_cast<char>(vr & 0xFF);
+    return vr == 0 ? "without a VR" : "of VR " + VR_Text(vr);
 }
 
 [[noreturn]] void Refuse(unsigned short vr, std::string_view text, const std::string& expected)
 {
-    throw Value_Fault{"a value " + VR_Text(vr) + " is " + expected + ", not " + Shown(text)};
+    throw Value_Fault{"a value " + Of_VR(vr) + " is " + expected + ", not " + Shown(text)};
 }
 
 std::string_view Strip(std::string_view text)
@@ -184,14 +182,14 @@ std::string lib_dicom::Value_Bytes(unsigned short vr, std::string_view text)
 {
     const VR_Rule* const rule = Find_Any_VR_Rule(vr);
     if (rule == nullptr || vr == VR_SQ) {
-        throw Value_Fault{"an attribute " + VR_Text(vr) + " takes no value"};
+        throw Value_Fault{"an attribute " + Of_VR(vr) + " takes no value"};
     }
     if (text.empty()) {
         return {};
     }
     std::string bytes = Unpadded_Bytes(*rule, text);
     if (bytes.size() % 2 != 0) {
-        bytes += rule->even_pad;
+        bytes += rule->pad;
     }
     if (bytes.size() > INT_MAX) {
         Refuse(vr, text, "less than 2 GB long");

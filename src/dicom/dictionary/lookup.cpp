@@ -5,6 +5,7 @@
 #include "dictionary/parse_table.h"
 #include "dictionary/tables.h"
 #include "dictionary/value_count.h"
+#include "frame/record_codes.h"
 #include "frame/report.h"
 #include "frame/vr_rules.h"
 
@@ -89,16 +90,6 @@ Text NEMA_db_VM_Text(const TAG_db_VM& vm)
     return result;
 }
 
-char First_Letter(unsigned short vr)
-{
-    return vr == 0 ? '-' : static_cast<char>(vr >> 8);
-}
-
-char Second_Letter(unsigned short vr)
-{
-    return vr == 0 ? '-' : static_cast<char>(vr & 0xFF);
-}
-
 void List_Entry(HWND handle, unsigned int severity, const Text& group, const TAG_db_Elems& entry)
 {
     // By number of alternatives; the arguments of those that an entry lacks are not printed.
@@ -109,11 +100,12 @@ void List_Entry(HWND handle, unsigned int severity, const Text& group, const TAG
         (" (%hs,%hs) \001%-40.40hs \002type:%d (VR:%hc%hc VN:%hs) or (VR:%hc%hc VN:%hs) or "
          "(VR:%hc%hc VN:%hs)")};
     const unsigned short* const vr = entry.vr;
-    Error_Fct(handle, severity, Formats[std::abs(entry.nb_vr)], group.text,
-              Tag_Text(entry.element, entry.elem_mask).text, entry.name, entry.nb_vr,
-              First_Letter(vr[0]), Second_Letter(vr[0]), NEMA_db_VM_Text(entry.vm[0]).text,
-              First_Letter(vr[1]), Second_Letter(vr[1]), NEMA_db_VM_Text(entry.vm[1]).text,
-              First_Letter(vr[2]), Second_Letter(vr[2]), NEMA_db_VM_Text(entry.vm[2]).text);
+    Error_Fct(
+        handle, severity, Formats[std::abs(entry.nb_vr)], group.text,
+        Tag_Text(entry.element, entry.elem_mask).text, entry.name, entry.nb_vr,
+        First_Letter(vr[0], '-'), Second_Letter(vr[0], '-'), NEMA_db_VM_Text(entry.vm[0]).text,
+        First_Letter(vr[1], '-'), Second_Letter(vr[1], '-'), NEMA_db_VM_Text(entry.vm[1]).text,
+        First_Letter(vr[2], '-'), Second_Letter(vr[2], '-'), NEMA_db_VM_Text(entry.vm[2]).text);
 }
 
 }  // namespace
@@ -192,8 +184,8 @@ int NEMA_db_Check_VN(HWND handle, DICOM_List* attribute, int count)
     }
     const unsigned short vr = Effective_VR(*attribute);
     char label[64];
-    std::snprintf(label, sizeof label,
-                  "    \361\005WARNING:\002 (\001%04x\002,\001%04x\002) VR=\001%c%c\002",
-                  attribute->group, attribute->element, First_Letter(vr), Second_Letter(vr));
+    std::snprintf(
+        label, sizeof label, "    \361\005WARNING:\002 (\001%04x\002,\001%04x\002) VR=\001%c%c\002",
+        attribute->group, attribute->element, First_Letter(vr, '-'), Second_Letter(vr, '-'));
     return Check_Value_Count(handle, *attribute, count, label);
 }

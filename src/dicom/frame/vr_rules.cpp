@@ -16,86 +16,135 @@ constexpr char Set_Date_Time[] = "0123456789+-. \\";
 constexpr char Set_Integer[] = "0123456789+- \\";
 constexpr char Set_Time[] = "0123456789. \\";
 
-constexpr VR_Rule Text(unsigned short vr, VR_Kind kind, unsigned char lead, unsigned char trail,
-                       const char* set, int max_length, VR_Repair repair = VR_Repair::None,
-                       char even_pad = ' ')
-{
-    return {vr,    kind, repair, lead, trail, even_pad, set,   max_length, 0,
-            false, "",   1,      1,    1,     false,    false, false,      false};
-}
+constexpr VR_Units Units_Of_2 = {.read = 2, .written = 2, .current = 2};
+constexpr VR_Units Units_Of_4 = {.read = 4, .written = 4, .current = 4};
+constexpr VR_Units Units_Of_8 = {.read = 8, .written = 8, .current = 8};
 
-constexpr VR_Rule Long(VR_Rule rule, bool read, bool write, bool current_only = false)
-{
-    rule.long_read = read;
-    rule.long_write = write;
-    rule.long_current = true;
-    rule.current_only = current_only;
-    return rule;
-}
+using enum VR_Kind;
+using enum VR_Padding;
+using enum VR_Header;
 
-constexpr VR_Rule Binary(unsigned short vr, unsigned char width, bool counts, const char* expected,
-                         unsigned char swab_width, unsigned char write_width)
-{
-    return {
-        vr,    VR_Kind::Binary, VR_Repair::None, VR_No_Padding, VR_No_Padding, '\0',        nullptr,
-        0,     width,           counts,          expected,      swab_width,    write_width, 1,
-        false, false,           false,           false};
-}
-
-/** A binary VR whose unit in the current PS3.5 is given; the fixed rules may reverse another. */
-constexpr VR_Rule Units(VR_Rule rule, unsigned char current_width)
-{
-    rule.current_width = current_width;
-    return rule;
-}
-
-constexpr VR_Rule Opaque(unsigned short vr)
-{
-    VR_Rule rule = Binary(vr, 0, false, "", 1, 1);
-    rule.kind = VR_Kind::Opaque;
-    return rule;
-}
-
-constexpr VR_Kind Multiple = VR_Kind::Text_Multiple;
-constexpr VR_Kind Single = VR_Kind::Text_Single;
-constexpr unsigned char None = VR_No_Padding;
-
-// "Unigned", "Floation" and the "Signed Long" of UL are texts that users and their scripts know.
+// "Unigned", "Floation" and the "Signed Long" of UL are kept on purpose.
 constexpr VR_Rule Rules[] = {
-    Text(VR_AE, Multiple, None, None, nullptr, 16, VR_Repair::Printable),
-    Text(VR_AS, VR_Kind::Age, None, None, Set_Age, 0),
-    Units(Binary(VR_AT, 4, false, "multiple 2*\"Unigned Short\"", 1, 1), 2),
-    Text(VR_CS, Multiple, ' ', ' ', Set_Code, 16),
-    Text(VR_DA, VR_Kind::Date, None, None, Set_Date, 0),
-    Text(VR_DS, Multiple, ' ', ' ', Set_Decimal, 16),
-    Text(VR_DT, Multiple, None, ' ', Set_Date_Time, 26),
-    Units(Binary(VR_FD, 8, true, "\"Floation Point Double\"", 8, 8), 8),
-    Units(Binary(VR_FL, 4, true, "\"Floation Point\"", 4, 4), 4),
-    Text(VR_IS, Multiple, ' ', ' ', Set_Integer, 12, VR_Repair::Integer),
-    Text(VR_LO, Multiple, ' ', ' ', nullptr, 64),
-    Text(VR_LT, Single, None, ' ', nullptr, 10240),
-    Long(Opaque(VR_OB), true, true),
-    Long(Units(Binary(VR_OD, 8, false, "\"Other Double\"", 8, 8), 8), false, false, true),
-    Long(Units(Binary(VR_OF, 4, false, "\"Other Float\"", 4, 1), 4), false, false),
-    Long(Units(Binary(VR_OL, 4, false, "\"Other Long\"", 4, 4), 4), false, false, true),
-    Long(Units(Binary(VR_OV, 8, false, "\"Other Very Long\"", 8, 8), 8), false, false, true),
-    Long(Units(Binary(VR_OW, 2, false, "\"Other Word\"", 2, 2), 2), true, true),
-    Text(VR_PN, Multiple, None, None, nullptr, 320),
-    Text(VR_SH, Multiple, ' ', ' ', nullptr, 16),
-    Units(Binary(VR_SL, 4, true, "\"Signed Long\"", 4, 4), 4),
-    Long(Opaque(VR_SQ), true, true),
-    Units(Binary(VR_SS, 2, true, "\"Signed Short\"", 2, 2), 2),
-    Text(VR_ST, Single, None, ' ', nullptr, 1024),
-    Long(Units(Binary(VR_SV, 8, true, "\"Signed Very Long\"", 8, 8), 8), false, false, true),
-    Text(VR_TM, Multiple, None, ' ', Set_Time, 16, VR_Repair::Time),
-    Long(Text(VR_UC, Multiple, None, ' ', nullptr, 0), false, false, true),
-    Text(VR_UI, Multiple, None, '\0', Set_Time, 64, VR_Repair::None, '\0'),
-    Units(Binary(VR_UL, 4, true, "\"Signed Long\"", 4, 4), 4),
-    Long(Opaque(VR_UN), true, true),
-    Long(Text(VR_UR, Single, None, ' ', nullptr, 0), false, false, true),
-    Units(Binary(VR_US, 2, true, "\"Unsigned Short\"", 2, 2), 2),
-    Long(Text(VR_UT, Single, None, ' ', nullptr, 0), true, false),
-    Long(Units(Binary(VR_UV, 8, true, "\"Unsigned Very Long\"", 8, 8), 8), false, false, true),
+    {.vr = VR_AE, .kind = Text_Multiple, .max_length = 16, .repair = VR_Repair::Printable},
+    {.vr = VR_AS, .kind = Age, .set = Set_Age},
+    {.vr = VR_AT,
+     .kind = Binary,
+     .width = 4,
+     .expected = "multiple 2*\"Unigned Short\"",
+     .units = {.current = 2},
+     .counts = false},
+    {.vr = VR_CS, .kind = Text_Multiple, .padding = Around, .set = Set_Code, .max_length = 16},
+    {.vr = VR_DA, .kind = Date, .set = Set_Date},
+    {.vr = VR_DS, .kind = Text_Multiple, .padding = Around, .set = Set_Decimal, .max_length = 16},
+    {.vr = VR_DT, .kind = Text_Multiple, .padding = Behind, .set = Set_Date_Time, .max_length = 26},
+    {.vr = VR_FD,
+     .kind = Binary,
+     .width = 8,
+     .expected = "\"Floation Point Double\"",
+     .units = Units_Of_8},
+    {.vr = VR_FL,
+     .kind = Binary,
+     .width = 4,
+     .expected = "\"Floation Point\"",
+     .units = Units_Of_4},
+    {.vr = VR_IS,
+     .kind = Text_Multiple,
+     .padding = Around,
+     .set = Set_Integer,
+     .max_length = 12,
+     .repair = VR_Repair::Integer},
+    {.vr = VR_LO, .kind = Text_Multiple, .padding = Around, .max_length = 64},
+    {.vr = VR_LT, .kind = Text_Single, .padding = Behind, .max_length = 10240},
+    {.vr = VR_OB, .kind = Opaque, .header = Long},
+    {.vr = VR_OD,
+     .current_only = true,
+     .kind = Binary,
+     .width = 8,
+     .expected = "\"Other Double\"",
+     .units = Units_Of_8,
+     .counts = false,
+     .header = Long_By_Current},
+    {.vr = VR_OF,
+     .kind = Binary,
+     .width = 4,
+     .expected = "\"Other Float\"",
+     .units = {.read = 4, .current = 4},
+     .counts = false,
+     .header = Long_By_Current},
+    {.vr = VR_OL,
+     .current_only = true,
+     .kind = Binary,
+     .width = 4,
+     .expected = "\"Other Long\"",
+     .units = Units_Of_4,
+     .counts = false,
+     .header = Long_By_Current},
+    {.vr = VR_OV,
+     .current_only = true,
+     .kind = Binary,
+     .width = 8,
+     .expected = "\"Other Very Long\"",
+     .units = Units_Of_8,
+     .counts = false,
+     .header = Long_By_Current},
+    {.vr = VR_OW,
+     .kind = Binary,
+     .width = 2,
+     .expected = "\"Other Word\"",
+     .units = Units_Of_2,
+     .counts = false,
+     .header = Long},
+    {.vr = VR_PN, .kind = Text_Multiple, .max_length = 320},
+    {.vr = VR_SH, .kind = Text_Multiple, .padding = Around, .max_length = 16},
+    {.vr = VR_SL, .kind = Binary, .width = 4, .expected = "\"Signed Long\"", .units = Units_Of_4},
+    {.vr = VR_SQ, .kind = Opaque, .header = Long},
+    {.vr = VR_SS, .kind = Binary, .width = 2, .expected = "\"Signed Short\"", .units = Units_Of_2},
+    {.vr = VR_ST, .kind = Text_Single, .padding = Behind, .max_length = 1024},
+    {.vr = VR_SV,
+     .current_only = true,
+     .kind = Binary,
+     .width = 8,
+     .expected = "\"Signed Very Long\"",
+     .units = Units_Of_8,
+     .header = Long_By_Current},
+    {.vr = VR_TM,
+     .kind = Text_Multiple,
+     .padding = Behind,
+     .set = Set_Time,
+     .max_length = 16,
+     .repair = VR_Repair::Time},
+    {.vr = VR_UC,
+     .current_only = true,
+     .kind = Text_Multiple,
+     .padding = Behind,
+     .header = Long_By_Current},
+    {.vr = VR_UI,
+     .kind = Text_Multiple,
+     .pad = '\0',
+     .padding = Behind,
+     .set = Set_Time,
+     .max_length = 64},
+    {.vr = VR_UL, .kind = Binary, .width = 4, .expected = "\"Signed Long\"", .units = Units_Of_4},
+    {.vr = VR_UN, .kind = Opaque, .header = Long},
+    {.vr = VR_UR,
+     .current_only = true,
+     .kind = Text_Single,
+     .padding = Behind,
+     .header = Long_By_Current},
+    {.vr = VR_US,
+     .kind = Binary,
+     .width = 2,
+     .expected = "\"Unsigned Short\"",
+     .units = Units_Of_2},
+    {.vr = VR_UT, .kind = Text_Single, .padding = Behind, .header = Long_When_Read},
+    {.vr = VR_UV,
+     .current_only = true,
+     .kind = Binary,
+     .width = 8,
+     .expected = "\"Unsigned Very Long\"",
+     .units = Units_Of_8,
+     .header = Long_By_Current},
 };
 
 constexpr bool Is_Sorted()
@@ -108,6 +157,11 @@ constexpr bool Is_Sorted()
     return true;
 }
 static_assert(Is_Sorted(), "the search relies on the order");
+
+bool Is_Long_By_Current(const VR_Rule& rule)
+{
+    return DICOM_Flag_Current_Standard != 0 && rule.header != Short;
+}
 
 }  // namespace
 
@@ -133,14 +187,13 @@ bool Reads_Long_Header(unsigned short vr)
     }
     const VR_Rule* const rule = Find_VR_Rule(vr);
     return rule != nullptr &&
-           (DICOM_Flag_Current_Standard != 0 ? rule->long_current : rule->long_read);
+           (rule->header == Long || rule->header == Long_When_Read || Is_Long_By_Current(*rule));
 }
 
 bool Writes_Long_Header(unsigned short vr)
 {
     const VR_Rule* const rule = Find_VR_Rule(vr);
-    return rule != nullptr &&
-           (DICOM_Flag_Current_Standard != 0 ? rule->long_current : rule->long_write);
+    return rule != nullptr && (rule->header == Long || Is_Long_By_Current(*rule));
 }
 
 int Swab_Width(unsigned short vr)
@@ -149,7 +202,7 @@ int Swab_Width(unsigned short vr)
     if (rule == nullptr) {
         return 1;
     }
-    return DICOM_Flag_Current_Standard != 0 ? rule->current_width : rule->swab_width;
+    return DICOM_Flag_Current_Standard != 0 ? rule->units.current : rule->units.read;
 }
 
 int Write_Width(unsigned short vr)
@@ -158,7 +211,7 @@ int Write_Width(unsigned short vr)
     if (rule == nullptr) {
         return 1;
     }
-    return DICOM_Flag_Current_Standard != 0 ? rule->current_width : rule->write_width;
+    return DICOM_Flag_Current_Standard != 0 ? rule->units.current : rule->units.written;
 }
 
 }  // namespace lib_dicom

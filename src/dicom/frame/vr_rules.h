@@ -25,41 +25,52 @@ enum class VR_Repair : unsigned char {
     Time        ///< TM: separators of the old syntax are taken out
 };
 
-/** Stands for "no padding" in `lead` and `trail`. */
-inline constexpr unsigned char VR_No_Padding = 255;
+/** Where padding characters are taken off a value as a whole. */
+enum class VR_Padding : unsigned char {
+    Kept,
+    Behind,  ///< the VR's padding character
+    Around   ///< and blanks in front
+};
+
+/** Which explicit headers have a reserved field and a length of 4 bytes; others have 2. */
+enum class VR_Header : unsigned char {
+    Short,
+    Long,
+    Long_When_Read,  ///< but short when written
+    Long_By_Current  ///< short in either direction before the current PS3.5
+};
+
+/** Units that are reversed between the byte orders, in bytes; 1 for none. */
+struct VR_Units {
+    /** When a big-endian value is brought into little-endian order. */
+    unsigned char read = 1;
+    /** When a value is written in big-endian order. */
+    unsigned char written = 1;
+    /** Both by the current PS3.5. */
+    unsigned char current = 1;
+};
 
 struct VR_Rule {
     unsigned short vr;
-    VR_Kind kind;
-    VR_Repair repair;
-    /** Padding characters that are taken off in front and behind, or VR_No_Padding. */
-    unsigned char lead;
-    unsigned char trail;
-    /** Byte that makes an odd length even. */
-    char even_pad;
-    /** Bytes that a value may hold; null for all. */
-    const char* set;
-    /** Largest length of one value in bytes, 0 for unbounded. */
-    int max_length;
-    /** Width of one binary value in bytes, 0 for text. */
-    unsigned char width;
-    /** Number of values of a Binary VR: size / width when true, else always 1. */
-    bool counts_by_width;
-    /** What a binary size message says was expected; its misspellings are the system's own. */
-    const char* expected;
-    /** Units that are reversed when a big-endian value is brought into little-endian order. */
-    unsigned char swab_width;
-    /** Units that are reversed when a value is written in big-endian order. */
-    unsigned char write_width;
-    /** Units of both by the current PS3.5. */
-    unsigned char current_width;
-    /** Explicit header with a reserved field and a 4-byte length, when read and when written. */
-    bool long_read;
-    bool long_write;
-    /** The same by the current PS3.5. */
-    bool long_current;
     /** Known by the current PS3.5 only. */
-    bool current_only;
+    bool current_only = false;
+    VR_Kind kind;
+    /** Byte that makes an odd length even, and that padding consists of. */
+    char pad = kind == VR_Kind::Binary || kind == VR_Kind::Opaque ? '\0' : ' ';
+    VR_Padding padding = VR_Padding::Kept;
+    /** Bytes that a value may hold; null for all. */
+    const char* set = nullptr;
+    /** Largest length of one value in bytes, 0 for unbounded. */
+    int max_length = 0;
+    VR_Repair repair = VR_Repair::None;
+    /** Width of one binary value in bytes, 0 for text. */
+    unsigned char width = 0;
+    /** What a binary size message says was expected. */
+    const char* expected = "";
+    VR_Units units = {};
+    /** Number of values of a Binary VR: size / width, or 1 whatever the size is. */
+    bool counts = true;
+    VR_Header header = VR_Header::Short;
 };
 
 /**
@@ -76,9 +87,8 @@ const VR_Rule* Find_Any_VR_Rule(unsigned short vr);
 bool Reads_Long_Header(unsigned short vr);
 /** Tells whether a VR has the long explicit header in what the library writes. */
 bool Writes_Long_Header(unsigned short vr);
-/** Bytes per unit that a big-endian value of this VR reverses when it is read; 1 for none. */
+/** Units of VR_Rule that apply by the setting. */
 int Swab_Width(unsigned short vr);
-/** Bytes per unit that a value of this VR reverses when it is written big endian; 1 for none. */
 int Write_Width(unsigned short vr);
 
 /** The VR of a record that applies: the explicit one, else the default. */

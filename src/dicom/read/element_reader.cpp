@@ -1,5 +1,6 @@
 // Headers of data elements (PS3.5 section 7.1): tag, VR and length, with repairs for the known
 // faults of other makers' encoders.
+#include "frame/record_codes.h"
 #include "frame/report.h"
 #include "frame/vr_rules.h"
 #include "read/reported_reads.h"
@@ -40,16 +41,6 @@ constexpr unsigned short Swapped(unsigned short value)
     return static_cast<unsigned short>(value << 8 | value >> 8);
 }
 
-constexpr char First_Letter(unsigned short vr)
-{
-    return vr >> 8 == 0 ? '0' : static_cast<char>(vr >> 8);
-}
-
-constexpr char Second_Letter(unsigned short vr)
-{
-    return (vr & 0xFF) == 0 ? '0' : static_cast<char>(vr & 0xFF);
-}
-
 /** VRs that some encoders write for "not known"; they have the header of a short VR. */
 constexpr bool Is_Placeholder(unsigned short vr)
 {
@@ -60,7 +51,7 @@ constexpr bool Is_Placeholder(unsigned short vr)
 bool Had_Short_Header(unsigned short vr)
 {
     const VR_Rule* const rule = Find_VR_Rule(vr);
-    return rule != nullptr && !rule->long_write;
+    return rule != nullptr && rule->header != VR_Header::Long;
 }
 
 struct Element_Header {
@@ -103,8 +94,8 @@ protected:
 
     Step Fail_Size()
     {
-        return trace_.Leave(Step::Failed, "failed to read size (VR:%c%c)", First_Letter(header_.vr),
-                            Second_Letter(header_.vr));
+        return trace_.Leave(Step::Failed, "failed to read size (VR:%c%c)",
+                            First_Letter(header_.vr, '0'), Second_Letter(header_.vr, '0'));
     }
     /** Leaves the source at the first value byte and notes where the header begins. */
     Step Settle_Position();
@@ -160,8 +151,9 @@ Step Header_Reader::Settle_Position()
 void Header_Reader::Trace_Element_Line() const
 {
     Trace(handle_, Trace_Element, "[%06X] --> (%04x,%04x) VR:%c%c lenght:%08X (%d)", start_,
-          header_.group, header_.element, First_Letter(header_.vr), Second_Letter(header_.vr),
-          static_cast<unsigned int>(header_.length), header_.length);
+          header_.group, header_.element, First_Letter(header_.vr, '0'),
+          Second_Letter(header_.vr, '0'), static_cast<unsigned int>(header_.length),
+          header_.length);
 }
 
 // ---- the reader with repairs
@@ -297,15 +289,15 @@ Step Element_Reader::Mend_Item_Tag()
     if (header_.group == 0x3F3F && header_.element != 0x003F) {
         Report_Warning(handle_, "\361\005WARNING:\002 "
                                 "Fix Philips bug: tag (3F3F,003F) replaced by (FFFE,E000)");
-        header_.group = 0xFFFE;
-        header_.element = 0xE000;
+        header_.group = Item_Group;
+        header_.element = Item_Element;
     }
     return Step::Next;
 }
 
 Step Element_Reader::Choose_Encoding()
 {
-    if (header_.group == 0xFFFE) {
+    if (header_.group == Item_Group) {
         mode_ &= Item_Mask;
     }
     if (!Is_Explicit() && Is_Pixel_Data()) {
@@ -422,7 +414,7 @@ Step Element_Reader::Mend_Short_Header(unsigned short reserved, bool& mended)
         Report_Warning(handle_,
                        "\361\005WARNING:\002 "
                        "Fix length of VR=%c%c written with 2 bytes in tag (%04x,%04x)",
-                       First_Letter(header_.vr), Second_Letter(header_.vr), header_.group,
+                       First_Letter(header_.vr, '0'), Second_Letter(header_.vr, '0'), header_.group,
                        header_.element);
     }
     return Step::Next;
@@ -487,8 +479,9 @@ Step Element_Reader::Check_Item_Order()
 Step Element_Reader::Mend_Item_Length()
 {
     // The caller's mode is asked: the working mode of an item has no vendor bits left.
-    if ((callers_mode_ & Vendor_Item_Length) != Vendor_Item_Length || !header_.Is(0xFFFE, 0xE000) ||
-        header_.length <= 0 || file_size_ == 0 || file_size_ >= position_ + header_.length) {
+    if ((callers_mode_ & Vendor_Item_Length) != Vendor_Item_Length ||
+        !header_.Is(Item_Group, Item_Element) || header_.length <= 0 || file_size_ == 0 ||
+        file_size_ >= position_ + header_.length) {
         return Step::Next;
     }
     const int mended = header_.length - 8;
@@ -606,7 +599,7 @@ bool Fuji_Reader::Read_Header()
 {
     source_.Prefetch();
     Step step = Read_Tag();
-    if (step == Step::Next && header_.group != 0xFFFE) {
+    if (step == Step::Next && header_.group != Item_Group) {
         step = Read_VR();
     }
     if (step == Step::Next && !Read_Int(header_.length)) {
@@ -629,7 +622,7 @@ Step Fuji_Reader::Read_Tag()
         return trace_.Leave(Step::Failed, "failed to read element");
     }
     Trace(handle_, Trace_Entry, "--> reading (%04x,%04x)", header_.group, header_.element);
-    if (header_.group == 0xFFFE) {
+    if (header_.group == Item_Group) {
         mode_ = callers_mode & Fuji_Item_Mask;
     }
     return Step::Next;

@@ -1,7 +1,7 @@
 // Creation of the attributes that a module asks for, by handlers of the client's or empty.
+#include "frame/record_codes.h"
 #include "frame/report.h"
 #include "frame/vr_rules.h"
-#include "write/attribute_type.h"
 
 #include <Lib_DICOM/attributes.h>
 #include <Lib_DICOM/write.h>

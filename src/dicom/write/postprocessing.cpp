@@ -1,9 +1,9 @@
 // The steps that bring a data set into line with a module list before it is written.
 #include "attributes/list/attribute_lists.h"
 #include "frame/c_memory.h"
+#include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 #include "read/deferred_value.h"
-#include "write/attribute_type.h"
 
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/write.h>
@@ -21,7 +21,6 @@ namespace {
 constexpr Unit This_Unit = "NEMA_Write_Module";
 
 /** Group of the item and delimitation tags. */
-constexpr unsigned short Item_Group = 0xFFFE;
 
 void Overwrite_Attribute(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* node)
 {

@@ -2,6 +2,7 @@
 #include "write/stream_writer.h"
 
 #include "frame/c_memory.h"
+#include "frame/record_codes.h"
 #include "frame/report.h"
 #include "frame/vr_rules.h"
 
@@ -17,10 +18,6 @@ namespace {
 constexpr Unit This_Unit = "NEMA_Write_Buffer";
 
 /** Group of the item and delimitation tags, which have no VR (PS3.5 section 7.5). */
-constexpr unsigned short Group_Structure = 0xFFFE;
-constexpr unsigned short Element_Item = 0xE000;
-constexpr unsigned short Element_Item_End = 0xE00D;
-constexpr unsigned short Element_Sequence_End = 0xE0DD;
 
 constexpr int Short_Header_Size = 8;
 constexpr int Long_Header_Size = 12;
@@ -53,7 +50,7 @@ bool Is_Big_Endian(char code)
 
 bool Is_Fragment(const DICOM_List& record)
 {
-    return record.group == Group_Structure && record.element == Element_Item;
+    return record.group == Item_Group && record.element == Item_Element;
 }
 
 long long Even(long long size)
@@ -68,14 +65,14 @@ long long Even(long long size)
  */
 bool Is_Left_Out(const DICOM_List& record)
 {
-    return record.group == Group_Structure && DICOM_Flag_Current_Standard != 0;
+    return record.group == Item_Group && DICOM_Flag_Current_Standard != 0;
 }
 
 /** Number of bytes that a record holds. A negative length tells none. */
 long long Stored_Size(const DICOM_List& record)
 {
     // The length of an item tag left in a list counts the records behind it, not bytes of its own.
-    const bool holds_none = record.group == Group_Structure && record.data == nullptr;
+    const bool holds_none = record.group == Item_Group && record.data == nullptr;
     return holds_none ? 0 : std::max(record.size, 0);
 }
 
@@ -96,7 +93,7 @@ long long Value_Size(const DICOM_List& record)
 char Even_Pad(const DICOM_List& record)
 {
     const VR_Rule* const rule = Find_VR_Rule(Effective_VR(record));
-    return rule != nullptr ? rule->even_pad : '\0';
+    return rule != nullptr ? rule->pad : '\0';
 }
 
 Form Form_Of(const DICOM_List& record)
@@ -133,7 +130,7 @@ bool Has_Long_Header(const DICOM_List& record, Form form)
 int Header_Size(char code, const DICOM_List& record, Form form)
 {
     const bool is_long =
-        Is_Explicit(code) && record.group != Group_Structure && Has_Long_Header(record, form);
+        Is_Explicit(code) && record.group != Item_Group && Has_Long_Header(record, form);
     return is_long ? Long_Header_Size : Short_Header_Size;
 }
 
@@ -263,7 +260,7 @@ void Encoder::Units(const unsigned char* bytes, long long size, int width)
 
 void Encoder::Structure(unsigned short element, unsigned int length)
 {
-    Short(Group_Structure);
+    Short(Item_Group);
     Short(element);
     Int(length);
 }
@@ -291,7 +288,7 @@ void Encoder::Header(const DICOM_List& record, Form form)
     const unsigned int length = Header_Length(record, form);
     Short(record.group);
     Short(record.element);
-    if (!Is_Explicit(code_) || record.group == Group_Structure) {
+    if (!Is_Explicit(code_) || record.group == Item_Group) {
         Int(length);
         return;
     }
@@ -340,7 +337,7 @@ void Encoder::Sequence(const DICOM_List& record)
         Item(list);
     }
     if (DICOM_Flag_Seq_Size == 0) {
-        Structure(Element_Sequence_End, 0);
+        Structure(Sequence_End_Element, 0);
     } else if (Is_Explicit(code_) || DICOM_Flag_Current_Standard != 0) {
         Patch_Length(content);
     }
@@ -348,13 +345,13 @@ void Encoder::Sequence(const DICOM_List& record)
 
 void Encoder::Item(const DICOM_List* list)
 {
-    Structure(Element_Item, Undefined_Length);
+    Structure(Item_Element, Undefined_Length);
     char* const content = at_;
     for (; list != nullptr; list = list->next) {
         at_ = DICOM_Attribute_To_Str(handle_, code_, *list, at_);
     }
     if (DICOM_Flag_Seq_Size == 0) {
-        Structure(Element_Item_End, 0);
+        Structure(Item_End_Element, 0);
     } else {
         Patch_Length(content);
     }
@@ -366,13 +363,13 @@ void Encoder::Fragments(const DICOM_List& record)
         for (; list != nullptr; list = list->next) {
             if (Is_Fragment(*list)) {
                 const long long size = Fragment_Size(*list);
-                Structure(Element_Item, static_cast<unsigned int>(Even(size)));
+                Structure(Item_Element, static_cast<unsigned int>(Even(size)));
                 Bytes(list->data, size);
                 Fill('\0', Even(size) - size);
             }
         }
     }
-    Structure(Element_Sequence_End, 0);
+    Structure(Sequence_End_Element, 0);
 }
 
 /** Calls `visit` for each record that DICOM_Write_Group writes. */

@@ -2,6 +2,7 @@
 #include "attributes/complete/private_creators.h"
 #include "attributes/list/attribute_lists.h"
 #include "frame/c_memory.h"
+#include "frame/record_codes.h"
 
 #include <Lib_DICOM/definitions.h>
 #include <Lib_DICOM/dictionary.h>
@@ -41,9 +42,9 @@ constexpr Fixed_Name Group_Banners[] = {
 
 constexpr Fixed_Name Named_Elements[] = {
     {0x7FE0, 0x0010, VR_OB, "Pixel Data"},
-    {0xFFFE, 0xE000, Keep_VR, "\001Item"},
-    {0xFFFE, 0xE00D, Keep_VR, "\001Item Delimitation Item"},
-    {0xFFFE, 0xE0DD, Keep_VR, "\001Sequence Delimitation Item"},
+    {Item_Group, Item_Element, Keep_VR, "\001Item"},
+    {Item_Group, Item_End_Element, Keep_VR, "\001Item Delimitation Item"},
+    {Item_Group, Sequence_End_Element, Keep_VR, "\001Sequence Delimitation Item"},
 };
 
 constexpr Fixed_Name Compression_1000[] = {

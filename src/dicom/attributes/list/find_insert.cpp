@@ -2,6 +2,7 @@
 // whole list.
 #include "attributes/list/attribute_lists.h"
 #include "frame/c_memory.h"
+#include "frame/record_codes.h"
 
 #include <algorithm>
 #include <bit>
@@ -13,11 +14,6 @@ using namespace lib_dicom;
 namespace {
 
 constexpr Unit This_Unit = "NEMA_Tag_Attribute";
-
-char VR_Letter(unsigned int byte)
-{
-    return byte == 0 ? '-' : static_cast<char>(byte);
-}
 
 /** The tail of a list: what the head names, or the end of the chain where it names nothing. */
 DICOM_List* Tail_Of(DICOM_List* head)
@@ -266,8 +262,8 @@ DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** l
 {
     Trace_Scope trace(handle, Trace_Entry,
                       "Lib_DICOM: DICOM_Attribute_Insert(%04x,%04x) %c%c %d bytes", record->group,
-                      record->element, VR_Letter(record->vr >> 8U), VR_Letter(record->vr & 0xFFU),
-                      record->size);
+                      record->element, First_Letter(record->vr, '-'),
+                      Second_Letter(record->vr, '-'), record->size);
     if (Is_Outer_List(*root, *list)) {
         DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
         if (slot == nullptr) {

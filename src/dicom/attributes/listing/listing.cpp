@@ -10,6 +10,7 @@
 #include "attributes/list/attribute_lists.h"
 #include "attributes/listing/value_text.h"
 #include "frame/c_memory.h"
+#include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 #include "read/deferred_value.h"
 
@@ -247,9 +248,8 @@ bool Is_Nested(const DICOM_List* list)
  */
 void List_Records(HWND handle, DICOM_Root* root, DICOM_List* list, int flag, bool hides_delimiters)
 {
-    constexpr unsigned short Delimiter_Group = 0xFFFE;
     for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        if (hides_delimiters && record->group == Delimiter_Group) {
+        if (hides_delimiters && record->group == Item_Group) {
             continue;
         }
         Report_Line(handle, flag, Line_Of(root, *record));

@@ -1,6 +1,7 @@
 // Formatting: the flat list of a stream's elements becomes a nested one.
 #include "attributes/complete/vr_completion.h"
 #include "attributes/list/attribute_lists.h"
+#include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 
 #include <Lib_DICOM/dictionary.h>
@@ -13,11 +14,6 @@ using namespace lib_dicom;
 
 namespace {
 
-constexpr unsigned short Delimiter_Group = 0xFFFE;
-constexpr unsigned short Item_Element = 0xE000;
-constexpr unsigned short Item_End_Element = 0xE00D;
-constexpr unsigned short Sequence_End_Element = 0xE0DD;
-
 /** Position at which a sequence or an item ends is not known. */
 constexpr std::int64_t Unknown = -1;
 
@@ -28,7 +24,7 @@ bool Is_Tag(const DICOM_List* record, unsigned short group, unsigned short eleme
 
 bool Is_Item(const DICOM_List* record)
 {
-    return Is_Tag(record, Delimiter_Group, Item_Element);
+    return Is_Tag(record, Item_Group, Item_Element);
 }
 
 /** End of the contents of a record; a negative size, undefined or damaged, gives none. */
@@ -139,7 +135,7 @@ void Formatter::Close_By_Size(const DICOM_List& record)
 
 void Formatter::Open_Or_Close(const DICOM_List& record)
 {
-    if (Is_Tag(&record, Delimiter_Group, Sequence_End_Element)) {
+    if (Is_Tag(&record, Item_Group, Sequence_End_Element)) {
         Stop_Sequence();
         Trace(handle_, Trace_Structure,
               "-> \"Stop of Sequence\" tag (%04x,%04x) size=%d (End_Of_Item:%04X)", record.group,
@@ -165,7 +161,7 @@ void Formatter::Check_Order(const DICOM_List& record)
     DICOM_Attribute_Sequence_Get(handle_, &root_, Depth(), &group, &element, nullptr);
     const bool is_smaller =
         record.group < group || (record.group == group && record.element < element);
-    if (record.group == Delimiter_Group || group == Delimiter_Group || !is_smaller) {
+    if (record.group == Item_Group || group == Item_Group || !is_smaller) {
         return;
     }
     if (Depth() == 0) {
@@ -214,7 +210,7 @@ void Formatter::Follow_Sequence(const DICOM_List& record, DICOM_List& copy)
     Start_Sequence(record);
     const int depth = Depth();
     if (record.size == DICOM_Undefined_Length &&
-        (record.next == nullptr || record.next->group != Delimiter_Group)) {
+        (record.next == nullptr || record.next->group != Item_Group)) {
         Report_Warning(handle_,
                        "    \361\005WARNING:\002 (\001%04x\002,\001%04x\002) Syntax Error! VR=SQ "
                        "should be followed by an \"item\" tag",
@@ -257,7 +253,7 @@ void Formatter::Follow_Undefined_Length(const DICOM_List& record, DICOM_List& co
 /** A data element of unknown VR that an item follows can only be a sequence. */
 bool Formatter::Follow_Hidden_Sequence(const DICOM_List& record, DICOM_List& copy)
 {
-    if (record.group == Delimiter_Group || !Is_Item(record.next) ||
+    if (record.group == Item_Group || !Is_Item(record.next) ||
         end_of_item_[Depth()] == record.next->pos) {
         return false;
     }
@@ -268,7 +264,7 @@ bool Formatter::Follow_Hidden_Sequence(const DICOM_List& record, DICOM_List& cop
 
 void Formatter::Follow_Item_End(const DICOM_List& record)
 {
-    if (Is_Tag(&record, Delimiter_Group, Item_End_Element)) {
+    if (Is_Tag(&record, Item_Group, Item_End_Element)) {
         DICOM_Attribute_Item_Stop(handle_, &root_, Trace_Structure);
         Trace(handle_, Trace_Structure,
               "-> \"Stop of Item\" tag (%04x,%04x) size=%d (End_Of_Item:%04X)", record.group,

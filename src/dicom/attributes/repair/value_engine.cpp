@@ -349,7 +349,7 @@ Value_Findings Value_Engine::Run()
     }
     const std::size_t count = Apply_Rule();
     if (copied && count != 0 && Needs_Pad(value_.size())) {
-        value_ += rule_.even_pad;
+        value_ += rule_.pad;
     }
     findings_.count = static_cast<int>(std::min<std::size_t>(count, INT_MAX));
     findings_.changed = copied && value_ != original_;
@@ -399,7 +399,7 @@ std::size_t Value_Engine::Binary()
     if (original_.size() % rule_.width != 0) {
         return Invalid_Size(rule_.expected, original_.size());
     }
-    return rule_.counts_by_width ? original_.size() / rule_.width : 1;
+    return rule_.counts ? original_.size() / rule_.width : 1;
 }
 
 std::size_t Value_Engine::Age()
@@ -583,17 +583,16 @@ std::size_t Value_Engine::Single()
 
 void Value_Engine::Fix_Padding()
 {
-    const bool is_done = rule_.trail != VR_No_Padding && Fix_Trailing_Padding();
-    if (!is_done && rule_.lead != VR_No_Padding) {
-        const char pad = static_cast<char>(rule_.lead);
-        value_.erase(0, value_.size() - Trim_Start(value_, pad).size());
+    const bool is_done = rule_.padding != VR_Padding::Kept && Fix_Trailing_Padding();
+    if (!is_done && rule_.padding == VR_Padding::Around) {
+        value_.erase(0, value_.size() - Trim_Start(value_, ' ').size());
     }
 }
 
 /** The fixed rules take off one wrong character and then end, which a result of true says. */
 bool Value_Engine::Fix_Trailing_Padding()
 {
-    const char pad = static_cast<char>(rule_.trail);
+    const char pad = rule_.pad;
     const char wrong = pad == ' ' ? '\0' : ' ';
     if (current_) {
         const std::size_t size = Trim_End(value_, Blanks_And_NULs).size();
@@ -619,7 +618,7 @@ void Value_Engine::Note_Padding(std::string_view text)
     }
     padding_noted_ = true;
     Note("%hs invalid padding char used in \"\001%.*hs\002\" (%hs)", Shown(text), text.data(),
-         rule_.even_pad == '\0' ? "SPACE instead of NULL" : "NULL instead of SPACE");
+         rule_.pad == '\0' ? "SPACE instead of NULL" : "NULL instead of SPACE");
 }
 
 /** Takes off pads at the end of a value; a NUL among them is no padding of text. */
