@@ -1,16 +1,18 @@
 #include "lookup.h"
 
+#include "mend/findings/attributes.h"
 #include "terminal.h"
 #include "value_text.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
+#include <optional>
 
 namespace dicom_mend {
 
 namespace {
 
+using lib_mend::Attribute;
 using lib_mend::Tag;
 using lib_mend::Tag_Text;
 
@@ -22,76 +24,57 @@ std::size_t Count_Letters(const std::string& name)
     }));
 }
 
-/**
- * All entries whose name contains a text; those with no other name stand in front.
- *
- * @param find  NEMA_db_Find or DICOM_UID_Find
- */
-template <class Entry, class Find>
-std::vector<const Entry*> Find_All(const std::string& term, Find find)
+/** All UIDs whose name contains a text; those with no other name stand in front. */
+std::vector<DICOM_UID_Entry> Find_All(const std::string& term)
 {
-    std::vector<const Entry*> entries;
-    const Entry* entry = nullptr;
-    while ((entry = find(term.c_str(), entry)) != nullptr) {
-        entries.push_back(entry);
+    std::vector<DICOM_UID_Entry> entries;
+    const DICOM_UID_Entry* entry = nullptr;
+    while ((entry = DICOM_UID_Find(term.c_str(), entry)) != nullptr) {
+        entries.push_back(*entry);
     }
     const std::size_t letters = Count_Letters(term);
-    std::stable_partition(entries.begin(), entries.end(), [letters](const Entry* found) {
-        return Count_Letters(found->name) == letters;
+    std::stable_partition(entries.begin(), entries.end(), [letters](const DICOM_UID_Entry& found) {
+        return Count_Letters(found.name) == letters;
     });
     return entries;
 }
 
-/** The tag of an entry, with "x" for the digits that may be any. */
-std::string Entry_Tag_Text(const TAG_db_Elems& entry)
+/** The tag of an attribute, with "x" for the digits that may be any. */
+std::string Attribute_Tag_Text(const Attribute& attribute)
 {
-    std::string text = "(" + Tag_Text({entry.group, entry.element}) + ")";
-    const int high = entry.group >> 8;
+    std::string text = "(" + Tag_Text(attribute.tag) + ")";
+    const int high = attribute.tag.group >> 8;
     if (high == 0x50 || high == 0x60) {
         text.replace(3, 2, "xx");
     }
     for (std::size_t i = 0; i < 4; ++i) {
-        if ((entry.elem_mask & (0xF000U >> 4 * i)) == 0) {
+        if ((attribute.elem_mask & (0xF000U >> 4 * i)) == 0) {
             text[6 + i] = 'x';
         }
     }
     return text;
 }
 
-std::string VM_Text(const TAG_db_VM& vm)
+std::string VM_Text(const Attribute& attribute)
 {
-    constexpr unsigned short Unbounded = 0xFFFF;
-    std::string least = std::to_string(vm.vm_min);
-    if (vm.vm_min == vm.vm_max) {
+    std::string least = std::to_string(attribute.vm_min);
+    if (attribute.vm_min == attribute.vm_max) {
         return least;
     }
-    return least + "-" + (vm.vm_max == Unbounded ? "n" : std::to_string(vm.vm_max));
+    return least + "-" +
+           (attribute.vm_max == Attribute::Unbounded ? "n" : std::to_string(attribute.vm_max));
 }
 
-/** "US or SS" and "1"; a VM is repeated only where the alternatives differ in it. */
-void Join_Alternatives(const TAG_db_Elems& entry, std::string& vrs, std::string& vms)
-{
-    bool same_vm = true;
-    for (int i = 0; i < std::abs(entry.nb_vr); ++i) {
-        const std::string vm = VM_Text(entry.vm[i]);
-        same_vm = same_vm && vm == VM_Text(entry.vm[0]);
-        vrs += (i == 0 ? "" : " or ") + VR_Text(entry.vr[i]);
-        vms += (i == 0 ? "" : " or ") + vm;
-    }
-    if (entry.nb_vr == 0) {
-        vrs = vms = "--";
-    } else if (same_vm) {
-        vms = VM_Text(entry.vm[0]);
-    }
-}
-
-void Print(const TAG_db_Elems& entry)
+void Print(const Attribute& attribute)
 {
     std::string vrs;
-    std::string vms;
-    Join_Alternatives(entry, vrs, vms);
-    std::printf("%s %-8s %-4s %s%s\n", Entry_Tag_Text(entry).c_str(), vrs.c_str(), vms.c_str(),
-                entry.name, entry.nb_vr < 0 ? " (retired)" : "");
+    for (const unsigned short vr : attribute.vrs) {
+        vrs += (vrs.empty() ? "" : " or ") + VR_Text(vr);
+    }
+    const bool has_vr = !vrs.empty();
+    std::printf("%s %-8s %-4s %s%s\n", Attribute_Tag_Text(attribute).c_str(),
+                has_vr ? vrs.c_str() : "--", has_vr ? VM_Text(attribute).c_str() : "--",
+                attribute.name.c_str(), attribute.retired ? " (retired)" : "");
 }
 
 void Print(const DICOM_UID_Entry& entry)
@@ -100,23 +83,23 @@ void Print(const DICOM_UID_Entry& entry)
                 *entry.name != '\0' ? entry.name : "--", entry.retired != 0 ? " (retired)" : "");
 }
 
-std::vector<const TAG_db_Elems*> Elements_Of(const std::string& term)
+std::vector<Attribute> Attributes_Of(const std::string& term)
 {
     Tag tag;
     if (!Parse_Tag(term, tag)) {
-        return Find_All<TAG_db_Elems>(term, &NEMA_db_Find);
+        return lib_mend::Search_Attributes(term);
     }
-    const TAG_db_Elems* const entry = NEMA_db_Locate(tag.group, tag.element);
-    return entry != nullptr ? std::vector{entry} : std::vector<const TAG_db_Elems*>();
+    const std::optional<Attribute> attribute = lib_mend::Find_Attribute(tag);
+    return attribute ? std::vector{*attribute} : std::vector<Attribute>();
 }
 
-std::vector<const DICOM_UID_Entry*> UIDs_Of(const std::string& term)
+std::vector<DICOM_UID_Entry> UIDs_Of(const std::string& term)
 {
     if (term.find_first_not_of("0123456789.") != term.npos) {
-        return Find_All<DICOM_UID_Entry>(term, &DICOM_UID_Find);
+        return Find_All(term);
     }
     const DICOM_UID_Entry* const entry = DICOM_UID_Get(term.c_str());
-    return entry != nullptr ? std::vector{entry} : std::vector<const DICOM_UID_Entry*>();
+    return entry != nullptr ? std::vector{*entry} : std::vector<DICOM_UID_Entry>();
 }
 
 template <class Entries>
@@ -127,8 +110,8 @@ Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
     Exit_Status status = Exit_Clean;
     for (const std::string& term : terms) {
         const auto entries = entries_of(term);
-        for (const auto* entry : entries) {
-            Print(*entry);
+        for (const auto& entry : entries) {
+            Print(entry);
         }
         if (entries.empty()) {
             std::fflush(stdout);
@@ -208,7 +191,7 @@ bool Parse_Tag(std::string text, lib_mend::Tag& tag)
 
 Exit_Status Run_Dict(const Lookup_Request& request)
 {
-    return Look_Up(request.terms, &Elements_Of);
+    return Look_Up(request.terms, &Attributes_Of);
 }
 
 Exit_Status Run_UID(const Lookup_Request& request)

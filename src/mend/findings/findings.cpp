@@ -1,5 +1,6 @@
 #include "mend/findings/findings.h"
 
+#include "mend/findings/attributes.h"
 #include "mend/findings/faults.h"
 
 #include <algorithm>
@@ -121,8 +122,8 @@ std::string Path_Text(const Path& path, Tag tag)
 
 std::string Tag_Name(Tag tag)
 {
-    if (const TAG_db_Elems* const entry = NEMA_db_Locate(tag.group, tag.element)) {
-        return entry->name;
+    if (const std::optional<Attribute> attribute = Find_Attribute(tag)) {
+        return attribute->name;
     }
     if (tag.element == 0) {
         return "Group Length";
