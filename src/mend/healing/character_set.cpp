@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <span>
+#include <memory>
 
 #include <iconv.h>
 
@@ -85,10 +85,8 @@ std::string For_Converter(const Repertoire& set, std::string_view bytes)
     return character;
 }
 
-}  // namespace
-
-/** The converters of the character sets that were used so far. */
-class Character_Set::Converters {
+/** The converters of the character sets that were used so far; they keep no state between characters. */
+class Converters {
 public:
     bool Append(std::string& out, const Text_Piece& piece)
     {
@@ -122,9 +120,17 @@ private:
     Table from_;
 };
 
+/** To open a converter costs far more than to convert a text. */
+Converters& The_Converters()
+{
+    thread_local Converters converters;
+    return converters;
+}
+
+}  // namespace
+
 Character_Set::Character_Set(std::string_view terms)
-    : start_{&Default_Repertoire(), nullptr}, declared_start_(start_),
-      converters_(std::make_shared<Converters>())
+    : start_{&Default_Repertoire(), nullptr}, declared_start_(start_)
 {
     for (bool is_first = true;; is_first = false) {
         const std::size_t end = std::min(terms.find('\\'), terms.size());
@@ -204,7 +210,7 @@ std::size_t Character_Set::First_Invalid(std::string_view value, unsigned short 
         bool is_valid = piece.kind != Text_Piece::Kind::Bad;
         if (piece.kind == Text_Piece::Kind::Character) {
             converted.clear();
-            is_valid = converters_->Append(converted, piece);
+            is_valid = The_Converters().Append(converted, piece);
         } else if (piece.kind == Text_Piece::Kind::Escape) {
             is_valid = Is_Declared(*piece.set);
         }
@@ -227,7 +233,7 @@ std::string Character_Set::To_UTF_8(std::string_view value, unsigned short vr) c
             out += piece.bytes;
             break;
         case Text_Piece::Kind::Character:
-            if (!converters_->Append(out, piece)) {
+            if (!The_Converters().Append(out, piece)) {
                 Append_Escaped(out, piece.bytes);
             }
             break;
@@ -260,8 +266,8 @@ std::optional<std::string> Character_Set::To_UTF_8_Without_Loss(std::string_view
             continue;
         }
         character.clear();
-        const bool is_sound = converters_->Append(character, piece) &&
-                              converters_->Comes_Back(piece, character) &&
+        const bool is_sound = The_Converters().Append(character, piece) &&
+                              The_Converters().Comes_Back(piece, character) &&
                               static_cast<unsigned char>(character[0]) >= 0x20 &&
                               separators.find(character[0]) == std::string_view::npos;
         if (!is_sound) {
@@ -274,23 +280,11 @@ std::optional<std::string> Character_Set::To_UTF_8_Without_Loss(std::string_view
 
 const Character_Set& Character_Sets_Of_Lists::Of(DICOM_List& record, const Path& way)
 {
-    constexpr std::size_t Enough = 1024;
-    const int item = way.empty() ? 0 : way.back().item;
-    // A walk visits a sequence before its items, which drops the levels of the last one.
-    levels_.resize(std::min(levels_.size(), way.size() + 1), {0, Character_Set()});
-    if (levels_.size() == way.size() + 1 && levels_.back().item == item) {
-        return levels_.back().characters;
-    }
-    if (levels_.size() == way.size() + 1) {
-        levels_.pop_back();
-    }
-    const DICOM_List* const terms = Find_Record(&record, Character_Set_Tag);
-    const Character_Set around = levels_.empty() ? Character_Set() : levels_.back().characters;
-    const Character_Set own =
-        terms != nullptr ? Character_Set(Trimmed(set_.Value(*terms, Enough))) : around;
-    levels_.resize(way.size(), {0, around});
-    levels_.push_back({item, own});
-    return levels_.back().characters;
+    return lists_.At(record, way, [this](DICOM_List& first, const Character_Set& around) {
+        constexpr std::size_t Enough = 1024;
+        const DICOM_List* const terms = Find_Record(&first, Character_Set_Tag);
+        return terms != nullptr ? Character_Set(Trimmed(set_.Value(*terms, Enough))) : around;
+    });
 }
 
 }  // namespace lib_mend

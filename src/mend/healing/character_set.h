@@ -3,10 +3,10 @@
 #ifndef LIB_MEND_CHARACTER_SET_H
 #define LIB_MEND_CHARACTER_SET_H
 
+#include "mend/healing/inherited.h"
 #include "mend/healing/text_scanner.h"
 #include "mend/reading/data_set.h"
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,8 +19,7 @@ inline constexpr Tag Character_Set_Tag = {0x0008, 0x0005};
 /**
  * The character sets of a value of (0008,0005), PS3.3 section C.12.1.1.2 and PS3.5 section 6.1.
  * Values of VRs that do not follow it (CS, UI, ...) are taken as text in the default repertoire, so
- * that every function may be asked about any text. Copies share their converters; a set and its
- * copies are for one thread at a time.
+ * that every function may be asked about any text.
  */
 class Character_Set {
 public:
@@ -69,8 +68,6 @@ public:
                                                      unsigned short vr) const;
 
 private:
-    class Converters;
-
     void Declare(const Repertoire& set, bool is_first, bool may_extend);
     bool Is_Declared(const Repertoire& set) const;
 
@@ -81,7 +78,6 @@ private:
     std::vector<const Repertoire*> declared_;
     /** The terms provide for escape sequences. */
     bool extends_ = false;
-    std::shared_ptr<Converters> converters_;
 };
 
 /**
@@ -90,7 +86,7 @@ private:
  */
 class Character_Sets_Of_Lists {
 public:
-    explicit Character_Sets_Of_Lists(const Data_Set& set) : set_(set)
+    explicit Character_Sets_Of_Lists(const Data_Set& set) : set_(set), lists_(Character_Set())
     {
     }
 
@@ -101,13 +97,8 @@ public:
     const Character_Set& Of(DICOM_List& record, const Path& way);
 
 private:
-    struct Level {
-        int item;
-        Character_Set characters;
-    };
-
     const Data_Set& set_;
-    std::vector<Level> levels_;
+    Inherited<Character_Set> lists_;
 };
 
 }  // namespace lib_mend

@@ -36,6 +36,10 @@ struct Repertoire {
     /** Byte that goes in front of each character for the converter, 0 for none. */
     char prefix = 0;
 
+    bool Is_Single_Byte() const
+    {
+        return kind == Character_Kind::Single_94 || kind == Character_Kind::Single_96;
+    }
     /** It has no escape sequence: no other set may be declared beside it. */
     bool Stands_Alone() const
     {

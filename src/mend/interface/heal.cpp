@@ -1,5 +1,6 @@
 #include "mend/interface/heal.h"
 
+#include "mend/healing/character_sets.h"
 #include "mend/healing/creators.h"
 #include "mend/healing/repair.h"
 #include "mend/writing/pixel_data.h"
@@ -12,10 +13,10 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
         return;
     }
     set.healed = true;
-    static_cast<void>(options);
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
     Settle_VRs(set, findings);
+    Heal_Character_Sets(set, options, findings);
     Repair_Values(set, set.records.Head(), findings);
     Repair_Values(set, set.meta.Head(), findings);
     Sort_Records(set.records, findings);

@@ -18,7 +18,7 @@ struct Heal_Options {
     /** Fill pixel data that is too short with zeros. */
     bool pad_pixels = false;
     /** Defined terms of the character set that the user knows; empty for those of the file. */
-    std::string charset;
+    std::string charset = {};
     /** Convert every text to UTF-8 and declare it. */
     bool to_utf8 = false;
     /** Keep what is changed inside the file (PS3.3 C.12.1.1.9). */

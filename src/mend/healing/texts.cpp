@@ -1,0 +1,109 @@
+#include "mend/healing/texts.h"
+
+#include "mend/healing/record_building.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag Original_Attributes_Tag = {0x0400, 0x0561};
+
+DICOM_List* Insert_Declaration(Data_Set& set)
+{
+    DICOM_List** link = set.records.Address();
+    while (*link != nullptr && Tag_Of(**link) < Character_Set_Tag) {
+        link = &(*link)->next;
+    }
+    DICOM_List* const record = New_Record(Character_Set_Tag, VR_CS);
+    DICOM_List* const head = set.records.Head();
+    record->next = *link;
+    record->last = head != nullptr ? head->last : record;
+    *link = record;
+    if (record->next == nullptr && head != nullptr) {
+        head->last = record;
+    }
+    return record;
+}
+
+}  // namespace
+
+bool Is_Text(const DICOM_List& record)
+{
+    constexpr std::array VRs = {VR_SH, VR_LO, VR_ST, VR_LT, VR_UC, VR_UT, VR_PN};
+    return record.size > 0 && Has_Value(record) &&
+           std::find(VRs.begin(), VRs.end(), VR_Of(record)) != VRs.end();
+}
+
+Text_Bytes::Text_Bytes(const Data_Set& set, const DICOM_List& record) : record_(record)
+{
+    if (record.data == nullptr) {
+        loaded_ = set.Value(record);
+    }
+}
+
+std::string_view Text_Bytes::View() const
+{
+    if (record_.data != nullptr) {
+        return {reinterpret_cast<const char*>(record_.data),
+                static_cast<std::size_t>(record_.size)};
+    }
+    return {reinterpret_cast<const char*>(loaded_.data()), loaded_.size()};
+}
+
+bool Is_Plain(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), [](char byte) {
+        return static_cast<unsigned char>(byte) < 0x80 && byte != Escape_Byte;
+    });
+}
+
+std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set)
+{
+    constexpr std::size_t Enough = 1024;
+    std::vector<Text_Scope> scopes(1);
+    Inherited<bool> is_former(false);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& path) {
+        is_former.At(record, path, [&](DICOM_List& first, bool around) {
+            const bool own =
+                around || (!path.empty() && path.back().sequence == Original_Attributes_Tag);
+            DICOM_List* const declaration = Find_Record(&first, Character_Set_Tag);
+            if (declaration != nullptr) {
+                Text_Scope scope = {declaration, own, Trimmed(set.Value(*declaration, Enough)), {}};
+                scope.characters = Character_Set(scope.terms);
+                if (path.empty()) {
+                    scopes[0] = std::move(scope);
+                } else {
+                    scopes.push_back(std::move(scope));
+                }
+            }
+            return own;
+        });
+    });
+    return scopes;
+}
+
+void Set_Text(DICOM_List& record, std::string_view text)
+{
+    Bytes bytes(text.begin(), text.end());
+    if (bytes.size() % 2 != 0) {
+        bytes.push_back(' ');
+    }
+    Set_Bytes(record, bytes);
+    record.flags |= DICOM_Mark_Changed;
+}
+
+void Declare(Data_Set& set, Text_Scope& scope, std::string_view terms)
+{
+    if (scope.declaration == nullptr) {
+        scope.declaration = Insert_Declaration(set);
+    }
+    Set_Text(*scope.declaration, terms);
+    scope.terms = terms;
+    scope.characters = Character_Set(terms);
+}
+
+}  // namespace lib_mend

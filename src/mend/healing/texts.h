@@ -1,0 +1,97 @@
+// The texts of a data set, and the declarations of character sets that they follow.
+#ifndef LIB_MEND_TEXTS_H
+#define LIB_MEND_TEXTS_H
+
+#include "mend/healing/character_set.h"
+#include "mend/reading/tree.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lib_mend {
+
+/** A list with a declaration of its own, and what inherits it. The first one is the data set. */
+struct Text_Scope {
+    /** The record of (0008,0005); null for a data set without one. */
+    DICOM_List* declaration = nullptr;
+    /** A former value in Original Attributes, which stays as it is. */
+    bool is_former = false;
+    /** The value of the declaration without its padding. */
+    std::string terms;
+    Character_Set characters;
+};
+
+/** Tells whether the values of an element are texts in the declared character sets. */
+bool Is_Text(const DICOM_List& record);
+
+/** The bytes of a value for the length of a scope, wherever they are. */
+class Text_Bytes {
+public:
+    Text_Bytes(const Data_Set& set, const DICOM_List& record);
+
+    std::string_view View() const;
+
+private:
+    const DICOM_List& record_;
+    Bytes loaded_;
+};
+
+/** Tells whether a text is the same in every set whose G0 is ASCII. */
+bool Is_Plain(std::string_view text);
+
+/** The scopes of a data set, in the order of the tree. */
+std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set);
+
+/** Calls `visit(record, path, scope)` for the elements of a data set, with the index of the scope. */
+template <class Visit>
+void For_Each_In_Scopes(const Data_Set& set, Visit&& visit)
+{
+    std::size_t count = 1;
+    Inherited<std::size_t> scopes(0);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& path) {
+        const std::size_t scope =
+            scopes.At(record, path, [&](DICOM_List& first, std::size_t around) {
+                const bool is_own =
+                    !path.empty() && Find_Record(&first, Character_Set_Tag) != nullptr;
+                return is_own ? count++ : around;
+            });
+        visit(record, path, scope);
+    });
+}
+
+/** The same for the texts. */
+template <class Visit>
+void For_Each_Text(const Data_Set& set, Visit&& visit)
+{
+    For_Each_In_Scopes(set, [&](DICOM_List& record, const Path& path, std::size_t scope) {
+        if (Is_Text(record)) {
+            visit(record, path, scope);
+        }
+    });
+}
+
+/** Calls `visit(scope, path)` for each scope, a data set without a declaration first. */
+template <class Visit>
+void For_Each_Scope(const Data_Set& set, std::vector<Text_Scope>& scopes, Visit&& visit)
+{
+    const bool is_declared = scopes[0].declaration != nullptr;
+    if (!is_declared) {
+        visit(scopes[0], Path());
+    }
+    For_Each_In_Scopes(set, [&](DICOM_List& record, const Path& path, std::size_t scope) {
+        if (scopes[scope].declaration == &record && (scope != 0 || is_declared)) {
+            visit(scopes[scope], path);
+        }
+    });
+}
+
+/** Gives a record a text, padded to an even length. */
+void Set_Text(DICOM_List& record, std::string_view text);
+
+/** Declares terms: in the record of a scope, or in a new one at the front of the data set. */
+void Declare(Data_Set& set, Text_Scope& scope, std::string_view terms);
+
+}  // namespace lib_mend
+
+#endif
