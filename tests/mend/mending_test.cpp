@@ -666,7 +666,7 @@ TEST(Checking, HidesValuesThatMayIdentifyAPerson)
     EXPECT_THAT(hidden, ::testing::Not(HasSubstr("DOE")));
     EXPECT_THAT(hidden, ::testing::Not(HasSubstr("1997")));
     EXPECT_THAT(hidden, HasSubstr("padding 0010,0010 wrong padding character"));
-    EXPECT_THAT(hidden, HasSubstr(" char in \"ct\" not from set"));
+    EXPECT_THAT(hidden, ::testing::Not(HasSubstr("\"ct\"")));
     // A value cannot pass itself off as a message of another kind.
     Stream_Builder s;
     s.Raw(Part10_Head(Explicit_Little_UID));

@@ -1,5 +1,7 @@
 #include "mend/findings/faults.h"
 
+#include "mend/findings/privacy.h"
+
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -304,42 +306,31 @@ const char* Severity_Name(Severity severity)
     return "error";
 }
 
-bool May_Identify(Tag tag, unsigned short vr)
-{
-    constexpr unsigned short Groups[] = {0x0010, 0x0012, 0x0032, 0x0038, 0x4008};
-    constexpr Tag Classes[] = {{0x0002, 0x0002}, {0x0002, 0x0010}, {0x0002, 0x0012},
-                               {0x0002, 0x0013}, {0x0008, 0x0016}, {0x0008, 0x1150}};
-    if (std::find(std::begin(Classes), std::end(Classes), tag) != std::end(Classes)) {
-        return false;
-    }
-    if (tag.group % 2 != 0 ||
-        std::find(std::begin(Groups), std::end(Groups), tag.group) != std::end(Groups)) {
-        return true;
-    }
-    constexpr unsigned short Harmless[] = {VR_AT, VR_CS, VR_DS, VR_FD, VR_FL, VR_IS,
-                                           VR_SL, VR_SS, VR_SV, VR_UL, VR_US, VR_UV};
-    const TAG_db_Elems* const entry = NEMA_db_Locate(tag.group, tag.element);
-    if (vr == 0 && entry != nullptr) {
-        vr = entry->vr[0];
-    }
-    return std::find(std::begin(Harmless), std::end(Harmless), vr) == std::end(Harmless);
-}
-
 std::string Shown_Text(const Finding& finding, bool show_values)
 {
     const Finding_Kind& kind = Kind_Of(finding);
-    const bool may_show = show_values || !finding.has_tag || !May_Identify(finding.tag, finding.vr);
-    if (finding.fault == Fault::Other && kind.quotes_value && !may_show) {
+    if (finding.fault == Fault::Other && kind.quotes_value && finding.has_tag && !show_values) {
         return std::string(kind.what) + " (--show-values shows it)";
     }
     std::string text = finding.text;
-    if (may_show && !finding.before.empty()) {
+    if (!Shows_Values(finding, show_values)) {
+        return text;
+    }
+    if (!finding.before.empty()) {
         text += ": \"" + finding.before + "\"";
     }
-    if (may_show && !finding.after.empty()) {
+    if (!finding.after.empty()) {
         text += (finding.before.empty() ? ": \"" : " becomes \"") + finding.after + "\"";
     }
     return text;
+}
+
+bool Shows_Values(const Finding& finding, bool show_values)
+{
+    const bool has_values = !finding.before.empty() || !finding.after.empty();
+    return has_values && (show_values || !finding.has_tag ||
+                          (Is_Harmless(finding.tag, finding.vr, finding.before) &&
+                           Is_Harmless(finding.tag, finding.vr, finding.after)));
 }
 
 }  // namespace lib_mend

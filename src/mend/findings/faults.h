@@ -35,17 +35,13 @@ Severity Severity_Of(const Finding& finding);
 const char* Severity_Name(Severity severity);
 
 /**
- * Tells whether values of an attribute may identify a person. Only numbers and codes outside the
- * groups on patients, visits and requests surely do not; dates, UIDs and free texts may, and so may
- * private elements (PS3.15 annex E).
- */
-bool May_Identify(Tag tag, unsigned short vr);
-
-/**
  * The text of a finding with the values before and after; without those that may identify a person
  * unless they are to be shown.
  */
 std::string Shown_Text(const Finding& finding, bool show_values);
+
+/** Tells whether the values of a finding, if it has any, may be shown. */
+bool Shows_Values(const Finding& finding, bool show_values);
 
 }  // namespace lib_mend
 
