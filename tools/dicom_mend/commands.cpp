@@ -173,7 +173,10 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
     if (!mended) {
         return Exit_Failure;
     }
-    const std::string error = lib_mend::Write_Safely(request.output, file.Pieces(), request.force);
+    const auto give = [&](const lib_mend::Piece_Taker& take) {
+        return file.Give(take);
+    };
+    const std::string error = lib_mend::Write_Safely(request.output, give, request.force);
     if (!error.empty()) {
         Report_Failure(request.output, error);
         return Exit_Failure;

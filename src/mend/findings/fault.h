@@ -60,6 +60,7 @@ enum class Fault : unsigned char {
     Deflated,
     Trailing,
     Directory,
+    Directory_Moved,
     Retired,
     Group_Length,
     Creator,

@@ -125,6 +125,8 @@ constexpr Finding_Kind Kinds[] = {
      false},
     {Fault::Directory, "directory", Severity::Error, "offset in a directory that leads nowhere",
      "offsets are those of directory records", "PS3.3 F.3.2.2", false},
+    {Fault::Directory_Moved, "directory-moved", Severity::Info,
+     "a directory record stands at another place of the output", "", "PS3.3 F.3.2.2", false},
     {Fault::Retired, "retired", Severity::Info, "retired element", "", "PS3.6 6", false},
     {Fault::Group_Length, "group-length", Severity::Info, "group length", "", "PS3.5 7.2", false},
     {Fault::Creator, "creator", Severity::Warning, "private element without a creator",

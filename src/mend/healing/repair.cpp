@@ -188,22 +188,6 @@ void Fit_List(Data_Set& set, DICOM_List* list, const Encoding& output, bool is_s
     }
 }
 
-void Remove_Duplicates(DICOM_List* list, Findings& findings)
-{
-    for (DICOM_List& record : Records(list)) {
-        while (record.next != nullptr && Tag_Of(*record.next) == Tag_Of(record) &&
-               !Is_Delimiter(record)) {
-            DICOM_List* const again = record.next;
-            findings.Add(Level::Change, *again, "occurs twice; the first one is kept");
-            record.next = again->next;
-            DICOM_Attribute_Free(nullptr, again);
-        }
-        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
-            Remove_Duplicates(Item_Of(record, i), findings);
-        }
-    }
-}
-
 /** What is needed to tell of a record after it is gone. */
 struct Trace_Of_Record {
     Tag tag;
@@ -320,13 +304,6 @@ void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings)
             Repair_Values(set, Item_Of(record, i), findings);
         }
     }
-}
-
-void Sort_Records(Record_List& list, Findings& findings)
-{
-    DICOM_Root root = {};
-    DICOM_Attribute_Sort(nullptr, &root, list.Address());
-    Remove_Duplicates(list.Head(), findings);
 }
 
 void Remove_Invalid(Record_List& list, Findings& findings)

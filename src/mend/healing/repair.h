@@ -29,9 +29,6 @@ void Fit_To_Encoding(Data_Set& set, const Encoding& output, Findings& findings);
 /** Loads and repairs every value but the pixel data; reports each change. */
 void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings);
 
-/** Sorts a list and keeps the first of records with the same tag, in items too. */
-void Sort_Records(Record_List& list, Findings& findings);
-
 /** Removes invalid and deleted records; reports every element that goes. */
 void Remove_Invalid(Record_List& list, Findings& findings);
 

@@ -2,8 +2,10 @@
 
 #include "mend/healing/character_sets.h"
 #include "mend/healing/creators.h"
+#include "mend/healing/directory.h"
+#include "mend/healing/order.h"
+#include "mend/healing/pixel_data.h"
 #include "mend/healing/repair.h"
-#include "mend/writing/pixel_data.h"
 
 namespace lib_mend {
 
@@ -19,9 +21,10 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Heal_Character_Sets(set, options, findings);
     Repair_Values(set, set.records.Head(), findings);
     Repair_Values(set, set.meta.Head(), findings);
-    Sort_Records(set.records, findings);
+    Heal_Order(set, set.records, findings);
     Check_Creators(set.records.Address(), findings);
-    Report_Pixel_Changes(set, findings);
+    Heal_Pixel_Data(set, findings);
+    Heal_Directory(set, findings);
 }
 
 }  // namespace lib_mend

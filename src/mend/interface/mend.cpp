@@ -4,19 +4,12 @@
 #include "mend/interface/heal.h"
 #include "mend/io/deflate.h"
 #include "mend/writing/directory_offsets.h"
+#include "mend/writing/encoder.h"
 #include "mend/writing/file_meta.h"
-#include "mend/writing/pixel_data.h"
-
-#include <cstdlib>
-#include <exception>
-#include <stdexcept>
 
 namespace lib_mend {
 
 namespace {
-
-/** The last group that DICOM_Write_Buffer writes. */
-constexpr unsigned short Last_Written_Group = 0x7FFF;
 
 Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax)
 {
@@ -43,126 +36,47 @@ Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax)
     return encoding;
 }
 
-/** What the writer is told by settings, for the length of a scope. */
-class Writer_Settings {
-public:
-    explicit Writer_Settings(const Mend_Options& options)
-        : saved_private_(Flag_DICOM_Propriatery), saved_lengths_(DICOM_Flag_Elem_0000),
-          saved_sizes_(DICOM_Flag_Seq_Size)
-    {
-        Flag_DICOM_Propriatery = 1;
-        DICOM_Flag_Elem_0000 = options.group_lengths ? 1 : 0;
-        DICOM_Flag_Seq_Size = options.defined_lengths ? 1 : 0;
-        DICOM_Write_Image_Fct(&Write_Pixel_Data);
-    }
-    Writer_Settings(const Writer_Settings&) = delete;
-    Writer_Settings& operator=(const Writer_Settings&) = delete;
-    ~Writer_Settings()
-    {
-        Flag_DICOM_Propriatery = saved_private_;
-        DICOM_Flag_Elem_0000 = saved_lengths_;
-        DICOM_Flag_Seq_Size = saved_sizes_;
-        DICOM_Write_Image_Fct(nullptr);
-    }
+constexpr std::int64_t Preamble_Size = 128;
 
-private:
-    char saved_private_;
-    char saved_lengths_;
-    char saved_sizes_;
-};
-
-/** First record beyond the groups that the writer knows: private groups above 7FFF. */
-DICOM_List* Tail_Of(const Data_Set& set)
+/** Preamble, prefix and group 0002, which is explicit VR little endian whatever follows. */
+void Encode_Head(const Data_Set& set, Output& out)
 {
-    DICOM_List* record = set.records.Head();
-    while (record != nullptr && record->group <= Last_Written_Group) {
-        record = record->next;
+    Bytes preamble(Preamble_Size);
+    for (const char c : {'D', 'I', 'C', 'M'}) {
+        preamble.push_back(static_cast<unsigned char>(c));
     }
-    return record;
+    out.Put(preamble);
+    const Encoder_Options options = {Encoding_Of(Explicit_Little_UID), false, true};
+    Encode_List(set.source, set.meta.Head(), options, out);
 }
 
-bool Append_Tail(const Data_Set& set, char code, Encoded_File& out)
+/** Encodes and deflates the data set; false without memory. */
+bool Encode_Deflated(const Data_Set& set, const Encoder_Options& options, Findings& findings,
+                     Output& out)
 {
-    DICOM_List* const tail = Tail_Of(set);
-    if (tail == nullptr) {
-        return true;
-    }
-    char* bytes = nullptr;
-    const int size = DICOM_List2Stream(nullptr, code, tail, &bytes);
-    const std::int64_t total = static_cast<std::int64_t>(out.body_size) + size;
-    void* const body = size > 0 && total <= Max_File_Size
-                           ? std::realloc(out.body, static_cast<std::size_t>(total))
-                           : nullptr;
-    const bool fits = body != nullptr;
-    if (fits) {
-        out.body = static_cast<char*>(body);
-        std::copy(bytes, bytes + size, out.body + out.body_size);
-        out.body_size = static_cast<unsigned int>(total);
-    }
-    DICOM_Lib_Free(&bytes);
-    return fits;
-}
-
-/** True when the list holds anything that DICOM_Write_Buffer writes. */
-bool Has_Body(const Data_Set& set)
-{
-    return set.records.Head() != nullptr && set.records.Head()->group <= Last_Written_Group;
-}
-
-/** What the callback for the pixel data threw on its way through the library. */
-void Pass_On(const Pixel_Job& job)
-{
-    if (job.failure == nullptr) {
-        return;
-    }
-    try {
-        std::rethrow_exception(job.failure);
-    } catch (const std::length_error& error) {
-        job.findings.Add(Level::Error, Pixel_Data_Tag, Finding::Nowhere, error.what());
-    }
-}
-
-bool Encode(const Data_Set& set, const Mend_Options& options, const Encoding& encoding,
-            Findings& findings, Encoded_File& out)
-{
-    const Writer_Settings settings(options);
-    // The head is explicit VR little endian whatever the data set is. Its group length would
-    // follow another code.
-    constexpr char Head_Code = DICOM_Order_Explicit_VR;
-    const char code = static_cast<char>(encoding.Code());
-    DICOM_Lib_Free(&out.head);
-    out.head_size = DICOM_Write_Part10(nullptr, Head_Code, set.meta.Head(), &out.head);
-    Pixel_Job job = {set, findings, options.group_lengths, nullptr};
-    out.body_size =
-        Has_Body(set) ? DICOM_Write_Buffer(nullptr, code, set.records.Head(), &out.body, &job) : 0;
-    Pass_On(job);
-    const bool written =
-        out.head_size != 0 && (out.body_size != 0 || !Has_Body(set)) && Append_Tail(set, code, out);
-    if (!written) {
-        const std::string reason = findings.Take_Errors();
-        findings.Add(Level::Error, "cannot be encoded" + (reason.empty() ? "" : ": " + reason));
-        return false;
-    }
-    out.deflated.clear();
-    if (encoding.deflated &&
-        !Deflate({reinterpret_cast<const unsigned char*>(out.body), out.body_size}, out.deflated)) {
+    Encoded_File plain;
+    Encode_List(set.source, set.records.Head(), options, plain);
+    Bytes deflated;
+    if (!Deflate(plain.Joined(), deflated)) {
         findings.Add(Level::Error, "no memory to deflate the data set");
         return false;
     }
+    out.Put(deflated);
     return true;
 }
 
-/** Encodes a DICOMDIR, whose values depend on where its records come to stand. */
-bool Encode_Directory(Data_Set& set, const Mend_Options& options, const Encoding& encoding,
-                      const std::vector<unsigned int>& old_places, Findings& findings,
-                      Encoded_File& out)
+bool Encode(Data_Set& set, const Mend_Options& options, const Encoding& encoding,
+            Findings& findings, Encoded_File& out)
 {
-    if (!Encode(set, options, encoding, findings, out)) {
-        return false;
+    const Encoder_Options body = {encoding, options.defined_lengths, options.group_lengths};
+    out.Clear();
+    Encode_Head(set, out);
+    if (encoding.deflated) {
+        return Encode_Deflated(set, body, findings, out);
     }
-    const std::vector<unsigned int> new_places = Directory_Places_In(out.Joined());
-    Move_Directory_Offsets(set, old_places, new_places, findings);
-    return Encode(set, options, encoding, findings, out);
+    Move_Directory_Offsets(set, body, out.Size(), findings);
+    Encode_List(set.source, set.records.Head(), body, out);
+    return true;
 }
 
 /** Tells what cannot be written without harm; false then. */
@@ -193,31 +107,6 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
 
 }  // namespace
 
-Encoded_File::~Encoded_File()
-{
-    DICOM_Lib_Free(&head);
-    DICOM_Lib_Free(&body);
-}
-
-std::vector<std::span<const unsigned char>> Encoded_File::Pieces() const
-{
-    const std::span<const unsigned char> first(reinterpret_cast<const unsigned char*>(head),
-                                               head_size);
-    if (!deflated.empty()) {
-        return {first, deflated};
-    }
-    return {first, {reinterpret_cast<const unsigned char*>(body), body_size}};
-}
-
-Bytes Encoded_File::Joined() const
-{
-    Bytes all;
-    for (const std::span<const unsigned char> piece : Pieces()) {
-        all.insert(all.end(), piece.begin(), piece.end());
-    }
-    return all;
-}
-
 bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encoded_File& out)
 {
     if (!Can_Be_Written(set, options, findings)) {
@@ -228,7 +117,6 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     }
     const Encoding encoding = Output_Encoding(set, options.syntax);
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
-    const std::vector<unsigned int> places = Directory_Places(set);
 
     Heal(set, options.heal, findings);
     Fit_To_Encoding(set, encoding, findings);
@@ -238,9 +126,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
         return false;
     }
     Complete_Meta(set, syntax, findings);
-    const bool encoded = places.empty()
-                             ? Encode(set, options, encoding, findings, out)
-                             : Encode_Directory(set, options, encoding, places, findings, out);
+    const bool encoded = Encode(set, options, encoding, findings, out);
     findings.Settle_Errors();
     if (set.source->Failure() != 0) {
         findings.Add(Level::Error, "the values cannot be read");

@@ -4,35 +4,13 @@
 
 #include "mend/interface/options.h"
 #include "mend/reading/data_set.h"
-
-#include <span>
-#include <vector>
+#include "mend/writing/output.h"
 
 namespace lib_mend {
 
-/** An encoded file in pieces that follow each other. */
-class Encoded_File {
-public:
-    Encoded_File() = default;
-    Encoded_File(const Encoded_File&) = delete;
-    Encoded_File& operator=(const Encoded_File&) = delete;
-    ~Encoded_File();
-
-    std::vector<std::span<const unsigned char>> Pieces() const;
-    Bytes Joined() const;
-
-    /** Preamble and group 0002, and the data set; from the C heap. */
-    char* head = nullptr;
-    unsigned int head_size = 0;
-    char* body = nullptr;
-    unsigned int body_size = 0;
-    /** Takes the place of `body` when the data set is deflated. */
-    Bytes deflated;
-};
-
 /**
- * Completes, repairs, sorts and encodes a data set. Everything that changes is reported. Throws
- * std::bad_alloc.
+ * Completes, repairs, sorts and encodes a data set. Everything that changes is reported. Values
+ * that lie in the source are read when `out` is. Throws std::bad_alloc.
  *
  * @return false after an error finding: there is no output
  */

@@ -291,6 +291,15 @@ std::string Target_Fault(const std::string& path, bool replace)
 std::string Write_Safely(const std::string& path,
                          const std::vector<std::span<const unsigned char>>& pieces, bool replace)
 {
+    return Write_Safely(
+        path,
+        [&](const Piece_Taker& take) { return std::all_of(pieces.begin(), pieces.end(), take); },
+        replace);
+}
+
+std::string Write_Safely(const std::string& path,
+                         const std::function<bool(const Piece_Taker&)>& give, bool replace)
+{
     const std::string name = Name_Of(path);
     const Folder folder(Folder_Of(path));
     const Target target = Look_At(folder, name, replace);
@@ -300,10 +309,15 @@ std::string Write_Safely(const std::string& path,
     // The signals are let go after the file has been removed.
     const Held_Signals signals;
     Temporary_File file(folder, target.exists ? S_IRUSR | S_IWUSR : 0666);
-    const bool written =
-        file.Opened() && std::all_of(pieces.begin(), pieces.end(),
-                                     [&](const auto& piece) { return file.Write(piece, signals); });
-    if (!written || (target.exists && !file.Take_Over(target.status)) || !file.Sync() ||
+    bool writable = file.Opened();
+    const bool given = writable && give([&](std::span<const unsigned char> piece) {
+                           writable = file.Write(piece, signals);
+                           return writable;
+                       });
+    if (writable && !given) {
+        return "cannot be written, for a part of it cannot be read";
+    }
+    if (!writable || (target.exists && !file.Take_Over(target.status)) || !file.Sync() ||
         !file.Close() || !file.Rename(name, replace)) {
         return "cannot be written: " + System_Text();
     }

@@ -2,6 +2,7 @@
 #ifndef LIB_MEND_SAFE_FILE_H
 #define LIB_MEND_SAFE_FILE_H
 
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -28,6 +29,16 @@ std::string Target_Fault(const std::string& path, bool replace);
  */
 std::string Write_Safely(const std::string& path,
                          const std::vector<std::span<const unsigned char>>& pieces, bool replace);
+
+/** Takes one piece; false when it could not be written. */
+using Piece_Taker = std::function<bool(std::span<const unsigned char>)>;
+
+/**
+ * Writes the pieces that `give` hands to its argument, so that they need not be in memory together.
+ * `give` returns false when its argument did, or when it has not got what it should give.
+ */
+std::string Write_Safely(const std::string& path,
+                         const std::function<bool(const Piece_Taker&)>& give, bool replace);
 
 }  // namespace lib_mend
 

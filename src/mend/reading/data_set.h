@@ -35,6 +35,11 @@ public:
     {
         return head_;
     }
+    /** Gives the list away. */
+    DICOM_List* Release()
+    {
+        return std::exchange(head_, nullptr);
+    }
     /** For the library's operations that may replace the first record. */
     DICOM_List** Address()
     {

@@ -37,6 +37,19 @@ public:
     {
         return levels_.size() > 1 ? levels_[levels_.size() - 2].last : nullptr;
     }
+    /**
+     * Calls `visit(list, path)` for the address of the list of each item of the record that was
+     * returned last. The path is not kept.
+     */
+    template <class Visit>
+    void For_Each_Item(DICOM_List& record, Visit&& visit)
+    {
+        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+            way_.push_back({Tag_Of(record), i});
+            visit(&record.item[i], way_);
+            way_.pop_back();
+        }
+    }
     /** Leaves the items of the record that was returned last out. */
     void Skip_Items()
     {
@@ -76,11 +89,7 @@ void For_Each_List(DICOM_List** list, Visit&& visit)
     visit(list, Path());
     Tree_Walk walk(*list);
     while (DICOM_List* const record = walk.Next()) {
-        for (int i = 0; Item_Of(*record, i) != nullptr; ++i) {
-            Path path = walk.Way();
-            path.push_back({Tag_Of(*record), i});
-            visit(&record->item[i], path);
-        }
+        walk.For_Each_Item(*record, visit);
     }
 }
 

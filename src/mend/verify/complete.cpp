@@ -1,5 +1,6 @@
 #include "mend/verify/complete.h"
 
+#include "mend/healing/order.h"
 #include "mend/healing/repair.h"
 #include "mend/verify/verify.h"
 #include "mend/writing/file_meta.h"
@@ -237,19 +238,28 @@ void Report_Deletions(DICOM_List* list, DICOM_List* module, Findings& findings)
     }
 }
 
+/** The library puts what it adds in front of the item header. That is no fault of the file. */
+void Restore_Order(Data_Set& set)
+{
+    Findings unheard;
+    Heal_Order(set, set.records, unheard);
+}
+
 }  // namespace
 
 bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
 {
     Place_In_Set place(set);
     Merger(place, findings).Merge(*place.List(), module);
-    Sort_Records(set.records, findings);
+    Restore_Order(set);
     Make_Identity(place, module, findings);
     Add_Empty(place, *place.List(), module, findings);
+    Restore_Order(set);
     Assign_Types(*place.List(), module);
     Remove_Empty(place, findings);
     Report_Deletions(*place.List(), module, findings);
     DICOM_Postproc_Step_4(nullptr, place.Root(), place.List(), module);
+    Restore_Order(set);
     const std::string errors = findings.Take_Errors();
     if (!errors.empty()) {
         findings.Add(Level::Error, errors);

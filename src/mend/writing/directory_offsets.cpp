@@ -1,76 +1,66 @@
 #include "mend/writing/directory_offsets.h"
 
-#include "mend/reading/reader.h"
+#include "mend/healing/directory.h"
+#include "mend/healing/record_building.h"
+#include "mend/reading/tree.h"
 
-#include <algorithm>
-#include <cstring>
-#include <map>
+#include <unordered_map>
 
 namespace lib_mend {
 
 namespace {
 
 constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
-constexpr Tag Offset_Tags[] = {
-    {0x0004, 0x1200}, {0x0004, 0x1202}, {0x0004, 0x1400}, {0x0004, 0x1420}, {0x0004, 0x1504}};
 
-bool Is_Offset(const DICOM_List& record)
+/** Old places and new ones. */
+using Moves = std::unordered_map<unsigned int, std::int64_t>;
+
+Moves Moves_Of(const DICOM_List& directory, const Item_Places& places, std::int64_t start)
 {
-    return std::find(std::begin(Offset_Tags), std::end(Offset_Tags), Tag_Of(record)) !=
-               std::end(Offset_Tags) &&
-           record.size == 4 && record.data != nullptr;
+    Moves moves;
+    for (int i = 0; Item_Of(directory, i) != nullptr; ++i) {
+        const DICOM_List* const item = Item_Of(directory, i);
+        const auto place = places.find(item);
+        if (place != places.end() && Is_Delimiter(*item)) {
+            moves.emplace(item->pos, start + place->second);
+        }
+    }
+    return moves;
+}
+
+void Move_Offset(DICOM_List& record, const Path& path, const Moves& moves, Findings& findings)
+{
+    constexpr std::int64_t Largest = 0xFFFFFFFF;
+    if (VR_Of(record) != VR_UL || record.size != 4 || record.data == nullptr) {
+        return;
+    }
+    const auto old_place = static_cast<unsigned int>(Get_Int(record.byte_order, record.data));
+    const auto move = moves.find(old_place);
+    if (old_place == 0 || move == moves.end() || move->second == old_place ||
+        move->second > Largest) {
+        return;
+    }
+    findings.Report(Fault::Directory_Moved, Level::Change, At(record, path),
+                    "the offset follows its directory record",
+                    {std::to_string(old_place), std::to_string(move->second)});
+    const auto new_place = static_cast<std::uint32_t>(move->second);
+    Set_Bytes(record, {Put_Int(0, static_cast<int>(new_place)), 4});
 }
 
 }  // namespace
 
-std::vector<unsigned int> Directory_Places(const Data_Set& set)
+void Move_Directory_Offsets(Data_Set& set, const Encoder_Options& options, std::int64_t start,
+                            Findings& findings)
 {
-    std::vector<unsigned int> places;
     const DICOM_List* const directory = Find_Record(set.records.Head(), Directory_Sequence_Tag);
-    for (int i = 0; directory != nullptr && Item_Of(*directory, i) != nullptr; ++i) {
-        // As long as the delimiters have not been removed, the item tag is the first record.
-        places.push_back(Item_Of(*directory, i)->pos);
+    if (directory == nullptr) {
+        return;
     }
-    return places;
-}
-
-std::vector<unsigned int> Directory_Places_In(std::span<const unsigned char> file)
-{
-    Findings unheard;
-    const Library_Session session(unheard);
-    return Directory_Places(Read_Data_Set(Source::From_Image(file, "output"), unheard));
-}
-
-void Move_Directory_Offsets(Data_Set& set, const std::vector<unsigned int>& old_places,
-                            const std::vector<unsigned int>& new_places, Findings& findings)
-{
-    std::map<unsigned int, unsigned int> moved;
-    for (std::size_t i = 0; i < std::min(old_places.size(), new_places.size()); ++i) {
-        moved[old_places[i]] = new_places[i];
-    }
-    For_Each_Record(set.records.Head(), [&](DICOM_List& record) {
-        if (!Is_Offset(record)) {
-            return;
+    const Moves moves = Moves_Of(*directory, Places_Of_Items(set.records.Head(), options), start);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& path) {
+        if (Is_Directory_Offset(Tag_Of(record))) {
+            Move_Offset(record, path, moves, findings);
         }
-        const auto old_place = static_cast<unsigned int>(Get_Int(0, record.data));
-        if (old_place == 0) {
-            return;
-        }
-        const auto place = moved.find(old_place);
-        unsigned int new_place = 0;
-        if (place != moved.end()) {
-            new_place = place->second;
-            if (new_place != old_place) {
-                findings.Add(Level::Change, record,
-                             "offset " + std::to_string(old_place) + " follows its record to " +
-                                 std::to_string(new_place));
-            }
-        } else {
-            findings.Add(Level::Change, record,
-                         "offset " + std::to_string(old_place) +
-                             " names no directory record; set to 0");
-        }
-        std::memcpy(record.data, Put_Int(0, static_cast<int>(new_place)), 4);
     });
 }
 

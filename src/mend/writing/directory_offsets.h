@@ -3,25 +3,19 @@
 #ifndef LIB_MEND_DIRECTORY_OFFSETS_H
 #define LIB_MEND_DIRECTORY_OFFSETS_H
 
-#include "mend/reading/data_set.h"
-
-#include <span>
-#include <vector>
+#include "mend/writing/encoder.h"
 
 namespace lib_mend {
 
-/** Places of the directory records; empty when the data set is no DICOMDIR. */
-std::vector<unsigned int> Directory_Places(const Data_Set& set);
-
-/** Places of the directory records in an encoded file. */
-std::vector<unsigned int> Directory_Places_In(std::span<const unsigned char> file);
-
 /**
- * Replaces the old places by the new ones wherever the directory names them. An offset that names
- * no record is set to 0, which means none.
+ * Replaces the places that the directory records had in the source by those that they get,
+ * wherever the directory names them. An offset that names no record stays as it is, and is said.
+ *
+ * @param options  how the data set will be encoded
+ * @param start    where it will start in the file
  */
-void Move_Directory_Offsets(Data_Set& set, const std::vector<unsigned int>& old_places,
-                            const std::vector<unsigned int>& new_places, Findings& findings);
+void Move_Directory_Offsets(Data_Set& set, const Encoder_Options& options, std::int64_t start,
+                            Findings& findings);
 
 }  // namespace lib_mend
 

@@ -1,5 +1,6 @@
 #include "mend/writing/file_meta.h"
 
+#include "mend/healing/order.h"
 #include "mend/healing/repair.h"
 
 #include <cstdlib>
@@ -132,7 +133,7 @@ std::string Make_UID(const Data_Set& set, Tag purpose)
 
 void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
 {
-    Sort_Records(set.meta, findings);
+    Heal_Order(set, set.meta, findings);
     Remove_Invalid(set.meta, findings);
     DICOM_Root root = {};
     DICOM_Attribute_Delete(nullptr, &root, set.meta.Address(), Group_Length_Tag.group,

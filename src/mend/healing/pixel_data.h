@@ -1,0 +1,32 @@
+// Pixel data: its VR, its fragments, and what the attributes of the image say about it.
+#ifndef LIB_MEND_HEALING_PIXEL_DATA_H
+#define LIB_MEND_HEALING_PIXEL_DATA_H
+
+#include "mend/reading/data_set.h"
+
+#include <vector>
+
+namespace lib_mend {
+
+/** Pixel data as numbers of a width that the tag alone tells, or as integers. */
+inline constexpr Tag Float_Pixel_Tag = {0x7FE0, 0x0008};
+inline constexpr Tag Double_Pixel_Tag = {0x7FE0, 0x0009};
+
+/** Heals all that concerns pixel data. The values themselves stay in the source. */
+void Heal_Pixel_Data(Data_Set& set, Findings& findings);
+
+/** Native pixel data gets the VR that its bits ask for (PS3.5 section 8.2 and annex A). */
+void Heal_Pixel_VR(Data_Set& set, Findings& findings);
+
+/** A compressed stream of defined length becomes a fragment (PS3.5 section A.4). */
+void Encapsulate_Stream(Data_Set& set, Findings& findings);
+
+/** Fragments of odd length will be padded, and the offset table follows them. */
+void Heal_Fragments(Data_Set& set, Findings& findings);
+
+/** The fragments of encapsulated data; the first is the offset table. */
+std::vector<DICOM_List*> Fragments_Of(const DICOM_List& pixels);
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,494 @@
+#include "mend/writing/encoder.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <vector>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag Item_Tag = {0xFFFE, 0xE000};
+constexpr Tag Item_End_Tag = {0xFFFE, 0xE00D};
+constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
+constexpr unsigned short Padding_Group = 0xFFFC;
+
+constexpr std::int64_t Undefined = 0xFFFFFFFF;
+/** Longest value that a header with a 2-byte length can have. */
+constexpr std::int64_t Longest_Short_Value = 65534;
+constexpr std::int64_t Item_Header_Size = 8;
+constexpr std::int64_t Group_Length_Size = 4;
+
+/** How a VR stands in a stream. */
+struct VR_Form {
+    unsigned short vr;
+    bool is_long;
+    int width;
+    char padding;
+};
+
+constexpr VR_Form VR_Forms[] = {
+    {VR_AE, false, 1, ' '},  {VR_AS, false, 1, ' '},  {VR_AT, false, 2, '\0'},
+    {VR_CS, false, 1, ' '},  {VR_DA, false, 1, ' '},  {VR_DS, false, 1, ' '},
+    {VR_DT, false, 1, ' '},  {VR_FD, false, 8, '\0'}, {VR_FL, false, 4, '\0'},
+    {VR_IS, false, 1, ' '},  {VR_LO, false, 1, ' '},  {VR_LT, false, 1, ' '},
+    {VR_OB, true, 1, '\0'},  {VR_OD, true, 8, '\0'},  {VR_OF, true, 4, '\0'},
+    {VR_OL, true, 4, '\0'},  {VR_OV, true, 8, '\0'},  {VR_OW, true, 2, '\0'},
+    {VR_PN, false, 1, ' '},  {VR_SH, false, 1, ' '},  {VR_SL, false, 4, '\0'},
+    {VR_SQ, true, 1, '\0'},  {VR_SS, false, 2, '\0'}, {VR_ST, false, 1, ' '},
+    {VR_SV, true, 8, '\0'},  {VR_TM, false, 1, ' '},  {VR_UC, true, 1, ' '},
+    {VR_UI, false, 1, '\0'}, {VR_UL, false, 4, '\0'}, {VR_UN, true, 1, '\0'},
+    {VR_UR, true, 1, ' '},   {VR_US, false, 2, '\0'}, {VR_UT, true, 1, ' '},
+    {VR_UV, true, 8, '\0'},
+};
+
+constexpr VR_Form Unknown_Form = {VR_UN, true, 1, '\0'};
+
+const VR_Form& Form_Of(unsigned short vr)
+{
+    const auto* const form = std::find_if(std::begin(VR_Forms), std::end(VR_Forms),
+                                          [vr](const VR_Form& row) { return row.vr == vr; });
+    return form != std::end(VR_Forms) ? *form : Unknown_Form;
+}
+
+constexpr std::int64_t Even(std::int64_t size)
+{
+    return size + size % 2;
+}
+
+/** An element that is no container, as it will stand in the output. */
+struct Value_Form {
+    unsigned short vr = VR_UN;
+    bool is_long = true;
+    std::int64_t size = 0;
+    int width = 1;
+    char padding = '\0';
+};
+
+Value_Form Value_Form_Of(const DICOM_List& record, const Encoding& encoding)
+{
+    VR_Form form = Form_Of(VR_Of(record));
+    if (form.vr == VR_SQ) {
+        // Bytes that were no items.
+        form = Unknown_Form;
+    }
+    Value_Form value = {form.vr, form.is_long, std::max(record.size, 0), form.width, form.padding};
+    if (encoding.explicit_vr && !form.is_long && Even(value.size) > Longest_Short_Value) {
+        // PS3.5 section 6.2.2.
+        value.vr = VR_UN;
+        value.is_long = true;
+    }
+    // Values of UN are little endian in every syntax.
+    const bool was_big = (record.byte_order & DICOM_Order_Big_Endian) != 0 && form.vr != VR_UN;
+    const bool is_big = encoding.big_endian && value.vr != VR_UN;
+    const bool has_whole_units = form.width <= 2 || value.size % form.width == 0;
+    if (was_big == is_big || !has_whole_units) {
+        value.width = 1;
+    }
+    return value;
+}
+
+std::int64_t Header_Size(bool is_long, const Encoding& encoding)
+{
+    return encoding.explicit_vr && is_long ? 12 : 8;
+}
+
+bool Is_Group_Length(const DICOM_List& record)
+{
+    return record.element == 0x0000;
+}
+
+/** A slot that holds nothing but the end of its sequence is no item. */
+bool Is_Item(const DICOM_List* list)
+{
+    return list != nullptr && (!Is_Delimiter(*list) || Tag_Of(*list) == Item_Tag);
+}
+
+/**
+ * Goes through a tree in the order of the output, with a stack of its own. `Visitor` has
+ * Group_Length, Value, Fragments, Begin_Sequence, End_Sequence, Begin_Item and End_Item.
+ */
+template <class Visitor>
+class Traversal {
+public:
+    Traversal(const Encoder_Options& options, Visitor& visitor)
+        : options_(options), visitor_(visitor)
+    {
+    }
+
+    void Run(const DICOM_List* list)
+    {
+        levels_.push_back({list, nullptr, 0, No_Group});
+        while (true) {
+            Level& level = levels_.back();
+            if (level.next != nullptr) {
+                const DICOM_List& record = *level.next;
+                level.next = record.next;
+                Take(record, level);
+            } else if (levels_.size() == 1) {
+                return;
+            } else {
+                const Level done = level;
+                levels_.pop_back();
+                visitor_.End_Item();
+                Enter_Item(*done.sequence, done.item + 1);
+            }
+        }
+    }
+
+private:
+    static constexpr unsigned int No_Group = 0x10000;
+
+    struct Level {
+        const DICOM_List* next;
+        const DICOM_List* sequence;
+        int item;
+        unsigned int group;
+    };
+
+    void Take(const DICOM_List& record, Level& level)
+    {
+        if (Is_Delimiter(record)) {
+            return;
+        }
+        if (record.group != level.group) {
+            level.group = record.group;
+            const bool is_wanted =
+                options_.group_lengths && levels_.size() == 1 && record.group != Padding_Group;
+            if (is_wanted || Is_Group_Length(record)) {
+                visitor_.Group_Length(record.group);
+            } else {
+                visitor_.No_Group_Length();
+            }
+            if (Is_Group_Length(record)) {
+                return;
+            }
+        }
+        if (Holds_Fragments(record)) {
+            visitor_.Fragments(record);
+        } else if (Holds_Items(record)) {
+            visitor_.Begin_Sequence(record);
+            Enter_Item(record, 0);
+        } else {
+            visitor_.Value(record);
+        }
+    }
+
+    void Enter_Item(const DICOM_List& sequence, int item)
+    {
+        while (Item_Of(sequence, item) != nullptr && !Is_Item(Item_Of(sequence, item))) {
+            ++item;
+        }
+        const DICOM_List* const list = Item_Of(sequence, item);
+        if (list == nullptr) {
+            visitor_.End_Sequence(sequence);
+            return;
+        }
+        visitor_.Begin_Item(*list, levels_.size() == 1);
+        levels_.push_back({list, &sequence, item, No_Group});
+    }
+
+    const Encoder_Options& options_;
+    Visitor& visitor_;
+    std::vector<Level> levels_;
+};
+
+/** Calls `visit` for each fragment, the offset table first. */
+template <class Visit>
+void For_Each_Fragment(const DICOM_List& record, Visit&& visit)
+{
+    for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+        for (const DICOM_List& fragment : Records(Item_Of(record, i))) {
+            if (Tag_Of(fragment) == Item_Tag) {
+                visit(fragment);
+            }
+        }
+    }
+}
+
+/** The lengths that stand in headers, in the order in which the headers stand in the output. */
+struct Lengths {
+    /** Of the contents of sequences and items. */
+    std::vector<std::int64_t> containers;
+    /** Of what follows each group length. */
+    std::vector<std::int64_t> groups;
+};
+
+/** Sums up the lengths from the innermost items outwards. */
+class Measure {
+public:
+    Measure(const Encoder_Options& options, Lengths& lengths) : options_(options), lengths_(lengths)
+    {
+        lists_.push_back(Not_Counted);
+    }
+
+    void Group_Length(unsigned short)
+    {
+        // It does not count itself.
+        lists_.back() = Not_Counted;
+        Add(Header_Size(false, options_.encoding) + Group_Length_Size);
+        lists_.back() = lengths_.groups.size();
+        lengths_.groups.push_back(0);
+    }
+    void No_Group_Length()
+    {
+        lists_.back() = Not_Counted;
+    }
+    void Value(const DICOM_List& record)
+    {
+        const Value_Form form = Value_Form_Of(record, options_.encoding);
+        Add(Header_Size(form.is_long, options_.encoding) + Even(form.size));
+    }
+    void Fragments(const DICOM_List& record)
+    {
+        std::int64_t size = Header_Size(true, options_.encoding) + Item_Header_Size;
+        For_Each_Fragment(record, [&](const DICOM_List& fragment) {
+            size += Item_Header_Size + Even(std::max(fragment.size, 0));
+        });
+        Add(size);
+    }
+    void Begin_Sequence(const DICOM_List&)
+    {
+        Open();
+    }
+    void End_Sequence(const DICOM_List&)
+    {
+        Add(Header_Size(true, options_.encoding) + Close());
+    }
+    void Begin_Item(const DICOM_List&, bool)
+    {
+        Open();
+        lists_.push_back(Not_Counted);
+    }
+    void End_Item()
+    {
+        lists_.pop_back();
+        const std::int64_t size = Item_Header_Size + Close();
+        lengths_.containers[open_.back()] += size;
+    }
+
+private:
+    static constexpr std::size_t Not_Counted = SIZE_MAX;
+
+    void Open()
+    {
+        open_.push_back(lengths_.containers.size());
+        lengths_.containers.push_back(0);
+    }
+    /** The size of the innermost contents, with what closes them. */
+    std::int64_t Close()
+    {
+        const std::int64_t size = lengths_.containers[open_.back()];
+        const bool is_defined = options_.defined_lengths && size < Undefined;
+        open_.pop_back();
+        return size + (is_defined ? 0 : Item_Header_Size);
+    }
+    /** Counts an element for the item and for the group that it stands in. */
+    void Add(std::int64_t size)
+    {
+        if (!open_.empty()) {
+            lengths_.containers[open_.back()] += size;
+        }
+        if (lists_.back() != Not_Counted) {
+            lengths_.groups[lists_.back()] += size;
+        }
+    }
+
+    const Encoder_Options& options_;
+    Lengths& lengths_;
+    std::vector<std::size_t> open_;
+    /** The group length that counts what is added to each open list. */
+    std::vector<std::size_t> lists_;
+};
+
+/** Writes what was measured. */
+class Writer {
+public:
+    Writer(const std::shared_ptr<Source>& source, const Encoder_Options& options,
+           const Lengths& lengths, Output* out, Item_Places* places)
+        : source_(source), options_(options), code_(options.encoding.Code()), lengths_(lengths),
+          out_(out), places_(places)
+    {
+    }
+
+    void Group_Length(unsigned short group)
+    {
+        const std::int64_t length = lengths_.groups[group_++];
+        Header({group, 0x0000}, VR_UL, false, Group_Length_Size);
+        Int(std::min(length, Undefined));
+    }
+    void No_Group_Length()
+    {
+    }
+    void Value(const DICOM_List& record)
+    {
+        const Value_Form form = Value_Form_Of(record, options_.encoding);
+        Header(Tag_Of(record), form.vr, form.is_long, Even(form.size));
+        Contents(record, form);
+    }
+    void Fragments(const DICOM_List& record)
+    {
+        Header(Tag_Of(record), VR_OB, true, Undefined);
+        For_Each_Fragment(record, [&](const DICOM_List& fragment) {
+            Value_Form form;
+            form.size = std::max(fragment.size, 0);
+            Item(Item_Tag, Even(form.size));
+            Contents(fragment, form);
+        });
+        Item(Sequence_End_Tag, 0);
+    }
+    void Begin_Sequence(const DICOM_List& record)
+    {
+        Header(Tag_Of(record), VR_SQ, true, Open());
+    }
+    void End_Sequence(const DICOM_List&)
+    {
+        Close(Sequence_End_Tag);
+    }
+    void Begin_Item(const DICOM_List& first, bool top_level)
+    {
+        if (top_level && places_ != nullptr) {
+            (*places_)[&first] = position_;
+        }
+        Item(Item_Tag, Open());
+    }
+    void End_Item()
+    {
+        Close(Item_End_Tag);
+    }
+
+private:
+    /** The length for the header of a container. */
+    std::int64_t Open()
+    {
+        const std::int64_t length = lengths_.containers[container_++];
+        const bool is_defined = options_.defined_lengths && length < Undefined;
+        is_defined_.push_back(is_defined);
+        return is_defined ? length : Undefined;
+    }
+    void Close(Tag delimiter)
+    {
+        if (!is_defined_.back()) {
+            Item(delimiter, 0);
+        }
+        is_defined_.pop_back();
+    }
+
+    void Put(std::span<const unsigned char> bytes)
+    {
+        if (out_ != nullptr) {
+            out_->Put(bytes);
+        }
+        position_ += std::ssize(bytes);
+    }
+    void Short(unsigned short value)
+    {
+        Put({Put_UShort(code_, value), 2});
+    }
+    void Int(std::int64_t value)
+    {
+        Put({Put_Int(code_, static_cast<int>(static_cast<std::uint32_t>(value))), 4});
+    }
+    void Item(Tag tag, std::int64_t length)
+    {
+        Short(tag.group);
+        Short(tag.element);
+        Int(length);
+    }
+    void Header(Tag tag, unsigned short vr, bool is_long, std::int64_t length)
+    {
+        if (!options_.encoding.explicit_vr) {
+            Item(tag, length);
+            return;
+        }
+        Short(tag.group);
+        Short(tag.element);
+        const std::array<unsigned char, 4> letters = {static_cast<unsigned char>(vr >> 8),
+                                                      static_cast<unsigned char>(vr & 0xFF), 0, 0};
+        Put({letters.data(), is_long ? letters.size() : 2});
+        if (is_long) {
+            Int(length);
+        } else {
+            Short(static_cast<unsigned short>(length));
+        }
+    }
+    void Contents(const DICOM_List& record, const Value_Form& form)
+    {
+        if (record.data == nullptr) {
+            if (out_ != nullptr && form.size > 0) {
+                out_->Copy({source_, record.data_pos, form.size, form.width});
+            }
+            position_ += form.size;
+        } else if (form.width == 1) {
+            Put({record.data, static_cast<std::size_t>(form.size)});
+        } else {
+            Bytes swapped(record.data, record.data + form.size);
+            Reverse_Units(swapped, form.width);
+            Put(swapped);
+        }
+        if (form.size % 2 != 0) {
+            const auto padding = static_cast<unsigned char>(form.padding);
+            Put({&padding, 1});
+        }
+    }
+
+    const std::shared_ptr<Source>& source_;
+    const Encoder_Options& options_;
+    unsigned char code_;
+    const Lengths& lengths_;
+    Output* out_;
+    Item_Places* places_;
+    std::int64_t position_ = 0;
+    std::size_t group_ = 0;
+    std::size_t container_ = 0;
+    std::vector<bool> is_defined_;
+};
+
+void Run(const std::shared_ptr<Source>& source, const DICOM_List* list,
+         const Encoder_Options& options, Output* out, Item_Places* places)
+{
+    Lengths lengths;
+    Measure measure(options, lengths);
+    Traversal<Measure>(options, measure).Run(list);
+    Writer writer(source, options, lengths, out, places);
+    Traversal<Writer>(options, writer).Run(list);
+}
+
+}  // namespace
+
+int Swap_Width(unsigned short vr)
+{
+    return Form_Of(vr).width;
+}
+
+bool Holds_Fragments(const DICOM_List& record)
+{
+    const DICOM_List* const first = Item_Of(record, 0);
+    const unsigned short vr = VR_Of(record);
+    if (first != nullptr && Tag_Of(*first) == Item_Tag) {
+        return VR_Of(*first) == VR_OB;
+    }
+    return record.size < 0 && (vr == VR_OB || vr == VR_OW);
+}
+
+bool Holds_Items(const DICOM_List& record)
+{
+    const bool is_sequence = VR_Of(record) == VR_SQ && record.data == nullptr;
+    return Item_Of(record, 0) != nullptr || record.size < 0 || is_sequence;
+}
+
+void Encode_List(const std::shared_ptr<Source>& source, const DICOM_List* list,
+                 const Encoder_Options& options, Output& out)
+{
+    Run(source, list, options, &out, nullptr);
+}
+
+Item_Places Places_Of_Items(const DICOM_List* list, const Encoder_Options& options)
+{
+    Item_Places places;
+    Run(nullptr, list, options, nullptr, &places);
+    return places;
+}
+
+}  // namespace lib_mend

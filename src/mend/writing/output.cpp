@@ -1,0 +1,95 @@
+#include "mend/writing/output.h"
+
+#include <algorithm>
+
+namespace lib_mend {
+
+namespace {
+
+/** A multiple of every width, so that no unit is cut in two. */
+constexpr std::int64_t Block = std::int64_t{1} << 18;
+
+bool Give_Extent(const Extent& extent, const Piece_Taker& take)
+{
+    Bytes block(static_cast<std::size_t>(std::min(Block, extent.size)));
+    for (std::int64_t done = 0; done < extent.size;) {
+        const auto size = static_cast<std::size_t>(std::min(Block, extent.size - done));
+        const std::span<unsigned char> piece(block.data(), size);
+        if (extent.source->Read(extent.offset + done, piece) != size) {
+            return false;
+        }
+        Reverse_Units(piece, extent.width);
+        if (!take(piece)) {
+            return false;
+        }
+        done += static_cast<std::int64_t>(size);
+    }
+    return true;
+}
+
+}  // namespace
+
+void Reverse_Units(std::span<unsigned char> bytes, int width)
+{
+    const auto step = static_cast<std::size_t>(width);
+    for (std::size_t at = 0; width > 1 && at + step <= bytes.size(); at += step) {
+        std::reverse(bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                     bytes.begin() + static_cast<std::ptrdiff_t>(at + step));
+    }
+}
+
+void Encoded_File::Put(std::span<const unsigned char> bytes)
+{
+    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+}
+
+void Encoded_File::Copy(const Extent& extent)
+{
+    if (extent.size > 0) {
+        extents_.push_back({bytes_.size(), extent});
+    }
+}
+
+std::int64_t Encoded_File::Size() const
+{
+    auto size = static_cast<std::int64_t>(bytes_.size());
+    for (const Placed_Extent& placed : extents_) {
+        size += placed.extent.size;
+    }
+    return size;
+}
+
+void Encoded_File::Clear()
+{
+    bytes_.clear();
+    extents_.clear();
+}
+
+bool Encoded_File::Give(const Piece_Taker& take) const
+{
+    const std::span<const unsigned char> own(bytes_);
+    std::size_t at = 0;
+    const auto give_own = [&](std::size_t end) {
+        const std::span<const unsigned char> piece = own.subspan(at, end - at);
+        at = end;
+        return piece.empty() || take(piece);
+    };
+    for (const Placed_Extent& placed : extents_) {
+        if (!give_own(placed.behind) || !Give_Extent(placed.extent, take)) {
+            return false;
+        }
+    }
+    return give_own(own.size());
+}
+
+Bytes Encoded_File::Joined() const
+{
+    Bytes all;
+    Give([&](std::span<const unsigned char> piece) {
+        all.insert(all.end(), piece.begin(), piece.end());
+        return true;
+    });
+    return all;
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,65 @@
+// Where encoded bytes go: small ones as they come, values that lie in the source as places in it, so
+// that nothing of theirs is held in memory.
+#ifndef LIB_MEND_OUTPUT_H
+#define LIB_MEND_OUTPUT_H
+
+#include "mend/io/safe_file.h"
+#include "mend/io/source.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace lib_mend {
+
+/** Bytes of a source; units of `width` bytes are reversed on the way, 1 leaves them as they are. */
+struct Extent {
+    std::shared_ptr<Source> source;
+    std::int64_t offset = 0;
+    std::int64_t size = 0;
+    int width = 1;
+};
+
+/** Takes the bytes of a file in their order. */
+class Output {
+public:
+    virtual ~Output() = default;
+
+    virtual void Put(std::span<const unsigned char> bytes) = 0;
+    virtual void Copy(const Extent& extent) = 0;
+};
+
+/** An encoded file: bytes of its own and extents of sources, which it keeps open. */
+class Encoded_File : public Output {
+public:
+    void Put(std::span<const unsigned char> bytes) override;
+    void Copy(const Extent& extent) override;
+
+    std::int64_t Size() const;
+    void Clear();
+    /**
+     * Hands out all bytes, piece by piece.
+     *
+     * @return false when the taker stopped, or when an extent could not be read
+     */
+    bool Give(const Piece_Taker& take) const;
+    /** All bytes, as far as they can be read. */
+    Bytes Joined() const;
+
+private:
+    struct Placed_Extent {
+        /** How many of the file's own bytes stand in front. */
+        std::size_t behind;
+        Extent extent;
+    };
+
+    Bytes bytes_;
+    std::vector<Placed_Extent> extents_;
+};
+
+/** Reverses each whole unit of `width` bytes. */
+void Reverse_Units(std::span<unsigned char> bytes, int width);
+
+}  // namespace lib_mend
+
+#endif
