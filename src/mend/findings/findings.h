@@ -77,7 +77,7 @@ struct Finding {
 /** Where a finding stands: an element, an element that is missing, or only a place in the file. */
 struct Place {
     bool has_tag = false;
-    Tag tag;
+    Tag tag = {};
     unsigned short vr = 0;
     /** Of the list around the element; null for the data set itself, or where it is not known. */
     const Path* path = nullptr;

@@ -11,6 +11,8 @@ namespace {
 
 /** Negative window bits: a raw stream without the header and the check sum of zlib. */
 constexpr int Raw_Window = -15;
+/** A frame of gzip or zlib, whichever is there. */
+constexpr int Framed_Window = 15 + 32;
 constexpr std::size_t Block_Size = std::size_t{1} << 16;
 
 /** Costs in bytes, measured with files that are made to cost much; see tests/bounds_test.cpp. */
@@ -20,9 +22,9 @@ constexpr std::int64_t Element_Cost = 800;
 
 class Inflater {
 public:
-    Inflater(const Source& source, std::int64_t offset)
-        : source_(source), start_(offset), position_(offset), input_(Block_Size),
-          state_(inflateInit2(&stream_, Raw_Window))
+    Inflater(const Source& source, std::int64_t offset, Deflate_Frame frame)
+        : source_(source), start_(offset), position_(offset), input_(Block_Size), frame_(frame),
+          state_(inflateInit2(&stream_, frame == Deflate_Frame::Raw ? Raw_Window : Framed_Window))
     {
         ready_ = state_ == Z_OK;
     }
@@ -48,6 +50,11 @@ public:
                 stream_.avail_in = static_cast<uInt>(count);
             }
             state_ = inflate(&stream_, Z_NO_FLUSH);
+            if (Complete() && Member_Follows()) {
+                position_ -= stream_.avail_in;
+                stream_.avail_in = 0;
+                state_ = inflateReset(&stream_);
+            }
         }
         return out.size() - stream_.avail_out;
     }
@@ -66,25 +73,37 @@ public:
     std::string Error() const
     {
         if (state_ == Z_MEM_ERROR) {
-            return "no memory to inflate";
+            return "no memory to inflate it";
         }
-        return stream_.msg != nullptr ? stream_.msg : "the deflated data set is cut off";
+        return stream_.msg != nullptr ? stream_.msg : "it is cut off";
     }
 
 private:
+    /** gzip takes files that follow each other for one. */
+    bool Member_Follows() const
+    {
+        constexpr std::array<unsigned char, 3> Magic = {0x1F, 0x8B, 8};
+        std::array<unsigned char, 3> bytes = {};
+        const std::int64_t at = position_ - stream_.avail_in;
+        return frame_ == Deflate_Frame::Gzip_Or_Zlib && source_.Read(at, bytes) == bytes.size() &&
+               bytes == Magic;
+    }
+
     const Source& source_;
     std::int64_t start_;
     std::int64_t position_;
     Bytes input_;
+    Deflate_Frame frame_;
     z_stream stream_ = {};
     int state_;
     bool ready_ = false;
 };
 
 /** Number of bytes that a stream inflates to, up to a limit and a block. */
-std::int64_t Count_Inflated(const Source& source, std::int64_t offset, std::int64_t largest)
+std::int64_t Count_Inflated(const Source& source, std::int64_t offset, std::int64_t largest,
+                            Deflate_Frame frame)
 {
-    Inflater inflater(source, offset);
+    Inflater inflater(source, offset, frame);
     Bytes block(Block_Size);
     std::int64_t count = 0;
     while (inflater.More() && count <= largest) {
@@ -125,14 +144,15 @@ void Memory_Budget::Take_Value(std::int64_t size)
     left_ -= Value_Cost * size;
 }
 
-Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest)
+Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest,
+                 Deflate_Frame frame)
 {
     // Counted first: a buffer that grows with the stream would take twice the memory.
-    const std::int64_t count = Count_Inflated(source, offset, largest);
+    const std::int64_t count = Count_Inflated(source, offset, largest, frame);
     const bool too_large = count > largest;
     Inflated result;
     result.bytes.resize(static_cast<std::size_t>(std::min(count, largest)));
-    Inflater inflater(source, offset);
+    Inflater inflater(source, offset, frame);
     result.bytes.resize(inflater.Take(result.bytes));
     // The end of the stream may stand behind its last byte.
     std::array<unsigned char, 1> behind = {};
@@ -142,7 +162,7 @@ Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest
     result.complete = inflater.Complete();
     result.used = inflater.Used();
     if (too_large) {
-        result.error = "the deflated data set grows out of proportion";
+        result.error = "it grows out of proportion";
     } else if (!result.complete) {
         result.error = inflater.Error();
     }

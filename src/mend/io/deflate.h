@@ -1,4 +1,4 @@
-// Deflated data sets (PS3.5 section A.5, RFC 1951).
+// Deflated data sets (PS3.5 section A.5, RFC 1951), and the wrappers of gzip and zlib (RFC 1952, 1950).
 #ifndef LIB_MEND_DEFLATE_H
 #define LIB_MEND_DEFLATE_H
 
@@ -27,6 +27,10 @@ public:
     /** A value that is loaded and repaired, and may be quoted by messages. */
     void Take_Value(std::int64_t size);
 
+    bool Is_Limited() const
+    {
+        return left_ != std::numeric_limits<std::int64_t>::max();
+    }
     bool Is_Spent() const
     {
         return left_ < 0;
@@ -45,8 +49,15 @@ struct Inflated {
     std::string error;
 };
 
-/** Inflates the raw stream that starts at an offset, to a number of bytes at the most. */
-Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest);
+/** A stream without a frame, as a data set is deflated, or one in the frame of gzip or zlib. */
+enum class Deflate_Frame { Raw, Gzip_Or_Zlib };
+
+/**
+ * Inflates the stream that starts at an offset, to a number of bytes at the most. Members of gzip that
+ * follow each other are one stream.
+ */
+Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest,
+                 Deflate_Frame frame = Deflate_Frame::Raw);
 
 /** Deflates bytes to a raw stream, padded to an even length; false without memory. */
 bool Deflate(std::span<const unsigned char> bytes, Bytes& out);

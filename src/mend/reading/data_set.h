@@ -131,18 +131,24 @@ inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
 struct Skipped {
     std::int64_t offset = 0;
     std::int64_t size = 0;
+    /** Where they stand, null for the source of the data set. */
+    std::shared_ptr<Source> source = nullptr;
 };
 
 struct Data_Set {
     /** Group 0002 in file order, and the data set nested. */
     Record_List meta;
     Record_List records;
+    /** Elements of other groups that stand in group 0002, until the data set is read. */
+    Record_List strays;
     /** What the positions of `records` refer to: the file, or the inflated data set. */
     std::shared_ptr<Source> source;
     /** What was skipped while reading, in the order of the source. */
     std::vector<Skipped> skipped;
     /** Bytes of the preamble that are not zero: data of an application. */
     bool preamble_in_use = false;
+    /** Neither preamble nor group 0002 is there, and that was said. */
+    bool bare = false;
     /** The file could not be read: what is here may be wrong, and not only incomplete. */
     bool unreadable = false;
     /** Sequences nest deeper than a record can tell; the deepest levels ran into one. */

@@ -1,5 +1,8 @@
 #include "mend/reading/encoding.h"
 
+#include "mend/reading/evidence.h"
+
+#include <algorithm>
 #include <array>
 #include <iterator>
 
@@ -19,76 +22,53 @@ constexpr Native_Syntax Native_Syntaxes[] = {
     {Explicit_Big_UID, {true, true, false, false}},
 };
 
-/** Number of elements that a guess looks at. */
-constexpr int Enough_Elements = 4;
-
-bool Is_Capital(unsigned char byte)
-{
-    return byte >= 'A' && byte <= 'Z';
-}
-
-/** VRs whose explicit header has a reserved field and a 4-byte length. */
-bool Has_Long_Header(const unsigned char* letters)
-{
-    constexpr std::string_view Long = "OB OD OF OL OV OW SQ SV UC UN UR UT UV";
-    return Long.find({reinterpret_cast<const char*>(letters), 2}) != std::string_view::npos;
-}
-
-/** A step over one element, as far as a guess needs it. */
-struct Step {
-    unsigned int group = 0;
-    std::int64_t next = -1;
+/** What speaks for each of the four forms of headers. */
+struct Votes {
+    std::array<int, std::size(Header_Forms)> scores = {};
+    std::array<int, std::size(Header_Forms)> pairs = {};
 };
 
-/** Steps over the header, and over the value unless it holds items; false when it is unlikely. */
-bool Step_Over(const Source& source, std::int64_t at, const Encoding& encoding, Step& step)
+std::size_t Form_Of(const Encoding& encoding)
 {
-    constexpr unsigned int Delimiter_Group = 0xFFFE;
-    std::array<unsigned char, 12> bytes = {};
-    const std::size_t count = source.Read(at, bytes);
-    if (count < 8) {
-        return false;
+    std::size_t form = 0;
+    while (Header_Forms[form].Code() != encoding.Code()) {
+        ++form;
     }
-    const unsigned char order = encoding.Code();
-    step.group = Get_UShort(order, bytes.data());
-    std::int64_t header = 8;
-    std::int64_t length = Get_Int(order, bytes.data() + 4);
-    bool holds_items = step.group == Delimiter_Group;
-    if (encoding.explicit_vr && step.group != Delimiter_Group) {
-        const bool is_long = Has_Long_Header(bytes.data() + 4);
-        if (!Is_Capital(bytes[4]) || !Is_Capital(bytes[5]) || (is_long && count < 12)) {
-            return false;
-        }
-        header = is_long ? 12 : 8;
-        length = is_long ? Get_Int(order, bytes.data() + 8) : Get_UShort(order, bytes.data() + 6);
-        holds_items = bytes[4] == 'S' && bytes[5] == 'Q';
-    }
-    holds_items = holds_items || length == DICOM_Undefined_Length;
-    step.next = at + header + (holds_items ? 0 : length);
-    return length >= DICOM_Undefined_Length && step.next <= source.Size();
+    return form;
 }
 
-/** The first groups of real data sets are low ones; others are those of the wrong byte order. */
-constexpr unsigned int Highest_First_Group = 0x00FF;
-constexpr unsigned int Any_Group = 0xFFFF;
-
-/** Number of likely elements at an offset, up to Enough_Elements. */
-int Count_Likely(const Source& source, std::int64_t offset, const Encoding& encoding,
-                 unsigned int highest_first_group)
+std::size_t Best_Of(const std::array<int, std::size(Header_Forms)>& counts)
 {
-    int count = 0;
-    for (std::int64_t at = offset; count < Enough_Elements; ++count) {
-        Step step;
-        if (!Step_Over(source, at, encoding, step) ||
-            (count == 0 && step.group > highest_first_group)) {
-            return count;
-        }
-        at = step.next;
-        if (at == source.Size()) {
-            return Enough_Elements;
-        }
+    return static_cast<std::size_t>(std::max_element(counts.begin(), counts.end()) -
+                                    counts.begin());
+}
+
+Votes Count_Votes(const Source& source, std::int64_t offset)
+{
+    Votes votes;
+    for (std::size_t i = 0; i < std::size(Header_Forms); ++i) {
+        votes.scores[i] = Score_Of(source, offset, Header_Forms[i]);
+        votes.pairs[i] = Survey_Of(source, offset, Header_Forms[i]).pairs;
     }
-    return count;
+    return votes;
+}
+
+/** The form that the first elements have; when they do not tell, that of most pairs of headers. */
+std::size_t Chosen_Form(const Votes& votes, const Encoding* expected)
+{
+    const std::size_t first = Best_Of(votes.scores);
+    const std::size_t most = Best_Of(votes.pairs);
+    if (expected == nullptr) {
+        return votes.scores[first] >= Sure_Score || votes.pairs[most] == 0 ? first : most;
+    }
+    const std::size_t declared = Form_Of(*expected);
+    const bool first_tells = votes.scores[first] >= Sure_Score &&
+                             votes.scores[first] > 2 * votes.scores[declared] &&
+                             votes.pairs[first] >= votes.pairs[declared];
+    const bool pairs_tell = votes.pairs[most] >= 2 &&
+                            votes.pairs[most] > 2 * votes.pairs[declared] &&
+                            votes.scores[declared] < Sure_Score;
+    return first_tells ? first : pairs_tell ? most : declared;
 }
 
 /** SOF markers of the JPEG processes that DICOM knows (PS3.5 section 8.2.1). */
@@ -187,27 +167,13 @@ std::string Encoding_Text(const Encoding& encoding)
 bool Guess_Encoding(const Source& source, std::int64_t offset, const Encoding* expected,
                     Encoding& encoding)
 {
-    constexpr Encoding Candidates[] = {
-        {true, false, false, false},
-        {false, false, false, false},
-        {true, true, false, false},
-        {false, true, false, false},
-    };
-    const int as_expected =
-        expected != nullptr ? Count_Likely(source, offset, *expected, Any_Group) : 0;
-    int most = as_expected;
-    for (const Encoding& candidate : Candidates) {
-        const int count = Count_Likely(source, offset, candidate, Highest_First_Group);
-        if (count > most) {
-            most = count;
-            encoding = candidate;
-        }
+    if (expected != nullptr && Score_Of(source, offset, *expected) >= Sure_Score) {
+        encoding = Header_Forms[Form_Of(*expected)];
+        return true;
     }
-    // One likely element alone is no proof against what is declared.
-    if (expected != nullptr && (most == as_expected || most < 2)) {
-        encoding = {expected->explicit_vr, expected->big_endian, false, false};
-    }
-    return most > 0;
+    const Votes votes = Count_Votes(source, offset);
+    encoding = Header_Forms[Chosen_Form(votes, expected)];
+    return votes.scores[Best_Of(votes.scores)] > 0 || votes.pairs[Best_Of(votes.pairs)] > 0;
 }
 
 std::string_view Guess_Pixel_Syntax(std::span<const unsigned char> frame)

@@ -2,10 +2,14 @@
 
 #include "mend/io/deflate.h"
 #include "mend/reading/element_loop.h"
+#include "mend/reading/evidence.h"
+#include "mend/reading/meta_group.h"
+#include "mend/reading/preamble.h"
+#include "mend/reading/wrapper.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <new>
 #include <utility>
@@ -15,107 +19,86 @@ namespace lib_mend {
 namespace {
 
 constexpr Tag Transfer_Syntax_Tag = {0x0002, 0x0010};
-constexpr Tag Meta_Length_Tag = {0x0002, 0x0000};
-constexpr std::int64_t Preamble_Size = 128;
+constexpr Place Syntax_Place = {.has_tag = true, .tag = Transfer_Syntax_Tag, .vr = VR_UI};
 
-/** Finds the place behind "DICM", with or without the preamble (PS3.10 section 7.1). */
-std::int64_t Skip_Preamble(const Source& file, Data_Set& set, Findings& findings)
+/** What stands in front of group 0002 or the data set: read, and said. */
+void Take_Preamble(Data_Set& set, const File_Start& start, Findings& findings)
 {
-    constexpr std::array<unsigned char, 4> Prefix = {'D', 'I', 'C', 'M'};
-    std::array<unsigned char, 4> bytes = {};
-    const auto size = static_cast<std::int64_t>(Prefix.size());
-    if (file.Read(Preamble_Size, bytes) == bytes.size() && bytes == Prefix) {
-        std::array<unsigned char, Preamble_Size> preamble = {};
-        file.Read(0, preamble);
-        set.preamble_in_use = std::any_of(preamble.begin(), preamble.end(),
-                                          [](unsigned char byte) { return byte != 0; });
-        return Preamble_Size + size;
+    constexpr std::int64_t Prefix_Size = 4;
+    Bytes preamble(static_cast<std::size_t>(start.preamble_size));
+    const std::int64_t end = start.at - (start.bare ? 0 : Prefix_Size);
+    preamble.resize(set.source->Read(end - start.preamble_size, preamble));
+    set.preamble_in_use =
+        std::any_of(preamble.begin(), preamble.end(), [](unsigned char byte) { return byte != 0; });
+    if (!start.fault.empty()) {
+        findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, start.fault);
     }
-    if (file.Read(0, bytes) == bytes.size() && bytes == Prefix) {
-        findings.Add(Level::Change, "\"DICM\" stands without a preamble");
-        return size;
-    }
-    findings.Add(Level::Change, "no preamble");
-    return 0;
-}
-
-/** Compares the group length of the file meta information with what was read. */
-void Check_Meta_Length(const Data_Set& set, std::int64_t end, Findings& findings)
-{
-    const DICOM_List* const length = Find_Record(set.meta.Head(), Meta_Length_Tag);
-    if (length == nullptr) {
-        findings.Add(Level::Change, Meta_Length_Tag, Finding::Nowhere,
-                     "file meta information without group length");
-        return;
-    }
-    const Bytes value = set.Value(*length);
-    const std::int64_t given = value.size() == 4 ? Get_Int(0, value.data()) : -1;
-    const std::int64_t found = end - length->data_pos - length->size;
-    if (given != found) {
-        findings.Add(Level::Change, *length,
-                     "file meta group length is " + std::to_string(given) + ", but " +
-                         std::to_string(found) + " bytes follow");
+    if (start.in_front > 0) {
+        set.skipped.push_back({0, start.in_front, set.source});
     }
 }
 
-/** Reads group 0002 and returns the position of the data set. */
-std::int64_t Read_Meta_Group(Data_Set& set, std::int64_t start, Findings& findings)
+/** Tells whether the first elements in a source speak for one of the encodings. */
+bool Is_Data_Set(const Source& source, std::int64_t at)
 {
-    Element_Loop loop(set.source, start, DICOM_Order_Explicit_VR, findings);
-    set.meta = loop.Read_Meta();
-    if (set.meta.Head() == nullptr) {
-        findings.Add(Level::Change, "no file meta information");
-        return loop.Position();
-    }
-    // The source may become that of an inflated data set, so nothing of the group stays in it.
-    for (DICOM_List& record : Records(set.meta.Head())) {
-        set.Load(record);
-        if (record.group != Transfer_Syntax_Tag.group || !Has_Value(record)) {
-            findings.Add(Level::Change, record, "does not belong in the file meta information");
-            record.flags |= DICOM_Mark_Deleted;
-        }
-    }
-    Check_Meta_Length(set, loop.Position(), findings);
-    if (const DICOM_List* const syntax = Find_Record(set.meta.Head(), Transfer_Syntax_Tag)) {
-        set.declared_syntax = Trimmed(set.Value(*syntax));
-        if (!set.declared_syntax.empty() && !Is_UID(set.declared_syntax)) {
-            findings.Add(Level::Change, *syntax, "is no UID");
-            set.declared_syntax.clear();
-        }
-    }
-    return loop.Position();
+    return std::any_of(std::begin(Header_Forms), std::end(Header_Forms), [&](const Encoding& form) {
+        return Score_Of(source, at, form) >= Sure_Score;
+    });
 }
 
-/** Replaces the source by the inflated data set. */
-bool Inflate_Data_Set(Data_Set& set, std::int64_t start, Memory_Budget& budget, Findings& findings)
+/** Replaces the source by the inflated data set; without a declaration, it has to look like one. */
+bool Inflate_Data_Set(Data_Set& set, std::int64_t start, bool is_declared, Memory_Budget& budget,
+                      Findings& findings)
 {
-    const auto allowed = Memory_Budget::Of_Deflated(set.source->Size() - start);
+    const auto allowed =
+        budget.Is_Limited() ? budget : Memory_Budget::Of_Deflated(set.source->Size() - start);
+    auto frame = Deflate_Frame::Raw;
     Inflated inflated = Inflate(*set.source, start, allowed.Largest_Inflated());
     if (inflated.bytes.empty()) {
+        frame = Deflate_Frame::Gzip_Or_Zlib;
+        inflated = Inflate(*set.source, start, allowed.Largest_Inflated(), frame);
+    }
+    const auto inside = Source::From_Bytes(std::move(inflated.bytes), set.source->Name());
+    if (inside->Size() == 0 || (!is_declared && !Is_Data_Set(*inside, 0))) {
         return false;
     }
     budget = allowed;
-    budget.Take_Inflated(std::ssize(inflated.bytes));
+    budget.Take_Inflated(inside->Size());
+    if (frame != Deflate_Frame::Raw) {
+        findings.Report(Fault::Deflated, Level::Change, {},
+                        "the deflated data set stands in the wrapper of another format");
+    }
     const std::int64_t behind = set.source->Size() - start - inflated.used;
     // A stream of odd length is padded with one NUL (PS3.5 section A.5).
     if (!inflated.complete) {
-        findings.Add(Level::Error, "deflated data set: " + inflated.error);
+        findings.Report(Fault::Truncated, Level::Error, {},
+                        "the deflated data set is damaged: " + inflated.error);
     } else if (behind > 1) {
-        findings.Add(Level::Change, std::to_string(behind) + " bytes behind the deflated data set");
+        findings.Report(Fault::Deflated, Level::Change, {},
+                        std::to_string(behind) + " bytes stand behind the deflated data set");
+        set.skipped.push_back({start + inflated.used, behind, set.source});
     }
-    set.source = Source::From_Bytes(std::move(inflated.bytes), set.source->Name());
+    set.source = inside;
+    set.encoding.deflated = true;
     return true;
 }
 
 void Report_Syntax(const Data_Set& set, const Encoding& expected, Findings& findings)
 {
     const std::string found = "the data set is in " + Encoding_Text(set.encoding);
-    if (set.declared_syntax.empty()) {
-        findings.Add(Level::Change, Transfer_Syntax_Tag, Finding::Nowhere,
-                     "no transfer syntax is given; " + found);
-    } else if (set.encoding.Code() != expected.Code()) {
-        findings.Add(Level::Change, Transfer_Syntax_Tag, Finding::Nowhere,
-                     "transfer syntax " + set.declared_syntax + " is declared, but " + found);
+    if (set.bare) {
+        findings.Report(Fault::Preamble, Level::Change, {},
+                        "no preamble and no file meta information; " + found);
+    } else if (set.meta.Head() == nullptr) {
+        findings.Report(Fault::File_Meta, Level::Change, {}, "no file meta information; " + found);
+    } else if (set.declared_syntax.empty()) {
+        findings.Report(Fault::Transfer_Syntax, Level::Change, Syntax_Place,
+                        "no transfer syntax is given; " + found);
+    } else if (set.encoding.Code() != expected.Code() ||
+               set.encoding.deflated != expected.deflated) {
+        findings.Report(Fault::Transfer_Syntax, Level::Change, Syntax_Place,
+                        "another transfer syntax is declared, but " + found,
+                        {set.declared_syntax, set.syntax});
     }
 }
 
@@ -129,15 +112,17 @@ std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Memory_Budget& b
     const Encoding* const wanted = declared ? &expected : nullptr;
     Encoding guess;
     bool likely = Guess_Encoding(*set.source, start, wanted, guess);
-    const bool try_inflate = expected.deflated || (!declared && !likely);
+    // Chance finds elements in compressed bytes, but not several of them.
+    const bool try_inflate =
+        expected.deflated ? !Is_Data_Set(*set.source, start) : !declared && !likely;
     if (try_inflate && start < set.source->Size() &&
-        Inflate_Data_Set(set, start, budget, findings)) {
+        Inflate_Data_Set(set, start, expected.deflated, budget, findings)) {
         start = 0;
         likely = Guess_Encoding(*set.source, start, wanted, guess);
-        guess.deflated = true;
     }
+    const bool is_deflated = set.encoding.deflated;
     set.encoding = likely ? guess : expected;
-    set.encoding.deflated = guess.deflated;
+    set.encoding.deflated = is_deflated;
     set.encoding.encapsulated = expected.encapsulated && set.encoding.Code() == expected.Code();
     const bool as_declared = declared && set.encoding == expected;
     set.syntax = as_declared ? set.declared_syntax : std::string(UID_Of(set.encoding));
@@ -202,16 +187,35 @@ void Add_Places(Findings& findings, std::size_t first, DICOM_List* flat)
     findings.Add_Places(first, places);
 }
 
+/** A file that is none is told so in one line, and nothing else is done with it. */
+void Refuse(Data_Set& set, Findings& findings)
+{
+    set.unreadable = true;
+    findings.Report(Fault::Not_DICOM, Level::Error, {}, Foreign_Text(*set.source));
+}
+
 Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
 {
     Data_Set set;
     set.source = file;
-    std::int64_t start = Skip_Preamble(*file, set, findings);
-    start = Read_Meta_Group(set, start, findings);
     Memory_Budget budget;
+    Unwrap(set, budget, findings);
+    const File_Start begin = Find_Start(*set.source);
+    std::int64_t start = 0;
+    if (begin.found) {
+        Take_Preamble(set, begin, findings);
+        start = Read_Meta_Group(set, begin.at, findings);
+        if (begin.at == 0 && set.meta.Head() != nullptr) {
+            findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, "no preamble");
+        }
+    } else if (!Inflate_Data_Set(set, 0, false, budget, findings)) {
+        Refuse(set, findings);
+        return set;
+    }
+    set.bare = (!begin.found || begin.bare) && set.meta.Head() == nullptr;
     start = Settle_Encoding(set, start, budget, findings);
     if (start >= set.source->Size()) {
-        findings.Add(Level::Error, "there is no data set");
+        findings.Report(Fault::Unreadable, Level::Error, {}, "there is no data set");
         return set;
     }
     Element_Loop loop(set.source, start, set.encoding.Code(), findings, budget);
@@ -223,6 +227,7 @@ Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
         throw std::bad_alloc();
     }
     Add_Places(findings, first, flat.Head());
+    Return_Strays(set, findings);
     Settle_Pixel_Syntax(set, findings);
     findings.Settle_Errors();
     return set;
