@@ -1,94 +1,17 @@
 #include "read/deferred_value.h"
 
-#include "frame/c_memory.h"
 #include "frame/vr_rules.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <utility>
 
 namespace lib_dicom {
 
 namespace {
 
 constexpr int Longest_Loaded = 1024;
-
-/** Reports a system error about the file; errno is that of the failed call. */
-template <class... Args>
-bool Fail(HWND handle, Place place, const char* text, Args... args)
-{
-    const int error = errno;
-    Report_Error(handle, place, text, args...);
-    Error_Fct(handle, Severity_Error, "%ls", Error_Perror(error));
-    return false;
-}
-
-bool Fail_With_Name(HWND handle, const wchar_t* name)
-{
-    Error_Fct(handle, Severity_Error, "file: (%ls)", name);
-    return false;
-}
-
-bool Fail_At_End(HWND handle, Place place, long long count, int size, const wchar_t* name)
-{
-    Report_Error(handle, place, "End of File while reading: (%d /vs/ %d) (%ls)",
-                 static_cast<int>(count), size, name);
-    return false;
-}
-
-/** Gives the record room for its value. */
-bool Allocate(HWND handle, DICOM_List& tag, Place place)
-{
-    tag.data =
-        C_Malloc<unsigned char>(handle, place, static_cast<std::size_t>(tag.size), "tag->data")
-            .release();
-    return tag.data != nullptr;
-}
-
-std::span<unsigned char> Value_Bytes(const DICOM_List& tag)
-{
-    return {tag.data, static_cast<std::size_t>(tag.size)};
-}
-
-/** What could not be read of a value is zeros: the value stays in the record. */
-void Clear_From(const DICOM_List& tag, std::ptrdiff_t count)
-{
-    const std::span<unsigned char> bytes = Value_Bytes(tag);
-    const auto rest = bytes.subspan(static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
-    std::fill(rest.begin(), rest.end(), static_cast<unsigned char>(0));
-}
-
-bool Fetch_From_File(HWND handle, DICOM_List& tag, Place place)
-{
-    const Opened_File opened(DICOM_Lib_File_Name);
-    File_Source file(opened.Descriptor(), DICOM_Lib_File_Name);
-    if (opened.Descriptor() < 0) {
-        Fail(handle, place, "\361\004ERROR:\002 Unable to open file");
-        return Fail_With_Name(handle, file.Name());
-    }
-    const long long file_size = opened.Size();
-    if (file_size < 0 || !file.Seek(tag.data_pos)) {
-        Fail(handle, place, "\361\004ERROR:\002 while seeking pos %ld",
-             static_cast<long>(tag.data_pos));
-        return Fail_With_Name(handle, file.Name());
-    }
-    if (tag.size > file_size) {
-        // A length field alone must not make the library allocate more than the file holds.
-        const long long rest = std::max(file_size - static_cast<long long>(tag.data_pos), 0LL);
-        return Fail_At_End(handle, place, rest, tag.size, file.Name());
-    }
-    if (!Allocate(handle, tag, place)) {
-        return false;
-    }
-    const std::ptrdiff_t count = file.Take(Value_Bytes(tag));
-    if (count < tag.size) {
-        Clear_From(tag, count);
-    }
-    if (count < 0) {
-        return Fail(handle, place, "Error reading file %ls", file.Name());
-    }
-    return count == tag.size || Fail_At_End(handle, place, count, tag.size, file.Name());
-}
 
 /** The next of the positions that the library keeps for reads from a memory image. */
 int& Next_Position()
@@ -107,18 +30,42 @@ long long Image_Size()
     return is_told ? std::min<long long>(DICOM_Lib_Image_Size, Positions) : Positions;
 }
 
-bool Fetch_From_Image(HWND handle, DICOM_List& tag, Place place)
+/** Reports a system error about the source; errno is that of the failed call. */
+template <class... Args>
+void Report_System_Error(HWND handle, Place place, const char* text, Args... args)
 {
-    if (DICOM_Lib_File_Name == nullptr || tag.data_pos > Image_Size() - tag.size) {
-        return Fail_At_End(handle, place, 0, tag.size, L"memory image");
-    }
-    if (!Allocate(handle, tag, place)) {
+    const int error = errno;
+    Report_Error(handle, place, text, args...);
+    Error_Fct(handle, Severity_Error, "%ls", Error_Perror(error));
+}
+
+bool Fetch_From(const Value_Source& source, HWND handle, Place place, DICOM_List& tag)
+{
+    if (!source.Is_Open() && DICOM_Lib_File_Source == NEMA_Source_File) {
+        Report_System_Error(handle, place, "\361\004ERROR:\002 Unable to open file");
+        Error_Fct(handle, Severity_Error, "file: (%ls)", source.Name());
         return false;
     }
-    int& position = Next_Position();
-    position = static_cast<int>(tag.data_pos);
-    Memory_Source(&position, DICOM_Lib_File_Name, 0).Take(Value_Bytes(tag));
-    return true;
+    Fetched_Value value = source.Fetch(handle, place, tag, "tag->data");
+    tag.data = value.data.release();
+    switch (value.fault) {
+    case Fetch_Fault::Seek:
+        Report_System_Error(handle, place, "\361\004ERROR:\002 while seeking pos %ld",
+                            static_cast<long>(tag.data_pos));
+        Error_Fct(handle, Severity_Error, "file: (%ls)", source.Name());
+        break;
+    case Fetch_Fault::Read:
+        Report_System_Error(handle, place, "Error reading file %ls", source.Name());
+        break;
+    case Fetch_Fault::End:
+        Report_Error(handle, place, "End of File while reading: (%d /vs/ %d) (%ls)",
+                     static_cast<int>(value.count), tag.size, source.Name());
+        break;
+    case Fetch_Fault::None:
+    case Fetch_Fault::Memory:
+        break;
+    }
+    return value.fault == Fetch_Fault::None;
 }
 
 }  // namespace
@@ -131,19 +78,46 @@ Value_Source::Value_Source()
 
 const wchar_t* Value_Source::Name() const
 {
-    return is_file_ ? DICOM_Lib_File_Name : L"memory image";
+    return is_file_ ? File_Source(-1, DICOM_Lib_File_Name).Name() : L"memory image";
 }
 
-long long Value_Source::Rest(unsigned int position) const
+Fetched_Value Value_Source::Fetch(HWND handle, Place place, const DICOM_List& tag,
+                                  const char* variable) const
 {
-    return std::max(size_ - static_cast<long long>(position), 0LL);
+    if (!is_file_ && !Is_Open()) {
+        return {Fetch_Fault::End};
+    }
+    if (size_ < 0 || !Seek(tag.data_pos)) {
+        return {Fetch_Fault::Seek};
+    }
+    // A length field alone must not make the library allocate more than the source holds.
+    const long long rest = std::max(size_ - static_cast<long long>(tag.data_pos), 0LL);
+    if (tag.size > (is_file_ ? size_ : rest)) {
+        return {Fetch_Fault::End, rest};
+    }
+    const auto size = static_cast<std::size_t>(tag.size);
+    C_Array<unsigned char> data = C_Malloc<unsigned char>(handle, place, size, variable);
+    if (data == nullptr) {
+        return {Fetch_Fault::Memory};
+    }
+    const std::ptrdiff_t taken = Take(tag.data_pos, {data.get(), size});
+    const std::ptrdiff_t count = std::max<std::ptrdiff_t>(taken, 0);
+    std::fill(data.get() + count, data.get() + size, static_cast<unsigned char>(0));
+    const Fetch_Fault fault = taken < 0          ? Fetch_Fault::Read
+                              : count < tag.size ? Fetch_Fault::End
+                                                 : Fetch_Fault::None;
+    return {fault, count, std::move(data)};
 }
 
-std::ptrdiff_t Value_Source::Read(unsigned int position, std::span<unsigned char> out) const
+bool Value_Source::Seek(unsigned int position) const
+{
+    return !is_file_ || File_Source(file_.Descriptor(), DICOM_Lib_File_Name).Seek(position);
+}
+
+std::ptrdiff_t Value_Source::Take(unsigned int position, std::span<unsigned char> out) const
 {
     if (is_file_) {
-        File_Source file(file_.Descriptor(), DICOM_Lib_File_Name);
-        return file.Seek(position) ? file.Take(out) : -1;
+        return File_Source(file_.Descriptor(), DICOM_Lib_File_Name).Take(out);
     }
     int& counter = Next_Position();
     counter = static_cast<int>(position);
@@ -169,8 +143,7 @@ bool Fetch_Deferred_Value(HWND handle, Place place, DICOM_List& tag)
     Trace(handle, Trace_1, "Reading missing: %d bytes at %d", tag.size,
           static_cast<int>(tag.data_pos));
     try {
-        return DICOM_Lib_File_Source == NEMA_Source_File ? Fetch_From_File(handle, tag, place)
-                                                         : Fetch_From_Image(handle, tag, place);
+        return Fetch_From(Value_Source(), handle, place, tag);
     } catch (const std::bad_alloc&) {
         Report_Memory(handle, place, "malloc", "tag->data", tag.size);
         return false;

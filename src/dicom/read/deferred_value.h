@@ -2,13 +2,30 @@
 #ifndef LIB_DICOM_SRC_READ_DEFERRED_VALUE_H
 #define LIB_DICOM_SRC_READ_DEFERRED_VALUE_H
 
-#include "frame/report.h"
+#include "frame/c_memory.h"
 #include "read/byte_source.h"
 
 #include <cstddef>
 #include <span>
 
 namespace lib_dicom {
+
+/** What kept a value from being read. */
+enum class Fetch_Fault {
+    None,
+    Memory,  ///< after the memory message
+    Seek,    ///< errno tells why
+    Read,    ///< errno tells why
+    End      ///< the source ends inside the value
+};
+
+struct Fetched_Value {
+    Fetch_Fault fault;
+    /** Number of bytes that were read, or that the source holds when none were. */
+    long long count = 0;
+    /** As many bytes as the value has, those that were not read zero; null without any. */
+    C_Array<unsigned char> data = nullptr;
+};
 
 /** The source that the exported settings name, open for as long as the object lives. */
 class Value_Source {
@@ -21,15 +38,17 @@ public:
     }
     /** The source's name for messages. */
     const wchar_t* Name() const;
-    /** Number of bytes from a position on. */
-    long long Rest(unsigned int position) const;
-    /** Returns the number of bytes read, fewer than asked for at the end; -1 after a system error.
-     */
-    std::ptrdiff_t Read(unsigned int position, std::span<unsigned char> out) const;
+    /** Reads the value of a record. @param variable  what it is for, for the memory message */
+    Fetched_Value Fetch(HWND handle, Place place, const DICOM_List& tag,
+                        const char* variable) const;
 
 private:
+    bool Seek(unsigned int position) const;
+    std::ptrdiff_t Take(unsigned int position, std::span<unsigned char> out) const;
+
     bool is_file_;
     Opened_File file_;
+    /** -1 after a system error. */
     long long size_;
 };
 

@@ -1,5 +1,7 @@
 #include "read/value_pools.h"
 
+#include <Lib_DICOM/read.h>
+
 namespace lib_dicom {
 
 namespace {
@@ -103,3 +105,10 @@ Value_Pools& Get_Value_Pools()
 }
 
 }  // namespace lib_dicom
+
+void NEMA_Value_Cleanup(void)
+{
+    const lib_dicom::Trace_Scope trace(hwnd, lib_dicom::Trace_Entry,
+                                       "Lib_DICOM: NEMA_Value_Cleanup()");
+    lib_dicom::Get_Value_Pools().Release();
+}

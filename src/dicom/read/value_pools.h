@@ -118,7 +118,7 @@ enum class Extractor_Id { Str, Int, Float, Hex, Name, Date, Time, Count };
 /**
  * All results of typed extraction. A slot is used again after 128 calls of the same extractor.
  * Strings and names share the strings but not the counter: a person name may overwrite a string
- * result before its time, which clients know.
+ * result before its time, which is kept on purpose.
  */
 struct Value_Pools {
     static constexpr std::size_t Slots = 128;

@@ -41,6 +41,16 @@ std::optional<int> Take_Month_Name(std::string_view& text);
 /** Takes exactly so many digits off a text; none when there are fewer. */
 std::optional<int> Take_Number(std::string_view& text, std::size_t digits);
 
+/** The template of a DA value, which goes by its length; null for a length that none has. */
+const char* DICOM_Date_Template(std::size_t size);
+
+/**
+ * The template of a TM value, of the old syntax with separators or of today's.
+ *
+ * @param old_decimals  decimals that the old syntax may have
+ */
+const char* DICOM_Time_Template(std::string_view text, int old_decimals);
+
 /** Reads a text by a template, see Make_Oris_Date and Make_Oris_Time. */
 std::optional<Calendar_Date> Parse_Date(std::string_view text, std::string_view date_template);
 std::optional<Clock_Time> Parse_Time(std::string_view text, std::string_view time_template);

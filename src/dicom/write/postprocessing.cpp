@@ -96,25 +96,20 @@ public:
         if (!Open()) {
             return false;
         }
-        // A length alone must not make the library allocate more than the source holds.
-        const long long rest = source_->Rest(pt.data_pos);
-        if (rest < pt.size) {
-            return Fail_At_End(This_Unit, rest, pt);
-        }
-        const auto size = static_cast<std::size_t>(pt.size);
-        C_Array<unsigned char> data = C_Malloc<unsigned char>(handle_, This_Unit, size, "pt->data");
-        if (data == nullptr) {
+        Fetched_Value value = source_->Fetch(handle_, This_Unit, pt, "pt->data");
+        switch (value.fault) {
+        case Fetch_Fault::None:
+            pt.data = value.data.release();
+            return true;
+        case Fetch_Fault::Memory:
             return false;
+        case Fetch_Fault::End:
+            return Fail_At_End(This_Unit, value.count, pt);
+        case Fetch_Fault::Seek:
+        case Fetch_Fault::Read:
+            break;
         }
-        const std::ptrdiff_t count = source_->Read(pt.data_pos, {data.get(), size});
-        if (count < 0) {
-            return Fail(This_Unit);
-        }
-        if (count < pt.size) {
-            return Fail_At_End(This_Unit, count, pt);
-        }
-        pt.data = data.release();
-        return true;
+        return Fail(This_Unit);
     }
 
 private:
