@@ -158,6 +158,62 @@ inline std::vector<Hostile_Input> Structures(std::size_t size)
     };
 }
 
+/** Faults of structure, one in every element: each asks for a guess what is meant. */
+inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
+{
+    const auto tag_of = [](Stream_Builder& s, unsigned int i) -> Stream_Builder& {
+        return s.Short(0x0011 + 2 * (i >> 15U)).Short(0x1000 + (i & 0x7FFFU));
+    };
+    const auto noise = [](unsigned int i, std::size_t count) {
+        std::string bytes;
+        for (; bytes.size() < count; i = i * 1664525U + 1013904223U) {
+            bytes += static_cast<char>(i >> 24U);
+        }
+        return bytes;
+    };
+    Stream_Builder alternating;
+    Stream_Builder nested;
+    return {
+        {"noise", Part10_Head("1.2.840.10008.1.2.1") + noise(1, size)},
+        {"noise between elements", Filled(size,
+                                          [&](Stream_Builder& s, unsigned int i) {
+                                              tag_of(s, i).Raw("LO").Short(2).Raw("AB");
+                                              s.Raw(noise(i, 7));
+                                          })},
+        {"lengths too long",
+         Filled(size, [&](Stream_Builder& s,
+                          unsigned int i) { tag_of(s, i).Raw("LO").Short(4).Raw("AB"); })},
+        {"lengths too short",
+         Filled(size, [&](Stream_Builder& s,
+                          unsigned int i) { tag_of(s, i).Raw("LO").Short(2).Raw("ABCD"); })},
+        {"VRs of NULs", Filled(size,
+                               [&](Stream_Builder& s, unsigned int i) {
+                                   tag_of(s, i).Raw({"\0\0", 2}).Short(2).Raw("AB");
+                               })},
+        {"alternating VR forms", Fill(size, alternating,
+                                      [&](Stream_Builder& s, unsigned int i) {
+                                          tag_of(s, i).Raw(i % 2 == 0 ? "LO" : "\2");
+                                          i % 2 == 0 ? s.Short(2) : s.Raw({"\0\0", 2});
+                                          s.Raw("AB");
+                                      })},
+        {"sequences as OW", Filled(size,
+                                   [&](Stream_Builder& s, unsigned int i) {
+                                       tag_of(s, i).Raw("OW").Short(0).Int(18).Item(10);
+                                       s.Element(0x0008, 0x0060, "CS", "MR");
+                                   })},
+        {"nested UN of undefined length",
+         Fill(size, nested,
+              [](Stream_Builder& s, unsigned int) {
+                  s.Header(0x0009, 0x1001, "UN", DICOM_Undefined_Length).Item();
+              })},
+        {"items too long", Filled(size,
+                                  [&](Stream_Builder& s, unsigned int i) {
+                                      tag_of(s, i).Raw("SQ").Short(0).Int(18).Item(1000);
+                                      s.Element(0x0008, 0x0060, "CS", "MR");
+                                  })},
+    };
+}
+
 inline std::vector<Hostile_Input> Values(std::size_t size)
 {
     std::vector<Hostile_Input> inputs = {
@@ -194,6 +250,9 @@ inline std::vector<Hostile_Input> Values(std::size_t size)
 inline std::vector<Hostile_Input> All(std::size_t size)
 {
     std::vector<Hostile_Input> inputs = Structures(size);
+    for (Hostile_Input& input : Faulty_Headers(size)) {
+        inputs.push_back(std::move(input));
+    }
     for (Hostile_Input& input : Values(size)) {
         inputs.push_back(std::move(input));
     }
