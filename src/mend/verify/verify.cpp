@@ -19,21 +19,15 @@ bool Is_Text(unsigned short vr)
     return std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts);
 }
 
-/** Where an attribute is missing: the item, when it is not the data set itself. */
-struct Surroundings {
-    std::string text;
-    std::int64_t offset = Finding::Nowhere;
-};
-
-Surroundings Item_Surroundings(const DICOM_List& sequence, int index)
+/** "1" for "1 ", "1C". */
+std::string Type_Text(unsigned short type)
 {
-    return {" in item " + std::to_string(index + 1) + " of (" + Tag_Text(Tag_Of(sequence)) + ") " +
-                Tag_Name(Tag_Of(sequence)),
-            sequence.item[index]->pos};
+    const char second = static_cast<char>(type & 0xFF);
+    return static_cast<char>(type >> 8) + (second == ' ' ? std::string() : std::string(1, second));
 }
 
-void Verify_List(const Data_Set& set, DICOM_List* list, DICOM_List* module,
-                 const Surroundings& around, Findings& findings)
+void Verify_List(const Data_Set& set, DICOM_List* list, DICOM_List* module, Path& path,
+                 Findings& findings)
 {
     std::map<Tag, DICOM_List*> present;
     for (DICOM_List& record : Records(list)) {
@@ -43,21 +37,24 @@ void Verify_List(const Data_Set& set, DICOM_List* list, DICOM_List* module,
         const auto found = present.find(Tag_Of(node));
         if (found == present.end()) {
             if (node.type == Type_1 || node.type == Type_2) {
-                findings.Add(Level::Change, Tag_Of(node), around.offset,
-                             std::string("Missing required value for type ") +
-                                 (node.type == Type_1 ? "1" : "2") + " tag" + around.text);
+                // The item that should hold it tells the place.
+                const bool in_item = !path.empty() && list != nullptr;
+                const Place place = {true, Tag_Of(node), 0, &path,
+                                     in_item ? std::int64_t{list->pos} : Finding::Nowhere};
+                findings.Report(Fault::Missing, Level::Kept, place,
+                                "Missing required value for type " + Type_Text(node.type) + " tag");
             }
             continue;
         }
         const DICOM_List& record = *found->second;
         if ((node.type == Type_1 || node.type == Type_1C) && Is_Empty(set, record)) {
-            findings.Add(Level::Change, record,
-                         std::string("Empty required value for type ") +
-                             (node.type == Type_1 ? "1" : "1C") + " tag" + around.text);
+            findings.Report(Fault::Empty, Level::Kept, At(record, path),
+                            "Empty required value for type " + Type_Text(node.type) + " tag");
         }
         for (int i = 0; Item_Of(node, 0) != nullptr && Item_Of(record, i) != nullptr; ++i) {
-            Verify_List(set, Item_Of(record, i), Item_Of(node, 0), Item_Surroundings(record, i),
-                        findings);
+            path.push_back({Tag_Of(record), i});
+            Verify_List(set, Item_Of(record, i), Item_Of(node, 0), path, findings);
+            path.pop_back();
         }
     }
 }
@@ -88,11 +85,13 @@ std::string Module_Name_Of(const Data_Set& set, Findings& findings)
     const char* const name = uid.empty() ? nullptr : DICOM_Module_Name(nullptr, uid.c_str());
     const std::string errors = findings.Take_Errors();
     if (!errors.empty()) {
-        findings.Add(Level::Error, "definition files: " + errors);
+        findings.Report(Fault::Definitions, Level::Error, {}, "definition files: " + errors);
     } else if (name == nullptr) {
-        findings.Add(Level::Change, SOP_Class_Tag, Finding::Nowhere,
-                     uid.empty() ? "no SOP class tells the IOD"
-                                 : "no IOD is known for the SOP class " + uid);
+        const Path top;
+        findings.Report(Fault::IOD, Level::Kept, {true, SOP_Class_Tag, VR_UI, &top},
+                        uid.empty() ? "no SOP class tells the IOD"
+                                    : "no IOD is known for the SOP class",
+                        {uid, {}});
     }
     return name != nullptr ? name : "";
 }
@@ -102,15 +101,17 @@ DICOM_List* Read_Module(const std::string& name, bool partial, Findings& finding
     DICOM_List* const module = DICOM_Module_Read(nullptr, name.empty() ? nullptr : name.c_str());
     const std::string errors = findings.Take_Errors();
     if (!errors.empty() || module == nullptr) {
-        findings.Add(Level::Error, errors.empty() ? "no definition of IOD " + name
-                                                  : "definition files: " + errors);
+        findings.Report(errors.empty() ? Fault::IOD : Fault::Definitions, Level::Error, {},
+                        errors.empty() ? "no definition of IOD " + name
+                                       : "definition files: " + errors);
     }
     return errors.empty() || partial ? module : nullptr;
 }
 
 void Verify(const Data_Set& set, DICOM_List* module, Findings& findings)
 {
-    Verify_List(set, set.records.Head(), module, {}, findings);
+    Path path;
+    Verify_List(set, set.records.Head(), module, path, findings);
 }
 
 }  // namespace lib_mend
