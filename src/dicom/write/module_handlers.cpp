@@ -66,7 +66,10 @@ int DICOM_Module_Add(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_Lis
     const DICOM_List* created = nullptr;
     for (const Registry* registry : {&Get_Registries().group, &Get_Registries().private_group}) {
         if (const auto handler = Find_Handler(*registry, node->group)) {
-            created = handler(handle, root, list, node, param);
+            // What a handler of the client's throws must not cross the interface.
+            created = Guarded(
+                handle, This_Unit, static_cast<DICOM_List*>(nullptr),
+                [&] { return handler(handle, root, list, node, param); }, "attribute");
         }
     }
     if (created != nullptr) {

@@ -1,6 +1,6 @@
 // Encoding of records and groups into memory. Sizes come first: a caller adds up what it is going
-// to write, makes room once, and encodes into place. Sizes are held in 64 bits because the lengths
-// in a list are the file's own claims.
+// to write, makes room once, and encodes into place. What goes down into nested lists may throw
+// std::bad_alloc.
 #ifndef LIB_DICOM_SRC_WRITE_STREAM_WRITER_H
 #define LIB_DICOM_SRC_WRITE_STREAM_WRITER_H
 
@@ -32,7 +32,7 @@ long long DICOM_Attribute_Size(HWND handle, char code, DICOM_List& record);
  *
  * @return the place behind the last byte
  */
-char* DICOM_Attribute_To_Str(HWND handle, char code, const DICOM_List& record, char* out);
+char* DICOM_Attribute_To_Str(HWND handle, char code, DICOM_List& record, char* out);
 
 /** Encoded size of what DICOM_Write_Group writes; 0 when the list lacks the group. */
 long long Group_Size(HWND handle, unsigned short group, char code, DICOM_List* list);
@@ -42,8 +42,7 @@ long long Group_Size(HWND handle, unsigned short group, char code, DICOM_List* l
  *
  * @return number of bytes
  */
-int DICOM_Write_Group(HWND handle, unsigned short group, char code, const DICOM_List* list,
-                      char* out);
+int DICOM_Write_Group(HWND handle, unsigned short group, char code, DICOM_List* list, char* out);
 
 /** Encodes the group length element (gggg,0000). Returns its size. */
 int DICOM_Write_Element_0000(HWND handle, unsigned short group, char code, int group_bytes,

@@ -1,0 +1,178 @@
+// The steps that bring a data set into line with a module list before it is written.
+//
+// By the letter they look attributes up with Find, Get and Delete, which make the sequences around
+// an item that the data set lacks, and they append behind whatever record the list names as its
+// last. While `DICOM_Flag_Current_Standard` is set they create and lose nothing.
+#include "attributes/nest/record_walk.h"
+#include "frame/record_codes.h"
+
+#include <Lib_DICOM/write.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+using namespace lib_dicom;
+
+namespace {
+
+constexpr Unit This_Unit = "NEMA_Write_Module";
+
+/** What the steps that merge a module list into a data set work with. */
+struct Merge {
+    HWND handle;
+    DICOM_Root* root;
+    DICOM_List** list;
+    unsigned short mask;
+};
+
+void Overwrite_Attribute(const Merge& merge, DICOM_List* node)
+{
+    const auto [handle, root, list, mask] = merge;
+    if (DICOM_Flag_Current_Standard != 0 && Look_Into_Open_Item(handle, root, *list) == nullptr) {
+        // Insert also makes the sequences around an item that the data set lacks.
+        DICOM_Attribute_Insert(handle, root, list, node, 0);
+        return;
+    }
+    DICOM_List* const target = DICOM_Attribute_Find(handle, root, list, node->group, node->element);
+    if (target == nullptr) {
+        return;
+    }
+    std::free(std::exchange(target->data, nullptr));
+    target->size = 0;
+    target->flags = static_cast<unsigned short>(target->flags & ~DICOM_Mark_Forced);
+    DICOM_Attribute_Copy_Tag(handle, root, list, target, node);
+}
+
+void Append_Attribute(const Merge& merge, DICOM_List* node)
+{
+    const auto [handle, root, list, mask] = merge;
+    if (DICOM_Flag_Current_Standard != 0) {
+        // A lookup may have left `last` in the middle of the list, and Insert cuts off what follows.
+        DICOM_List* const head = Look_Into_Open_Item(handle, root, *list);
+        if (head != nullptr && head->last != nullptr && head->last->next != nullptr) {
+            head->last = nullptr;
+        }
+    }
+    DICOM_Attribute_Insert(handle, root, list, node, 0);
+}
+
+/** Merges the marked records of a module list one by one. */
+template <class Merge_Attribute>
+int Merge_Lists(const Merge& merge, const char* call, DICOM_List* module,
+                Merge_Attribute merge_attribute)
+{
+    return Guarded(merge.handle, This_Unit, 0, [&] {
+        Record_Walk walk(merge.handle, merge.root, {Trace_Structure, call, "done"});
+        walk.Run(module, [&](DICOM_List* node) {
+            if ((node->flags & merge.mask) != 0) {
+                merge_attribute(merge, node);
+            }
+        });
+        return 1;
+    });
+}
+
+/** A list whose empty attributes are marked. */
+class Mark_Level : public Walk_Level {
+public:
+    /** @param sum  where the value bytes are added up */
+    Mark_Level(unsigned short parent_type, long long& sum) : parent_type_(parent_type), sum_(sum)
+    {
+    }
+    Mark_Level(Mark_Level& around, const DICOM_List& sequence)
+        : Mark_Level(sequence.type, around.bytes_)
+    {
+    }
+
+    bool Enter(DICOM_List& record)
+    {
+        bytes_ = record.item == nullptr ? std::max(record.size, 0) : 0;
+        return true;
+    }
+    void Leave(DICOM_List& record)
+    {
+        const bool is_optional = record.type == 0 || record.type == Type_3;
+        if (bytes_ == 0 && (is_optional || parent_type_ == Type_2C)) {
+            record.flags = static_cast<unsigned short>(record.flags | DICOM_Mark_Deleted);
+        }
+        // The length of an item tag that stands in a list is no value.
+        if (DICOM_Flag_Current_Standard == 0 || record.group != Item_Group) {
+            sum_ += bytes_;
+        }
+    }
+
+private:
+    unsigned short parent_type_;
+    long long& sum_;
+    /** Value bytes of the record in hand. */
+    long long bytes_ = 0;
+};
+
+/** A tag that is to be deleted, in the item that a context has open. */
+struct Deletion {
+    DICOM_Root context;
+    unsigned short group;
+    unsigned short element;
+};
+
+/** Deletes a tag at every depth of the item. */
+void Delete_Attribute(HWND handle, DICOM_List** list, Deletion& deletion)
+{
+    DICOM_Root* const context = &deletion.context;
+    if (DICOM_Flag_Current_Standard == 0 ||
+        Look_Into_Open_Item(handle, context, *list) != nullptr) {
+        DICOM_Attribute_Delete(handle, context, list, deletion.group, deletion.element);
+    }
+}
+
+}  // namespace
+
+int DICOM_Postproc_Overwrite(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* module,
+                             unsigned short mask)
+{
+    constexpr char Call[] = "Lib_Convert: DICOM_Postproc_Overwrite()";
+    return Merge_Lists({handle, root, list, mask}, Call, module, &Overwrite_Attribute);
+}
+
+int DICOM_Postproc_Step_1(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* module,
+                          unsigned short mask)
+{
+    // Items are entered although Insert copies those of a sequence that is not forced. That is
+    // kept: records that are there twice are what sorting compares and orders.
+    constexpr char Call[] = "Lib_Convert: DICOM_Postproc_Step_1()";
+    return Merge_Lists({handle, root, list, mask}, Call, module, &Append_Attribute);
+}
+
+int DICOM_Postproc_Step_2(HWND handle, DICOM_Root* root, DICOM_List* list,
+                          unsigned short parent_type)
+{
+    constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_2()", "done"};
+    return Guarded(handle, This_Unit, 0, [&] {
+        long long bytes = 0;
+        Nested_Walk<Mark_Level>(handle, root, Step).Over(list, parent_type, bytes);
+        return static_cast<int>(std::min<long long>(bytes, INT_MAX));
+    });
+}
+
+int DICOM_Postproc_Step_4(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* marks)
+{
+    constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_4()", "done"};
+    return Guarded(handle, This_Unit, 0, [&] {
+        // Deletions wait for the end, because they may take away what is walked over.
+        std::vector<Deletion> deletions;
+        Record_Walk(handle, root, Step).Run(marks, [&](const DICOM_List* node) {
+            const bool is_request = (node->flags & DICOM_Mark_Delete_Request) != 0;
+            if (is_request) {
+                deletions.push_back({*root, node->group, node->element});
+            }
+            return !is_request;
+        });
+        for (Deletion& deletion : deletions) {
+            Delete_Attribute(handle, list, deletion);
+        }
+        return 1;
+    });
+}

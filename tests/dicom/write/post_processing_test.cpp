@@ -1,0 +1,460 @@
+// The steps before the output: merging, marking, deleting, loading, verifying.
+#include "support/message_log.h"
+#include "support/record_builder.h"
+
+#include <Lib_DICOM/dictionary.h>
+#include <Lib_DICOM/write.h>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace {
+
+/** A nested list: records of the one item of a sequence follow it, with a ">" per level. */
+DICOM_List* Make_List(const std::string& notation)
+{
+    DICOM_List* head = nullptr;
+    DICOM_Root root = {};
+    const DICOM_List* last = nullptr;
+    std::istringstream words(notation);
+    for (std::string word; words >> word;) {
+        const int depth = static_cast<int>(word.find_first_not_of('>'));
+        while (root.Sequence_Depth > depth) {
+            DICOM_Attribute_Sequence_Stop(nullptr, &root, 0);
+        }
+        if (root.Sequence_Depth < depth) {
+            DICOM_Attribute_Sequence_Start(nullptr, &root, last->group, last->element, 0, 0);
+            DICOM_Attribute_Item_Start(nullptr, &root, 0);
+        }
+        const Record_List single(word.substr(static_cast<std::size_t>(depth)));
+        single.head->dict = NEMA_db_Locate(single.head->group, single.head->element);
+        last = DICOM_Attribute_Insert(nullptr, &root, &head, single.head, 0);
+    }
+    return head;
+}
+
+TEST(Post_Processing, EmptyListsReturnAtOnce)
+{
+    DICOM_Root root = {};
+    DICOM_List* none = nullptr;
+    EXPECT_EQ(DICOM_Postproc_Overwrite(nullptr, &root, &none, nullptr, 0xFFFF), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_1(nullptr, &root, &none, nullptr, 0xFFFF), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, nullptr, 0), 0);
+    EXPECT_EQ(DICOM_Postproc_Step_4(nullptr, &root, &none, nullptr), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, nullptr), 1);
+    EXPECT_EQ(DICOM_Postproc_Verification(nullptr, &root, nullptr, nullptr, 0), 1);
+}
+
+/** Follows the current standard for the length of a test. */
+class Current_Standard {
+public:
+    explicit Current_Standard(bool is_set = true)
+    {
+        DICOM_Flag_Current_Standard = is_set ? 1 : 0;
+    }
+    Current_Standard(const Current_Standard&) = delete;
+    Current_Standard& operator=(const Current_Standard&) = delete;
+    ~Current_Standard()
+    {
+        DICOM_Flag_Current_Standard = 0;
+    }
+};
+
+TEST(Post_Processing, OverwriteReplacesForcedValuesAndMakesWhatIsAbsent)
+{
+    struct Case {
+        bool current;
+        const char* tags;
+    };
+    // By the letter Find makes one sequence, and takes the empty item for the place it looks for.
+    for (const Case& test :
+         {Case{false, "0008,0060 0010,0010 0040,0275[0008,0100 0008,0102]"},
+          Case{true, "0008,0060 0010,0010 0040,0275[0040,0008[0008,0100 0008,0102]]"}}) {
+        const Current_Standard standard(test.current);
+        DICOM_Root root = {};
+        Record_List list(Make_List("0008,0060=CT!1000 0010,0010=A!1000"));
+        const Record_List module(
+            Make_List("0008,0060=MR!1004 0010,0010=B!4 0040,0275:SQ!4 "
+                      ">0040,0008:SQ!4 >>0008,0100=X!1004 >>0008,0102=Y!1004"));
+        EXPECT_EQ(DICOM_Postproc_Overwrite(nullptr, &root, &list.head, module.head,
+                                           DICOM_Mark_Forced | DICOM_Mark_Default),
+                  1);
+        EXPECT_EQ(Tags(list.head), test.tags);
+        EXPECT_EQ(Value_Of(*list.head), "MR");
+        EXPECT_EQ(list.head->flags, 0x1004);
+        EXPECT_EQ(Value_Of(*list.head->next), "A");
+        EXPECT_EQ(list.head->next->flags, 0x1000);
+        EXPECT_EQ(root.Sequence_Depth, 0);
+    }
+    DICOM_Root root = {};
+    Record_List list("0008,0060=CT!1000");
+    const Record_List empty("0008,0060!1004");
+    DICOM_Postproc_Overwrite(nullptr, &root, &list.head, empty.head, DICOM_Mark_Forced);
+    EXPECT_EQ(list.head->data, nullptr);
+    EXPECT_EQ(list.head->size, 0);
+}
+
+TEST(Post_Processing, Step1AppendsMarkedRecordsBehindTheLast)
+{
+    constexpr char Module[] = "0008,0060=MR!2004 0010,0020=X!4 0008,1140:SQ!4 >0008,1150=1.2!2004";
+    const Record_List module(Make_List(Module));
+    for (const bool current : {false, true}) {
+        const Current_Standard standard(current);
+        DICOM_Root root = {};
+        Record_List list("0008,0060=CT 0020,0010=1");
+        Record_List behind(list.head->next);
+        // What Find leaves as the last record is in the middle of the list, and Insert cuts there.
+        DICOM_Attribute_Find(nullptr, &root, &list.head, 0x0010, 0x0010);
+        EXPECT_EQ(
+            DICOM_Postproc_Step_1(nullptr, &root, &list.head, module.head, DICOM_Mark_Default), 1);
+        if (current) {
+            behind.head = nullptr;
+        }
+        EXPECT_EQ(Tags(list.head), std::string("0008,0060 0010,0010 ") +
+                                       (current ? "0020,0010 " : "") +
+                                       "0008,0060 0008,1140[0008,1150]");
+        EXPECT_EQ(Value_Of(*list.head), "CT");
+        EXPECT_EQ(root.Sequence_Depth, 0);
+    }
+}
+
+/** Tags that are marked as deleted, in the order of the walk. */
+std::string Marked(const DICOM_List* list)
+{
+    std::string text;
+    for (; list != nullptr; list = list->next) {
+        const bool marked = (list->flags & DICOM_Mark_Deleted) != 0;
+        text += marked ? Tags(list).substr(0, 9) + " " : "";
+        text += list->item != nullptr ? Marked(list->item[0]) : "";
+    }
+    return text;
+}
+
+TEST(Post_Processing, Step2MarksWhatIsEmpty)
+{
+    struct Case {
+        const char* list;
+        const char* marked;
+        int bytes;
+    };
+    const Case cases[] = {
+        {"0008,0005 0008,0008@3 0008,0016@2 0008,0018@1 0008,0020@2C 0008,0060=CT",
+         "0008,0005 0008,0008 ", 2},
+        {"0008,1140:SQ@2C >0008,1150@1 >0008,1155=1.2@1", "0008,1150 ", 3},
+        {"0008,1140:SQ@3 >0008,1150@2", "0008,1140 ", 0},
+        {"0008,1140:SQ@1 >0008,2112:SQ@2C >>0008,1150@2", "0008,1150 ", 0},
+        {"0008,1140:SQ@2C >0008,2112:SQ@1 >>0008,1150@2", "0008,2112 ", 0},
+        {"0008,1140:SQ@3 >0008,1150#-1@2", "0008,1140 ", 0},
+        {"0008,1140:SQ@3 >0008,1150#1@2", "", 1},
+        {"0008,1140:SQ#9@3", "", 9},
+        {"0009,0010#2147483647 0009,0011#2147483647", "", 2147483647},
+        {"0009,0010:SQ >0009,0010#2147483646", "", 2147483646},
+        {"0008,1140:SQ@3 >FFFE,E000#20@1", "", 20},
+    };
+    for (const Case& test : cases) {
+        DICOM_Root root = {};
+        const Record_List list(Make_List(test.list));
+        EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, list.head, 0), test.bytes);
+        EXPECT_EQ(Marked(list.head), test.marked) << test.list;
+    }
+    const Current_Standard standard;
+    DICOM_Root root = {};
+    const Record_List list(Make_List("0008,1140:SQ@3 >FFFE,E000#20@1"));
+    EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, list.head, 0), 0);
+    EXPECT_EQ(Marked(list.head), "0008,1140 ") << "the length of an item tag is no value";
+}
+
+TEST(Post_Processing, Step4DeletesAlsoWhatItWalksOver)
+{
+    constexpr char Marks[] =
+        "0008,0060=CT!200 0008,0060=MR 0008,1140:SQ >0008,1150=1!200 >0008,1155=2!200 0010,0010=A";
+    const Record_List module(Make_List(Marks));
+    const auto delete_from = [&](DICOM_List* made) {
+        DICOM_Root root = {};
+        Record_List list(made);
+        EXPECT_EQ(DICOM_Postproc_Step_4(nullptr, &root, &list.head, module.head), 1);
+        EXPECT_EQ(root.Sequence_Depth, 0);
+        return Tags(list.head);
+    };
+    for (const bool current : {false, true}) {
+        const Current_Standard standard(current);
+        DICOM_Root root = {};
+        Record_List same(Make_List(Marks));
+        EXPECT_EQ(DICOM_Postproc_Step_4(nullptr, &root, &same.head, same.head), 1);
+        EXPECT_EQ(Tags(same.head), "0008,1140 0010,0010");
+        EXPECT_EQ(delete_from(Make_List("0008,1140:SQ >0008,1150=1 >0010,0010=A")),
+                  "0008,1140[0010,0010]");
+    }
+    EXPECT_EQ(delete_from(Make_List("0010,0010=A")), "0010,0010 0008,1140")
+        << "a lookup inside a sequence makes it";
+    const Current_Standard standard;
+    EXPECT_EQ(delete_from(Make_List("0010,0010=A")), "0010,0010");
+}
+
+/** Sequences inside each other, and an empty attribute of type 2 at the bottom. */
+class Deep_List {
+public:
+    explicit Deep_List(int levels)
+    {
+        for (int i = 0; i < levels; ++i) {
+            Record_List around("0008,1140:SQ@1!4");
+            around.head->item = static_cast<DICOM_List**>(std::calloc(1, sizeof(DICOM_List*)));
+            around.head->item[0] = head;
+            around.head->nb_item = 1;
+            head = std::exchange(around.head, nullptr);
+        }
+    }
+    Deep_List(const Deep_List&) = delete;
+    Deep_List& operator=(const Deep_List&) = delete;
+    ~Deep_List()
+    {
+        while (head != nullptr) {
+            DICOM_List* const inner = head->item != nullptr ? head->item[0] : nullptr;
+            head->nb_item = 0;
+            DICOM_Attribute_Free(nullptr, std::exchange(head, inner));
+        }
+    }
+
+    DICOM_List* head = std::exchange(Record_List("0008,1150:UI@2").head, nullptr);
+};
+
+TEST(Post_Processing, WalksGoAsDeepAsAnyListIsNested)
+{
+    constexpr int Levels = 100'000;
+    const Message_Log log;
+    const Deep_List deep(Levels);
+    DICOM_Root root = {};
+    Record_List list("0008,0060=CT");
+    EXPECT_EQ(DICOM_Postproc_Overwrite(nullptr, &root, &list.head, deep.head, 0x8000), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_1(nullptr, &root, &list.head, deep.head, 0x8000), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_4(nullptr, &root, &list.head, deep.head), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, deep.head), 1);
+    EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, deep.head, 0), 0);
+    EXPECT_EQ(root.Sequence_Depth, 0);
+    EXPECT_EQ(log.Count("To many \"sequences\""), 5 * (Levels - 9));
+}
+
+TEST(Post_Processing, Step5LoadsWhatIsMissing)
+{
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("step_5_" + std::to_string(getpid()));
+    std::ofstream(path) << "0123456789";
+    std::wstring name = path.wstring();
+    std::string image = "0123456789";
+    DICOM_Root root = {};
+    for (const int source : {1, 2}) {
+        DICOM_Lib_File_Source = source;
+        DICOM_Lib_File_Name = source == 1 ? name.data() : reinterpret_cast<wchar_t*>(image.data());
+        const Record_List list(Make_List("0008,0060#2:CS 0008,1140:SQ#9 >FFFE,E000#2 >0008,1150#1 "
+                                         "0010,0010=A 0010,0020:SQ#2 0010,0030:LO#2147483647"));
+        const Message_Log log;
+        EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, list.head), 0);
+        ASSERT_EQ(log.All().size(), 2U) << log.Text();
+        EXPECT_EQ(log.All()[0].severity, 0x80000001U);
+        EXPECT_THAT(log.All()[0].text, testing::MatchesRegex("file:NEMA_Write_Module line:[0-9]+"));
+        EXPECT_EQ(log.All()[1].severity, 2U);
+        const std::string source_name = source == 1 ? path.string() : "memory image";
+        EXPECT_THAT(
+            log.All()[1].text,
+            testing::MatchesRegex("End of File while reading: .-?[0-9]+ /vs/ 2147483647. ." +
+                                  source_name + "."));
+        std::string values;
+        for (const DICOM_List* record :
+             {list.head, list.head->next, list.head->next->item[0], list.head->next->item[0]->next,
+              list.head->next->next, list.head->next->next->next,
+              list.head->next->next->next->next}) {
+            values += Value_Of(*record) + "|";
+        }
+        EXPECT_EQ(values, "89|||8|A|||");
+    }
+    std::filesystem::remove(path);
+    DICOM_Lib_File_Source = 1;
+    DICOM_Lib_File_Name = name.data();
+    for (const bool current : {false, true}) {
+        const Current_Standard standard(current);
+        const Message_Log log(5);
+        const Record_List list("0008,0060#2:CS 0008,0070#2:CS");
+        EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, list.head), 0);
+        EXPECT_EQ(log.Count("Error reading file " + path.string() + "\n"), 0);
+        EXPECT_EQ(log.Count("Error reading file " + path.string()), current ? 1 : 2);
+        EXPECT_EQ(log.All()[1].severity, 0x90002005U);
+        EXPECT_EQ(log.All()[1].text, "-> DICOM_Postproc_Step_5() Reading missing: 2 bytes at 8");
+    }
+    DICOM_Lib_File_Source = 0;
+    DICOM_Lib_File_Name = nullptr;
+}
+
+TEST(Post_Processing, VerificationNamesWhatIsRequired)
+{
+    const Record_List module(Make_List("0008,0005@1 0008,0008@3 0008,0016@1C 0008,0020@2 "
+                                       "0008,0060@1 0008,1140:SQ@1 >0009,1001@1 >0008,1150@2 "
+                                       "0008,1199:SQ@2C >0008,1150@1 0040,0275:SQ@1 0040,0280@2"));
+    constexpr char Begin[] = "    \361\005WARNING:\002 ";
+    const struct {
+        const char* fault;
+        const char* tag;
+    } expected[] = {
+        {"Empty required value for type 1 tag: (",
+         "\0010008\002,\0010005\002) \001\"Specific Character Set\""},
+        {"Missing required value for type 2 tag: (",
+         "\0010008\002,\0010020\002) \001\"Study Date\""},
+        {"Missing required value for type 1 tag: (",
+         "\0010008\002,\0011140\002) \001\"Referenced Image Sequence\""},
+        {"Missing required value for type 1 tag: (", "\0010009\002,\0011001\002) \001"},
+        {"Missing required value for type 2 tag: (",
+         "\0010008\002,\0011150\002) \001\"Referenced SOP Class UID\""},
+    };
+    Flag_Error_Warning = 7;
+    for (const bool current : {false, true}) {
+        const Current_Standard standard(current);
+        DICOM_Root root = {};
+        const Record_List list(Make_List("0008,0005:CS 0008,0060=CT 0040,0275:SQ 0040,0280:ST@2"));
+        const Message_Log log;
+        EXPECT_EQ(DICOM_Postproc_Verification(nullptr, &root, list.head, module.head, 0), 0);
+        ASSERT_EQ(log.All().size(), std::size(expected)) << log.Text();
+        for (std::size_t i = 0; i < std::size(expected); ++i) {
+            EXPECT_EQ(log.All()[i].severity, 7U);
+            EXPECT_EQ(log.All()[i].text, std::string(Begin) + expected[i].fault + expected[i].tag);
+        }
+        EXPECT_EQ(Tags(list.head), std::string("0008,0005 0008,0060 0040,0275 0040,0280") +
+                                       (current ? "" : " 0008,1140"))
+            << "a lookup inside a sequence makes it";
+        EXPECT_EQ(root.Sequence_Depth, 0);
+    }
+    Flag_Error_Warning = 0;
+}
+
+/** One line a message: its severity, and its text. */
+std::string Trace_Of(const Message_Log& log)
+{
+    std::string text;
+    for (const Message& message : log.All()) {
+        char severity[16];
+        std::snprintf(severity, sizeof severity, "%X ", message.severity);
+        text += severity + message.text + "\n";
+    }
+    return text;
+}
+
+TEST(Post_Processing, StepsTraceEachList)
+{
+    const Record_List module(Make_List("0008,1140:SQ@1 >0008,1150=1@1"));
+    DICOM_Root root = {};
+    Record_List list(Make_List("0008,1140:SQ >0008,1150=1"));
+    DICOM_List** const head = &list.head;
+    const struct {
+        const char* name;
+        std::function<int()> step;
+    } steps[] = {
+        {"DICOM_Postproc_Overwrite",
+         [&] {
+             return DICOM_Postproc_Overwrite(nullptr, &root, head, module.head, 1);
+         }},
+        {"DICOM_Postproc_Step_1",
+         [&] {
+             return DICOM_Postproc_Step_1(nullptr, &root, head, module.head, 1);
+         }},
+        {"DICOM_Postproc_Step_2",
+         [&] {
+             return DICOM_Postproc_Step_2(nullptr, &root, *head, 0);
+         }},
+        {"DICOM_Postproc_Step_4",
+         [&] {
+             return DICOM_Postproc_Step_4(nullptr, &root, head, module.head);
+         }},
+        {"DICOM_Postproc_Step_5",
+         [&] {
+             return DICOM_Postproc_Step_5(nullptr, &root, *head);
+         }},
+        {"DICOM_Postproc_Verification",
+         [&] {
+             return DICOM_Postproc_Verification(nullptr, &root, *head, module.head, 0);
+         }},
+    };
+    for (const auto& row : steps) {
+        const Message_Log log(5);
+        EXPECT_EQ(row.step(), 1) << row.name;
+        const std::string name = row.name;
+        const std::string in = "90002005 >>> in  Lib_Convert: " + name + "()\n";
+        const std::string out = "90002005 <<< out Lib_Convert: " + name + "(done)\n";
+        EXPECT_EQ(Trace_Of(log), in + in + out + out);
+        Message_Log banners(9);
+        row.step();
+        EXPECT_EQ(banners.Count("Sequence in") > 0, name != "DICOM_Postproc_Verification");
+    }
+}
+
+DICOM_List* Refuse(HWND, DICOM_Root*, DICOM_List**, DICOM_List*, void* param)
+{
+    ++*static_cast<int*>(param);
+    return nullptr;
+}
+
+DICOM_List* Create(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* node, void* param)
+{
+    *static_cast<int*>(param) += 10;
+    return DICOM_Attribute_Find(handle, root, list, node->group, node->element);
+}
+
+DICOM_List* Throw(HWND, DICOM_Root*, DICOM_List**, DICOM_List*, void* param)
+{
+    *static_cast<int*>(param) += 100;
+    throw std::runtime_error("handler");
+}
+
+TEST(Post_Processing, ModuleAddAsksHandlersFirst)
+{
+    EXPECT_EQ(DICOM_Module_List_Group_Grow(0x0010, nullptr), 0);
+    EXPECT_EQ(DICOM_Module_List_Group_Grow(0x0010, Create), 1);
+    DICOM_Module_List_Group_Grow(0x0010, Refuse);
+    DICOM_Module_List_Group_Grow(0x0011, Create);
+    EXPECT_EQ(DICOM_Module_List_Private_Grow(0x0011, Refuse), 1);
+    DICOM_Module_List_Private_Grow(0x0012, Throw);
+    struct Case {
+        const char* node;
+        int result;
+        int calls;
+        const char* tags;
+    };
+    Message_Log log(1);
+    const auto add = [](const Case& test) {
+        int calls = 0;
+        DICOM_Root root = {};
+        const Record_List node(test.node);
+        Record_List list;
+        EXPECT_EQ(DICOM_Module_Add(nullptr, &root, &list.head, node.head, &calls), test.result);
+        EXPECT_EQ(calls, test.calls) << test.node;
+        EXPECT_EQ(Tags(list.head), test.tags) << test.node;
+    };
+    const Case cases[] = {
+        {"0010,0010@1", 0, 10, "0010,0010"},
+        {"0011,0010@1", 1, 11, "0011,0010"},
+        {"0008,0020~DA@2", 1, 0, "0008,0020"},
+        {"0008,0020~DA@2C", 1, 0, "0008,0020"},
+        {"0008,0020~DA@1", 1, 0, ""},
+        {"0008,0020~DA@1C", 1, 0, ""},
+        {"0008,0020~DA@3", 1, 0, ""},
+        {"0008,0020~DA", 0, 0, ""},
+        {"0012,0010~LO@2", 1, 100, "0012,0010"},
+    };
+    for (const Case& test : cases) {
+        add(test);
+    }
+    ASSERT_EQ(log.All().size(), 2U) << log.Text();
+    EXPECT_EQ(log.All()[0].severity, 0x90002001U);
+    EXPECT_EQ(log.All()[0].text, "\361\004ERROR: \002Unknown tag type (\0010008\002,\0010020\002)");
+    EXPECT_EQ(log.All()[1].severity, 1U);
+    EXPECT_THAT(log.All()[1].text,
+                testing::MatchesRegex("Error: file:NEMA_Write_Module line:[0-9]+"));
+    DICOM_Lib_Cleanup();
+    add({"0010,0010~PN@2", 1, 0, "0010,0010"});
+}
+
+}  // namespace
