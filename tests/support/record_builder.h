@@ -111,6 +111,35 @@ private:
     unsigned int position_ = 0;
 };
 
+/** Sequences (0008,1140) of one item inside each other, and a record at the bottom. */
+class Deep_List {
+public:
+    Deep_List(int levels, const std::string& bottom_notation)
+    {
+        Record_List bottom(bottom_notation);
+        head = std::exchange(bottom.head, nullptr);
+        for (int i = 0; i < levels; ++i) {
+            Record_List around("0008,1140:SQ*@1!4");
+            around.head->item = static_cast<DICOM_List**>(std::calloc(1, sizeof(DICOM_List*)));
+            around.head->item[0] = head;
+            around.head->nb_item = 1;
+            head = std::exchange(around.head, nullptr);
+        }
+    }
+    Deep_List(const Deep_List&) = delete;
+    Deep_List& operator=(const Deep_List&) = delete;
+    ~Deep_List()
+    {
+        while (head != nullptr) {
+            DICOM_List* const inner = head->item != nullptr ? head->item[0] : nullptr;
+            head->nb_item = 0;
+            DICOM_Attribute_Free(nullptr, std::exchange(head, inner));
+        }
+    }
+
+    DICOM_List* head = nullptr;
+};
+
 /** Tags of a list, the items of a sequence in brackets behind it: "0008,1140[0008,1150][]". */
 inline std::string Tags(const DICOM_List* list)
 {

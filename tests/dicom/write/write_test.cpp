@@ -1,10 +1,13 @@
 // Writing: the bytes of elements, sequences, groups and the Part 10 head.
 #include "support/message_log.h"
+#include "support/record_builder.h"
 
 #include <Lib_DICOM/Lib_DICOM.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +27,7 @@ std::string Written(Function function, char code, DICOM_List* list, Param... par
         hex += "0123456789ABCDEF"[byte >> 4 & 15];
         hex += "0123456789ABCDEF"[byte & 15];
     }
-    DICOM_Lib_Free(&buffer);
+    std::free(buffer);  // without a trace
     return hex;
 }
 
@@ -182,21 +185,46 @@ std::vector<int> Groups(const std::string& hex)
 
 TEST_F(Write, SelectsGroups)
 {
-    // 0010 stands behind a higher group and is left out.
-    const unsigned int groups[] = {0x0000, 0x0001, 0x0002, 0x0004, 0x0008, 0x0009, 0x0022,
-                                   0x0010, 0x60FE, 0x7F00, 0x7FE0, 0x7FF0, 0x7FF1, 0x8000};
+    std::vector<int> known = {
+        0x0008, 0x0010, 0x0012, 0x0018, 0x0020, 0x0024, 0x0028, 0x0032, 0x0038, 0x003A, 0x0040,
+        0x0050, 0x0054, 0x0060, 0x0062, 0x0066, 0x0070, 0x0088, 0x0100, 0x0400, 0x2000, 0x2010,
+        0x2020, 0x2030, 0x2040, 0x2050, 0x2100, 0x2110, 0x2120, 0x2130, 0x2200, 0x3002, 0x3004,
+        0x3006, 0x3008, 0x300A, 0x300C, 0x300E, 0x4000, 0x4008, 0x5200, 0x5400, 0x5600};
+    for (const int repeated : {0x5000, 0x6000}) {
+        for (int group = repeated; group <= repeated + 0xFE; group += 2) {
+            known.push_back(group);
+        }
+    }
+    std::sort(known.begin(), known.end());
+    const auto every_group = [](int first, int last, int step) {
+        std::vector<int> groups;
+        for (int group = first; group <= last; group += step) {
+            groups.push_back(group);
+        }
+        return groups;
+    };
+    const auto with_private = [&](std::vector<int> groups, int first, int last) {
+        for (const int group : every_group(first, last, 2)) {
+            groups.push_back(group);
+        }
+        std::sort(groups.begin(), groups.end());
+        return groups;
+    };
+    std::vector<int> current = every_group(0x0004, 0x7FDE, 2);
+    const std::vector<int> after = every_group(0x7FF0, 0x7FFE, 2);
+
     Records records;
-    for (const unsigned int group : groups) {
+    for (unsigned int group = 0; group <= 0xFFFD; ++group) {
         records.push_back(Empty(group << 16 | 0x0010, VR_LO, 0));
     }
     DICOM_List* const list = Linked(records);
     const struct {
         char current, with_private;
         std::vector<int> before, after;
-    } rows[] = {{0, 0, {0x0008, 0x60FE}, {0x7FF0}},
-                {0, 1, {0x0008, 0x0009, 0x60FE}, {0x7FF0, 0x7FF1}},
-                {1, 0, {0x0004, 0x0008, 0x0022, 0x60FE, 0x7F00}, {0x7FF0}},
-                {1, 1, {0x0001, 0x0004, 0x0008, 0x0009, 0x0022, 0x60FE, 0x7F00}, {0x7FF0, 0x7FF1}}};
+    } rows[] = {{0, 0, known, after},
+                {0, 1, with_private(known, 0x0009, 0x7EFF), with_private(after, 0x7FF1, 0x7FFF)},
+                {1, 0, current, after},
+                {1, 1, with_private(current, 0x0001, 0x7FDF), with_private(after, 0x7FF1, 0x7FFF)}};
     for (const auto& row : rows) {
         DICOM_Flag_Current_Standard = row.current;
         Flag_DICOM_Propriatery = row.with_private;
@@ -204,11 +232,116 @@ TEST_F(Write, SelectsGroups)
         EXPECT_EQ(Groups(Written(&DICOM_Write_Buffer_C, 0, list, nullptr)), row.after);
     }
     EXPECT_EQ(Groups(Stream(0, list)).size(), records.size());
+}
 
-    Message_Log log(4);  // absent groups are visited for the trace, with the same result
-    EXPECT_EQ(Groups(Written(&DICOM_Write_Buffer_C, 0, list, nullptr)).size(), 2U);
-    EXPECT_EQ(log.Count("-> DICOM_Write_Buffer_C() group (7ffd) = 16 bytes tot, 0 bytes data"), 1);
-    EXPECT_EQ(log.Count("-> DICOM_Write_Buffer_C() group "), 16);
+TEST_F(Write, LeavesOutWhatStandsBehindAHigherGroup)
+{
+    DICOM_List* const list = Linked({Empty(0x00080010, VR_LO, 0), Empty(0x00180010, VR_LO, 0),
+                                     Empty(0x00100010, VR_LO, 0), Empty(0x00180020, VR_LO, 0),
+                                     Empty(0x00200010, VR_LO, 0), Empty(0x00180030, VR_LO, 0)});
+    EXPECT_EQ(Groups(Written(&DICOM_Write_Buffer_A, 0, list, nullptr)),
+              (std::vector<int>{0x0008, 0x0018, 0x0018, 0x0020}));
+}
+
+/** One line a message: its severity, and its text. */
+std::string Trace_Of(const Message_Log& log)
+{
+    std::string text;
+    for (const Message& message : log.All()) {
+        char severity[16];
+        std::snprintf(severity, sizeof severity, "%X ", message.severity);
+        text += severity + message.text + "\n";
+    }
+    return text;
+}
+
+TEST_F(Write, TracesGroupsAndElements)
+{
+    DICOM_List* const inner = Record(0x7FF00018, VR_UI, "1.2 ");
+    DICOM_List* const list =
+        Linked({Empty(0x7FF01140, VR_SQ, 0, {inner}), Empty(0x7FF20010, VR_LO, 2)});
+    const std::string size = "90002007 >>> in  Lib_DICOM: DICOM_Attribute_Size(";
+    const std::string size_out = "90002007 <<< out Lib_DICOM: DICOM_Attribute_Size(";
+    const std::string element = "90002007 >>> in  Lib_DICOM: DICOM_Attribute_To_Str(";
+    const std::string element_out = "90002007 <<< out Lib_DICOM: DICOM_Attribute_To_Str(";
+    const std::string tag = "90002007 -> DICOM_Attribute_To_Str() tag (";
+    const std::string group = "90002007 >>> in  Lib_DICOM: DICOM_Write_Group(";
+    const std::string group_out = "90002007 <<< out Lib_DICOM: DICOM_Write_Group(size=";
+    const std::string sizes = size + "7ff0,1140)\n" + size + "7ff0,0018)\n" + size_out + "12)\n" +
+                              size_out + "48)\n" + size + "7ff2,0010)\n" + size_out + "10)\n";
+    const std::string first = element + "7ff0,1140)\n" + element + "7ff0,0018)\n" + tag +
+                              "7ff0,0018) = 12 bytes tot, 4 bytes data\n" + element_out + ")\n" +
+                              tag + "7ff0,1140) = 48 bytes tot, 0 bytes data\n" + element_out +
+                              ")\n";
+    const std::string second = element + "7ff2,0010)\n" + tag +
+                               "7ff2,0010) = 10 bytes tot, 2 bytes data\n" + element_out +
+                               "! pt->data)\n";
+    const std::string name = "DICOM_Write_Buffer_C()";
+    std::string groups = group + "7ff0)\n" + first + group_out + "48)\n90002004 -> " + name +
+                         " group (7ff0) = 48 bytes tot, 48 bytes data\n" + group + "7ff2)\n" +
+                         second + group_out + "10)\n90002004 -> " + name +
+                         " group (7ff2) = 58 bytes tot, 10 bytes data\n";
+    for (const char* const absent : {"7ff4", "7ff6", "7ff8", "7ffa", "7ffc", "7ffe"}) {
+        groups += group + absent + ")\n" + group_out + "0)\n90002004 -> " + name + " group (" +
+                  absent + ") = 58 bytes tot, 0 bytes data\n";
+    }
+    const auto call = [](const std::string& text, const std::string& inside) {
+        return "90002009 >>> in  Lib_DICOM: " + text + "\n" + inside +
+               "90002009 <<< out Lib_DICOM: " + text + "\n";
+    };
+    Message_Log log(9);
+    Written(&DICOM_Write_Buffer_C, 8, list, nullptr);
+    EXPECT_EQ(Trace_Of(log), call(name, sizes + groups));
+    log.Clear();
+    Stream(8, list);
+    EXPECT_EQ(Trace_Of(log), call("DICOM_List2Stream()", sizes + first + second));
+    log.Clear();
+    DICOM_List* const meta = Record(0x00020010, VR_UI, "ab");
+    Written(&DICOM_Write_Part10, 8, meta);
+    EXPECT_EQ(Trace_Of(log),
+              call("DICOM_Write_Part10()",
+                   size + "0002,0010)\n" + size_out + "10)\n" +
+                       "90002007 >>> in  Lib_DICOM: DICOM_Write_Element_0000(0002)\n" + element +
+                       "0002,0000)\n" + tag + "0002,0000) = 12 bytes tot, 4 bytes data\n" +
+                       element_out + ")\n" +
+                       "90002007 <<< out Lib_DICOM: DICOM_Write_Element_0000()\n" + group +
+                       "0002)\n" + element + "0002,0010)\n" + tag +
+                       "0002,0010) = 10 bytes tot, 2 bytes data\n" + element_out + ")\n" +
+                       group_out + "10)\n"));
+    log.Clear();
+    DICOM_Flag_Current_Standard = 1;
+    Stream(8, Empty(0xFFFEE000, VR_Item, 4));
+    EXPECT_EQ(Trace_Of(log),
+              call("DICOM_List2Stream()", size + "fffe,e000)\n" + size_out + "0)\n" + element +
+                                              "fffe,e000)\n" + element_out + "! size)\n"));
+    DICOM_Flag_Current_Standard = 0;
+    log.Clear();
+    EXPECT_EQ(DICOM_Write_Image_Fct(nullptr) + DICOM_Write_Image_B_Fct(nullptr), 2);
+    EXPECT_EQ(Trace_Of(log),
+              call("DICOM_Write_Image_Fct()", "") + call("DICOM_Write_Image_B_Fct()", ""));
+}
+
+TEST_F(Write, ListsOfAnyDepth)
+{
+    constexpr int Levels = 100'000;
+    Deep_List deep(Levels, "0010,0010:LO=ab");
+    const Message_Log log;
+    char* buffer = nullptr;
+    DICOM_Flag_Seq_Size = 1;
+    const int size = DICOM_List2Stream(nullptr, 8, deep.head, &buffer);
+    EXPECT_EQ(size, Levels * 20 + 10);
+    ASSERT_NE(buffer, nullptr);
+    for (int level = 0; level < Levels; level += 9'999) {
+        int length = 0;
+        std::memcpy(&length, buffer + 20 * level + 8, sizeof length);
+        EXPECT_EQ(length, size - 20 * level - 12);
+    }
+    DICOM_Lib_Free(&buffer);
+    DICOM_Write_Image_Fct([](HWND, char, unsigned int, char**, void*) { return 0; });
+    EXPECT_EQ(DICOM_Write_Buffer(nullptr, 8, deep.head, &buffer, nullptr),
+              static_cast<unsigned int>(size));
+    EXPECT_EQ(log.Text(), "");
+    DICOM_Lib_Free(&buffer);
 }
 
 /** Appends "PIX", or returns the number that `param` points at. */
@@ -220,6 +353,16 @@ int Append_Pixels(HWND, char, unsigned int offset, char** buffer, void* param)
     *buffer = static_cast<char*>(std::realloc(*buffer, offset + 3));
     std::memcpy(*buffer + offset, "PIX", 3);
     return 3;
+}
+
+/** The messages of a call that failed: the place of a unit, and the error. */
+void Expect_Error(const Message_Log& log, const std::string& unit, const std::string& text)
+{
+    ASSERT_EQ(log.All().size(), 2U) << log.Text();
+    EXPECT_EQ(log.All()[0].severity, 0x80000001U);
+    EXPECT_THAT(log.All()[0].text, testing::MatchesRegex("file:" + unit + " line:[0-9]+"));
+    EXPECT_EQ(log.All()[1].severity, 2U);
+    EXPECT_EQ(log.All()[1].text, text);
 }
 
 TEST_F(Write, GroupLengthsAndPixels)
@@ -236,14 +379,30 @@ TEST_F(Write, GroupLengthsAndPixels)
     Message_Log log;
     int count = -5;
     EXPECT_EQ(Written(&DICOM_Write_Buffer, 9, list, &count), "");
-    count = INT_MAX;
+    Expect_Error(log, "NEMA_Write_Fct", "The writer of the pixel data failed and returned -5");
+    log.Clear();
+    count = INT_MAX - 31;  // in front of it stand 32 bytes
     EXPECT_EQ(Written(&DICOM_Write_Buffer, 9, list, &count), "");
-    EXPECT_EQ(log.Count("returned -5") + log.Count("2147483679 bytes are too many"), 2);
+    Expect_Error(log, "NEMA_Write_Buffer",
+                 "2147483648 bytes are too many to be written into one buffer (limit 2147483647)");
+    log.Clear();
+    count = INT_MAX - 32;  // behind it stand 22 more
+    EXPECT_EQ(Written(&DICOM_Write_Buffer, 9, list, &count), "");
+    Expect_Error(log, "NEMA_Write_Buffer",
+                 "2147483669 bytes are too many to be written into one buffer (limit 2147483647)");
+    log.Clear();
+    DICOM_Write_Image_Fct([](HWND, char, unsigned int, char**, void*) -> int { throw 1; });
+    EXPECT_EQ(Written(&DICOM_Write_Buffer, 9, list, nullptr), "");
+    ASSERT_EQ(log.All().size(), 3U);
+    EXPECT_EQ(log.All()[0].severity, 1U);
+    EXPECT_THAT(log.All()[0].text, testing::MatchesRegex("Error: file:NEMA_Write_Fct line:[0-9]+"));
+    EXPECT_EQ(log.All()[2].text, "The writer of the pixel data failed and returned -1");
 }
 
 TEST_F(Write, MissingPixelWriters)
 {
-    Message_Log log;
+    const Message_Log log;
+    Flag_Error_Warning = 5;
     char* buffer = nullptr;
     DICOM_List* const record = Record(0x00080005, VR_CS, "ab");
     EXPECT_EQ(DICOM_Write_Buffer(nullptr, 8, record, &buffer, nullptr), 0U);
@@ -251,12 +410,23 @@ TEST_F(Write, MissingPixelWriters)
     DICOM_Lib_Free(&buffer);
     int last = 4;
     EXPECT_EQ(DICOM_Write_Buffer_B(nullptr, 8, &buffer, 2, 3, &last), 0U);
-    EXPECT_EQ(log.Count("\361\005Warning:\002 Write Image call back undefined!"), 2);
+    Flag_Error_Warning = 0;
+    EXPECT_EQ(Trace_Of(log), "5 \361\005Warning:\002 Write Image call back undefined!\n"
+                             "5 \361\005Warning:\002 Write Image call back undefined!\n");
 
     DICOM_Write_Image_B_Fct([](HWND, char code, char**, int first, int second, void* param) {
         return 1000 * code + 100 * first + 10 * second + *static_cast<int*>(param);
     });
     EXPECT_EQ(DICOM_Write_Buffer_B(nullptr, 8, &buffer, 2, 3, &last), 8234U);
+    Message_Log trace(9);
+    last = 0;
+    EXPECT_EQ(DICOM_Write_Buffer_B(nullptr, 0, &buffer, 0, 0, &last), 0U);
+    EXPECT_EQ(Trace_Of(trace), "90002009 >>> in  Lib_DICOM: DICOM_Write_Buffer_B(0,0)\n"
+                               "90002009 <<< out Lib_DICOM: DICOM_Write_Buffer_B()\n");
+    trace.Clear();
+    last = -1;
+    EXPECT_EQ(DICOM_Write_Buffer_B(nullptr, 0, &buffer, 0, 0, &last), 0U);
+    EXPECT_EQ(trace.Count("The writer of the pixel data failed and returned -1"), 1);
 }
 
 TEST_F(Write, Part10Head)
@@ -278,7 +448,23 @@ TEST_F(Write, NothingAndTooMuch)
         Linked({Empty(0x00080005, VR_OB, INT_MAX), Empty(0x00080008, VR_OB, INT_MAX)});
     EXPECT_EQ(DICOM_List2Stream(nullptr, 8, list, &buffer), 0);
     EXPECT_EQ(buffer, nullptr);
-    EXPECT_EQ(log.Count("4294967318 bytes are too many"), 1);
+    constexpr char Too_Many[] =
+        " bytes are too many to be written into one buffer (limit 2147483647)";
+    Expect_Error(log, "NEMA_Write_Buffer", std::string("4294967318") + Too_Many);
+    log.Clear();
+    EXPECT_EQ(DICOM_List2Stream(nullptr, 0, Empty(0x00080005, VR_OB, INT_MAX - 7), &buffer), 0);
+    Expect_Error(log, "NEMA_Write_Buffer", std::string("2147483648") + Too_Many);
+    log.Clear();
+    DICOM_List* const meta = Empty(0x00020010, VR_OB, INT_MAX - 155);
+    EXPECT_EQ(DICOM_Write_Part10(nullptr, 8, meta, &buffer), 0U);
+    Expect_Error(log, "NEMA_Write_Buffer", std::string("2147483648") + Too_Many);
+    log.Clear();
+    EXPECT_EQ(DICOM_Write_Buffer_A(nullptr, 8, list, &buffer, nullptr), 0U);
+    DICOM_Write_Image_Fct(&Append_Pixels);
+    EXPECT_EQ(DICOM_Write_Buffer(nullptr, 8, list, &buffer, nullptr), 0U);
+    list->group = list->next->group = 0x7FF0;
+    EXPECT_EQ(DICOM_Write_Buffer_C(nullptr, 8, list, &buffer, nullptr), 0U);
+    EXPECT_EQ(log.Count(std::string("4294967318") + Too_Many), 3);
 }
 
 }  // namespace
