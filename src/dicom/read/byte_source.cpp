@@ -182,7 +182,8 @@ Opened_File::~Opened_File()
 
 long long Opened_File::Size() const
 {
-    return System_Seek(descriptor_, 0, SEEK_END);
+    // errno stays that of the failed opening.
+    return descriptor_ >= 0 ? System_Seek(descriptor_, 0, SEEK_END) : -1;
 }
 
 std::span<const unsigned char> Memory_Source::Rest() const
