@@ -605,7 +605,7 @@ std::string Check_Bytes(const std::string& bytes, bool show_values = true)
     Findings findings;
     const Library_Session session(findings);
     Data_Set set = Read(bytes, findings);
-    Check(set, findings);
+    Check(set, {}, findings);
     std::string texts;
     for (const Finding& finding : findings.All()) {
         texts += Severity_Name(Severity_Of(finding)) + " "s + Kind_Of(finding).name + " " +
@@ -719,7 +719,7 @@ void Compare_With_Faults(const std::string& bytes, const std::string& faults)
     Findings findings;
     const Library_Session session(findings);
     Data_Set set = Read(bytes, findings);
-    Check(set, findings);
+    Check(set, {}, findings);
     if (faults == "none found") {
         for (const Finding& finding : findings.All()) {
             EXPECT_NE(Severity_Of(finding), Severity::Error) << finding.text;

@@ -57,7 +57,7 @@ inline Mended_File Check_In_Memory(const std::string& bytes)
     lib_mend::Findings findings;
     const lib_mend::Library_Session session(findings);
     lib_mend::Data_Set set = Read_Data_Set(Source_Of(bytes), findings);
-    Check(set, findings);
+    Check(set, {}, findings);
     Mended_File checked;
     checked.done = true;
     checked.findings = findings.All();

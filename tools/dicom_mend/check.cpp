@@ -30,51 +30,6 @@ struct Count {
 };
 using Summary = std::map<std::pair<Severity, const Finding_Kind*>, Count>;
 
-/** "dates are YYYYMMDD, PS3.5 6.2", as far as the standard says anything. */
-std::string Rule_Text(const Finding_Kind& kind)
-{
-    const std::string rule = kind.rule;
-    return rule.empty() || *kind.clause == '\0' ? rule + kind.clause : rule + ", " + kind.clause;
-}
-
-void Print_Text(const std::string& file, const Finding& finding, bool show_values)
-{
-    const std::string rule = Rule_Text(Kind_Of(finding));
-    std::printf("%s: %s: %s%s%s%s%s\n", Printable(file).c_str(),
-                lib_mend::Severity_Name(Severity_Of(finding)), Place_Text(finding).c_str(),
-                Printable(Shown_Text(finding, show_values)).c_str(), rule.empty() ? "" : " (",
-                rule.c_str(), rule.empty() ? "" : ")");
-}
-
-/** A text as a JSON string. What is no printable UTF-8 is an escape of the text already. */
-std::string Quoted(const std::string& text)
-{
-    std::string quoted = "\"";
-    for (const char c : Printable(text)) {
-        quoted += c == '"' || c == '\\' ? "\\" : "";
-        quoted += c;
-    }
-    return quoted + '"';
-}
-
-void Print_JSON(const std::string& file, const Finding& finding, bool show_values)
-{
-    const Finding_Kind& kind = Kind_Of(finding);
-    std::string line = "{\"file\":" + Quoted(file);
-    if (finding.offset != Finding::Nowhere) {
-        line += ",\"offset\":" + std::to_string(finding.offset);
-    }
-    if (finding.has_tag) {
-        line += ",\"tag\":" + Quoted(Tag_Text(finding.tag)) +
-                ",\"name\":" + Quoted(Tag_Name(finding.tag));
-    }
-    line += ",\"severity\":" + Quoted(lib_mend::Severity_Name(Severity_Of(finding))) +
-            ",\"kind\":" + Quoted(kind.name) +
-            ",\"text\":" + Quoted(Shown_Text(finding, show_values)) +
-            ",\"rule\":" + Quoted(kind.rule) + ",\"clause\":" + Quoted(kind.clause) + "}";
-    std::printf("%s\n", line.c_str());
-}
-
 void Add_To(Summary& summary, const Findings& findings)
 {
     Summary here;
@@ -119,7 +74,7 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
         return Exit_Failure;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    lib_mend::Check(set, findings);
+    lib_mend::Check(set, request.heal, findings);
     if (!request.module.empty()) {
         Verify_Module(set, request.module, findings);
     }
@@ -127,7 +82,9 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
     Add_To(summary, findings);
     for (const Finding& finding : findings.All()) {
         if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
-            (request.json ? Print_JSON : Print_Text)(path, finding, request.show_values);
+            const std::string line =
+                (request.json ? Finding_JSON : Finding_Line)(path, finding, request.show_values);
+            std::printf("%s\n", line.c_str());
         }
     }
     return Status_Of(findings);

@@ -2,6 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_CHECK_H
 #define TOOLS_DICOM_MEND_CHECK_H
 
+#include "mend/interface/options.h"
 #include "report.h"
 
 #include <string>
@@ -11,6 +12,8 @@ namespace dicom_mend {
 
 struct Check_Request {
     std::vector<std::string> files;
+    /** How mending would heal. */
+    lib_mend::Heal_Options heal;
     /** Code of the IOD to verify against, "auto" for that of the SOP class, empty for none. */
     std::string module;
     bool json = false;

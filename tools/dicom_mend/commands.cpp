@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "garbage.h"
 #include "list.h"
 #include "lookup.h"
 #include "mend/interface/heal.h"
@@ -137,15 +138,32 @@ bool Complete_Set(lib_mend::Data_Set& set, const std::string& code, Findings& fi
     return true;
 }
 
-/** Finds out before the work what would make the writing fail. */
-std::string Refusal(const Mend_Request& request)
+/** Finds out before the work what would make the writing of a file fail. */
+std::string Refusal(const Mend_Request& request, const std::string& target)
 {
-    if (lib_mend::Is_Same_File(request.input, request.output)) {
+    if (lib_mend::Is_Same_File(request.input, target)) {
         return "is the input, which is never overwritten";
     }
-    const std::string fault = lib_mend::Target_Fault(request.output, request.force);
-    const bool force_helps = !fault.empty() && lib_mend::Target_Fault(request.output, true).empty();
+    const std::string fault = lib_mend::Target_Fault(target, request.force);
+    const bool force_helps = !fault.empty() && lib_mend::Target_Fault(target, true).empty();
     return force_helps ? fault + "; --force replaces it" : fault;
+}
+
+/** The same for all files of a request; false after a report. */
+bool Can_Write(const Mend_Request& request)
+{
+    std::string refused = request.output;
+    std::string reason = Refusal(request, request.output);
+    if (reason.empty() && !request.garbage.empty()) {
+        refused = request.garbage;
+        reason = Is_Same_Target(request.output, request.garbage)
+                     ? "is the output, and cannot take the garbage too"
+                     : Refusal(request, request.garbage);
+    }
+    if (!reason.empty()) {
+        Report_Failure(refused, reason);
+    }
+    return reason.empty();
 }
 
 /** Reads, prepares, mends and writes a file. */
@@ -154,23 +172,24 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
 {
     Findings findings;
     const Library_Session session(findings);
-    const std::string refusal = Refusal(request);
-    if (!refusal.empty()) {
-        Report_Failure(request.output, refusal);
-        return Exit_Failure;
-    }
-    const std::shared_ptr<Source> source = Open(request.input);
+    const std::shared_ptr<Source> source = Can_Write(request) ? Open(request.input) : nullptr;
     if (source == nullptr) {
         return Exit_Failure;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
     lib_mend::Heal(set, request.options.heal, findings);
     lib_mend::Encoded_File file;
-    const bool mended =
-        prepare(set, findings) && lib_mend::Mend(set, request.options, findings, file);
+    const bool mended = !set.foreign && prepare(set, findings) &&
+                        lib_mend::Mend(set, request.options, findings, file);
+    const std::string unkept = mended && !request.garbage.empty()
+                                   ? Keep_Garbage(set, request.garbage, request.force, findings)
+                                   : std::string();
     findings.Sum_Up();
     Report(request.input, findings, request.verbosity, request.show_values);
-    if (!mended) {
+    if (!unkept.empty()) {
+        Report_Failure(request.garbage, unkept);
+    }
+    if (!mended || !unkept.empty()) {
         return Exit_Failure;
     }
     const auto give = [&](const lib_mend::Piece_Taker& take) {

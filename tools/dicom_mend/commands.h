@@ -33,7 +33,9 @@ struct Mend_Request {
     std::string input;
     std::string output;
     lib_mend::Mend_Options options;
-    /** An existing output may be replaced. */
+    /** File for the bytes of the input that belong to no element; empty for none. */
+    std::string garbage;
+    /** Existing output files may be replaced. */
     bool force = false;
     Verbosity verbosity = Verbosity::Normal;
     /** Reports quote values that may identify a person. */

@@ -2,6 +2,7 @@
 #include "check.h"
 #include "commands.h"
 #include "lookup.h"
+#include "mend/healing/character_terms.h"
 
 #include <CLI/CLI.hpp>
 
@@ -54,6 +55,33 @@ void Add_Verbosity(CLI::App& command, Verbosity& verbosity, bool& show_values)
         ->option_text(" ");
 }
 
+std::string Charset_Fault(const std::string& terms)
+{
+    return lib_mend::Is_Character_Set(terms)
+               ? std::string()
+               : "is no defined term of a character set, as \"ISO_IR 100\" is, nor several with "
+                 "backslashes between them";
+}
+
+/** What mend, complete and check have in common: check tells what the others would do. */
+void Add_Healing(CLI::App& command, lib_mend::Heal_Options& heal)
+{
+    command.add_flag("--strict", heal.strict,
+                     "Meet every rule of the VRs, at the price of what does not fit");
+    command.add_flag("--replace-uids", heal.replace_uids,
+                     "Replace UIDs that are none by ones made from a hash of the old value");
+    command.add_flag("--pad-pixels", heal.pad_pixels, "Fill pixel data that is too short");
+    command
+        .add_option("--charset", heal.charset,
+                    "Character set that the texts have, whatever the file declares, for example "
+                    "\"ISO_IR 100\"")
+        ->check(Charset_Fault)
+        ->option_text("TERM");
+    command.add_flag("--to-utf8", heal.to_utf8, "Convert all texts to UTF-8");
+    command.add_flag("--record", heal.record,
+                     "Keep what is changed in the file's Original Attributes Sequence");
+}
+
 CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
 {
     CLI::App* const command = app.add_subcommand("list", "Show the elements of files");
@@ -84,6 +112,11 @@ void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
                      "Write a group length in front of each group");
     command.add_flag("--defined-lengths", request.options.defined_lengths,
                      "Write sequences and items with defined lengths");
+    Add_Healing(command, request.options.heal);
+    command
+        .add_option("--keep-garbage", request.garbage,
+                    "File for the bytes of IN that belong to no element")
+        ->option_text("FILE");
     command.add_flag("--force", request.force, "Replace an existing output file");
     command.add_option("IN", request.input, "File to read")->required()->option_text(" ");
     command.add_option("OUT", request.output, "File to write")->required()->option_text(" ");

@@ -1,10 +1,12 @@
 #include "report.h"
 
+#include "json.h"
 #include "mend/findings/faults.h"
 #include "terminal.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace dicom_mend {
 
@@ -12,6 +14,38 @@ namespace {
 
 using lib_mend::Finding;
 using lib_mend::Level;
+
+/** "dates are YYYYMMDD, PS3.5 6.2", as far as the standard says anything. */
+std::string Rule_Text(const lib_mend::Finding_Kind& kind)
+{
+    const std::string rule = kind.rule;
+    return rule.empty() || *kind.clause == '\0' ? rule + kind.clause : rule + ", " + kind.clause;
+}
+
+/** The sequences and items around an element: its path without the element itself. */
+std::string Around_Text(const Finding& finding)
+{
+    const std::size_t slash = finding.path.rfind('/');
+    return slash == std::string::npos ? std::string() : finding.path.substr(0, slash);
+}
+
+std::string Place_Text(const Finding& finding)
+{
+    std::string text;
+    if (finding.has_tag) {
+        text.append("(").append(Tag_Text(finding.tag)).append(") ").append(Tag_Name(finding.tag));
+    }
+    if (const std::string around = Around_Text(finding); !around.empty()) {
+        text.append(text.empty() ? "in " : " in ").append(around);
+    }
+    if (finding.offset != Finding::Nowhere) {
+        char offset[32];
+        std::snprintf(offset, sizeof offset, "at 0x%llX",
+                      static_cast<unsigned long long>(finding.offset));
+        text.append(text.empty() ? "" : " ").append(offset);
+    }
+    return text.empty() ? text : text + ": ";
+}
 
 }  // namespace
 
@@ -28,19 +62,42 @@ bool Is_Shown(lib_mend::Severity severity, Verbosity verbosity)
     return verbosity == Verbosity::Verbose;
 }
 
-std::string Place_Text(const Finding& finding)
+std::string Finding_Line(const std::string& file, const Finding& finding, bool show_values)
 {
-    std::string text;
-    if (finding.has_tag) {
-        text.append("(").append(Tag_Text(finding.tag)).append(") ").append(Tag_Name(finding.tag));
-    }
+    const std::string rule = Rule_Text(Kind_Of(finding));
+    return Printable(file) + ": " + Severity_Name(Severity_Of(finding)) + ": " +
+           Place_Text(finding) + Printable(Shown_Text(finding, show_values)) +
+           (rule.empty() ? "" : " (" + rule + ")");
+}
+
+std::string Finding_JSON(const std::string& file, const Finding& finding, bool show_values)
+{
+    const lib_mend::Finding_Kind& kind = Kind_Of(finding);
+    std::string line = "{\"file\":" + JSON_Name(file);
     if (finding.offset != Finding::Nowhere) {
-        char offset[32];
-        std::snprintf(offset, sizeof offset, "at 0x%llX",
-                      static_cast<unsigned long long>(finding.offset));
-        text.append(text.empty() ? "" : " ").append(offset);
+        line += ",\"offset\":" + std::to_string(finding.offset);
     }
-    return text.empty() ? text : text + ": ";
+    if (finding.has_tag) {
+        line += ",\"tag\":" + JSON_Text(Tag_Text(finding.tag)) +
+                ",\"name\":" + JSON_Text(Tag_Name(finding.tag));
+    }
+    if (!finding.path.empty()) {
+        line += ",\"path\":" + JSON_Text(finding.path);
+    }
+    if (finding.length != Finding::Nowhere) {
+        line += ",\"length\":" + std::to_string(finding.length);
+    }
+    line += std::string(",\"severity\":") + JSON_Text(Severity_Name(Severity_Of(finding))) +
+            ",\"kind\":" + JSON_Text(kind.name) +
+            ",\"text\":" + JSON_Text(Shown_Text(finding, show_values));
+    for (const auto& [name, value] :
+         {std::pair("before", &finding.before), {"after", &finding.after}}) {
+        if (!value->empty() && Shows_Values(finding, show_values)) {
+            line += std::string(",\"") + name + "\":" + JSON_Text(*value);
+        }
+    }
+    return line + ",\"rule\":" + JSON_Text(kind.rule) + ",\"clause\":" + JSON_Text(kind.clause) +
+           "}";
 }
 
 void Report(const std::string& file, const lib_mend::Findings& findings, Verbosity verbosity,
@@ -49,10 +106,7 @@ void Report(const std::string& file, const lib_mend::Findings& findings, Verbosi
     std::fflush(stdout);
     for (const Finding& finding : findings.All()) {
         if (Is_Shown(Severity_Of(finding), verbosity)) {
-            std::fprintf(stderr, "%s: %s%s%s\n", Printable(file).c_str(),
-                         finding.level == Level::Error ? "error: " : "",
-                         Place_Text(finding).c_str(),
-                         Printable(Shown_Text(finding, show_values)).c_str());
+            std::fprintf(stderr, "%s\n", Finding_Line(file, finding, show_values).c_str());
         }
     }
 }

@@ -1,9 +1,10 @@
 #include "terminal.h"
 
+#include "letters.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <span>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -13,53 +14,8 @@ namespace dicom_mend {
 namespace {
 
 constexpr std::string_view Dots = "...";
-
-/** Length of the UTF-8 letter at the front of a text, 0 when there is none. */
-std::size_t Letter_Size(std::string_view text)
-{
-    const auto first = static_cast<unsigned char>(text[0]);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
-    if (size > text.size()) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < size; ++i) {
-        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    // The controls of Latin-1, which some terminals obey, stand at U+0080 to U+009F.
-    const bool is_control =
-        size == 2 && first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
-    return is_control ? 0 : size;
-}
-
-/** Code point of a letter that Letter_Size has found sound. */
-char32_t Code_Of(std::string_view letter)
-{
-    const auto first = static_cast<unsigned char>(letter[0]);
-    char32_t code = letter.size() == 1 ? first : first & (0x7FU >> letter.size());
-    for (const char c : letter.substr(1)) {
-        code = code << 6 | (static_cast<unsigned char>(c) & 0x3FU);
-    }
-    return code;
-}
-
-struct Code_Range {
-    char32_t first;
-    char32_t last;
-};
-
-bool Is_In(std::span<const Code_Range> ranges, char32_t code)
-{
-    return std::any_of(ranges.begin(), ranges.end(), [code](const Code_Range& range) {
-        return code >= range.first && code <= range.last;
-    });
-}
+/** Invisible letters from here on are shown by their code, controls by their bytes. */
+constexpr char32_t First_Long_Code = 0x00A0;
 
 /** Columns that a letter takes: East Asian ones two, marks on the letter before them none. */
 std::size_t Columns_Of(char32_t code)
@@ -88,15 +44,18 @@ struct Piece {
 
 Piece First_Piece(std::string_view text)
 {
-    const auto first = static_cast<unsigned char>(text[0]);
-    const std::size_t size = Letter_Size(text);
-    if (size == 0 || first < 0x20 || first == 0x7F) {
-        char escape[8];
-        std::snprintf(escape, sizeof escape, "\\x%02X", first);
-        return {1, escape, std::string_view(escape).size()};
+    const Letter letter = First_Letter(text);
+    if (letter.size != 0 && !Is_Control(letter.code)) {
+        return {letter.size, std::string(text.substr(0, letter.size)), Columns_Of(letter.code)};
     }
-    const std::string_view letter = text.substr(0, size);
-    return {size, std::string(letter), Columns_Of(Code_Of(letter))};
+    char escape[16];
+    if (letter.code >= First_Long_Code) {
+        std::snprintf(escape, sizeof escape, "\\u{%X}", static_cast<unsigned int>(letter.code));
+        return {letter.size, escape, std::string_view(escape).size()};
+    }
+    std::snprintf(escape, sizeof escape, "\\x%02X",
+                  static_cast<unsigned int>(static_cast<unsigned char>(text[0])));
+    return {1, escape, std::string_view(escape).size()};
 }
 
 /** The terminal's sequence for the markup byte at the front of a line, null when there is none. */
@@ -116,7 +75,7 @@ const char* Colour_Of(std::string_view line)
     case '\360':
     case '\361':
         // The emphasis codes also lead letters of four bytes, which are text.
-        return Letter_Size(line) != 0 ? nullptr : line[0] == '\361' ? "\033[1m" : "\033[22m";
+        return First_Letter(line).size != 0 ? nullptr : line[0] == '\361' ? "\033[1m" : "\033[22m";
     default:
         return nullptr;
     }

@@ -20,8 +20,8 @@ struct Terminal {
 Terminal Look_At(int descriptor);
 
 /**
- * Text of a file as it may be shown: valid UTF-8 stays, control characters and other bytes become
- * escapes.
+ * Text of a file as it may be shown: valid UTF-8 stays. Control characters and other bytes become
+ * escapes \xHH, invisible letters that change what is seen become \u{HHHH}.
  */
 std::string Printable(std::string_view text);
 

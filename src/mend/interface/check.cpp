@@ -8,21 +8,19 @@
 
 namespace lib_mend {
 
-void Check(Data_Set& set, Findings& findings)
+void Check(Data_Set& set, const Heal_Options& options, Findings& findings)
 {
-    Heal(set, {}, findings);
+    if (set.foreign) {
+        return;
+    }
+    Heal(set, options, findings);
     Remove_Unwanted(set.records, false, true, findings);
     if (set.too_deep) {
         findings.Add(Level::Change, "sequences nest deeper than nine levels");
     }
-    if (set.preamble_in_use) {
-        findings.Add(Level::Info, "the preamble held data of an application");
-    }
-    if (set.meta.Head() != nullptr) {
-        const std::string syntax =
-            set.encoding.encapsulated ? set.syntax : std::string(UID_Of(set.encoding));
-        Complete_Meta(set, syntax, findings);
-    }
+    const std::string syntax =
+        set.encoding.encapsulated ? set.syntax : std::string(UID_Of(set.encoding));
+    Complete_Meta(set, syntax, findings);
     findings.Settle_Errors();
 }
 

@@ -82,7 +82,7 @@ bool Encode(Data_Set& set, const Mend_Options& options, const Encoding& encoding
 /** Tells what cannot be written without harm; false then. */
 bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
 {
-    if (findings.Out_Of_Memory() || set.unreadable) {
+    if (findings.Out_Of_Memory() || set.unreadable || set.foreign) {
         return false;
     }
     if (set.records.Head() == nullptr) {
@@ -111,9 +111,6 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
 {
     if (!Can_Be_Written(set, options, findings)) {
         return false;
-    }
-    if (set.preamble_in_use) {
-        findings.Add(Level::Change, "the preamble held data of an application; it is cleared");
     }
     const Encoding encoding = Output_Encoding(set, options.syntax);
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -27,8 +28,11 @@ std::wstring Wide(const std::string& text)
     return wide != nullptr ? wide.get() : L"";
 }
 
-/** Reads a descriptor to its end, or to just beyond what the library can take. */
-bool Read_All(int descriptor, Bytes& bytes, std::string& error)
+/** What a pipe may hold: its end is not known before it comes. */
+constexpr std::int64_t Max_Pipe_Size = std::int64_t{512} << 20;
+
+/** Reads a descriptor to its end, or to just beyond a number of bytes. */
+bool Read_All(int descriptor, std::int64_t most, Bytes& bytes, std::string& error)
 {
     constexpr std::size_t Block = std::size_t{1} << 16;
     for (std::size_t used = 0;;) {
@@ -42,7 +46,7 @@ bool Read_All(int descriptor, Bytes& bytes, std::string& error)
             return false;
         }
         used += static_cast<std::size_t>(count);
-        if (count == 0 || used > static_cast<std::size_t>(Max_File_Size)) {
+        if (count == 0 || used > static_cast<std::size_t>(most)) {
             bytes.resize(used);
             return true;
         }
@@ -74,9 +78,18 @@ bool Source::Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::s
         error = std::strerror(EISDIR);
         return false;
     }
+    if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
+        error = "is a device, not a file";
+        return false;
+    }
     size_ = status.st_size;
-    if (!S_ISREG(status.st_mode) || size_ <= most_in_memory) {
-        if (!Read_All(descriptor, owned_, error)) {
+    const bool is_pipe = !S_ISREG(status.st_mode);
+    if (is_pipe || size_ <= most_in_memory) {
+        if (!Read_All(descriptor, is_pipe ? Max_Pipe_Size : Max_File_Size, owned_, error)) {
+            return false;
+        }
+        if (is_pipe && std::ssize(owned_) > Max_Pipe_Size) {
+            error = "pipes above 512 MiB are not supported; store the data in a file first";
             return false;
         }
         size_ = static_cast<std::int64_t>(owned_.size());

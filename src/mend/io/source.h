@@ -24,7 +24,7 @@ public:
 
     /**
      * Opens a file. It is not mapped: a file that someone cuts meanwhile shall end early, not kill
-     * the process. What is not a regular file (a pipe) is read into memory whatever its size.
+     * the process. A pipe is read into memory, up to 512 MiB; devices are refused.
      *
      * @param error          receives the reason of a failure
      * @param most_in_memory  larger files are read piece by piece

@@ -145,10 +145,10 @@ struct Data_Set {
     std::shared_ptr<Source> source;
     /** What was skipped while reading, in the order of the source. */
     std::vector<Skipped> skipped;
-    /** Bytes of the preamble that are not zero: data of an application. */
-    bool preamble_in_use = false;
     /** Neither preamble nor group 0002 is there, and that was said. */
     bool bare = false;
+    /** The file is no DICOM file, and that was said: there is nothing else to find or to write. */
+    bool foreign = false;
     /** The file could not be read: what is here may be wrong, and not only incomplete. */
     bool unreadable = false;
     /** Sequences nest deeper than a record can tell; the deepest levels ran into one. */

@@ -13,6 +13,8 @@ inline constexpr std::string_view Implicit_Little_UID = "1.2.840.10008.1.2";
 inline constexpr std::string_view Explicit_Little_UID = "1.2.840.10008.1.2.1";
 inline constexpr std::string_view Deflated_Little_UID = "1.2.840.10008.1.2.1.99";
 inline constexpr std::string_view Explicit_Big_UID = "1.2.840.10008.1.2.2";
+/** Frames as they are, one a fragment. */
+inline constexpr std::string_view Encapsulated_Uncompressed_UID = "1.2.840.10008.1.2.1.98";
 
 /** How the elements of a data set are encoded. */
 struct Encoding {

@@ -22,6 +22,7 @@ namespace lib_mend {
 namespace {
 
 constexpr Tag Group_Length_Tag = {Meta_Group, 0x0000};
+constexpr Tag Version_Tag = {Meta_Group, 0x0001};
 constexpr Tag Transfer_Syntax_Tag = {Meta_Group, 0x0010};
 constexpr std::int64_t Preamble_Size = 128;
 /** Groups up to this one describe messages, files and directories, not what they hold. */
@@ -61,6 +62,7 @@ private:
     unsigned short Settle_VR(const Meta_Header& header, std::int64_t at);
     void Report_Forms();
     void Check_Length();
+    void Check_Version();
     void Merge_Second_Group();
 
     struct Deviation {
@@ -99,6 +101,7 @@ std::int64_t Meta_Reader::Read()
     Report_Forms();
     if (elements_ > 0) {
         Check_Length();
+        Check_Version();
         Merge_Second_Group();
     }
     return position_;
@@ -326,6 +329,17 @@ void Meta_Reader::Check_Length()
         findings_.Report(Fault::File_Meta, Level::Change, At(*length, Path()),
                          "the group length does not fit the file meta information",
                          {std::to_string(given), std::to_string(found)});
+    }
+}
+
+void Meta_Reader::Check_Version()
+{
+    // PS3.10 has one version, and each bit stands for one.
+    const Bytes first_version = {0x00, 0x01};
+    const DICOM_List* const version = Find_Record(set_.meta.Head(), Version_Tag);
+    if (version != nullptr && version->size > 0 && set_.Value(*version) != first_version) {
+        findings_.Report(Fault::File_Meta, Level::Kept, At(*version, Path()),
+                         "is another version than 1, the only one that there is");
     }
 }
 

@@ -28,8 +28,11 @@ void Take_Preamble(Data_Set& set, const File_Start& start, Findings& findings)
     Bytes preamble(static_cast<std::size_t>(start.preamble_size));
     const std::int64_t end = start.at - (start.bare ? 0 : Prefix_Size);
     preamble.resize(set.source->Read(end - start.preamble_size, preamble));
-    set.preamble_in_use =
-        std::any_of(preamble.begin(), preamble.end(), [](unsigned char byte) { return byte != 0; });
+    if (std::any_of(preamble.begin(), preamble.end(),
+                    [](unsigned char byte) { return byte != 0; })) {
+        findings.Report(Fault::Preamble_Used, Level::Info, {.offset = 0},
+                        "the preamble holds data of an application, which the output does not");
+    }
     if (!start.fault.empty()) {
         findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, start.fault);
     }
@@ -161,16 +164,21 @@ void Settle_Pixel_Syntax(Data_Set& set, Findings& findings)
     const std::string_view guess = Guess_Pixel_Syntax(frame);
     if (has_fragments) {
         set.encoding.encapsulated = true;
-        set.syntax = guess;
-        findings.Add(guess.empty() ? Level::Error : Level::Change, *pixels,
-                     guess.empty() ? "pixel data is encapsulated in an unknown transfer syntax"
-                                   : "pixel data is encapsulated in transfer syntax " + set.syntax);
+        set.syntax = guess.empty() ? Encapsulated_Uncompressed_UID : guess;
+        findings.Report(
+            Fault::Fragments, guess.empty() ? Level::Error : Level::Change, At(*pixels, Path()),
+            guess.empty() ? "the fragments are in no compression that is known, and declared as "
+                            "uncompressed"
+                          : "the pixel data is compressed, though no such transfer syntax is "
+                            "declared",
+            {set.declared_syntax, set.syntax});
     } else if (guess.empty()) {
         set.encoding.encapsulated = false;
         set.syntax = UID_Of(set.encoding);
-        findings.Add(Level::Change, *pixels,
-                     "pixel data is not encapsulated, though transfer syntax " +
-                         set.declared_syntax + " is declared");
+        findings.Report(Fault::Transfer_Syntax, Level::Change, At(*pixels, Path()),
+                        "the pixel data is not encapsulated, though a transfer syntax that "
+                        "compresses is declared",
+                        {set.declared_syntax, set.syntax});
     }
 }
 
@@ -190,7 +198,8 @@ void Add_Places(Findings& findings, std::size_t first, DICOM_List* flat)
 /** A file that is none is told so in one line, and nothing else is done with it. */
 void Refuse(Data_Set& set, Findings& findings)
 {
-    set.unreadable = true;
+    set.foreign = true;
+    set.healed = true;
     findings.Report(Fault::Not_DICOM, Level::Error, {}, Foreign_Text(*set.source));
 }
 

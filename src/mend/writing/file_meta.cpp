@@ -53,21 +53,49 @@ std::string Current_Value(const Data_Set& set, Tag tag)
     return record != nullptr ? Trimmed(set.Value(*record)) : std::string();
 }
 
-/** Sets an element to a value that it does not have yet, and says so. */
-void Settle(Data_Set& set, Tag tag, unsigned short vr, const std::string& value, Findings& findings)
-{
-    const std::string current = Current_Value(set, tag);
-    if (current == value) {
-        return;
+/** Sets the elements of group 0002, and tells of those that were missing in one line. */
+class Completion {
+public:
+    Completion(Data_Set& set, Findings& findings)
+        : set_(set), findings_(findings), is_new_(set.meta.Head() == nullptr)
+    {
     }
-    Set_Value(set, tag, vr, value);
-    if (current.empty()) {
-        findings.Add(Level::Change, tag, Finding::Nowhere, "completed with " + value);
-    } else {
-        findings.Add(Level::Change, tag, Finding::Nowhere,
-                     "changed from " + current + " to " + value);
+    Completion(const Completion&) = delete;
+    Completion& operator=(const Completion&) = delete;
+
+    void Supply(Tag tag, unsigned short vr, const std::string& value)
+    {
+        Set_Value(set_, tag, vr, value);
+        names_ += (names_.empty() ? "" : ", ") + Tag_Name(tag);
     }
-}
+    /** Sets an element to a value that it does not have yet. */
+    void Settle(Tag tag, const std::string& value)
+    {
+        const std::string current = Current_Value(set_, tag);
+        if (current.empty()) {
+            Supply(tag, VR_UI, value);
+        } else if (current != value) {
+            Set_Value(set_, tag, VR_UI, value);
+            findings_.Report(Fault::Meta_Differs, Level::Change,
+                             {.has_tag = true, .tag = tag, .vr = VR_UI},
+                             "follows the data set, which has another", {current, value});
+        }
+    }
+    /** A group that was missing as a whole was said while reading. */
+    void Report() const
+    {
+        if (!names_.empty() && !is_new_) {
+            findings_.Report(Fault::Meta_Missing, Level::Change, {},
+                             "the file meta information is completed: " + names_);
+        }
+    }
+
+private:
+    Data_Set& set_;
+    Findings& findings_;
+    bool is_new_;
+    std::string names_;
+};
 
 /** A UID of the data set, empty when there is none that could stand in group 0002. */
 std::string UID_In(const Data_Set& set, Tag tag)
@@ -76,23 +104,23 @@ std::string UID_In(const Data_Set& set, Tag tag)
     return Is_UID(uid) ? uid : std::string();
 }
 
-void Settle_Identity(Data_Set& set, Findings& findings)
+void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
 {
     std::string sop_class = UID_In(set, SOP_Class_Tag);
     if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
         sop_class = Directory_Class_UID;
     }
     if (!sop_class.empty()) {
-        Settle(set, Class_Tag, VR_UI, sop_class, findings);
+        completion.Settle(Class_Tag, sop_class);
     } else if (Current_Value(set, Class_Tag).empty()) {
         findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
                      "stays empty: the data set names no SOP class");
     }
     const std::string instance = UID_In(set, SOP_Instance_Tag);
     if (!instance.empty()) {
-        Settle(set, Instance_Tag, VR_UI, instance, findings);
+        completion.Settle(Instance_Tag, instance);
     } else if (Current_Value(set, Instance_Tag).empty()) {
-        Settle(set, Instance_Tag, VR_UI, Make_UID(set, Instance_Tag), findings);
+        completion.Settle(Instance_Tag, Make_UID(set, Instance_Tag));
     }
 }
 
@@ -139,17 +167,21 @@ void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
     DICOM_Attribute_Delete(nullptr, &root, set.meta.Address(), Group_Length_Tag.group,
                            Group_Length_Tag.element);
 
+    Completion completion(set, findings);
     const DICOM_List* const version = Find_Record(set.meta.Head(), Version_Tag);
     if (version == nullptr || version->size == 0) {
-        Set_Value(set, Version_Tag, VR_OB, std::string("\0\1", 2));
-        findings.Add(Level::Change, Version_Tag, Finding::Nowhere, "completed with version 1");
+        completion.Supply(Version_Tag, VR_OB, std::string("\0\1", 2));
     }
-    Settle_Identity(set, findings);
-    Settle(set, Syntax_Tag, VR_UI, std::string(syntax), findings);
+    Settle_Identity(set, completion, findings);
+    // Another syntax than the one that was declared was asked for, or said while reading.
+    if (Current_Value(set, Syntax_Tag) != syntax) {
+        Set_Value(set, Syntax_Tag, VR_UI, std::string(syntax));
+    }
     if (Current_Value(set, Implementation_Tag).empty()) {
-        Settle(set, Implementation_Tag, VR_UI, std::string(OrisWare_UID) + ".1", findings);
-        Settle(set, Implementation_Name_Tag, VR_SH, Implementation_Name, findings);
+        completion.Supply(Implementation_Tag, VR_UI, std::string(OrisWare_UID) + ".1");
+        completion.Supply(Implementation_Name_Tag, VR_SH, Implementation_Name);
     }
+    completion.Report();
 }
 
 }  // namespace lib_mend

@@ -1,0 +1,56 @@
+#include "letters.h"
+
+#include <algorithm>
+
+namespace dicom_mend {
+
+Letter First_Letter(std::string_view text)
+{
+    const auto first = static_cast<unsigned char>(text[0]);
+    const std::size_t size = first < 0x80   ? 1
+                             : first < 0xC2 ? 0
+                             : first < 0xE0 ? 2
+                             : first < 0xF0 ? 3
+                             : first < 0xF5 ? 4
+                                            : 0;
+    if (size == 0 || size > text.size()) {
+        return {};
+    }
+    char32_t code = size == 1 ? first : first & (0x7FU >> size);
+    for (std::size_t i = 1; i < size; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte & 0xC0) != 0x80) {
+            return {};
+        }
+        code = code << 6 | (byte & 0x3FU);
+    }
+    // Neither longer than needed, nor half of a pair of UTF-16, nor beyond the last plane.
+    constexpr char32_t Smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool is_sound =
+        code >= Smallest[size] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+    return is_sound ? Letter{size, code} : Letter();
+}
+
+bool Is_In(std::span<const Code_Range> ranges, char32_t code)
+{
+    return std::any_of(ranges.begin(), ranges.end(), [code](const Code_Range& range) {
+        return code >= range.first && code <= range.last;
+    });
+}
+
+bool Is_Control(char32_t code)
+{
+    static constexpr Code_Range Controls[] = {
+        {0x0000, 0x001F},   {0x007F, 0x009F},  // C0 and C1
+        {0x00AD, 0x00AD},                      // soft hyphen
+        {0x061C, 0x061C},   {0x180E, 0x180E},  // marks of direction and of Mongolian
+        {0x200B, 0x200F},                      // of no width, and marks of direction
+        {0x2028, 0x202E},                      // ends of lines, and changes of direction
+        {0x2060, 0x206F},                      // invisible operators, isolates of direction
+        {0xFEFF, 0xFEFF},   {0xFFF9, 0xFFFB},  // byte order mark, annotations
+        {0xE0000, 0xE007F},                    // tags
+    };
+    return Is_In(Controls, code);
+}
+
+}  // namespace dicom_mend

@@ -1,0 +1,35 @@
+// The letters of a text in UTF-8, and which of them must not reach a terminal.
+#ifndef TOOLS_DICOM_MEND_LETTERS_H
+#define TOOLS_DICOM_MEND_LETTERS_H
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace dicom_mend {
+
+struct Letter {
+    /** Number of bytes, 0 when the bytes are no UTF-8. */
+    std::size_t size = 0;
+    char32_t code = 0;
+};
+
+/** The letter at the front of a text, which is not empty. */
+Letter First_Letter(std::string_view text);
+
+struct Code_Range {
+    char32_t first;
+    char32_t last;
+};
+
+bool Is_In(std::span<const Code_Range> ranges, char32_t code);
+
+/**
+ * Controls, and letters that show nothing but change what is seen: they turn the direction of what
+ * follows, join or part words without a sign, end lines, or spell out hidden tags.
+ */
+bool Is_Control(char32_t code);
+
+}  // namespace dicom_mend
+
+#endif
