@@ -29,6 +29,19 @@ struct Mended_File {
         }
         return lines;
     }
+    /** All findings with what becomes of the fault: "kept kind (path) text: values". */
+    std::string Lines() const
+    {
+        constexpr const char* Levels[] = {"info", "change", "kept", "error"};
+        std::string lines;
+        for (const lib_mend::Finding& finding : findings) {
+            lines += std::string(Levels[static_cast<int>(finding.level)]) + " " +
+                     Kind_Of(finding).name + " (" +
+                     (finding.path.empty() ? Tag_Text(finding.tag) : finding.path) + ") " +
+                     Shown_Text(finding, true) + "\n";
+        }
+        return lines;
+    }
 };
 
 inline std::shared_ptr<lib_mend::Source> Source_Of(const std::string& bytes)

@@ -173,13 +173,9 @@ void Take_Dictionary_VR(const Data_Set& set, DICOM_List& record, bool is_signed,
 void Fit_List(Data_Set& set, DICOM_List* list, const Encoding& output, bool is_signed,
               Findings& findings)
 {
-    constexpr unsigned short Swapped_Meta_Group = 0x0200;
     is_signed = Is_Signed(set, list, is_signed);
     for (DICOM_List& record : Records(list)) {
-        if (output.big_endian && record.group == Swapped_Meta_Group) {
-            findings.Add(Level::Change, record, "the group cannot be kept in big endian");
-            record.flags |= DICOM_Mark_Deleted;
-        } else if (!output.explicit_vr && Has_Foreign_VR(record)) {
+        if (!output.explicit_vr && Has_Foreign_VR(record)) {
             Take_Dictionary_VR(set, record, is_signed, findings);
         }
         for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
@@ -193,7 +189,6 @@ struct Trace_Of_Record {
     Tag tag;
     unsigned int pos;
     unsigned short flags;
-    unsigned char depth;
 };
 
 std::vector<Trace_Of_Record> Traces_Of(DICOM_List* list)
@@ -201,67 +196,32 @@ std::vector<Trace_Of_Record> Traces_Of(DICOM_List* list)
     std::vector<Trace_Of_Record> traces;
     For_Each_Record(list, [&](const DICOM_List& record) {
         if (!Is_Delimiter(record)) {
-            traces.push_back({Tag_Of(record), record.pos, record.flags, record.depth});
+            traces.push_back({Tag_Of(record), record.pos, record.flags});
         }
     });
     return traces;
 }
 
-/** Groups of command sets and of the file meta information. */
-bool Is_Foreign(unsigned short group)
+std::string Removal_Reason(const Trace_Of_Record& trace)
 {
-    return group == 0x0000 || group == 0x0002;
-}
-
-std::string Removal_Reason(const Trace_Of_Record& trace, bool group_lengths)
-{
-    if (trace.tag.group == 0xFFFC) {
-        return "trailing padding is left out";
-    }
-    if (Is_Foreign(trace.tag.group)) {
-        return "removed: the group does not belong in a data set";
-    }
-    if (trace.tag.element == 0x0000) {
-        return group_lengths && trace.depth == 0 ? "group length is written anew"
-                                                 : "group length is left out";
-    }
     if ((trace.flags & DICOM_Mark_Invalid) != 0) {
         return "removed: its value is invalid";
     }
     return (trace.flags & DICOM_Mark_Deleted) != 0 ? "removed: it cannot be kept whole"
-           : trace.tag.group % 2 != 0              ? "private element is left out"
                                                    : "removed together with its sequence";
 }
 
-/** Removes the delimiters of the top level, which no item hangs on. */
-void Remove_Delimiters(Record_List& list)
-{
-    for (DICOM_List** link = list.Address(); *link != nullptr;) {
-        DICOM_List* const record = *link;
-        if (Is_Delimiter(*record)) {
-            *link = record->next;
-            DICOM_Attribute_Free(nullptr, record);
-        } else {
-            link = &record->next;
-        }
-    }
-}
-
 void Report_Removed(const std::vector<Trace_Of_Record>& before, DICOM_List* list,
-                    bool group_lengths, Findings& findings)
+                    Findings& findings)
 {
     std::unordered_set<unsigned int> kept;
     for (const Trace_Of_Record& trace : Traces_Of(list)) {
         kept.insert(trace.pos);
     }
     for (const Trace_Of_Record& trace : before) {
-        if (kept.count(trace.pos) != 0) {
-            continue;
+        if (kept.count(trace.pos) == 0) {
+            findings.Add(Level::Change, trace.tag, trace.pos, Removal_Reason(trace));
         }
-        const bool comes_back = group_lengths && trace.depth == 0 && trace.tag.element == 0x0000 &&
-                                !Is_Foreign(trace.tag.group);
-        findings.Add(comes_back ? Level::Info : Level::Change, trace.tag, trace.pos,
-                     Removal_Reason(trace, group_lengths));
     }
 }
 
@@ -310,28 +270,7 @@ void Remove_Invalid(Record_List& list, Findings& findings)
 {
     const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
     DICOM_Attribute_Remove(nullptr, list.Address(), DICOM_Remove_Deleted);
-    Report_Removed(before, list.Head(), false, findings);
-}
-
-void Remove_Unwanted(Record_List& list, bool drop_private, bool group_lengths, Findings& findings)
-{
-    constexpr unsigned short Any_Element = 0xFFFF;
-    const std::vector<Trace_Of_Record> before = Traces_Of(list.Head());
-    DICOM_Root root = {};
-    constexpr unsigned short Foreign_Groups[] = {0x0000, 0x0002, 0xFFFC};
-    for (const unsigned short group : Foreign_Groups) {
-        DICOM_Attribute_Delete(nullptr, &root, list.Address(), group, Any_Element);
-    }
-    const char keep_private = Flag_DICOM_Propriatery;
-    Flag_DICOM_Propriatery = drop_private ? 0 : 1;
-    // Delimiters stay inside items: one without any record would be lost, and the items behind it
-    // would belong to other frames. The writer leaves delimiters out.
-    DICOM_Attribute_Remove(nullptr, list.Address(),
-                           DICOM_Remove_Group_Lengths | DICOM_Remove_Deleted |
-                               DICOM_Remove_Private);
-    Flag_DICOM_Propriatery = keep_private;
-    Remove_Delimiters(list);
-    Report_Removed(before, list.Head(), group_lengths, findings);
+    Report_Removed(before, list.Head(), findings);
 }
 
 }  // namespace lib_mend

@@ -32,14 +32,6 @@ void Repair_Values(const Data_Set& set, DICOM_List* list, Findings& findings);
 /** Removes invalid and deleted records; reports every element that goes. */
 void Remove_Invalid(Record_List& list, Findings& findings);
 
-/**
- * Removes group lengths, invalid and deleted records, and on request private ones;
- * reports every element that goes.
- *
- * @param group_lengths  the group lengths of the top level are written anew
- */
-void Remove_Unwanted(Record_List& list, bool drop_private, bool group_lengths, Findings& findings);
-
 }  // namespace lib_mend
 
 #endif

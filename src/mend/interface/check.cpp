@@ -1,6 +1,5 @@
 #include "mend/interface/check.h"
 
-#include "mend/healing/repair.h"
 #include "mend/interface/heal.h"
 #include "mend/writing/file_meta.h"
 
@@ -14,7 +13,6 @@ void Check(Data_Set& set, const Heal_Options& options, Findings& findings)
         return;
     }
     Heal(set, options, findings);
-    Remove_Unwanted(set.records, false, true, findings);
     if (set.too_deep) {
         findings.Add(Level::Change, "sequences nest deeper than nine levels");
     }

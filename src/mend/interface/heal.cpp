@@ -3,6 +3,7 @@
 #include "mend/healing/character_sets.h"
 #include "mend/healing/creators.h"
 #include "mend/healing/directory.h"
+#include "mend/healing/groups.h"
 #include "mend/healing/order.h"
 #include "mend/healing/pixel_data.h"
 #include "mend/healing/repair.h"
@@ -17,6 +18,8 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     set.healed = true;
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
+    Check_Group_Lengths(set, set.records.Address(), findings);
+    Heal_Low_Groups(set, findings);
     Settle_VRs(set, findings);
     Heal_Character_Sets(set, options, findings);
     Repair_Values(set, set.records.Head(), findings);

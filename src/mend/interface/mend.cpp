@@ -1,5 +1,6 @@
 #include "mend/interface/mend.h"
 
+#include "mend/healing/groups.h"
 #include "mend/healing/repair.h"
 #include "mend/interface/heal.h"
 #include "mend/io/deflate.h"
@@ -117,7 +118,10 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
 
     Heal(set, options.heal, findings);
     Fit_To_Encoding(set, encoding, findings);
-    Remove_Unwanted(set.records, options.drop_private, options.group_lengths, findings);
+    Remove_Invalid(set.records, findings);
+    if (options.drop_private) {
+        Leave_Out_Private(set.records, findings);
+    }
     if (set.records.Head() == nullptr) {
         findings.Add(Level::Error, "nothing is left to write");
         return false;

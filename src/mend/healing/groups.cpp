@@ -1,0 +1,109 @@
+#include "mend/healing/groups.h"
+
+#include "mend/reading/tree.h"
+
+namespace lib_mend {
+
+namespace {
+
+constexpr unsigned short Meta_Group = 0x0002;
+constexpr unsigned short Directory_Group = 0x0004;
+constexpr unsigned short First_Group_Of_Data = 0x0008;
+constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
+
+/** Takes the records that `is_wanted` accepts out of a list; the first of those taken out. */
+template <class Predicate>
+Record_List Take_Out(DICOM_List** list, Predicate&& is_wanted)
+{
+    DICOM_List* taken = nullptr;
+    DICOM_List** taken_end = &taken;
+    DICOM_List* last = nullptr;
+    for (DICOM_List** link = list; *link != nullptr;) {
+        DICOM_List* const record = *link;
+        if (is_wanted(*record)) {
+            *link = record->next;
+            record->next = nullptr;
+            *taken_end = record;
+            taken_end = &record->next;
+        } else {
+            last = record;
+            link = &record->next;
+        }
+    }
+    if (*list != nullptr) {
+        (*list)->last = last;
+    }
+    return Record_List(taken);
+}
+
+void Append(Record_List& list, DICOM_List* record)
+{
+    if (list.Head() == nullptr) {
+        *list.Address() = record;
+    } else {
+        DICOM_List* last = list.Head();
+        while (last->next != nullptr) {
+            last = last->next;
+        }
+        last->next = record;
+    }
+    list.Head()->last = record;
+}
+
+/** Brings an element of the data set into group 0002, or says why it is lost. */
+void Move_To_Meta(Data_Set& set, Record_List record, Findings& findings)
+{
+    DICOM_List& moved = *record.Head();
+    const DICOM_List* const there = Find_Record(set.meta.Head(), Tag_Of(moved));
+    if (there == nullptr && Has_Value(moved) && set.Load(moved) && moved.element != 0) {
+        findings.Report(Fault::Foreign_Group, Level::Change, At(moved, {}),
+                        "stands in the data set; it is moved to the file meta information");
+        Append(set.meta, record.Release());
+    } else if (moved.element == 0 ||
+               (there != nullptr && Trimmed(set.Value(*there)) == Trimmed(set.Value(moved)))) {
+        findings.Report(Fault::Foreign_Group, Level::Change, At(moved, {}),
+                        "stands in the data set; the file meta information has it already");
+    } else {
+        findings.Report(Fault::Foreign_Group, Level::Error, At(moved, {}),
+                        "stands in the data set though it belongs in the file meta information, "
+                        "which holds another; it is lost");
+    }
+}
+
+}  // namespace
+
+void Heal_Low_Groups(Data_Set& set, Findings& findings)
+{
+    const bool is_directory = Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr;
+    Record_List meta = Take_Out(
+        set.records.Address(), [](const DICOM_List& record) { return record.group == Meta_Group; });
+    while (meta.Head() != nullptr) {
+        DICOM_List* const first = meta.Release();
+        meta = Record_List(first->next);
+        first->next = nullptr;
+        Move_To_Meta(set, Record_List(first), findings);
+    }
+    For_Each_Element(set.records.Head(), [&](const DICOM_List& record, const Path& path) {
+        if (record.group < First_Group_Of_Data &&
+            (record.group != Directory_Group || !is_directory)) {
+            findings.Report(Fault::Foreign_Group, Level::Kept, At(record, path),
+                            "the group does not belong in a data set");
+        }
+    });
+}
+
+void Leave_Out_Private(Record_List& list, Findings& findings)
+{
+    const auto is_private = [](const DICOM_List& record) {
+        return record.group % 2 != 0;
+    };
+    For_Each_List(list.Address(), [&](DICOM_List** records, const Path& path) {
+        const Record_List taken = Take_Out(records, is_private);
+        for (const DICOM_List& record : Records(taken.Head())) {
+            findings.Report(Fault::Removed, Level::Change, At(record, path),
+                            "private element is left out");
+        }
+    });
+}
+
+}  // namespace lib_mend

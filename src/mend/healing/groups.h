@@ -1,0 +1,27 @@
+// Groups as a whole: which belong in a data set, their lengths, and private ones.
+#ifndef LIB_MEND_GROUPS_H
+#define LIB_MEND_GROUPS_H
+
+#include "mend/reading/data_set.h"
+
+namespace lib_mend {
+
+/**
+ * Finds elements of groups 0000 to 0007 that do not belong in a data set (PS3.5 section 7.1). They
+ * stay, but for those of group 0002 in front: readers would take them for file meta information, so
+ * that is where they go, unless it has them.
+ */
+void Heal_Low_Groups(Data_Set& set, Findings& findings);
+
+/**
+ * Compares group lengths with the bytes of their groups; all wrong ones make one finding. Their right
+ * values are those of the output, so that writing puts them in. Wants the order of the source.
+ */
+void Check_Group_Lengths(const Data_Set& set, DICOM_List** list, Findings& findings);
+
+/** Takes private elements out of a list and of all items below, and says so. */
+void Leave_Out_Private(Record_List& list, Findings& findings);
+
+}  // namespace lib_mend
+
+#endif
