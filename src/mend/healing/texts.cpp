@@ -1,5 +1,6 @@
 #include "mend/healing/texts.h"
 
+#include "mend/healing/list_index.h"
 #include "mend/healing/record_building.h"
 
 #include <algorithm>
@@ -7,29 +8,6 @@
 #include <utility>
 
 namespace lib_mend {
-
-namespace {
-
-constexpr Tag Original_Attributes_Tag = {0x0400, 0x0561};
-
-DICOM_List* Insert_Declaration(Data_Set& set)
-{
-    DICOM_List** link = set.records.Address();
-    while (*link != nullptr && Tag_Of(**link) < Character_Set_Tag) {
-        link = &(*link)->next;
-    }
-    DICOM_List* const record = New_Record(Character_Set_Tag, VR_CS);
-    DICOM_List* const head = set.records.Head();
-    record->next = *link;
-    record->last = head != nullptr ? head->last : record;
-    *link = record;
-    if (record->next == nullptr && head != nullptr) {
-        head->last = record;
-    }
-    return record;
-}
-
-}  // namespace
 
 bool Is_Text(const DICOM_List& record)
 {
@@ -99,7 +77,8 @@ void Set_Text(DICOM_List& record, std::string_view text)
 void Declare(Data_Set& set, Text_Scope& scope, std::string_view terms)
 {
     if (scope.declaration == nullptr) {
-        scope.declaration = Insert_Declaration(set);
+        scope.declaration = New_Record(Character_Set_Tag, VR_CS);
+        List_Index(set).Insert(set.records.Address(), scope.declaration);
     }
     Set_Text(*scope.declaration, terms);
     scope.terms = terms;

@@ -11,6 +11,9 @@
 
 namespace lib_mend {
 
+/** Former values, by systems that changed them (PS3.3 section C.12.1.1.9). */
+inline constexpr Tag Original_Attributes_Tag = {0x0400, 0x0561};
+
 /** A list with a declaration of its own, and what inherits it. The first one is the data set. */
 struct Text_Scope {
     /** The record of (0008,0005); null for a data set without one. */

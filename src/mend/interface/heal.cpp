@@ -5,8 +5,11 @@
 #include "mend/healing/directory.h"
 #include "mend/healing/groups.h"
 #include "mend/healing/order.h"
+#include "mend/healing/original_attributes.h"
 #include "mend/healing/pixel_data.h"
 #include "mend/healing/repair.h"
+
+#include <optional>
 
 namespace lib_mend {
 
@@ -16,6 +19,8 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
         return;
     }
     set.healed = true;
+    const std::optional<Original_Values> originals =
+        options.record ? std::make_optional<Original_Values>(set) : std::nullopt;
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
     Check_Group_Lengths(set, set.records.Address(), findings);
@@ -28,6 +33,11 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Check_Creators(set.records.Address(), findings);
     Heal_Pixel_Data(set, findings);
     Heal_Directory(set, findings);
+    if (originals) {
+        Record_Changes(set, *originals,
+                       options.record_time.empty() ? Date_Time_Now() : options.record_time,
+                       findings);
+    }
 }
 
 }  // namespace lib_mend

@@ -23,6 +23,8 @@ struct Heal_Options {
     bool to_utf8 = false;
     /** Keep what is changed inside the file (PS3.3 C.12.1.1.9). */
     bool record = false;
+    /** The date and time of the mending that is recorded, a value of VR DT; empty for now. */
+    std::string record_time = {};
 };
 
 struct Mend_Options {
