@@ -3,6 +3,7 @@
 #include "garbage.h"
 #include "list.h"
 #include "lookup.h"
+#include "mend/healing/original_attributes.h"
 #include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
 #include "mend/reading/reader.h"
@@ -166,7 +167,7 @@ bool Can_Write(const Mend_Request& request)
     return reason.empty();
 }
 
-/** Reads, prepares, mends and writes a file. */
+/** Reads, prepares, encodes and writes a file; what is not healed yet is healed on the way. */
 template <class Prepare>
 Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
 {
@@ -177,7 +178,6 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
         return Exit_Failure;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    lib_mend::Heal(set, request.options.heal, findings);
     lib_mend::Encoded_File file;
     const bool mended = !set.foreign && prepare(set, findings) &&
                         lib_mend::Mend(set, request.options, findings, file);
@@ -240,7 +240,15 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
     }
     const Override override(rules);
     return Mend_File(request, [&](lib_mend::Data_Set& set, Findings& findings) {
+        lib_mend::Heal(set, request.options.heal, findings);
         return Complete_Set(set, completion.module, findings);
+    });
+}
+
+Exit_Status Run_Undo(const Mend_Request& request)
+{
+    return Mend_File(request, [](lib_mend::Data_Set& set, Findings& findings) {
+        return lib_mend::Undo(set, findings);
     });
 }
 

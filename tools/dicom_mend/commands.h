@@ -47,6 +47,8 @@ std::shared_ptr<lib_mend::Source> Open(const std::string& path);
 
 Exit_Status Run_List(const List_Request& request);
 Exit_Status Run_Mend(const Mend_Request& request);
+/** Puts back what a mending recorded in the file. */
+Exit_Status Run_Undo(const Mend_Request& request);
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion);
 
 }  // namespace dicom_mend

@@ -31,6 +31,8 @@ constexpr char Examples[] =
     "  dicom-mend check image.dcm                     say what is wrong with it\n"
     "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
     "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
+    "  dicom-mend mend --record old.dcm new.dcm       the same, and keep what was changed\n"
+    "  dicom-mend undo new.dcm old-values.dcm         put it back\n"
     "  dicom-mend complete --module SC --set 0008,0064=WSD old.dcm new.dcm\n"
     "                                                 supply what the IOD requires\n"
     "  dicom-mend dict 0010,0010 WindowCenter         what the standard says of elements\n"
@@ -94,6 +96,14 @@ CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
     return command;
 }
 
+void Add_Files(CLI::App& command, dicom_mend::Mend_Request& request)
+{
+    command.add_flag("--force", request.force, "Replace an existing output file");
+    command.add_option("IN", request.input, "File to read")->required()->option_text(" ");
+    command.add_option("OUT", request.output, "File to write")->required()->option_text(" ");
+    Add_Verbosity(command, request.verbosity, request.show_values);
+}
+
 void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
 {
     const std::map<std::string, Output_Syntax> syntaxes = {
@@ -117,10 +127,7 @@ void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
         .add_option("--keep-garbage", request.garbage,
                     "File for the bytes of IN that belong to no element")
         ->option_text("FILE");
-    command.add_flag("--force", request.force, "Replace an existing output file");
-    command.add_option("IN", request.input, "File to read")->required()->option_text(" ");
-    command.add_option("OUT", request.output, "File to write")->required()->option_text(" ");
-    Add_Verbosity(command, request.verbosity, request.show_values);
+    Add_Files(command, request);
 }
 
 CLI::App* Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
@@ -148,6 +155,14 @@ CLI::App* Add_Complete(CLI::App& app, dicom_mend::Mend_Request& request,
     command->add_option("--rules", completion.rules, "File of definition lines that override")
         ->option_text("FILE");
     Add_Output(*command, request);
+    return command;
+}
+
+CLI::App* Add_Undo(CLI::App& app, dicom_mend::Mend_Request& request)
+{
+    CLI::App* const command = app.add_subcommand(
+        "undo", "Put the values back that the last mending with --record changed");
+    Add_Files(*command, request);
     return command;
 }
 
@@ -213,6 +228,7 @@ int Run(int argc, char** argv)
     dicom_mend::List_Request list;
     dicom_mend::Check_Request check;
     dicom_mend::Mend_Request mend;
+    dicom_mend::Mend_Request undo;
     dicom_mend::Mend_Request complete;
     dicom_mend::Completion completion;
     dicom_mend::Lookup_Request dict;
@@ -230,6 +246,10 @@ int Run(int argc, char** argv)
         {Add_Mend(app, mend),
          [&] {
              return Run_Mend(mend);
+         }},
+        {Add_Undo(app, undo),
+         [&] {
+             return Run_Undo(undo);
          }},
         {Add_Complete(app, complete, completion),
          [&] {
