@@ -44,7 +44,8 @@ Place Place_Of(const Meta_Header& header, std::int64_t at)
 class Meta_Reader {
 public:
     Meta_Reader(Data_Set& set, std::int64_t start, Findings& findings)
-        : set_(set), source_(*set.source), headers_(source_), findings_(findings), position_(start)
+        : set_(set), source_(*set.source), headers_(source_, start), findings_(findings),
+          position_(start)
     {
     }
 
@@ -163,10 +164,14 @@ bool Meta_Reader::Read_Foreign_Element()
 {
     Meta_Header header;
     const std::int64_t at = position_;
-    if (at == headers_.End() || headers_.Is_Data_Set(at) || !headers_.Read_Foreign(at, header)) {
+    if (at == headers_.End() || !headers_.Read_Foreign(at, header)) {
         return false;
     }
     const Tag tag = Undamaged_Tag(header, last_);
+    const bool is_last = tag.group != 0 && header.Next() == headers_.End();
+    if (!is_last && headers_.Is_Data_Set(at)) {
+        return false;
+    }
     if (tag.group != 0) {
         const std::string read = Tag_Text(header.tag);
         header.tag = tag;
@@ -253,6 +258,10 @@ unsigned short Meta_Reader::Settle_VR(const Meta_Header& header, std::int64_t at
         break;
     case Form::Sound:
         break;
+    }
+    if (header.reserved_in_use && header.form == Form::Sound) {
+        findings_.Report(Fault::Header, Level::Change, place,
+                         "the reserved bytes of the header are not zero");
     }
     if (header.vr != 0 && header.vr != vr) {
         findings_.Report(Fault::VR, Level::Change, place,

@@ -30,6 +30,12 @@ bool Tag_In(const unsigned char* bytes, bool big_endian, Tag& tag)
     return tag.group == Meta_Group && tag.element <= Last_Element;
 }
 
+/** Length of the group length and of the version, -1 for others. */
+std::int64_t Fixed_Length(Tag tag)
+{
+    return tag.element == 0 ? 4 : tag.element == 1 ? 2 : -1;
+}
+
 unsigned short VR_In(const unsigned char* letters)
 {
     return static_cast<unsigned short>(letters[0] << 8 | letters[1]);
@@ -59,6 +65,8 @@ Meta_Header With_Width(Meta_Header header, std::int64_t at, const Raw_Header& ra
         break;
     }
     header.claimed = header.length;
+    header.reserved_in_use =
+        width == Width::Reserved_And_Four && Get_UShort(order, raw.data() + 6) != 0;
     header.value = at + (width == Width::Reserved_And_Four ? 12 : 8);
     return header;
 }
@@ -120,7 +128,7 @@ bool Is_Start_Of_Meta_Group(const Source& source, std::int64_t at)
         return false;
     }
     const unsigned short vr = Registered_VR(tag);
-    const std::int64_t fixed = vr == VR_UL ? 4 : tag.element == 1 ? 2 : -1;
+    const std::int64_t fixed = Fixed_Length(tag);
     for (const Meta_Header& header : Readings(raw, at, tag, big_endian)) {
         const bool has_form = header.form == Meta_Header::Form::Implicit ||
                               (header.form == Meta_Header::Form::Sound && header.vr == vr);
@@ -140,11 +148,26 @@ bool Is_Meta_Group(const Source& source, std::int64_t at)
            Is_Start_Of_Meta_Group(source, at + Length_Element_Size);
 }
 
+Meta_Headers::Meta_Headers(const Source& source, std::int64_t start) : source_(source)
+{
+    std::array<unsigned char, 3> bytes = {};
+    big_endian_ = source.Read(start, bytes) == bytes.size() && bytes[0] == 0 &&
+                  bytes[1] == Meta_Group && bytes[2] == 0;
+}
+
+/** The tag at a place; one that the registry does not know counts with a VR behind it only. */
+bool Meta_Headers::Tag_At(std::int64_t at, Tag& tag) const
+{
+    std::array<unsigned char, 6> bytes = {};
+    return source_.Read(at, bytes) == bytes.size() && Tag_In(bytes.data(), big_endian_, tag) &&
+           (NEMA_db_Locate(tag.group, tag.element) != nullptr ||
+            Is_Standard_VR(VR_In(bytes.data() + 4)));
+}
+
 bool Meta_Headers::Is_Tag(std::int64_t at) const
 {
-    std::array<unsigned char, 4> bytes = {};
     Tag tag;
-    return source_.Read(at, bytes) == bytes.size() && Tag_In(bytes.data(), bytes[0] == 0, tag);
+    return Tag_At(at, tag);
 }
 
 bool Meta_Headers::Is_Data_Set(std::int64_t at) const
@@ -168,12 +191,11 @@ bool Meta_Headers::Is_Sound_Behind(std::int64_t next) const
 /** Tells whether the group goes on or ends at a place. */
 bool Meta_Headers::Follows(std::int64_t next, Tag after) const
 {
-    if (next == source_.Size() || next == end_) {
+    if (next == end_ || (next == source_.Size() && end_ < 0)) {
         return true;
     }
-    std::array<unsigned char, 4> bytes = {};
     Tag tag;
-    if (source_.Read(next, bytes) == bytes.size() && Tag_In(bytes.data(), bytes[0] == 0, tag)) {
+    if (Tag_At(next, tag)) {
         return tag > after || Is_Start_Of_Meta_Group(source_, next);
     }
     return Is_Data_Set(next);
@@ -184,13 +206,17 @@ bool Meta_Headers::Read(std::int64_t at, Meta_Header& header) const
     Raw_Header raw = {};
     const std::size_t count = source_.Read(at, raw);
     Tag tag;
-    if (count < Header_Size || !Tag_In(raw.data(), raw[0] == 0, tag)) {
+    if (count < Header_Size || !Tag_In(raw.data(), big_endian_, tag)) {
         return false;
     }
-    const std::vector<Meta_Header> readings = Readings(raw, at, tag, raw[0] == 0);
+    const std::vector<Meta_Header> readings = Readings(raw, at, tag, big_endian_);
     for (const Meta_Header& reading : readings) {
         const bool is_inside = reading.length >= 0 && reading.Next() <= source_.Size();
-        if (is_inside && Follows(reading.Next(), tag)) {
+        // Elsewhere the bytes of the value are taken for those of the length: the group length leads
+        // to the data set, as a longer header it would be its own length.
+        const std::int64_t fixed = Fixed_Length(tag);
+        const bool has_length = fixed < 0 || reading.length == fixed;
+        if (is_inside && has_length && Follows(reading.Next(), tag)) {
             header = reading;
             return true;
         }
@@ -200,11 +226,26 @@ bool Meta_Headers::Read(std::int64_t at, Meta_Header& header) const
     return (header.length >= 0 && Is_Sound_Behind(header.Next())) || Settle_Length(header);
 }
 
+/** Tells whether the bytes between the end that a header claims and another place may be its value. */
+bool Meta_Headers::May_Be_Value(const Meta_Header& header, std::int64_t end) const
+{
+    if (header.length < 0 || Registered_VR(header.tag) != VR_UI ||
+        end > header.value + Longest_Value) {
+        return true;
+    }
+    constexpr std::string_view Letters("0123456789. \0", 13);
+    Bytes bytes(static_cast<std::size_t>(end - header.Next()));
+    bytes.resize(source_.Read(header.Next(), bytes));
+    return std::all_of(bytes.begin(), bytes.end(), [&](unsigned char byte) {
+        return Letters.find(static_cast<char>(byte)) != Letters.npos;
+    });
+}
+
 /** Ends a value where something follows that makes sense. */
 bool Meta_Headers::Settle_Length(Meta_Header& header) const
 {
     const std::int64_t next = Find_Next(header.value, header.tag);
-    if (next >= 0) {
+    if (next >= 0 && (next < header.Next() || May_Be_Value(header, next))) {
         header.length = next - header.value;
         return true;
     }
@@ -234,11 +275,8 @@ std::int64_t Meta_Headers::Find_Next(std::int64_t at, Tag after) const
     }
     const std::int64_t limit = std::min(at + Search_Size, source_.Size());
     for (std::int64_t place = at; place < limit; ++place) {
-        std::array<unsigned char, 4> bytes = {};
         Tag tag;
-        if (source_.Read(place, bytes) == bytes.size() &&
-            Tag_In(bytes.data(), bytes[0] == 0, tag) && tag > after &&
-            Is_Start_Of_Meta_Group(source_, place)) {
+        if (Tag_At(place, tag) && tag > after && Is_Start_Of_Meta_Group(source_, place)) {
             return place;
         }
     }

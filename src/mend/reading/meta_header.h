@@ -32,6 +32,8 @@ struct Meta_Header {
     bool big_endian = false;
     /** As it stands in the header, 0 when there is none of the standard. */
     unsigned short vr = 0;
+    /** The reserved bytes in front of a length of four bytes are not zero. */
+    bool reserved_in_use = false;
     std::int64_t value = 0;
     std::int64_t length = 0;
     /** What the header says. */
@@ -46,9 +48,8 @@ struct Meta_Header {
 /** Finds out where the elements of the group stand. */
 class Meta_Headers {
 public:
-    explicit Meta_Headers(const Source& source) : source_(source)
-    {
-    }
+    /** @param start  of the group; all of it is in the byte order of its first header */
+    Meta_Headers(const Source& source, std::int64_t start);
 
     /** The place where the group ends by its length. */
     void Set_End(std::int64_t end)
@@ -76,11 +77,14 @@ public:
     std::int64_t Find_Next(std::int64_t at, Tag after) const;
 
 private:
+    bool Tag_At(std::int64_t at, Tag& tag) const;
     bool Follows(std::int64_t next, Tag after) const;
     bool Is_Sound_Behind(std::int64_t next) const;
     bool Settle_Length(Meta_Header& header) const;
+    bool May_Be_Value(const Meta_Header& header, std::int64_t end) const;
 
     const Source& source_;
+    bool big_endian_ = false;
     std::int64_t end_ = -1;
     /** Searches that found nothing cost much, and more than a few are those of a hostile file. */
     mutable int searches_left_ = 16;

@@ -28,13 +28,13 @@ void Take_Preamble(Data_Set& set, const File_Start& start, Findings& findings)
     Bytes preamble(static_cast<std::size_t>(start.preamble_size));
     const std::int64_t end = start.at - (start.bare ? 0 : Prefix_Size);
     preamble.resize(set.source->Read(end - start.preamble_size, preamble));
+    if (!start.fault.empty()) {
+        findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, start.fault);
+    }
     if (std::any_of(preamble.begin(), preamble.end(),
                     [](unsigned char byte) { return byte != 0; })) {
         findings.Report(Fault::Preamble_Used, Level::Info, {.offset = 0},
                         "the preamble holds data of an application, which the output does not");
-    }
-    if (!start.fault.empty()) {
-        findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, start.fault);
     }
     if (start.in_front > 0) {
         set.skipped.push_back({0, start.in_front, set.source});
