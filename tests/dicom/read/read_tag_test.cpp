@@ -93,6 +93,7 @@ TEST_P(Read_Tag, ReadsEveryEncoding)
         {0, "0200 1000 'UI' 0200 '1' 00", {2, 0x10, VR_UI, 2, 8}},
         {9, "0200 1000 'UI' 0200 '1' 00", {2, 0x10, VR_UI, 2, 8}},
         {11, "0200 1000 02000000 '1' 00", {2, 0x10, 0, 2, 8}},
+        {8, "0200 1000 0241 0000", {2, 0x10, 0, 0x4102, 8}, "", 0},
         // Items and delimiters are implicit and know no swapped pairs.
         {8, "FEFF 00E0 FFFFFFFF", {0xFFFE, 0xE000, 0, -1, 8}},
         {9, "FFFE E0DD 00000000", {0xFFFE, 0xE0DD, 0, 0, 8}},
@@ -160,6 +161,8 @@ TEST_P(Read_Tag, MendsKnownFaults)
          "Fix Siemens bug: lenght changed from 6 to 4 in tag (0009,1110)",
          0},
         {8, "0900 1011 'UL' 0600 '   a  '", {9, 0x1110, VR_UL, 6, 8}},
+        {8, "0900 1011 'UL' 0400 '    '", {9, 0x1110, VR_UL, 4, 8}},
+        {8, "0800 6000 'UL' 0600 '      '", {8, 0x60, VR_UL, 6, 8}},
         {8, "0900 1011 'UL' 0600 '   '", {9, 0x1110, VR_UL, 6, 8}},
         {0,
          "E07F 1000 FFFFFFFF FFD8FFE0 00FF D900 FFD9 0000",
