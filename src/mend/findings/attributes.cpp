@@ -76,6 +76,8 @@ constexpr Correction Corrections[] = {
     {{0x0040, 0xA032}, "Observation DateTime"},
     {{0x0040, 0xB020}, "Waveform Annotation Sequence"},
     {{0x0050, 0x0019}, "Inter-Marker Distance"},
+    {{0x0072, 0x0052}, "Selector Sequence Pointer", VR_AT, 0, 1, N},
+    {{0x0072, 0x0054}, "Selector Sequence Pointer Private Creator", VR_LO, 0, 1, N},
     {{0x0100, 0x0420}, "SOP Authorization DateTime"},
     {{0x5200, 0x9230}, "Per-Frame Functional Groups Sequence"},
     {{0xFFFC, 0xFFFC}, "Data Set Trailing Padding"},

@@ -23,7 +23,7 @@ DICOM_List** List_Index::List_At(const Path& path)
     DICOM_List** list = set_.records.Address();
     for (const Path_Step& step : path) {
         DICOM_List* const sequence = Find(list, step.sequence);
-        if (sequence == nullptr || step.item < 0 || step.item >= Item_Count(*sequence)) {
+        if (sequence == nullptr || step.item < 0 || Item_Of(*sequence, step.item) == nullptr) {
             return nullptr;
         }
         list = &sequence->item[step.item];
@@ -50,13 +50,14 @@ std::string List_Index::Creator_Of(DICOM_List** list, Tag tag)
     return creator != nullptr ? Trimmed(set_.Value(*creator, Enough)) : std::string();
 }
 
-void List_Index::Insert(DICOM_List** list, DICOM_List* record)
+DICOM_List* List_Index::Insert(DICOM_List** list, Record_List fresh)
 {
     Tags& tags = Tags_Of(list);
-    const auto next = tags.lower_bound(Tag_Of(*record));
+    const auto place = tags.insert_or_assign(Tag_Of(*fresh.Head()), fresh.Head()).first;
+    DICOM_List* const record = std::exchange(*fresh.Address(), nullptr);
     DICOM_List* const head = *list;
     DICOM_List* const item = head != nullptr && Is_Delimiter(*head) ? head : nullptr;
-    DICOM_List* const before = next != tags.begin() ? std::prev(next)->second : item;
+    DICOM_List* const before = place != tags.begin() ? std::prev(place)->second : item;
     if (before != nullptr) {
         record->next = std::exchange(before->next, record);
     } else {
@@ -67,7 +68,7 @@ void List_Index::Insert(DICOM_List** list, DICOM_List* record)
     if (record->next == nullptr) {
         (*list)->last = record;
     }
-    tags[Tag_Of(*record)] = record;
+    return record;
 }
 
 }  // namespace lib_mend

@@ -32,8 +32,8 @@ public:
     DICOM_List* Find(DICOM_List** list, Tag tag);
     /** The name of who reserved the block of a private element; empty for others. */
     std::string Creator_Of(DICOM_List** list, Tag tag);
-    /** Puts a record in front of the first one with a higher tag. */
-    void Insert(DICOM_List** list, DICOM_List* record);
+    /** Puts the one record of `fresh` in front of the first one with a higher tag, and returns it. */
+    DICOM_List* Insert(DICOM_List** list, Record_List fresh);
 
 private:
     using Tags = std::map<Tag, DICOM_List*>;

@@ -8,6 +8,7 @@
 #include "mend/healing/texts.h"
 
 #include <ctime>
+#include <utility>
 
 namespace lib_mend {
 
@@ -111,9 +112,9 @@ DICOM_List* Sequence_For_Item(Data_Set& set, Findings& findings)
 {
     DICOM_List* sequence = Find_Record(set.records.Head(), Original_Attributes_Tag);
     if (sequence == nullptr) {
-        sequence = New_Record(Original_Attributes_Tag, VR_SQ);
-        Set_Items(*sequence, {});
-        List_Index(set).Insert(set.records.Address(), sequence);
+        Record_List fresh(New_Record(Original_Attributes_Tag, VR_SQ));
+        Set_Items(*fresh.Head(), {});
+        sequence = List_Index(set).Insert(set.records.Address(), std::move(fresh));
     } else if (VR_Of(*sequence) != VR_SQ) {
         findings.Report(Fault::Original_Attributes, Level::Error, At(*sequence, Path()),
                         "it is no sequence, so that no former value can be kept");

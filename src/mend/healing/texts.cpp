@@ -77,8 +77,8 @@ void Set_Text(DICOM_List& record, std::string_view text)
 void Declare(Data_Set& set, Text_Scope& scope, std::string_view terms)
 {
     if (scope.declaration == nullptr) {
-        scope.declaration = New_Record(Character_Set_Tag, VR_CS);
-        List_Index(set).Insert(set.records.Address(), scope.declaration);
+        scope.declaration = List_Index(set).Insert(
+            set.records.Address(), Record_List(New_Record(Character_Set_Tag, VR_CS)));
     }
     Set_Text(*scope.declaration, terms);
     scope.terms = terms;

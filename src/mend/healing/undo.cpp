@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace lib_mend {
 
@@ -114,10 +115,10 @@ private:
         }
         DICOM_List* record = index_.Find(list, former.tag);
         if (record == nullptr) {
-            record = New_Record(former.tag, vr != 0 ? vr : VR_Of_Registry(former.tag));
-            record->depth =
+            Record_List fresh(New_Record(former.tag, vr != 0 ? vr : VR_Of_Registry(former.tag)));
+            fresh.Head()->depth =
                 static_cast<unsigned char>(std::min<std::size_t>(former.path.size(), 255));
-            index_.Insert(list, record);
+            record = index_.Insert(list, std::move(fresh));
         } else if (!Has_Value(*record)) {
             findings_.Report(Fault::Original_Attributes, Level::Error, At(*record, former.path),
                              "the original value was none of a sequence, and is not put back");

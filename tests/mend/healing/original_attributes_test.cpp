@@ -223,6 +223,7 @@ TEST(Undoing, SaysWhatHasNoPlace)
         std::string pointer;
         std::string items;
         std::string finding;
+        std::string selector = "\x08\x00\x60\x00"s;
     };
     const std::string in_sequence("\x40\x00\x75\x02", 4);
     const Case cases[] = {
@@ -239,6 +240,9 @@ TEST(Undoing, SaysWhatHasNoPlace)
         {in_sequence + in_sequence, "1\\1 ",
          "error 0040,0275[0]/0040,0275[0]/0008,0060 the item that the original value belongs to is "
          "not there\n"},
+        {"", "", "error 0040,0275 the original value was none of a sequence, and is not put back\n",
+         in_sequence},
+        {"", "", "error  an item of Original Attributes does not say what it is about\n", ""},
     };
     for (const Case& each : cases) {
         Stream_Builder s;
@@ -247,14 +251,18 @@ TEST(Undoing, SaysWhatHasNoPlace)
         s.Sequence(0x0400, 0x0561).Item();
         s.Sequence(0x0400, 0x0550).Item().Item_End().Sequence_End();
         s.Sequence(0x0400, 0x0551).Item();
-        s.Element(0x0072, 0x0026, "AT", std::string("\x08\x00\x60\x00", 4));
+        s.Element(0x0072, 0x0026, "AT", each.selector);
         s.Element(0x0072, 0x0052, "AT", each.pointer);
         s.Element(0x0074, 0x1057, "IS", each.items);
         s.Element(0x0400, 0x0552, "OB", "ct");
         s.Item_End().Sequence_End();
         s.Element(0x0400, 0x0563, "LO", "dicom-mend");
         s.Item_End().Sequence_End();
-        EXPECT_EQ(Undo_In_Memory(File_Of(s)).findings, each.finding) << each.items;
+        const Undone undone = Undo_In_Memory(File_Of(s));
+        EXPECT_EQ(undone.findings, each.finding) << each.items;
+        const std::string put_back = "0040,0275[0]/0008,0060 CS=ct\n";
+        EXPECT_EQ(Listing_Of(undone.bytes), "0008,0018 UI=1.2.3\\x00\n0040,0275 SQ\n" +
+                                                (each.finding.starts_with("info") ? put_back : ""));
     }
 }
 
@@ -325,7 +333,7 @@ TEST(Undoing, BringsTheValuesOfGeneratedFaultsBack)
     Mend_Options options = Recording();
     for (const Sound_File& sound : Made_Sound_Files()) {
         EXPECT_EQ(Not_Undone(sound.bytes, options), "") << sound.name;
-        For_Each_Fault(sound, 2, [&](const Fault_Case& each) {
+        For_Each_Fault(sound, 1, [&](const Fault_Case& each) {
             EXPECT_EQ(Not_Undone(each.bytes, options), "")
                 << sound.name << ": " << each.kind << " " << each.damaged;
         });
