@@ -112,7 +112,7 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
     Stream_Builder s;
     s.Element(0x0008, 0x0060, "CS", "CT").Element(0x0008, 0x0070, "LO", "");
     s.Element(0x0008, 0x0080, "LO", "HERE").Element(0x0008, 0x0090, "PN", "");
-    s.Element(0x0008, 0x1030, "LO", "  ").Sequence(0x0008, 0x1140);
+    s.Element(0x0008, 0x1030, "LO", "").Sequence(0x0008, 0x1140);
     s.Item().Element(0x0008, 0x1150, "UI", "1.2\0").Item_End();
     s.Item().Element(0x0008, 0x1155, "UI", "1.3\0").Item_End().Sequence_End();
     s.Element(0x0010, 0x4000, "LT", "NOTE").Element(0x0020, 0x0010, "SH", "");

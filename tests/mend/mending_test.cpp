@@ -645,18 +645,15 @@ TEST(Checking, SaysWhatMendingRepairs)
     const std::string found = Check_Bytes(Damaged_Values());
     for (const char* const line :
          {"warning old-syntax 0008,0020 ", "error characters 0008,0060 ",
-          "warning creator 0009,1001 ", "warning padding 0010,0010 ", "error size 0010,1010 ",
-          "warning last-backslash 0018,0050 ", "error integer 0020,0013 ",
+          "warning creator 0009,1001 ", "warning padding 0010,0010 ", "warning form 0010,1010 ",
+          "error multiplicity 0018,0050 ", "error integer 0020,0013 ",
           "error multiplicity 0028,0010 ", "error range 0028,0008 ", "error order 0028,0008 "}) {
         EXPECT_THAT(found, HasSubstr(line));
     }
-    // What mending does beside the repair of values is in words of its own.
+    // Mending says nothing else of the values.
     std::istringstream changes(Mend_Bytes(Damaged_Values()).findings);
     for (std::string line; std::getline(changes, line);) {
-        const bool is_own =
-            line.find("removed") != line.npos || line.find("Removed last char") != line.npos ||
-            line.find("Converted from") != line.npos || line.find("put right") != line.npos;
-        EXPECT_TRUE(is_own || found.find(line) != found.npos) << line << "\n" << found;
+        EXPECT_NE(found.find(line), found.npos) << line << "\n" << found;
     }
 }
 
@@ -665,7 +662,7 @@ TEST(Checking, HidesValuesThatMayIdentifyAPerson)
     const std::string hidden = Check_Bytes(Damaged_Values(), false);
     EXPECT_THAT(hidden, ::testing::Not(HasSubstr("DOE")));
     EXPECT_THAT(hidden, ::testing::Not(HasSubstr("1997")));
-    EXPECT_THAT(hidden, HasSubstr("padding 0010,0010 wrong padding character"));
+    EXPECT_THAT(hidden, HasSubstr("padding 0010,0010 wrong padding, put right\n"));
     EXPECT_THAT(hidden, ::testing::Not(HasSubstr("\"ct\"")));
     // A value cannot pass itself off as a message of another kind.
     Stream_Builder s;

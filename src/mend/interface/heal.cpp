@@ -8,6 +8,8 @@
 #include "mend/healing/original_attributes.h"
 #include "mend/healing/pixel_data.h"
 #include "mend/healing/repair.h"
+#include "mend/healing/values.h"
+#include "mend/healing/vrs.h"
 
 #include <optional>
 
@@ -27,8 +29,8 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Heal_Low_Groups(set, findings);
     Settle_VRs(set, findings);
     Heal_Character_Sets(set, options, findings);
-    Repair_Values(set, set.records.Head(), findings);
-    Repair_Values(set, set.meta.Head(), findings);
+    Heal_Values(set, set.records, options, findings);
+    Heal_Values(set, set.meta, options, findings);
     Heal_Order(set, set.records, findings);
     Check_Creators(set.records.Address(), findings);
     Heal_Pixel_Data(set, findings);

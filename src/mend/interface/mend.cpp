@@ -118,7 +118,6 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
 
     Heal(set, options.heal, findings);
     Fit_To_Encoding(set, encoding, findings);
-    Remove_Invalid(set.records, findings);
     if (options.drop_private) {
         Leave_Out_Private(set.records, findings);
     }

@@ -162,7 +162,7 @@ std::string Make_UID(const Data_Set& set, Tag purpose)
 void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
 {
     Heal_Order(set, set.meta, findings);
-    Remove_Invalid(set.meta, findings);
+    Remove_Marked(set.meta);
     DICOM_Root root = {};
     DICOM_Attribute_Delete(nullptr, &root, set.meta.Address(), Group_Length_Tag.group,
                            Group_Length_Tag.element);

@@ -1,0 +1,108 @@
+// DT, PS3.5 section 6.2: YYYY[MM[DD[HH[MM[SS[.FFFFFF]]]]]][&ZZXX].
+//
+//     20240102120000Z            -> 20240102120000+0000
+//     2024-01-02T12:00:00+01:00  -> 20240102120000+0100    ISO 8601
+//     20240102120000.1234567     -> 20240102120000.123457
+//     2024, 202401               legal: what is missing is not known
+//     20240102120000-0000        stays: the standard forbids it, and what it says is not known
+#include "mend/healing/dates.h"
+#include "mend/healing/forms.h"
+
+#include <algorithm>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr std::size_t Date_Size = 8;
+constexpr std::size_t Offset_Size = 5;
+
+bool Is_Start_Of_Date(std::string_view text)
+{
+    constexpr std::size_t Year = 4;
+    constexpr std::size_t Month = 6;
+    return (text.size() == Year && Is_Date(std::string(text) + "0101")) ||
+           (text.size() == Month && Is_Date(std::string(text) + "01")) || Is_Date(text);
+}
+
+/** An offset from universal time: -1200 to +1400, but not -0000. */
+bool Is_Offset(std::string_view text)
+{
+    constexpr int West = 1200;
+    constexpr int East = 1400;
+    constexpr int Minutes = 60;
+    if (text.size() != Offset_Size || (text[0] != '+' && text[0] != '-') ||
+        !Is_Number(text.substr(1))) {
+        return false;
+    }
+    const int offset = Number_In(text.substr(1));
+    return offset % 100 < Minutes &&
+           (text[0] == '+' ? offset <= East : offset > 0 && offset <= West);
+}
+
+/** Digits of a date and time of ISO 8601, which are separated throughout or not at all. */
+std::string Without_Separators(std::string_view text)
+{
+    constexpr std::size_t Shortest = 16;
+    if (text.size() < Shortest || text[4] != '-' || text[7] != '-' ||
+        (text[10] != 'T' && text[10] != ' ') || text[13] != ':') {
+        return std::string(text);
+    }
+    std::string plain(text.substr(0, 4));
+    plain += text.substr(5, 2);
+    plain += text.substr(8, 2);
+    std::string rest(text.substr(11));
+    const std::size_t sign = rest.find_first_of("+-");
+    constexpr std::size_t Colon_Of_Offset = 3;
+    if (sign != rest.npos && sign + Colon_Of_Offset < rest.size() &&
+        rest[sign + Colon_Of_Offset] == ':') {
+        rest.erase(sign + Colon_Of_Offset, 1);
+    }
+    return plain + rest;
+}
+
+/** A date and time without its offset; false when it is none. */
+bool Form_Moment(std::string& moment, bool& rounded)
+{
+    if (moment.size() <= Date_Size) {
+        return Is_Start_Of_Date(moment);
+    }
+    std::string time;
+    const std::string_view clock = std::string_view(moment).substr(Date_Size);
+    const Time_Form form = Form_Of_Time(clock, time);
+    if (form == Time_Form::None || !Is_Date(std::string_view(moment).substr(0, Date_Size))) {
+        return false;
+    }
+    rounded = form == Time_Form::Rounded;
+    if (form != Time_Form::Sound) {
+        moment.replace(Date_Size, moment.npos, time);
+    }
+    return true;
+}
+
+}  // namespace
+
+void Heal_Date_Time(Piece& piece)
+{
+    const std::string plain = Without_Separators(piece.Text());
+    const std::size_t end = std::min(plain.find_first_of("+-Z"), plain.size());
+    std::string moment = plain.substr(0, end);
+    std::string offset = plain.substr(end);
+    if (offset == "Z") {
+        offset = "+0000";
+    }
+    bool rounded = false;
+    if (!Form_Moment(moment, rounded) || (!offset.empty() && !Is_Offset(offset))) {
+        piece.Stays(Fault::Date, "no date and time that there is");
+        return;
+    }
+    moment += offset;
+    if (moment == piece.Text()) {
+        return;
+    }
+    piece.Becomes(std::move(moment), rounded ? Fault::Length : Fault::Old_Syntax,
+                  rounded ? "fraction of a second is rounded to six digits"
+                          : "date and time in another form");
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,118 @@
+#include "mend/healing/values.h"
+
+#include "mend/healing/multiplicity.h"
+#include "mend/healing/records.h"
+#include "mend/healing/repair.h"
+#include "mend/healing/strict.h"
+#include "mend/healing/value.h"
+#include "mend/reading/tree.h"
+
+#include <string>
+
+namespace lib_mend {
+
+namespace {
+
+/** Texts say what they were before; numbers in binary say nothing to a reader of findings. */
+Values Values_Of(const DICOM_List& record, std::string_view before, std::string_view after)
+{
+    return Is_Text(VR_Of(record)) ? Values{before, after} : Values();
+}
+
+void Report_Notes(const Notes& notes, const Place& place, const Values& values, Findings& findings)
+{
+    for (const Note& note : notes) {
+        const bool changed = note.level == Level::Change;
+        findings.Report(note.fault, note.level, place, note.text,
+                        {values.before, changed ? values.after : std::string_view()});
+    }
+}
+
+/** Applies the repairs of the library; false when nothing is left of the element. */
+bool Apply_Strictly(const DICOM_List& record, const Place& place, const Character_Set& characters,
+                    Healed_Value& healed, Findings& findings)
+{
+    const Strict_Value strict = Repair_Strictly(record, healed.bytes, characters);
+    if (strict.bytes != healed.bytes) {
+        findings.Report(Fault::Strict, Level::Error, place,
+                        strict.deleted ? "the value cannot be repaired; the element is left out"
+                                       : "repaired at the cost of what it says",
+                        Values_Of(record, healed.bytes, strict.bytes));
+    }
+    healed.bytes = strict.bytes;
+    return !strict.deleted;
+}
+
+/** A sequence that a writer without a dictionary took for unknown bytes, and that cannot be read. */
+void Check_Unknown(const DICOM_List& record, const Place& place, Findings& findings)
+{
+    constexpr std::string_view Item_Tag("\xFE\xFF\x00\xE0", 4);
+    constexpr std::string_view End_Of_Sequence("\xFE\xFF\xDD\xE0\0\0\0\0", 8);
+    const std::string_view value = Bytes_Of(record);
+    if (!value.starts_with(Item_Tag)) {
+        return;
+    }
+    findings.Report(Fault::VR_Unknown, Level::Kept, place, "sequence stored as UN");
+    if (value.ends_with(End_Of_Sequence)) {
+        Place end = place;
+        end.offset = static_cast<std::int64_t>(record.data_pos) +
+                     static_cast<std::int64_t>(value.size() - End_Of_Sequence.size());
+        findings.Report(Fault::Nesting, Level::Kept, end,
+                        "sequence delimitation inside a given length");
+    }
+}
+
+}  // namespace
+
+void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
+                   const Character_Set& characters, const Heal_Options& options, Findings& findings)
+{
+    const Place place = At(record, way);
+    if (Is_Bulk(record) && record.size % 2 == 0) {
+        const std::size_t width = Width_Of(VR_Of(record));
+        if (width != 0 && static_cast<std::size_t>(record.size) % width != 0) {
+            findings.Report(Fault::Size, Level::Kept, place, Wrong_Size_Text);
+        }
+        return;
+    }
+    Loaded loaded(set, record);
+    if (!loaded.Ready()) {
+        findings.Report(Fault::Unreadable, Level::Error, place, "the value cannot be read");
+        return;
+    }
+    const std::string_view before = Bytes_Of(record);
+    if (VR_Of(record) == VR_UN) {
+        Check_Unknown(record, place, findings);
+    }
+    Healed_Value healed = Heal_Value({before, VR_Of(record), characters, options.replace_uids});
+    Report_Notes(healed.notes, place, Values_Of(record, before, healed.bytes), findings);
+    if (options.strict && Has_Level(healed.notes, Level::Kept) &&
+        !Apply_Strictly(record, place, characters, healed, findings)) {
+        record.flags |= DICOM_Mark_Deleted;
+    }
+    if (!Fits_Multiplicity(record, healed.count) && VR_Of(record) != VR_UN) {
+        findings.Report(Fault::Multiplicity, Level::Kept, place,
+                        Multiplicity_Text(record, healed.count),
+                        Values_Of(record, healed.bytes, {}));
+    }
+    if (healed.bytes != before) {
+        Set_Bytes(record, healed.bytes);
+        loaded.Keep();
+    }
+}
+
+void Heal_Values(Data_Set& set, Record_List& list, const Heal_Options& options, Findings& findings)
+{
+    Character_Sets_Of_Lists sets(set);
+    For_Each_Element(list.Head(), [&](DICOM_List& record, const Path& way) {
+        const Character_Set& characters = sets.Of(record, way);
+        if (Has_Value(record) && !Is_Streamed(record)) {
+            Heal_Value_Of(set, record, way, characters, options, findings);
+        }
+    });
+    if (options.strict) {
+        Remove_Marked(list);
+    }
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,253 @@
+// VRs that are not the registry's, PS3.5 section 6.2.2 and PS3.6.
+//
+//     Rows IS "512", UL 512            -> US 512             exactly the same number
+//     Series Description SH, UT        -> LO                 where the text fits
+//     Rows FD 512.5, LO "many"         stays as it is, with its VR
+//     Patient's Name UN                -> PN
+//     a contour as UN of 107 KB        stays: a header of DS has 16 bits for the length
+//     private "GPIIBBB49" for IS       UN, if the VR is that of a definition only
+#include "mend/healing/vrs.h"
+
+#include "mend/findings/attributes.h"
+#include "mend/healing/multiplicity.h"
+#include "mend/healing/numbers.h"
+#include "mend/healing/records.h"
+#include "mend/healing/repair.h"
+#include "mend/healing/value.h"
+#include "mend/reading/tree.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
+/** Longest value that an explicit header with a 2-byte length can have. */
+constexpr int Longest_Short_Value = 65534;
+
+std::string VR_Text(unsigned short vr)
+{
+    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
+}
+
+bool Has_Alternative(const TAG_db_Elems& entry, unsigned short vr)
+{
+    const int count = std::abs(entry.nb_vr);
+    return std::find(entry.vr, entry.vr + count, vr) != entry.vr + count;
+}
+
+/**
+ * A standard element of one known VR that was written as UN: its value is little endian. One that
+ * is too long for the header of most VRs has to stay UN.
+ */
+unsigned short VR_For_Unknown(const DICOM_List& record)
+{
+    const bool is_plain = record.vr == VR_UN && record.dict != nullptr && record.group % 2 == 0 &&
+                          record.size >= 0 && record.nb_item == 0 &&
+                          record.size <= Longest_Short_Value && std::abs(record.dict->nb_vr) == 1;
+    if (!is_plain) {
+        return VR_UN;
+    }
+    const unsigned short vr = Registry_VR(record, false);
+    const std::size_t width = Width_Of(vr);
+    const bool known =
+        Is_Text(vr) || (width != 0 && static_cast<std::size_t>(record.size) % width == 0);
+    const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0;
+    return known && (Is_Text(vr) || !is_big) ? vr : VR_UN;
+}
+
+/** The value in another VR, empty when it would not say the same. */
+struct Converted {
+    bool done = false;
+    std::string bytes = {};
+    std::string before = {};
+    std::string after = {};
+};
+
+Converted Convert_Number(const DICOM_List& record, unsigned short from, unsigned short to)
+{
+    const std::optional<Numbers> numbers = Numbers_In(Bytes_Of(record), from, record.byte_order);
+    if (!numbers || !Fits_Multiplicity(record, numbers->size())) {
+        return {};
+    }
+    const std::optional<std::string> bytes = Bytes_For(*numbers, to, record.byte_order);
+    if (!bytes) {
+        return {};
+    }
+    const std::string text = Text_Of(*numbers);
+    return {true, *bytes, text, text};
+}
+
+Converted Convert_Text(const DICOM_List& record, unsigned short from, unsigned short to,
+                       const Character_Set& characters)
+{
+    constexpr std::string_view Padding(" \0", 2);
+    std::string_view bytes = Bytes_Of(record);
+    if (!Is_Text(from) || !Is_Text(to) ||
+        (Is_Multiple(from) != Is_Multiple(to) && bytes.find('\\') != bytes.npos)) {
+        return {};
+    }
+    if (from == VR_UI || to == VR_UI) {
+        bytes = bytes.substr(0, bytes.find_last_not_of(Padding) + 1);
+    }
+    const Healed_Value healed = Heal_Value({bytes, to, characters});
+    const bool fits = std::all_of(healed.notes.begin(), healed.notes.end(),
+                                  [](const Note& note) { return note.fault == Fault::Odd_Length; });
+    if (!fits || !Fits_Multiplicity(record, healed.count)) {
+        return {};
+    }
+    return {true, healed.bytes, std::string(Bytes_Of(record)), healed.bytes};
+}
+
+Converted Convert(const DICOM_List& record, unsigned short to, const Character_Set& characters)
+{
+    if (record.size == 0) {
+        return {true};
+    }
+    const unsigned short from = record.vr;
+    Converted converted = Convert_Text(record, from, to, characters);
+    return converted.done ? converted : Convert_Number(record, from, to);
+}
+
+/** Whatever a definition says, a value that has another form tells that it is not meant. */
+bool Contradicts(const Healed_Value& healed)
+{
+    constexpr std::array Harmless = {Fault::Padding, Fault::Odd_Length, Fault::Length, Fault::Name};
+    return std::any_of(healed.notes.begin(), healed.notes.end(), [&](const Note& note) {
+        return std::find(Harmless.begin(), Harmless.end(), note.fault) == Harmless.end();
+    });
+}
+
+/** A private element whose VR comes from a definition and not from the file. */
+bool Has_Defined_VR(const DICOM_List& record)
+{
+    return record.vr == 0 && record.group % 2 != 0 && record.element > 0x00FF &&
+           record.vr_default != 0 && record.vr_default != VR_UN && record.vr_default != VR_SQ;
+}
+
+class Settler {
+public:
+    Settler(Data_Set& set, Findings& findings) : set_(set), findings_(findings)
+    {
+    }
+
+    void Settle(DICOM_List& record, const Path& way, const Character_Set& characters,
+                bool is_signed)
+    {
+        if (!Has_Value(record) || Is_Streamed(record)) {
+            return;
+        }
+        const unsigned short known = VR_For_Unknown(record);
+        if (known != VR_UN) {
+            findings_.Report(Fault::VR_Unknown, Level::Change, At(record, way),
+                             "VR=UN is replaced by VR=" + VR_Text(known) + " of the registry");
+            record.vr = known;
+        } else if (record.vr == 0 && record.dict != nullptr && std::abs(record.dict->nb_vr) > 1) {
+            record.vr_default = Registry_VR(record, is_signed);
+        } else if (record.vr != VR_UN && Has_Foreign_VR(record)) {
+            Settle_Foreign(record, way, characters, Registry_VR(record, is_signed));
+        } else if (Has_Defined_VR(record) && !Is_Bulk(record)) {
+            Settle_Defined(record, way, characters);
+        }
+    }
+
+private:
+    void Settle_Foreign(DICOM_List& record, const Path& way, const Character_Set& characters,
+                        unsigned short wanted)
+    {
+        Loaded loaded(set_, record);
+        const Place place = At(record, way);
+        const Converted converted = wanted != VR_SQ && !Is_Bulk(record) && loaded.Ready()
+                                        ? Convert(record, wanted, characters)
+                                        : Converted();
+        const std::string text = "VR=" + VR_Text(record.vr);
+        if (!converted.done) {
+            findings_.Report(Fault::VR_Other, Level::Kept, place,
+                             text + " instead of VR=" + VR_Text(wanted));
+            return;
+        }
+        findings_.Report(Fault::Value_VR, Level::Change, place,
+                         text + " is replaced by VR=" + VR_Text(wanted) + " of the registry",
+                         {converted.before, converted.after});
+        record.vr = wanted;
+        if (converted.bytes != Bytes_Of(record)) {
+            Set_Bytes(record, converted.bytes);
+            loaded.Keep();
+        }
+    }
+
+    void Settle_Defined(DICOM_List& record, const Path& way, const Character_Set& characters)
+    {
+        const Loaded loaded(set_, record);
+        if (!Contradicts(Heal_Value({Bytes_Of(record), record.vr_default, characters}))) {
+            return;
+        }
+        findings_.Report(Fault::Private_Definition, Level::Kept, At(record, way),
+                         "the value is not of VR=" + VR_Text(record.vr_default) +
+                             " as its definition says, and is left as it is",
+                         {Bytes_Of(record), {}});
+        record.vr_default = VR_UN;
+        record.vr = VR_UN;
+    }
+
+    Data_Set& set_;
+    Findings& findings_;
+};
+
+}  // namespace
+
+bool Signs_Of_Lists::Of(DICOM_List& record, const Path& way)
+{
+    return lists_.At(record, way, [this](DICOM_List& first, bool around) {
+        const DICOM_List* const sign = Find_Record(&first, Pixel_Representation_Tag);
+        if (sign == nullptr) {
+            return around;
+        }
+        const Bytes value = set_.Value(*sign, 2);
+        return value.size() == 2 && Get_UShort(sign->byte_order, value.data()) == 1;
+    });
+}
+
+unsigned short Registry_VR(const DICOM_List& record, bool is_signed)
+{
+    if (record.dict == nullptr || record.dict->nb_vr == 0) {
+        return Is_Creator(record) ? VR_LO : record.vr_default;
+    }
+    const Attribute attribute = Attribute_Of(*record.dict);
+    if (attribute.Has_VR(VR_US) && attribute.Has_VR(VR_SS)) {
+        if (attribute.Has_VR(VR_OW) && record.size > Longest_Short_Value) {
+            return VR_OW;
+        }
+        return is_signed ? VR_SS : VR_US;
+    }
+    return attribute.Has_VR(VR_OW) ? VR_OW : attribute.vrs.empty() ? VR_UN : attribute.vrs.front();
+}
+
+bool Has_Foreign_VR(const DICOM_List& record)
+{
+    if (record.vr == 0 || Is_Streamed(record)) {
+        return false;
+    }
+    if (record.dict == nullptr || record.dict->nb_vr == 0) {
+        return Is_Creator(record) && record.vr != VR_LO;
+    }
+    return !Has_Alternative(*record.dict, record.vr) &&
+           !Attribute_Of(*record.dict).Has_VR(record.vr);
+}
+
+void Settle_VRs(Data_Set& set, Findings& findings)
+{
+    Signs_Of_Lists signs(set);
+    Character_Sets_Of_Lists characters(set);
+    Settler settler(set, findings);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
+        const Character_Set& here = characters.Of(record, way);
+        settler.Settle(record, way, here, signs.Of(record, way));
+    });
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,45 @@
+// The VR of each element: which the registry gives, and what becomes of values of another one.
+#ifndef LIB_MEND_VRS_H
+#define LIB_MEND_VRS_H
+
+#include "mend/healing/inherited.h"
+#include "mend/reading/data_set.h"
+
+namespace lib_mend {
+
+/** Pixel Representation of the lists of a tree: an item without it has that of the list around it. */
+class Signs_Of_Lists {
+public:
+    explicit Signs_Of_Lists(const Data_Set& set) : set_(set), lists_(false)
+    {
+    }
+    /**
+     * Tells whether pixel values of the list that a record is in are signed. To be asked about the
+     * elements of the whole tree in the order of a walk.
+     */
+    bool Of(DICOM_List& record, const Path& way);
+
+private:
+    const Data_Set& set_;
+    Inherited<bool> lists_;
+};
+
+/**
+ * The VR that the registry gives an element in a list: of several US or SS by Pixel Representation,
+ * words for anything that may be words (PS3.5 section A.1). 0 when it gives none.
+ */
+unsigned short Registry_VR(const DICOM_List& record, bool is_signed);
+
+/** Tells whether an element has an explicit VR that the registry does not give it. */
+bool Has_Foreign_VR(const DICOM_List& record);
+
+/**
+ * Settles the VRs of all elements. UN becomes the VR of the registry; a value of another VR than the
+ * registry's is written in the registry's where that says exactly the same, and keeps its VR
+ * otherwise; a private value that contradicts its definition is UN.
+ */
+void Settle_VRs(Data_Set& set, Findings& findings);
+
+}  // namespace lib_mend
+
+#endif
