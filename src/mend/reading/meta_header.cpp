@@ -128,17 +128,15 @@ bool Is_Start_Of_Meta_Group(const Source& source, std::int64_t at)
         return false;
     }
     const unsigned short vr = Registered_VR(tag);
+    const bool is_explicit = VR_In(raw.data() + 4) == vr;
+    const Width width = !is_explicit          ? Width::Four
+                        : Has_Long_Header(vr) ? Width::Reserved_And_Four
+                                              : Width::Two;
+    const std::int64_t length =
+        With_Width({.tag = tag, .big_endian = big_endian}, at, raw, width).length;
     const std::int64_t fixed = Fixed_Length(tag);
-    for (const Meta_Header& header : Readings(raw, at, tag, big_endian)) {
-        const bool has_form = header.form == Meta_Header::Form::Implicit ||
-                              (header.form == Meta_Header::Form::Sound && header.vr == vr);
-        const bool has_length =
-            fixed >= 0 ? header.length == fixed : header.length > 0 && header.length <= 64;
-        if (has_form && has_length) {
-            return true;
-        }
-    }
-    return false;
+    constexpr std::int64_t Longest_UID = 64;
+    return fixed >= 0 ? length == fixed : length > 0 && length <= Longest_UID;
 }
 
 bool Is_Meta_Group(const Source& source, std::int64_t at)
@@ -196,7 +194,9 @@ bool Meta_Headers::Follows(std::int64_t next, Tag after) const
     }
     Tag tag;
     if (Tag_At(next, tag)) {
-        return tag > after || Is_Start_Of_Meta_Group(source_, next);
+        std::array<unsigned char, 2> letters = {};
+        source_.Read(next + 4, letters);
+        return tag > after || tag.element == 0 || Is_Standard_VR(VR_In(letters.data()));
     }
     return Is_Data_Set(next);
 }

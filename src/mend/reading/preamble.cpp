@@ -125,9 +125,10 @@ bool Find_Prefix(const Source& file, const std::string& head, File_Start& start)
 /** Group 0002 or a data set somewhere behind bytes that are neither. */
 bool Find_Elements(const Source& file, const std::string& head, File_Start& start)
 {
-    const auto end = static_cast<std::int64_t>(head.size());
-    for (std::int64_t at = 1; at < end; ++at) {
-        if (head[static_cast<std::size_t>(at)] < '\3' && Is_Start_Of_Meta_Group(file, at)) {
+    const auto in_memory = Source::From_Image(
+        {reinterpret_cast<const unsigned char*>(head.data()), head.size()}, file.Name());
+    for (std::int64_t at = 1; at < in_memory->Size(); ++at) {
+        if (Is_Start_Of_Meta_Group(*in_memory, at)) {
             const bool has_prefix =
                 at >= Prefix_Size &&
                 Is_Misspelt(head.substr(static_cast<std::size_t>(at - Prefix_Size), Prefix.size()));
