@@ -153,6 +153,8 @@ Mend_Options Options(std::uint8_t byte)
     options.drop_private = (byte & 4) != 0;
     options.group_lengths = (byte & 8) != 0;
     options.defined_lengths = (byte & 16) != 0;
+    options.heal.strict = (byte & 32) != 0;
+    options.heal.replace_uids = (byte & 64) != 0;
     return options;
 }
 

@@ -86,14 +86,18 @@ std::string_view Without_NULs(std::string_view value)
     return value.substr(0, std::min(value.find('\0', core.size()), value.size()));
 }
 
-/** One value between backslashes, brought into the form of its VR. */
+/**
+ * One value between backslashes, brought into the form of its VR.
+ *
+ * @param is_padding  a blank behind the last backslash, which makes the length even
+ */
 std::string Heal_Piece(const Value& value, const Text_Rule& rule, std::string_view text,
-                       Notes& notes)
+                       bool is_padding, Notes& notes)
 {
     // Padding of a list may stand behind each of its UIDs.
     const std::string_view blank = rule.vr == VR_UI ? std::string_view(" \0", 2) : " ";
     const std::string_view core = Without(text, blank, true);
-    if (core.empty() && rule.vr == VR_AE && !text.empty()) {
+    if (core.empty() && rule.vr == VR_AE && !text.empty() && !is_padding) {
         Add_Note(notes, {Fault::Characters, Level::Kept, "nothing but blanks"});
     }
     if (core.empty()) {
@@ -153,6 +157,7 @@ void Note_Padding(const Value& value, Healed_Value& healed)
 std::string Form_Of(const Value& value, const Text_Rule& rule, Notes& notes, std::size_t& count)
 {
     const std::string_view bytes = Without_NULs(value.bytes);
+    const bool is_even = bytes.size() % 2 == 0;
     std::string form;
     if (!bytes.empty()) {
         const std::vector<std::string_view> texts =
@@ -162,7 +167,8 @@ std::string Form_Of(const Value& value, const Text_Rule& rule, Notes& notes, std
         form.reserve(bytes.size() + 1);
         for (std::size_t i = 0; i < texts.size(); ++i) {
             form += i > 0 ? "\\" : "";
-            form += Heal_Piece(value, rule, texts[i], notes);
+            const bool is_padding = is_even && i > 0 && i + 1 == texts.size() && texts[i] == " ";
+            form += Heal_Piece(value, rule, texts[i], is_padding, notes);
         }
     }
     if (form.size() % 2 != 0) {

@@ -1,5 +1,6 @@
 #include "mend/writing/file_meta.h"
 
+#include "mend/healing/forms.h"
 #include "mend/healing/order.h"
 #include "mend/healing/repair.h"
 
@@ -101,7 +102,7 @@ private:
 std::string UID_In(const Data_Set& set, Tag tag)
 {
     std::string uid = set.Text(tag);
-    return Is_UID(uid) ? uid : std::string();
+    return Is_Fit_UID(uid) ? uid : std::string();
 }
 
 void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
@@ -120,7 +121,11 @@ void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
     if (!instance.empty()) {
         completion.Settle(Instance_Tag, instance);
     } else if (Current_Value(set, Instance_Tag).empty()) {
-        completion.Settle(Instance_Tag, Make_UID(set, Instance_Tag));
+        // One that is no valid UID is still the one by which the object is known.
+        constexpr std::size_t Most = 1024;
+        const std::string unfit = set.Text(SOP_Instance_Tag);
+        const bool is_name = !unfit.empty() && unfit.size() <= Most;
+        completion.Settle(Instance_Tag, is_name ? unfit : Make_UID(set, Instance_Tag));
     }
 }
 
