@@ -1,9 +1,10 @@
-// Texts in UTF-8: whatever the bytes and the declared sets are, the result is UTF-8, and what is
-// UTF-8 already stays as it is.
+// Texts by their character sets: whatever the bytes and the declared sets are, the result in UTF-8 is
+// UTF-8, what is UTF-8 already stays as it is, and the parts of a text are all of it.
 //
 // Input: the VR; the length of the declared sets; these; the text.
 #include "mend/healing/character_set.h"
 #include "fuzz_target.h"
+#include "mend/healing/character_terms.h"
 
 namespace {
 
@@ -47,6 +48,42 @@ bool Is_UTF_8(std::string_view text)
     return true;
 }
 
+void Check_Parts(const Character_Set& set, std::string_view text, unsigned short vr)
+{
+    fuzz::Require(set.Count(text, vr) <= text.size(), "each character has a byte");
+    for (const char separator : {'\\', '^', '='}) {
+        std::string joined;
+        std::size_t count = 0;
+        for (const std::string_view part : set.Split(text, separator, vr)) {
+            joined += (count > 0 ? std::string(1, separator) : std::string()) + std::string(part);
+            count += set.Count(part, vr) + 1;
+            const std::size_t parts = set.Split(part, separator, vr).size();
+            fuzz::Require(parts == 1, "a part is not split again");
+        }
+        fuzz::Require(joined == text, "the parts are all of the text");
+        fuzz::Require(count == set.Count(text, vr) + 1,
+                      "the parts have the characters of the text");
+    }
+}
+
+void Check_Conversion(const Character_Set& set, std::string_view text, unsigned short vr)
+{
+    const std::size_t invalid = set.First_Invalid(text, vr);
+    fuzz::Require(invalid == text.npos || invalid < text.size(),
+                  "an invalid byte is one of the text");
+    const std::optional<std::string> converted = set.To_UTF_8_Without_Loss(text, vr);
+    fuzz::Require(!converted || *converted == set.To_UTF_8(text, vr), "both conversions agree");
+}
+
+void Check_Terms(std::string_view terms)
+{
+    const lib_mend::Character_Terms once = lib_mend::Read_Character_Terms(terms);
+    const lib_mend::Character_Terms twice = lib_mend::Read_Character_Terms(once.value);
+    fuzz::Require(!twice.respelt, "what is respelt stays");
+    fuzz::Require(once.has_unknown == twice.has_unknown,
+                  "a term becomes known by its meaning only");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -60,6 +97,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = all.substr(terms.size());
 
     const Character_Set set(terms);
+    Check_Terms(terms);
+    Check_Parts(set, text, vr);
+    Check_Conversion(set, text, vr);
     const std::string converted = set.To_UTF_8(text, vr);
     fuzz::Require(Is_UTF_8(converted), "the result is UTF-8");
     // "\xHH" is the longest that one byte becomes.
