@@ -62,6 +62,13 @@ void Check_Unknown(const DICOM_List& record, const Place& place, Findings& findi
     }
 }
 
+/** The VR whose rules a value follows: terms of character sets are respelt by those who know them. */
+unsigned short Rules_Of(const DICOM_List& record)
+{
+    const bool is_term = Tag_Of(record) == Character_Set_Tag && VR_Of(record) == VR_CS;
+    return is_term ? VR_LO : VR_Of(record);
+}
+
 }  // namespace
 
 void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
@@ -84,7 +91,7 @@ void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
     if (VR_Of(record) == VR_UN) {
         Check_Unknown(record, place, findings);
     }
-    Healed_Value healed = Heal_Value({before, VR_Of(record), characters, options.replace_uids});
+    Healed_Value healed = Heal_Value({before, Rules_Of(record), characters, options.replace_uids});
     Report_Notes(healed.notes, place, Values_Of(record, before, healed.bytes), findings);
     if (options.strict && Has_Level(healed.notes, Level::Kept) &&
         !Apply_Strictly(record, place, characters, healed, findings)) {

@@ -173,6 +173,19 @@ TEST(Declarations, AreRespeltWhereTheirMeaningIsClear)
     }
 }
 
+TEST(Declarations, AreNoCodeStringsLikeOthers)
+{
+    // Small letters of a term that nobody knows stay, and are one fault.
+    const std::string file = Texts("windows-1252").Name("a").File();
+    const Mended_File mended = Mend_In_Memory(file);
+    EXPECT_NE(mended.bytes.find("CS\x0C\0windows-1252"s), std::string::npos);
+    int count = 0;
+    for (const Finding& finding : mended.findings) {
+        count += finding.path == "0008,0005" ? 1 : 0;
+    }
+    EXPECT_EQ(count, 1);
+}
+
 TEST(Declarations, OfUTF8AreMadeWhereEveryTextIsUTF8AndHardlyAnythingElse)
 {
     const std::string declares = "character-set: the texts are UTF-8";
