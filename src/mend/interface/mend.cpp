@@ -58,7 +58,10 @@ bool Encode_Deflated(const Data_Set& set, const Encoder_Options& options, Findin
     Encoded_File plain;
     Encode_List(set.source, set.records.Head(), options, plain);
     Bytes deflated;
-    if (!Deflate(plain.Joined(), deflated)) {
+    const Piece_Giver give = [&plain](const auto& take) {
+        return plain.Give(take);
+    };
+    if (!Deflate(give, deflated)) {
         findings.Add(Level::Error, "no memory to deflate the data set");
         return false;
     }

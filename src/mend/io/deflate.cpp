@@ -13,7 +13,8 @@ namespace {
 constexpr int Raw_Window = -15;
 /** A frame of gzip or zlib, whichever is there. */
 constexpr int Framed_Window = 15 + 32;
-constexpr std::size_t Block_Size = std::size_t{1} << 16;
+constexpr std::size_t Block_Size = std::size_t{1} << 14;
+constexpr std::size_t Input_Size = std::size_t{1} << 13;
 
 /** Costs in bytes, measured with files that are made to cost much; see tests/bounds_test.cpp. */
 constexpr std::int64_t Inflated_Cost = 2;
@@ -23,7 +24,7 @@ constexpr std::int64_t Element_Cost = 800;
 class Inflater {
 public:
     Inflater(const Source& source, std::int64_t offset, Deflate_Frame frame)
-        : source_(source), start_(offset), position_(offset), input_(Block_Size), frame_(frame),
+        : source_(source), start_(offset), position_(offset), input_(Input_Size), frame_(frame),
           state_(inflateInit2(&stream_, frame == Deflate_Frame::Raw ? Raw_Window : Framed_Window))
     {
         ready_ = state_ == Z_OK;
@@ -169,7 +170,7 @@ Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest
     return result;
 }
 
-bool Deflate(std::span<const unsigned char> bytes, Bytes& out)
+bool Deflate(const Piece_Giver& give, Bytes& out)
 {
     z_stream stream = {};
     if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, Raw_Window, 8, Z_DEFAULT_STRATEGY) !=
@@ -184,22 +185,37 @@ bool Deflate(std::span<const unsigned char> bytes, Bytes& out)
         }
     };
     const End end = {stream};
-    // The library reads its input only, though its interface does not say so.
-    stream.next_in = const_cast<unsigned char*>(bytes.data());
-    stream.avail_in = static_cast<uInt>(bytes.size());
     Bytes block(Block_Size);
     out.clear();
-    int state = Z_OK;
-    while (state == Z_OK) {
-        stream.next_out = block.data();
-        stream.avail_out = static_cast<uInt>(block.size());
-        state = deflate(&stream, Z_FINISH);
-        out.insert(out.end(), block.data(), stream.next_out);
-    }
+    const auto take = [&](std::span<const unsigned char> piece, int flush) {
+        // zlib reads its input only, though its interface does not say so.
+        stream.next_in = const_cast<unsigned char*>(piece.data());
+        stream.avail_in = static_cast<uInt>(piece.size());
+        int state = Z_OK;
+        do {
+            stream.next_out = block.data();
+            stream.avail_out = static_cast<uInt>(block.size());
+            state = deflate(&stream, flush);
+            out.insert(out.end(), block.data(), stream.next_out);
+        } while (state == Z_OK && (stream.avail_out == 0 || flush == Z_FINISH));
+        // Without input or room for output nothing is left to do.
+        return state == Z_OK || state == Z_BUF_ERROR || state == Z_STREAM_END;
+    };
+    const bool done =
+        give([&](std::span<const unsigned char> piece) { return take(piece, Z_NO_FLUSH); }) &&
+        take({}, Z_FINISH);
     if (out.size() % 2 != 0) {
         out.push_back(0);
     }
-    return state == Z_STREAM_END;
+    return done;
+}
+
+bool Deflate(std::span<const unsigned char> bytes, Bytes& out)
+{
+    const Piece_Giver give = [bytes](const auto& take) {
+        return take(bytes);
+    };
+    return Deflate(give, out);
 }
 
 }  // namespace lib_mend

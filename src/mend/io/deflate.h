@@ -4,6 +4,7 @@
 
 #include "mend/io/source.h"
 
+#include <functional>
 #include <limits>
 
 namespace lib_mend {
@@ -59,7 +60,12 @@ enum class Deflate_Frame { Raw, Gzip_Or_Zlib };
 Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest,
                  Deflate_Frame frame = Deflate_Frame::Raw);
 
-/** Deflates bytes to a raw stream, padded to an even length; false without memory. */
+/** Hands pieces that follow each other to its argument, and stops with false when that does. */
+using Piece_Giver =
+    std::function<bool(const std::function<bool(std::span<const unsigned char>)>& take)>;
+
+/** Deflates pieces to a raw stream, padded to an even length; false without memory. */
+bool Deflate(const Piece_Giver& give, Bytes& out);
 bool Deflate(std::span<const unsigned char> bytes, Bytes& out);
 
 }  // namespace lib_mend
