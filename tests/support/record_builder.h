@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -111,33 +112,47 @@ private:
     unsigned int position_ = 0;
 };
 
-/** Sequences (0008,1140) of one item inside each other, and a record at the bottom. */
-class Deep_List {
-public:
-    Deep_List(int levels, const std::string& bottom_notation)
+/** A list with its records appended one by one, as a reader builds it. */
+struct Inserted_List : Record_List {
+    explicit Inserted_List(const std::string& notation)
     {
-        Record_List bottom(bottom_notation);
-        head = std::exchange(bottom.head, nullptr);
-        for (int i = 0; i < levels; ++i) {
-            Record_List around("0008,1140:SQ*@1!4");
-            around.head->item = static_cast<DICOM_List**>(std::calloc(1, sizeof(DICOM_List*)));
-            around.head->item[0] = head;
-            around.head->nb_item = 1;
-            head = std::exchange(around.head, nullptr);
+        const Record_List flat(notation);
+        for (DICOM_List* record = flat.head; record != nullptr; record = record->next) {
+            DICOM_Attribute_Insert(nullptr, &root, &head, record, 0);
         }
     }
-    Deep_List(const Deep_List&) = delete;
-    Deep_List& operator=(const Deep_List&) = delete;
-    ~Deep_List()
-    {
-        while (head != nullptr) {
-            DICOM_List* const inner = head->item != nullptr ? head->item[0] : nullptr;
-            head->nb_item = 0;
-            DICOM_Attribute_Free(nullptr, std::exchange(head, inner));
-        }
-    }
+    DICOM_Root root = {};
+};
 
-    DICOM_List* head = nullptr;
+/** Gives a record one item for each notation. */
+inline void Add_Items(DICOM_List& record, std::initializer_list<std::string> items)
+{
+    record.vr = VR_SQ;
+    record.nb_item = static_cast<int>(items.size());
+    record.item = static_cast<DICOM_List**>(std::calloc(items.size(), sizeof(DICOM_List*)));
+    DICOM_List** slot = record.item;
+    for (const std::string& notation : items) {
+        Record_List item(notation);
+        for (DICOM_List* inner = item.head; inner != nullptr; inner = inner->next) {
+            inner->depth = static_cast<unsigned char>(record.depth + 1);
+        }
+        *slot++ = std::exchange(item.head, nullptr);
+    }
+}
+
+/** Sequences (0008,1140) of one item inside each other, and a record at the bottom. */
+struct Deep_List : Record_List {
+    Deep_List(int levels, const std::string& bottom)
+    {
+        constexpr char Sequence[] = "0008,1140:SQ*@1!4";
+        DICOM_List* record = &Add(Sequence);
+        for (; levels > 0; --levels) {
+            Add_Items(*record, {levels > 1 ? Sequence : bottom});
+            // As deep as the field can tell.
+            record->item[0]->depth = static_cast<unsigned char>(std::min(record->depth + 1, 255));
+            record = record->item[0];
+        }
+    }
 };
 
 /** Tags of a list, the items of a sequence in brackets behind it: "0008,1140[0008,1150][]". */

@@ -188,7 +188,7 @@ bool Choose_Name(HWND handle, const char*& name)
 DICOM_List** Open_List(HWND handle, DICOM_Root* root, DICOM_List** list)
 {
     int depth = 0;
-    while (list != nullptr && depth < root->Sequence_Depth && Is_Outer_List(*root, *list)) {
+    while (list != nullptr && depth < root->Sequence_Depth && Is_Outer_List(handle, root, *list)) {
         list = DICOM_Attribute_Dig(handle, root, *list, 0);
         ++depth;
     }

@@ -28,10 +28,12 @@ void Report_Text_Memory(HWND handle, Place place, const char* variable)
               place.line, place.unit, variable);
 }
 
-void Trace_Scope::Trace_Exit() const
+void Trace_Out(HWND handle, unsigned int severity, const char* call, const char* reason)
 {
-    const int name_size = static_cast<int>(std::strcspn(call_, "("));
-    Error_Fct(handle_, severity_, "<<< out %.*hs(%hs)", name_size, call_, reason_);
+    if (Error_Wanted(severity)) {
+        const int name_size = static_cast<int>(std::strcspn(call, "("));
+        Error_Fct(handle, severity, "<<< out %.*hs(%hs)", name_size, call, reason);
+    }
 }
 
 }  // namespace lib_dicom

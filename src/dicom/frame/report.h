@@ -95,6 +95,20 @@ void Report_Memory(HWND handle, Place place, const char* function, const char* v
 /** The memory message of a text that could not be copied. */
 void Report_Text_Memory(HWND handle, Place place, const char* variable);
 
+/** Traces the entry of a function by hand, where a Trace_Scope does not fit. */
+template <class... Args>
+void Trace_In(HWND handle, unsigned int severity, const char* call, Args... args)
+{
+    if (Error_Wanted(severity)) {
+        char format[160];
+        std::snprintf(format, sizeof format, ">>> in  %s", call);
+        Error_Fct(handle, severity, static_cast<const char*>(format), args...);
+    }
+}
+
+/** Traces its exit. @param call  the same as at the entry, or the name alone */
+void Trace_Out(HWND handle, unsigned int severity, const char* call, const char* reason = "");
+
 /**
  * Traces the entry of a function when made, and its exit with the reason when left. A scope whose
  * level is hidden formats nothing.
@@ -107,9 +121,7 @@ public:
         : handle_(handle), severity_(severity), call_(call), wanted_(Error_Wanted(severity) != 0)
     {
         if (wanted_) {
-            char format[Text_Size];
-            std::snprintf(format, sizeof format, ">>> in  %s", call);
-            Error_Fct(handle, severity, static_cast<const char*>(format), args...);
+            Trace_In(handle, severity, call, args...);
         }
     }
     Trace_Scope(const Trace_Scope&) = delete;
@@ -117,7 +129,7 @@ public:
     ~Trace_Scope()
     {
         if (wanted_) {
-            Trace_Exit();
+            Trace_Out(handle_, severity_, call_, reason_);
         }
     }
 
@@ -132,8 +144,6 @@ public:
     }
 
 private:
-    static constexpr std::size_t Text_Size = 160;
-
     template <class... Args>
     void Set_Reason(const char* reason, Args... args)
     {
@@ -143,13 +153,12 @@ private:
             std::snprintf(reason_, sizeof reason_, reason, args...);
         }
     }
-    void Trace_Exit() const;
 
     HWND handle_;
     unsigned int severity_;
     const char* call_;
     bool wanted_;
-    char reason_[Text_Size] = "";
+    char reason_[160] = "";
 };
 
 /**

@@ -1,5 +1,5 @@
 // Loading of the values that were left in the source.
-#include "attributes/nest/record_walk.h"
+#include "attributes/list/walk.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 #include "read/deferred_value.h"
@@ -85,14 +85,12 @@ bool Is_Value_Missing(const DICOM_List& record)
 int DICOM_Postproc_Step_5(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
     constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_5()", "done"};
-    return Guarded(handle, This_Unit, 0, [&] {
-        Value_Loader loader(handle);
-        int result = 1;
-        Record_Walk(handle, root, Step).Run(list, [&](DICOM_List* record) {
-            if (Is_Value_Missing(*record) && !loader.Load(*record)) {
-                result = 0;
-            }
-        });
-        return result;
-    });
+    Value_Loader loader(handle);
+    int result = 1;
+    const auto load = [&](DICOM_List* record, DICOM_List*) {
+        if (Is_Value_Missing(*record) && !loader.Load(*record)) {
+            result = 0;
+        }
+    };
+    return Visit_Records(handle, This_Unit, {.root = root}, Step, list, load) ? result : 0;
 }

@@ -3,7 +3,8 @@
 // By the letter they look attributes up with Find, Get and Delete, which make the sequences around
 // an item that the data set lacks, and they append behind whatever record the list names as its
 // last. While `DICOM_Flag_Current_Standard` is set they create and lose nothing.
-#include "attributes/nest/record_walk.h"
+#include "attributes/list/attribute_lists.h"
+#include "frame/near_stack.h"
 #include "frame/record_codes.h"
 
 #include <Lib_DICOM/write.h>
@@ -64,51 +65,60 @@ template <class Merge_Attribute>
 int Merge_Lists(const Merge& merge, const char* call, DICOM_List* module,
                 Merge_Attribute merge_attribute)
 {
-    return Guarded(merge.handle, This_Unit, 0, [&] {
-        Record_Walk walk(merge.handle, merge.root, {Trace_Structure, call, "done"});
-        walk.Run(module, [&](DICOM_List* node) {
-            if ((node->flags & merge.mask) != 0) {
-                merge_attribute(merge, node);
-            }
-        });
-        return 1;
-    });
+    const auto merge_marked = [&](DICOM_List* node, DICOM_List*) {
+        if ((node->flags & merge.mask) != 0) {
+            merge_attribute(merge, node);
+        }
+    };
+    const Walk_Trace step = {Trace_Structure, call, "done"};
+    return Visit_Records(merge.handle, This_Unit, {.root = merge.root}, step, module, merge_marked)
+               ? 1
+               : 0;
 }
 
-/** A list whose empty attributes are marked. */
-class Mark_Level : public Walk_Level {
+/** Marks empty attributes, and adds up the value bytes of the others. */
+class Empty_Marker final : public Traced_Visitor {
 public:
-    /** @param sum  where the value bytes are added up */
-    Mark_Level(unsigned short parent_type, long long& sum) : parent_type_(parent_type), sum_(sum)
-    {
-    }
-    Mark_Level(Mark_Level& around, const DICOM_List& sequence)
-        : Mark_Level(sequence.type, around.bytes_)
+    Empty_Marker(HWND handle, const Walk_Trace& trace, unsigned short parent_type)
+        : Traced_Visitor(handle, trace), parent_type_(parent_type)
     {
     }
 
-    bool Enter(DICOM_List& record)
+    bool Visit_Record(DICOM_List**, DICOM_List* record, const DICOM_List* owner) override
     {
-        bytes_ = record.item == nullptr ? std::max(record.size, 0) : 0;
+        const unsigned short parent_type = owner != nullptr ? owner->type : parent_type_;
+        open_.Push({parent_type, record->item == nullptr ? std::max(record->size, 0) : 0});
         return true;
     }
-    void Leave(DICOM_List& record)
+    void Leave_Record(DICOM_List**, DICOM_List* record) override
     {
-        const bool is_optional = record.type == 0 || record.type == Type_3;
-        if (bytes_ == 0 && (is_optional || parent_type_ == Type_2C)) {
-            record.flags = static_cast<unsigned short>(record.flags | DICOM_Mark_Deleted);
+        const auto [parent_type, bytes] = open_.Top();
+        open_.Pop();
+        const bool is_optional = record->type == 0 || record->type == Type_3;
+        if (bytes == 0 && (is_optional || parent_type == Type_2C)) {
+            record->flags = static_cast<unsigned short>(record->flags | DICOM_Mark_Deleted);
         }
         // The length of an item tag that stands in a list is no value.
-        if (DICOM_Flag_Current_Standard == 0 || record.group != Item_Group) {
-            sum_ += bytes_;
+        if (DICOM_Flag_Current_Standard == 0 || record->group != Item_Group) {
+            (open_.Is_Empty() ? sum_ : open_.Top().bytes) += bytes;
         }
+    }
+    long long Sum() const
+    {
+        return sum_;
     }
 
 private:
+    /** A record that the walk is at or inside of. */
+    struct Open_Record {
+        unsigned short parent_type;
+        /** Value bytes found in it so far. */
+        long long bytes;
+    };
+
     unsigned short parent_type_;
-    long long& sum_;
-    /** Value bytes of the record in hand. */
-    long long bytes_ = 0;
+    long long sum_ = 0;
+    Near_Stack<Open_Record> open_;
 };
 
 /** A tag that is to be deleted, in the item that a context has open. */
@@ -150,29 +160,29 @@ int DICOM_Postproc_Step_2(HWND handle, DICOM_Root* root, DICOM_List* list,
                           unsigned short parent_type)
 {
     constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_2()", "done"};
-    return Guarded(handle, This_Unit, 0, [&] {
-        long long bytes = 0;
-        Nested_Walk<Mark_Level>(handle, root, Step).Over(list, parent_type, bytes);
-        return static_cast<int>(std::min<long long>(bytes, INT_MAX));
-    });
+    Empty_Marker marker(handle, Step, parent_type);
+    return Walk_Lists(handle, This_Unit, {.root = root}, &list, marker)
+               ? static_cast<int>(std::min<long long>(marker.Sum(), INT_MAX))
+               : 0;
 }
 
 int DICOM_Postproc_Step_4(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* marks)
 {
     constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Step_4()", "done"};
-    return Guarded(handle, This_Unit, 0, [&] {
-        // Deletions wait for the end, because they may take away what is walked over.
-        std::vector<Deletion> deletions;
-        Record_Walk(handle, root, Step).Run(marks, [&](const DICOM_List* node) {
-            const bool is_request = (node->flags & DICOM_Mark_Delete_Request) != 0;
-            if (is_request) {
-                deletions.push_back({*root, node->group, node->element});
-            }
-            return !is_request;
-        });
-        for (Deletion& deletion : deletions) {
-            Delete_Attribute(handle, list, deletion);
+    // Deletions wait for the end, because they may take away what is walked over.
+    std::vector<Deletion> deletions;
+    const auto note = [&](const DICOM_List* node, DICOM_List*) {
+        const bool is_request = (node->flags & DICOM_Mark_Delete_Request) != 0;
+        if (is_request) {
+            deletions.push_back({*root, node->group, node->element});
         }
-        return 1;
-    });
+        return !is_request;
+    };
+    if (!Visit_Records(handle, This_Unit, {.root = root}, Step, marks, note)) {
+        return 0;
+    }
+    for (Deletion& deletion : deletions) {
+        Delete_Attribute(handle, list, deletion);
+    }
+    return 1;
 }

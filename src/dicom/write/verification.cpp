@@ -2,7 +2,7 @@
 //
 // By the letter a lookup inside an item makes the sequences around it that the data set lacks. While
 // `DICOM_Flag_Current_Standard` is set the data set stays as it is.
-#include "attributes/nest/record_walk.h"
+#include "attributes/list/attribute_lists.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 
@@ -59,15 +59,14 @@ int DICOM_Postproc_Verification(HWND handle, DICOM_Root* root, DICOM_List* list,
 {
     constexpr unsigned int No_Banners = 0;
     constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Verification()",
-                                 "done", No_Banners};
-    return Guarded(handle, This_Unit, 0, [&] {
-        Verified set{handle, root, list, 1};
-        Record_Walk(handle, root, Step).Run(module, [&](const DICOM_List* node) {
-            if (node->type != Type_1C && node->type != Type_2C && node->type != Type_3) {
-                Verify_Attribute(set, *node);
-            }
-            return node->type == Type_1;
-        });
-        return set.result;
-    });
+                                 "done"};
+    Verified set{handle, root, list, 1};
+    const auto verify = [&](const DICOM_List* node, DICOM_List*) {
+        if (node->type != Type_1C && node->type != Type_2C && node->type != Type_3) {
+            Verify_Attribute(set, *node);
+        }
+        return node->type == Type_1;
+    };
+    const Walk_Context context = {.root = root, .trace = No_Banners};
+    return Visit_Records(handle, This_Unit, context, Step, module, verify) ? set.result : 0;
 }

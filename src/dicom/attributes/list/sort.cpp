@@ -11,6 +11,7 @@ using namespace lib_dicom;
 namespace {
 
 constexpr Unit This_Unit = "NEMA_Tag_Copy";
+constexpr char Call[] = "Lib_DICOM: DICOM_Attribute_Sort()";
 
 bool Has(const DICOM_List& record, unsigned short mark)
 {
@@ -63,75 +64,116 @@ bool Must_Swap(HWND handle, DICOM_List& a, DICOM_List& b)
     return Rank(b) < Rank(a);
 }
 
-/** Compares each adjacent pair once and swaps it where needed; tells whether any was. */
-bool Pass(HWND handle, DICOM_List** list)
-{
-    bool swapped = false;
-    for (DICOM_List** link = list; (*link)->next != nullptr; link = &(*link)->next) {
-        DICOM_List* const a = *link;
-        DICOM_List* const b = a->next;
-        if (Must_Swap(handle, *a, *b)) {
-            a->next = b->next;
-            b->next = a;
-            *link = b;
-            swapped = true;
+/** Sorts lists by the letter as long as that takes no more than some ten million comparisons. */
+class Sorter final : public List_Visitor {
+public:
+    Sorter(HWND handle, DICOM_Root* root) : handle_(handle), root_(root)
+    {
+    }
+
+    /** What the sorting of the list of the open item returned. */
+    int Result() const
+    {
+        return result_;
+    }
+
+    Way_In Enter(DICOM_List** list) override
+    {
+        Trace_In(handle_, Trace_Entry, Call);
+        if (*list == nullptr) {
+            return Refuse("! head");
+        }
+        if (Is_Outer_List(handle_, root_, *list)) {
+            DICOM_List** const slot = DICOM_Attribute_Dig(handle_, root_, *list, 0);
+            return slot != nullptr ? Way_In{.instead = slot} : Refuse("! DICOM_Attribute_Dig");
+        }
+        if (!is_settled_) {
+            is_settled_ = true;
+            result_ = 1;
+        }
+        Sort_List(list);
+        (*list)->last = nullptr;
+        return {.first = *list};
+    }
+    void Leave() override
+    {
+        Trace_Out(handle_, Trace_Entry, Call, reason_);
+        reason_ = "";
+    }
+
+private:
+    Way_In Refuse(const char* reason)
+    {
+        is_settled_ = true;
+        reason_ = reason;
+        return {};
+    }
+    void Sort_List(DICOM_List** list)
+    {
+        while (Pass(list)) {
+            // A list that no real data set has, in an order that takes as many passes as it has
+            // records, is sorted at once in the end. The order is the same, and the last pass
+            // merges what has come to stand side by side.
+            if (comparisons_ > Most_Comparisons && !Sort_At_Once(list)) {
+                return;
+            }
         }
     }
-    return swapped;
-}
-
-/** Relinks a list in a stable order by rank; leaves it alone after the memory message. */
-void Sort_At_Once(HWND handle, DICOM_List** list)
-{
-    Guarded(handle, This_Unit, false, [list] {
-        std::vector<DICOM_List*> records;
-        for (DICOM_List* record = *list; record != nullptr; record = record->next) {
-            records.push_back(record);
+    /** Compares each adjacent pair once and swaps it where needed; tells whether any was. */
+    bool Pass(DICOM_List** list)
+    {
+        bool swapped = false;
+        for (DICOM_List** link = list; (*link)->next != nullptr; link = &(*link)->next) {
+            DICOM_List* const a = *link;
+            DICOM_List* const b = a->next;
+            ++comparisons_;
+            if (Must_Swap(handle_, *a, *b)) {
+                a->next = b->next;
+                b->next = a;
+                *link = b;
+                swapped = true;
+            }
         }
-        std::stable_sort(
-            records.begin(), records.end(),
-            [](const DICOM_List* a, const DICOM_List* b) { return Rank(*a) < Rank(*b); });
-        DICOM_List** link = list;
-        for (DICOM_List* const record : records) {
-            *link = record;
-            link = &record->next;
-        }
-        *link = nullptr;
-        return true;
-    });
-}
-
-void Sort_List(HWND handle, DICOM_List** list)
-{
-    // A sorted list takes one pass, one that is nearly sorted a few. Lists that no real data set
-    // has would take as many passes as they have records, so the rest is then sorted at once; the
-    // order is the same, and the last pass merges what has come to stand side by side.
-    constexpr int Most_Passes = 64;
-    for (int pass = 1; Pass(handle, list); ++pass) {
-        if (pass == Most_Passes) {
-            Sort_At_Once(handle, list);
-        }
+        return swapped;
     }
-}
+    /** Relinks a list in a stable order by rank; leaves it alone after the memory message. */
+    bool Sort_At_Once(DICOM_List** list) const
+    {
+        return Guarded(
+            handle_, This_Unit, false,
+            [list] {
+                std::vector<DICOM_List*> records;
+                for (DICOM_List* record = *list; record != nullptr; record = record->next) {
+                    records.push_back(record);
+                }
+                std::stable_sort(
+                    records.begin(), records.end(),
+                    [](const DICOM_List* a, const DICOM_List* b) { return Rank(*a) < Rank(*b); });
+                DICOM_List** link = list;
+                for (DICOM_List* const record : records) {
+                    *link = record;
+                    link = &record->next;
+                }
+                *link = nullptr;
+                return true;
+            },
+            "records");
+    }
+
+    static constexpr long long Most_Comparisons = 10'000'000;
+
+    HWND handle_;
+    DICOM_Root* root_;
+    const char* reason_ = "";
+    bool is_settled_ = false;
+    int result_ = 0;
+    long long comparisons_ = 0;
+};
 
 }  // namespace
 
 int DICOM_Attribute_Sort(HWND handle, DICOM_Root* root, DICOM_List** list)
 {
-    Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Sort()");
-    if (*list == nullptr) {
-        return trace.Leave(0, "! head");
-    }
-    if (Is_Outer_List(*root, *list)) {
-        DICOM_List** const slot = DICOM_Attribute_Dig(handle, root, *list, 0);
-        return slot == nullptr ? trace.Leave(0, "! DICOM_Attribute_Dig")
-                               : DICOM_Attribute_Sort(handle, root, slot);
-    }
-    Sort_List(handle, list);
-    for (DICOM_List* record = *list; record != nullptr; record = record->next) {
-        For_Each_Item(handle, root, record,
-                      [=](DICOM_List** item) { DICOM_Attribute_Sort(handle, root, item); });
-    }
-    (*list)->last = nullptr;
-    return 1;
+    Sorter sorter(handle, root);
+    return Walk_Lists(handle, This_Unit, {.root = root}, list, sorter) ? sorter.Result() : 0;
 }

@@ -7,7 +7,7 @@
 //     size       7  "-" when undefined
 //     name      24  less the indentation
 //     value         between the bytes 006 and 002, for clients that convert its character set
-#include "attributes/list/attribute_lists.h"
+#include "attributes/list/walk.h"
 #include "attributes/listing/value_text.h"
 #include "frame/c_memory.h"
 #include "frame/record_codes.h"
@@ -242,23 +242,41 @@ bool Is_Nested(const DICOM_List* list)
     return list != nullptr;
 }
 
-/**
- * @param hides_delimiters  item and delimitation tags are left out, since the nesting tells them;
- *                          elsewhere they tell the structure, or are fragments
- */
-void List_Records(HWND handle, DICOM_Root* root, DICOM_List* list, int flag, bool hides_delimiters)
-{
-    for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        if (hides_delimiters && record->group == Item_Group) {
-            continue;
-        }
-        Report_Line(handle, flag, Line_Of(root, *record));
-        For_Each_Item(handle, root, record, [=](DICOM_List** item) {
-            Report_Item(handle, *root, flag);
-            List_Records(handle, root, *item, flag, Holds_Elements(*record));
-        });
+class Lister final : public List_Visitor {
+public:
+    /** @param is_nested  the list that the walk begins with is no flat one */
+    Lister(HWND handle, const DICOM_Root* root, int flag, bool is_nested)
+        : handle_(handle), root_(root), flag_(flag), is_nested_(is_nested)
+    {
     }
-}
+
+    Way_In Enter(DICOM_List** list) override
+    {
+        if (is_inside_) {
+            Report_Item(handle_, *root_, flag_);
+        }
+        is_inside_ = true;
+        return {.first = *list};
+    }
+    bool Visit_Record(DICOM_List**, DICOM_List* record, const DICOM_List* owner) override
+    {
+        // Item and delimitation tags are left out where the nesting tells them; elsewhere they tell
+        // the structure, or are fragments.
+        const bool hides_delimiters = owner != nullptr ? Holds_Elements(*owner) : is_nested_;
+        if (hides_delimiters && record->group == Item_Group) {
+            return false;
+        }
+        Report_Line(handle_, flag_, Line_Of(root_, *record));
+        return true;
+    }
+
+private:
+    HWND handle_;
+    const DICOM_Root* root_;
+    int flag_;
+    bool is_nested_;
+    bool is_inside_ = false;
+};
 
 bool Is_Wanted(int flag)
 {
@@ -274,10 +292,9 @@ int DICOM_Attribute_Stool(HWND handle, DICOM_Root* root, DICOM_List* list, int f
         return trace.Leave(1, "hidden");
     }
     DICOM_Root top = {};
-    return Guarded(handle, This_Unit, 0, [&] {
-        List_Records(handle, root != nullptr ? root : &top, list, flag, Is_Nested(list));
-        return 1;
-    });
+    root = root != nullptr ? root : &top;
+    Lister lister(handle, root, flag, Is_Nested(list));
+    return Walk_Lists(handle, This_Unit, {.root = root}, &list, lister) ? 1 : 0;
 }
 
 int DICOM_Attribute_Stool_Tag(HWND handle, DICOM_Root* root, DICOM_List* record, int flag)

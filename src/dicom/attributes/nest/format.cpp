@@ -77,6 +77,7 @@ private:
     HWND handle_;
     DICOM_Root root_ = {};
     DICOM_List* result_ = nullptr;
+    Indexed_Search search_;
     std::int64_t end_of_sequence_[DICOM_Max_Depth];
     std::int64_t end_of_item_[DICOM_Max_Depth];
     bool unsorted_reported_ = false;
@@ -93,7 +94,7 @@ bool Formatter::Take(DICOM_List& record)
     // The VR is completed in a copy: the flat list stays as it was read.
     DICOM_List completed = record;
     Complete_VR(handle_, completed);
-    DICOM_List* const copy = DICOM_Attribute_Insert(handle_, &root_, &result_, &completed, 0);
+    DICOM_List* const copy = Insert_Record(handle_, &root_, &result_, &completed, 0, search_);
     if (copy == nullptr) {
         return false;
     }

@@ -46,8 +46,9 @@ void DICOM_Attribute_Sequence_Reset(HWND handle, DICOM_Root* root)
     *root = {};
 }
 
-int DICOM_Attribute_Sequence_Query(HWND, DICOM_Root* root)
+int DICOM_Attribute_Sequence_Query(HWND handle, DICOM_Root* root)
 {
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Sequence_Query()");
     return root->Sequence_Depth;
 }
 
@@ -61,9 +62,11 @@ void DICOM_Attribute_Sequence_Set(HWND, DICOM_Root* root, int depth, unsigned sh
     }
 }
 
-void DICOM_Attribute_Sequence_Get(HWND, DICOM_Root* root, int depth, unsigned short* group,
+void DICOM_Attribute_Sequence_Get(HWND handle, DICOM_Root* root, int depth, unsigned short* group,
                                   unsigned short* element, unsigned short* flags)
 {
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Sequence_Get(%d)",
+                            depth);
     const bool known = Is_Depth(depth);
     if (group != nullptr) {
         *group = known ? root->Sequence_Group[depth] : static_cast<unsigned short>(0);
@@ -141,6 +144,7 @@ int DICOM_Attribute_Sequence_End(HWND handle, DICOM_Root* root)
 
 int DICOM_Attribute_Item_Start(HWND handle, DICOM_Root* root, unsigned int trace)
 {
+    const Trace_Scope scope(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Item_Start()");
     const int depth = root->Sequence_Depth;
     ++root->Item_Number[depth];
     Trace(handle, Trace_Entry, "-> root->Item_Number[%d] = %d", depth, root->Item_Number[depth]);
@@ -151,13 +155,16 @@ int DICOM_Attribute_Item_Start(HWND handle, DICOM_Root* root, unsigned int trace
 
 int DICOM_Attribute_Item_Stop(HWND handle, DICOM_Root* root, unsigned int trace)
 {
+    const Trace_Scope scope(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Item_Stop()");
     const int depth = root->Sequence_Depth;
     Banner(handle, trace, depth, "%hs------------------------ ---- Item[%d] out --------------",
            root->Item_Number[depth]);
     return 1;
 }
 
-int DICOM_Attribute_Item_Query(HWND, DICOM_Root* root, int depth)
+int DICOM_Attribute_Item_Query(HWND handle, DICOM_Root* root, int depth)
 {
+    const Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Item_Query(%d)",
+                            depth);
     return Is_Depth(depth) ? root->Item_Number[depth] - 1 : -1;
 }

@@ -1,5 +1,5 @@
 // Repairs the value of one record, and the values of a list, by the rules of their VRs.
-#include "attributes/nest/record_walk.h"
+#include "attributes/list/walk.h"
 #include "attributes/repair/value_engine.h"
 #include "dictionary/value_count.h"
 #include "frame/c_memory.h"
@@ -107,17 +107,13 @@ int DICOM_Attribute_Cleanup_Tag(HWND handle, DICOM_List* record)
 
 int DICOM_Attribute_Cleanup(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    constexpr char Call[] = "Lib_DICOM: DICOM_Attribute_Cleanup()";
-    return Guarded(
-        handle, This_Unit, 1,
-        [=] {
-            Record_Walk(handle, root, Trace_List, Call).Run(list, [=](DICOM_List* record) {
-                DICOM_Attribute_Cleanup_Swab(handle, record);
-                DICOM_Attribute_Cleanup_Tag(handle, record);
-            });
-            return 1;
-        },
-        "list");
+    Visit_Records(handle, This_Unit, {.root = root},
+                  {Trace_List, "Lib_DICOM: DICOM_Attribute_Cleanup()"}, list,
+                  [=](DICOM_List* record, DICOM_List*) {
+                      DICOM_Attribute_Cleanup_Swab(handle, record);
+                      DICOM_Attribute_Cleanup_Tag(handle, record);
+                  });
+    return 1;
 }
 
 int DICOM_Attribute_Cleanup_Swab(HWND handle, DICOM_List* record)

@@ -1,6 +1,6 @@
 // Reports what is wrong with the values of a list. The rules are those of the repair, which they
 // share an engine with; the values stay as they are.
-#include "attributes/nest/record_walk.h"
+#include "attributes/list/walk.h"
 #include "attributes/repair/value_engine.h"
 #include "dictionary/value_count.h"
 
@@ -60,15 +60,11 @@ int DICOM_Attribute_Syntax_Tag(HWND handle, const DICOM_List& record)
 
 int DICOM_Attribute_Syntax(HWND handle, DICOM_Root* root, DICOM_List* list)
 {
-    constexpr char Call[] = "Lib_DICOM: DICOM_Attribute_Syntax()";
-    return Guarded(
-        handle, This_Unit, 1,
-        [=] {
-            Record_Walk(handle, root, Trace_Entry, Call).Run(list, [=](DICOM_List* record) {
-                DICOM_Attribute_Syntax_Swab(handle, *record);
-                DICOM_Attribute_Syntax_Tag(handle, *record);
-            });
-            return 1;
-        },
-        "list");
+    Visit_Records(handle, This_Unit, {.root = root},
+                  {Trace_Entry, "Lib_DICOM: DICOM_Attribute_Syntax()"}, list,
+                  [=](DICOM_List* record, DICOM_List*) {
+                      DICOM_Attribute_Syntax_Swab(handle, *record);
+                      DICOM_Attribute_Syntax_Tag(handle, *record);
+                  });
+    return 1;
 }
