@@ -190,19 +190,43 @@ void Assign_Types(DICOM_List* list, DICOM_List* module)
     }
 }
 
-/** Makes the UIDs that tell a data set apart; nobody can guess any other required value. */
+struct Identity {
+    Tag tag;
+    /** The element of group 0002 that repeats it; none has the element 0000. */
+    Tag meta;
+    bool can_be_made = true;
+};
+
+constexpr Identity Identities[] = {
+    {{0x0008, 0x0016}, {0x0002, 0x0002}, false},
+    {{0x0008, 0x0018}, {0x0002, 0x0003}},
+    {{0x0020, 0x000D}, {}},
+    {{0x0020, 0x000E}, {}},
+    {{0x0020, 0x0052}, {}},
+};
+
+/**
+ * Supplies the UIDs that tell a data set apart: from the file meta information where that repeats
+ * them, or new ones. Nobody can guess any other required value.
+ */
 void Make_Identity(Place_In_Set& place, DICOM_List* module, Findings& findings)
 {
-    constexpr Tag Identities[] = {
-        {0x0008, 0x0018}, {0x0020, 0x000D}, {0x0020, 0x000E}, {0x0020, 0x0052}};
-    for (const Tag tag : Identities) {
+    for (const Identity& identity : Identities) {
+        const Tag tag = identity.tag;
         const DICOM_List* const node = Find_Record(module, tag);
         const DICOM_List* const record = Find_Record(*place.List(), tag);
         if (node == nullptr || node->type != Type_1 ||
             (record != nullptr && !Is_Empty(place.Set(), *record))) {
             continue;
         }
-        const std::string uid = Make_UID(place.Set(), tag);
+        const DICOM_List* const meta = Find_Record(place.Set().meta.Head(), identity.meta);
+        std::string uid = meta != nullptr ? Trimmed(place.Set().Value(*meta)) : std::string();
+        if (!Is_UID(uid)) {
+            uid = identity.can_be_made ? Make_UID(place.Set(), tag) : std::string();
+        }
+        if (uid.empty()) {
+            continue;
+        }
         DICOM_Attribute_Add(nullptr, place.Root(), place.List(), tag.group, tag.element, VR_UI, 1,
                             uid.c_str());
         findings.Add(Level::Change, tag, Finding::Nowhere, "set to " + uid);

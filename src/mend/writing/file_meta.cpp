@@ -1,9 +1,11 @@
 #include "mend/writing/file_meta.h"
 
-#include "mend/healing/forms.h"
 #include "mend/healing/order.h"
 #include "mend/healing/repair.h"
+#include "mend/reading/tree.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -69,17 +71,23 @@ public:
         Set_Value(set_, tag, vr, value);
         names_ += (names_.empty() ? "" : ", ") + Tag_Name(tag);
     }
-    /** Sets an element to a value that it does not have yet. */
-    void Settle(Tag tag, const std::string& value)
+    /**
+     * Brings a UID in line with the data set's. Of two that were read, neither is lost: which of
+     * them is the right one nobody can tell.
+     */
+    void Settle(Tag tag, const std::string& value, bool was_read)
     {
         const std::string current = Current_Value(set_, tag);
+        const Place place = {.has_tag = true, .tag = tag, .vr = VR_UI};
         if (current.empty()) {
             Supply(tag, VR_UI, value);
+        } else if (current != value && was_read) {
+            findings_.Report(Fault::Meta_Differs, Level::Kept, place,
+                             "is another than in the data set", {current, value});
         } else if (current != value) {
             Set_Value(set_, tag, VR_UI, value);
-            findings_.Report(Fault::Meta_Differs, Level::Change,
-                             {.has_tag = true, .tag = tag, .vr = VR_UI},
-                             "follows the data set, which has another", {current, value});
+            findings_.Report(Fault::Meta_Differs, Level::Change, place,
+                             "follows the data set, which was given another", {current, value});
         }
     }
     /** A group that was missing as a whole was said while reading. */
@@ -98,34 +106,59 @@ private:
     std::string names_;
 };
 
-/** A UID of the data set, empty when there is none that could stand in group 0002. */
-std::string UID_In(const Data_Set& set, Tag tag)
+/** Tells whether an element has the value that was read, and not one that was asked for. */
+bool Was_Read(const Data_Set& set, Tag tag)
 {
-    std::string uid = set.Text(tag);
-    return Is_Fit_UID(uid) ? uid : std::string();
+    constexpr unsigned short Given =
+        DICOM_Mark_Forced | DICOM_Mark_Default | DICOM_Mark_Append | DICOM_Origin_Library;
+    const DICOM_List* const record = Find_Record(set.records.Head(), tag);
+    return record == nullptr || (record->flags & Given) == 0;
 }
 
 void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
 {
-    std::string sop_class = UID_In(set, SOP_Class_Tag);
+    std::string sop_class = set.Text(SOP_Class_Tag);
     if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
         sop_class = Directory_Class_UID;
     }
-    if (!sop_class.empty()) {
-        completion.Settle(Class_Tag, sop_class);
-    } else if (Current_Value(set, Class_Tag).empty()) {
+    const bool has_class = !Current_Value(set, Class_Tag).empty();
+    if (Is_UID(sop_class) || (has_class && !sop_class.empty())) {
+        completion.Settle(Class_Tag, sop_class, Was_Read(set, SOP_Class_Tag));
+    } else if (!has_class) {
         findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
                      "stays empty: the data set names no SOP class");
     }
-    const std::string instance = UID_In(set, SOP_Instance_Tag);
-    if (!instance.empty()) {
-        completion.Settle(Instance_Tag, instance);
+    // One that is no valid UID is still the one by which the object is known.
+    constexpr std::size_t Most = 1024;
+    const std::string instance = set.Text(SOP_Instance_Tag);
+    if (!instance.empty() && instance.size() <= Most) {
+        completion.Settle(Instance_Tag, instance, Was_Read(set, SOP_Instance_Tag));
     } else if (Current_Value(set, Instance_Tag).empty()) {
-        // One that is no valid UID is still the one by which the object is known.
-        constexpr std::size_t Most = 1024;
-        const std::string unfit = set.Text(SOP_Instance_Tag);
-        const bool is_name = !unfit.empty() && unfit.size() <= Most;
-        completion.Settle(Instance_Tag, is_name ? unfit : Make_UID(set, Instance_Tag));
+        completion.Settle(Instance_Tag, Make_UID(set, Instance_Tag), true);
+    }
+}
+
+/** Calls `visit` for each byte of all values; those in the source are read piece by piece. */
+template <class Visit>
+void For_Each_Byte(const Data_Set& set, Visit&& visit)
+{
+    std::array<unsigned char, 65536> block;
+    Tree_Walk walk(set.records.Head());
+    while (const DICOM_List* const record = walk.Next()) {
+        const std::int64_t size = Has_Value(*record) ? record->size : 0;
+        if (record->data != nullptr) {
+            std::for_each(record->data, record->data + size, visit);
+            continue;
+        }
+        for (std::int64_t at = 0; at < size; at += std::ssize(block)) {
+            const auto wanted = static_cast<std::size_t>(std::min(size - at, std::ssize(block)));
+            const std::size_t count =
+                set.source->Read(record->data_pos + at, {block.data(), wanted});
+            std::for_each(block.begin(), block.begin() + count, visit);
+            if (count != wanted) {
+                break;
+            }
+        }
     }
 }
 
@@ -138,11 +171,9 @@ std::string Make_UID(const Data_Set& set, Tag purpose)
     std::uint64_t high = 14695981039346656037ULL;
     std::uint64_t low =
         1469598103934665603ULL ^ (std::uint64_t{purpose.group} << 16 | purpose.element);
-    For_Each_Record(set.records.Head(), [&](const DICOM_List& record) {
-        for (const unsigned char byte : Has_Value(record) ? set.Value(record) : Bytes()) {
-            high = (high ^ byte) * Prime;
-            low = (low ^ (byte + 1U)) * Prime;
-        }
+    For_Each_Byte(set, [&](unsigned char byte) {
+        high = (high ^ byte) * Prime;
+        low = (low ^ (byte + 1U)) * Prime;
     });
     // Version 8 and the variant of a UUID, whose contents are the application's own.
     high = (high & ~0xF000ULL) | 0x8000ULL;

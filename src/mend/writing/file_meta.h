@@ -16,9 +16,9 @@ namespace lib_mend {
 std::string Make_UID(const Data_Set& set, Tag purpose);
 
 /**
- * Repairs and completes group 0002 of a data set: version, SOP class and instance as the data set
- * has them, the transfer syntax, and the implementation where none is named. The group length is
- * left to the writer.
+ * Completes group 0002 of a data set: version, SOP class and instance of the data set, the transfer
+ * syntax, and the implementation where none is named. A UID that was read and differs from the data
+ * set's stays. The group length is left to the writer.
  */
 void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings);
 
