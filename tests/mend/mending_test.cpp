@@ -481,7 +481,7 @@ TEST(Mending, KeepsFragmentsAndMovesTheirOffsets)
     s.Raw(Part10_Head("1.2.840.10008.1.2.4.50"));
     s.Element(0x0008, 0x0016, "UI", Padded_UID("1.2.840.10008.5.1.4.1.1.7"));
     s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
-    s.Header(0x7FE0, 0x0010, "OB", -1);
+    s.Element(0x0028, 0x0008, "IS", "2 ").Header(0x7FE0, 0x0010, "OB", -1);
     s.Item(8).Int(0).Int(11);
     s.Item(3).Raw("abc").Item(2).Raw("de").Sequence_End();
     const Mended mended = Mend_Bytes(s.Bytes());

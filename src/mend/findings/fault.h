@@ -47,6 +47,7 @@ enum class Fault : unsigned char {
     Fragments,
     Pixel_VR,
     Pixel_Size,
+    Pixel_Excess,
     Pixel_Attributes,
     Frames,
     Offset_Table,

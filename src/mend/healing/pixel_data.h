@@ -12,8 +12,13 @@ namespace lib_mend {
 inline constexpr Tag Float_Pixel_Tag = {0x7FE0, 0x0008};
 inline constexpr Tag Double_Pixel_Tag = {0x7FE0, 0x0009};
 
-/** Heals all that concerns pixel data. The values themselves stay in the source. */
-void Heal_Pixel_Data(Data_Set& set, Findings& findings);
+/**
+ * Heals all that concerns pixel data, and finds what is wrong with the attributes around it. The
+ * values themselves stay in the source.
+ *
+ * @param pad  fill native pixel data that is too short with zeros
+ */
+void Heal_Pixel_Data(Data_Set& set, bool pad, Findings& findings);
 
 /** Native pixel data gets the VR that its bits ask for (PS3.5 section 8.2 and annex A). */
 void Heal_Pixel_VR(Data_Set& set, Findings& findings);
@@ -21,8 +26,20 @@ void Heal_Pixel_VR(Data_Set& set, Findings& findings);
 /** A compressed stream of defined length becomes a fragment (PS3.5 section A.4). */
 void Encapsulate_Stream(Data_Set& set, Findings& findings);
 
-/** Fragments of odd length will be padded, and the offset table follows them. */
-void Heal_Fragments(Data_Set& set, Findings& findings);
+/** Says which fragments will be padded. */
+void Report_Odd_Fragments(const Data_Set& set, Findings& findings);
+
+/** Brings the offset tables in line with the fragments, and counts frames. */
+void Heal_Offset_Table(Data_Set& set, Findings& findings);
+
+/** Native pixel data of another size than the image. */
+void Heal_Pixel_Size(Data_Set& set, bool pad, Findings& findings);
+
+/** Attributes of the image that contradict each other. */
+void Check_Pixel_Attributes(Data_Set& set, Findings& findings);
+
+/** Overlays that do not fit their data or the image. */
+void Check_Overlays(const Data_Set& set, Findings& findings);
 
 /** The fragments of encapsulated data; the first is the offset table. */
 std::vector<DICOM_List*> Fragments_Of(const DICOM_List& pixels);

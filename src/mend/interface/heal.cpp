@@ -33,7 +33,7 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Heal_Values(set, set.meta, options, findings);
     Heal_Order(set, set.records, findings);
     Check_Creators(set.records.Address(), findings);
-    Heal_Pixel_Data(set, findings);
+    Heal_Pixel_Data(set, options.pad_pixels, findings);
     Heal_Directory(set, findings);
     if (originals) {
         Record_Changes(set, *originals,

@@ -86,7 +86,7 @@ bool Encode(Data_Set& set, const Mend_Options& options, const Encoding& encoding
 /** Tells what cannot be written without harm; false then. */
 bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
 {
-    if (findings.Out_Of_Memory() || set.unreadable || set.foreign) {
+    if (findings.Out_Of_Memory() || set.unreadable) {
         return false;
     }
     if (set.records.Head() == nullptr) {
@@ -113,13 +113,16 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
 
 bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encoded_File& out)
 {
+    if (set.foreign) {
+        return false;
+    }
+    Heal(set, options.heal, findings);
     if (!Can_Be_Written(set, options, findings)) {
         return false;
     }
     const Encoding encoding = Output_Encoding(set, options.syntax);
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
 
-    Heal(set, options.heal, findings);
     Fit_To_Encoding(set, encoding, findings);
     if (options.drop_private) {
         Leave_Out_Private(set.records, findings);

@@ -1,0 +1,71 @@
+// Native pixel data that has fewer or more bytes than the image (PS3.5 section 8.1.1).
+//
+//   Rows 2, Columns 3, Samples per Pixel 1, Bits Allocated 16, Number of Frames 1: 12 bytes
+//   7FE0,0010 OW 8    xx xx xx xx xx xx xx xx                 4 bytes are missing; filled on request
+//   7FE0,0010 OW 14   xx xx xx xx xx xx xx xx xx xx xx xx yy yy   2 bytes too many: they stay
+#include "mend/healing/image.h"
+#include "mend/healing/pixel_data.h"
+#include "mend/healing/record_building.h"
+#include "mend/reading/tree.h"
+
+namespace lib_mend {
+
+namespace {
+
+std::string Bytes_Text(std::uint64_t count)
+{
+    return count == Image::Too_Large ? "more bytes than a file can have"
+                                     : std::to_string(count) + (count == 1 ? " byte" : " bytes");
+}
+
+void Pad(const Data_Set& set, DICOM_List& pixels, std::uint64_t size, const Path& path,
+         Findings& findings)
+{
+    Bytes value = set.Value(pixels);
+    const std::size_t missing = static_cast<std::size_t>(size) - value.size();
+    findings.Report(Fault::Pixel_Size, Level::Change, At(pixels, path),
+                    Bytes_Text(missing) + " of the image are missing; they are filled with zeros");
+    value.resize(static_cast<std::size_t>(size));
+    const unsigned char order = pixels.byte_order;
+    Set_Bytes(pixels, value);
+    pixels.byte_order = order;
+}
+
+void Heal_List(const Data_Set& set, DICOM_List* list, const Path& path, bool pad,
+               Findings& findings)
+{
+    DICOM_List* const pixels = Find_Record(list, Pixel_Data_Tag);
+    if (pixels == nullptr || !Has_Value(*pixels) || pixels->nb_item != 0 ||
+        (set.encoding.encapsulated && path.empty())) {
+        return;
+    }
+    const std::optional<std::uint64_t> size = Image_Of(set, list).Size();
+    const auto found = static_cast<std::uint64_t>(pixels->size);
+    const bool may_pad = pad && size.value_or(0) <= static_cast<std::uint64_t>(Max_File_Size);
+    if (!size.has_value() || found == *size || found == *size + *size % 2) {
+        return;
+    }
+    if (found > *size) {
+        findings.Report(Fault::Pixel_Excess, Level::Kept, At(*pixels, path),
+                        Bytes_Text(found - *size) + " more than the image has");
+    } else if (may_pad) {
+        Pad(set, *pixels, *size, path, findings);
+    } else if (pixels->spare == 0) {
+        // What was cut off was said while reading.
+        findings.Report(Fault::Pixel_Size, Level::Kept, At(*pixels, path),
+                        *size == Image::Too_Large
+                            ? "the image has " + Bytes_Text(*size)
+                            : Bytes_Text(*size - found) + " of the image are missing");
+    }
+}
+
+}  // namespace
+
+void Heal_Pixel_Size(Data_Set& set, bool pad, Findings& findings)
+{
+    For_Each_List(set.records.Address(), [&](DICOM_List** list, const Path& path) {
+        Heal_List(set, *list, path, pad, findings);
+    });
+}
+
+}  // namespace lib_mend
