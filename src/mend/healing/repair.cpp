@@ -3,6 +3,7 @@
 #include "mend/healing/values.h"
 #include "mend/healing/vrs.h"
 #include "mend/reading/tree.h"
+#include "mend/writing/encoder.h"
 
 #include <string>
 
@@ -13,6 +14,20 @@ namespace {
 std::string VR_Text(unsigned short vr)
 {
     return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
+}
+
+/** Turns a value round by the VR that it has, for nothing of that VR will be known. */
+void Bring_To_Little_Endian(const Data_Set& set, DICOM_List& record)
+{
+    const int width = Swap_Width(VR_Of(record));
+    const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0;
+    if (!is_big || width == 1 || !set.Load(record) || record.data == nullptr ||
+        (width > 2 && record.size % width != 0)) {
+        return;
+    }
+    Reverse_Units({record.data, static_cast<std::size_t>(record.size)}, width);
+    record.byte_order =
+        static_cast<unsigned char>(record.byte_order & ~unsigned{DICOM_Order_Big_Endian});
 }
 
 /** Implicit VR has no place for a VR: the value is taken for one of the registry's. */
@@ -27,6 +42,7 @@ void Take_Registry_VR(const Data_Set& set, DICOM_List& record, const Path& way, 
     findings.Report(Fault::VR_Other, Level::Kept, At(record, way),
                     "implicit VR does not tell VR=" + VR_Text(record.vr) +
                         "; readers take VR=" + VR_Text(vr));
+    Bring_To_Little_Endian(set, record);
     record.vr = 0;
     record.vr_default = vr;
     Heal_Value_Of(set, record, way, characters, {}, findings);

@@ -27,6 +27,7 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
     Check_Group_Lengths(set, set.records.Address(), findings);
     Heal_Low_Groups(set, findings);
+    Heal_Directory(set, findings);
     Settle_VRs(set, findings);
     Heal_Character_Sets(set, options, findings);
     Heal_Values(set, set.records, options, findings);
@@ -34,7 +35,6 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Heal_Order(set, set.records, findings);
     Check_Creators(set.records.Address(), findings);
     Heal_Pixel_Data(set, options.pad_pixels, findings);
-    Heal_Directory(set, findings);
     if (originals) {
         Record_Changes(set, *originals,
                        options.record_time.empty() ? Date_Time_Now() : options.record_time,

@@ -105,7 +105,7 @@ TEST(Original_Attributes, HoldValidValuesAndOthersApart)
 {
     Stream_Builder s;
     s.Element(0x0008, 0x0005, "CS", "ISO_IR 100");
-    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
+    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
     s.Element(0x0009, 0x0010, "LO", "OWNER ");
     s.Element(0x0009, 0x1001, "LO", "\xE9 ");
     s.Element(0x0010, 0x0010, "PN", "J\xE9r^\xF4 ");
@@ -120,7 +120,7 @@ TEST(Original_Attributes, HoldValidValuesAndOthersApart)
     const std::string other = item + "0400,0551";
     EXPECT_EQ(Listing_Of(mended.bytes),
               "0008,0005 CS=ISO_IR 192\n"
-              "0008,0018 UI=1.2.3\\x00\n"
+              "0008,0018 UI=1.2.3.4\\x00\n"
               "0009,0010 LO=OWNER \n"
               "0009,1001 LO=\\xC3\\xA9\n"
               "0010,0010 PN=J\\xC3\\xA9r^\\xC3\\xB4 \n"
@@ -153,14 +153,14 @@ TEST(Original_Attributes, HoldValidValuesAndOthersApart)
 TEST(Original_Attributes, TellWhatWasNoValidValueAndWhatWasNotThere)
 {
     Stream_Builder s;
-    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
+    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
     s.Element(0x0008, 0x0020, "DA", "1998.05.17");
     s.Element(0x0010, 0x0010, "PN", "é^");
     const Mended_File mended = Mend_In_Memory(File_Of(s), Recording());
     const std::string item = "0400,0561[0]/";
     EXPECT_EQ(Listing_Of(mended.bytes),
               "0008,0005 CS=ISO_IR 192\n"
-              "0008,0018 UI=1.2.3\\x00\n"
+              "0008,0018 UI=1.2.3.4\\x00\n"
               "0008,0020 DA=19980517\n"
               "0010,0010 PN=\\xC3\\xA9^ \n"
               "0400,0561 SQ\n" +
@@ -173,7 +173,7 @@ TEST(Original_Attributes, TellWhatWasNoValidValueAndWhatWasNotThere)
     const Undone undone = Undo_In_Memory(mended.bytes);
     EXPECT_EQ(undone.findings, "info 0008,0005 the element that was added is removed\n"
                                "info 0008,0020 the original value is put back\n");
-    EXPECT_EQ(Listing_Of(undone.bytes), "0008,0018 UI=1.2.3\\x00\n"
+    EXPECT_EQ(Listing_Of(undone.bytes), "0008,0018 UI=1.2.3.4\\x00\n"
                                         "0008,0020 DA=1998.05.17\n"
                                         "0010,0010 PN=\\xC3\\xA9^ \n");
 }
@@ -194,7 +194,7 @@ void Add_Item(Stream_Builder& s, const std::string& system, const std::string& v
 TEST(Undoing, TakesTheLastItemOfThisSystem)
 {
     Stream_Builder s;
-    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
+    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
     s.Element(0x0008, 0x0060, "CS", "CT");
     s.Sequence(0x0400, 0x0561);
     Add_Item(s, "dicom-mend", "MR");
@@ -246,7 +246,7 @@ TEST(Undoing, SaysWhatHasNoPlace)
     };
     for (const Case& each : cases) {
         Stream_Builder s;
-        s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
+        s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
         s.Sequence(0x0040, 0x0275).Item().Item_End().Sequence_End();
         s.Sequence(0x0400, 0x0561).Item();
         s.Sequence(0x0400, 0x0550).Item().Item_End().Sequence_End();
@@ -261,7 +261,7 @@ TEST(Undoing, SaysWhatHasNoPlace)
         const Undone undone = Undo_In_Memory(File_Of(s));
         EXPECT_EQ(undone.findings, each.finding) << each.items;
         const std::string put_back = "0040,0275[0]/0008,0060 CS=ct\n";
-        EXPECT_EQ(Listing_Of(undone.bytes), "0008,0018 UI=1.2.3\\x00\n0040,0275 SQ\n" +
+        EXPECT_EQ(Listing_Of(undone.bytes), "0008,0018 UI=1.2.3.4\\x00\n0040,0275 SQ\n" +
                                                 (each.finding.starts_with("info") ? put_back : ""));
     }
 }
