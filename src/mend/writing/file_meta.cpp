@@ -117,13 +117,12 @@ bool Was_Read(const Data_Set& set, Tag tag)
 
 void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
 {
-    std::string sop_class = set.Text(SOP_Class_Tag);
-    if (sop_class.empty() && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
-        sop_class = Directory_Class_UID;
-    }
     const bool has_class = !Current_Value(set, Class_Tag).empty();
-    if (Is_UID(sop_class) || (has_class && !sop_class.empty())) {
+    const std::string sop_class = set.Text(SOP_Class_Tag);
+    if (!sop_class.empty() && (has_class || Is_UID(sop_class))) {
         completion.Settle(Class_Tag, sop_class, Was_Read(set, SOP_Class_Tag));
+    } else if (!has_class && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
+        completion.Settle(Class_Tag, Directory_Class_UID, true);
     } else if (!has_class) {
         findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
                      "stays empty: the data set names no SOP class");

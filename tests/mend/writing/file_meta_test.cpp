@@ -53,7 +53,7 @@ TEST(File_Meta, LosesNoUID)
         {"1.2.3", nullptr, "1.2.3", ""},
         {nullptr, "1.2.4", "1.2.4", "change meta-missing"},
         {nullptr, nullptr, "2.25.", "change meta-missing"},
-        {nullptr, "1.2.x", "2.25.", "change meta-missing"},
+        {nullptr, "1.2.x", "1.2.x", "change meta-missing"},
     };
     for (const auto& row : cases) {
         const Mended_File mended = Mend_In_Memory(File_Of(row.meta, row.instance));

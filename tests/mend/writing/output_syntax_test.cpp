@@ -43,7 +43,7 @@ TEST(Output_Syntax, LosesNothingOfPrivateElements)
     s.Element(0x0009, 0x1027, "LO", "7,IMAGE_TYPE,TEXT ").Element(0x0009, 0x10FF, "US", "\1\2"s);
     s.Element(0x0009, 0x10FE, "UT", std::string(70000, 't'));
     s.Header(0x0009, 0x10FD, "SQ", 26).Item(18).Element(0x0009, 0x0010, "LO", "OTHER BLK ");
-    s.Element(0x0200, 0x0010, "LO", "AB").Element(0x8001, 0x0010, "LO", "EF");
+    s.Element(0x8001, 0x0010, "LO", "EF");
     for (const Mend_Options& options : All_Output_Options()) {
         EXPECT_EQ(Broken_Promises(s.Bytes(), options), "") << Options_Text(options);
     }
