@@ -35,4 +35,31 @@ TEST(Terminal, CutsAtItsColumnsAndShowsMarkup)
     EXPECT_EQ(Rendered("\001a\002bcde", coloured), "\033[36ma\033[39m...\033[0m");
 }
 
+TEST(Terminal, ShowsLettersThatAreNotSeenByTheirCodes)
+{
+    // The first and the last of each range, and what stands next to them.
+    const std::pair<const char*, const char*> cases[] = {
+        {"\x7F", "\\x7F"},
+        {"\xC2\x9F", "\\xC2\\x9F"},
+        {"\xC2\xA0", "\xC2\xA0"},
+        {"\xE2\x80\x8A", "\xE2\x80\x8A"},
+        {"\xE2\x80\x8B", "\\u{200B}"},
+        {"\xE2\x80\x8F", "\\u{200F}"},
+        {"\xE2\x80\x90", "\xE2\x80\x90"},
+        {"\xE2\x80\xA8", "\\u{2028}"},
+        {"\xE2\x80\xAE", "\\u{202E}"},
+        {"\xE2\x80\xAF", "\xE2\x80\xAF"},
+        {"\xE2\x81\xA6", "\\u{2066}"},
+        {"\xE2\x81\xA9", "\\u{2069}"},
+        {"\xE2\x81\xB0", "\xE2\x81\xB0"},
+        {"\xEF\xBB\xBF", "\\u{FEFF}"},
+        {"\xF3\xA0\x80\x80", "\\u{E0000}"},
+        {"\xF3\xA0\x81\xBF", "\\u{E007F}"},
+        {"\xF3\xA0\x82\x80", "\xF3\xA0\x82\x80"},
+    };
+    for (const auto& [text, shown] : cases) {
+        EXPECT_EQ(Printable(text), shown);
+    }
+}
+
 }  // namespace

@@ -178,6 +178,7 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
         ->add_option("--module", request.module,
                      "Verify against an IOD: its code, or auto for that of the SOP class")
         ->option_text("CODE");
+    Add_Healing(*command, request.heal);
     command->add_flag("--summary", request.summary, "Count the findings of all files by kind");
     command->add_option("FILE", request.files, "Files to check")->required()->option_text("...");
     Add_Verbosity(*command, request.verbosity, request.show_values);

@@ -1,0 +1,197 @@
+// The command line as its users call it: check and mend say the same and end with the same status, and
+// files are refused in plain words.
+#include "support/fault_generator.h"
+#include "support/read_in_memory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+    int status = -1;
+    /** Standard output and standard error together. */
+    std::string text;
+};
+
+Outcome Run_Tool(const std::string& arguments)
+{
+    const std::string command = std::string(DICOM_MEND_PROGRAM) + " " + arguments + " 2>&1";
+    Outcome run;
+    FILE* const pipe = popen(command.c_str(), "r");
+    char block[4096];
+    for (std::size_t count = 1; pipe != nullptr && count > 0;) {
+        count = std::fread(block, 1, sizeof block, pipe);
+        run.text.append(block, count);
+    }
+    const int status = pipe != nullptr ? pclose(pipe) : -1;
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+class Tool : public testing::Test {
+protected:
+    Tool() : folder_(testing::TempDir() + "tool_test_" + std::to_string(getpid()))
+    {
+        fs::remove_all(folder_);
+        fs::create_directory(folder_);
+    }
+    ~Tool() override
+    {
+        fs::remove_all(folder_);
+    }
+
+    std::string Path(const std::string& name) const
+    {
+        return (folder_ / name).string();
+    }
+    std::string Write(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(Path(name), std::ios::binary) << bytes;
+        return Path(name);
+    }
+    static std::string Contents(const std::string& path)
+    {
+        std::ifstream stream(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    void Compare(const std::string& path, const std::string& options) const
+    {
+        const Outcome check = Run_Tool("check " + options + " '" + path + "'");
+        const Outcome mend =
+            Run_Tool("mend --force " + options + " '" + path + "' " + Path("out.dcm"));
+        // What mend says besides is that the reading left nothing.
+        const std::string nothing = path + ": error: there is nothing to write\n";
+        EXPECT_TRUE(mend.text == check.text || mend.text == check.text + nothing)
+            << check.text << "---\n"
+            << mend.text;
+        EXPECT_EQ(check.status, mend.status) << path;
+    }
+
+private:
+    fs::path folder_;
+};
+
+TEST_F(Tool, ChecksAndMendsInTheSameWords)
+{
+    int files = 0;
+    const char* const samples = std::getenv("LIB_DICOM_SAMPLES");
+    if (samples != nullptr) {
+        for (const fs::directory_entry& entry : fs::directory_iterator(samples)) {
+            if (entry.path().extension() == ".dcm") {
+                Compare(entry.path().string(), "");
+                ++files;
+            }
+        }
+        std::printf("samples compared: %d files\n", files);
+        return;
+    }
+    for (const Sound_File& sound : Made_Sound_Files()) {
+        Compare(Write("sound.dcm", sound.bytes), "");
+        ++files;
+    }
+    // All kinds are compared in memory, with all options; these go through the command line.
+    int kinds = 0;
+    For_Each_Fault(Made_Sound_Files().front(), 1, [&](const Fault_Case& fault) {
+        SCOPED_TRACE(fault.kind);
+        if (++kinds % 4 != 0) {
+            return;
+        }
+        Compare(Write("fault.dcm", fault.bytes), files % 2 == 0 ? "" : "--strict --replace-uids");
+        ++files;
+    });
+    std::printf("generated files compared: %d\n", files);
+    EXPECT_GT(files, 15);
+}
+
+TEST_F(Tool, RefusesWhatIsNoFile)
+{
+    const std::string out = Path("out.dcm");
+    const std::string text = Write("text", "root:x:0:0:root:/root:/bin/bash\n");
+    const std::pair<std::string, std::string> cases[] = {
+        {"/dev/zero", "/dev/zero: error: is a device, not a file\n"},
+        {"/dev/urandom", "/dev/urandom: error: is a device, not a file\n"},
+        {"/", "/: error: Is a directory\n"},
+        {text, text + ": error: is no DICOM file, but a text (PS3.10 7.1)\n"},
+    };
+    for (const auto& [path, expected] : cases) {
+        for (const std::string& command : {"check " + path, "mend " + path + " " + out}) {
+            const Outcome run = Run_Tool(command);
+            EXPECT_EQ(run.text, expected);
+            EXPECT_EQ(run.status, 2);
+        }
+    }
+    EXPECT_FALSE(fs::exists(out));
+}
+
+TEST_F(Tool, ReadsPipesToTheirEnd)
+{
+    const std::string path = Write("small.dcm", Small_File());
+    EXPECT_EQ(Run_Tool("check " + path).text, Run_Tool("check <" + path + " /dev/stdin").text);
+    const std::string fifo = Path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::string feed = "cat " + path + " >" + fifo + " & ";
+    FILE* const shell = popen((feed + "true").c_str(), "r");
+    const Outcome run = Run_Tool("list --format tsv " + fifo);
+    pclose(shell);
+    EXPECT_EQ(run.text, Run_Tool("list --format tsv " + path).text);
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST_F(Tool, KeepsGarbageInAFile)
+{
+    const std::string junk = "junk in front";
+    const std::string in = Write("junk.dcm", junk + Small_File());
+    const std::string sound = Write("sound.dcm", Small_File());
+    const std::string out = Path("out.dcm");
+    const std::string garbage = Path("garbage");
+
+    Outcome run = Run_Tool("mend --keep-garbage " + garbage + " " + sound + " " + out);
+    EXPECT_FALSE(fs::exists(garbage)) << run.text;
+
+    run = Run_Tool("mend --force --keep-garbage " + garbage + " " + in + " " + out);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.text.find("13 bytes that belong to no element are kept in " + garbage),
+              std::string::npos)
+        << run.text;
+    EXPECT_EQ(Contents(garbage), junk);
+    EXPECT_EQ(Contents(out), Contents(Path("out.dcm")));
+
+    const std::pair<std::string, std::string> refused[] = {
+        {garbage, garbage + ": error: exists already; --force replaces it\n"},
+        {out, out + ": error: is the output, and cannot take the garbage too\n"},
+        {in, in + ": error: is the input, which is never overwritten\n"},
+    };
+    for (const auto& [target, text] : refused) {
+        const std::string fresh = Path("fresh.dcm");
+        const std::string output = target == out ? out : fresh;
+        fs::remove(out);
+        run = Run_Tool("mend --keep-garbage " + target + " " + in + " " + output);
+        EXPECT_EQ(run.text, text);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_FALSE(fs::exists(output));
+    }
+}
+
+TEST_F(Tool, RefusesACharacterSetThatDoesNotExist)
+{
+    const std::string in = Write("small.dcm", Small_File());
+    for (const std::string term : {"", "KLINGON", "ISO_IR 100\\\\KLINGON"}) {
+        const Outcome run = Run_Tool("check --charset '" + term + "' " + in);
+        EXPECT_EQ(run.status, 2) << term;
+        EXPECT_NE(run.text.find("--charset"), std::string::npos) << run.text;
+    }
+    EXPECT_EQ(Run_Tool("check --charset 'ISO_IR 100' --to-utf8 " + in).status, 1);
+}
+
+}  // namespace
