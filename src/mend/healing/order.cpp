@@ -135,8 +135,13 @@ public:
             records.push_back(&record);
         }
         std::stable_sort(records.begin(), records.end(), Precedes);
-        Remove_Repeated(records, path);
+        // Nothing is freed before all is said and linked, which may fail for want of memory.
+        std::vector<DICOM_List*> repeated;
+        Take_Out_Repeated(records, repeated, path);
         Link(list, records);
+        for (DICOM_List* const record : repeated) {
+            DICOM_Attribute_Free(nullptr, record);
+        }
     }
 
 private:
@@ -155,7 +160,8 @@ private:
     }
 
     /** Keeps one of the records of each tag. */
-    void Remove_Repeated(std::vector<DICOM_List*>& records, const Path& path)
+    void Take_Out_Repeated(std::vector<DICOM_List*>& records, std::vector<DICOM_List*>& repeated,
+                           const Path& path)
     {
         std::size_t kept_count = 0;
         for (std::size_t at = 0; at < records.size();) {
@@ -164,14 +170,15 @@ private:
                    Tag_Of(*records[end]) == Tag_Of(*records[at])) {
                 ++end;
             }
-            DICOM_List* const kept = Keep_One({records.data() + at, end - at}, path);
+            DICOM_List* const kept = Keep_One({records.data() + at, end - at}, repeated, path);
             records[kept_count++] = kept;
             at = end;
         }
         records.resize(kept_count);
     }
 
-    DICOM_List* Keep_One(std::span<DICOM_List* const> same, const Path& path)
+    DICOM_List* Keep_One(std::span<DICOM_List* const> same, std::vector<DICOM_List*>& repeated,
+                         const Path& path)
     {
         const auto filled = std::find_if(same.begin(), same.end(), [](const DICOM_List* record) {
             return !Is_Empty_Record(*record);
@@ -181,7 +188,7 @@ private:
         for (DICOM_List* const record : same) {
             if (record != kept) {
                 Report_Repeated(*record, original, path);
-                DICOM_Attribute_Free(nullptr, record);
+                repeated.push_back(record);
             }
         }
         return kept;

@@ -117,6 +117,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
         return false;
     }
     Heal(set, options.heal, findings);
+    findings.Settle_Errors();
     if (!Can_Be_Written(set, options, findings)) {
         return false;
     }
