@@ -32,7 +32,8 @@ void Bring_To_Little_Endian(const Data_Set& set, DICOM_List& record)
 
 /** Implicit VR has no place for a VR: the value is taken for one of the registry's. */
 void Take_Registry_VR(const Data_Set& set, DICOM_List& record, const Path& way, bool is_signed,
-                      const Character_Set& characters, Findings& findings)
+                      const Character_Set& characters, const Heal_Options& options,
+                      Findings& findings)
 {
     // A sequence shows by its items, whatever the dictionary says.
     const unsigned short vr = Registry_VR(record, is_signed);
@@ -45,12 +46,13 @@ void Take_Registry_VR(const Data_Set& set, DICOM_List& record, const Path& way, 
     Bring_To_Little_Endian(set, record);
     record.vr = 0;
     record.vr_default = vr;
-    Heal_Value_Of(set, record, way, characters, {}, findings);
+    Heal_Value_Of(set, record, way, characters, options, findings);
 }
 
 }  // namespace
 
-void Fit_To_Encoding(Data_Set& set, const Encoding& output, Findings& findings)
+void Fit_To_Encoding(Data_Set& set, const Encoding& output, const Heal_Options& options,
+                     Findings& findings)
 {
     if (output.explicit_vr) {
         return;
@@ -61,9 +63,12 @@ void Fit_To_Encoding(Data_Set& set, const Encoding& output, Findings& findings)
         const Character_Set& characters = sets.Of(record, way);
         const bool is_signed = signs.Of(record, way);
         if (Has_Foreign_VR(record)) {
-            Take_Registry_VR(set, record, way, is_signed, characters, findings);
+            Take_Registry_VR(set, record, way, is_signed, characters, options, findings);
         }
     });
+    if (options.strict) {
+        Remove_Marked(set.records);
+    }
 }
 
 bool Is_Streamed(const DICOM_List& record)

@@ -2,6 +2,7 @@
 #ifndef LIB_MEND_REPAIR_H
 #define LIB_MEND_REPAIR_H
 
+#include "mend/interface/options.h"
 #include "mend/reading/data_set.h"
 
 namespace lib_mend {
@@ -10,11 +11,11 @@ namespace lib_mend {
 bool Is_Streamed(const DICOM_List& record);
 
 /**
- * Changes what a reader of the output would not take for what it is. In implicit VR the VR comes
- * from the dictionary, so values are repaired by that one; in big endian the library's reader takes
- * group 0200 for group 0002, which is always little endian.
+ * Changes what a reader of the output would not take for what it is: in implicit VR the VR comes from
+ * the registry, so values are healed by that one.
  */
-void Fit_To_Encoding(Data_Set& set, const Encoding& output, Findings& findings);
+void Fit_To_Encoding(Data_Set& set, const Encoding& output, const Heal_Options& options,
+                     Findings& findings);
 
 /** Takes the records that are marked as deleted out of all lists. */
 void Remove_Marked(Record_List& list);

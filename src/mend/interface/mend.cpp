@@ -124,7 +124,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     const Encoding encoding = Output_Encoding(set, options.syntax);
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
 
-    Fit_To_Encoding(set, encoding, findings);
+    Fit_To_Encoding(set, encoding, options.heal, findings);
     if (options.drop_private) {
         Leave_Out_Private(set.records, findings);
     }
