@@ -1,5 +1,6 @@
 #include "mend/healing/repair.h"
 
+#include "mend/healing/character_sets.h"
 #include "mend/healing/values.h"
 #include "mend/healing/vrs.h"
 #include "mend/reading/tree.h"
@@ -51,23 +52,42 @@ void Take_Registry_VR(const Data_Set& set, DICOM_List& record, const Path& way, 
 
 }  // namespace
 
+void Heal_New_Texts(Data_Set& set, const Heal_Options& options, Findings& findings)
+{
+    Findings again;
+    Heal_Character_Sets(set, options, again);
+    for (const Finding& finding : again.All()) {
+        if (finding.level == Level::Change) {
+            findings.Report(
+                finding.fault, finding.level,
+                {finding.has_tag, finding.tag, finding.vr, nullptr, finding.offset, finding.length},
+                finding.text, {finding.before, finding.after});
+        }
+    }
+}
+
 void Fit_To_Encoding(Data_Set& set, const Encoding& output, const Heal_Options& options,
                      Findings& findings)
 {
     if (output.explicit_vr) {
         return;
     }
+    bool any = false;
     Signs_Of_Lists signs(set);
     Character_Sets_Of_Lists sets(set);
     For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
         const Character_Set& characters = sets.Of(record, way);
         const bool is_signed = signs.Of(record, way);
         if (Has_Foreign_VR(record)) {
+            any = true;
             Take_Registry_VR(set, record, way, is_signed, characters, options, findings);
         }
     });
     if (options.strict) {
         Remove_Marked(set.records);
+    }
+    if (any) {
+        Heal_New_Texts(set, options, findings);
     }
 }
 

@@ -17,6 +17,12 @@ bool Is_Streamed(const DICOM_List& record);
 void Fit_To_Encoding(Data_Set& set, const Encoding& output, const Heal_Options& options,
                      Findings& findings);
 
+/**
+ * Heals character sets again after elements came or went that tell of them: what was binary may be a
+ * text now. What is kept was said before.
+ */
+void Heal_New_Texts(Data_Set& set, const Heal_Options& options, Findings& findings);
+
 /** Takes the records that are marked as deleted out of all lists. */
 void Remove_Marked(Record_List& list);
 

@@ -54,7 +54,7 @@ Strict_Value Repair_Once(const DICOM_List& record, std::string_view bytes)
 }  // namespace
 
 Strict_Value Repair_Strictly(const DICOM_List& record, std::string_view bytes,
-                             const Character_Set& characters)
+                             const Character_Set& characters, bool replace_uids)
 {
     // Each round leaves less that is wrong; the bound is for what no repair can help.
     constexpr int Most_Rounds = 4;
@@ -62,7 +62,8 @@ Strict_Value Repair_Strictly(const DICOM_List& record, std::string_view bytes,
     for (int round = 0; round < Most_Rounds && !value.deleted; ++round) {
         Strict_Value repaired = Repair_Once(record, value.bytes);
         if (!repaired.deleted) {
-            repaired.bytes = Heal_Value({repaired.bytes, VR_Of(record), characters}).bytes;
+            repaired.bytes =
+                Heal_Value({repaired.bytes, VR_Of(record), characters, replace_uids}).bytes;
         }
         const bool settled = !repaired.deleted && repaired.bytes == value.bytes;
         value = std::move(repaired);

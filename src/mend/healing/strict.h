@@ -21,7 +21,7 @@ struct Strict_Value {
  * @param bytes   the value, in the byte order of the record
  */
 Strict_Value Repair_Strictly(const DICOM_List& record, std::string_view bytes,
-                             const Character_Set& characters);
+                             const Character_Set& characters, bool replace_uids);
 
 }  // namespace lib_mend
 

@@ -104,7 +104,8 @@ std::string Heal_Piece(const Value& value, const Text_Rule& rule, std::string_vi
         return rule.blanks == Blanks::None ? std::string() : std::string(text);
     }
     Piece piece(core, value.characters, notes, value.replace_uids);
-    if (Has_Control_Characters(core, rule.vr)) {
+    // A UID that holds any is none, which is said of it and may be healed.
+    if (rule.vr != VR_UI && Has_Control_Characters(core, rule.vr)) {
         piece.Stays(Fault::Control_Characters, "control characters");
         return std::string(rule.blanks == Blanks::Around ? text : core);
     }

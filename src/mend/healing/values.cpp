@@ -30,9 +30,10 @@ void Report_Notes(const Notes& notes, const Place& place, const Values& values, 
 
 /** Applies the repairs of the library; false when nothing is left of the element. */
 bool Apply_Strictly(const DICOM_List& record, const Place& place, const Character_Set& characters,
-                    Healed_Value& healed, Findings& findings)
+                    const Heal_Options& options, Healed_Value& healed, Findings& findings)
 {
-    const Strict_Value strict = Repair_Strictly(record, healed.bytes, characters);
+    const Strict_Value strict =
+        Repair_Strictly(record, healed.bytes, characters, options.replace_uids);
     if (strict.bytes != healed.bytes) {
         findings.Report(Fault::Strict, Level::Error, place,
                         strict.deleted ? "the value cannot be repaired; the element is left out"
@@ -94,7 +95,7 @@ void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
     Healed_Value healed = Heal_Value({before, Rules_Of(record), characters, options.replace_uids});
     Report_Notes(healed.notes, place, Values_Of(record, before, healed.bytes), findings);
     if (options.strict && Has_Level(healed.notes, Level::Kept) &&
-        !Apply_Strictly(record, place, characters, healed, findings)) {
+        !Apply_Strictly(record, place, characters, options, healed, findings)) {
         record.flags |= DICOM_Mark_Deleted;
     }
     if (!Fits_Multiplicity(record, healed.count) && VR_Of(record) != VR_UN) {

@@ -13,6 +13,7 @@
 #include "mend/healing/numbers.h"
 #include "mend/healing/records.h"
 #include "mend/healing/repair.h"
+#include "mend/healing/strict.h"
 #include "mend/healing/value.h"
 #include "mend/reading/tree.h"
 
@@ -40,6 +41,12 @@ bool Has_Alternative(const TAG_db_Elems& entry, unsigned short vr)
     return std::find(entry.vr, entry.vr + count, vr) != entry.vr + count;
 }
 
+/** The size that a value has once it is padded. */
+std::size_t Even_Size(const DICOM_List& record)
+{
+    return static_cast<std::size_t>(record.size) + static_cast<std::size_t>(record.size) % 2;
+}
+
 /**
  * A standard element of one known VR that was written as UN: its value is little endian. One that
  * is too long for the header of most VRs has to stay UN.
@@ -54,10 +61,8 @@ unsigned short VR_For_Unknown(const DICOM_List& record)
     }
     const unsigned short vr = Registry_VR(record, false);
     const std::size_t width = Width_Of(vr);
-    const bool known =
-        Is_Text(vr) || (width != 0 && static_cast<std::size_t>(record.size) % width == 0);
-    const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0;
-    return known && (Is_Text(vr) || !is_big) ? vr : VR_UN;
+    const bool known = Is_Text(vr) || (width != 0 && Even_Size(record) % width == 0);
+    return known ? vr : VR_UN;
 }
 
 /** The value in another VR, empty when it would not say the same. */
@@ -66,27 +71,29 @@ struct Converted {
     std::string bytes = {};
     std::string before = {};
     std::string after = {};
+    /** It took the repairs of strictness. */
+    bool loses = false;
 };
 
-Converted Convert_Number(const DICOM_List& record, unsigned short from, unsigned short to)
+Converted Convert_Number(const DICOM_List& record, std::string_view bytes, unsigned short to)
 {
-    const std::optional<Numbers> numbers = Numbers_In(Bytes_Of(record), from, record.byte_order);
+    const std::optional<Numbers> numbers = Numbers_In(bytes, record.vr, record.byte_order);
     if (!numbers || !Fits_Multiplicity(record, numbers->size())) {
         return {};
     }
-    const std::optional<std::string> bytes = Bytes_For(*numbers, to, record.byte_order);
-    if (!bytes) {
+    const std::optional<std::string> converted = Bytes_For(*numbers, to, record.byte_order);
+    if (!converted) {
         return {};
     }
     const std::string text = Text_Of(*numbers);
-    return {true, *bytes, text, text};
+    return {true, *converted, text, text};
 }
 
-Converted Convert_Text(const DICOM_List& record, unsigned short from, unsigned short to,
+Converted Convert_Text(const DICOM_List& record, std::string_view bytes, unsigned short to,
                        const Character_Set& characters)
 {
     constexpr std::string_view Padding(" \0", 2);
-    std::string_view bytes = Bytes_Of(record);
+    const unsigned short from = record.vr;
     if (!Is_Text(from) || !Is_Text(to) ||
         (Is_Multiple(from) != Is_Multiple(to) && bytes.find('\\') != bytes.npos)) {
         return {};
@@ -103,14 +110,36 @@ Converted Convert_Text(const DICOM_List& record, unsigned short from, unsigned s
     return {true, healed.bytes, std::string(Bytes_Of(record)), healed.bytes};
 }
 
-Converted Convert(const DICOM_List& record, unsigned short to, const Character_Set& characters)
+Converted Convert_Bytes(const DICOM_List& record, std::string_view bytes, unsigned short to,
+                        const Character_Set& characters)
+{
+    Converted converted = Convert_Text(record, bytes, to, characters);
+    return converted.done ? converted : Convert_Number(record, bytes, to);
+}
+
+/** Converts what comes out of healing under the VR that the value has, or else it would later. */
+Converted Convert(const DICOM_List& record, unsigned short to, const Character_Set& characters,
+                  const Heal_Options& options)
 {
     if (record.size == 0) {
         return {true};
     }
-    const unsigned short from = record.vr;
-    Converted converted = Convert_Text(record, from, to, characters);
-    return converted.done ? converted : Convert_Number(record, from, to);
+    const Healed_Value healed =
+        Heal_Value({Bytes_Of(record), record.vr, characters, options.replace_uids});
+    if (healed.bytes.empty()) {
+        return {true, {}, std::string(Bytes_Of(record)), {}};
+    }
+    Converted converted = Convert_Bytes(record, healed.bytes, to, characters);
+    if (converted.done || !options.strict || !Has_Level(healed.notes, Level::Kept)) {
+        return converted;
+    }
+    const Strict_Value strict =
+        Repair_Strictly(record, healed.bytes, characters, options.replace_uids);
+    if (!strict.deleted) {
+        converted = Convert_Bytes(record, strict.bytes, to, characters);
+        converted.loses = true;
+    }
+    return converted;
 }
 
 /** Whatever a definition says, a value that has another form tells that it is not meant. */
@@ -131,7 +160,8 @@ bool Has_Defined_VR(const DICOM_List& record)
 
 class Settler {
 public:
-    Settler(Data_Set& set, Findings& findings) : set_(set), findings_(findings)
+    Settler(Data_Set& set, const Heal_Options& options, Findings& findings)
+        : set_(set), options_(options), findings_(findings)
     {
     }
 
@@ -146,6 +176,7 @@ public:
             findings_.Report(Fault::VR_Unknown, Level::Change, At(record, way),
                              "VR=UN is replaced by VR=" + VR_Text(known) + " of the registry");
             record.vr = known;
+            record.byte_order &= static_cast<unsigned char>(~DICOM_Order_Big_Endian);
         } else if (record.vr == 0 && record.dict != nullptr && std::abs(record.dict->nb_vr) > 1) {
             record.vr_default = Registry_VR(record, is_signed);
         } else if (record.vr != VR_UN && Has_Foreign_VR(record)) {
@@ -162,13 +193,18 @@ private:
         Loaded loaded(set_, record);
         const Place place = At(record, way);
         const Converted converted = wanted != VR_SQ && !Is_Bulk(record) && loaded.Ready()
-                                        ? Convert(record, wanted, characters)
+                                        ? Convert(record, wanted, characters, options_)
                                         : Converted();
         const std::string text = "VR=" + VR_Text(record.vr);
         if (!converted.done) {
             findings_.Report(Fault::VR_Other, Level::Kept, place,
                              text + " instead of VR=" + VR_Text(wanted));
             return;
+        }
+        if (converted.loses) {
+            findings_.Report(Fault::Strict, Level::Error, place,
+                             "repaired at the cost of what it says",
+                             {converted.before, converted.after});
         }
         findings_.Report(Fault::Value_VR, Level::Change, place,
                          text + " is replaced by VR=" + VR_Text(wanted) + " of the registry",
@@ -195,8 +231,29 @@ private:
     }
 
     Data_Set& set_;
+    const Heal_Options& options_;
     Findings& findings_;
 };
+
+template <class Wanted>
+void Settle_Where(Data_Set& set, const Heal_Options& options, Findings& findings, Wanted&& wanted)
+{
+    Signs_Of_Lists signs(set);
+    Character_Sets_Of_Lists characters(set);
+    Settler settler(set, options, findings);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
+        const Character_Set& here = characters.Of(record, way);
+        const bool is_signed = signs.Of(record, way);
+        if (wanted(record)) {
+            settler.Settle(record, way, here, is_signed);
+        }
+    });
+}
+
+bool Is_Declaration(const DICOM_List& record)
+{
+    return Tag_Of(record) == Character_Set_Tag;
+}
 
 }  // namespace
 
@@ -239,15 +296,15 @@ bool Has_Foreign_VR(const DICOM_List& record)
            !Attribute_Of(*record.dict).Has_VR(record.vr);
 }
 
-void Settle_VRs(Data_Set& set, Findings& findings)
+void Settle_VRs(Data_Set& set, const Heal_Options& options, Findings& findings)
 {
-    Signs_Of_Lists signs(set);
-    Character_Sets_Of_Lists characters(set);
-    Settler settler(set, findings);
-    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
-        const Character_Set& here = characters.Of(record, way);
-        settler.Settle(record, way, here, signs.Of(record, way));
-    });
+    Settle_Where(set, options, findings,
+                 [](const DICOM_List& record) { return !Is_Declaration(record); });
+}
+
+void Settle_VRs_Of_Declarations(Data_Set& set, const Heal_Options& options, Findings& findings)
+{
+    Settle_Where(set, options, findings, Is_Declaration);
 }
 
 }  // namespace lib_mend

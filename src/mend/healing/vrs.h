@@ -3,6 +3,7 @@
 #define LIB_MEND_VRS_H
 
 #include "mend/healing/inherited.h"
+#include "mend/interface/options.h"
 #include "mend/reading/data_set.h"
 
 namespace lib_mend {
@@ -36,9 +37,13 @@ bool Has_Foreign_VR(const DICOM_List& record);
 /**
  * Settles the VRs of all elements. UN becomes the VR of the registry; a value of another VR than the
  * registry's is written in the registry's where that says exactly the same, and keeps its VR
- * otherwise; a private value that contradicts its definition is UN.
+ * otherwise; a private value that contradicts its definition is UN. Declarations of character sets
+ * are left to the function below.
  */
-void Settle_VRs(Data_Set& set, Findings& findings);
+void Settle_VRs(Data_Set& set, const Heal_Options& options, Findings& findings);
+
+/** The same for the declarations of character sets, once their terms are healed. */
+void Settle_VRs_Of_Declarations(Data_Set& set, const Heal_Options& options, Findings& findings);
 
 }  // namespace lib_mend
 

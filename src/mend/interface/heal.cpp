@@ -28,10 +28,14 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Check_Group_Lengths(set, set.records.Address(), findings);
     Heal_Low_Groups(set, findings);
     Heal_Directory(set, findings);
-    Settle_VRs(set, findings);
+    Settle_VRs(set, options, findings);
     Heal_Character_Sets(set, options, findings);
+    Settle_VRs_Of_Declarations(set, options, findings);
     Heal_Values(set, set.records, options, findings);
     Heal_Values(set, set.meta, options, findings);
+    if (options.strict) {
+        Heal_New_Texts(set, options, findings);
+    }
     Heal_Order(set, set.records, findings);
     Check_Creators(set.records.Address(), findings);
     Heal_Pixel_Data(set, options.pad_pixels, findings);

@@ -116,6 +116,9 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     if (set.foreign) {
         return false;
     }
+    if (options.drop_private) {
+        Leave_Out_Private(set.records, findings);
+    }
     Heal(set, options.heal, findings);
     findings.Settle_Errors();
     if (!Can_Be_Written(set, options, findings)) {
@@ -125,9 +128,6 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
 
     Fit_To_Encoding(set, encoding, options.heal, findings);
-    if (options.drop_private) {
-        Leave_Out_Private(set.records, findings);
-    }
     if (set.records.Head() == nullptr) {
         findings.Add(Level::Error, "nothing is left to write");
         return false;

@@ -48,7 +48,7 @@ Outcome Heal_Bytes(const std::string& bytes, const Heal_Options& options = {})
     const std::span<const unsigned char> image(reinterpret_cast<const unsigned char*>(bytes.data()),
                                                bytes.size());
     Data_Set set = Read_Data_Set(Source::From_Image(image, "test"), reading);
-    Settle_VRs(set, findings);
+    Settle_VRs(set, options, findings);
     Heal_Values(set, set.records, options, findings);
     Outcome outcome;
     For_Each_Element(set.records.Head(), [&](const DICOM_List& record, const Path& way) {
