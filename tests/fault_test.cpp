@@ -832,15 +832,13 @@ TEST(Fault, Mending_A_Failing_File)
         int error;
         bool passes;
     } faults[] = {
-        {Point::Open, Kind::Error, EMFILE, false}, {Point::Read, Kind::Short, 0, true},
-        {Point::Read, Kind::Interrupted, 0, true}, {Point::Read, Kind::Error, EIO, false},
-        {Point::Seek, Kind::Error, EIO, false},
+        {Point::Open, Kind::Error, EMFILE, false},
+        {Point::Read, Kind::Short, 0, true},
+        {Point::Read, Kind::Interrupted, 0, true},
+        {Point::Read, Kind::Error, EIO, false},
     };
     for (const auto& fault : faults) {
         for (const std::int64_t most_in_memory : {Whole, Piecewise}) {
-            if (fault.point == Point::Seek && most_in_memory == Whole) {
-                continue;
-            }
             Fail_In_Turn(fault.point, fault.kind, fault.error,
                          [&](const std::function<Injection()>& arm) {
                              const Injection injection = arm();

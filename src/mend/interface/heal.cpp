@@ -21,6 +21,10 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
         return;
     }
     set.healed = true;
+    if (set.too_deep) {
+        // The steps below call the library on whole trees, which it follows to a limited depth.
+        return;
+    }
     const std::optional<Original_Values> originals =
         options.record ? std::make_optional<Original_Values>(set) : std::nullopt;
     DICOM_Root root = {};

@@ -209,11 +209,12 @@ bool Cursor::Seek(std::int64_t offset)
     return true;
 }
 
-bool Cursor::Read_Header(unsigned char mode, Header& header)
+bool Cursor::Read_Header(unsigned char mode, Header& header, std::int64_t size)
 {
-    const int result = NEMA_Get_Data_Element(nullptr, Kind(), where_, Pointer(), mode,
-                                             &header.group, &header.element, &header.vr,
-                                             &header.length, static_cast<int>(source_->Size()));
+    const std::int64_t whole = size != 0 ? size : source_->Size();
+    const int result =
+        NEMA_Get_Data_Element(nullptr, Kind(), where_, Pointer(), mode, &header.group,
+                              &header.element, &header.vr, &header.length, static_cast<int>(whole));
     // After a failed seek the library closes the descriptor. Its number may soon be another file's.
     if (result == 0 && position_ == nullptr && fcntl(where_, F_GETFD) < 0) {
         source_->descriptor_ = -1;

@@ -104,8 +104,12 @@ public:
     }
     std::int64_t Tell() const;
     bool Seek(std::int64_t offset);
-    /** Reads a header; the result is that of NEMA_Get_Data_Element. */
-    bool Read_Header(unsigned char mode, Header& header);
+    /**
+     * Reads a header; the result is that of NEMA_Get_Data_Element.
+     *
+     * @param size  the size that lengths are compared with, where the source is only a part of it
+     */
+    bool Read_Header(unsigned char mode, Header& header, std::int64_t size = 0);
     /** Reads a value of `size` bytes; false when it could not be read whole. */
     bool Read_Value(int size, Bytes& value);
 

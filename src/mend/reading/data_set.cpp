@@ -1,8 +1,11 @@
 #include "mend/reading/data_set.h"
 
+#include "mend/reading/tree.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace lib_mend {
 
@@ -18,10 +21,20 @@ std::size_t Room_Behind(const Source& source, const DICOM_List& record)
 
 Record_List::~Record_List()
 {
+    // The library's release calls itself for each level, so that records are handed over one by one:
+    // lists of items move to the front of what is still to be released.
     while (head_ != nullptr) {
-        DICOM_List* const next = head_->next;
-        DICOM_Attribute_Free(nullptr, head_);
-        head_ = next;
+        DICOM_List* const record = head_;
+        head_ = record->next;
+        for (int i = 0; Item_Of(*record, i) != nullptr; ++i) {
+            DICOM_List* tail = record->item[i];
+            while (tail->next != nullptr) {
+                tail = tail->next;
+            }
+            tail->next = head_;
+            head_ = std::exchange(record->item[i], nullptr);
+        }
+        DICOM_Attribute_Free(nullptr, record);
     }
 }
 
@@ -36,11 +49,9 @@ int Item_Count(const DICOM_List& record)
 
 void For_Each_Record(DICOM_List* list, const std::function<void(DICOM_List&)>& visit)
 {
-    for (DICOM_List& record : Records(list)) {
-        visit(record);
-        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
-            For_Each_Record(Item_Of(record, i), visit);
-        }
+    Tree_Walk walk(list);
+    while (DICOM_List* const record = walk.Next()) {
+        visit(*record);
     }
 }
 

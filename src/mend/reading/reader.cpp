@@ -1,7 +1,7 @@
 #include "mend/reading/reader.h"
 
 #include "mend/io/deflate.h"
-#include "mend/reading/element_loop.h"
+#include "mend/reading/elements.h"
 #include "mend/reading/evidence.h"
 #include "mend/reading/meta_group.h"
 #include "mend/reading/preamble.h"
@@ -10,8 +10,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <map>
-#include <new>
 #include <utility>
 
 namespace lib_mend {
@@ -182,19 +180,6 @@ void Settle_Pixel_Syntax(Data_Set& set, Findings& findings)
     }
 }
 
-/** Gives findings of the formatting, which name a tag only, the place of its first record. */
-void Add_Places(Findings& findings, std::size_t first, DICOM_List* flat)
-{
-    if (first == findings.All().size()) {
-        return;
-    }
-    std::map<Tag, std::int64_t> places;
-    for (const DICOM_List& record : Records(flat)) {
-        places.emplace(Tag_Of(record), record.pos);
-    }
-    findings.Add_Places(first, places);
-}
-
 /** A file that is none is told so in one line, and nothing else is done with it. */
 void Refuse(Data_Set& set, Findings& findings)
 {
@@ -227,15 +212,7 @@ Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
         findings.Report(Fault::Unreadable, Level::Error, {}, "there is no data set");
         return set;
     }
-    Element_Loop loop(set.source, start, set.encoding.Code(), findings, budget);
-    const Record_List flat = loop.Read_All();
-    set.too_deep = loop.Too_Deep();
-    const std::size_t first = findings.All().size();
-    set.records = Record_List(DICOM_Attribute_Format(nullptr, flat.Head()));
-    if (set.records.Head() == nullptr && flat.Head() != nullptr) {
-        throw std::bad_alloc();
-    }
-    Add_Places(findings, first, flat.Head());
+    Read_Elements(set, start, set.encoding.Code(), findings, budget);
     Return_Strays(set, findings);
     Settle_Pixel_Syntax(set, findings);
     findings.Settle_Errors();

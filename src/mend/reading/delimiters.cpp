@@ -1,0 +1,295 @@
+// Items and delimiters that are missing, doubled, exchanged or misplaced.
+//
+//     (FFFE,E000) elements (FFFE,E000) ...           the first item is not closed
+//     (FFFE,E000) elements (FFFE,E0DD) (FFFE,E000)   its delimiter and that of a sequence exchanged
+//     (0008,1140) items (0010,0010)                  the sequence is not closed
+//     (FFFE,E000) 20, but 34 bytes of elements       the length of an item or a sequence is wrong
+//
+// Where a level ends by its length, that length holds when something that makes sense there stands
+// behind it; otherwise the level ends where what follows cannot belong to it.
+#include "mend/reading/element_reader.h"
+
+#include <algorithm>
+#include <string>
+
+namespace lib_mend {
+
+/** How well what follows makes sense from a position on with some levels closed. */
+int Element_Reader::Points_After(std::int64_t at, std::size_t pop)
+{
+    Outlook look = Look();
+    if (pop >= look.Depth()) {
+        return 0;
+    }
+    for (; pop > 0; --pop) {
+        look.Pop();
+    }
+    return look.Follow(at);
+}
+
+void Element_Reader::Check_Delimiter_Length(const Element_Header& header)
+{
+    // Nothing belongs to a delimiter, whatever its length says.
+    if (header.length != 0) {
+        Report(Fault::Nesting, Level::Change, header,
+               "delimitation of length " + std::to_string(header.length));
+    }
+}
+
+void Element_Reader::Skip_Delimiter(const Element_Header& header, const char* what)
+{
+    Report(Fault::Nesting, Level::Change, header, what);
+    position_ += header.size;
+}
+
+/** Closes the innermost level, which nothing has closed. */
+void Element_Reader::Close_Unclosed(const char* what)
+{
+    const Nesting_Level& level = Top();
+    const bool has_length = level.claimed_end != Level_View::Open;
+    if (has_length && level.claimed_end != position_) {
+        const std::int64_t content = static_cast<std::int64_t>(level.owner->data_pos);
+        Report(Fault::Value_Length, Level::Change, *level.owner,
+               "the length " + std::to_string(level.claimed_end - content) +
+                   " does not fit what it holds; it ends after " +
+                   std::to_string(position_ - content) + " bytes");
+    } else if (!has_length) {
+        Report(level.kind == Level_Kind::Fragments ? Fault::Fragments : Fault::Nesting,
+               Level::Change, *level.owner, what);
+    }
+    Pop();
+}
+
+void Element_Reader::Start_Item(const Element_Header& header)
+{
+    if (!Spend_Element()) {
+        return;
+    }
+    Nesting_Level& sequence = Top();
+    Nesting_Level item;
+    item.mode = sequence.mode;
+    item.limit = sequence.limit;
+    const std::int64_t content = position_ + header.size;
+    if (!header.Is_Undefined()) {
+        item.claimed_end = content + static_cast<std::int64_t>(header.length);
+        if (Is_Trusted(item.claimed_end)) {
+            item.end = item.claimed_end;
+            item.limit = item.end;
+        }
+    }
+    item.mode = Mode_In_Item(window_, content, item);
+    if (item.mode != sequence.mode) {
+        Report(Fault::Encoding, Level::Change, *sequence.owner,
+               "its items are in " + Mode_Text(item.mode));
+        sequence.mode = item.mode;
+    }
+    item.usual_mode = item.mode;
+    Add_Item(sequence, item, header);
+    position_ = content;
+    path_.push_back({Tag_Of(*sequence.owner), sequence.items - 1});
+    levels_.push_back(std::move(item));
+}
+
+void Element_Reader::Read_In_Sequence()
+{
+    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    if (header.size == 0) {
+        Settle_In_Sequence();
+        return;
+    }
+    if (header.tag == Item_Tag) {
+        Start_Item(header);
+    } else if (header.tag == Sequence_End_Tag) {
+        Check_Delimiter_Length(header);
+        if (Top().claimed_end != Level_View::Open && Top().end != Level_View::Open) {
+            Skip_Delimiter(header, "sequence delimitation inside a given length");
+            return;
+        }
+        position_ += header.size;
+        Pop();
+    } else if (header.tag == Swapped_Item_Tag) {
+        Top().mode ^= DICOM_Order_Big_Endian;
+        Report(Fault::Encoding, Level::Change, *Top().owner,
+               "its items are in the other byte order");
+    } else if (header.tag == Item_End_Tag) {
+        Read_Item_End_In_Sequence(header);
+    } else {
+        Settle_In_Sequence();
+    }
+}
+
+/** An item delimitation where none is open: one too many, or in the place of the sequence's. */
+void Element_Reader::Read_Item_End_In_Sequence(const Element_Header& header)
+{
+    const std::int64_t behind = position_ + header.size;
+    const bool is_open = Top().end == Level_View::Open;
+    if (is_open && Points_After(behind, 1) > Points_After(behind, 0)) {
+        Report(Fault::Nesting, Level::Change, header,
+               "item delimitation in the place of a sequence delimitation");
+        position_ = behind;
+        Pop();
+        return;
+    }
+    Skip_Delimiter(header, "item delimitation outside an item");
+}
+
+/** An item whose length does not fit, read on behind it. */
+int Element_Reader::Points_In_Last_Item()
+{
+    const Nesting_Level& sequence = Top();
+    if (sequence.items == 0) {
+        return 0;
+    }
+    Outlook look = Look();
+    Level_View item = sequence;
+    item.kind = Level_Kind::List;
+    item.last = sequence.last_in_item;
+    item.end = Level_View::Open;
+    look.Push(item);
+    return look.Follow(position_);
+}
+
+void Element_Reader::Reopen_Item()
+{
+    Nesting_Level& sequence = Top();
+    Nesting_Level item;
+    item.mode = sequence.mode;
+    item.usual_mode = item.mode;
+    item.last = sequence.last_in_item;
+    item.limit = sequence.limit;
+    item.head = sequence.owner->item[sequence.items - 1];
+    item.owner = item.head;
+    item.tail = item.head->last;
+    item.creators = std::move(sequence.creators);
+    path_.push_back({Tag_Of(*sequence.owner), sequence.items - 1});
+    Report(Fault::Value_Length, Level::Change, *item.owner,
+           "the item ends " + std::to_string(position_ - item.owner->data_pos) +
+               " bytes behind its header, but elements of it follow");
+    item.said = true;
+    levels_.push_back(std::move(item));
+}
+
+/** A new item, for elements that stand in a sequence without one or behind a damaged item tag. */
+int Element_Reader::Points_In_New_Item(std::int64_t at)
+{
+    Outlook look = Look();
+    Level_View item = Top();
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.end = Level_View::Open;
+    item.mode = Mode_In_Item(window_, at, item);
+    look.Push(item);
+    return look.Follow(at);
+}
+
+/** Number of bytes, of the four of a tag, that are those of another tag. */
+int Element_Reader::Same_Bytes(Tag tag, Tag other)
+{
+    const int groups = tag.group ^ other.group;
+    const int elements = tag.element ^ other.element;
+    return ((groups & 0xFF00) == 0) + ((groups & 0xFF) == 0) + ((elements & 0xFF00) == 0) +
+           ((elements & 0xFF) == 0);
+}
+
+/** Something that is no item stands directly in a sequence. */
+void Element_Reader::Settle_In_Sequence()
+{
+    constexpr int Damaged_Tag = 3;
+    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    const std::int64_t behind = position_ + header.size;
+    const bool is_open = Top().end == Level_View::Open;
+    const int close = is_open ? Points_After(position_, 1) : 0;
+    const int reopen = Points_In_Last_Item();
+    const bool like_item = header.size != 0 && Same_Bytes(header.tag, Item_Tag) >= Damaged_Tag;
+    const bool like_end = header.size != 0 && is_open && header.length == 0 &&
+                          Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;
+    const int item = like_item ? Points_In_New_Item(behind) : 0;
+    const int end = like_end ? Points_After(behind, 1) : 0;
+    const int most = std::max({close, reopen, item, end});
+    if (most == 0) {
+        const int bare = Points_In_New_Item(position_);
+        if (bare > Outlook::Sound_Points) {
+            Report(Fault::Nesting, Level::Change, *Top().owner,
+                   "its elements stand in no item; one is supplied");
+            Element_Header none = {
+                Item_Tag, 0, Top().mode, Header_Form::Implicit, 0, Element_Header::Undefined};
+            Start_Item(none);
+            Top().said = true;
+            return;
+        }
+        Skip_Garbage();
+    } else if (most == close) {
+        Close_Unclosed("sequence is not closed");
+    } else if (most == reopen) {
+        Reopen_Item();
+    } else if (most == item) {
+        Report(Fault::Header, Level::Change, header, "a damaged tag is taken as that of an item");
+        Element_Header mended = header;
+        mended.tag = Item_Tag;
+        Start_Item(mended);
+    } else {
+        Report(Fault::Header, Level::Change, header,
+               "a damaged tag is taken as a sequence delimitation");
+        position_ = behind;
+        Pop();
+    }
+}
+
+void Element_Reader::Read_Delimiter_In_List(const Element_Header& header)
+{
+    if (header.tag == Item_Tag) {
+        Read_Item_In_List(header);
+    } else if (header.tag == Item_End_Tag) {
+        Check_Delimiter_Length(header);
+        if (levels_.size() > 1 && Top().end == Level_View::Open) {
+            position_ += header.size;
+            if (Top().claimed_end != Level_View::Open && !Top().said) {
+                Report(Fault::Nesting, Level::Change, header,
+                       "item delimitation inside an item of given length");
+            }
+            Pop();
+            return;
+        }
+        Skip_Delimiter(header, levels_.size() > 1
+                                   ? "item delimitation inside an item of given length"
+                                   : "item delimitation outside an item");
+    } else if (header.tag == Sequence_End_Tag) {
+        Read_Sequence_End_In_List(header);
+    } else {
+        Settle(header);
+    }
+}
+
+void Element_Reader::Read_Item_In_List(const Element_Header& header)
+{
+    if (levels_.size() > 1 && Top().end == Level_View::Open) {
+        Close_Unclosed("item is not closed");
+        return;
+    }
+    Skip_Delimiter(header, levels_.size() > 1
+                               ? "item inside an item; its contents are taken without it"
+                               : "item outside a sequence; its contents are taken without it");
+}
+
+void Element_Reader::Read_Sequence_End_In_List(const Element_Header& header)
+{
+    Check_Delimiter_Length(header);
+    const std::int64_t behind = position_ + header.size;
+    const bool is_open = levels_.size() > 2 && Top().end == Level_View::Open;
+    if (!is_open) {
+        Skip_Delimiter(header, levels_.size() > 1 ? "sequence delimitation inside a given length"
+                                                  : "sequence delimitation outside a sequence");
+        return;
+    }
+    if (Points_After(behind, 1) > Points_After(behind, 2)) {
+        Report(Fault::Nesting, Level::Change, header,
+               "sequence delimitation in the place of an item delimitation");
+        position_ = behind;
+        Pop();
+        return;
+    }
+    // The delimiter itself is read by the sequence.
+    Close_Unclosed("item is not closed");
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,417 @@
+#include "mend/reading/element_reader.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace lib_mend {
+
+namespace {
+
+/** Values up to this size are read at once, longer ones are left in the source. */
+constexpr std::int64_t Load_Limit = 1024;
+
+std::string Bytes_Text(std::int64_t count)
+{
+    return std::to_string(count) + (count == 1 ? " byte" : " bytes");
+}
+
+/** VR of an element that carries none. */
+unsigned short Default_VR(const Element_Header& header, const TAG_db_Elems* entry)
+{
+    if (header.tag == Pixel_Data_Tag) {
+        return header.Is_Undefined() ? VR_OB : VR_OW;
+    }
+    if (entry != nullptr) {
+        return entry->vr[0];
+    }
+    if (header.tag.element == 0x0000) {
+        return VR_UL;
+    }
+    const bool is_creator =
+        header.tag.group % 2 != 0 && header.tag.element >= 0x0010 && header.tag.element <= 0x00FF;
+    return is_creator ? VR_LO : static_cast<unsigned short>(0);
+}
+
+DICOM_List* New_Record()
+{
+    auto* const record = static_cast<DICOM_List*>(std::calloc(1, sizeof(DICOM_List)));
+    if (record == nullptr) {
+        throw std::bad_alloc();
+    }
+    return record;
+}
+
+}  // namespace
+
+Element_Reader::Element_Reader(const std::shared_ptr<Source>& source, std::int64_t start,
+                               std::int64_t end, unsigned char mode, Findings& findings,
+                               std::vector<Skipped>& skipped, const Memory_Budget& budget)
+    : source_(source), lens_cursor_(Source::From_Image(lens_, source->Name()), 0), window_(*source),
+      findings_(findings), skipped_(skipped), budget_(budget), position_(start), end_(end)
+{
+    Nesting_Level& top = levels_.emplace_back();
+    top.mode = mode;
+    top.usual_mode = mode;
+    top.end = end;
+    top.limit = end;
+}
+
+Record_List Element_Reader::Read_All()
+{
+    while (!stopped_ && position_ < end_) {
+        Step();
+    }
+    Report_Open_Levels();
+    return std::move(root_);
+}
+
+void Element_Reader::Step()
+{
+    if (window_.Is_Short()) {
+        stopped_ = true;
+        Place place;
+        place.offset = position_;
+        findings_.Report(Fault::Unreadable, Level::Error, place,
+                         "reading stops here: the file became shorter meanwhile");
+        return;
+    }
+    Leave_Ended_Levels();
+    if (position_ >= end_) {
+        return;
+    }
+    switch (Top().kind) {
+    case Level_Kind::List:
+        Read_In_List();
+        break;
+    case Level_Kind::Sequence:
+        Read_In_Sequence();
+        break;
+    case Level_Kind::Fragments:
+        Read_In_Fragments();
+        break;
+    }
+}
+
+void Element_Reader::Read_In_List()
+{
+    const Element_Header header = Decode_Header(Header_Bytes(position_), Top().mode);
+    if ((header.size == 0 || header.tag == Tag{}) && Stop_At_Zeros()) {
+        return;
+    }
+    if (header.tag.group == Delimiter_Group) {
+        Read_Delimiter_In_List(header);
+    } else if (Judge(header, position_, Top()) == Grade::Sound && Fits_What_Follows(header)) {
+        Accept(header);
+    } else {
+        Settle(header);
+    }
+}
+
+/** The quick answer for sound data sets: what the header leads to is a sound header too. */
+bool Element_Reader::Fits_What_Follows(const Element_Header& header)
+{
+    const std::int64_t value = position_ + header.size;
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    if (Has_Nested_Content(header, entry) && header.length != 0) {
+        const Element_Header first = Decode_Header(window_.At(value, 8), Top().mode);
+        return first.tag == Item_Tag ||
+               (first.tag == Sequence_End_Tag && first.length == 0 && header.Is_Undefined());
+    }
+    const std::int64_t end = value + header.length;
+    if (end == Top().limit) {
+        return true;
+    }
+    const Element_Header next = Decode_Header(Header_Bytes(end), Top().mode);
+    if (next.tag.group == Delimiter_Group) {
+        return next.tag == Item_End_Tag && next.length == 0 && levels_.size() > 1 &&
+               Top().end == Level_View::Open;
+    }
+    Level_View behind = Top();
+    behind.last = header.tag;
+    return Judge(next, end, behind) == Grade::Sound;
+}
+
+bool Element_Reader::Spend_Element()
+{
+    budget_.Take_Element();
+    if (!budget_.Is_Spent()) {
+        return true;
+    }
+    if (!stopped_) {
+        Place place;
+        place.offset = position_;
+        findings_.Report(Fault::Unreadable, Level::Error, place,
+                         "reading stops here: the elements of the deflated data set take memory "
+                         "out of proportion");
+    }
+    stopped_ = true;
+    return false;
+}
+
+void Element_Reader::Fill_Record(DICOM_List& record, const Element_Header& header) const
+{
+    record.byte_order = header.mode;
+    record.depth = static_cast<unsigned char>(std::min(depth_, 255));
+    record.flags = DICOM_Origin_Stream;
+    record.group = header.tag.group;
+    record.element = header.tag.element;
+    record.vr = header.vr;
+    record.dict = NEMA_db_Locate(header.tag.group, header.tag.element);
+    record.vr_default = Default_VR(header, record.dict);
+    record.pos = static_cast<unsigned int>(position_);
+    record.data_pos = static_cast<unsigned int>(position_ + header.size);
+    record.size = header.length > std::uint32_t{Max_File_Size} ? DICOM_Undefined_Length
+                                                               : static_cast<int>(header.length);
+}
+
+/** Appends a record to the innermost list. */
+DICOM_List& Element_Reader::Append_Record(const Element_Header& header)
+{
+    Nesting_Level& list = Top();
+    DICOM_List* const record = New_Record();
+    if (list.tail != nullptr) {
+        list.tail->next = record;
+    } else {
+        list.head = record;
+        root_ = Record_List(record);
+    }
+    list.tail = record;
+    list.head->last = record;
+    Fill_Record(*record, header);
+    return *record;
+}
+
+/** Appends an item, which begins with the record of its header, to a sequence. */
+void Element_Reader::Add_Item(Nesting_Level& sequence, Nesting_Level& item,
+                              const Element_Header& header)
+{
+    DICOM_List& owner = *sequence.owner;
+    if (sequence.items == owner.nb_item) {
+        const int slots = std::max(1, 2 * owner.nb_item);
+        void* const grown =
+            std::realloc(owner.item, sizeof(DICOM_List*) * static_cast<std::size_t>(slots));
+        if (grown == nullptr) {
+            throw std::bad_alloc();
+        }
+        owner.item = static_cast<DICOM_List**>(grown);
+        std::fill(owner.item + owner.nb_item, owner.item + slots, nullptr);
+        owner.nb_item = slots;
+    }
+    DICOM_List* const record = New_Record();
+    owner.item[sequence.items++] = record;
+    record->last = record;
+    Fill_Record(*record, header);
+    item.owner = record;
+    item.head = record;
+    item.tail = record;
+}
+
+void Element_Reader::Accept(const Element_Header& header)
+{
+    if (!Spend_Element()) {
+        return;
+    }
+    DICOM_List& record = Append_Record(header);
+    if (record.dict != nullptr && record.dict->nb_vr <= 0) {
+        record.flags |= DICOM_Mark_Retired;
+        Report(Fault::Retired, Level::Info, record, "Retired from DICOM");
+    }
+    if (record.group % 2 != 0) {
+        record.flags |= DICOM_Mark_Private;
+        Ask_Definition(record);
+    }
+    Top().last = std::max(Top().last, header.tag);
+    const Content content = Content_Of(record, header);
+    if (content.kind != Content::Kind::Plain) {
+        Enter(record, header, content);
+        return;
+    }
+    Read_Value(record, header);
+}
+
+void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header)
+{
+    const std::int64_t end = position_ + header.size + record.size;
+    // Pixel data goes to the output as it is.
+    if (levels_.size() > 1 || record.group != Pixel_Data_Tag.group) {
+        budget_.Take_Value(record.size);
+    }
+    if (budget_.Is_Spent()) {
+        record.size = 0;
+        Spend_Element();
+        return;
+    }
+    Load(record);
+    position_ = end;
+    if (record.group % 2 != 0) {
+        Note_Creator(Top(), record);
+    }
+}
+
+void Element_Reader::Load(DICOM_List& record)
+{
+    if (record.size <= 0 || record.size > Load_Limit) {
+        return;
+    }
+    const auto size = static_cast<std::size_t>(record.size);
+    const std::span<const unsigned char> bytes = window_.At(record.data_pos, size);
+    if (bytes.size() != size) {
+        return;
+    }
+    record.data = static_cast<unsigned char*>(std::malloc(size));
+    if (record.data == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::copy(bytes.begin(), bytes.end(), record.data);
+}
+
+/** Tells whether a length ends at a place where something follows that makes sense there. */
+bool Element_Reader::Is_Trusted(std::int64_t end)
+{
+    const Nesting_Level& around = Top();
+    if (end >= around.limit) {
+        return end == around.limit;
+    }
+    const Element_Header next = Decode_Header(Header_Bytes(end), around.mode);
+    const bool is_element = around.kind == Level_Kind::List && next.tag.group != Delimiter_Group;
+    if (is_element && Judge(next, end, around) == Grade::Sound) {
+        return true;
+    }
+    if (around.kind == Level_Kind::Sequence && next.tag == Item_Tag) {
+        return true;
+    }
+    constexpr int Steps = 3;
+    constexpr int Enough = 7;
+    return Look().Follow(end, Steps) >= Enough;
+}
+
+/** Opens the level of a sequence or an encapsulated value. */
+void Element_Reader::Enter(DICOM_List& record, const Element_Header& header, const Content& content)
+{
+    Nesting_Level level;
+    level.kind =
+        content.kind == Content::Kind::Items ? Level_Kind::Sequence : Level_Kind::Fragments;
+    level.mode = content.mode;
+    level.last = header.tag;
+    level.owner = &record;
+    level.limit = Top().limit;
+    if (!header.Is_Undefined()) {
+        level.claimed_end = position_ + header.size + static_cast<std::int64_t>(header.length);
+        if (Is_Trusted(level.claimed_end)) {
+            level.end = level.claimed_end;
+            level.limit = level.claimed_end;
+        }
+    }
+    position_ += header.size;
+    levels_.push_back(std::move(level));
+    ++depth_;
+    deepest_ = std::max(deepest_, depth_);
+}
+
+void Element_Reader::Leave_Ended_Levels()
+{
+    while (levels_.size() > 1 && Top().end != Level_View::Open && Top().end <= position_) {
+        Pop();
+    }
+}
+
+void Element_Reader::Pop()
+{
+    if (Top().kind == Level_Kind::List) {
+        path_.pop_back();
+        Nesting_Level& sequence = levels_[levels_.size() - 2];
+        sequence.last_in_item = Top().last;
+        sequence.creators = std::move(Top().creators);
+    } else {
+        --depth_;
+    }
+    levels_.pop_back();
+}
+
+void Element_Reader::Pop_To(std::size_t levels)
+{
+    while (levels_.size() > levels) {
+        Pop();
+    }
+}
+
+void Element_Reader::Report_Open_Levels()
+{
+    Leave_Ended_Levels();
+    if (stopped_ || cut_off_) {
+        return;
+    }
+    // A cut or a missing delimiter is one fault, however many levels it leaves open.
+    for (std::size_t i = 1; i < levels_.size(); ++i) {
+        const Nesting_Level& level = levels_[i];
+        if (level.claimed_end > end_) {
+            Report(Fault::Truncated, Level::Error, *level.owner,
+                   "is cut off: " + Bytes_Text(level.claimed_end - end_) + " are missing");
+            return;
+        }
+    }
+    if (levels_.size() > 1 && levels_[1].claimed_end == Level_View::Open) {
+        const bool has_fragments = levels_[1].kind == Level_Kind::Fragments;
+        Report(has_fragments ? Fault::Fragments : Fault::Nesting, Level::Change, *levels_[1].owner,
+               "is not closed at the end");
+    }
+}
+
+std::int64_t Element_Reader::Find_Last_Nonzero() const
+{
+    constexpr std::int64_t Block = 4096;
+    for (std::int64_t end = source_->Size(); end > 0;) {
+        const std::int64_t start = std::max<std::int64_t>(0, end - Block);
+        const auto size = static_cast<std::size_t>(end - start);
+        const std::span<const unsigned char> bytes = window_.At(start, size);
+        if (bytes.size() != size) {
+            // What cannot be read, or was cut off meanwhile, is not taken for zeros.
+            return end - 1;
+        }
+        const auto last = std::find_if(bytes.rbegin(), bytes.rend(),
+                                       [](unsigned char byte) { return byte != 0; });
+        if (last != bytes.rend()) {
+            return start + (bytes.rend() - last) - 1;
+        }
+        end = start;
+    }
+    return -1;
+}
+
+bool Element_Reader::Stop_At_Zeros()
+{
+    if (last_nonzero_ == Not_Looked_For) {
+        last_nonzero_ = Find_Last_Nonzero();
+    }
+    if (last_nonzero_ >= position_ || end_ != source_->Size()) {
+        return false;
+    }
+    Place place;
+    place.offset = position_;
+    findings_.Report(Fault::Trailing, Level::Change, place,
+                     Bytes_Text(end_ - position_) + " of zeros behind the last element");
+    skipped_.push_back({position_, end_ - position_});
+    position_ = end_;
+    return true;
+}
+
+void Element_Reader::Report(Fault fault, Level level, const DICOM_List& record, std::string text)
+{
+    findings_.Report(fault, level, At(record, path_), std::move(text));
+}
+
+void Element_Reader::Report(Fault fault, Level level, const Element_Header& header,
+                            std::string text)
+{
+    const Place place = {
+        true,
+        header.tag,
+        header.vr,
+        &path_,
+        position_,
+        header.Is_Undefined() ? Finding::Nowhere : static_cast<std::int64_t>(header.length)};
+    findings_.Report(fault, level, place, std::move(text));
+}
+
+}  // namespace lib_mend

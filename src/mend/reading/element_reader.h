@@ -1,0 +1,201 @@
+// Reads the elements of a source into a tree, and goes on behind faults.
+//
+// A header that makes sense where it stands, and leads to one that does, is taken at the cost of a
+// few comparisons. Any other is settled: each way to read it is tried, and the one is taken under
+// which the headers that follow make the most sense; where there is none, reading goes on at the next
+// place where headers follow each other. One file holds each kind of fault:
+//
+//     element_reader.cpp   the levels, and elements that are sound
+//     wrong_header.cpp     VRs that do not exist, lengths that do not fit, other encodings
+//     hidden_items.cpp     sequences that do not look like one, and what looks like one and is none
+//     delimiters.cpp       items and delimiters that are missing, doubled, exchanged or misplaced
+//     fragments.cpp        encapsulated data
+//     resync.cpp           the next place where headers follow each other
+//     private_elements.cpp private creators and their definitions
+#ifndef LIB_MEND_ELEMENT_READER_H
+#define LIB_MEND_ELEMENT_READER_H
+
+#include "mend/io/deflate.h"
+#include "mend/io/window.h"
+#include "mend/reading/data_set.h"
+#include "mend/reading/outlook.h"
+
+#include <optional>
+#include <vector>
+
+namespace lib_mend {
+
+class Element_Reader {
+public:
+    /**
+     * @param end   position behind the last element: the size of the source, or less
+     * @param mode  byte-order code of the elements at the top level
+     * @param budget  what the elements may cost; reading stops when it is spent
+     */
+    Element_Reader(const std::shared_ptr<Source>& source, std::int64_t start, std::int64_t end,
+                   unsigned char mode, Findings& findings, std::vector<Skipped>& skipped,
+                   const Memory_Budget& budget = {});
+
+    /** Reads to the end. */
+    Record_List Read_All();
+
+    /** Position behind the last element that was read. */
+    std::int64_t Position() const
+    {
+        return position_;
+    }
+    /** Sequences nested deeper than the library's context can tell. */
+    bool Too_Deep() const
+    {
+        return deepest_ >= DICOM_Max_Depth;
+    }
+
+private:
+    /** What had to be assumed to read a header. */
+    enum class Assumed : unsigned char { Nothing, As_Library, Form, Encoding, Length };
+    struct Reading {
+        Element_Header header;
+        /** Byte-order code of what follows in the list. */
+        unsigned char mode = 0;
+        Assumed assumed = Assumed::Nothing;
+        /** How well the header and what follows make sense; what follows alone. */
+        int points = -1;
+        int behind = 0;
+    };
+    /** Where reading goes on: a position, and the number of levels that are open there. */
+    struct Place_Found {
+        std::int64_t position;
+        std::size_t levels;
+    };
+    /** What stands in a value. */
+    struct Content {
+        enum class Kind { Plain, Items, Fragments } kind = Kind::Plain;
+        unsigned char mode = 0;
+    };
+
+    // ---- element_reader.cpp
+    void Step();
+    void Read_In_List();
+    bool Fits_What_Follows(const Element_Header& header);
+    void Accept(const Element_Header& header);
+    void Read_Value(DICOM_List& record, const Element_Header& header);
+    void Load(DICOM_List& record);
+    void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
+    bool Is_Trusted(std::int64_t end);
+    void Leave_Ended_Levels();
+    void Pop();
+    void Pop_To(std::size_t levels);
+    bool Stop_At_Zeros();
+    void Report_Open_Levels();
+    bool Spend_Element();
+    DICOM_List& Append_Record(const Element_Header& header);
+    void Fill_Record(DICOM_List& record, const Element_Header& header) const;
+    void Add_Item(Nesting_Level& sequence, Nesting_Level& item, const Element_Header& header);
+    std::int64_t Find_Last_Nonzero() const;
+
+    // ---- wrong_header.cpp
+    void Settle(const Element_Header& as_read);
+    void Offer(Reading& best, const Element_Header& header, Assumed assumed, int cost);
+    void Offer_Under(Reading& best, const Reading& reading, int cost);
+    void Offer_Forms(Reading& best, const Element_Header& as_read);
+    void Offer_Encodings(Reading& best);
+    void Offer_Lengths(Reading& best, const Element_Header& as_read);
+    void Offer_Library(Reading& best, const Element_Header& as_read);
+    bool Settle_Damaged_Delimiter(const Element_Header& header, int enough);
+    bool Settle_By_Search(const Element_Header& as_read);
+    void Take(const Reading& reading, const Element_Header& as_read);
+    Element_Header With_VR(const Element_Header& header) const;
+    void Report_Cut(const Element_Header& header, std::uint32_t claimed);
+    void Note_Claim(std::uint32_t length, std::uint32_t claimed);
+    bool Ask_Library(const Element_Header& as_read, Element_Header& header);
+
+    // ---- hidden_items.cpp
+    Content Content_Of(DICOM_List& record, const Element_Header& header);
+    Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
+    bool Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
+    unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
+    bool Starts_With_Item(std::int64_t at, unsigned char mode);
+
+    // ---- delimiters.cpp
+    void Read_In_Sequence();
+    void Read_Delimiter_In_List(const Element_Header& header);
+    void Read_Item_In_List(const Element_Header& header);
+    void Read_Sequence_End_In_List(const Element_Header& header);
+    void Read_Item_End_In_Sequence(const Element_Header& header);
+    void Settle_In_Sequence();
+    int Points_In_Last_Item();
+    int Points_In_New_Item(std::int64_t at);
+    void Reopen_Item();
+    static int Same_Bytes(Tag tag, Tag other);
+    void Start_Item(const Element_Header& header);
+    void Skip_Delimiter(const Element_Header& header, const char* what);
+    void Close_Unclosed(const char* what);
+    void Check_Delimiter_Length(const Element_Header& header);
+    int Points_After(std::int64_t at, std::size_t pop);
+
+    // ---- fragments.cpp
+    void Read_In_Fragments();
+    void Read_Fragment(const Element_Header& header);
+    void Read_Bare_Fragment(const Element_Header& header);
+    void Supply_Offset_Table(const Element_Header& header);
+    bool Fragment_May_End(std::int64_t at);
+    std::int64_t Find_Fragment_End(std::int64_t from);
+    void Report_Fragment_End(const DICOM_List& record, const Element_Header& header,
+                             std::int64_t claimed, std::int64_t end);
+
+    // ---- resync.cpp
+    std::optional<Place_Found> Find_Place(std::int64_t from, Tag last);
+    bool Is_Place(std::int64_t at, std::size_t levels, Tag last);
+    void Skip_Garbage();
+
+    // ---- private_elements.cpp
+    void Note_Creator(Nesting_Level& list, const DICOM_List& record);
+    void Ask_Definition(DICOM_List& record);
+
+    void Report(Fault fault, Level level, const DICOM_List& record, std::string text);
+    void Report(Fault fault, Level level, const Element_Header& header, std::string text);
+
+    Nesting_Level& Top()
+    {
+        return levels_.back();
+    }
+    std::span<const unsigned char> Header_Bytes(std::int64_t at)
+    {
+        return window_.At(at, Longest_Header);
+    }
+    Outlook Look() const
+    {
+        return {window_, levels_, end_};
+    }
+
+    std::shared_ptr<Source> source_;
+    /** The bytes of one header, for the library to read. */
+    std::array<unsigned char, 64> lens_ = {};
+    Cursor lens_cursor_;
+    mutable Window window_;
+    Findings& findings_;
+    std::vector<Skipped>& skipped_;
+    Memory_Budget budget_;
+    std::int64_t position_;
+    std::int64_t end_;
+    Record_List root_;
+    std::vector<Nesting_Level> levels_;
+    Path path_;
+    bool stopped_ = false;
+    /** The file ends too early, and that was said. */
+    bool cut_off_ = false;
+    Bytes search_;
+    /** A search found no place up to here. */
+    std::int64_t searched_to_ = -1;
+    std::int64_t fragments_searched_to_ = -1;
+    /** Place of the last byte of the source that is not zero, found when first asked for. */
+    std::int64_t last_nonzero_ = Not_Looked_For;
+    int depth_ = 0;
+    int deepest_ = 0;
+
+    static constexpr std::int64_t Not_Looked_For = -2;
+};
+
+}  // namespace lib_mend
+
+#endif

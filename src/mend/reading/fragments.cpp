@@ -1,0 +1,193 @@
+// Encapsulated data (PS3.5 section A.4) and its faults.
+//
+//     (7FE0,0010) OB undefined
+//       (FFFE,E000) 0             offset table, may be empty       missing: an empty one is supplied
+//       (FFFE,E000) n  fragment                                    of undefined or wrong length: to
+//       ...                                                        the next item that makes sense
+//       (FFFE,E0DD) 0                                              missing: the next element ends it
+//
+// A length that leads to the next item or the delimiter holds, whatever the bytes of a fragment look
+// like: compressed data may hold the bytes of a delimiter.
+#include "mend/reading/element_reader.h"
+#include "mend/reading/encoding.h"
+
+#include <algorithm>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr std::int64_t Item_Header_Size = 8;
+
+bool Is_Compressed_Frame(std::span<const unsigned char> bytes)
+{
+    const bool has_marker =
+        bytes.size() >= 2 && bytes[0] == 0xFF && (bytes[1] == 0xD8 || bytes[1] == 0x4F);
+    return has_marker || !Guess_Pixel_Syntax(bytes).empty();
+}
+
+}  // namespace
+
+/** Tells whether an item, the delimiter or the end of the data stands at a place. */
+bool Element_Reader::Fragment_May_End(std::int64_t at)
+{
+    const Nesting_Level& level = Top();
+    if (at == level.limit) {
+        return true;
+    }
+    const Element_Header next = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
+    if (next.size == 0) {
+        return false;
+    }
+    if (next.tag == Item_Tag) {
+        return next.Is_Undefined() || at + next.size + next.length <= level.limit;
+    }
+    return next.tag == Sequence_End_Tag && next.length == 0;
+}
+
+/** The next place from which the fragments, or the elements behind them, go on; or the end. */
+std::int64_t Element_Reader::Find_Fragment_End(std::int64_t from)
+{
+    constexpr std::size_t Block = 16384;
+    constexpr std::int64_t Overlap = Item_Header_Size - 1;
+    const Nesting_Level& level = Top();
+    std::int64_t at = std::max(from, fragments_searched_to_);
+    while (at + Item_Header_Size <= level.limit) {
+        const auto size = static_cast<std::size_t>(std::min<std::int64_t>(Block, level.limit - at));
+        const std::span<const unsigned char> bytes = window_.At(at, size);
+        if (bytes.size() < Item_Header_Size) {
+            break;
+        }
+        for (std::size_t i = 0; i + Item_Header_Size <= bytes.size(); ++i) {
+            // Group FFFE in either byte order.
+            if (bytes[i] < 0xFE || bytes[i + 1] < 0xFE) {
+                continue;
+            }
+            const std::int64_t place = at + static_cast<std::int64_t>(i);
+            const Element_Header next = Decode_Header(bytes.subspan(i), level.mode);
+            const bool is_end = next.tag == Sequence_End_Tag && next.length == 0;
+            const bool is_item = next.tag == Item_Tag && !next.Is_Undefined() &&
+                                 place + Item_Header_Size + next.length <= level.limit &&
+                                 Look().Follow(place, 2) == 2 * Outlook::Sound_Points;
+            if (is_item || (is_end && Look().Follow(place, 2) > Outlook::Sound_Points)) {
+                return place;
+            }
+        }
+        at += std::ssize(bytes) - Overlap;
+    }
+    fragments_searched_to_ = level.limit;
+    return level.limit;
+}
+
+/** The first item of encapsulated pixel data holds a frame: the offset table is missing. */
+void Element_Reader::Supply_Offset_Table(const Element_Header& header)
+{
+    Nesting_Level& level = Top();
+    if (level.items != 0 || header.length == 0 || header.Is_Undefined() ||
+        Tag_Of(*level.owner) != Pixel_Data_Tag) {
+        return;
+    }
+    constexpr std::size_t Enough = 65536;
+    const std::size_t size = std::min<std::size_t>(header.length, Enough);
+    const std::span<const unsigned char> bytes = window_.At(position_ + header.size, size);
+    const bool is_table =
+        bytes.size() >= 4 && header.length % 4 == 0 &&
+        std::all_of(bytes.begin(), bytes.begin() + 4, [](unsigned char byte) { return byte == 0; });
+    if (is_table || (header.length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
+        return;
+    }
+    Report(Fault::Offset_Table, Level::Change, *level.owner,
+           "the offset table is missing: the first item holds a frame; an empty one is supplied");
+    Nesting_Level item;
+    const Element_Header empty = {Item_Tag, 0, header.mode, Header_Form::Implicit, 0, 0};
+    Add_Item(level, item, empty);
+    item.owner->vr_default = VR_OB;
+}
+
+void Element_Reader::Read_Fragment(const Element_Header& header)
+{
+    if (!Spend_Element()) {
+        return;
+    }
+    Supply_Offset_Table(header);
+    Nesting_Level& level = Top();
+    Nesting_Level item;
+    Add_Item(level, item, header);
+    DICOM_List& record = *item.owner;
+    // A fragment is a value; its VR keeps it apart from the items of sequences.
+    record.vr_default = VR_OB;
+    const std::int64_t content = position_ + header.size;
+    std::int64_t end = header.Is_Undefined() ? level.limit + 1 : content + header.length;
+    if (end > level.limit || !Fragment_May_End(end)) {
+        const std::int64_t claimed = end;
+        end = Find_Fragment_End(content);
+        Report_Fragment_End(record, header, claimed, end);
+    }
+    record.size = static_cast<int>(end - content);
+    record.spare = static_cast<std::int64_t>(header.length) != end - content ? header.length : 0;
+    Load(record);
+    position_ = end;
+}
+
+void Element_Reader::Report_Fragment_End(const DICOM_List& record, const Element_Header& header,
+                                         std::int64_t claimed, std::int64_t end)
+{
+    const std::int64_t there = end - position_ - header.size;
+    if (header.Is_Undefined()) {
+        Report(Fault::Fragments, Level::Change, record,
+               "fragment of undefined length; it ends after " + std::to_string(there) + " bytes");
+    } else if (end == end_ && claimed > end_) {
+        cut_off_ = true;
+        Report(Fault::Truncated, Level::Error, record,
+               "the value is cut off: " + std::to_string(there) + " of " +
+                   std::to_string(header.length) + " bytes are there");
+    } else {
+        Report(Fault::Value_Length, Level::Change, record,
+               "the length of the fragment is " + std::to_string(header.length) + ", but " +
+                   std::to_string(there) + " bytes fit what follows");
+    }
+}
+
+void Element_Reader::Read_In_Fragments()
+{
+    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    if (header.size != 0 && header.tag == Item_Tag) {
+        Read_Fragment(header);
+        return;
+    }
+    if (header.size != 0 && header.tag == Sequence_End_Tag) {
+        Check_Delimiter_Length(header);
+        position_ += header.size;
+        Pop();
+        return;
+    }
+    if (Points_After(position_, 1) > Outlook::Sound_Points) {
+        Close_Unclosed("encapsulated value is not closed");
+        return;
+    }
+    Read_Bare_Fragment(header);
+}
+
+/** Bytes that stand in no item: one is supplied around them, so that nothing is lost. */
+void Element_Reader::Read_Bare_Fragment(const Element_Header& header)
+{
+    if (header.size != 0 && header.tag == Item_End_Tag && header.length == 0) {
+        Skip_Delimiter(header, "item delimitation outside an item");
+        return;
+    }
+    const std::int64_t end = Find_Fragment_End(position_ + 1);
+    Report(Fault::Fragments, Level::Change, *Top().owner,
+           std::to_string(end - position_) + " bytes at " + std::to_string(position_) +
+               " stand in no fragment; they are taken as one");
+    const Element_Header bare = {Item_Tag,   0,
+                                 Top().mode, Header_Form::Implicit,
+                                 0,          static_cast<std::uint32_t>(end - position_)};
+    Supply_Offset_Table(bare);
+    Nesting_Level item;
+    Add_Item(Top(), item, bare);
+    item.owner->vr_default = VR_OB;
+    Load(*item.owner);
+    position_ = end;
+}
+
+}  // namespace lib_mend

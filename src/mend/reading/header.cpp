@@ -1,0 +1,123 @@
+#include "mend/reading/header.h"
+
+#include "mend/reading/encoding.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr unsigned short Short_VRs[] = {VR_AE, VR_AS, VR_AT, VR_CS, VR_DA, VR_DS, VR_DT,
+                                        VR_FD, VR_FL, VR_IS, VR_LO, VR_LT, VR_PN, VR_SH,
+                                        VR_SL, VR_SS, VR_ST, VR_TM, VR_UI, VR_UL, VR_US};
+constexpr unsigned short Long_VRs[] = {VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_SQ,
+                                       VR_SV, VR_UC, VR_UN, VR_UR, VR_UT, VR_UV};
+
+enum class Width : unsigned char { None, Short, Long };
+
+constexpr int Letters = 26;
+
+/** Width of the length by the two letters: every header asks for it. */
+constexpr std::array<Width, Letters * Letters> Make_Widths()
+{
+    std::array<Width, Letters* Letters> widths = {};
+    const auto index = [](unsigned short vr) {
+        return static_cast<std::size_t>(((vr >> 8) - 'A') * Letters + (vr & 0xFF) - 'A');
+    };
+    for (const unsigned short vr : Short_VRs) {
+        widths[index(vr)] = Width::Short;
+    }
+    for (const unsigned short vr : Long_VRs) {
+        widths[index(vr)] = Width::Long;
+    }
+    return widths;
+}
+
+constexpr auto Widths = Make_Widths();
+
+Width Width_Of(unsigned short vr)
+{
+    const int first = (vr >> 8) - 'A';
+    const int second = (vr & 0xFF) - 'A';
+    if (first < 0 || first >= Letters || second < 0 || second >= Letters) {
+        return Width::None;
+    }
+    return Widths[static_cast<std::size_t>(first * Letters + second)];
+}
+
+unsigned short Number_16(const unsigned char* bytes, bool big)
+{
+    return static_cast<unsigned short>(big ? bytes[0] << 8 | bytes[1] : bytes[1] << 8 | bytes[0]);
+}
+
+std::uint32_t Number_32(const unsigned char* bytes, bool big)
+{
+    const std::uint32_t first = Number_16(bytes, big);
+    const std::uint32_t second = Number_16(bytes + 2, big);
+    return big ? first << 16 | second : second << 16 | first;
+}
+
+}  // namespace
+
+bool Is_Known_VR(unsigned short vr)
+{
+    return Width_Of(vr) != Width::None;
+}
+
+bool Is_Long_VR(unsigned short vr)
+{
+    return Width_Of(vr) == Width::Long;
+}
+
+std::string VR_Text(unsigned short vr)
+{
+    const auto letter = [](int byte) {
+        return byte > ' ' && byte < 0x7F ? static_cast<char>(byte) : '-';
+    };
+    return {letter(vr >> 8), letter(vr & 0xFF)};
+}
+
+Element_Header Decode_Header_As(std::span<const unsigned char> bytes, unsigned char mode,
+                                Header_Form form)
+{
+    constexpr int Sizes[] = {8, 12, 8, 10};
+    Element_Header header;
+    header.mode = mode;
+    header.form = form;
+    const int size = Sizes[static_cast<std::size_t>(form)];
+    if (std::ssize(bytes) < size) {
+        return header;
+    }
+    const bool big = Is_Big_Endian(mode);
+    const unsigned char* const at = bytes.data();
+    header.size = size;
+    header.tag = {Number_16(at, big), Number_16(at + 2, big)};
+    header.vr = form == Header_Form::Implicit ? static_cast<unsigned short>(0)
+                                              : static_cast<unsigned short>(at[4] << 8 | at[5]);
+    header.length =
+        form == Header_Form::Short ? Number_16(at + 6, big) : Number_32(at + size - 4, big);
+    return header;
+}
+
+Element_Header Decode_Header(std::span<const unsigned char> bytes, unsigned char mode)
+{
+    if (bytes.size() < 8) {
+        return {};
+    }
+    const bool is_delimiter = Number_16(bytes.data(), Is_Big_Endian(mode)) == Delimiter_Group;
+    if (!Is_Explicit(mode) || is_delimiter) {
+        return Decode_Header_As(bytes, mode, Header_Form::Implicit);
+    }
+    const auto vr = static_cast<unsigned short>(bytes[4] << 8 | bytes[5]);
+    return Decode_Header_As(bytes, mode, Is_Long_VR(vr) ? Header_Form::Long : Header_Form::Short);
+}
+
+std::string Mode_Text(unsigned char mode)
+{
+    return Encoding_Text({Is_Explicit(mode), Is_Big_Endian(mode), false, false});
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,163 @@
+// Sequences that do not look like one, and what looks like one and is none.
+//
+//     (0009,1001) UN undefined, (FFFE,E000) ...     a sequence that a writer did not know; its items
+//                                                   should be in implicit VR little endian (PS3.5
+//                                                   6.2.2), but often hold what is around them
+//     (0028,3010) OW 60, (FFFE,E000) ...            a sequence under the VR of something else
+//     (0008,1140) SQ 12, "no items in it"           bytes under the VR of a sequence
+//     (0028,3006) OW undefined, (FFFE,E000) ...     encapsulated, unless elements stand in the items
+//
+// What holds items from its first byte to its last becomes a sequence, what holds none stays bytes.
+#include "mend/reading/element_reader.h"
+
+#include <array>
+
+namespace lib_mend {
+
+namespace {
+
+/** Items of one value that are looked at before it is believed to hold items. */
+constexpr std::uint32_t Item_Header_Size = 8;
+
+bool May_Hide_Items(const DICOM_List& record)
+{
+    const unsigned short vr = VR_Of(record);
+    return vr == VR_UN || vr == VR_OB || vr == VR_OW || vr == 0 ||
+           (record.dict != nullptr && record.dict->vr[0] == VR_SQ);
+}
+
+bool Is_Pixel_Value(Tag tag)
+{
+    return tag.group == 0x7FE0;
+}
+
+}  // namespace
+
+bool Element_Reader::Starts_With_Item(std::int64_t at, unsigned char mode)
+{
+    const Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), mode);
+    return item.size != 0 && item.tag == Item_Tag;
+}
+
+/** Steps over the items of a value; the first one without a length is taken on trust. */
+bool Element_Reader::Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode)
+{
+    while (at + Item_Header_Size <= end) {
+        const Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), mode);
+        const std::int64_t content = at + item.size;
+        if (item.size == 0 || item.tag != Item_Tag) {
+            // A delimiter that needs not be there.
+            return item.tag == Sequence_End_Tag && item.length == 0 && content == end;
+        }
+        Level_View inside;
+        inside.limit = end;
+        inside.end = item.Is_Undefined() ? Level_View::Open : content + item.length;
+        inside.mode = mode;
+        if (inside.end > end) {
+            return false;
+        }
+        if (item.length != 0) {
+            inside.mode = Mode_In_Item(window_, content, inside);
+            const Element_Header first = Decode_Header(Header_Bytes(content), inside.mode);
+            const bool is_end = item.Is_Undefined() && first.tag == Item_End_Tag;
+            if (!is_end && Judge(first, content, inside) < Grade::Doubtful) {
+                return false;
+            }
+        }
+        if (item.Is_Undefined()) {
+            return true;
+        }
+        at = inside.end;
+    }
+    return at == end;
+}
+
+/** Byte order of the items of a value: that of the list around it, or the other one. */
+unsigned char Element_Reader::Mode_Of_Items(std::int64_t at, unsigned char mode)
+{
+    const auto swapped = static_cast<unsigned char>(mode ^ DICOM_Order_Big_Endian);
+    return !Starts_With_Item(at, mode) && Starts_With_Item(at, swapped) ? swapped : mode;
+}
+
+Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
+                                                             const Element_Header& header)
+{
+    const unsigned short vr = VR_Of(record);
+    const std::int64_t value = position_ + header.size;
+    const bool is_OB = vr == VR_OB || vr == VR_OW;
+    unsigned char mode = vr == VR_UN && record.vr != 0
+                             ? static_cast<unsigned char>(header.mode & DICOM_Order_Big_Endian)
+                             : header.mode;
+    mode = Mode_Of_Items(value, mode);
+    if (header.tag == Pixel_Data_Tag || is_OB) {
+        const std::int64_t first = value + Item_Header_Size;
+        Level_View inside;
+        inside.limit = Top().limit;
+        inside.mode = mode;
+        inside.mode = Mode_In_Item(window_, first, inside);
+        const Element_Header element = Decode_Header(Header_Bytes(first), inside.mode);
+        const bool holds_elements = !Is_Pixel_Value(header.tag) && Starts_With_Item(value, mode) &&
+                                    Judge(element, first, inside) == Grade::Sound;
+        if (!holds_elements) {
+            if (record.vr != 0 && !is_OB) {
+                Report(Fault::Fragments, Level::Change, record,
+                       "encapsulated value stored as " + VR_Text(record.vr));
+                record.vr = VR_OB;
+            }
+            return {Content::Kind::Fragments, header.mode};
+        }
+        Report(Fault::VR, Level::Change, record,
+               "VR=" + VR_Text(vr) + " of undefined length holds items; it is a sequence");
+        record.vr = VR_SQ;
+    } else if (vr == VR_UN) {
+        Report(Fault::VR_Unknown, Level::Change, record, "sequence stored as UN");
+        record.vr = VR_SQ;
+    } else if (vr != VR_SQ && vr != 0) {
+        // Where the stream carries no VR there is nothing that could be put right.
+        Report(Fault::Undefined_Length, record.vr != 0 ? Level::Change : Level::Info, record,
+               "VR=" + VR_Text(vr) + " of undefined length is taken as a sequence");
+        record.vr = VR_SQ;
+    }
+    record.vr_default = VR_SQ;
+    return {Content::Kind::Items, mode};
+}
+
+Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Element_Header& header)
+{
+    if (header.Is_Undefined()) {
+        return Content_Of_Undefined(record, header);
+    }
+    const Content bytes;
+    const std::int64_t value = position_ + header.size;
+    if (header.length == 0) {
+        return bytes;
+    }
+    const bool is_sequence = VR_Of(record) == VR_SQ;
+    const bool is_foreign = record.vr == VR_UN || record.vr == VR_OB || record.vr == VR_OW;
+    const unsigned char around = record.vr == VR_UN ? static_cast<unsigned char>(0) : header.mode;
+    const unsigned char mode = Mode_Of_Items(value, around);
+    if (is_sequence && Starts_With_Item(value, mode)) {
+        return {Content::Kind::Items, mode};
+    }
+    const std::int64_t end = value + header.length;
+    if (is_sequence) {
+        Report(record.vr != 0 ? Fault::Nesting : Fault::Private_Definition,
+               record.vr != 0 ? Level::Change : Level::Info, record,
+               "a sequence without items; its bytes are kept as UN");
+        record.vr = VR_UN;
+        return bytes;
+    }
+    if (!May_Hide_Items(record) || Is_Pixel_Value(header.tag) || !Starts_With_Item(value, mode) ||
+        !Items_Fill(value, end, mode)) {
+        return bytes;
+    }
+    if (is_foreign) {
+        Report(record.vr == VR_UN ? Fault::VR_Unknown : Fault::VR, Level::Change, record,
+               "sequence stored as " + VR_Text(record.vr));
+    }
+    record.vr_default = VR_SQ;
+    record.vr = record.vr != 0 ? VR_SQ : static_cast<unsigned short>(0);
+    return {Content::Kind::Items, mode};
+}
+
+}  // namespace lib_mend

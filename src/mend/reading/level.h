@@ -1,0 +1,56 @@
+// The open levels of nesting while a data set is read.
+#ifndef LIB_MEND_LEVEL_H
+#define LIB_MEND_LEVEL_H
+
+#include "mend/reading/header.h"
+
+#include <map>
+#include <memory>
+
+namespace lib_mend {
+
+enum class Level_Kind : unsigned char {
+    List,      ///< the data set itself, or an item: elements stand in it
+    Sequence,  ///< items stand in it
+    Fragments  ///< encapsulated data: items that are values stand in it
+};
+
+/** What has to be known of a level to tell whether a header makes sense in it. */
+struct Level_View {
+    /** Its delimiter ends the level, or what cannot belong to it. */
+    static constexpr std::int64_t Open = -1;
+
+    Level_Kind kind = Level_Kind::List;
+    /** Byte-order code of what stands in it. */
+    unsigned char mode = 0;
+    /** Tag of the last element of a list, of the sequence for items. */
+    Tag last;
+    /** Position at which it ends, or Open. */
+    std::int64_t end = Open;
+    /** Position at which it ends at the latest, with the levels around it. */
+    std::int64_t limit = 0;
+};
+
+struct Nesting_Level : Level_View {
+    /** The sequence, the encapsulated element, or the header of the item; null for the data set. */
+    DICOM_List* owner = nullptr;
+    /** First and last record of a list. */
+    DICOM_List* head = nullptr;
+    DICOM_List* tail = nullptr;
+    /** Number of items. */
+    int items = 0;
+    /** End by the length that the header claims, though it is not believed; or Open. */
+    std::int64_t claimed_end = Open;
+    /** Byte-order code in which its elements began. */
+    unsigned char usual_mode = 0;
+    /** What is wrong with its end was said. */
+    bool said = false;
+    /** Tag of the last element of the last item of a sequence. */
+    Tag last_in_item;
+    /** Private creators of a list, or of the last item, by group and block; most have none. */
+    std::unique_ptr<std::map<Tag, std::string>> creators;
+};
+
+}  // namespace lib_mend
+
+#endif

@@ -1,0 +1,93 @@
+#include "mend/reading/plausibility.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag Trailing_Padding_Tag = {0xFFFC, 0xFFFC};
+
+/** How well the tag alone makes sense. */
+Grade Judge_Tag(Tag tag, const Level_View& list, const TAG_db_Elems* entry, bool is_explicit)
+{
+    const Tag last = list.last;
+    constexpr unsigned short Last_Reserved_Odd_Group = 0x0007;
+    constexpr unsigned short First_Private_Element = 0x1000;
+    constexpr unsigned short First_Creator = 0x0010;
+    constexpr unsigned short Last_Creator = 0x00FF;
+    const bool ascends = tag > last;
+    if (tag.group == Delimiter_Group || tag.group == 0xFFFF) {
+        return Grade::Impossible;
+    }
+    if (tag.group % 2 == 0) {
+        const bool is_known =
+            entry != nullptr || tag == Trailing_Padding_Tag || tag.element == 0x0000;
+        // Command and file meta elements stand outside a data set.
+        const bool is_foreign = tag.group <= 0x0002;
+        return is_known && ascends && !is_foreign ? Grade::Sound
+               : is_known || is_explicit          ? Grade::Doubtful
+                                                  : Grade::Impossible;
+    }
+    const bool is_creator = tag.element >= First_Creator && tag.element <= Last_Creator;
+    const bool has_form =
+        is_creator || tag.element >= First_Private_Element || tag.element == 0x0000;
+    // Without VRs a private element shows by its company: others of its group come first.
+    const bool has_company = is_explicit || is_creator || tag.group == last.group;
+    const bool is_sound = has_form && ascends && has_company && tag.group > Last_Reserved_Odd_Group;
+    return is_sound ? Grade::Sound : Grade::Doubtful;
+}
+
+bool Is_Length_Possible(const Element_Header& header, std::int64_t at, std::int64_t limit,
+                        bool is_nested)
+{
+    if (header.Is_Undefined()) {
+        return is_nested;
+    }
+    return at + header.size + static_cast<std::int64_t>(header.length) <= limit;
+}
+
+}  // namespace
+
+bool Allows(const TAG_db_Elems& entry, unsigned short vr)
+{
+    const auto* const end = entry.vr + std::abs(entry.nb_vr);
+    return vr == VR_UN || std::find(entry.vr, end, vr) != end;
+}
+
+bool Has_Nested_Content(const Element_Header& header, const TAG_db_Elems* entry)
+{
+    if (header.vr == VR_SQ) {
+        return true;
+    }
+    if (header.Is_Undefined()) {
+        return header.vr == 0 || header.vr == VR_UN || header.vr == VR_OB || header.vr == VR_OW;
+    }
+    return header.vr == 0 && entry != nullptr && entry->vr[0] == VR_SQ;
+}
+
+Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& list)
+{
+    if (header.size == 0) {
+        return Grade::Impossible;
+    }
+    const bool is_explicit = header.form != Header_Form::Implicit;
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const Grade tag = Judge_Tag(header.tag, list, entry, is_explicit);
+    if (tag == Grade::Impossible) {
+        return tag;
+    }
+    if (is_explicit && !Is_Known_VR(header.vr)) {
+        return tag == Grade::Sound ? Grade::VR_Impossible : Grade::Impossible;
+    }
+    const bool fits = !is_explicit || entry == nullptr || Allows(*entry, header.vr);
+    const bool is_nested = Has_Nested_Content(header, entry);
+    if (!Is_Length_Possible(header, at, list.limit, is_nested)) {
+        return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;
+    }
+    const bool is_odd = header.length % 2 != 0 && !header.Is_Undefined();
+    return tag == Grade::Sound && fits && !is_odd ? Grade::Sound : Grade::Doubtful;
+}
+
+}  // namespace lib_mend

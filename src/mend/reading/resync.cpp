@@ -1,0 +1,122 @@
+// The next place where headers follow each other, behind bytes that are no elements.
+//
+//     element, 12 bytes of anything, element, element ...
+//
+// From the fault on every byte is tried as the beginning of a header, in each of the innermost open
+// levels. The place has to make sense itself, and those behind it too. What was skipped is said and
+// kept apart. No byte is searched twice for nothing: a search that found none is remembered.
+#include "mend/reading/element_reader.h"
+
+#include <algorithm>
+
+namespace lib_mend {
+
+namespace {
+
+/** Levels that a place may belong to, the innermost first. */
+constexpr std::size_t Levels_Tried = 6;
+/** Headers that have to follow each other, and what they have to come to. */
+constexpr int Steps = 4;
+constexpr int Enough = 10;
+
+/** The quick test that nearly every byte fails. */
+bool May_Be_Header(std::span<const unsigned char> bytes, unsigned char mode)
+{
+    const Element_Header header = Decode_Header(bytes, mode);
+    if (header.tag.group == Delimiter_Group) {
+        return header.tag == Item_Tag ||
+               ((header.tag == Item_End_Tag || header.tag == Sequence_End_Tag) &&
+                header.length == 0);
+    }
+    if (Is_Explicit(mode)) {
+        return header.size != 0 && Is_Known_VR(header.vr);
+    }
+    constexpr std::uint32_t Long = 0x10000;
+    // Lengths of implicit elements are small numbers, which random bytes are not.
+    return header.Is_Undefined() || header.length < Long || header.tag.group >= 0x5000 ||
+           header.tag.group == 0x0042;
+}
+
+}  // namespace
+
+bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
+{
+    const Nesting_Level& level = levels_[levels - 1];
+    const Element_Header header = Decode_Header(Header_Bytes(at), level.mode);
+    if (header.tag.group != Delimiter_Group) {
+        Level_View list = level;
+        list.last = levels == levels_.size() ? std::max(last, level.last) : level.last;
+        if (level.kind != Level_Kind::List || Judge(header, at, list) != Grade::Sound) {
+            return false;
+        }
+    }
+    Outlook look(window_, std::span(levels_).first(levels), end_);
+    look.Top().last = levels == levels_.size() ? std::max(last, level.last) : level.last;
+    return look.Follow(at, Steps) >= Enough;
+}
+
+/**
+ * Finds where elements go on, not before `from`.
+ *
+ * @param last  tag that elements of the innermost list have to follow
+ */
+std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64_t from, Tag last)
+{
+    constexpr std::int64_t Block = 16384;
+    constexpr std::int64_t Overlap = static_cast<std::int64_t>(Longest_Header) - 1;
+    const std::size_t lowest = levels_.size() > Levels_Tried ? levels_.size() - Levels_Tried : 0;
+    const std::int64_t limit = Top().limit;
+    std::int64_t at = std::max(from, searched_to_);
+    while (at + 8 <= limit) {
+        const auto size = static_cast<std::size_t>(std::min(Block, limit - at));
+        const std::span<const unsigned char> view = window_.At(at, size);
+        if (view.size() < 8) {
+            break;
+        }
+        // Looking elsewhere may move the window.
+        search_.assign(view.begin(), view.end());
+        const std::span<const unsigned char> bytes = search_;
+        for (std::size_t i = 0; i + 8 <= bytes.size(); ++i) {
+            const std::span<const unsigned char> header =
+                bytes.subspan(i, std::min(Longest_Header, bytes.size() - i));
+            for (std::size_t levels = levels_.size(); levels > lowest; --levels) {
+                const std::int64_t place = at + static_cast<std::int64_t>(i);
+                if (May_Be_Header(header, levels_[levels - 1].mode) &&
+                    Is_Place(place, levels, last)) {
+                    return Place_Found{place, levels};
+                }
+            }
+        }
+        at += std::max<std::int64_t>(std::ssize(bytes) - Overlap, 1);
+    }
+    searched_to_ = std::max(searched_to_, limit - Overlap);
+    return std::nullopt;
+}
+
+void Element_Reader::Skip_Garbage()
+{
+    const std::int64_t start = position_;
+    const std::int64_t limit = Top().limit;
+    const std::optional<Place_Found> place = Find_Place(start + 1, {});
+    const std::int64_t end = place.has_value() ? place->position : limit;
+    const std::int64_t size = end - start;
+    Place where;
+    where.path = &path_;
+    where.offset = start;
+    where.length = size;
+    constexpr std::int64_t Shortest_Element = 8;
+    const bool is_rest = end == end_ && size < Shortest_Element;
+    findings_.Report(is_rest ? Fault::Truncated : Fault::Garbage, Level::Error, where,
+                     is_rest ? "the last " + std::to_string(size) +
+                                   (size == 1 ? " byte is" : " bytes are") + " no complete element"
+                             : std::to_string(size) + " bytes from " + std::to_string(start) +
+                                   " on are no elements; they are skipped");
+    cut_off_ = cut_off_ || end == end_;
+    skipped_.push_back({start, size});
+    position_ = end;
+    if (place.has_value()) {
+        Pop_To(place->levels);
+    }
+}
+
+}  // namespace lib_mend
