@@ -140,7 +140,8 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
     Finding finding = {level, place.has_tag, place.tag, place.vr, place.offset, std::move(text)};
     finding.fault = fault;
     if (place.has_tag) {
-        finding.path = Path_Text(place.path != nullptr ? *place.path : Path(), place.tag);
+        static const Path at_the_top;
+        finding.path = Path_Text(place.path != nullptr ? *place.path : at_the_top, place.tag);
     }
     finding.length = place.length;
     finding.before = values.before.substr(0, Longest_Quote);

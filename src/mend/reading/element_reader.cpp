@@ -59,8 +59,13 @@ Element_Reader::Element_Reader(const std::shared_ptr<Source>& source, std::int64
 
 Record_List Element_Reader::Read_All()
 {
-    while (!stopped_ && position_ < end_) {
+    while (!stopped_ && position_ < end_ && !window_.Is_Short()) {
         Step();
+    }
+    if (window_.Is_Short()) {
+        stopped_ = true;
+        findings_.Report(Fault::Unreadable, Level::Error, {.offset = position_},
+                         "reading stops here: the file became shorter meanwhile");
     }
     Report_Open_Levels();
     return std::move(root_);
@@ -68,14 +73,6 @@ Record_List Element_Reader::Read_All()
 
 void Element_Reader::Step()
 {
-    if (window_.Is_Short()) {
-        stopped_ = true;
-        Place place;
-        place.offset = position_;
-        findings_.Report(Fault::Unreadable, Level::Error, place,
-                         "reading stops here: the file became shorter meanwhile");
-        return;
-    }
     Leave_Ended_Levels();
     if (position_ >= end_) {
         return;
@@ -139,9 +136,7 @@ bool Element_Reader::Spend_Element()
         return true;
     }
     if (!stopped_) {
-        Place place;
-        place.offset = position_;
-        findings_.Report(Fault::Unreadable, Level::Error, place,
+        findings_.Report(Fault::Unreadable, Level::Error, {.offset = position_},
                          "reading stops here: the elements of the deflated data set take memory "
                          "out of proportion");
     }
@@ -387,9 +382,7 @@ bool Element_Reader::Stop_At_Zeros()
     if (last_nonzero_ >= position_ || end_ != source_->Size()) {
         return false;
     }
-    Place place;
-    place.offset = position_;
-    findings_.Report(Fault::Trailing, Level::Change, place,
+    findings_.Report(Fault::Trailing, Level::Change, {.offset = position_},
                      Bytes_Text(end_ - position_) + " of zeros behind the last element");
     skipped_.push_back({position_, end_ - position_});
     position_ = end_;
