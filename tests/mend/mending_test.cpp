@@ -577,15 +577,24 @@ TEST(Mending, RefusesToWriteNothing)
     EXPECT_THAT(mended.findings, HasSubstr("there is nothing to write"));
 }
 
-TEST(Mending, RefusesSequencesNestedTooDeep)
+TEST(Mending, NestsAsDeepAsTheFile)
 {
-    Stream_Builder s;
-    for (int i = 0; i < 12; ++i) {
-        s.Sequence(0x0008, 0x1140).Item();
+    for (const int levels : {9, 10, 300}) {
+        Stream_Builder s;
+        s.Raw(Part10_Head(Explicit_Little_UID))
+            .Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+        for (int i = 0; i < levels; ++i) {
+            s.Sequence(0x0008, 0x1140).Item();
+        }
+        s.US(0x0028, 0x0010, 1);
+        for (int i = 0; i < levels; ++i) {
+            s.Item_End().Sequence_End();
+        }
+        const Mended mended = Mend_Bytes(s.Bytes());
+        EXPECT_TRUE(mended.done);
+        EXPECT_THAT(mended.findings, ::testing::Not(HasSubstr("0008,1140")));
+        EXPECT_EQ(Elements_Of(mended.bytes), Elements_Of(s.Bytes()));
     }
-    const Mended mended = Mend_Bytes(s.Bytes());
-    EXPECT_FALSE(mended.done);
-    EXPECT_THAT(mended.findings, HasSubstr("nest deeper than nine levels"));
 }
 
 // ---- samples ----

@@ -13,12 +13,6 @@ void Check(Data_Set& set, const Heal_Options& options, Findings& findings)
         return;
     }
     Heal(set, options, findings);
-    if (set.too_deep) {
-        findings.Add(Level::Change, "sequences nest deeper than nine levels");
-        findings.Settle_Errors();
-        return;
-    }
-    Remove_Unwanted(set.records, false, true, findings);
     const std::string syntax =
         set.encoding.encapsulated ? set.syntax : std::string(UID_Of(set.encoding));
     Complete_Meta(set, syntax, findings);

@@ -93,10 +93,6 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
         findings.Add(Level::Error, "there is nothing to write");
         return false;
     }
-    if (set.too_deep) {
-        findings.Add(Level::Error, "sequences nest deeper than nine levels, which cannot be kept");
-        return false;
-    }
     if (set.syntax.empty()) {
         findings.Add(Level::Error, "pixel data in an unknown transfer syntax cannot be written");
         return false;

@@ -151,8 +151,6 @@ struct Data_Set {
     bool foreign = false;
     /** The file could not be read: what is here may be wrong, and not only incomplete. */
     bool unreadable = false;
-    /** Sequences nest deeper than a record can tell; the deepest levels ran into one. */
-    bool too_deep = false;
     /** Heal went over it. */
     bool healed = false;
     /** Transfer syntax as it stands in group 0002; empty when it does not. */

@@ -301,13 +301,21 @@ void Element_Reader::Enter(DICOM_List& record, const Element_Header& header, con
     position_ += header.size;
     levels_.push_back(std::move(level));
     ++depth_;
-    deepest_ = std::max(deepest_, depth_);
 }
 
 void Element_Reader::Leave_Ended_Levels()
 {
-    while (levels_.size() > 1 && Top().end != Level_View::Open && Top().end <= position_) {
-        Pop();
+    while (levels_.size() > 1 && Top().limit <= position_ && position_ < end_) {
+        if (Top().end != Level_View::Open) {
+            Pop();
+            continue;
+        }
+        // A length around it ends what nothing has closed: one fault, however many levels it is.
+        Close_Unclosed(Top().kind == Level_Kind::List ? "item is not closed"
+                                                      : "sequence is not closed");
+        while (levels_.size() > 1 && Top().limit <= position_ && Top().end == Level_View::Open) {
+            Pop();
+        }
     }
 }
 
@@ -333,7 +341,9 @@ void Element_Reader::Pop_To(std::size_t levels)
 
 void Element_Reader::Report_Open_Levels()
 {
-    Leave_Ended_Levels();
+    while (levels_.size() > 1 && Top().end != Level_View::Open && Top().end <= position_) {
+        Pop();
+    }
     if (stopped_ || cut_off_) {
         return;
     }

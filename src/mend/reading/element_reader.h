@@ -44,11 +44,6 @@ public:
     {
         return position_;
     }
-    /** Sequences nested deeper than the library's context can tell. */
-    bool Too_Deep() const
-    {
-        return deepest_ >= DICOM_Max_Depth;
-    }
 
 private:
     /** What had to be assumed to read a header. */
@@ -191,7 +186,6 @@ private:
     /** Place of the last byte of the source that is not zero, found when first asked for. */
     std::int64_t last_nonzero_ = Not_Looked_For;
     int depth_ = 0;
-    int deepest_ = 0;
 
     static constexpr std::int64_t Not_Looked_For = -2;
 };

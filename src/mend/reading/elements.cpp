@@ -10,7 +10,6 @@ void Read_Elements(Data_Set& set, std::int64_t start, unsigned char mode, Findin
     Element_Reader reader(set.source, start, set.source->Size(), mode, findings, set.skipped,
                           budget);
     set.records = reader.Read_All();
-    set.too_deep = reader.Too_Deep();
 }
 
 }  // namespace lib_mend

@@ -8,8 +8,8 @@
 namespace lib_mend {
 
 /**
- * Reads the elements of the data set from a position of `set.source` to its end, into `set.records`,
- * `set.skipped` and `set.too_deep`. Values above 1024 bytes stay in the source. Throws
+ * Reads the elements of the data set from a position of `set.source` to its end, into `set.records`
+ * and `set.skipped`. Values above 1024 bytes stay in the source. Throws
  * std::bad_alloc.
  *
  * @param mode    the byte-order code of the elements; items and elements in another one are found

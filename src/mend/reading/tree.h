@@ -50,6 +50,16 @@ public:
             way_.pop_back();
         }
     }
+    /** The way to an item of that record, until Step_Out. */
+    const Path& Step_Into(int item)
+    {
+        way_.push_back({Tag_Of(*levels_.back().last), item});
+        return way_;
+    }
+    void Step_Out()
+    {
+        way_.pop_back();
+    }
     /** Leaves the items of the record that was returned last out. */
     void Skip_Items()
     {
