@@ -1,7 +1,7 @@
 // Cost per element of the steps from bytes to bytes, on data sets of 10,000 to 1,000,000 elements.
 // The figures to compare are the items per second of one step: they must not fall with the size.
 #include "mend/reading/data_set.h"
-#include "mend/reading/element_loop.h"
+#include "support/flat_reader.h"
 
 #include <benchmark/benchmark.h>
 
@@ -14,7 +14,6 @@
 namespace {
 
 using lib_mend::Bytes;
-using lib_mend::Element_Loop;
 using lib_mend::Findings;
 using lib_mend::Library_Session;
 using lib_mend::Record_List;
@@ -93,9 +92,9 @@ const Bytes& Stream_Of(int elements)
     return stream;
 }
 
-Record_List Read(const std::shared_ptr<Source>& source, Findings& findings)
+Record_List Read(const std::shared_ptr<Source>& source)
 {
-    return Element_Loop(source, 0, DICOM_Order_Explicit_VR, findings).Read_All();
+    return Read_Flat(source, DICOM_Order_Explicit_VR);
 }
 
 std::shared_ptr<Source> Image_Of(int elements)
@@ -139,7 +138,7 @@ void Read_From_Memory(benchmark::State& state)
     const Library_Session session(findings);
     const auto source = Image_Of(static_cast<int>(state.range(0)));
     for (auto step : state) {
-        benchmark::DoNotOptimize(Read(source, findings).Head());
+        benchmark::DoNotOptimize(Read(source).Head());
     }
     Count_Elements(state);
 }
@@ -156,7 +155,7 @@ void Read_From_Descriptor(benchmark::State& state)
         return;
     }
     for (auto step : state) {
-        benchmark::DoNotOptimize(Read(source, findings).Head());
+        benchmark::DoNotOptimize(Read(source).Head());
     }
     Count_Elements(state);
 }
@@ -165,7 +164,7 @@ void Format(benchmark::State& state)
 {
     Findings findings;
     const Library_Session session(findings);
-    const Record_List flat = Read(Image_Of(static_cast<int>(state.range(0))), findings);
+    const Record_List flat = Read(Image_Of(static_cast<int>(state.range(0))));
     for (auto step : state) {
         const Record_List nested(DICOM_Attribute_Format(nullptr, flat.Head()));
         benchmark::DoNotOptimize(nested.Head());
@@ -180,7 +179,7 @@ void Clean_Up(benchmark::State& state)
         state.PauseTiming();
         Findings findings;
         const Library_Session session(findings);
-        const Record_List flat = Read(source, findings);
+        const Record_List flat = Read(source);
         const Record_List nested(DICOM_Attribute_Format(nullptr, flat.Head()));
         DICOM_Root root = {};
         state.ResumeTiming();
@@ -193,7 +192,7 @@ void Sort_Sorted(benchmark::State& state)
 {
     Findings findings;
     const Library_Session session(findings);
-    const Record_List flat = Read(Image_Of(static_cast<int>(state.range(0))), findings);
+    const Record_List flat = Read(Image_Of(static_cast<int>(state.range(0))));
     Record_List nested(DICOM_Attribute_Format(nullptr, flat.Head()));
     for (auto step : state) {
         DICOM_Root root = {};
@@ -206,7 +205,7 @@ void Write(benchmark::State& state)
 {
     Findings findings;
     const Library_Session session(findings);
-    const Record_List flat = Read(Image_Of(static_cast<int>(state.range(0))), findings);
+    const Record_List flat = Read(Image_Of(static_cast<int>(state.range(0))));
     Record_List nested(DICOM_Attribute_Format(nullptr, flat.Head()));
     DICOM_Attribute_Remove(nullptr, nested.Address(), DICOM_Remove_Delimiters);
     for (auto step : state) {

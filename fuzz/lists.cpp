@@ -2,7 +2,7 @@
 //
 // Input: the byte-order code of the stream; the bits of the removal; a tag to delete; the stream.
 #include "fuzz_target.h"
-#include "mend/reading/element_loop.h"
+#include "support/flat_reader.h"
 
 namespace {
 
@@ -84,8 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     Findings findings;
     const Library_Session session(findings);
-    Element_Loop loop(Source::From_Image(input.Rest(), "fuzz"), 0, code, findings);
-    const Record_List flat = loop.Read_All();
+    const Record_List flat = Read_Flat(Source::From_Image(input.Rest(), "fuzz"), code);
     Record_List list(DICOM_Attribute_Format(nullptr, flat.Head()));
     Require_Sound(list.Head(), 0);
 

@@ -3,7 +3,7 @@
 //
 // Input: the byte-order code of the stream; a mark for the module's records; the stream.
 #include "fuzz_target.h"
-#include "mend/reading/element_loop.h"
+#include "support/flat_reader.h"
 
 namespace {
 
@@ -11,10 +11,9 @@ using namespace lib_mend;
 
 constexpr int Listing_Flag = 5;
 
-Record_List Read_List(std::span<const unsigned char> bytes, unsigned char code, Findings& findings)
+Record_List Read_List(std::span<const unsigned char> bytes, unsigned char code)
 {
-    Element_Loop loop(Source::From_Image(bytes, "fuzz"), 0, code, findings);
-    const Record_List flat = loop.Read_All();
+    const Record_List flat = Read_Flat(Source::From_Image(bytes, "fuzz"), code);
     Record_List list(DICOM_Attribute_Format(nullptr, flat.Head()));
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, list.Head());
@@ -66,10 +65,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     DICOM_Lib_File_Name =
         static_cast<wchar_t*>(static_cast<void*>(const_cast<unsigned char*>(bytes.data())));
     DICOM_Lib_Image_Size = static_cast<unsigned int>(bytes.size());
-    Record_List list = Read_List(bytes, code, findings);
+    Record_List list = Read_List(bytes, code);
     // Positions of the module's values are those of the whole image, so it holds what is in memory.
     Record_List module =
-        Read_List(bytes.first(std::min<std::size_t>(bytes.size() / 2, 1024)), code, findings);
+        Read_List(bytes.first(std::min<std::size_t>(bytes.size() / 2, 1024)), code);
     Make_Module(module.Head(), mark);
     Show(list.Head());
 

@@ -67,12 +67,20 @@ void Fail_In_Turn(Point point, Kind kind, int error, Attempt&& attempt)
 {
     constexpr long Enough = 20'000;
     constexpr long One_By_One = 100;
-    const auto run = [&](long n) {
+    const auto growth = [&](long n, bool& struck) {
         DICOM_Lib_Cleanup();
         const std::size_t before = fault::Live_Blocks();
-        const bool struck = attempt([=] { return Injection(point, n, kind, error); });
+        struck = attempt([=] { return Injection(point, n, kind, error); });
         DICOM_Lib_Cleanup();
-        EXPECT_EQ(fault::Live_Blocks(), before) << "passage " << n;
+        return static_cast<long>(fault::Live_Blocks()) - static_cast<long>(before);
+    };
+    const auto run = [&](long n) {
+        bool struck = false;
+        if (growth(n, struck) != 0) {
+            // What lives as long as the process may be made on a way that only a failure takes; it is
+            // made once. A leak comes again.
+            EXPECT_EQ(growth(n, struck), 0) << "passage " << n;
+        }
         return struck;
     };
     // What lives as long as the process or the thread is made before anything is counted.

@@ -58,6 +58,18 @@ std::string Value_Text(const std::string& value)
                                       : text;
 }
 
+/** Values in findings may hold any bytes. */
+std::string Printable(const std::string& text)
+{
+    std::string printable;
+    for (const char c : text) {
+        char escape[8];
+        std::snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned char>(c));
+        printable += Is_Text({c}) ? std::string(1, c) : std::string(escape);
+    }
+    return printable;
+}
+
 /** Bytes of a line: hexadecimal pairs, "text", and repetitions. */
 std::string Bytes_Of(const std::string& line)
 {
@@ -153,8 +165,9 @@ std::string Outcome_Of(const std::vector<std::string>& input)
     for (const lib_mend::Finding& finding : mended.findings) {
         const std::string place =
             finding.path.empty() && finding.has_tag ? Tag_Text(finding.tag) : finding.path;
+        const std::string text = Shown_Text(finding, true);
         outcome += std::string(Severity_Name(Severity_Of(finding))) + " " + Kind_Of(finding).name +
-                   (place.empty() ? "" : " " + place) + ": " + Shown_Text(finding, true) + "\n";
+                   (place.empty() ? "" : " " + place) + ": " + Printable(text) + "\n";
     }
     return outcome;
 }

@@ -38,9 +38,6 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
     if (request.tsv) {
         Print_TSV(set);
     } else {
-        // For the names of private elements.
-        DICOM_Root root = {};
-        DICOM_Attribute_Complement(nullptr, &root, set.records.Head());
         if (request.files.size() > 1) {
             std::printf("%s\n", Printable(path).c_str());
         }

@@ -13,32 +13,8 @@
 #include "mend/reading/tree.h"
 
 #include <optional>
-#include <utility>
-#include <vector>
 
 namespace lib_mend {
-
-namespace {
-
-/** Completes each list by itself: the library would follow items, to a limited depth only. */
-void Complement(Record_List& records)
-{
-    std::vector<int> items;
-    For_Each_List(records.Address(), [&items](DICOM_List** list, const Path&) {
-        items.clear();
-        for (DICOM_List& record : Records(*list)) {
-            items.push_back(std::exchange(record.nb_item, 0));
-        }
-        DICOM_Root root = {};
-        DICOM_Attribute_Complement(nullptr, &root, *list);
-        auto count = items.begin();
-        for (DICOM_List& record : Records(*list)) {
-            record.nb_item = *count++;
-        }
-    });
-}
-
-}  // namespace
 
 void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
 {
@@ -48,7 +24,6 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     set.healed = true;
     const std::optional<Original_Values> originals =
         options.record ? std::make_optional<Original_Values>(set) : std::nullopt;
-    Complement(set.records);
     Check_Group_Lengths(set, set.records.Address(), findings);
     Heal_Low_Groups(set, findings);
     Heal_Directory(set, findings);

@@ -227,6 +227,14 @@ void Element_Reader::Accept(const Element_Header& header)
 
 void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header)
 {
+    const std::int64_t room = end_ - position_ - header.size;
+    if (record.size > room) {
+        Element_Header there = header;
+        there.length = static_cast<std::uint32_t>(room);
+        Report_Cut(there, header.length);
+        record.size = static_cast<int>(room);
+        record.spare = header.length;
+    }
     const std::int64_t end = position_ + header.size + record.size;
     // Pixel data goes to the output as it is.
     if (levels_.size() > 1 || record.group != Pixel_Data_Tag.group) {

@@ -97,7 +97,7 @@ void Element_Reader::Supply_Offset_Table(const Element_Header& header)
         return;
     }
     Report(Fault::Offset_Table, Level::Change, *level.owner,
-           "the offset table is missing: the first item holds a frame; an empty one is supplied");
+           "the item of the offset table is missing; an empty one is supplied");
     Nesting_Level item;
     const Element_Header empty = {Item_Tag, 0, header.mode, Header_Form::Implicit, 0, 0};
     Add_Item(level, item, empty);

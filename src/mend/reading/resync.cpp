@@ -98,7 +98,8 @@ void Element_Reader::Skip_Garbage()
     const std::int64_t start = position_;
     const std::int64_t limit = Top().limit;
     const std::optional<Place_Found> place = Find_Place(start + 1, {});
-    const std::int64_t end = place.has_value() ? place->position : limit;
+    // Whatever is made of the levels, reading goes on.
+    const std::int64_t end = std::max(place.has_value() ? place->position : limit, start + 1);
     const std::int64_t size = end - start;
     Place where;
     where.path = &path_;

@@ -1,0 +1,82 @@
+// Whole, same meaning, found, stable: over made files and faults of every kind, and over the samples
+// when LIB_DICOM_SAMPLES names a folder of them.
+#include "support/promises.h"
+
+#include "support/fault_generator.h"
+#include "support/recovery.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+void Expect_Promises(const std::string& name, const std::string& bytes)
+{
+    for (const lib_mend::Mend_Options& options : All_Output_Options()) {
+        EXPECT_EQ(Broken_Promises(bytes, options), "") << name << ", " << Options_Text(options);
+    }
+}
+
+TEST(Promises, Hold_For_Sound_Files)
+{
+    for (const Sound_File& sound : Made_Sound_Files()) {
+        ASSERT_EQ(sound.plain.error, "") << sound.name;
+        EXPECT_EQ(Check_In_Memory(sound.bytes).Faults(), "") << sound.name;
+        Expect_Promises(sound.name, sound.bytes);
+    }
+}
+
+TEST(Promises, Hold_For_Faults_Of_Every_Kind)
+{
+    // Known gaps, listed in docs/faults.md: bytes that look like items or like none, in implicit VR, and
+    // damage that moves the pixel data into a sequence.
+    constexpr int Known_Gaps = 8;
+    int cases = 0;
+    std::string broken;
+    int broken_cases = 0;
+    for (const Sound_File& sound : Made_Sound_Files()) {
+        For_Each_Fault(sound, 2, [&](const Fault_Case& fault) {
+            const std::string lines = Broken_Promises(fault.bytes, {});
+            ++cases;
+            if (!lines.empty()) {
+                ++broken_cases;
+                broken += sound.name + ", " + fault.kind + " at " + fault.damaged + "\n" + lines;
+            }
+        });
+    }
+    EXPECT_GT(cases, 400);
+    EXPECT_LE(broken_cases, Known_Gaps) << broken;
+}
+
+TEST(Recovery, Brings_Nearly_All_Elements_Back)
+{
+    const Kind_Of_Fault_Count all = Count_Recovery(Made_Sound_Files(), 3).back();
+    EXPECT_GT(all.cases, 600U);
+    EXPECT_GE(all.Average(), 0.97);
+    EXPECT_GE(static_cast<double>(all.pictures_recovered),
+              0.93 * static_cast<double>(all.pictures));
+}
+
+TEST(Promises, Hold_For_Samples)
+{
+    const char* const folder = std::getenv("LIB_DICOM_SAMPLES");
+    if (folder == nullptr) {
+        GTEST_SKIP() << "LIB_DICOM_SAMPLES names no folder of samples";
+    }
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() == ".dcm") {
+            std::ifstream stream(entry.path(), std::ios::binary);
+            Expect_Promises(entry.path().filename(), {std::istreambuf_iterator<char>(stream), {}});
+            ++count;
+        }
+    }
+    std::printf("the promises were held against %d samples\n", count);
+    EXPECT_GT(count, 0);
+}
+
+}  // namespace
