@@ -290,10 +290,9 @@ void Other_Form(Damage& d)
 /** An element as it would stand in a file of the other VR form. */
 void Explicit_In_Implicit(Damage& d)
 {
-    const unsigned int group = static_cast<unsigned char>(d.file[d.at.start]) |
-                               static_cast<unsigned char>(d.file[d.at.start + 1]) << 8;
-    const unsigned int element = static_cast<unsigned char>(d.file[d.at.start + 2]) |
-                                 static_cast<unsigned char>(d.file[d.at.start + 3]) << 8;
+    const auto* const tag = reinterpret_cast<const unsigned char*>(&d.file[d.at.start]);
+    const unsigned int group = Get_UShort(0, tag);
+    const unsigned int element = Get_UShort(0, tag + 2);
     const TAG_db_Elems* const entry =
         NEMA_db_Locate(static_cast<unsigned short>(group), static_cast<unsigned short>(element));
     const unsigned short vr = entry != nullptr ? entry->vr[0] : static_cast<unsigned short>(VR_UN);
