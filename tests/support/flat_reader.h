@@ -10,11 +10,14 @@ inline lib_mend::Record_List Read_Flat(const std::shared_ptr<lib_mend::Source>& 
 {
     using namespace lib_mend;
     constexpr int Longest_Loaded = 1024;
+    // The interface trusts its caller with the end of a memory image.
+    constexpr std::int64_t Longest_Header = 12;
     Record_List flat;
     DICOM_Root root = {};
     Cursor cursor(source, 0);
     Header header;
-    for (std::int64_t at = 0; at < source->Size() && cursor.Read_Header(code, header);
+    for (std::int64_t at = 0;
+         at + Longest_Header <= source->Size() && cursor.Read_Header(code, header);
          at = cursor.Tell()) {
         DICOM_List record = {};
         record.byte_order = code;
@@ -29,6 +32,9 @@ inline lib_mend::Record_List Read_Flat(const std::shared_ptr<lib_mend::Source>& 
         record.size = header.length;
         const bool has_value =
             header.length > 0 && header.group != 0xFFFE && VR_Of(record) != VR_SQ;
+        if (has_value && header.length > source->Size() - cursor.Tell()) {
+            break;
+        }
         Bytes value;
         if (has_value && header.length <= Longest_Loaded) {
             if (!cursor.Read_Value(header.length, value)) {

@@ -129,7 +129,7 @@ std::shared_ptr<Source> Source::From_Image(std::span<const unsigned char> image,
 
 std::size_t Source::Read(std::int64_t offset, std::span<unsigned char> out) const
 {
-    if (offset < 0 || offset >= size_) {
+    if (offset < 0 || offset >= size_ || out.empty()) {
         return 0;
     }
     const std::size_t wanted = std::min(out.size(), static_cast<std::size_t>(size_ - offset));
