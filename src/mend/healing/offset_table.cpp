@@ -164,7 +164,7 @@ private:
     {
         const bool is_whole = fragments_.front()->size % static_cast<int>(Entry_Size) == 0;
         const Offsets table = Table();
-        const Offsets moved = is_whole ? Moved(table) : Offsets();
+        Offsets moved = is_whole ? Moved(table) : Offsets();
         const bool tells_frames = static_cast<std::int64_t>(frames.size()) == frames_;
         const bool lacks_frames = tells_frames && frames_ > 1 && moved.size() != frames.size();
         if (!moved.empty() && !lacks_frames) {

@@ -45,7 +45,7 @@ Width Width_Of(unsigned short vr)
     if (first < 0 || first >= Letters || second < 0 || second >= Letters) {
         return Width::None;
     }
-    return Widths[static_cast<std::size_t>(first * Letters + second)];
+    return Widths[static_cast<std::size_t>(first) * Letters + static_cast<std::size_t>(second)];
 }
 
 unsigned short Number_16(const unsigned char* bytes, bool big)
