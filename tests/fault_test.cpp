@@ -100,7 +100,7 @@ struct Operation {
     const char* name;
     /** Does the work on fresh inputs within the injection; true when it succeeded as a whole. */
     std::function<bool(const std::function<Injection()>&, bool& struck)> run;
-    /** Variables that memory messages may name; empty for any. */
+    /** Variables that memory messages may name, also as "malloc name"; empty for any. */
     std::vector<std::string> variables;
 };
 
@@ -374,7 +374,7 @@ TEST(Fault, Lists_Without_Memory)
              }
              return complete;
          },
-         {"tag->data", "new_data"}},
+         {"realloc tag->data", "calloc new_data"}},
         {"complement",
          [](Arm arm, bool& struck) {
              const Record_List list(Flat_Sequence);
@@ -552,10 +552,29 @@ TEST(Fault, Values_Without_Memory)
     const Operation operations[] = {
         {"strings",
          extract("0011,1001:LO=one\\two", &NEMA_Value_Str),
-         {"V_Str[cc]", "V_Str[cc][tag->vm]"}},
-        {"integers", extract("0011,1001:IS=1\\2", &NEMA_Value_Int), {"V_Int[cc]", "str"}},
-        {"floats", extract("0011,1001:DS=1\\2", &NEMA_Value_Float), {"V_Float[cc]", "str"}},
-        {"bytes", extract("0011,1001:OB=bytes", &NEMA_Value_Hex), {"Buffer[cc]"}},
+         {"realloc V_Str[cc]", "realloc V_Str[cc][tag->vm]"}},
+        {"integers",
+         extract("0011,1001:IS=1\\2", &NEMA_Value_Int),
+         {"realloc V_Int[cc]", "malloc str"}},
+        {"floats",
+         extract("0011,1001:DS=1\\2", &NEMA_Value_Float),
+         {"realloc V_Float[cc]", "malloc str"}},
+        {"bytes", extract("0011,1001:OB=bytes", &NEMA_Value_Hex), {"realloc Buffer[cc]"}},
+        {"bytes left in an image",
+         [](Arm arm, bool& struck) {
+             std::string image(1100, 'x');
+             DICOM_Lib_File_Name = static_cast<wchar_t*>(static_cast<void*>(image.data()));
+             const Record_List list("0011,1001:OB#1100");
+             const void* result = nullptr;
+             {
+                 const Injection injection = arm();
+                 result = NEMA_Value_Hex(nullptr, list.head, 0);
+                 struck = injection.Struck();
+             }
+             DICOM_Lib_File_Name = nullptr;
+             return result != nullptr;
+         },
+         {"malloc tag->data", "realloc Buffer[cc]"}},
         {"names", extract("0011,1001:PN=A^B\\C", &NEMA_Value_Name), {}},
         {"dates", extract("0011,1001:DA=20210131", &NEMA_Value_Date), {}},
         {"times", extract("0011,1001:TM=101112", &NEMA_Value_Time), {}},
