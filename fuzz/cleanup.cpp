@@ -1,4 +1,4 @@
-// The repair of one value: by the current standard it leaves nothing to mend.
+// The repair of one value: it marks what it changes.
 //
 // Input: the VR; options, bit 0 the current standard, 1 a VR of the stream, 2 big endian;
 // the tag; the value.
@@ -20,8 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Input input(data, size);
     const unsigned short vr = fuzz::Pick_VR(input.Byte());
     const std::uint8_t options = input.Byte();
-    const bool current = (options & 1) != 0;
-    DICOM_Flag_Current_Standard = current ? 1 : 0;
+    DICOM_Flag_Current_Standard = (options & 1) != 0 ? 1 : 0;
 
     fuzz::Owned_Record record;
     record->group = input.Short();
@@ -36,19 +35,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string swapped = record.Value();
     DICOM_Attribute_Cleanup_Tag(nullptr, record.Get());
     Require_Consistent(*record.Get());
-    const std::string mended = record.Value();
-    if (!current) {
-        return 0;
-    }
-    const bool changed = (record->flags & DICOM_Mark_Changed) != 0;
-    fuzz::Require(mended == swapped || changed, "a change is marked");
-    const bool invalid = (record->flags & DICOM_Mark_Invalid) != 0;
-    record->flags = 0;
-    DICOM_Attribute_Cleanup_Tag(nullptr, record.Get());
-    Require_Consistent(*record.Get());
-    fuzz::Require(record.Value() == mended, "a mended value needs no mending");
-    fuzz::Require((record->flags & DICOM_Mark_Changed) == 0, "a value that stays is not marked");
-    fuzz::Require(mended.empty() || ((record->flags & DICOM_Mark_Invalid) != 0) == invalid,
-                  "a value stays valid or invalid");
+    const bool marked = (record->flags & DICOM_Mark_Changed) != 0;
+    fuzz::Require(record->data == nullptr || (record.Value() != swapped) == marked,
+                  "what is changed is marked, and nothing else");
     return 0;
 }

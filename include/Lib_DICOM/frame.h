@@ -216,10 +216,11 @@ extern LIB_DICOM_API char* OrisWare_UID;
 /** (group, element) pairs, ended by (FFFF,0000). */
 extern LIB_DICOM_API unsigned short DICOM_Delete_Tags[5][2];
 /**
- * Nonzero: reader, cleanup and writer follow the current PS3.5 where it has outgrown the fixed
- * rules. OD, OF, OL, OV, SV, UC, UR, UT and UV have 4-byte lengths; a value too long for a 2-byte
- * length is written as UN; all even groups below 7FE0 except 0000 and 0002 are written; AT follows
- * the byte order; tags that the dictionary lacks are looked up among the newer rows of PS3.6.
+ * Nonzero: reader, cleanup and writer follow the tables of the current PS3.5 where it has outgrown
+ * the fixed ones. OD, OF, OL, OV, SV, UC, UR, UT and UV have 4-byte lengths; a value too long for
+ * a 2-byte length is written as UN; all even groups below 7FE0 except 0000 and 0002 are written;
+ * AT follows the byte order; tags that the dictionary lacks are looked up among the newer rows of
+ * PS3.6.
  * Default 0.
  */
 extern LIB_DICOM_API char DICOM_Flag_Current_Standard;

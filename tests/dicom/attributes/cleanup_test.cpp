@@ -358,85 +358,51 @@ TEST_F(Cleanup, ChecksTheSizeAndTheNumberOfValues)
     }
 }
 
-TEST_F(Cleanup, FollowsTheCurrentStandardWhenAsked)
+TEST_F(Cleanup, KnowsTheNewerVRsOfTheCurrentStandard)
 {
     DICOM_Flag_Current_Standard = 1;
     Check({
-        {VR_AS, "5", "5 ", 0x0810, 1, Size("4 bytes", 1)},
-        {VR_DA, "980517\\19980517", "19980617\\19980517 ", 0x0010, 1, Old("980517", "19980617")},
-        {VR_DA, "19980517\\1998", "", 0x0810, 0, Size(Date_Size, 4)},
-        {VR_DA, "19980517 \0"s, "19980517", 0x0010, 1, Foreign(2, "19980517 ", Date_Set)},
-        {VR_LO, "A \0 \0"s, "A ", 0x0010, 1, Padded("A ", NUL_For_Blank)},
-        {VR_UI, "1.2 \0 "s, "1.2\0"s, 0x0010, 1, Padded("1.2 ", Blank_For_NUL)},
-        {VR_SH, "A\\\\ \\", "A ", 0x0010, 1, Last_Backslash},
-        {VR_SH, "  ABCDEFGHIJKLMNOP\\B", "ABCDEFGHIJKLMNOP\\B", 0x0010, 1, ""},
-        {VR_OB, "odd", "odd\0"s, 0x0010, 1, ""},
-        {VR_SV, "123", "", 0x0810, 0, Size("\"Signed Very Long\"", 3)},
+        {VR_UC, std::string(20000, 'A') + " \\ B ", std::string(20000, 'A') + "\\B", 0x0010, 1, ""},
+        {VR_UR, " A  ", " A", 0x0010, 1, ""},
+        {VR_OD, "123", "", 0x0800, 0, Size("\"Other Double\"", 3)},
+        {VR_OL, "12345", "", 0x0800, 0, Size("\"Other Long\"", 5)},
+        {VR_OV, "1234", "", 0x0800, 0, Size("\"Other Very Long\"", 4)},
+        {VR_SV, "1234", "", 0x0800, 0, Size("\"Signed Very Long\"", 4)},
+        {VR_UV, "1234", "", 0x0800, 0, Size("\"Unsigned Very Long\"", 4)},
     });
 }
 
-TEST_F(Cleanup, CountsCharactersOfTheCurrentCharacterSets)
+TEST_F(Cleanup, MarksWhatItChangesWhateverTheStandardIs)
 {
-    DICOM_Flag_Current_Standard = 1;
-    std::string letters;
-    for (int i = 0; i < 20; ++i) {
-        letters += "\xE6\x97\xA5";
-    }
-    const std::string kanji = "\033$B\x46\x5C\x5C\x5C\033(B";
-    const std::string korean(100, '\xB1');
-    Check({
-        // Sixteen letters of three bytes are what SH may hold.
-        {VR_SH, letters, letters.substr(0, 48), 0x0010, 1,
-         "W String too long! (\00160\002/vs/\00116 max\002) Truncated to \"\001" +
-             letters.substr(0, 48) + "\002\"(\004" + letters.substr(48) + "\002)"},
-        {VR_LO, letters, letters, 0, 1, ""},
-        {VR_LO, korean, korean, 0, 1, ""},
-        // A byte of a two-byte letter is no backslash.
-        {VR_LO, kanji + "\\ B", kanji + "\\B", 0x0010, 1, ""},
-        {VR_PN, kanji, kanji, 0, 1, ""},
-    });
-}
-
-TEST_F(Cleanup, LeavesNothingToMend)
-{
-    DICOM_Flag_Current_Standard = 1;
     const unsigned short vrs[] = {VR_AE, VR_AS, VR_AT, VR_CS, VR_DA, VR_DS, VR_DT, VR_FD, VR_FL,
-                                  VR_IS, VR_LO, VR_LT, VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW,
-                                  VR_PN, VR_SH, VR_SL, VR_SQ, VR_SS, VR_ST, VR_SV, VR_TM, VR_UC,
-                                  VR_UI, VR_UL, VR_UN, VR_UR, VR_US, VR_UT, VR_UV};
-    const std::string parts[] = {
-        " ",   "\\",   "\0"s,  ".",          ":",     "1",
-        "19",  "Y",    "x",    "\n",         "12:30", "98051",
-        "-2.", "1e9.", "\xE4", "1998.05.17", "     ", std::string(120, 'A')};
+                                  VR_IS, VR_LO, VR_LT, VR_OB, VR_OF, VR_OW, VR_PN, VR_SH, VR_SL,
+                                  VR_SQ, VR_SS, VR_ST, VR_TM, VR_UI, VR_UL, VR_UN, VR_US, VR_UT};
+    const std::string parts[] = {" ",   "\\",   "\0"s,  ".",          ":",     "1",
+                                 "19",  "Y",    "x",    "\n",         "12:30", "98051",
+                                 "-2.", "1e9.", "\xE4", "1998.05.17", "     ", "\033$B\\\\"};
     std::mt19937 random(1);
-    long mended = 0;
-    for (int round = 0; round < 40000; ++round) {
+    for (int round = 0; round < 8000; ++round) {
         const unsigned short vr = vrs[random() % std::size(vrs)];
-        std::string value = round % 50 == 0 ? std::string(1020 + random() % 9, 'L') : "";
+        const unsigned short group = random() % 2 == 0 ? 0x0018 : 0x0019;
+        std::string value = "1";
         for (auto count = random() % 9; count > 0; --count) {
             value += parts[random() % std::size(parts)];
         }
         SCOPED_TRACE(Name(vr) + " " + testing::PrintToString(value));
-        Record record(vr, value, random() % 2 == 0 ? 0x0018 : 0x0019);
-        Message_Log log;
-        record.Cleanup();
-        ASSERT_EQ(record->size % 2, 0);
-        ASSERT_TRUE(record.Value() == value || (record->flags & DICOM_Mark_Changed) != 0);
-        if (record->data == nullptr) {
-            continue;
+        std::string outcomes[2];
+        for (const std::size_t current : {0U, 1U}) {
+            DICOM_Flag_Current_Standard = static_cast<char>(current);
+            Record record(vr, value, group);
+            Message_Log log;
+            const int result = record.Cleanup();
+            outcomes[current] = std::to_string(result) + record.Value() + log.Text();
+            const bool is_deleted = record->data == nullptr && result == 0;
+            const bool is_changed = record.Value() != value;
+            ASSERT_TRUE(is_deleted || ((record->flags & DICOM_Mark_Changed) != 0) == is_changed);
+            ASSERT_TRUE(!is_deleted || (record->flags & DICOM_Mark_Invalid) != 0);
         }
-        // A value that is kept although it is invalid is reported again, in the same words.
-        const bool invalid = (record->flags & DICOM_Mark_Invalid) != 0;
-        const std::string first = record.Value();
-        record->flags = 0;
-        log.Clear();
-        ASSERT_EQ(record.Cleanup(), 1);
-        ASSERT_EQ(record.Value(), first);
-        ASSERT_EQ(record->flags, invalid ? DICOM_Mark_Invalid : 0);
-        ASSERT_EQ(log.All().size(), invalid ? 1U : 0U) << log.Text();
-        mended += first != value ? 1 : 0;
+        ASSERT_EQ(outcomes[0], outcomes[1]);
     }
-    EXPECT_GT(mended, 5000);
 }
 
 TEST_F(Cleanup, TracesTheReasonOfLeaving)
@@ -451,7 +417,6 @@ TEST_F(Cleanup, TracesTheReasonOfLeaving)
 
 TEST_F(Cleanup, TakesTimeInProportionToHostileValues)
 {
-    DICOM_Flag_Current_Standard = 1;
     for (const char* unit : {"\\", "\\ ", ".", "1.\\"}) {
         std::string value = "12";
         for (int i = 0; i < 1000000; ++i) {

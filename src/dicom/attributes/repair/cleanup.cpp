@@ -96,9 +96,7 @@ int DICOM_Attribute_Cleanup_Tag(HWND handle, DICOM_List* record)
         Delete_Value(*record);
         return trace.Leave(0, "0");
     }
-    // By the current standard a value of padding only is an empty value, of whatever multiplicity.
-    const bool is_absent = DICOM_Flag_Current_Standard != 0 && record->data == nullptr;
-    const int result = is_absent ? 1 : Check_Value_Count(handle, *record, count, label.c_str());
+    const int result = Check_Value_Count(handle, *record, count, label.c_str());
     if (result == 0) {
         record->flags = static_cast<unsigned short>(record->flags | DICOM_Mark_Invalid);
     }

@@ -1,7 +1,6 @@
 // Dates: the old forms, and the values that are of no use.
 #include "attributes/repair/value_work.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <utility>
@@ -9,14 +8,6 @@
 namespace lib_dicom {
 
 namespace {
-
-/** Compares a text with a form in which each '0' stands for any digit. */
-bool Has_Form(std::string_view text, std::string_view form)
-{
-    return std::equal(text.begin(), text.end(), form.begin(), form.end(), [](char c, char wanted) {
-        return wanted == '0' ? c >= '0' && c <= '9' : c == wanted;
-    });
-}
 
 int Number(std::string_view digits)
 {
@@ -30,26 +21,6 @@ int Year_Of_Two_Digits(int number)
 {
     const int year = number + 1900;
     return year < 1960 ? year + 100 : year;
-}
-
-/**
- * A date of an old syntax as yyyymmdd. Empty when it has none of the old forms: digits are read,
- * never guessed, because a wrong date in a patient's record is worse than none.
- */
-std::string Rewritten_Date(std::string_view date)
-{
-    if (Has_Form(date, "0000.00.00")) {
-        return std::string(date.substr(0, 4)).append(date.substr(5, 2)).append(date.substr(8, 2));
-    }
-    if (!Has_Form(date, "000000")) {
-        return "";
-    }
-    char text[16];
-    // Raising the month is kept on purpose.
-    const int length = std::snprintf(text, sizeof text, "%04d%02d%02d",
-                                     Year_Of_Two_Digits(Number(date.substr(0, 2))),
-                                     Number(date.substr(2, 2)) + 1, Number(date.substr(4, 2)));
-    return length == 8 ? text : "";
 }
 
 /** A year that was printed as "19" and the years since 1900, as in "19100.01.1". */
@@ -89,60 +60,24 @@ void Warn_Of_Year_2000(Value_Work& work, std::string_view date)
     work.Mark(DICOM_Mark_Invalid);
 }
 
-/** Appends a date in today's syntax; false after a warning when it has none of the known ones. */
-bool Append_Date(Value_Work& work, std::string_view date, std::string& result)
-{
-    if (date.size() == 8) {
-        result += date;
-        return true;
-    }
-    if (Has_Year_2000_Fault(date)) {
-        Warn_Of_Year_2000(work, date);
-        return false;
-    }
-    const std::string rewritten = Rewritten_Date(date);
-    if (rewritten.empty()) {
-        work.Invalid_Size("6, 8 or 10 bytes", date.size());
-        return false;
-    }
-    work.Note_Old_Syntax(date, rewritten);
-    result += rewritten;
-    return true;
-}
+}  // namespace
 
-/** Looks at the length of the whole value and at nothing else; false when it is of no use. */
-bool Repair_Whole_Date(Value_Work& work)
+std::size_t Repair_Date(Value_Work& work)
 {
+    work.Check_Set();
+    // The length of the whole value is looked at, and nothing else.
     const std::size_t size = work.value.size();
     if (size != 6 && size != 8 && size != 10) {
-        work.Invalid_Size("6, 8 or 10 bytes", size);
-        return false;
+        return work.Invalid_Size("6, 8 or 10 bytes", size);
     }
     if (Has_Year_2000_Fault(work.value)) {
         // The value stays as it is: a part of a date is better than none.
         Warn_Of_Year_2000(work, work.value);
     } else if (size != 8) {
-        std::string old = std::exchange(work.value, Date_By_Places(work.value));
+        const std::string old = std::exchange(work.value, Date_By_Places(work.value));
         work.Note_Old_Syntax(old, work.value);
     }
-    return true;
-}
-
-}  // namespace
-
-std::size_t Repair_Date(Value_Work& work)
-{
-    work.Take_Off_Even_Pad();
-    work.Check_Set();
-    if (!work.current) {
-        return Repair_Whole_Date(work) ? For_Each_Value(work.value, [](std::string_view) {}) : 0;
-    }
-    work.Check_Last_Backslash();
-    bool valid = true;
-    const std::size_t count = work.Rebuild([&](std::string_view date, std::string& result) {
-        valid = valid && (date.empty() || Append_Date(work, date, result));
-    });
-    return valid ? count : 0;
+    return For_Each_Value(work.value, [](std::string_view) {});
 }
 
 }  // namespace lib_dicom

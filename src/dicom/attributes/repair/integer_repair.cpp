@@ -64,7 +64,7 @@ bool Convert_Decimals(Value_Work& work)
         const std::optional<int> number = To_Integer(text);
         if (number) {
             result += std::to_string(*number);
-        } else if (!outside && !Trim_End(text, Blanks_And_NULs).empty()) {
+        } else if (!outside && !Trim_End(text, ' ').empty()) {
             outside = text;
         }
     });

@@ -45,11 +45,9 @@ int DICOM_Attribute_Syntax_Tag(HWND handle, const DICOM_List& record)
         if (findings.count == 0) {
             return 0;
         }
-        const bool is_absent = findings.Is_Absent();
-        return trace.Leave(is_absent ? 1
-                                     : Check_Value_Count(handle, record, findings.count,
-                                                         findings.warning_label.c_str()),
-                           "vn");
+        return trace.Leave(
+            Check_Value_Count(handle, record, findings.count, findings.warning_label.c_str()),
+            "vn");
     } catch (const std::bad_alloc&) {
         Report_Memory(handle, This_Unit, "calloc", "mom_tag.data", record.size + 1);
         return 0;

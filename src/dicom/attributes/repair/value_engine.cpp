@@ -14,11 +14,11 @@ bool Is_Text(const VR_Rule& rule)
     return rule.kind == VR_Kind::Text_Multiple || rule.kind == VR_Kind::Text_Single;
 }
 
-/** Only texts are padded; by the current standard every value is (PS3.5 section 7.1.1). */
-bool Needs_Pad(const Value_Work& work, std::size_t size)
+/** Only texts are padded, although PS3.5 section 7.1.1 asks for an even length of every value. */
+bool Needs_Pad(const Value_Work& work)
 {
-    return work.policy.pads_to_even && (Is_Text(work.rule) || work.current) && size % 2 != 0 &&
-           size < INT_MAX;
+    const std::size_t size = work.value.size();
+    return work.policy.pads_to_even && Is_Text(work.rule) && size % 2 != 0 && size < INT_MAX;
 }
 
 std::size_t Check_Binary(Value_Work& work, std::size_t size)
@@ -31,15 +31,12 @@ std::size_t Check_Binary(Value_Work& work, std::size_t size)
 
 std::size_t Repair_Age(Value_Work& work)
 {
-    work.Take_Off_Even_Pad();
     work.Check_Set();
     std::string& value = work.value;
     if (value.size() == 2 || value.size() == 3) {
         value.insert(0, 4 - value.size(), '0');
     }
-    // By the current standard an age that was padding only is an empty value, which is allowed.
-    const bool is_absent = work.current && value.empty();
-    if (value.size() != 4 && !is_absent) {
+    if (value.size() != 4) {
         // The value is kept all the same.
         work.Invalid_Size("4 bytes", value.size());
     }
@@ -74,16 +71,15 @@ Value_Findings Examine_Value(HWND handle, const DICOM_List& record, const VR_Rul
     Value_Work work(handle, record, rule, policy);
     // Pixel data may be large: a value that cannot change is not copied.
     const bool is_fixed = rule.kind == VR_Kind::Binary || rule.kind == VR_Kind::Opaque;
-    const bool is_copied = !is_fixed || Needs_Pad(work, original.size());
-    if (is_copied) {
+    if (!is_fixed) {
         work.value = original;
     }
     const std::size_t count = Apply_Rule(work, original.size());
-    if (is_copied && count != 0 && Needs_Pad(work, work.value.size())) {
+    if (count != 0 && Needs_Pad(work)) {
         work.value += rule.pad;
     }
-    const bool is_changed = is_copied && work.value != original;
-    if (is_changed || (work.current && count == 0)) {
+    const bool is_changed = !is_fixed && work.value != original;
+    if (is_changed) {
         work.Mark(DICOM_Mark_Changed);
     }
     Value_Findings findings;

@@ -37,12 +37,6 @@ struct Value_Findings {
     std::string value;
     /** What begins a warning on this record. */
     std::string warning_label;
-
-    /** By the current standard a value of padding only is an empty one, of whatever multiplicity. */
-    bool Is_Absent() const
-    {
-        return DICOM_Flag_Current_Standard != 0 && changed && value.empty();
-    }
 };
 
 /**

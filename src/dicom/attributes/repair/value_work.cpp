@@ -1,7 +1,5 @@
 #include "attributes/repair/value_work.h"
 
-#include "attributes/repair/character_text.h"
-
 #include <algorithm>
 #include <bitset>
 #include <cstdio>
@@ -20,14 +18,9 @@ std::string Label(const char* format, const DICOM_List& record, const VR_Rule& r
 
 }  // namespace
 
-std::size_t Find_Separator(std::string_view text)
+std::string_view Trim_End(std::string_view text, char pad)
 {
-    return DICOM_Flag_Current_Standard != 0 ? Find_Separator_In_Letters(text) : text.find('\\');
-}
-
-std::string_view Trim_End(std::string_view text, std::string_view pads)
-{
-    return text.substr(0, text.find_last_not_of(pads) + 1);
+    return text.substr(0, text.find_last_not_of(pad) + 1);
 }
 
 std::string_view Trim_Start(std::string_view text, char pad)
@@ -38,7 +31,6 @@ std::string_view Trim_Start(std::string_view text, char pad)
 Value_Work::Value_Work(HWND handle_, const DICOM_List& record_, const VR_Rule& rule_,
                        const Value_Policy& policy_)
     : handle(handle_), record(record_), rule(rule_), policy(policy_),
-      current(DICOM_Flag_Current_Standard != 0),
       note_label(Label(policy_.note_label, record_, rule_)),
       warning_label(Label(policy_.warning_label, record_, rule_))
 {
@@ -80,21 +72,8 @@ void Value_Work::Check_Set()
 
 void Value_Work::Check_Last_Backslash()
 {
-    if (record.group % 2 != 0 || !value.ends_with('\\')) {
-        return;
-    }
-    if (!backslash_noted) {
-        backslash_noted = true;
+    if (record.group % 2 == 0 && value.ends_with('\\')) {
         Note(policy.last_backslash);
-    }
-    value.resize(current ? Trim_End(value, "\\").size() : value.size() - 1);
-}
-
-void Value_Work::Take_Off_Even_Pad()
-{
-    const bool is_padded = current && value.size() % 2 == 0 && value.ends_with(' ') &&
-                           Trim_End(value, Blanks_And_NULs).size() == value.size() - 1;
-    if (is_padded) {
         value.pop_back();
     }
 }

@@ -10,16 +10,12 @@
 
 namespace lib_dicom {
 
-/** Place of the backslash that ends the value at the front of several. */
-std::size_t Find_Separator(std::string_view text);
-
 /** Calls `visit` with each of the values between backslashes and returns how many there are. */
 template <class Visit>
 std::size_t For_Each_Value(std::string_view text, Visit&& visit)
 {
     std::size_t count = 1;
-    for (std::size_t end = Find_Separator(text); end != text.npos;
-         end = Find_Separator(text), ++count) {
+    for (std::size_t end = text.find('\\'); end != text.npos; end = text.find('\\'), ++count) {
         visit(text.substr(0, end));
         text.remove_prefix(end + 1);
     }
@@ -33,10 +29,8 @@ inline int Shown(std::string_view text)
     return static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX));
 }
 
-inline constexpr std::string_view Blanks_And_NULs(" \0", 2);
-
 std::string_view Trim_Start(std::string_view text, char pad);
-std::string_view Trim_End(std::string_view text, std::string_view pads);
+std::string_view Trim_End(std::string_view text, char pad);
 
 class Value_Work {
 public:
@@ -65,8 +59,6 @@ public:
     void Check_Set();
     /** Takes off a backslash at the end of a value in a standard group. */
     void Check_Last_Backslash();
-    /** By the current standard: the pad of AS and DA, whose sets hold no blank. */
-    void Take_Off_Even_Pad();
 
     /** Rebuilds the value from what `repair` appends for each part; returns the number of parts. */
     template <class Repair>
@@ -88,17 +80,12 @@ public:
     const DICOM_List& record;
     const VR_Rule& rule;
     const Value_Policy& policy;
-    /** The setting of DICOM_Flag_Current_Standard. */
-    const bool current;
     const std::string note_label;
     const std::string warning_label;
 
     /** What the value has become so far. */
     std::string value;
     unsigned short marks = 0;
-    // These two are noted once a value, however many of its parts have them.
-    bool padding_noted = false;
-    bool backslash_noted = false;
 };
 
 /* ---- the repairs of kinds of VRs; each returns the number of values, 0 when they are of no use ---- */
