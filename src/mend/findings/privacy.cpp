@@ -18,16 +18,45 @@ bool Has_Persons(unsigned short group)
            std::find(std::begin(Groups), std::end(Groups), group) != std::end(Groups);
 }
 
+std::string_view After(std::string_view text, std::string_view letters)
+{
+    return text.substr(std::min(text.find_first_not_of(letters), text.size()));
+}
+
+std::string_view After_Sign(std::string_view text)
+{
+    return text.substr(text.starts_with('+') || text.starts_with('-') ? 1 : 0);
+}
+
+/** A decimal number and nothing else: "1960-01-02" and "01.02.1960" are none. */
 bool Is_Number(std::string_view text)
 {
-    return !text.empty() && text.find_first_not_of("0123456789+-.Ee ") == text.npos &&
-           text.find_first_of("0123456789") != text.npos;
+    constexpr std::string_view Digits = "0123456789";
+    text = After_Sign(text);
+    const std::size_t size = text.size();
+    text = After(text, Digits);
+    std::size_t digits = size - text.size();
+    if (text.starts_with('.')) {
+        const std::string_view fraction = After(text.substr(1), Digits);
+        digits += text.size() - 1 - fraction.size();
+        text = fraction;
+    }
+    if (digits > 0 && (text.starts_with('E') || text.starts_with('e'))) {
+        const std::string_view exponent = After_Sign(text.substr(1));
+        text = exponent.empty() ? text : After(exponent, Digits);
+    }
+    return digits > 0 && text.empty();
 }
 
 /** "gggg,eeee" with or without brackets. */
 bool Is_Tag(std::string_view text)
 {
-    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEF,() ") == text.npos;
+    constexpr std::size_t Size = 9;
+    if (text.size() == Size + 2 && text.starts_with('(') && text.ends_with(')')) {
+        text = text.substr(1, Size);
+    }
+    return text.size() == Size && text[4] == ',' &&
+           After(text, "0123456789abcdefABCDEF,").empty() && text.find(',') == text.rfind(',');
 }
 
 bool Is_Term(Tag tag, std::string_view text)
