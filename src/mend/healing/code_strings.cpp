@@ -1,7 +1,7 @@
 // CS, PS3.5 section 6.2: capitals, digits, blanks and underscores, 16 at the most.
 //
-//     male, original\primary  -> MALE, ORIGINAL\PRIMARY
-//     -2, OT-x                stays, OT-X    what other characters stand for is not known
+//     male, original\primary        -> MALE, ORIGINAL\PRIMARY
+//     -2, OT-x, Whole body and head  stays    capitals alone would make no code of it
 #include "mend/healing/forms.h"
 
 #include <algorithm>
@@ -25,20 +25,18 @@ bool Is_Allowed(char letter)
 
 void Heal_Code_String(Piece& piece)
 {
+    constexpr std::size_t Longest = 16;
     const std::string& text = piece.Text();
-    // The second byte of a character may look like a letter.
-    const bool plain = std::none_of(text.begin(), text.end(), [](char letter) {
-        return static_cast<unsigned char>(letter) >= 0x80;
+    std::string capitals = text;
+    std::transform(text.begin(), text.end(), capitals.begin(), [](char letter) {
+        return Is_Small(letter) ? static_cast<char>(letter - 32) : letter;
     });
-    if (plain && std::any_of(text.begin(), text.end(), Is_Small)) {
-        std::string capitals = text;
-        std::transform(text.begin(), text.end(), capitals.begin(), [](char letter) {
-            return Is_Small(letter) ? static_cast<char>(letter - 32) : letter;
-        });
-        piece.Becomes(std::move(capitals), Fault::Characters, "small letters in a code");
-    }
-    if (!std::all_of(piece.Text().begin(), piece.Text().end(), Is_Allowed)) {
+    if (!std::all_of(capitals.begin(), capitals.end(), Is_Allowed)) {
         piece.Stays(Fault::Characters, "characters that a code does not hold");
+    } else if (capitals != text && text.size() <= Longest) {
+        piece.Becomes(std::move(capitals), Fault::Characters, "small letters in a code");
+    } else if (capitals != text) {
+        piece.Stays(Fault::Characters, "small letters in what is too long for a code");
     }
 }
 

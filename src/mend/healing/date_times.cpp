@@ -2,6 +2,8 @@
 //
 //     20240102120000Z            -> 20240102120000+0000
 //     2024-01-02T12:00:00+01:00  -> 20240102120000+0100    ISO 8601
+//     20240102T120000            -> 20240102120000         its basic form
+//     2024-01-02, 2024.01.02     -> 20240102
 //     20240102120000.1234567     -> 20240102120000.123457
 //     2024, 202401               legal: what is missing is not known
 //     20240102120000-0000        stays: the standard forbids it, and what it says is not known
@@ -44,6 +46,14 @@ bool Is_Offset(std::string_view text)
 std::string Without_Separators(std::string_view text)
 {
     constexpr std::size_t Shortest = 16;
+    std::string date = Date_Without_Separators(text);
+    if (!date.empty()) {
+        return date;
+    }
+    if (text.size() > Date_Size + 1 && text[Date_Size] == 'T' &&
+        Is_Number(text.substr(Date_Size + 1, 1))) {
+        return date.append(text.substr(0, Date_Size)).append(text.substr(Date_Size + 1));
+    }
     if (text.size() < Shortest || text[4] != '-' || text[7] != '-' ||
         (text[10] != 'T' && text[10] != ' ') || text[13] != ':') {
         return std::string(text);

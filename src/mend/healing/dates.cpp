@@ -20,22 +20,6 @@ constexpr std::size_t Year_Size = 4;
 constexpr std::size_t Date_Size = 8;
 constexpr std::size_t Separated_Size = 10;
 
-/** "YYYYMMDD" for "YYYY.MM.DD" with one of the separators twice; empty for anything else. */
-std::string Without_Separators(std::string_view text)
-{
-    constexpr std::string_view Separators = ".-/";
-    constexpr std::size_t First = 4;
-    constexpr std::size_t Second = 7;
-    if (text.size() != Separated_Size || Separators.find(text[First]) == Separators.npos ||
-        text[First] != text[Second]) {
-        return {};
-    }
-    std::string date(text.substr(0, First));
-    date += text.substr(First + 1, 2);
-    date += text.substr(Second + 1);
-    return Is_Date(date) ? date : std::string();
-}
-
 bool Is_Range(std::string_view text)
 {
     const std::size_t dash = text.find('-');
@@ -68,13 +52,28 @@ bool Is_Date(std::string_view text)
     return year > 0 && month >= 1 && month <= Months && day >= 1 && day <= Days_In(year, month);
 }
 
+std::string Date_Without_Separators(std::string_view text)
+{
+    constexpr std::string_view Separators = ".-/";
+    constexpr std::size_t First = 4;
+    constexpr std::size_t Second = 7;
+    if (text.size() != Separated_Size || Separators.find(text[First]) == Separators.npos ||
+        text[First] != text[Second]) {
+        return {};
+    }
+    std::string date(text.substr(0, First));
+    date += text.substr(First + 1, 2);
+    date += text.substr(Second + 1);
+    return Is_Date(date) ? date : std::string();
+}
+
 void Heal_Date(Piece& piece)
 {
     const std::string& text = piece.Text();
     if (Is_Date(text)) {
         return;
     }
-    std::string date = Without_Separators(text);
+    std::string date = Date_Without_Separators(text);
     if (!date.empty()) {
         piece.Becomes(std::move(date), Fault::Old_Syntax, "date in another form");
     } else if (Is_Range(text)) {

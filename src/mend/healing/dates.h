@@ -13,6 +13,9 @@ int Days_In(int year, int month);
 /** Tells whether a text is YYYYMMDD of a day that there is. */
 bool Is_Date(std::string_view text);
 
+/** YYYYMMDD of YYYY.MM.DD, YYYY-MM-DD or YYYY/MM/DD of a day that there is; empty for anything else. */
+std::string Date_Without_Separators(std::string_view text);
+
 /** Tells whether a text is HH, HHMM or HHMMSS; a second may be a leap second. */
 bool Is_Clock(std::string_view text);
 
