@@ -91,6 +91,12 @@ bool Find_Tag(std::string_view text, Tag& tag)
 }
 
 /** Reports that tell of a property of the data set which is no fault. */
+/** Healing makes the length of every value even, and tells the place of it. */
+bool Is_Said_By_Healing(std::string_view text)
+{
+    return text.find("tag lenght is odd in tag") != std::string_view::npos;
+}
+
 bool Is_Information(std::string_view text)
 {
     return text.find("Retired from DICOM") != std::string_view::npos ||
@@ -214,7 +220,7 @@ void Findings::Add_Places(std::size_t first, const std::map<Tag, std::int64_t>& 
 
 void Findings::Take_Message(unsigned int severity, const char* message)
 {
-    if (severity == Severity_Place) {
+    if (severity == Severity_Place || Is_Said_By_Healing(message)) {
         return;
     }
     if (severity == Severity_Memory) {

@@ -147,8 +147,7 @@ void Note_Padding(const Value& value, Healed_Value& healed)
                           healed.bytes.size() == value.bytes.size() + 1 &&
                           healed.bytes.starts_with(value.bytes);
     if (only_odd) {
-        Add_Note(healed.notes,
-                 {Fault::Odd_Length, Level::Change, "odd length, padded to an even one"});
+        Add_Note(healed.notes, {Fault::Odd_Length, Level::Change, Odd_Size_Text});
     } else {
         Add_Note(healed.notes, {Fault::Padding, Level::Change, "wrong padding, put right"});
     }

@@ -106,6 +106,9 @@ Healed_Value Heal_Value(const Value& value);
 /** What is said of a length that no whole number of values has. */
 inline constexpr char Wrong_Size_Text[] = "length that is no multiple of its VR's width";
 
+/** What is said of a length that is odd and nothing else. */
+inline constexpr char Odd_Size_Text[] = "odd length, padded to an even one";
+
 /** Number of bytes of one value of a binary VR; 0 for texts and for VRs that are not known. */
 std::size_t Width_Of(unsigned short vr);
 

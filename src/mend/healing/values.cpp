@@ -116,6 +116,8 @@ void Heal_Values(Data_Set& set, Record_List& list, const Heal_Options& options, 
         const Character_Set& characters = sets.Of(record, way);
         if (Has_Value(record) && !Is_Streamed(record)) {
             Heal_Value_Of(set, record, way, characters, options, findings);
+        } else if (Is_Streamed(record) && record.size % 2 != 0 && record.size > 0) {
+            findings.Report(Fault::Odd_Length, Level::Change, At(record, way), Odd_Size_Text);
         }
     });
     if (options.strict) {
