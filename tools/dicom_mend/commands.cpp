@@ -6,6 +6,7 @@
 #include "mend/healing/original_attributes.h"
 #include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
+#include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/complete.h"
 #include "mend/verify/verify.h"
@@ -32,11 +33,14 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
     const Library_Session session(findings);
     const std::shared_ptr<Source> source = Open(path);
     if (source == nullptr) {
+        std::fputs(request.format == List_Format::JSON ? "null" : "", stdout);
         return Exit_Failure;
     }
     const lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    if (request.tsv) {
+    if (request.format == List_Format::TSV) {
         Print_TSV(set);
+    } else if (request.format == List_Format::JSON) {
+        Print_JSON(set, findings);
     } else {
         if (request.files.size() > 1) {
             std::printf("%s\n", Printable(path).c_str());
@@ -164,9 +168,13 @@ bool Can_Write(const Mend_Request& request)
     return reason.empty();
 }
 
-/** Reads, prepares, encodes and writes a file; what is not healed yet is healed on the way. */
-template <class Prepare>
-Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
+/**
+ * Reads, prepares, encodes and writes a file; what is not healed yet is healed on the way.
+ *
+ * @param read  makes the data set of the source
+ */
+template <class Read, class Prepare>
+Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepare)
 {
     Findings findings;
     const Library_Session session(findings);
@@ -174,7 +182,7 @@ Exit_Status Mend_File(const Mend_Request& request, Prepare&& prepare)
     if (source == nullptr) {
         return Exit_Failure;
     }
-    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    lib_mend::Data_Set set = read(source, findings);
     lib_mend::Encoded_File file;
     const bool mended = !set.foreign && prepare(set, findings) &&
                         lib_mend::Mend(set, request.options, findings, file);
@@ -215,16 +223,40 @@ std::shared_ptr<Source> Open(const std::string& path)
 Exit_Status Run_List(const List_Request& request)
 {
     const Terminal terminal = Look_At(STDOUT_FILENO);
+    const bool is_json = request.format == List_Format::JSON;
+    const bool is_array = is_json && request.files.size() > 1;
     Exit_Status status = Exit_Clean;
+    const char* separator = is_array ? "[\n" : "";
     for (const std::string& path : request.files) {
+        std::fputs(separator, stdout);
+        separator = is_array ? ",\n" : "";
         status = std::max(status, List_File(path, request, terminal));
     }
+    std::fputs(is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
     return Finish_Output(status);
 }
 
 Exit_Status Run_Mend(const Mend_Request& request)
 {
-    return Mend_File(request, [](lib_mend::Data_Set&, Findings&) { return true; });
+    return Mend_File(request, lib_mend::Read_Data_Set,
+                     [](lib_mend::Data_Set&, Findings&) { return true; });
+}
+
+Exit_Status Run_From_JSON(const Mend_Request& request)
+{
+    const auto read = [](const std::shared_ptr<Source>& source, Findings& findings) {
+        lib_mend::Bytes text(static_cast<std::size_t>(source->Size()));
+        text.resize(source->Read(0, text));
+        lib_mend::Data_Set set = lib_mend::From_JSON(
+            {reinterpret_cast<const char*>(text.data()), text.size()}, source->Name(), findings);
+        if (source->Failure() != 0) {
+            findings.Report(lib_mend::Fault::Unreadable, lib_mend::Level::Error, {},
+                            "cannot be read");
+            set.unreadable = true;
+        }
+        return set;
+    };
+    return Mend_File(request, read, [](lib_mend::Data_Set&, Findings&) { return true; });
 }
 
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion)
@@ -236,17 +268,18 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
         return Exit_Failure;
     }
     const Override override(rules);
-    return Mend_File(request, [&](lib_mend::Data_Set& set, Findings& findings) {
-        lib_mend::Heal(set, request.options.heal, findings);
-        return Complete_Set(set, completion.module, findings);
-    });
+    return Mend_File(request, lib_mend::Read_Data_Set,
+                     [&](lib_mend::Data_Set& set, Findings& findings) {
+                         lib_mend::Heal(set, request.options.heal, findings);
+                         return Complete_Set(set, completion.module, findings);
+                     });
 }
 
 Exit_Status Run_Undo(const Mend_Request& request)
 {
-    return Mend_File(request, [](lib_mend::Data_Set& set, Findings& findings) {
-        return lib_mend::Undo(set, findings);
-    });
+    return Mend_File(
+        request, lib_mend::Read_Data_Set,
+        [](lib_mend::Data_Set& set, Findings& findings) { return lib_mend::Undo(set, findings); });
 }
 
 }  // namespace dicom_mend

@@ -11,9 +11,11 @@
 
 namespace dicom_mend {
 
+enum class List_Format { Text, TSV, JSON };
+
 struct List_Request {
     std::vector<std::string> files;
-    bool tsv = false;
+    List_Format format = List_Format::Text;
     Verbosity verbosity = Verbosity::Normal;
     /** Reports quote values that may identify a person. */
     bool show_values = false;
@@ -47,6 +49,8 @@ std::shared_ptr<lib_mend::Source> Open(const std::string& path);
 
 Exit_Status Run_List(const List_Request& request);
 Exit_Status Run_Mend(const Mend_Request& request);
+/** Writes a file of what a text of JSON says. */
+Exit_Status Run_From_JSON(const Mend_Request& request);
 /** Puts back what a mending recorded in the file. */
 Exit_Status Run_Undo(const Mend_Request& request);
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion);

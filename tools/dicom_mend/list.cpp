@@ -1,6 +1,7 @@
 #include "list.h"
 
 #include "mend/healing/character_set.h"
+#include "mend/json/to_json.h"
 #include "value_text.h"
 
 #include <cstdio>
@@ -177,6 +178,17 @@ void Print_TSV(const Data_Set& set)
 {
     Print_TSV_List(set, set.meta.Head(), "");
     Print_TSV_List(set, set.records.Head(), "");
+}
+
+void Print_JSON(const Data_Set& set, Findings& findings)
+{
+    if (set.foreign) {
+        std::fputs("null", stdout);
+        return;
+    }
+    To_JSON(set, {}, findings, [](std::string_view text) {
+        return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    });
 }
 
 }  // namespace dicom_mend

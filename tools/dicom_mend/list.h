@@ -22,6 +22,9 @@ void Print_Text(const lib_mend::Data_Set& set, lib_mend::Findings& findings,
  */
 void Print_TSV(const lib_mend::Data_Set& set);
 
+/** Prints a data set in the DICOM JSON model; null for a file that holds none. */
+void Print_JSON(const lib_mend::Data_Set& set, lib_mend::Findings& findings);
+
 }  // namespace dicom_mend
 
 #endif

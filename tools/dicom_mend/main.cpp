@@ -28,6 +28,8 @@ constexpr char Examples[] =
     "Examples:\n"
     "  dicom-mend list image.dcm                      show what a file holds\n"
     "  dicom-mend list --format tsv image.dcm         the same for programs\n"
+    "  dicom-mend list --format json image.dcm        the same in the DICOM JSON model\n"
+    "  dicom-mend from-json image.json image.dcm      and back\n"
     "  dicom-mend check image.dcm                     say what is wrong with it\n"
     "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
     "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
@@ -87,8 +89,13 @@ void Add_Healing(CLI::App& command, lib_mend::Heal_Options& heal)
 CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
 {
     CLI::App* const command = app.add_subcommand("list", "Show the elements of files");
-    const std::map<std::string, bool> formats = {{"text", false}, {"tsv", true}};
-    command->add_option("--format", request.tsv, "text (default) or tsv")
+    const std::map<std::string, dicom_mend::List_Format> formats = {
+        {"text", dicom_mend::List_Format::Text},
+        {"tsv", dicom_mend::List_Format::TSV},
+        {"json", dicom_mend::List_Format::JSON}};
+    command
+        ->add_option("--format", request.format,
+                     "text (default), tsv, or json, the DICOM JSON model")
         ->transform(CLI::CheckedTransformer(formats))
         ->option_text("FORMAT");
     command->add_option("FILE", request.files, "Files to read")->required()->option_text("...");
@@ -155,6 +162,14 @@ CLI::App* Add_Complete(CLI::App& app, dicom_mend::Mend_Request& request,
     command->add_option("--rules", completion.rules, "File of definition lines that override")
         ->option_text("FILE");
     Add_Output(*command, request);
+    return command;
+}
+
+CLI::App* Add_From_JSON(CLI::App& app, dicom_mend::Mend_Request& request)
+{
+    CLI::App* const command =
+        app.add_subcommand("from-json", "Write a file of what a text in the DICOM JSON model says");
+    Add_Files(*command, request);
     return command;
 }
 
@@ -230,6 +245,7 @@ int Run(int argc, char** argv)
     dicom_mend::Check_Request check;
     dicom_mend::Mend_Request mend;
     dicom_mend::Mend_Request undo;
+    dicom_mend::Mend_Request from_json;
     dicom_mend::Mend_Request complete;
     dicom_mend::Completion completion;
     dicom_mend::Lookup_Request dict;
@@ -251,6 +267,10 @@ int Run(int argc, char** argv)
         {Add_Undo(app, undo),
          [&] {
              return Run_Undo(undo);
+         }},
+        {Add_From_JSON(app, from_json),
+         [&] {
+             return Run_From_JSON(from_json);
          }},
         {Add_Complete(app, complete, completion),
          [&] {

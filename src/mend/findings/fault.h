@@ -75,6 +75,7 @@ enum class Fault : unsigned char {
     Definitions,
     Set,
     Original_Attributes,
+    JSON,
     /** What the library says in words of its own: its kind is recognised by its text. */
     Other
 };

@@ -153,6 +153,8 @@ constexpr Finding_Kind Kinds[] = {
     {Fault::Set, "set", Severity::Info, "set to the value that was given", "", "", true},
     {Fault::Original_Attributes, "original-attributes", Severity::Info,
      "the original value is kept in Original Attributes", "", "PS3.3 C.12.1.1.9", false},
+    {Fault::JSON, "json", Severity::Error, "a JSON text that is no DICOM JSON model",
+     "each element has a VR, and values in the form of that VR", "PS3.18 F.2", false},
     {Fault::Other, "other", Severity::Warning, "something is wrong", "", "", true},
 };
 

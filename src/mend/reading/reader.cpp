@@ -146,40 +146,6 @@ Bytes First_Fragment(const Data_Set& set, const DICOM_List& pixels)
     return {};
 }
 
-/** Brings the transfer syntax in line with the form in which the pixel data really stands. */
-void Settle_Pixel_Syntax(Data_Set& set, Findings& findings)
-{
-    const DICOM_List* const pixels = Find_Record(set.records.Head(), Pixel_Data_Tag);
-    if (pixels == nullptr || pixels->size == 0) {
-        return;
-    }
-    const bool has_fragments = pixels->size == DICOM_Undefined_Length;
-    if (has_fragments == set.encoding.encapsulated) {
-        return;
-    }
-    constexpr std::size_t Enough = 65536;
-    const Bytes frame = has_fragments ? First_Fragment(set, *pixels) : set.Value(*pixels, Enough);
-    const std::string_view guess = Guess_Pixel_Syntax(frame);
-    if (has_fragments) {
-        set.encoding.encapsulated = true;
-        set.syntax = guess.empty() ? Encapsulated_Uncompressed_UID : guess;
-        findings.Report(
-            Fault::Fragments, guess.empty() ? Level::Error : Level::Change, At(*pixels, Path()),
-            guess.empty() ? "the fragments are in no compression that is known, and declared as "
-                            "uncompressed"
-                          : "the pixel data is compressed, though no such transfer syntax is "
-                            "declared",
-            {set.declared_syntax, set.syntax});
-    } else if (guess.empty()) {
-        set.encoding.encapsulated = false;
-        set.syntax = UID_Of(set.encoding);
-        findings.Report(Fault::Transfer_Syntax, Level::Change, At(*pixels, Path()),
-                        "the pixel data is not encapsulated, though a transfer syntax that "
-                        "compresses is declared",
-                        {set.declared_syntax, set.syntax});
-    }
-}
-
 /** A file that is none is told so in one line, and nothing else is done with it. */
 void Refuse(Data_Set& set, Findings& findings)
 {
@@ -220,6 +186,39 @@ Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
 }
 
 }  // namespace
+
+void Settle_Pixel_Syntax(Data_Set& set, Findings& findings)
+{
+    const DICOM_List* const pixels = Find_Record(set.records.Head(), Pixel_Data_Tag);
+    if (pixels == nullptr || pixels->size == 0) {
+        return;
+    }
+    const bool has_fragments = pixels->size == DICOM_Undefined_Length;
+    if (has_fragments == set.encoding.encapsulated) {
+        return;
+    }
+    constexpr std::size_t Enough = 65536;
+    const Bytes frame = has_fragments ? First_Fragment(set, *pixels) : set.Value(*pixels, Enough);
+    const std::string_view guess = Guess_Pixel_Syntax(frame);
+    if (has_fragments) {
+        set.encoding.encapsulated = true;
+        set.syntax = guess.empty() ? Encapsulated_Uncompressed_UID : guess;
+        findings.Report(
+            Fault::Fragments, guess.empty() ? Level::Error : Level::Change, At(*pixels, Path()),
+            guess.empty() ? "the fragments are in no compression that is known, and declared as "
+                            "uncompressed"
+                          : "the pixel data is compressed, though no such transfer syntax is "
+                            "declared",
+            {set.declared_syntax, set.syntax});
+    } else if (guess.empty()) {
+        set.encoding.encapsulated = false;
+        set.syntax = UID_Of(set.encoding);
+        findings.Report(Fault::Transfer_Syntax, Level::Change, At(*pixels, Path()),
+                        "the pixel data is not encapsulated, though a transfer syntax that "
+                        "compresses is declared",
+                        {set.declared_syntax, set.syntax});
+    }
+}
 
 Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
 {

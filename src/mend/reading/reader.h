@@ -17,6 +17,9 @@ namespace lib_mend {
  */
 Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings);
 
+/** Brings the transfer syntax in line with the form in which the pixel data really stands. */
+void Settle_Pixel_Syntax(Data_Set& set, Findings& findings);
+
 }  // namespace lib_mend
 
 #endif

@@ -1,0 +1,161 @@
+#include "mend/json/bulk_value.h"
+
+#include "mend/reading/tree.h"
+#include "mend/writing/encoder.h"
+
+#include <algorithm>
+#include <array>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag Item_Tag = {0xFFFE, 0xE000};
+constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
+constexpr std::int64_t Item_Header_Size = 8;
+constexpr unsigned char Little = DICOM_Order_Explicit_VR;
+
+/** The bytes that are reversed together to give a value in little endian. */
+int Reversal_Width(const DICOM_List& record, unsigned short vr)
+{
+    // Values of UN are little endian in every syntax.
+    const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0 && vr != VR_UN;
+    const int width = Swap_Width(vr);
+    const bool has_whole_units = width <= 2 || record.size % width == 0;
+    return is_big && has_whole_units ? width : 1;
+}
+
+void Put_Value(const Data_Set& set, const DICOM_List& record, int width, Output& out)
+{
+    const std::int64_t size = std::max(record.size, 0);
+    if (record.data == nullptr) {
+        out.Copy({set.source, record.data_pos, size, width});
+        return;
+    }
+    if (width == 1) {
+        out.Put({record.data, static_cast<std::size_t>(size)});
+        return;
+    }
+    Bytes reversed(record.data, record.data + size);
+    Reverse_Units(reversed, width);
+    out.Put(reversed);
+}
+
+void Put_Header(Tag tag, std::int64_t size, Output& out)
+{
+    std::array<unsigned char, Item_Header_Size> header{};
+    std::copy_n(Put_UShort(Little, tag.group), 2, header.begin());
+    std::copy_n(Put_UShort(Little, tag.element), 2, header.begin() + 2);
+    std::copy_n(Put_Int(Little, static_cast<int>(size)), 4, header.begin() + 4);
+    out.Put(header);
+}
+
+/** Calls `visit` for each fragment, the offset table first. */
+template <class Visit>
+void For_Each_Fragment(const DICOM_List& record, Visit&& visit)
+{
+    for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+        const DICOM_List& fragment = *Item_Of(record, i);
+        if (Tag_Of(fragment) == Item_Tag) {
+            visit(fragment);
+        }
+    }
+}
+
+/** Tells whether a place in the source holds the bytes of a record. */
+bool Is_At(const Data_Set& set, const DICOM_List& record)
+{
+    if (record.size <= 0) {
+        return record.size == 0;
+    }
+    if (record.data == nullptr) {
+        return static_cast<std::int64_t>(record.data_pos) + record.size <= set.source->Size();
+    }
+    std::array<unsigned char, 16384> block;
+    const std::span<const unsigned char> bytes(record.data, static_cast<std::size_t>(record.size));
+    for (std::size_t at = 0; at < bytes.size(); at += block.size()) {
+        const std::size_t size = std::min(block.size(), bytes.size() - at);
+        const std::int64_t place = record.data_pos + static_cast<std::int64_t>(at);
+        if (set.source->Read(place, {block.data(), size}) != size ||
+            !std::equal(block.data(), block.data() + size, bytes.data() + at)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::optional<Extent> Place_Of_Fragments(const Data_Set& set, const DICOM_List& record)
+{
+    std::optional<Extent> place;
+    bool is_one_piece = true;
+    For_Each_Fragment(record, [&](const DICOM_List& fragment) {
+        if (!place) {
+            place = Extent{set.source, fragment.pos, 0, 1};
+        }
+        const std::int64_t size = std::max(fragment.size, 0);
+        is_one_piece = is_one_piece && fragment.pos == place->offset + place->size &&
+                       fragment.data_pos == fragment.pos + Item_Header_Size && size % 2 == 0 &&
+                       Is_At(set, fragment);
+        place->size += Item_Header_Size + size;
+    });
+    return is_one_piece ? place : std::nullopt;
+}
+
+}  // namespace
+
+Encoded_File Little_Endian_Value(const Data_Set& set, const DICOM_List& record, unsigned short vr)
+{
+    Encoded_File bytes;
+    Put_Value(set, record, Reversal_Width(record, vr), bytes);
+    return bytes;
+}
+
+Encoded_File Fragment_Stream(const Data_Set& set, const DICOM_List& record)
+{
+    Encoded_File stream;
+    For_Each_Fragment(record, [&](const DICOM_List& fragment) {
+        const std::int64_t size = std::max(fragment.size, 0);
+        Put_Header(Item_Tag, size + size % 2, stream);
+        Put_Value(set, fragment, 1, stream);
+        stream.Put(Bytes(static_cast<std::size_t>(size % 2)));
+    });
+    Put_Header(Sequence_End_Tag, 0, stream);
+    return stream;
+}
+
+std::optional<std::vector<std::span<const unsigned char>>>
+Split_Fragment_Stream(std::span<const unsigned char> bytes)
+{
+    std::vector<std::span<const unsigned char>> fragments;
+    while (bytes.size() >= Item_Header_Size) {
+        const Tag tag = {Get_UShort(Little, bytes.data()), Get_UShort(Little, bytes.data() + 2)};
+        const auto size = static_cast<std::uint32_t>(Get_Int(Little, bytes.data() + 4));
+        bytes = bytes.subspan(Item_Header_Size);
+        if (tag == Sequence_End_Tag && size == 0 && bytes.empty()) {
+            return fragments;
+        }
+        if (tag != Item_Tag || size > bytes.size()) {
+            break;
+        }
+        fragments.push_back(bytes.first(size));
+        bytes = bytes.subspan(size);
+    }
+    return std::nullopt;
+}
+
+std::optional<Extent> Place_In_Source(const Data_Set& set, const DICOM_List& record,
+                                      unsigned short vr)
+{
+    if (set.encoding.deflated) {
+        return std::nullopt;
+    }
+    if (Holds_Fragments(record)) {
+        return Place_Of_Fragments(set, record);
+    }
+    if (Reversal_Width(record, vr) != 1 || !Is_At(set, record)) {
+        return std::nullopt;
+    }
+    return Extent{set.source, record.data_pos, std::max(record.size, 0), 1};
+}
+
+}  // namespace lib_mend

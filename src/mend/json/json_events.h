@@ -1,0 +1,42 @@
+// The text of JSON taken apart: what it holds, piece by piece, with the place of each piece.
+#ifndef LIB_MEND_JSON_EVENTS_H
+#define LIB_MEND_JSON_EVENTS_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace lib_mend {
+
+enum class JSON_Scalar { Null, Boolean, Number, String };
+
+/** Takes what is in a text in its order. `at` is the offset of the first byte of a piece. */
+class JSON_Events {
+public:
+    virtual ~JSON_Events() = default;
+
+    /** @param text  a string without its escapes, or a number as it stands there */
+    virtual void Scalar(JSON_Scalar kind, std::string_view text, std::size_t at) = 0;
+    virtual void Key(std::string_view name, std::size_t at) = 0;
+    virtual void Begin_Object(std::size_t at) = 0;
+    virtual void End_Object() = 0;
+    virtual void Begin_Array(std::size_t at) = 0;
+    virtual void End_Array() = 0;
+};
+
+/** Where a text stops to be JSON, and why. */
+struct JSON_Fault {
+    std::size_t at = 0;
+    std::string why;
+};
+
+/** Nothing when the whole text is JSON. Memory does not grow with the depth of nesting. */
+std::optional<JSON_Fault> Parse_JSON(std::string_view text, JSON_Events& events);
+
+/** "line 3, column 14: ", counted from 1, columns in characters. */
+std::string Line_And_Column(std::string_view text, std::size_t at);
+
+}  // namespace lib_mend
+
+#endif
