@@ -10,6 +10,7 @@
 #include "mend/reading/element_reader.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 namespace lib_mend {
@@ -58,6 +59,71 @@ void Element_Reader::Close_Unclosed(const char* what)
                Level::Change, *level.owner, what);
     }
     Pop();
+}
+
+/**
+ * What an item or a sequence holds ends exactly where its length says, though what stands there was
+ * not believed: it is that what is damaged, and not the length.
+ */
+bool Element_Reader::Leave_Exact_Lengths(const Element_Header& header)
+{
+    const Nesting_Level& level = Top();
+    if (level.claimed_end != position_ || level.end != Level_View::Open ||
+        position_ <= static_cast<std::int64_t>(level.owner->data_pos)) {
+        return false;
+    }
+    if (level.kind == Level_Kind::List) {
+        std::size_t list = levels_.size() - 1;
+        while (list > 1 && levels_[list - 1].kind != Level_Kind::List) {
+            --list;
+        }
+        if (Judge(header, position_, level) == Grade::Sound &&
+            Judge(header, position_, levels_[list - 1]) != Grade::Sound) {
+            return false;
+        }
+    }
+    Pop();
+    return true;
+}
+
+/**
+ * An element in an item whose length is not believed, though it is off by a few bytes only: where it
+ * goes beyond that length, or is out of order, and makes sense in a list around, it stands there.
+ */
+bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
+{
+    constexpr std::int64_t Few_Bytes = 16;
+    const std::int64_t end = position_ + header.size + static_cast<std::int64_t>(header.length);
+    const auto is_wrong = [](const Nesting_Level& level) {
+        return level.claimed_end != Level_View::Open && level.end == Level_View::Open;
+    };
+    if (!is_wrong(Top()) || header.size == 0) {
+        return false;
+    }
+    if (Leave_Exact_Lengths(header)) {
+        return true;
+    }
+    const bool descends = header.tag <= Top().last;
+    std::size_t levels = levels_.size();
+    std::size_t list = levels;
+    while (levels > 1 && is_wrong(levels_[levels - 1])) {
+        const Nesting_Level& level = levels_[levels - 1];
+        const bool is_near = std::abs(position_ - level.claimed_end) <= Few_Bytes &&
+                             level.claimed_end - level.owner->data_pos > Few_Bytes;
+        if (!descends && !(is_near && end > level.claimed_end)) {
+            break;
+        }
+        --levels;
+        list = levels_[levels - 1].kind == Level_Kind::List ? levels : list;
+    }
+    const std::size_t pop = levels_.size() - list;
+    if (pop == 0 || Judge(header, position_, levels_[list - 1]) != Grade::Sound ||
+        Points_After(position_, pop) < Points_After(position_, 0)) {
+        return false;
+    }
+    Pop_To(list + 1);
+    Close_Unclosed("sequence is not closed");
+    return true;
 }
 
 void Element_Reader::Start_Item(const Element_Header& header)
@@ -113,7 +179,7 @@ void Element_Reader::Read_In_Sequence()
                "its items are in the other byte order");
     } else if (header.tag == Item_End_Tag) {
         Read_Item_End_In_Sequence(header);
-    } else {
+    } else if (!Leave_Exact_Lengths(header)) {
         Settle_In_Sequence();
     }
 }
@@ -191,6 +257,18 @@ int Element_Reader::Same_Bytes(Tag tag, Tag other)
            ((elements & 0xFF) == 0);
 }
 
+void Element_Reader::Supply_Item()
+{
+    Report(Fault::Nesting, Level::Change, *Top().owner,
+           "its elements stand in no item; one is supplied");
+    const Element_Header none = {
+        Item_Tag, 0, Top().mode, Header_Form::Implicit, 0, Element_Header::Undefined};
+    const std::int64_t claimed_end = Top().claimed_end;
+    Start_Item(none);
+    Top().claimed_end = claimed_end;
+    Top().said = true;
+}
+
 /** Something that is no item stands directly in a sequence. */
 void Element_Reader::Settle_In_Sequence()
 {
@@ -205,18 +283,11 @@ void Element_Reader::Settle_In_Sequence()
                           Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;
     const int item = like_item ? Points_In_New_Item(behind) : 0;
     const int end = like_end ? Points_After(behind, 1) : 0;
+    const int bare = Top().items == 0 ? Points_In_New_Item(position_) : 0;
     const int most = std::max({close, reopen, item, end});
-    if (most == 0) {
-        const int bare = Points_In_New_Item(position_);
-        if (bare > Outlook::Sound_Points) {
-            Report(Fault::Nesting, Level::Change, *Top().owner,
-                   "its elements stand in no item; one is supplied");
-            Element_Header none = {
-                Item_Tag, 0, Top().mode, Header_Form::Implicit, 0, Element_Header::Undefined};
-            Start_Item(none);
-            Top().said = true;
-            return;
-        }
+    if (bare >= std::max(most, Outlook::Fair_Points + Outlook::Sound_Points)) {
+        Supply_Item();
+    } else if (most == 0) {
         Skip_Garbage();
     } else if (most == close) {
         Close_Unclosed("sequence is not closed");
@@ -260,10 +331,45 @@ void Element_Reader::Read_Delimiter_In_List(const Element_Header& header)
     }
 }
 
+/** An item behind a sequence that ended by its length: that length is too short. */
+bool Element_Reader::Reopen_Sequence()
+{
+    DICOM_List* const last = Top().tail;
+    const bool is_sequence =
+        last != nullptr &&
+        (VR_Of(*last) == VR_SQ ||
+         (last->dict != nullptr && last->dict->vr[0] == VR_SQ && last->size == 0));
+    if (!is_sequence || last->size < 0 ||
+        static_cast<std::int64_t>(last->data_pos) + last->size != position_) {
+        return false;
+    }
+    Report(Fault::Value_Length, Level::Change, *last,
+           "the length is " + std::to_string(last->size) + ", but items follow behind it");
+    if (last->vr != 0) {
+        last->vr = VR_SQ;
+    }
+    last->vr_default = VR_SQ;
+    Nesting_Level level;
+    level.kind = Level_Kind::Sequence;
+    level.mode = Top().mode;
+    level.last = Tag_Of(*last);
+    level.owner = last;
+    level.limit = Top().limit;
+    level.items = Item_Count(*last);
+    level.said = true;
+    last->size = DICOM_Undefined_Length;
+    levels_.push_back(std::move(level));
+    ++depth_;
+    return true;
+}
+
 void Element_Reader::Read_Item_In_List(const Element_Header& header)
 {
     if (levels_.size() > 1 && Top().end == Level_View::Open) {
         Close_Unclosed("item is not closed");
+        return;
+    }
+    if (Reopen_Sequence()) {
         return;
     }
     Skip_Delimiter(header, levels_.size() > 1
@@ -271,11 +377,25 @@ void Element_Reader::Read_Item_In_List(const Element_Header& header)
                                : "item outside a sequence; its contents are taken without it");
 }
 
+bool Element_Reader::Stands_Sequence_End(std::int64_t at)
+{
+    const Element_Header header = Decode_Header(window_.At(at, 8), Top().mode);
+    return header.size != 0 && header.tag == Sequence_End_Tag;
+}
+
 void Element_Reader::Read_Sequence_End_In_List(const Element_Header& header)
 {
     Check_Delimiter_Length(header);
     const std::int64_t behind = position_ + header.size;
     const bool is_open = levels_.size() > 2 && Top().end == Level_View::Open;
+    const DICOM_List* const last = Top().tail;
+    const bool is_doubled = is_open && last != nullptr && last->nb_item > 0 &&
+                            Points_After(behind, 0) >= Points_After(behind, 2) &&
+                            Stands_Sequence_End(position_ - header.size);
+    if (is_doubled) {
+        Skip_Delimiter(header, "a second sequence delimitation");
+        return;
+    }
     if (!is_open) {
         Skip_Delimiter(header, levels_.size() > 1 ? "sequence delimitation inside a given length"
                                                   : "sequence delimitation outside a sequence");

@@ -77,6 +77,8 @@ void Element_Reader::Step()
     if (position_ >= end_) {
         return;
     }
+    const std::int64_t position = position_;
+    const std::size_t levels = levels_.size();
     switch (Top().kind) {
     case Level_Kind::List:
         Read_In_List();
@@ -88,6 +90,13 @@ void Element_Reader::Step()
         Read_In_Fragments();
         break;
     }
+    // Levels may be opened and closed again at one place, but not for ever.
+    constexpr int Most_Idle_Steps = 16;
+    if (position_ != position) {
+        idle_steps_ = 0;
+    } else if (levels_.size() >= levels && ++idle_steps_ > Most_Idle_Steps && !stopped_) {
+        Skip_Garbage();
+    }
 }
 
 void Element_Reader::Read_In_List()
@@ -98,6 +107,8 @@ void Element_Reader::Read_In_List()
     }
     if (header.tag.group == Delimiter_Group) {
         Read_Delimiter_In_List(header);
+    } else if (Leave_Wrong_Lengths(header)) {
+        return;
     } else if (Judge(header, position_, Top()) == Grade::Sound && Fits_What_Follows(header)) {
         Accept(header);
     } else {
@@ -112,10 +123,13 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
     if (Has_Nested_Content(header, entry) && header.length != 0) {
         const Element_Header first = Decode_Header(window_.At(value, 8), Top().mode);
-        return first.tag == Item_Tag ||
+        return first.tag == Item_Tag || first.tag == Swapped_Item_Tag ||
                (first.tag == Sequence_End_Tag && first.length == 0 && header.Is_Undefined());
     }
     const std::int64_t end = value + header.length;
+    if (Holds_Controls(header)) {
+        return false;
+    }
     if (end == Top().limit) {
         return true;
     }
@@ -216,13 +230,30 @@ void Element_Reader::Accept(const Element_Header& header)
         record.flags |= DICOM_Mark_Private;
         Ask_Definition(record);
     }
-    Top().last = std::max(Top().last, header.tag);
+    Raise_Last(header);
     const Content content = Content_Of(record, header);
     if (content.kind != Content::Kind::Plain) {
         Enter(record, header, content);
         return;
     }
     Read_Value(record, header);
+}
+
+/** One element with a damaged tag must not make all that follow look out of order. */
+void Element_Reader::Raise_Last(const Element_Header& header)
+{
+    Nesting_Level& list = Top();
+    if (header.tag <= list.last) {
+        return;
+    }
+    if (!header.Is_Undefined() && header.length != 0) {
+        const std::int64_t end = position_ + header.size + header.length;
+        const Element_Header next = Decode_Header(Header_Bytes(end), list.mode);
+        if (next.size != 0 && next.tag < header.tag && Judge(next, end, list) == Grade::Sound) {
+            return;
+        }
+    }
+    list.last = header.tag;
 }
 
 void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header)
@@ -285,7 +316,7 @@ bool Element_Reader::Is_Trusted(std::int64_t end)
         return true;
     }
     constexpr int Steps = 3;
-    constexpr int Enough = 7;
+    constexpr int Enough = 6;
     return Look().Follow(end, Steps) >= Enough;
 }
 

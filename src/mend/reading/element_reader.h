@@ -47,7 +47,7 @@ public:
 
 private:
     /** What had to be assumed to read a header. */
-    enum class Assumed : unsigned char { Nothing, As_Library, Form, Encoding, Length };
+    enum class Assumed : unsigned char { Nothing, As_Library, Form, Encoding };
     struct Reading {
         Element_Header header;
         /** Byte-order code of what follows in the list. */
@@ -56,6 +56,8 @@ private:
         /** How well the header and what follows make sense; what follows alone. */
         int points = -1;
         int behind = 0;
+        /** The header makes sense by itself. */
+        bool is_possible = false;
     };
     /** Where reading goes on: a position, and the number of levels that are open there. */
     struct Place_Found {
@@ -73,6 +75,7 @@ private:
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
     void Accept(const Element_Header& header);
+    void Raise_Last(const Element_Header& header);
     void Read_Value(DICOM_List& record, const Element_Header& header);
     void Load(DICOM_List& record);
     void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
@@ -94,7 +97,10 @@ private:
     void Offer_Under(Reading& best, const Reading& reading, int cost);
     void Offer_Forms(Reading& best, const Element_Header& as_read);
     void Offer_Encodings(Reading& best);
-    void Offer_Lengths(Reading& best, const Element_Header& as_read);
+    bool Holds_Controls(const Element_Header& header);
+    bool Hides_Place(const Reading& reading);
+    bool Fits_Place(const Element_Header& header, const Place_Found& place);
+    bool Length_Holds(const Element_Header& header, std::int64_t claimed, std::int64_t place);
     void Offer_Library(Reading& best, const Element_Header& as_read);
     bool Settle_Damaged_Delimiter(const Element_Header& header, int enough);
     bool Settle_By_Search(const Element_Header& as_read);
@@ -109,6 +115,8 @@ private:
     Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
     bool Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
+    void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
+    int Points_In_Bare_Item(const Element_Header& header);
     bool Starts_With_Item(std::int64_t at, unsigned char mode);
 
     // ---- delimiters.cpp
@@ -121,9 +129,14 @@ private:
     int Points_In_Last_Item();
     int Points_In_New_Item(std::int64_t at);
     void Reopen_Item();
+    void Supply_Item();
+    bool Reopen_Sequence();
+    bool Stands_Sequence_End(std::int64_t at);
     static int Same_Bytes(Tag tag, Tag other);
     void Start_Item(const Element_Header& header);
     void Skip_Delimiter(const Element_Header& header, const char* what);
+    bool Leave_Exact_Lengths(const Element_Header& header);
+    bool Leave_Wrong_Lengths(const Element_Header& header);
     void Close_Unclosed(const char* what);
     void Check_Delimiter_Length(const Element_Header& header);
     int Points_After(std::int64_t at, std::size_t pop);
@@ -139,7 +152,7 @@ private:
                              std::int64_t claimed, std::int64_t end);
 
     // ---- resync.cpp
-    std::optional<Place_Found> Find_Place(std::int64_t from, Tag last);
+    std::optional<Place_Found> Find_Place(std::int64_t from, Tag last, std::int64_t until);
     bool Is_Place(std::int64_t at, std::size_t levels, Tag last);
     void Skip_Garbage();
 
@@ -177,6 +190,8 @@ private:
     std::vector<Nesting_Level> levels_;
     Path path_;
     bool stopped_ = false;
+    /** Steps that neither moved on nor left a level, since one did move on. */
+    int idle_steps_ = 0;
     /** The file ends too early, and that was said. */
     bool cut_off_ = false;
     Bytes search_;

@@ -16,8 +16,10 @@ namespace lib_mend {
 
 namespace {
 
-/** Items of one value that are looked at before it is believed to hold items. */
 constexpr std::uint32_t Item_Header_Size = 8;
+
+/** What leaves no doubt that elements stand in a sequence without an item. */
+constexpr int Bare_Points = 7;
 
 bool May_Hide_Items(const DICOM_List& record)
 {
@@ -79,6 +81,36 @@ unsigned char Element_Reader::Mode_Of_Items(std::int64_t at, unsigned char mode)
     return !Starts_With_Item(at, mode) && Starts_With_Item(at, swapped) ? swapped : mode;
 }
 
+void Element_Reader::Note_Byte_Order(const DICOM_List& record, unsigned char around,
+                                     unsigned char mode)
+{
+    if (mode != around) {
+        Report(Fault::Encoding, Level::Change, record, "its items are in the other byte order");
+    }
+}
+
+/** How well the first elements of a sequence make sense in an item whose tag is missing. */
+int Element_Reader::Points_In_Bare_Item(const Element_Header& header)
+{
+    const std::int64_t value = position_ + header.size;
+    Level_View item = Top();
+    item.kind = Level_Kind::Sequence;
+    item.last = header.tag;
+    item.mode = header.mode;
+    item.end = Level_View::Open;
+    Outlook look = Look();
+    look.Push(item);
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.mode = Mode_In_Item(window_, value, item);
+    const Element_Header first = Decode_Header(Header_Bytes(value), item.mode);
+    if (first.tag.group == Delimiter_Group || Judge(first, value, item) != Grade::Sound) {
+        return 0;
+    }
+    look.Push(item);
+    return look.Follow(value);
+}
+
 Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
                                                              const Element_Header& header)
 {
@@ -88,7 +120,9 @@ Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
     unsigned char mode = vr == VR_UN && record.vr != 0
                              ? static_cast<unsigned char>(header.mode & DICOM_Order_Big_Endian)
                              : header.mode;
-    mode = Mode_Of_Items(value, mode);
+    const unsigned char around = mode;
+    mode = Mode_Of_Items(value, around);
+    Note_Byte_Order(record, around, mode);
     if (header.tag == Pixel_Data_Tag || is_OB) {
         const std::int64_t first = value + Item_Header_Size;
         Level_View inside;
@@ -137,6 +171,10 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
     const unsigned char around = record.vr == VR_UN ? static_cast<unsigned char>(0) : header.mode;
     const unsigned char mode = Mode_Of_Items(value, around);
     if (is_sequence && Starts_With_Item(value, mode)) {
+        Note_Byte_Order(record, around, mode);
+        return {Content::Kind::Items, mode};
+    }
+    if (is_sequence && Points_In_Bare_Item(header) >= Bare_Points) {
         return {Content::Kind::Items, mode};
     }
     const std::int64_t end = value + header.length;
@@ -155,6 +193,7 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         Report(record.vr == VR_UN ? Fault::VR_Unknown : Fault::VR, Level::Change, record,
                "sequence stored as " + VR_Text(record.vr));
     }
+    Note_Byte_Order(record, around, mode);
     record.vr_default = VR_SQ;
     record.vr = record.vr != 0 ? VR_SQ : static_cast<unsigned short>(0);
     return {Content::Kind::Items, mode};

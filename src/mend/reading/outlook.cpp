@@ -104,7 +104,7 @@ int Outlook::Step_Element(const Element_Header& read)
         return Step_Damaged(header);
     case Grade::Length_Impossible:
         stopped_ = true;
-        return Length_Points;
+        return Is_Explicit(header.mode) ? Length_Points : Doubtful_Points;
     case Grade::VR_Impossible: {
         const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
         const bool is_long = entry != nullptr && Is_Long_VR(entry->vr[0]);

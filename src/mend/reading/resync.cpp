@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t Levels_Tried = 6;
 /** Headers that have to follow each other, and what they have to come to. */
 constexpr int Steps = 4;
-constexpr int Enough = 10;
+constexpr int Enough = 8;
 
 /** The quick test that nearly every byte fails. */
 bool May_Be_Header(std::span<const unsigned char> bytes, unsigned char mode)
@@ -56,16 +56,17 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
 }
 
 /**
- * Finds where elements go on, not before `from`.
+ * Finds where elements go on, not before `from` and before `until`.
  *
  * @param last  tag that elements of the innermost list have to follow
  */
-std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64_t from, Tag last)
+std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64_t from, Tag last,
+                                                                      std::int64_t until)
 {
     constexpr std::int64_t Block = 16384;
     constexpr std::int64_t Overlap = static_cast<std::int64_t>(Longest_Header) - 1;
     const std::size_t lowest = levels_.size() > Levels_Tried ? levels_.size() - Levels_Tried : 0;
-    const std::int64_t limit = Top().limit;
+    const std::int64_t limit = std::min(until + Overlap, Top().limit);
     std::int64_t at = std::max(from, searched_to_);
     while (at + 8 <= limit) {
         const auto size = static_cast<std::size_t>(std::min(Block, limit - at));
@@ -97,7 +98,7 @@ void Element_Reader::Skip_Garbage()
 {
     const std::int64_t start = position_;
     const std::int64_t limit = Top().limit;
-    const std::optional<Place_Found> place = Find_Place(start + 1, {});
+    const std::optional<Place_Found> place = Find_Place(start + 1, {}, limit);
     // Whatever is made of the levels, reading goes on.
     const std::int64_t end = std::max(place.has_value() ? place->position : limit, start + 1);
     const std::int64_t size = end - start;

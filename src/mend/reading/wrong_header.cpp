@@ -24,17 +24,32 @@ constexpr int No_Doubt = 7;
 constexpr int Likely = 5;
 constexpr int Possible = 2;
 
+constexpr std::int64_t Shortest_Element = 8;
+
+/** VRs whose values are printable, but for escapes and the controls of lines. */
+bool Is_Text(unsigned short vr)
+{
+    constexpr unsigned short Texts[] = {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_DT,
+                                        VR_IS, VR_LO, VR_LT, VR_PN, VR_SH, VR_ST,
+                                        VR_TM, VR_UC, VR_UI, VR_UR, VR_UT};
+    return std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts);
+}
+
+/** VR of the header, or that of the dictionary. */
+unsigned short VR_In(const Element_Header& header)
+{
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    return header.vr != 0 ? header.vr : entry != nullptr ? entry->vr[0] : VR_UN;
+}
+
+bool Is_Control(unsigned char byte)
+{
+    constexpr unsigned char Escape = 0x1B;
+    return byte < ' ' && byte != '\t' && byte != '\n' && byte != '\f' && byte != '\r' &&
+           byte != Escape;
+}
+
 constexpr unsigned short Blank_VR = DICOM_VR(' ', ' ');
-
-std::uint32_t Swapped_32(std::uint32_t number)
-{
-    return number >> 24 | (number >> 8 & 0xFF00) | (number << 8 & 0xFF0000) | number << 24;
-}
-
-std::uint32_t Swapped_16(std::uint32_t number)
-{
-    return (number >> 8 & 0xFF) | (number << 8 & 0xFF00);
-}
 
 }  // namespace
 
@@ -65,25 +80,30 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     Level_View list = Top();
     list.mode = reading.mode;
     const Grade grade = Judge(header, position_, list);
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const bool is_known_sequence = entry != nullptr && entry->vr[0] == VR_SQ;
+    const bool may_hold_items = header.vr == VR_SQ || (header.vr == 0 && is_known_sequence);
+    const int bare = may_hold_items && !items ? Points_In_Bare_Item(header) : 0;
     if (header.Is_Undefined() || !fits) {
-        // Only items can stand in what has no length of its own.
-        if (!items) {
+        // Only items can stand in what has no length of its own; one wrong thing at a time.
+        if ((reading.assumed == Assumed::Encoding && !header.Is_Undefined()) ||
+            (!items && bare < No_Doubt)) {
             return;
         }
         header.vr = header.vr == 0 ? header.vr : VR_SQ;
         header.length = Element_Header::Undefined;
-    } else if (header.vr == VR_SQ && !items && header.length != 0) {
+    } else if (header.vr == VR_SQ && !items && bare < No_Doubt && header.length != 0) {
         header.vr = VR_UN;
     }
     Outlook look = Look();
     look.Top().mode = reading.mode;
-    reading.behind = look.Follow_Header(header, position_);
-    const bool is_sound = grade == Grade::Sound;
-    const int own = is_sound                     ? Outlook::Sound_Points
-                    : grade != Grade::Impossible ? Outlook::Doubtful_Points
-                                                 : 0;
+    reading.behind = bare >= No_Doubt ? bare : look.Follow_Header(header, position_);
+    const int own = grade == Grade::Sound || (items && is_known_sequence) ? Outlook::Sound_Points
+                    : grade != Grade::Impossible                          ? Outlook::Doubtful_Points
+                                                                          : 0;
     const int needed = own == 0 ? 2 * Outlook::Sound_Points : Possible;
     reading.points = own + reading.behind - cost;
+    reading.is_possible = own != 0;
     if (reading.behind >= needed && reading.points > best.points) {
         best = reading;
     }
@@ -122,36 +142,6 @@ void Element_Reader::Offer_Encodings(Reading& best)
         }
         Offer_Under(best, {header, mode, Assumed::Encoding}, 2);
         Offer_Under(best, {header, usual, Assumed::Encoding}, 3);
-    }
-}
-
-void Element_Reader::Offer_Lengths(Reading& best, const Element_Header& as_read)
-{
-    const Element_Header header = With_VR(as_read);
-    const std::int64_t room = Top().limit - position_ - header.size;
-    if (header.size == 0 || header.tag <= Top().last || room < 0) {
-        return;
-    }
-    const auto offer = [&](std::int64_t length) {
-        if (length >= 0 && length <= room && length != header.length) {
-            Element_Header other = header;
-            other.length = static_cast<std::uint32_t>(length);
-            Offer(best, other, Assumed::Length, 3);
-        }
-    };
-    constexpr int Offs[] = {1, 2, 4, 8, 12};
-    const auto length = static_cast<std::int64_t>(header.length);
-    for (const int off : Offs) {
-        offer(length - off);
-        offer(length + off);
-    }
-    offer(header.form == Header_Form::Short ? Swapped_16(header.length)
-                                            : Swapped_32(header.length));
-    offer(length & 0xFFFF);
-    constexpr std::int64_t Cut = 0x10000;
-    constexpr int Most_Cuts = 16;
-    for (int i = 1; i <= Most_Cuts && header.length < Cut; ++i) {
-        offer(length + i * Cut);
     }
 }
 
@@ -211,21 +201,54 @@ void Element_Reader::Settle(const Element_Header& as_read)
         Offer_Library(best, as_read);
         Offer_Forms(best, as_read);
         Offer_Encodings(best);
-        Offer_Lengths(best, as_read);
     }
     if (Settle_Damaged_Delimiter(as_read, std::max(best.points, Likely))) {
         return;
     }
-    const bool assumes = best.assumed != Assumed::Nothing;
-    if (best.points >= 0 && (!assumes || best.behind >= Likely)) {
+    const bool is_likely = best.points >= 0 && best.behind >= Likely;
+    if (is_likely && !Hides_Place(best)) {
         Take(best, as_read);
     } else if (!is_delimiter && Settle_By_Search(as_read)) {
         return;
-    } else if (best.points >= 0) {
+    } else if (best.points >= 0 && !Hides_Place(best)) {
         Take(best, as_read);
     } else {
         Skip_Garbage();
     }
+}
+
+/** A text with bytes in it that are no text: other elements may stand in it. */
+bool Element_Reader::Holds_Controls(const Element_Header& header)
+{
+    if (!Is_Text(VR_In(header)) || header.Is_Undefined() || header.length < Shortest_Element) {
+        return false;
+    }
+    const std::int64_t value = position_ + header.size;
+    const auto holds = [this](std::int64_t at, std::size_t size) {
+        const std::span<const unsigned char> bytes = window_.At(at, size);
+        return std::any_of(bytes.begin(), bytes.end(), Is_Control);
+    };
+    constexpr std::uint32_t Enough = 512;
+    // The padding of the last byte is none of the text.
+    const std::uint32_t length = header.length - 1;
+    return holds(value, std::min(length, Enough)) ||
+           (length > Enough && holds(value + length - Enough, Enough));
+}
+
+/** A reading that is a guess must not pass over a place where elements begin. */
+bool Element_Reader::Hides_Place(const Reading& reading)
+{
+    if (reading.header.Is_Undefined() || (reading.assumed == Assumed::Nothing &&
+                                          reading.is_possible && !Holds_Controls(reading.header))) {
+        return false;
+    }
+    const std::int64_t value = position_ + reading.header.size;
+    if (Starts_With_Item(value, Mode_Of_Items(value, reading.header.mode))) {
+        return false;
+    }
+    const std::int64_t end = value + reading.header.length;
+    const std::optional<Place_Found> place = Find_Place(position_ + 1, {}, end);
+    return place.has_value() && place->position < end;
 }
 
 /** In an item a delimiter may be damaged: a tag that differs from one in a single byte. */
@@ -266,10 +289,13 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     const std::int64_t value = position_ + header.size;
     const std::int64_t claimed =
         header.Is_Undefined() ? Top().limit + 1 : value + static_cast<std::int64_t>(header.length);
-    const std::optional<Place_Found> place = Find_Place(value, header.tag);
-    const std::int64_t end = place.has_value()        ? place->position
-                             : claimed <= Top().limit ? claimed
-                                                      : Top().limit;
+    const std::optional<Place_Found> place = Find_Place(value, {}, Top().limit);
+    if (place.has_value() && !Fits_Place(header, *place)) {
+        return false;
+    }
+    const bool holds = claimed <= Top().limit &&
+                       (!place.has_value() || Length_Holds(header, claimed, place->position));
+    const std::int64_t end = holds ? claimed : place.has_value() ? place->position : Top().limit;
     Element_Header mended = header;
     mended.length = static_cast<std::uint32_t>(end - value);
     const bool is_cut = end == end_ && claimed > end_ && !header.Is_Undefined() && !place;
@@ -292,10 +318,50 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     const std::uint32_t claim = header.length;
     Accept(mended);
     Note_Claim(mended.length, claim);
-    if (place.has_value()) {
+    if (place.has_value() && !holds) {
         Pop_To(place->levels);
     }
     return true;
+}
+
+/** A header whose tag is above that of the next place is none, unless its VR speaks for it. */
+bool Element_Reader::Fits_Place(const Element_Header& header, const Place_Found& place)
+{
+    if (place.levels != levels_.size()) {
+        return true;
+    }
+    const Element_Header next = Decode_Header(Header_Bytes(place.position), Top().mode);
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const bool speaks = header.form != Header_Form::Implicit && entry != nullptr &&
+                        header.vr != VR_UN && Allows(*entry, header.vr);
+    return next.tag.group == Delimiter_Group || next.tag > header.tag || speaks;
+}
+
+/**
+ * Elements go on at a place behind the claimed end of a value: either its length is too short, or it
+ * is right and what stands between is no element.
+ */
+bool Element_Reader::Length_Holds(const Element_Header& header, std::int64_t claimed,
+                                  std::int64_t place)
+{
+    constexpr std::int64_t Cut = 0x10000;
+    const std::int64_t gap = place - claimed;
+    if (header.length == 0 || gap <= 0 || gap % Cut == 0) {
+        return false;
+    }
+    constexpr std::int64_t Enough = 64;
+    const std::span<const unsigned char> rest =
+        window_.At(claimed, static_cast<std::size_t>(std::min(gap, Enough)));
+    if (Is_Text(VR_In(header))) {
+        // A text that goes on is one text, its padding included.
+        return !rest.empty() && std::any_of(rest.begin(), rest.end() - 1, Is_Control);
+    }
+    // Bytes that would be lost stay in a long value, unless an element can be seen behind it.
+    constexpr std::int64_t Likely_Element = 256;
+    Element_Header next = Decode_Header(Header_Bytes(claimed), Top().mode);
+    next.length = 0;
+    const bool is_seen = Judge(next, claimed, Top()) >= Grade::VR_Impossible;
+    return gap >= Shortest_Element && (gap <= Likely_Element || is_seen);
 }
 
 /** The source ends in the middle of a value. */
@@ -347,13 +413,6 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
         Report(Fault::Header, Level::Change, header,
                header.form == Header_Form::Short ? "its length has 2 bytes instead of 4"
                                                  : "its length has 4 bytes instead of 2");
-    } else if (reading.assumed == Assumed::Length &&
-               position_ + header.size + header.length == end_ && as_read.length > header.length) {
-        Report_Cut(header, as_read.length);
-    } else if (reading.assumed == Assumed::Length) {
-        Report(Fault::Value_Length, Level::Change, header,
-               "the length is " + std::to_string(as_read.length) + ", but " +
-                   std::to_string(header.length) + " bytes fit what follows");
     }
     Accept(header);
     Note_Claim(header.length, as_read.length);
