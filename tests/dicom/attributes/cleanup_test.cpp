@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <utility>
 
 using namespace std::string_literals;
 using testing::HasSubstr;
@@ -245,6 +246,8 @@ TEST_F(Cleanup, KeepsIntegersWithin32Bits)
         {VR_IS, "+2147483648", "", 0x0800, 0, Range("+2147483648")},
         {VR_IS, "-2147483648\\\\7", "-2147483648\\\\7", 0, 1, ""},
         {VR_IS, "7\\-2147483649", "", 0x0800, 0, Range("-2147483649")},
+        {VR_IS, "7\\ +2147483648", "", 0x0800, 0, Range(" +2147483648")},
+        {VR_IS, " 7.5\\ +8.5", "7\\8 ", 0x0010, 1, Converted(" 7.5\\ +8.5", "7\\8")},
         {VR_IS, "3.9 \\-3.9\\\\+2", "3\\-3\\\\2 ", 0x0010, 1,
          Converted("3.9 \\-3.9\\\\+2", "3\\-3\\\\2")},
         {VR_IS, "2147483647.9", "2147483647", 0x0010, 1, Converted("2147483647.9", "2147483647")},
@@ -304,6 +307,7 @@ TEST_F(Cleanup, ChecksTheSizeAndTheNumberOfValues)
         bool counts;
     } binary[] = {
         {VR_AT, 4, "multiple 2*\"Unigned Short\"", false},
+        {VR_OB, 1, "", false},
         {VR_FD, 8, "\"Floation Point Double\"", true},
         {VR_FL, 4, "\"Floation Point\"", true},
         {VR_OF, 4, "\"Other Float\"", false},
@@ -405,14 +409,25 @@ TEST_F(Cleanup, MarksWhatItChangesWhateverTheStandardIs)
     }
 }
 
-TEST_F(Cleanup, TracesTheReasonOfLeaving)
+TEST_F(Cleanup, TracesItsSteps)
 {
-    Record record(VR_CS, "A");
-    Message_Log log(9);
-    record.Cleanup();
-    EXPECT_EQ(log.Text(), ">>> in  Lib_DICOM: DICOM_Attribute_Cleanup_Tag(0018,1030)\n"
-                          "in DICOM_Tag_Cleanup_Text_Multiple(0018,1030)\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Cleanup_Tag(1)\n");
+    const std::string multiple = "in DICOM_Tag_Cleanup_Text_Multiple(0018,1030)\n";
+    const struct {
+        unsigned short vr;
+        std::string steps, reason;
+    } rows[] = {
+        {VR_CS, multiple, "1"},
+        {VR_IS, "in DICOM_Tag_Cleanup_Valid_Int(0018,1030)\n" + multiple, "1"},
+        {DICOM_VR('Z', 'Z'), "", "0"},
+    };
+    for (const auto& row : rows) {
+        Record record(row.vr, "1 ");
+        const Message_Log log(9);
+        record.Cleanup();
+        EXPECT_EQ(log.Text(), ">>> in  Lib_DICOM: DICOM_Attribute_Cleanup_Tag(0018,1030)\n" +
+                                  row.steps + "<<< out Lib_DICOM: DICOM_Attribute_Cleanup_Tag(" +
+                                  row.reason + ")\n");
+    }
 }
 
 TEST_F(Cleanup, TakesTimeInProportionToHostileValues)
@@ -438,11 +453,12 @@ TEST_F(Cleanup, SwapsBigEndianValues)
         bool current;
         std::string in, out;
         int result;
+        std::string reason = {};
     } rows[] = {
         {VR_FD, false, "12345678abcdefgh", "87654321hgfedcba", 1},
-        {VR_FD, false, "123456789abc", "123456789abc", 0},
+        {VR_FD, false, "123456789abc", "123456789abc", 0, "tag->size % 8"},
         {VR_FL, false, "1234abcd", "4321dcba", 1},
-        {VR_FL, false, "123456", "123456", 0},
+        {VR_FL, false, "123456", "123456", 0, "tag->size % 4"},
         {VR_SL, false, "1234", "4321", 1},
         {VR_UL, false, "1234", "4321", 1},
         {VR_OF, false, "1234", "4321", 1},
@@ -458,12 +474,22 @@ TEST_F(Cleanup, SwapsBigEndianValues)
         SCOPED_TRACE(Name(row.vr) + row.in);
         DICOM_Flag_Current_Standard = row.current ? 1 : 0;
         Record record(row.vr, row.in);
+        const auto left = [](const std::string& reason) {
+            return "<<< out Lib_DICOM: DICOM_Attribute_Cleanup_Swab(" + reason + ")";
+        };
+        const Message_Log log(9);
         EXPECT_EQ(record.Swab(), 1);
-        EXPECT_EQ(record.Value(), row.in) << "little endian";
+        EXPECT_EQ(log.All().back().text, left("LITTLE_ENDIAN"));
+        EXPECT_EQ(record.Value(), row.in);
         record->byte_order = 9;
         EXPECT_EQ(record.Swab(), row.result);
+        EXPECT_EQ(log.All().back().text, left(row.reason));
         EXPECT_EQ(record.Value(), row.out);
         EXPECT_EQ(record->byte_order, 8);
+        std::free(std::exchange(record->data, nullptr));
+        record->byte_order = 9;
+        EXPECT_EQ(record.Swab() + record.Cleanup(), 2);
+        EXPECT_EQ(log.Count("(! tag->data)"), 2);
     }
 }
 

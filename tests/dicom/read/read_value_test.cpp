@@ -98,23 +98,16 @@ std::string Show_All(const Values* values, const DICOM_List& record)
 /** Calls the extractor with this name; bytes are shown one by one. */
 std::string Extract(const std::string& name, DICOM_List& record, unsigned short vr = 0)
 {
-    if (name == "Str") {
-        return Show_All(NEMA_Value_Str(nullptr, &record, vr), record);
-    }
-    if (name == "Int") {
-        return Show_All(NEMA_Value_Int(nullptr, &record, vr), record);
-    }
-    if (name == "Float") {
-        return Show_All(NEMA_Value_Float(nullptr, &record, vr), record);
-    }
-    if (name == "Name") {
-        return Show_All(NEMA_Value_Name(nullptr, &record, vr), record);
-    }
-    if (name == "Date") {
-        return Show_All(NEMA_Value_Date(nullptr, &record, vr), record);
-    }
-    if (name == "Time") {
-        return Show_All(NEMA_Value_Time(nullptr, &record, vr), record);
+    const auto show = [&](auto extract) {
+        return Show_All(extract(nullptr, &record, vr), record);
+    };
+    if (name != "Hex") {
+        return name == "Str"     ? show(&NEMA_Value_Str)
+               : name == "Int"   ? show(&NEMA_Value_Int)
+               : name == "Float" ? show(&NEMA_Value_Float)
+               : name == "Name"  ? show(&NEMA_Value_Name)
+               : name == "Date"  ? show(&NEMA_Value_Date)
+                                 : show(&NEMA_Value_Time);
     }
     const unsigned char* const bytes = NEMA_Value_Hex(nullptr, &record, vr);
     return bytes == nullptr ? "null" : std::string(bytes, bytes + record.size) + Show(record.vm);

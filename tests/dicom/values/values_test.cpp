@@ -30,13 +30,42 @@ using Name = Owned<OrisWare_Name, Name_From_DICOM, Name_Free>;
 using Date = Owned<OrisWare_Date, Date_From_DICOM, Date_Free>;
 using Time = Owned<OrisWare_Time, Time_From_DICOM, Time_Free>;
 
+/** The calls that dates and times have alike. */
+template <class Record>
+struct Calls {
+    int (*make)(Record*, const char*, const char*);
+    int (*settle)(Record*);
+    const char* (*to_dicom)(const Record*);
+    char* Record::*text;
+};
+
+struct Template_Case {
+    const char* text;
+    const char* its_template;
+    const char* dicom;  // empty: refused
+};
+
+template <class Value, class Record>
+void Expect_Fit(const std::vector<Template_Case>& cases, const Calls<Record>& calls)
+{
+    for (const Template_Case& item : cases) {
+        SCOPED_TRACE(testing::Message() << item.text << " by " << item.its_template);
+        Value value("010203");
+        const bool fits = *item.dicom != '\0';
+        EXPECT_EQ(calls.make(&value, item.text, item.its_template), fits);
+        EXPECT_EQ(value.state, fits ? Oris_State_Text : Oris_State_Unset);
+        EXPECT_STREQ(value.*calls.text, fits ? item.text : nullptr);
+        EXPECT_STREQ(calls.to_dicom(&value), item.dicom);
+        EXPECT_EQ(calls.settle(&value), fits);
+        EXPECT_EQ(value.state, fits ? Oris_State_Numeric : Oris_State_Unset);
+        EXPECT_EQ(value.*calls.text, nullptr);
+        EXPECT_STREQ(calls.to_dicom(&value), item.dicom);
+    }
+}
+
 TEST(Values, DatesFitTheirTemplateOrLeaveTheRecordUnset)
 {
-    struct {
-        const char* text;
-        const char* date_template;
-        const char* dicom;  // empty: refused
-    } const cases[] = {
+    const std::vector<Template_Case> cases = {
         {"19980517", "yyyymmdd", "19980517"},
         {"1998.05.17", "yyyy.mm.dd", "19980517"},
         {"600101", "yymmdd", "19600101"},
@@ -66,28 +95,13 @@ TEST(Values, DatesFitTheirTemplateOrLeaveTheRecordUnset)
         {nullptr, "yyyymmdd", ""},
         {"19980517", nullptr, ""},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(testing::Message() << item.text << " by " << item.date_template);
-        Date date("19700101");
-        const bool fits = *item.dicom != '\0';
-        EXPECT_EQ(Make_Oris_Date(&date, item.text, item.date_template), fits);
-        EXPECT_EQ(date.state, fits ? Oris_State_Text : Oris_State_Unset);
-        EXPECT_STREQ(date.date_str, fits ? item.text : nullptr);
-        EXPECT_STREQ(Date_2_DICOM(&date), item.dicom);
-        EXPECT_EQ(Oris_Date_Postproc(&date), fits);
-        EXPECT_EQ(date.state, fits ? Oris_State_Numeric : Oris_State_Unset);
-        EXPECT_EQ(date.date_str, nullptr);
-        EXPECT_STREQ(Date_2_DICOM(&date), item.dicom);
-    }
+    Expect_Fit<Date, OrisWare_Date>(
+        cases, {&Make_Oris_Date, &Oris_Date_Postproc, &Date_2_DICOM, &OrisWare_Date::date_str});
 }
 
 TEST(Values, TimesFitTheirTemplateOrLeaveTheRecordUnset)
 {
-    struct {
-        const char* text;
-        const char* time_template;
-        const char* dicom;  // empty: refused
-    } const cases[] = {
+    const std::vector<Template_Case> cases = {
         {"123456.789012", "hhmmss.ffffff", "123456.789"},
         {"123456.7", "hhmmss.ffffff", "123456.700"},
         {"123456", "hhmmss.ffffff", "123456"},
@@ -115,19 +129,8 @@ TEST(Values, TimesFitTheirTemplateOrLeaveTheRecordUnset)
         {nullptr, "hhmmss", ""},
         {"123456", nullptr, ""},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(testing::Message() << item.text << " by " << item.time_template);
-        Time time("010203");
-        const bool fits = *item.dicom != '\0';
-        EXPECT_EQ(Make_Oris_Time(&time, item.text, item.time_template), fits);
-        EXPECT_EQ(time.state, fits ? Oris_State_Text : Oris_State_Unset);
-        EXPECT_STREQ(time.time_str, fits ? item.text : nullptr);
-        EXPECT_STREQ(Time_2_DICOM(&time), item.dicom);
-        EXPECT_EQ(Oris_Time_Postproc(&time), fits);
-        EXPECT_EQ(time.state, fits ? Oris_State_Numeric : Oris_State_Unset);
-        EXPECT_EQ(time.time_str, nullptr);
-        EXPECT_STREQ(Time_2_DICOM(&time), item.dicom);
-    }
+    Expect_Fit<Time, OrisWare_Time>(
+        cases, {&Make_Oris_Time, &Oris_Time_Postproc, &Time_2_DICOM, &OrisWare_Time::time_str});
 }
 
 TEST(Values, NumbersAreCheckedAndGivenBack)
