@@ -93,7 +93,7 @@ constexpr Finding_Kind Kinds[] = {
     {Fault::Fragments, "fragments", Severity::Error, "fault in encapsulated pixel data",
      "fragments of even length, closed by a delimiter", "PS3.5 A.4", false},
     {Fault::Pixel_VR, "pixel-vr", Severity::Error, "VR of the pixel data does not fit",
-     "OW above 8 bits allocated", "PS3.5 8.2", false},
+     "OB in fragments, OW above 8 bits allocated", "PS3.5 8.2", false},
     {Fault::Pixel_Size, "pixel-size", Severity::Error, "pixel data of another size than the image",
      "Rows x Columns x Samples x Bits x Frames", "PS3.5 8.1.1", false},
     {Fault::Pixel_Excess, "pixel-excess", Severity::Warning,

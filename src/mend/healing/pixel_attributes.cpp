@@ -5,6 +5,7 @@
 #include "mend/reading/tree.h"
 
 #include <algorithm>
+#include <array>
 
 namespace lib_mend {
 
@@ -32,6 +33,12 @@ constexpr Colours All_Colours[] = {
     {"XYB", 3},
 };
 
+struct Named_Tag {
+    Tag tag;
+    const char* missing;
+    const char* zero;
+};
+
 /** One list of attributes that is looked at. */
 class Attributes {
 public:
@@ -40,15 +47,32 @@ public:
     {
     }
 
+    /** Without these nobody can show the pixels. */
+    void Check_Size() const
+    {
+        constexpr std::array Needed = {
+            Named_Tag{Rows_Tag, "Rows is missing", "Rows is 0"},
+            Named_Tag{Columns_Tag, "Columns is missing", "Columns is 0"},
+            Named_Tag{Bits_Allocated_Tag, "Bits Allocated is missing", "Bits Allocated is 0"}};
+        for (const Named_Tag& needed : Needed) {
+            if (Find_Record(list_, needed.tag) == nullptr) {
+                Say(Pixel_Data_Tag, needed.missing);
+            } else if (Number(needed.tag) == 0) {
+                Say(needed.tag, needed.zero);
+            }
+        }
+        const auto frames = Number(Frames_Tag);
+        if (frames.has_value() && *frames < 1) {
+            Say(Frames_Tag, "Number of Frames is below 1");
+        }
+    }
     void Check_Bits() const
     {
         const auto allocated = Number(Bits_Allocated_Tag);
         const auto stored = Number(Bits_Stored_Tag);
         const auto high = Number(High_Bit_Tag);
         const auto representation = Number(Representation_Tag);
-        if (allocated == 0) {
-            Say(Bits_Allocated_Tag, "Bits Allocated is 0");
-        } else if (allocated.has_value() && stored.has_value() && *stored > *allocated) {
+        if (allocated > 0 && stored.has_value() && *stored > *allocated) {
             Say(Bits_Stored_Tag, "Bits Stored is above Bits Allocated");
         }
         if (stored.has_value() && high.has_value() && *high != *stored - 1) {
@@ -71,15 +95,25 @@ public:
         if (samples.has_value() && *samples > 1 && !Number(Planar_Tag).has_value()) {
             Say(Samples_Tag, "Planar Configuration is missing");
         }
+        const auto planar = Number(Planar_Tag);
+        if (planar.has_value() && (*planar < 0 || *planar > 1)) {
+            Say(Planar_Tag, "Planar Configuration is neither 0 nor 1");
+        }
     }
     void Check_Palettes() const
     {
         constexpr unsigned short First_Descriptor = 0x1101;
         constexpr unsigned short First_Palette = 0x1201;
+        constexpr unsigned short First_Segmented = 0x1221;
+        const bool is_needed = Text_In(set_, list_, Photometric_Tag) == "PALETTE COLOR";
+        bool is_missing = false;
         for (unsigned short colour = 0; colour < 3; ++colour) {
             const Tag descriptor = {0x0028, static_cast<unsigned short>(First_Descriptor + colour)};
             const Tag palette = {0x0028, static_cast<unsigned short>(First_Palette + colour)};
+            const Tag segmented = {0x0028, static_cast<unsigned short>(First_Segmented + colour)};
             const DICOM_List* const data = Find_Record(list_, palette);
+            is_missing = is_missing || Find_Record(list_, descriptor) == nullptr ||
+                         (data == nullptr && Find_Record(list_, segmented) == nullptr);
             const auto entries = Number(descriptor, 0);
             const auto bits = Number(descriptor, 2);
             if (data == nullptr || data->size < 0 || !entries.has_value() || !bits.has_value()) {
@@ -91,6 +125,9 @@ public:
             if (data->size < (*bits == 8 ? count : 2 * count)) {
                 Say(palette, "the palette is shorter than its descriptor says");
             }
+        }
+        if (is_needed && is_missing) {
+            Say(Photometric_Tag, "a palette of PALETTE COLOR is missing");
         }
     }
 
@@ -118,11 +155,17 @@ void Check_Pixel_Attributes(Data_Set& set, Findings& findings)
 {
     For_Each_List(set.records.Address(), [&](DICOM_List** list, const Path& path) {
         // Other lists may hold single attributes of the kind, as those of presentation states do.
-        if (Find_Record(*list, Rows_Tag) == nullptr ||
-            Find_Record(*list, Bits_Allocated_Tag) == nullptr) {
+        const bool has_rows = Find_Record(*list, Rows_Tag) != nullptr;
+        const bool has_bits = Find_Record(*list, Bits_Allocated_Tag) != nullptr;
+        const bool has_pixels = Find_Record(*list, Pixel_Data_Tag) != nullptr &&
+                                (has_rows || Find_Record(*list, Columns_Tag) != nullptr);
+        const Attributes attributes(set, *list, path, findings);
+        if (has_pixels) {
+            attributes.Check_Size();
+        }
+        if (!has_rows || !has_bits) {
             return;
         }
-        const Attributes attributes(set, *list, path, findings);
         attributes.Check_Bits();
         attributes.Check_Colours();
         attributes.Check_Palettes();

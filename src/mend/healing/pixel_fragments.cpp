@@ -21,7 +21,12 @@ void Report_Odd_Fragments(const Data_Set& set, Findings& findings)
         return;
     }
     int number = 0;
-    for (const DICOM_List* const fragment : Fragments_Of(*pixels)) {
+    const std::vector<DICOM_List*> fragments = Fragments_Of(*pixels);
+    if (fragments.empty() || (fragments.size() == 1 && fragments.front()->size == 0)) {
+        findings.Report(Fault::Fragments, Level::Kept, At(*pixels, {}),
+                        "encapsulated pixel data without any fragment");
+    }
+    for (const DICOM_List* const fragment : fragments) {
         if (fragment->size % 2 > 0) {
             const Path path = {{Pixel_Data_Tag, number}};
             findings.Report(Fault::Fragments, Level::Change, At(*fragment, path),

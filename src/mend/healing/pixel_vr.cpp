@@ -54,6 +54,16 @@ void Heal_Record(DICOM_List& record, bool wide, const Path& path, Findings& find
     record.vr = vr;
 }
 
+/** Fragments are bytes, whatever the bits allocated are (PS3.5 section A.4). */
+void Heal_Encapsulated(DICOM_List& record, Findings& findings)
+{
+    if (record.vr != 0 && record.vr != VR_OB) {
+        findings.Report(Fault::Pixel_VR, Level::Change, At(record, {}),
+                        "VR of encapsulated pixel data is not OB; it is changed");
+        record.vr = VR_OB;
+    }
+}
+
 }  // namespace
 
 void Heal_Pixel_VR(Data_Set& set, Findings& findings)
@@ -62,6 +72,9 @@ void Heal_Pixel_VR(Data_Set& set, Findings& findings)
         for (DICOM_List& record : Records(*list)) {
             if (Is_Pixel_Value(Tag_Of(record)) && record.size >= 0 && record.nb_item == 0) {
                 Heal_Record(record, Is_Wide(set, *list), path, findings);
+            } else if (Tag_Of(record) == Pixel_Data_Tag && path.empty() &&
+                       record.size == DICOM_Undefined_Length && set.encoding.encapsulated) {
+                Heal_Encapsulated(record, findings);
             }
         }
     });

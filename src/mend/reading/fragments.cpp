@@ -91,7 +91,7 @@ void Element_Reader::Supply_Offset_Table(const Element_Header& header)
     const std::size_t size = std::min<std::size_t>(header.length, Enough);
     const std::span<const unsigned char> bytes = window_.At(position_ + header.size, size);
     const bool is_table =
-        bytes.size() >= 4 && header.length % 4 == 0 &&
+        bytes.size() >= 4 &&
         std::all_of(bytes.begin(), bytes.begin() + 4, [](unsigned char byte) { return byte == 0; });
     if (is_table || (header.length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
         return;

@@ -162,13 +162,13 @@ std::vector<Attribute_Case> Attribute_Cases()
             .US(0x102, high)
             .US(0x103, sign);
     };
-    const auto colour = [](unsigned int samples, const char* photometric, unsigned int columns) {
-        return Image_Builder()
-            .US(2, samples)
-            .Text(4, "CS", photometric)
-            .US(0x10, 2)
-            .US(0x11, columns)
-            .US(0x100, 16);
+    const auto colour = [](unsigned int samples, const char* photometric, unsigned int columns,
+                           int planar = -1) {
+        Image_Builder image = Image_Builder().US(2, samples).Text(4, "CS", photometric);
+        if (planar >= 0) {
+            image.US(6, static_cast<unsigned int>(planar));
+        }
+        return image.US(0x10, 2).US(0x11, columns).US(0x100, 16);
     };
     return {
         {"right", bits(16, 15, 1), ""},
@@ -180,6 +180,19 @@ std::vector<Attribute_Case> Attribute_Cases()
          "kept pixel-attributes (0028,0103) Pixel Representation is neither 0 nor 1\n"},
         {"no Planar Configuration", colour(3, "RGB ", 1),
          "kept pixel-attributes (0028,0002) Planar Configuration is missing\n"},
+        {"Planar Configuration", colour(3, "RGB ", 1, 2),
+         "kept pixel-attributes (0028,0006) Planar Configuration is neither 0 nor 1\n"},
+        {"no palettes", colour(1, "PALETTE COLOR ", 3),
+         "kept pixel-attributes (0028,0004) a palette of PALETTE COLOR is missing\n"},
+        {"no rows", Image_Builder().US(0x10, 0).US(0x11, 3).US(0x100, 16),
+         "kept pixel-attributes (0028,0010) Rows is 0\n"},
+        {"no Rows", Image_Builder().US(0x11, 3).US(0x100, 16),
+         "kept pixel-attributes (7fe0,0010) Rows is missing\n"},
+        {"neither Columns nor bits", Image_Builder().US(0x10, 2),
+         "kept pixel-attributes (7fe0,0010) Columns is missing\n"
+         "kept pixel-attributes (7fe0,0010) Bits Allocated is missing\n"},
+        {"frames", Image_Builder().Text(8, "IS", "0 ").US(0x10, 2).US(0x11, 3).US(0x100, 16),
+         "kept pixel-attributes (0028,0008) Number of Frames is below 1\n"},
         {"samples", colour(1, "RGB ", 3),
          "kept pixel-attributes (0028,0002) Samples per Pixel does not fit the Photometric "
          "Interpretation\n"},
