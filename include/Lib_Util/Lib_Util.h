@@ -142,12 +142,21 @@ LIB_UTIL_API char* Str_Strip_Spaces(char* text);
 LIB_UTIL_API char* Str_To_Lower(char* text);
 
 /**
- * Wide copy of a narrow text: UTF-8 is decoded, bytes that are not UTF-8 become the code point of
- * the same value, so that nothing is lost.
+ * Wide copy of a narrow text: UTF-8 is decoded. A byte that is not UTF-8 becomes the lone surrogate
+ * 0xDC00 + byte, which no UTF-8 stands for, so that Wchar_2_Char gives every text back and every
+ * file can be named in wide characters. Messages show it as the character of the byte in ISO 8859-1.
  *
  * @return a text from the C heap that the caller frees, null for null or without memory
  */
 LIB_UTIL_API wchar_t* Char_2_Wchar(const char* text);
+
+/**
+ * Narrow copy of a wide text in UTF-8, the inverse of Char_2_Wchar.
+ *
+ * @return a text from the C heap that the caller frees; null for null, for a text that has no narrow
+ *         form, and without memory
+ */
+LIB_UTIL_API char* Wchar_2_Char(const wchar_t* text);
 
 /**
  * Takes a path apart. Both separators, '/' and '\\', are understood; the extension starts at the

@@ -56,7 +56,7 @@ std::size_t Bounded_Length(const wchar_t* text, int precision)
 void Append_Wide(std::string& message, std::wstring_view text)
 {
     while (!text.empty()) {
-        Append_Utf8(message, Take_Wide(text));
+        Append_Utf8(message, Shown_Character(Take_Wide(text)));
     }
 }
 

@@ -1,4 +1,4 @@
-// Text helpers.
+// Texts: tokens, patterns, edits in place, wide and narrow copies, parts of paths.
 #include <Lib_Util/Lib_Util.h>
 
 #include "utf8.h"
@@ -53,6 +53,14 @@ void Copy_Part(std::string_view part, char* buffer)
     if (buffer != nullptr) {
         buffer[part.copy(buffer, part.size())] = '\0';
     }
+}
+
+/** A copy on the C heap, null without memory. */
+char* Copy_Text(std::string_view text)
+{
+    auto* const copy = static_cast<char*>(std::calloc(text.size() + 1, 1));
+    Copy_Part(text, copy);
+    return copy;
 }
 
 /** Keeps a text for the thread's caller. */
@@ -163,10 +171,34 @@ wchar_t* Char_2_Wchar(const char* text)
     while (!rest.empty()) {
         const Utf8_Char character = Decode_Utf8(rest);
         const bool is_utf8 = character.size != 0;
-        end = Put_Wide(end, is_utf8 ? character.code : static_cast<unsigned char>(rest[0]));
+        end = Put_Wide(end,
+                       is_utf8 ? character.code : Wide_Byte(static_cast<unsigned char>(rest[0])));
         rest.remove_prefix(is_utf8 ? character.size : 1);
     }
     return wide;
+}
+
+char* Wchar_2_Char(const wchar_t* text)
+{
+    if (text == nullptr) {
+        return nullptr;
+    }
+    try {
+        std::string narrow;
+        for (std::wstring_view rest = text; !rest.empty();) {
+            const char32_t code = Take_Wide(rest);
+            if (Is_Wide_Byte(code)) {
+                narrow += static_cast<char>(code & 0xFF);
+            } else if (Is_Character(code)) {
+                Append_Utf8(narrow, code);
+            } else {
+                return nullptr;
+            }
+        }
+        return Copy_Text(narrow);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 char* Get_Generic_Name(const char* path, char* directory, char* base, char* extension)

@@ -19,11 +19,6 @@ constexpr bool Is_Low_Surrogate(char32_t code)
     return code >= 0xDC00 && code <= 0xDFFF;
 }
 
-constexpr bool Is_Character(char32_t code)
-{
-    return code <= Last_Code && !Is_High_Surrogate(code) && !Is_Low_Surrogate(code);
-}
-
 constexpr std::size_t Utf8_Size(char32_t code)
 {
     return code < 0x80 ? 1 : code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
@@ -46,6 +41,11 @@ constexpr char32_t Unit(wchar_t unit)
 }
 
 }  // namespace
+
+bool Is_Character(char32_t code)
+{
+    return code <= Last_Code && !Is_High_Surrogate(code) && !Is_Low_Surrogate(code);
+}
 
 Utf8_Char Decode_Utf8(std::string_view text)
 {

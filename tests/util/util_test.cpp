@@ -29,7 +29,7 @@ std::string Formatted(const Char* format, Args... args)
     return log.All().empty() ? "no message" : log.All()[0].text;
 }
 
-TEST(Message_Format, Numbers_Follow_Printf)
+TEST(Message_Format, NumbersFollowPrintf)
 {
     const struct {
         std::string got, expected;
@@ -51,7 +51,7 @@ TEST(Message_Format, Numbers_Follow_Printf)
     }
 }
 
-TEST(Message_Format, Texts_Of_Either_Width)
+TEST(Message_Format, TextsOfEitherWidth)
 {
     const char* const none = nullptr;
     const wchar_t* const wide_none = nullptr;
@@ -77,7 +77,7 @@ TEST(Message_Format, Texts_Of_Either_Width)
     }
 }
 
-TEST(Message_Format, Unknown_Conversions_End_The_Formatting)
+TEST(Message_Format, UnknownConversionsEndTheFormatting)
 {
     int count = 7;
     EXPECT_EQ(Formatted("%d %n %s", 1, &count), "1 %n %s");
@@ -87,7 +87,7 @@ TEST(Message_Format, Unknown_Conversions_End_The_Formatting)
     EXPECT_EQ(Formatted("%-08.3l"), "%-08.3l");
 }
 
-TEST(Message_Format, Bytes_Pass_Whole_In_Every_Locale)
+TEST(Message_Format, BytesPassWholeInEveryLocale)
 {
     std::string bytes;
     for (int byte = 1; byte < 256; ++byte) {
@@ -106,7 +106,7 @@ TEST(Message_Format, Bytes_Pass_Whole_In_Every_Locale)
     EXPECT_EQ(Formatted("<%hs>", huge.c_str()), "<" + huge + ">");
 }
 
-TEST(Reporting, Filter_And_Sink)
+TEST(Reporting, FilterAndSink)
 {
     const struct {
         unsigned int severity;
@@ -154,7 +154,7 @@ std::string Shown_On_Terminal(const char* text)
     return std::string(shown, size < 0 ? 0 : static_cast<std::size_t>(size));
 }
 
-TEST(Reporting, Default_Sink_Shows_Markup_And_No_Control_Bytes)
+TEST(Reporting, DefaultSinkShowsMarkupAndNoControlBytes)
 {
     const char* const text =
         "\361\005W:\002\360 a\tb\033[2J\r\177 \363\240\200\201 \361\200\200\200 "
@@ -173,7 +173,7 @@ TEST(Reporting, Default_Sink_Shows_Markup_And_No_Control_Bytes)
               "\033[1m\033[33mW:\033[39m\033[22m\\x1B\033[0m\r\n");
 }
 
-TEST(Lock, Is_Recursive_And_Shared_By_Threads)
+TEST(Lock, IsRecursiveAndSharedByThreads)
 {
     int sum = 0;
     const auto add = [&] {
@@ -193,7 +193,7 @@ TEST(Lock, Is_Recursive_And_Shared_By_Threads)
     EXPECT_EQ(sum, 4000);
 }
 
-TEST(Byte_Order, Accessors_Of_Every_Width_And_Code)
+TEST(Byte_Order, AccessorsOfEveryWidthAndCode)
 {
     const struct {
         unsigned char code;
@@ -258,7 +258,7 @@ TEST(Text, Match)
         << "and returns within the time limit";
 }
 
-TEST(Text, Edits_In_Place)
+TEST(Text, EditsInPlace)
 {
     char quotes[] = "\"a\"b\"";
     char spaces[] = "  a b  ";
@@ -271,24 +271,36 @@ TEST(Text, Edits_In_Place)
     EXPECT_EQ(Str_To_Lower(Str_Strip_Spaces(Str_Strip_Quotes(nullptr))), nullptr);
 }
 
-TEST(Text, Wide_Copies_Keep_Bytes_That_Are_Not_Utf8)
+TEST(Text, WideCopiesKeepBytesThatAreNotUtf8)
 {
     const struct {
         const char* text;
         std::wstring expected;
     } cases[] = {{"a\303\251\342\202\254", L"a\u00e9\u20ac"},
                  {"\360\237\230\200", L"\U0001F600"},
-                 {"\351t\303", L"\u00e9t\u00c3"},
-                 {"\300\257", L"\u00c0\u00af"},            // overlong
-                 {"\355\240\200", L"\u00ed\u00a0\u0080"},  // surrogate
-                 {"\364\220\200\200", L"\u00f4\u0090\u0080\u0080"}};
+                 {"\351t\303", L"\xDCE9t\xDCC3"},
+                 {"\300\257", L"\xDCC0\xDCAF"},            // overlong
+                 {"\355\240\200", L"\xDCED\xDCA0\xDC80"},  // surrogate
+                 {"\355\262\251", L"\xDCED\xDCB2\xDCA9"},  // what stands for a byte
+                 {"\364\220\200\200", L"\xDCF4\xDC90\xDC80\xDC80"},
+                 {"", L""}};
     for (const auto& item : cases) {
         wchar_t* const wide = Char_2_Wchar(item.text);
         ASSERT_NE(wide, nullptr);
         EXPECT_EQ(wide, item.expected);
+        char* const narrow = Wchar_2_Char(wide);
+        EXPECT_STREQ(narrow, item.text);
+        std::free(narrow);
         std::free(wide);
     }
     EXPECT_EQ(Char_2_Wchar(nullptr), nullptr);
+    EXPECT_EQ(Wchar_2_Char(nullptr), nullptr);
+    for (const wchar_t* const text : {L"\xD800", L"\xDC7F", L"\xDD00", L"\x110000"}) {
+        EXPECT_EQ(Wchar_2_Char(text), nullptr) << "no text has this form";
+    }
+    const Message_Log log;
+    Error_Fct(nullptr, 0, "%ls", L"\xDCE9\xDD00");
+    EXPECT_EQ(log.Text(), "\303\251\357\277\275\n") << "shown as a letter of ISO 8859-1";
 }
 
 TEST(Text, Paths)

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cwchar>
 #include <fstream>
 
 namespace fs = std::filesystem;
@@ -14,8 +13,6 @@ namespace fs = std::filesystem;
 namespace lib_dicom {
 
 namespace {
-
-constexpr std::size_t Max_File = std::size_t{16} << 20U;
 
 bool Is_Directory(const fs::path& path)
 {
@@ -77,6 +74,21 @@ const fs::path& Definition_Files::Directory(std::string& why)
     return directory_;
 }
 
+bool Definition_Files::Read(std::string_view name, std::size_t max_size, Definition_File& file,
+                            std::string& why)
+{
+    if (!Stays_Inside(name)) {
+        why = Shown(name) + " is not below the definition directory";
+        return false;
+    }
+    if (Directory(why).empty()) {
+        return false;
+    }
+    const fs::path path = directory_ / name;
+    file.path = path.string();
+    return Read_Text_File(path, max_size, file.text, why);
+}
+
 const Definition_File* Definition_Files::Load(std::string_view name, std::string& why)
 {
     if (!Is_Definition_Name(name)) {
@@ -86,16 +98,18 @@ const Definition_File* Definition_Files::Load(std::string_view name, std::string
     if (Directory(why).empty()) {
         return nullptr;
     }
-    const fs::path path = directory_ / (std::string(name) + ".txt");
-    const auto found = files_.find(path.string());
+    const std::string file_name = std::string(name) + ".txt";
+    const auto found = files_.find((directory_ / file_name).string());
     if (found != files_.end()) {
         return &found->second;
     }
-    Definition_File file{path.string(), {}};
-    if (!Read_Text_File(path, file.text, why)) {
+    Definition_File file;
+    if (!Read(file_name, Max_Definition_File, file, why)) {
         return nullptr;
     }
-    return &files_.emplace(path.string(), std::move(file)).first->second;
+    Drop_Mark(file.text);
+    std::string key = file.path;
+    return &files_.emplace(std::move(key), std::move(file)).first->second;
 }
 
 fs::path Wide_Path(const wchar_t* text)
@@ -103,12 +117,25 @@ fs::path Wide_Path(const wchar_t* text)
 #if defined(_WIN32)
     return text;
 #else
-    try {
-        return std::u32string(text, text + std::wcslen(text));
-    } catch (const fs::filesystem_error&) {
-        return {};
-    }
+    const C_Array<char> narrow(Wchar_2_Char(text));
+    return narrow != nullptr ? narrow.get() : fs::path();
 #endif
+}
+
+bool Stays_Inside(std::string_view name)
+{
+    const std::string_view separators = "/\\";
+    if (name.empty() || separators.find(name.front()) != name.npos || name.find(':') != name.npos) {
+        return false;
+    }
+    while (!name.empty()) {
+        const std::size_t end = std::min(name.find_first_of(separators), name.size());
+        if (name.substr(0, end) == "..") {
+            return false;
+        }
+        name.remove_prefix(std::min(end + 1, name.size()));
+    }
+    return true;
 }
 
 bool Is_Definition_Name(std::string_view name)
@@ -130,7 +157,7 @@ bool Is_Definition_Name(std::string_view name)
     return true;
 }
 
-bool Read_Text_File(const fs::path& path, std::string& text, std::string& why)
+bool Read_Text_File(const fs::path& path, std::size_t max_size, std::string& text, std::string& why)
 {
     std::error_code error;
     if (!fs::is_regular_file(path, error)) {
@@ -140,19 +167,23 @@ bool Read_Text_File(const fs::path& path, std::string& text, std::string& why)
     std::ifstream file(path, std::ios::binary);
     text.clear();
     char part[16384];
-    while (file && text.size() <= Max_File) {
+    while (file && text.size() <= max_size) {
         file.read(part, sizeof part);
         text.append(part, static_cast<std::size_t>(file.gcount()));
     }
     if (!file.eof()) {
         why =
-            path.string() + (text.size() > Max_File ? " is larger than 16 MB" : " cannot be read");
+            path.string() + (text.size() > max_size ? " is larger than 16 MB" : " cannot be read");
         return false;
     }
+    return true;
+}
+
+void Drop_Mark(std::string& text)
+{
     if (text.starts_with("\xEF\xBB\xBF")) {
         text.erase(0, 3);
     }
-    return true;
 }
 
 }  // namespace lib_dicom

@@ -43,6 +43,12 @@ public:
     /** Sets the directory; false, with the reason, when it does not exist. */
     bool Set_Directory(const std::filesystem::path& directory, std::string& why);
 
+    /**
+     * Reads a file below the directory by its whole name; false with the reason.
+     *
+     * @param max_size  larger files are refused
+     */
+    bool Read(std::string_view name, std::size_t max_size, Definition_File& file, std::string& why);
     /** A file by its name without ".txt", read once; null with the reason. */
     const Definition_File* Load(std::string_view name, std::string& why);
     /** Releases the texts. */
@@ -66,11 +72,20 @@ private:
 /** A path from wide text, in UTF-8 where paths are bytes; empty when it has no such form. */
 std::filesystem::path Wide_Path(const wchar_t* text);
 
-/** Tells whether a name is a relative path that stays below the definition directory. */
+/** Tells whether a name stays below the directory that it is appended to. */
+bool Stays_Inside(std::string_view name);
+
+/** Tells whether a name is one that definition files may name: plain, without ".txt". */
 bool Is_Definition_Name(std::string_view name);
 
-/** Reads a whole file without its byte-order mark; false with the reason. */
-bool Read_Text_File(const std::filesystem::path& path, std::string& text, std::string& why);
+/** Largest definition file that is read. */
+inline constexpr std::size_t Max_Definition_File = std::size_t{16} << 20U;
+
+/** Reads a whole file; false with the reason. */
+bool Read_Text_File(const std::filesystem::path& path, std::size_t max_size, std::string& text,
+                    std::string& why);
+/** Takes the byte-order mark off a text. */
+void Drop_Mark(std::string& text);
 
 }  // namespace lib_dicom
 

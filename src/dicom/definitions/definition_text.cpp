@@ -1,6 +1,5 @@
 #include "definitions/definition_text.h"
 
-#include "frame/report.h"
 #include "frame/vr_rules.h"
 
 #include <algorithm>
@@ -54,11 +53,12 @@ std::string Shown(std::string_view text)
 void Line_Cursor::Check() const
 {
     if (line_.size() > Max_Line) {
-        throw Definition_Fault{0, "the line is longer than " + std::to_string(Max_Line) + " bytes"};
+        throw Definition_Fault{This_Unit, 0,
+                               "the line is longer than " + std::to_string(Max_Line) + " bytes"};
     }
     const auto* const control = std::find_if(line_.begin(), line_.end(), Is_Control);
     if (control != line_.end()) {
-        throw Definition_Fault{static_cast<std::size_t>(control - line_.begin()),
+        throw Definition_Fault{This_Unit, static_cast<std::size_t>(control - line_.begin()),
                                "the byte " + Hex_Byte(*control) + " has no place in a text file"};
     }
 }
@@ -74,7 +74,7 @@ bool Line_Cursor::At_End()
 void Line_Cursor::Expect_End()
 {
     if (!At_End()) {
-        Expected("the end of the line");
+        Expected(This_Unit, "the end of the line");
     }
 }
 
@@ -98,14 +98,14 @@ std::string_view Line_Cursor::Word()
 std::string Line_Cursor::Quoted(const char* what)
 {
     if (!Take('"')) {
-        Expected(std::string(what) + " in quotes");
+        Expected(This_Unit, std::string(what) + " in quotes");
     }
     const std::size_t begin = at_ - 1;
     std::string text;
     for (;;) {
         const std::size_t quote = line_.find('"', at_);
         if (quote == line_.npos) {
-            throw Definition_Fault{begin, "the quote is not closed"};
+            throw Definition_Fault{This_Unit, begin, "the quote is not closed"};
         }
         text.append(line_, at_, quote - at_);
         at_ = quote + 1;
@@ -123,19 +123,20 @@ std::string_view Line_Cursor::Tag()
     constexpr std::size_t Size = 11;
     const std::string_view tag = line_.substr(begin, Size);
     if (tag.size() != Size || tag[0] != '(' || tag[5] != ',' || tag[10] != ')') {
-        Expected("a tag (gggg,eeee)", begin);
+        Expected(This_Unit, "a tag (gggg,eeee)", begin);
     }
     at_ += Size;
     return tag;
 }
 
-void Line_Cursor::Expected(const std::string& what, std::size_t column) const
+void Line_Cursor::Expected(Place place, const std::string& what, std::size_t column) const
 {
     std::string_view found = line_.substr(std::min(column, line_.size()));
     found = found.substr(0, found.find_first_of(" \t"));
     const bool at_end = found.empty() || found.front() == '#';
-    throw Definition_Fault{column, "expected " + what + ", found " +
-                                       (at_end ? "the end of the line" : Shown(found))};
+    throw Definition_Fault{place, column,
+                           "expected " + what + ", found " +
+                               (at_end ? "the end of the line" : Shown(found))};
 }
 
 std::optional<unsigned short> Hex_Number(std::string_view digits)
@@ -150,7 +151,7 @@ unsigned short Read_VR(const Line_Cursor& cursor, std::string_view word, std::si
 {
     const unsigned short vr = word.size() == 2 ? DICOM_VR(word[0], word[1]) : 0;
     if (Find_Any_VR_Rule(vr) == nullptr) {
-        cursor.Expected("a VR of two capital letters", column);
+        cursor.Expected(This_Unit, "a VR of two capital letters", column);
     }
     return vr;
 }
@@ -172,9 +173,10 @@ bool Reading::Charge(const std::string& file, int line, std::size_t size)
     bytes_ += size;
     if (!is_exhausted_ && (lines_ > Max_Total_Lines || bytes_ > Max_Total_Bytes)) {
         is_exhausted_ = true;
-        Report_Definition_Error(handle_, file + ":" + std::to_string(line) +
-                                             ": more than a million lines or 128 MB with all "
-                                             "includes; the rest is left out");
+        Report_Definition_Error(handle_, This_Unit,
+                                file + ":" + std::to_string(line) +
+                                    ": more than a million lines or 128 MB with all "
+                                    "includes; the rest is left out");
     }
     return !is_exhausted_;
 }
@@ -186,17 +188,19 @@ void Reading::Report(const std::string& file, File& state, int line, const Defin
         return;
     }
     const std::string place = file + ":" + std::to_string(line) + ":";
-    Report_Definition_Error(handle_, place + std::to_string(fault.column + 1) + ": " + fault.text);
+    Report_Definition_Error(handle_, fault.place,
+                            place + std::to_string(fault.column + 1) + ": " + fault.text);
     if (state.faulty_lines.size() == Max_Faults) {
         state.end = line + 1;
-        Report_Definition_Error(handle_, place + " " + std::to_string(Max_Faults) +
-                                             " faults in this file; the rest of it is left out");
+        Report_Definition_Error(handle_, This_Unit,
+                                place + " " + std::to_string(Max_Faults) +
+                                    " faults in this file; the rest of it is left out");
     }
 }
 
-void Report_Definition_Error(HWND handle, const std::string& text)
+void Report_Definition_Error(HWND handle, Place place, const std::string& text)
 {
-    Report_Error(handle, This_Unit, "    \361\004ERROR:\002 %hs", text.c_str());
+    Report_Error(handle, place, "    \361\004ERROR:\002 %hs", text.c_str());
 }
 
 }  // namespace lib_dicom

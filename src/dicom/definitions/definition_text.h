@@ -2,7 +2,7 @@
 #ifndef LIB_DICOM_SRC_DEFINITIONS_DEFINITION_TEXT_H
 #define LIB_DICOM_SRC_DEFINITIONS_DEFINITION_TEXT_H
 
-#include <Lib_DICOM/frame.h>
+#include "frame/report.h"
 
 #include <climits>
 #include <optional>
@@ -15,7 +15,9 @@ namespace lib_dicom {
 
 /** What is wrong with a line. Thrown inside the readers; Reading::Lines reports it. */
 struct Definition_Fault {
-    /** Where, from 0. */
+    /** Who says so. */
+    Place place;
+    /** Where in the line, from 0. */
     std::size_t column;
     std::string text;
 };
@@ -54,10 +56,10 @@ public:
         return at_;
     }
     /** Throws "expected ..., found ..." for the word that begins at a column. */
-    [[noreturn]] void Expected(const std::string& what, std::size_t column) const;
-    [[noreturn]] void Expected(const std::string& what) const
+    [[noreturn]] void Expected(Place place, const std::string& what, std::size_t column) const;
+    [[noreturn]] void Expected(Place place, const std::string& what) const
     {
-        Expected(what, at_);
+        Expected(place, what, at_);
     }
 
 private:
@@ -127,8 +129,8 @@ private:
     bool has_faults_ = false;
 };
 
-/** Reports an error of definition files that has no line. */
-void Report_Definition_Error(HWND handle, const std::string& text);
+/** Reports an error of definition files. */
+void Report_Definition_Error(HWND handle, Place place, const std::string& text);
 
 }  // namespace lib_dicom
 

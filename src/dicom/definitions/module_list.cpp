@@ -35,10 +35,11 @@ bool Read_Override(HWND handle, Override& lines)
     }
     std::string why;
     lines.file = setting;
-    if (!Read_Text_File(lines.file, lines.text, why)) {
-        Report_Definition_Error(handle, "DICOM_Override: " + why);
+    if (!Read_Text_File(lines.file, Max_Definition_File, lines.text, why)) {
+        Report_Definition_Error(handle, This_Unit, "DICOM_Override: " + why);
         return false;
     }
+    Drop_Mark(lines.text);
     return true;
 }
 
@@ -49,7 +50,7 @@ std::string_view Index_Field(Line_Cursor& cursor, const char* what, std::string_
     const std::size_t column = cursor.Column();
     const std::string_view word = cursor.Word();
     if (word.empty() || (word != "-" && word.find_first_not_of(allowed) != word.npos)) {
-        cursor.Expected(what, column);
+        cursor.Expected(This_Unit, what, column);
     }
     return word;
 }
@@ -62,7 +63,7 @@ void Read_Index_Line(Line_Cursor& cursor, Module_Index& index)
     const std::size_t column = cursor.Column();
     const std::string code(cursor.Word());
     if (!Is_Definition_Name(code) || code.find('/') != code.npos) {
-        cursor.Expected("the code of an IOD", column);
+        cursor.Expected(This_Unit, "the code of an IOD", column);
     }
     const std::string_view modality = Index_Field(cursor, "a modality or -", Capitals);
     std::string_view uids = Index_Field(cursor, "UIDs with | between them, or -", "0123456789.|");
@@ -89,7 +90,7 @@ const Module_Index* Get_Index(HWND handle)
     std::string why;
     const Definition_File* const file = definitions.files.Load("iods/index", why);
     if (file == nullptr) {
-        Report_Definition_Error(handle, why);
+        Report_Definition_Error(handle, This_Unit, why);
         if (definitions.files.Directory(why).empty()) {
             return nullptr;
         }
@@ -133,15 +134,16 @@ List_Owner Read_List(HWND handle, const char* name, const Override& lines)
     Module_Reader reader(handle, Get_Definitions().files, &head.list, 0);
     std::string why;
     if (name != nullptr && !reader.Read_File("iods/" + std::string(name), why)) {
-        Report_Definition_Error(handle, why);
+        Report_Definition_Error(handle, This_Unit, why);
         return nullptr;
     }
     reader.Read_Text(lines.file, lines.text);
     reader.Sort();
     if (head.list == nullptr && !reader.Has_Faults()) {
-        Report_Definition_Error(handle, name != nullptr
-                                            ? "the IOD " + Shown(name) + " has no attribute"
-                                            : "neither an IOD nor DICOM_Override names attributes");
+        Report_Definition_Error(handle, This_Unit,
+                                name != nullptr
+                                    ? "the IOD " + Shown(name) + " has no attribute"
+                                    : "neither an IOD nor DICOM_Override names attributes");
     }
     return List_Owner(std::exchange(head.list, nullptr));
 }
@@ -178,8 +180,9 @@ bool Choose_Name(HWND handle, const char*& name)
     if (name == nullptr) {
         const char modality[] = {static_cast<char>(DICOM_Modality >> 8),
                                  static_cast<char>(DICOM_Modality & 0xFF)};
-        Report_Definition_Error(handle, "iods/index.txt names no IOD of the modality " +
-                                            Shown({modality, sizeof modality}));
+        Report_Definition_Error(handle, This_Unit,
+                                "iods/index.txt names no IOD of the modality " +
+                                    Shown({modality, sizeof modality}));
     }
     return name != nullptr;
 }
@@ -235,12 +238,12 @@ const wchar_t* DICOM_Module_Setup(HWND handle, const wchar_t* directory)
                        std::string why;
                        if (directory != nullptr) {
                            if (!definitions.files.Set_Directory(Wide_Path(directory), why)) {
-                               Report_Definition_Error(handle, why);
+                               Report_Definition_Error(handle, This_Unit, why);
                                return trace.Leave(nullptr, "! directory");
                            }
                            definitions.Leave_Directory();
                        } else if (definitions.files.Directory(why).empty()) {
-                           Report_Definition_Error(handle, why);
+                           Report_Definition_Error(handle, This_Unit, why);
                            return trace.Leave(nullptr, "! directory");
                        }
                        return definitions.files.Wide_Directory().c_str();
@@ -269,10 +272,14 @@ DICOM_List* DICOM_Module_Read(HWND handle, const char* name)
 int DICOM_Module_Read_Line(HWND handle, DICOM_Root* root, DICOM_List** list, const char* line)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read_Line()");
+    if (line == nullptr) {
+        return trace.Leave(0, "! line");
+    }
     return Guarded(handle, This_Unit, 0, [&] {
         DICOM_List** const open = Open_List(handle, root, list);
         if (open == nullptr) {
-            Report_Definition_Error(handle, "the list does not hold the sequence that is open");
+            Report_Definition_Error(handle, This_Unit,
+                                    "the list does not hold the sequence that is open");
             return trace.Leave(0, "! list");
         }
         Module_Reader reader(handle, Get_Definitions().files, open, root->Sequence_Depth);
@@ -296,6 +303,9 @@ const char* DICOM_Module_Name(HWND handle, unsigned short modality)
 const char* DICOM_Module_Name(HWND handle, const char* sop_class_uid)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Name(%hs)", sop_class_uid);
+    if (sop_class_uid == nullptr) {
+        return trace.Leave<const char*>(nullptr, "! sop_class_uid");
+    }
     return Guarded(handle, This_Unit, static_cast<const char*>(nullptr), [&]() -> const char* {
         const Module_Index* const index = Get_Index(handle);
         return index != nullptr ? Look_Up(index->by_uid, std::string_view(sop_class_uid)) : nullptr;
@@ -305,11 +315,14 @@ const char* DICOM_Module_Name(HWND handle, const char* sop_class_uid)
 const char* DICOM_Module_Include_Get(HWND handle, const char* name)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Include_Get(%hs)", name);
+    if (name == nullptr) {
+        return trace.Leave<const char*>(nullptr, "! name");
+    }
     return Guarded(handle, This_Unit, static_cast<const char*>(nullptr), [&]() -> const char* {
         std::string why;
         const Definition_File* const file = Get_Definitions().files.Load(name, why);
         if (file == nullptr) {
-            Report_Definition_Error(handle, why);
+            Report_Definition_Error(handle, This_Unit, why);
             return nullptr;
         }
         return file->text.c_str();

@@ -16,6 +16,8 @@ namespace lib_dicom {
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Read_IOD";
+
 /** Includes inside each other; a bound for the stack, far beyond what anyone writes. */
 constexpr std::size_t Max_Includes = 32;
 
@@ -67,7 +69,7 @@ std::optional<unsigned short> Read_Type(Line_Cursor& cursor)
         std::find_if(std::begin(Type_Words), std::end(Type_Words),
                      [&](const Type_Word& entry) { return entry.word == word; });
     if (type == std::end(Type_Words)) {
-        cursor.Expected("a type (1, 1C, 2, 2C, 3 or -)", column);
+        cursor.Expected(This_Unit, "a type (1, 1C, 2, 2C, 3 or -)", column);
     }
     return type->type;
 }
@@ -97,16 +99,21 @@ unsigned short Dictionary_VR(unsigned short group, unsigned short element)
     return entry != nullptr && Find_Any_VR_Rule(entry->vr[0]) != nullptr ? entry->vr[0] : 0;
 }
 
-void Sort_List(DICOM_List*& list)
+/** The address of a record's template item, null without one. */
+DICOM_List** Template_Of(DICOM_List& record)
 {
-    if (list == nullptr) {
-        return;
-    }
+    return record.nb_item > 0 && record.item != nullptr ? &record.item[0] : nullptr;
+}
+
+/** Sorts one list, and hands the templates below it to `inner`. */
+void Sort_List(DICOM_List*& list, std::vector<DICOM_List**>& inner)
+{
     std::vector<DICOM_List*> records;
     for (DICOM_List* record = list; record != nullptr; record = record->next) {
         records.push_back(record);
-        if (record->nb_item > 0) {
-            Sort_List(record->item[0]);
+        DICOM_List** const item = Template_Of(*record);
+        if (item != nullptr && *item != nullptr) {
+            inner.push_back(item);
         }
     }
     std::stable_sort(records.begin(), records.end(), [](const DICOM_List* a, const DICOM_List* b) {
@@ -135,23 +142,37 @@ std::size_t Module_Reader::Key_Hash::operator()(const Key& key) const
 Module_Reader::Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth)
     : files_(files), list_(list), depth_(depth), reading_(handle)
 {
-    Index(*list, nullptr);
+    Index(*list);
 }
 
-void Module_Reader::Index(DICOM_List* list, const DICOM_List* parent)
+void Module_Reader::Index(DICOM_List* list)
 {
-    for (DICOM_List* record = list; record != nullptr; record = record->next) {
-        records_.emplace(Key{parent, Tag_Number(*record)}, record);
-        list->last = record;
-        if (record->nb_item > 0) {
-            Index(record->item[0], record);
+    // A client may hand over lists that are nested deeper than a stack reaches.
+    std::vector<std::pair<DICOM_List*, const DICOM_List*>> open = {{list, nullptr}};
+    while (!open.empty()) {
+        const auto [head, parent] = open.back();
+        open.pop_back();
+        for (DICOM_List* record = head; record != nullptr; record = record->next) {
+            records_.emplace(Key{parent, Tag_Number(*record)}, record);
+            head->last = record;
+            if (DICOM_List** const item = Template_Of(*record)) {
+                open.emplace_back(*item, record);
+            }
         }
     }
 }
 
 void Module_Reader::Sort()
 {
-    Sort_List(*list_);
+    std::vector<DICOM_List**> open;
+    if (*list_ != nullptr) {
+        open.push_back(list_);
+    }
+    while (!open.empty()) {
+        DICOM_List** const list = open.back();
+        open.pop_back();
+        Sort_List(*list, open);
+    }
 }
 
 void Module_Reader::Close_Levels(int depth)
@@ -209,7 +230,7 @@ void Module_Reader::Read_Line(Line_Cursor& cursor, const Scope& scope)
     } else if (cursor.Word() == "include") {
         Read_Include(cursor, scope, depth, column);
     } else {
-        cursor.Expected("a tag (gggg,eeee) or \"include\"", column);
+        cursor.Expected(This_Unit, "a tag (gggg,eeee) or \"include\"", column);
     }
     faulty_depth_ = INT_MAX;
 }
@@ -217,20 +238,23 @@ void Module_Reader::Read_Line(Line_Cursor& cursor, const Scope& scope)
 void Module_Reader::Check_Level(int depth) const
 {
     if (depth >= DICOM_Max_Depth) {
-        throw Definition_Fault{0, "expected at most " + std::to_string(DICOM_Max_Depth - 1) +
-                                      " levels of nesting"};
+        throw Definition_Fault{This_Unit, 0,
+                               "expected at most " + std::to_string(DICOM_Max_Depth - 1) +
+                                   " levels of nesting"};
     }
     if (depth == depth_) {
         return;
     }
     const DICOM_List* const parent = open_[static_cast<std::size_t>(depth - 1)];
     if (parent == nullptr) {
-        throw Definition_Fault{0, "expected the attribute line of a sequence one level up before"};
+        throw Definition_Fault{This_Unit, 0,
+                               "expected the attribute line of a sequence one level up before"};
     }
     if (Effective_VR(*parent) != VR_SQ) {
-        throw Definition_Fault{0, "expected a sequence (SQ) one level up, but " +
-                                      Tag_Text(parent->group, parent->element) + " has VR " +
-                                      VR_Text(Effective_VR(*parent))};
+        throw Definition_Fault{This_Unit, 0,
+                               "expected a sequence (SQ) one level up, but " +
+                                   Tag_Text(parent->group, parent->element) + " has VR " +
+                                   VR_Text(Effective_VR(*parent))};
     }
 }
 
@@ -242,20 +266,21 @@ void Module_Reader::Read_Include(Line_Cursor& cursor, const Scope& scope, int de
     const std::size_t usage_column = cursor.Column();
     const std::string_view usage = cursor.Word();
     if (usage != "" && usage != "M" && usage != "C" && usage != "U") {
-        cursor.Expected("a usage (M, C or U)", usage_column);
+        cursor.Expected(This_Unit, "a usage (M, C or U)", usage_column);
     }
     cursor.Expect_End();
     if (std::find(including_.begin(), including_.end(), name) != including_.end()) {
-        throw Definition_Fault{column, Shown(name) + " includes itself"};
+        throw Definition_Fault{This_Unit, column, Shown(name) + " includes itself"};
     }
     if (including_.size() == Max_Includes) {
-        throw Definition_Fault{column, "expected at most " + std::to_string(Max_Includes) +
-                                           " includes inside each other"};
+        throw Definition_Fault{This_Unit, column,
+                               "expected at most " + std::to_string(Max_Includes) +
+                                   " includes inside each other"};
     }
     std::string why;
     const Definition_File* const file = files_.Load(name, why);
     if (file == nullptr) {
-        throw Definition_Fault{column, why};
+        throw Definition_Fault{This_Unit, column, why};
     }
     const bool is_optional = usage == "C" || usage == "U";
     Include(name, *file, Scope{depth, is_optional || (scope.is_optional && depth == scope.depth)});
@@ -269,7 +294,7 @@ Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor)
     const auto group = Hex_Number(tag.substr(1, 4));
     const auto element = Hex_Number(tag.substr(6, 4));
     if (!group || !element || *group == Item_Group) {
-        cursor.Expected("the tag (gggg,eeee) of an attribute", line.tag_column);
+        cursor.Expected(This_Unit, "the tag (gggg,eeee) of an attribute", line.tag_column);
     }
     line.group = *group;
     line.element = *element;
@@ -302,7 +327,7 @@ void Module_Reader::Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
         line.mark = DICOM_Mark_Delete_Request;
         line.value.emplace();
     } else {
-        cursor.Expected("a mark (!, =, + or x)");
+        cursor.Expected(This_Unit, "a mark (!, =, + or x)");
     }
     cursor.Expect_End();
 }
@@ -312,8 +337,9 @@ unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_
     if (record == nullptr) {
         const unsigned short vr = line.vr.value_or(Dictionary_VR(line.group, line.element));
         if (vr == 0) {
-            throw Definition_Fault{line.vr_column, "expected a VR, the dictionary has none for " +
-                                                       Tag_Text(line.group, line.element)};
+            throw Definition_Fault{This_Unit, line.vr_column,
+                                   "expected a VR, the dictionary has none for " +
+                                       Tag_Text(line.group, line.element)};
         }
         return vr;
     }
@@ -321,8 +347,9 @@ unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_
     const unsigned short vr = line.vr.value_or(old_vr);
     const bool keeps_value = record->data != nullptr && !line.value;
     if (vr != old_vr && (keeps_value || record->nb_item > 0)) {
-        throw Definition_Fault{line.vr_column, "the attribute has a value or nested lines of VR " +
-                                                   VR_Text(old_vr) + " already"};
+        throw Definition_Fault{This_Unit, line.vr_column,
+                               "the attribute has a value or nested lines of VR " +
+                                   VR_Text(old_vr) + " already"};
     }
     return vr;
 }
@@ -340,7 +367,7 @@ void Module_Reader::Read_Attribute(Line_Cursor& cursor, int depth, bool is_optio
             bytes = Value_Bytes(vr, *line.value);
         }
     } catch (const Value_Fault& fault) {
-        throw Definition_Fault{line.value_column, fault.text};
+        throw Definition_Fault{fault.place, line.value_column, fault.text};
     }
     // Nothing is changed before the whole line is known to be right.
     const auto type = is_optional ? Optional_Type(line.type, record) : line.type;

@@ -87,7 +87,7 @@ private:
     static unsigned short Settle_VR(const Attribute_Line& line, const DICOM_List* record);
     DICOM_List* Find(const Key& key) const;
     DICOM_List* Create(const Key& key, DICOM_List* parent, const Attribute_Line& line, int depth);
-    void Index(DICOM_List* list, const DICOM_List* parent);
+    void Index(DICOM_List* list);
     void Close_Levels(int depth);
 
     Definition_Files& files_;

@@ -25,9 +25,10 @@ std::string Of_VR(unsigned short vr)
     return vr == 0 ? "without a VR" : "of VR " + VR_Text(vr);
 }
 
-[[noreturn]] void Refuse(unsigned short vr, std::string_view text, const std::string& expected)
+[[noreturn]] void Refuse(Place place, unsigned short vr, std::string_view text,
+                         const std::string& expected)
 {
-    throw Value_Fault{"a value " + Of_VR(vr) + " is " + expected + ", not " + Shown(text)};
+    throw Value_Fault{place, "a value " + Of_VR(vr) + " is " + expected + ", not " + Shown(text)};
 }
 
 std::string_view Strip(std::string_view text)
@@ -81,7 +82,7 @@ void Append_Number(std::string& bytes, unsigned short vr, std::string_view text)
         is_number = is_number && std::isfinite(number);
     }
     if (!is_number) {
-        Refuse(vr, text, "a decimal number within its range");
+        Refuse(This_Unit, vr, text, "a decimal number within its range");
     }
     Append_Little_Endian(bytes, Bits(number), sizeof number);
 }
@@ -93,7 +94,7 @@ void Append_Tag(std::string& bytes, unsigned short vr, std::string_view text)
     const auto group = has_form ? Hex_Number(tag.substr(0, 4)) : std::nullopt;
     const auto element = has_form ? Hex_Number(tag.substr(5)) : std::nullopt;
     if (!group || !element) {
-        Refuse(vr, text, "a tag gggg,eeee");
+        Refuse(This_Unit, vr, text, "a tag gggg,eeee");
     }
     Append_Little_Endian(bytes, *group, sizeof *group);
     Append_Little_Endian(bytes, *element, sizeof *element);
@@ -124,13 +125,14 @@ std::string Hex_Bytes(const VR_Rule& rule, std::string_view text)
                  [](char character) { return character != ' ' && character != '\\'; });
     const std::size_t width = std::max<std::size_t>(rule.width, 1);
     if (digits.size() % (2 * width) != 0) {
-        Refuse(rule.vr, text, "made of " + std::to_string(2 * width) + " hexadecimal digits each");
+        Refuse(This_Unit, rule.vr, text,
+               "made of " + std::to_string(2 * width) + " hexadecimal digits each");
     }
     std::string bytes;
     for (std::size_t i = 0; i < digits.size(); i += 2) {
         const auto byte = Hex_Number(std::string_view(digits).substr(i, 2));
         if (!byte) {
-            Refuse(rule.vr, digits.substr(i, 2), "made of pairs of hexadecimal digits");
+            Refuse(This_Unit, rule.vr, digits.substr(i, 2), "made of pairs of hexadecimal digits");
         }
         bytes += static_cast<char>(*byte);
     }
@@ -148,10 +150,11 @@ std::size_t Count_Characters(std::string_view text)
 void Check_Text(const VR_Rule& rule, std::string_view text)
 {
     if (rule.max_length > 0 && Count_Characters(text) > static_cast<std::size_t>(rule.max_length)) {
-        Refuse(rule.vr, text, "at most " + std::to_string(rule.max_length) + " characters long");
+        Refuse(This_Unit, rule.vr, text,
+               "at most " + std::to_string(rule.max_length) + " characters long");
     }
     if (rule.set != nullptr && text.find_first_not_of(rule.set) != text.npos) {
-        Refuse(rule.vr, text, std::string("made of the characters ") + Shown(rule.set));
+        Refuse(This_Unit, rule.vr, text, std::string("made of the characters ") + Shown(rule.set));
     }
 }
 
@@ -182,7 +185,7 @@ std::string lib_dicom::Value_Bytes(unsigned short vr, std::string_view text)
 {
     const VR_Rule* const rule = Find_Any_VR_Rule(vr);
     if (rule == nullptr || vr == VR_SQ) {
-        throw Value_Fault{"an attribute " + Of_VR(vr) + " takes no value"};
+        throw Value_Fault{This_Unit, "an attribute " + Of_VR(vr) + " takes no value"};
     }
     if (text.empty()) {
         return {};
@@ -192,7 +195,7 @@ std::string lib_dicom::Value_Bytes(unsigned short vr, std::string_view text)
         bytes += rule->pad;
     }
     if (bytes.size() > INT_MAX) {
-        Refuse(vr, text, "less than 2 GB long");
+        Refuse(This_Unit, vr, text, "less than 2 GB long");
     }
     return bytes;
 }
@@ -217,6 +220,9 @@ int DICOM_Module_Read_Value(HWND handle, DICOM_List* record, const char* text)
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read_Value(%04x,%04x)",
                       record->group, record->element);
+    if (text == nullptr) {
+        return trace.Leave(0, "! text");
+    }
     return Guarded(handle, This_Unit, 0, [&] {
         try {
             Replace_Value(*record, Value_Bytes(Effective_VR(*record), text));
@@ -224,7 +230,7 @@ int DICOM_Module_Read_Value(HWND handle, DICOM_List* record, const char* text)
         } catch (const Value_Fault& fault) {
             char tag[16];
             std::snprintf(tag, sizeof tag, "(%04x,%04x) ", record->group, record->element);
-            Report_Definition_Error(handle, tag + fault.text);
+            Report_Definition_Error(handle, fault.place, tag + fault.text);
             return trace.Leave(0, "! value");
         }
     });

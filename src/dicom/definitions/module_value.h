@@ -2,7 +2,7 @@
 #ifndef LIB_DICOM_SRC_DEFINITIONS_MODULE_VALUE_H
 #define LIB_DICOM_SRC_DEFINITIONS_MODULE_VALUE_H
 
-#include <Lib_DICOM/frame.h>
+#include "frame/report.h"
 
 #include <string>
 #include <string_view>
@@ -11,6 +11,8 @@ namespace lib_dicom {
 
 /** Why a text is no value of a VR. */
 struct Value_Fault {
+    /** Who says so. */
+    Place place;
     std::string text;
 };
 

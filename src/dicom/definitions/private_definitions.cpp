@@ -54,7 +54,7 @@ std::uint32_t Read_Tag(Line_Cursor& cursor)
     const auto element = Hex_Number(tag.substr(any_block ? 8 : 6, any_block ? 2 : 4));
     constexpr unsigned short First_Element = 0x1000;
     if (!group || !element || *group % 2 == 0 || (!any_block && *element < First_Element)) {
-        cursor.Expected("the tag (gggg,xxee) of an attribute of an odd group", column);
+        cursor.Expected(This_Unit, "the tag (gggg,xxee) of an attribute of an odd group", column);
     }
     return Tag_Number(*group, *element);
 }
@@ -69,7 +69,7 @@ void Private_Definitions::Read_Index_Line(Line_Cursor& cursor)
     const std::size_t column = cursor.Column();
     std::string name = "private/" + std::string(cursor.Word());
     if (!Is_Definition_Name(name)) {
-        cursor.Expected("the name of a file", column);
+        cursor.Expected(This_Unit, "the name of a file", column);
     }
     cursor.Expect_End();
     files_.insert_or_assign(std::move(creator), std::move(name));
@@ -95,11 +95,11 @@ void Private_Definitions::Read_Element(Line_Cursor& cursor, Elements& elements)
     cursor.At_End();
     column = cursor.Column();
     if (!Is_VM(cursor.Word())) {
-        cursor.Expected("a number of values (1, 1-3, 1-n, ...)", column);
+        cursor.Expected(This_Unit, "a number of values (1, 1-3, 1-n, ...)", column);
     }
     const Private_Element element{vr, cursor.Quoted("a name")};
     if (element.name.empty()) {
-        throw Definition_Fault{cursor.Column() - 2, "expected a name that is not empty"};
+        throw Definition_Fault{This_Unit, cursor.Column() - 2, "expected a name that is not empty"};
     }
     cursor.Expect_End();
     elements.insert_or_assign(tag, element);
@@ -121,7 +121,7 @@ void Private_Definitions::Read_Definitions(HWND handle, const std::string& name,
             }
             cursor.Check();
             if (elements == nullptr) {
-                cursor.Expected("a line creator \"...\" first");
+                cursor.Expected(This_Unit, "a line creator \"...\" first");
             }
             Read_Element(cursor, *elements);
             return;
@@ -131,15 +131,16 @@ void Private_Definitions::Read_Definitions(HWND handle, const std::string& name,
         cursor.Check();
         const std::size_t column = cursor.Column();
         if (cursor.Word() != "creator") {
-            cursor.Expected("\"creator\" or a tag (gggg,xxee)", column);
+            cursor.Expected(This_Unit, "\"creator\" or a tag (gggg,xxee)", column);
         }
         std::string creator = cursor.Quoted("a creator");
         cursor.Expect_End();
         const auto entry = files_.find(creator);
         if (entry == files_.end() || entry->second != name) {
-            throw Definition_Fault{column, "private/index.txt does not name this file for the "
-                                           "creator " +
-                                               Shown(creator)};
+            throw Definition_Fault{This_Unit, column,
+                                   "private/index.txt does not name this file for the "
+                                   "creator " +
+                                       Shown(creator)};
         }
         elements = &creators_[std::move(creator)];
         is_left_out = false;
@@ -171,7 +172,7 @@ Private_Definitions::Read_Creator(HWND handle, Definition_Files& files, std::str
         std::string why;
         const Definition_File* const file = files.Load(name, why);
         if (file == nullptr) {
-            Report_Definition_Error(handle, why);
+            Report_Definition_Error(handle, This_Unit, why);
             std::erase_if(files_, [&](const auto& other) { return other.second == name; });
             return nullptr;
         }
@@ -181,7 +182,7 @@ Private_Definitions::Read_Creator(HWND handle, Definition_Files& files, std::str
     if (found == creators_.end()) {
         // Known from now on as one without elements, so that this is said once.
         creators_.emplace(creator, Elements());
-        Report_Definition_Error(handle,
+        Report_Definition_Error(handle, This_Unit,
                                 name + ".txt has no definitions of the creator " + Shown(creator));
         return nullptr;
     }
@@ -208,6 +209,9 @@ int DICOM_Module_Read_Private(HWND handle, const char* creator, DICOM_List* reco
 {
     Trace_Scope trace(handle, Trace_Entry, "Lib_DICOM: DICOM_Module_Read_Private(%04x,%04x)",
                       record->group, record->element);
+    if (creator == nullptr) {
+        return trace.Leave(0, "! creator");
+    }
     return Guarded(handle, This_Unit, 0, [&] {
         Definitions& definitions = Get_Definitions();
         const Private_Element* const element = definitions.privates.Find(

@@ -1,11 +1,11 @@
 #include "read/byte_source.h"
 
+#include "frame/c_memory.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <cwchar>
-#include <filesystem>
 
 #include <fcntl.h>
 #if defined(_WIN32)
@@ -49,9 +49,14 @@ void System_Close(int descriptor)
 
 int System_Open(const wchar_t* name)
 {
-    // From char32_t the path becomes UTF-8; from wchar_t it would follow the process's locale.
-    const std::filesystem::path path(std::u32string(name, name + std::wcslen(name)));
-    return open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    errno = 0;
+    const C_Array<char> path(Wchar_2_Char(name));
+    if (path == nullptr) {
+        // The name holds what no path of this system can.
+        errno = errno == ENOMEM ? throw std::bad_alloc() : EILSEQ;
+        return -1;
+    }
+    return open(path.get(), O_RDONLY | O_CLOEXEC);
 }
 
 std::ptrdiff_t System_Read(int descriptor, void* out, std::size_t size)
@@ -87,13 +92,7 @@ int Open(const wchar_t* name)
         errno = ENOENT;
         return -1;
     }
-    try {
-        return System_Open(name);
-    } catch (const std::filesystem::filesystem_error&) {
-        // The name holds what no path of this system can.
-        errno = EILSEQ;
-        return -1;
-    }
+    return System_Open(name);
 }
 
 }  // namespace

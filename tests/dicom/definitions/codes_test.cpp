@@ -75,6 +75,42 @@ TEST_F(Codes, TakesTheBestEntryOverTheThreshold)
     EXPECT_EQ(DICOM_Macro_Code_Sequence_Get(), nullptr);
     code_.original_name = nullptr;
     EXPECT_EQ(DICOM_Macro_CodeSequence_Set(&code_, "table.txt"), 0);
+    EXPECT_EQ(DICOM_Macro_CodeSequence_Set(nullptr, "table.txt"), 0);
+    EXPECT_EQ(Set("iodine", nullptr), "0 99SDM C-163A8 TC-99m");
+}
+
+TEST_F(Codes, TracesTheTableAndTheReason)
+{
+    Write("# comment\nS V1 Iodine^123\tx\n\nS V2\n");
+    const auto traced = [&](const char* name, const char* table, const std::string& steps,
+                            const std::string& reason) {
+        std::string text = name != nullptr ? name : "";
+        code_.original_name = name != nullptr ? text.data() : nullptr;
+        Message_Log log(9);
+        DICOM_Macro_CodeSequence_Set(&code_, table);
+        std::string lines;
+        for (const Message& message : log.All()) {
+            if (message.text.find("DICOM_Module_Setup") == std::string::npos) {
+                EXPECT_EQ(message.severity,
+                          message.text.starts_with("->") ? 0x90002007U : 0x90002009U);
+                lines += message.text + "\n";
+            }
+        }
+        EXPECT_EQ(lines, ">>> in  Oris_DICOM_Get_CodeSequence(str:" +
+                             std::string(name != nullptr ? name : "(null)") + ", table:" + table +
+                             ")\n" + steps + "<<< out Oris_DICOM_Get_CodeSequence(" + reason +
+                             ")\n");
+    };
+    const std::string step = "-> DICOM_Macro_CodeSequence_Set: ";
+    const std::string table =
+        step + "table line[0] -> S  V1  Iodine^123\tx\n" + step + "table line[1] ->     \n" + step +
+        "table line[2] -> S  V2  \n" + step + "count_b=3\n" + step + "[0] = IODINE\n" + step +
+        "[1] = 123\n" + step + "[2] = X\n" + step + "count_b=0\n" + step + "count_b=0\n";
+    traced("iodine", "table.txt", table, "done");
+    traced("zz", "table.txt", table, "! match_max");
+    traced("tc-99M", "table.txt", "", "Tc-99m");
+    traced("iodine", "none.txt", "", "! f_table");
+    traced(nullptr, "table.txt", "", "! code->original_name");
 }
 
 TEST_F(Codes, WarnsOfEqualEntriesAndRanksAll)

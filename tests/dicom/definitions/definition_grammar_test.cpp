@@ -3,14 +3,17 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
+#include <set>
+
 namespace {
 
-using testing::HasSubstr;
+using testing::MatchesRegex;
 
 TEST(Definition_Grammar, LinesBecomeRecords)
 {
     struct {
-        const char* text;
+        std::string text;
         const char* expected;
     } const cases[] = {
         {"\xEF\xBB\xBF# Comment\r\n\r\n(0008,0060) 1 CS = \"CT\" # Modality\r\n",
@@ -27,6 +30,9 @@ TEST(Definition_Grammar, LinesBecomeRecords)
         {"(0018,0050) 1 DS = \"1\"\n(0018,0050) - -- ! \"2.5\"", "0018,0050 1  DS ! 2.5 "},
         {"(0029,1010) 3 OB = \"414 2\"", "0029,1010 3  OB = AB"},
         {"(0018,9004) 3 UC = \"abc\"", "0018,9004 3  UC = abc "},
+        {"(0008,0060) 1 CS = \"ABCDEFGHIJKLMNOP\" # " + std::string(65495, 'x'),
+         "0008,0060 1  CS = ABCDEFGHIJKLMNOP"},
+        {"(0018,0050) 1 DS + \"1 \\ 2\"", "0018,0050 1  DS + 1 \\ 2 "},
     };
     const Definition_Directory directory;
     const Message_Log log;
@@ -38,51 +44,67 @@ TEST(Definition_Grammar, LinesBecomeRecords)
 
 TEST(Definition_Grammar, FaultsAreReportedOnceWithTheirPlace)
 {
+    const Definition_Directory directory;
+    const std::string file = directory.Write("iods/T", "");
+    const std::string none =
+        file.substr(0, file.size() - std::strlen("iods/T.txt")) + "modules/none.txt";
     struct {
         std::string line;
         int column;
-        const char* message;
+        std::string message;
     } const cases[] = {
         {"exclude modules/a", 1, "expected a tag (gggg,eeee) or \"include\", found \"exclude\""},
         {"(0008,006", 1, "expected a tag (gggg,eeee), found \"(0008,006\""},
-        {"(0008,00G0) 1 CS", 1, "expected the tag (gggg,eeee) of an attribute"},
-        {"(FFFE,E000) 1 SQ", 1, "expected the tag (gggg,eeee) of an attribute"},
+        {"(0008,00G0) 1 CS", 1,
+         "expected the tag (gggg,eeee) of an attribute, found \"(0008,00G0)\""},
+        {"(FFFE,E000) 1 SQ", 1,
+         "expected the tag (gggg,eeee) of an attribute, found \"(FFFE,E000)\""},
         {"(0008,0060)", 12, "expected a type (1, 1C, 2, 2C, 3 or -), found the end of the line"},
-        {"(0008,0060) 4 CS", 13, "found \"4\""},
+        {"(0008,0060) 4 CS", 13, "expected a type (1, 1C, 2, 2C, 3 or -), found \"4\""},
         {"(0008,0060) 1 ZZ", 15, "expected a VR of two capital letters, found \"ZZ\""},
         {"(0009,1001) 1 --", 15, "expected a VR, the dictionary has none for (0009,1001)"},
         {"(0008,0060) 1 CS ? \"CT\"", 18, "expected a mark (!, =, + or x), found \"?\""},
         {"(0008,0060) 1 CS = CT", 20, "expected a value in quotes, found \"CT\""},
         {"(0008,0060) 1 CS = \"CT", 20, "the quote is not closed"},
         {"(0008,0060) 1 CS = \"CT\" M", 25, "expected the end of the line, found \"M\""},
-        {"(0008,0060) 1 CS = \"ct\"", 20, "a value of VR CS is made of the characters"},
-        {"(0008,0060) 1 CS = \"" + std::string(17, 'A') + "\"", 20, "at most 16 characters long"},
-        {"(0028,0010) 1 US = \"65536\"", 20, "a decimal number within its range, not \"65536\""},
-        {"(0028,0010) 1 FD = \"inf\"", 20, "a decimal number"},
-        {"(0028,0009) 1 AT = \"0018;1063\"", 20, "a tag gggg,eeee"},
-        {"(7FE0,0010) 1 OB = \"4G\"", 20, "pairs of hexadecimal digits, not \"4G\""},
-        {"(7FE0,0010) 1 OW = \"41\"", 20, "4 hexadecimal digits each"},
+        {"(0008,0060) 1 CS = \"ct\"", 20,
+         "a value of VR CS is made of the characters \"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_ \\\", "
+         "not \"ct\""},
+        {"(0008,0060) 1 CS = \"" + std::string(17, 'A') + "\"", 20,
+         "a value of VR CS is at most 16 characters long, not \"AAAAAAAAAAAAAAAAA\""},
+        {"(0028,0010) 1 US = \"65536\"", 20,
+         "a value of VR US is a decimal number within its range, not \"65536\""},
+        {"(0028,0010) 1 FD = \"inf\"", 20,
+         "a value of VR FD is a decimal number within its range, not \"inf\""},
+        {"(0028,0009) 1 AT = \"0018;1063\"", 20,
+         "a value of VR AT is a tag gggg,eeee, not \"0018;1063\""},
+        {"(7FE0,0010) 1 OB = \"4G\"", 20,
+         "a value of VR OB is made of pairs of hexadecimal digits, not \"4G\""},
+        {"(7FE0,0010) 1 OW = \"41\"", 20,
+         "a value of VR OW is made of 4 hexadecimal digits each, not \"41\""},
         {"(0008,1140) 1 SQ = \"1\"", 20, "an attribute of VR SQ takes no value"},
-        {"(0008,1140) 1 LO", 15, "has a value or nested lines of VR SQ already"},
-        {"(0010,0020) 1 SH", 15, "has a value or nested lines of VR LO already"},
+        {"(0008,1140) 1 LO", 15, "the attribute has a value or nested lines of VR SQ already"},
+        {"(0010,0020) 1 SH", 15, "the attribute has a value or nested lines of VR LO already"},
         {">(0008,1150) 1 UI", 1,
          "expected a sequence (SQ) one level up, but (0010,0020) has VR LO"},
         {">>(0008,1150) 1 UI", 1, "expected the attribute line of a sequence one level up before"},
         {std::string(10, '>') + "(0008,1150) 1 UI", 1, "expected at most 9 levels of nesting"},
         {"(0008,0060) 1 CS\001 \361\005", 17, "the byte 0x01 has no place in a text file"},
-        {std::string("(0008,0060) 1 C\0", 16), 16, "the byte 0x00"},
-        {"\177\377\376", 1, "the byte 0x7F"},
-        {"\360\237", 1, "found \"\\xF0\\x9F\""},
-        {"(0008,0060) 1 CS = \"" + std::string(1U << 20U, 'A') + "\"", 1,
-         "longer than 65536 bytes"},
-        {"include modules/none", 1, "modules/none.txt is no file"},
+        {std::string("(0008,0060) 1 C\0", 16), 16, "the byte 0x00 has no place in a text file"},
+        {"\177\377\376", 1, "the byte 0x7F has no place in a text file"},
+        {"\360\237", 1, "expected a tag (gggg,eeee) or \"include\", found \"\\xF0\\x9F\""},
+        {"(0008,0060) 1 CS = \"" + std::string(65516, 'A') + "\"", 1,
+         "the line is longer than 65536 bytes"},
+        {"(0008,0060) 1 CS # " + std::string(65518, 'A'), 1, "the line is longer than 65536 bytes"},
+        {"include modules/none", 1, none + " is no file"},
         {"include modules/none X", 22, "expected a usage (M, C or U), found \"X\""},
         {"include ../T", 1, "\"../T\" is no name of a file below the definition directory"},
-        {"include /etc/passwd", 1, "is no name of a file"},
-        {"include ./iods/T", 1, "is no name of a file"},
+        {"include /etc/passwd", 1,
+         "\"/etc/passwd\" is no name of a file below the definition directory"},
+        {"include ./iods/T", 1, "\"./iods/T\" is no name of a file below the definition directory"},
         {"include iods/T", 1, "\"iods/T\" includes itself"},
     };
-    const Definition_Directory directory;
+    std::set<std::string> places;
     for (const auto& test : cases) {
         const Message_Log log;
         // What is nested below a faulty line is left out with it, without a word.
@@ -90,10 +112,15 @@ TEST(Definition_Grammar, FaultsAreReportedOnceWithTheirPlace)
             "(0008,1140) 1 SQ\n>(0008,1150) 1 UI\n(0010,0020) 1 LO = \"1\"\n" + test.line + "\n" +
             std::string(11, '>') + "(0008,0008) 1 CS\n(0010,0010) 1 PN");
         EXPECT_EQ(Tags(list), "0008,1140[0008,1150] 0010,0010 0010,0020") << log.Text();
-        EXPECT_THAT(log.Text(), HasSubstr("iods/T.txt:4:" + std::to_string(test.column) + ": "));
-        EXPECT_THAT(log.Text(), HasSubstr(test.message));
-        EXPECT_EQ(log.Count("ERROR"), 1) << log.Text();
+        ASSERT_EQ(log.All().size(), 2U) << log.Text();
+        EXPECT_EQ(log.All()[0].severity, 0x80000001U);
+        EXPECT_THAT(log.All()[0].text, MatchesRegex("file:NEMA_Read_IOD line:[0-9]+"));
+        places.insert(log.All()[0].text);
+        EXPECT_EQ(log.All()[1].severity, 2U);
+        EXPECT_EQ(log.All()[1].text, "    \361\004ERROR:\002 " + file +
+                                         ":4:" + std::to_string(test.column) + ": " + test.message);
     }
+    EXPECT_GT(places.size(), 20U) << "each check reports from a line of its own";
 }
 
 TEST(Definition_Grammar, ValuesTakeTheFormOfTheirVR)

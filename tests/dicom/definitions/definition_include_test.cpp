@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -134,6 +135,45 @@ TEST(Definition_Include, OverridesAndListsThatAreKept)
     DICOM_Modality = DICOM_VR('M', 'R');
     EXPECT_EQ(DICOM_Module_Read(nullptr, nullptr), nullptr);
     EXPECT_EQ(log.Count("no IOD of the modality \"MR\""), 1) << log.Text();
+}
+
+TEST(Definition_Include, NullNamesFail)
+{
+    const Definition_Directory directory;
+    const Record_List list("0029,1008:LO");
+    DICOM_Root root = {};
+    DICOM_List* head = nullptr;
+    const Message_Log log;
+    EXPECT_EQ(DICOM_Module_Name(nullptr, nullptr), nullptr);
+    EXPECT_EQ(DICOM_Module_Include_Get(nullptr, nullptr), nullptr);
+    EXPECT_EQ(DICOM_Module_Read_Private(nullptr, nullptr, list.head), 0);
+    EXPECT_EQ(DICOM_Module_Read_Value(nullptr, list.head, nullptr), 0);
+    EXPECT_EQ(DICOM_Module_Read_Line(nullptr, &root, &head, nullptr), 0);
+    EXPECT_EQ(log.Text(), "");
+}
+
+TEST(Definition_Include, LinesGoIntoListsOfAnyDepth)
+{
+    const Definition_Directory directory;
+    Deep_List deep(100'000, "0010,0010:PN");
+    DICOM_Root root = {};
+    EXPECT_EQ(DICOM_Module_Read_Line(nullptr, &root, &deep.head, "(0008,0060) 1 CS"), 1);
+    EXPECT_EQ(deep.head->element, 0x0060);
+    DICOM_List* const first = std::exchange(deep.head, deep.head->next);
+    DICOM_Attribute_Free(nullptr, first);
+}
+
+TEST(Definition_Include, DirectoryNeedNotBeNamedInUtf8)
+{
+    const Definition_Directory directory;
+    const std::string name = directory.Write("x\374/macros/m", "(0010,0010) 1 PN");
+    const std::filesystem::path path = std::filesystem::path(name).parent_path().parent_path();
+    const std::unique_ptr<wchar_t, void (*)(void*)> wide(Char_2_Wchar(path.c_str()), &std::free);
+    EXPECT_EQ(std::wstring(DICOM_Module_Setup(nullptr, wide.get())),
+              wide.get() + std::wstring(L"/"));
+    EXPECT_THAT(DICOM_Module_Include_Get(nullptr, "macros/m"), StrEq("(0010,0010) 1 PN"));
+    std::wstring no_path = L"\xD800";
+    EXPECT_EQ(DICOM_Module_Setup(nullptr, no_path.c_str()), nullptr);
 }
 
 TEST(Definition_Include, DirectoryIsNamedOrFound)

@@ -29,7 +29,7 @@ std::string Describe(const Dictionary& dictionary)
     return text;
 }
 
-TEST(Dictionary_Parse, Follows_The_Line_Grammar)
+TEST(Dictionary_Parse, FollowsTheLineGrammar)
 {
     const std::string long_line = "(0008,0001) " + std::string(200, 'N') + " LO 1";
     const std::string syntax = "    \361\005WARNING:\002 Syntax error in definition file for ";
@@ -81,7 +81,7 @@ TEST(Dictionary_Parse, Follows_The_Line_Grammar)
     }
 }
 
-TEST(Dictionary_Parse, Lookup_Is_The_Walk_Along_The_Chain)
+TEST(Dictionary_Parse, LookupIsTheWalkAlongTheChain)
 {
     Dictionary dictionary;
     const char* const lines[] = {"(50xx,0005) First LO 1",    "(50xx,0003) Hidden LO 1",

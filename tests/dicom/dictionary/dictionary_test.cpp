@@ -42,7 +42,7 @@ protected:
     }
 };
 
-TEST_F(Dictionary_Test, Holds_Every_Line_In_Ascending_Order)
+TEST_F(Dictionary_Test, HoldsEveryLineInAscendingOrder)
 {
     static constexpr std::pair<unsigned short, int> Groups[] = {
         {0x0002, 10},  {0x0004, 20}, {0x0008, 161}, {0x0010, 48}, {0x0012, 15}, {0x0018, 738},
@@ -79,7 +79,7 @@ TEST_F(Dictionary_Test, Holds_Every_Line_In_Ascending_Order)
     EXPECT_THAT(log.All(), IsEmpty());
 }
 
-TEST_F(Dictionary_Test, Finds_Entries)
+TEST_F(Dictionary_Test, FindsEntries)
 {
     static constexpr std::tuple<unsigned short, unsigned short, const char*> Cases[] = {
         {0x0010, 0x0010, "Patient's Name|PN 1-1"},
@@ -109,7 +109,7 @@ TEST_F(Dictionary_Test, Finds_Entries)
     EXPECT_EQ(NEMA_db_Locate(0x0018, 0x1240)->vm[0].vm_min, 0xFFFF);
 }
 
-TEST_F(Dictionary_Test, Newer_Rows_Answer_Only_Under_The_Current_Standard)
+TEST_F(Dictionary_Test, NewerRowsAnswerOnlyUnderTheCurrentStandard)
 {
     DICOM_Flag_Current_Standard = 1;
     EXPECT_EQ(Describe(0x0014, 0x3050), "Dark Current Counts|OB 1-1|OW 1-1");
@@ -124,7 +124,7 @@ TEST_F(Dictionary_Test, Newer_Rows_Answer_Only_Under_The_Current_Standard)
     EXPECT_EQ(Describe(0x7FE0, 0x0001), "-");
 }
 
-TEST_F(Dictionary_Test, Lists_What_Is_Loaded_And_Reloads)
+TEST_F(Dictionary_Test, ListsWhatIsLoadedAndReloads)
 {
     Message_Log log(1);
     NEMA_db_Stool(nullptr, 7);
@@ -154,7 +154,7 @@ TEST_F(Dictionary_Test, Lists_What_Is_Loaded_And_Reloads)
     EXPECT_EQ(Describe(0x0002, 0x0010), "Transfer Syntax UID|UI 1-1");
 }
 
-TEST_F(Dictionary_Test, Checks_The_Number_Of_Values)
+TEST_F(Dictionary_Test, ChecksTheNumberOfValues)
 {
     const std::string label = "    \361\005WARNING:\002 (\0010018\002,\00100ff\002) VR=\001PN\002";
     const std::tuple<unsigned short, unsigned short, int, std::string> Cases[] = {
@@ -184,7 +184,7 @@ TEST_F(Dictionary_Test, Checks_The_Number_Of_Values)
     }
 }
 
-TEST_F(Dictionary_Test, Finds_Entries_By_Parts_Of_Names)
+TEST_F(Dictionary_Test, FindsEntriesByPartsOfNames)
 {
     const auto tags = [](const char* part) {
         std::string text;
@@ -206,7 +206,7 @@ TEST_F(Dictionary_Test, Finds_Entries_By_Parts_Of_Names)
     EXPECT_EQ(tags("PresentationAddress"), "0002,0026 0002,0027 0002,0028 ");
 }
 
-TEST(UID_Test, Names_And_Finds_UIDs)
+TEST(UID_Test, NamesAndFindsUIDs)
 {
     static constexpr std::pair<const char*, const char*> Names[] = {
         {"1.2.840.10008.1.1", "Verification SOP Class"},

@@ -369,8 +369,11 @@ protected:
     }
 
     std::string bytes_;
-    // The name has a letter beyond ASCII, whatever the locale is.
-    std::string path_ = testing::TempDir() + "value_\303\274_" + std::to_string(getpid());
+    // The name has a letter beyond ASCII, whatever the locale is, and a byte that is no UTF-8.
+    std::string path_ = testing::TempDir() + "value_\303\274\374_" + std::to_string(getpid());
+    /** As messages show it. */
+    std::string shown_path_ =
+        testing::TempDir() + "value_\303\274\303\274_" + std::to_string(getpid());
     std::unique_ptr<wchar_t, void (*)(void*)> name_{Char_2_Wchar(path_.c_str()), &std::free};
 };
 
@@ -427,7 +430,8 @@ TEST_P(Read_Value_Source, FailsOnValuesOutsideTheSource)
     EXPECT_THAT(log.All()[1].text, StartsWith("file:NEMA_Read_Value line:"));
     EXPECT_EQ(log.All()[2].text,
               "End of File while reading: (0 /vs/ 2147483632) (" +
-                  (GetParam() == NEMA_Source_File ? path_ : std::string("memory image")) + ")");
+                  (GetParam() == NEMA_Source_File ? shown_path_ : std::string("memory image")) +
+                  ")");
     if (GetParam() == NEMA_Source_Memory) {
         DICOM_Lib_Image_Size = 1999;
         Record beyond(VR_OB, 2000, 0);
@@ -448,7 +452,8 @@ TEST_P(Read_Value_File, KeepsWhatAShortReadGave)
     Record record(VR_OB, 2000, 2000);
     const Message_Log log;
     EXPECT_EQ(Extract("Hex", record), "null");
-    EXPECT_EQ(log.All().back().text, "End of File while reading: (1000 /vs/ 2000) (" + path_ + ")");
+    EXPECT_EQ(log.All().back().text,
+              "End of File while reading: (1000 /vs/ 2000) (" + shown_path_ + ")");
     EXPECT_EQ(Extract("Hex", record), bytes_.substr(2000) + std::string(1000, '\0') + "1");
 }
 
@@ -463,7 +468,7 @@ TEST_P(Read_Value_File, ReportsAFileThatCannotBeOpened)
     EXPECT_EQ(log.All()[1].severity, 2U);
     EXPECT_EQ(log.All()[1].text, "\361\004ERROR:\002 Unable to open file");
     EXPECT_EQ(log.All()[2].text, std::strerror(ENOENT));
-    EXPECT_EQ(log.All()[3].text, "file: (" + path_ + "x)");
+    EXPECT_EQ(log.All()[3].text, "file: (" + shown_path_ + "x)");
 }
 
 }  // namespace
