@@ -77,14 +77,10 @@ long long Value_Size(const DICOM_List& record)
 
 std::span<DICOM_List* const> Items(const DICOM_List& record)
 {
-    std::size_t count = 0;
-    if (record.item != nullptr && record.nb_item > 0) {
-        const std::span<DICOM_List* const> slots(record.item,
-                                                 static_cast<std::size_t>(record.nb_item));
-        count = static_cast<std::size_t>(std::find(slots.begin(), slots.end(), nullptr) -
-                                         slots.begin());
-    }
-    return {record.item, count};
+    const int slots = record.item != nullptr ? std::max(record.nb_item, 0) : 0;
+    const std::span<DICOM_List* const> all(record.item, static_cast<std::size_t>(slots));
+    const auto used = std::find(all.begin(), all.end(), nullptr) - all.begin();
+    return all.first(static_cast<std::size_t>(used));
 }
 
 }  // namespace lib_dicom

@@ -247,8 +247,16 @@ TEST(Post_Processing, Step5LoadsWhatIsMissing)
         }
         EXPECT_EQ(values, "89|||8|A|||");
     }
-    std::filesystem::remove(path);
     DICOM_Lib_File_Source = 1;
+    DICOM_Lib_File_Name = name.data();
+    {
+        const Message_Log log;
+        const Record_List list("0008,0060#2:CS 0010,0010=A");
+        EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, list.head), 1);
+        EXPECT_EQ(Value_Of(*list.head), "89");
+        EXPECT_EQ(log.Text(), "");
+    }
+    std::filesystem::remove(path);
     DICOM_Lib_File_Name = name.data();
     for (const bool current : {false, true}) {
         const Current_Standard standard(current);
@@ -302,6 +310,25 @@ TEST(Post_Processing, VerificationNamesWhatIsRequired)
         EXPECT_EQ(root.Sequence_Depth, 0);
     }
     Flag_Error_Warning = 0;
+}
+
+TEST(Post_Processing, VerificationLooksUpOnlyWhatMayBeRequired)
+{
+    DICOM_Root root = {};
+    struct Case {
+        const char* module;
+        const char* tags;
+    };
+    for (const Case& test :
+         {Case{"0008,1140:SQ@1 >0008,1150@1C >0008,1155@2C >0008,1156@3", "0010,0010"},
+          Case{"0008,1140:SQ@1 >0008,1150", "0010,0010 0008,1140"}}) {
+        Record_List list("0010,0010");
+        const Record_List module(Make_List(test.module));
+        const Message_Log log;
+        DICOM_Postproc_Verification(nullptr, &root, list.head, module.head, 0);
+        EXPECT_EQ(Tags(list.head), test.tags);
+        EXPECT_EQ(log.All().size(), 1U) << log.Text();
+    }
 }
 
 /** One line a message: its severity, and its text. */
@@ -428,6 +455,38 @@ TEST(Post_Processing, ModuleAddAsksHandlersFirst)
                 testing::MatchesRegex("Error: file:NEMA_Write_Module line:[0-9]+"));
     DICOM_Lib_Cleanup();
     add({"0010,0010~PN@2", 1, 0, "0010,0010"});
+
+    log.Clear();
+    Flag_Trace = 9;
+    DICOM_Module_List_Group_Grow(0x0010, Create);
+    DICOM_Module_List_Private_Grow(0x0011, Refuse);
+    DICOM_Module_List_Cleanup();
+    std::string expected;
+    for (const char* const call : {"Group_Grow(0010)", "Private_Grow(0011)", "Cleanup()"}) {
+        const std::string name = std::string("Lib_DICOM: DICOM_Module_List_") + call;
+        expected += "90002009 >>> in  " + name + "\n90002009 <<< out " +
+                    name.substr(0, name.find('(')) + "()\n";
+    }
+    EXPECT_EQ(Trace_Of(log), expected);
+    struct Left {
+        const char* node;
+        const char* reason;
+    };
+    DICOM_Module_List_Group_Grow(0x0010, Create);
+    for (const Left& test : {Left{"0010,0010@1", "handler"}, Left{"0008,0020", "! node->type"},
+                             Left{"0008,0020@1", ""}}) {
+        log.Clear();
+        int calls = 0;
+        DICOM_Root root = {};
+        const Record_List node(test.node);
+        Record_List list;
+        DICOM_Module_Add(nullptr, &root, &list.head, node.head, &calls);
+        EXPECT_EQ(log.All().front().text, ">>> in  Lib_DICOM: DICOM_Module_Add(" +
+                                              std::string(test.node).substr(0, 9) + ")");
+        EXPECT_EQ(log.All().back().text,
+                  std::string("<<< out Lib_DICOM: DICOM_Module_Add(") + test.reason + ")");
+    }
+    DICOM_Module_List_Cleanup();
 }
 
 }  // namespace

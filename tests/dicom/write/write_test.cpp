@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <functional>
+#include <utility>
 
 namespace {
 
@@ -257,7 +259,8 @@ std::string Trace_Of(const Message_Log& log)
 
 TEST_F(Write, TracesGroupsAndElements)
 {
-    DICOM_List* const inner = Record(0x7FF00018, VR_UI, "1.2 ");
+    DICOM_List* const inner =
+        Linked({Record(0x7FF00018, VR_UI, "1.2 "), Empty(0x7FF01140, VR_SQ, 0)});
     DICOM_List* const list =
         Linked({Empty(0x7FF01140, VR_SQ, 0, {inner}), Empty(0x7FF20010, VR_LO, 2)});
     const std::string size = "90002007 >>> in  Lib_DICOM: DICOM_Attribute_Size(";
@@ -268,22 +271,24 @@ TEST_F(Write, TracesGroupsAndElements)
     const std::string group = "90002007 >>> in  Lib_DICOM: DICOM_Write_Group(";
     const std::string group_out = "90002007 <<< out Lib_DICOM: DICOM_Write_Group(size=";
     const std::string sizes = size + "7ff0,1140)\n" + size + "7ff0,0018)\n" + size_out + "12)\n" +
-                              size_out + "48)\n" + size + "7ff2,0010)\n" + size_out + "10)\n";
-    const std::string first = element + "7ff0,1140)\n" + element + "7ff0,0018)\n" + tag +
-                              "7ff0,0018) = 12 bytes tot, 4 bytes data\n" + element_out + ")\n" +
-                              tag + "7ff0,1140) = 48 bytes tot, 0 bytes data\n" + element_out +
-                              ")\n";
+                              size + "7ff0,1140)\n" + size_out + "20)\n" + size_out + "68)\n" +
+                              size + "7ff2,0010)\n" + size_out + "10)\n";
+    const std::string first =
+        element + "7ff0,1140)\n" + element + "7ff0,0018)\n" + tag +
+        "7ff0,0018) = 12 bytes tot, 4 bytes data\n" + element_out + ")\n" + element +
+        "7ff0,1140)\n" + tag + "7ff0,1140) = 20 bytes tot, 0 bytes data\n" + element_out + ")\n" +
+        tag + "7ff0,1140) = 68 bytes tot, 0 bytes data\n" + element_out + ")\n";
     const std::string second = element + "7ff2,0010)\n" + tag +
                                "7ff2,0010) = 10 bytes tot, 2 bytes data\n" + element_out +
                                "! pt->data)\n";
     const std::string name = "DICOM_Write_Buffer_C()";
-    std::string groups = group + "7ff0)\n" + first + group_out + "48)\n90002004 -> " + name +
-                         " group (7ff0) = 48 bytes tot, 48 bytes data\n" + group + "7ff2)\n" +
+    std::string groups = group + "7ff0)\n" + first + group_out + "68)\n90002004 -> " + name +
+                         " group (7ff0) = 68 bytes tot, 68 bytes data\n" + group + "7ff2)\n" +
                          second + group_out + "10)\n90002004 -> " + name +
-                         " group (7ff2) = 58 bytes tot, 10 bytes data\n";
+                         " group (7ff2) = 78 bytes tot, 10 bytes data\n";
     for (const char* const absent : {"7ff4", "7ff6", "7ff8", "7ffa", "7ffc", "7ffe"}) {
         groups += group + absent + ")\n" + group_out + "0)\n90002004 -> " + name + " group (" +
-                  absent + ") = 58 bytes tot, 0 bytes data\n";
+                  absent + ") = 78 bytes tot, 0 bytes data\n";
     }
     const auto call = [](const std::string& text, const std::string& inside) {
         return "90002009 >>> in  Lib_DICOM: " + text + "\n" + inside +
@@ -465,6 +470,47 @@ TEST_F(Write, NothingAndTooMuch)
     list->group = list->next->group = 0x7FF0;
     EXPECT_EQ(DICOM_Write_Buffer_C(nullptr, 8, list, &buffer, nullptr), 0U);
     EXPECT_EQ(log.Count(std::string("4294967318") + Too_Many), 3);
+}
+
+TEST_F(Write, TracesTheReasonOfAFailure)
+{
+    DICOM_List* const large = Empty(0x00080005, VR_OB, INT_MAX);
+    DICOM_List* const behind = Empty(0x7FF00005, VR_OB, INT_MAX);
+    DICOM_List* const meta = Empty(0x00020010, VR_OB, INT_MAX);
+    int failure = -1;
+    char* buffer = nullptr;
+    const struct {
+        DICOM_Image_Writer writer;
+        std::function<unsigned int()> write;
+        const char* reason;
+    } rows[] = {
+        {nullptr, [&] { return DICOM_Write_Buffer(nullptr, 8, large, &buffer, nullptr); },
+         "DICOM_Write_Buffer(! groups before the pixel data)"},
+        {nullptr, [&] { return DICOM_Write_Buffer(nullptr, 8, nullptr, &buffer, nullptr); },
+         "DICOM_Write_Buffer(! image writer)"},
+        {&Append_Pixels, [&] { return DICOM_Write_Buffer(nullptr, 8, nullptr, &buffer, &failure); },
+         "DICOM_Write_Buffer(! pixel data)"},
+        {&Append_Pixels, [&] { return DICOM_Write_Buffer(nullptr, 8, behind, &buffer, nullptr); },
+         "DICOM_Write_Buffer(! groups after the pixel data)"},
+        {nullptr, [&] { return DICOM_Write_Buffer_A(nullptr, 8, large, &buffer, nullptr); },
+         "DICOM_Write_Buffer_A(! *buffer)"},
+        {nullptr, [&] { return DICOM_Write_Buffer_B(nullptr, 8, &buffer, 0, 0, nullptr); },
+         "DICOM_Write_Buffer_B(! image writer)"},
+        {nullptr, [&] { return DICOM_Write_Buffer_C(nullptr, 8, behind, &buffer, nullptr); },
+         "DICOM_Write_Buffer_C(! *buffer)"},
+        {nullptr, [&] { return DICOM_Write_Part10(nullptr, 8, meta, &buffer); },
+         "DICOM_Write_Part10(! size)"},
+        {nullptr,
+         [&] { return static_cast<unsigned int>(DICOM_List2Stream(nullptr, 8, large, &buffer)); },
+         "DICOM_List2Stream(! *buffer)"},
+    };
+    for (const auto& row : rows) {
+        DICOM_Write_Image_Fct(row.writer);
+        const Message_Log log(9);
+        EXPECT_EQ(row.write(), 0U) << row.reason;
+        EXPECT_EQ(log.All().back().text, std::string("<<< out Lib_DICOM: ") + row.reason);
+        std::free(std::exchange(buffer, nullptr));
+    }
 }
 
 }  // namespace
