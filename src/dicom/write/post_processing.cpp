@@ -27,37 +27,39 @@ struct Merge {
     DICOM_Root* root;
     DICOM_List** list;
     unsigned short mask;
+    Tag_Search& search;
 };
 
 void Overwrite_Attribute(const Merge& merge, DICOM_List* node)
 {
-    const auto [handle, root, list, mask] = merge;
-    if (DICOM_Flag_Current_Standard != 0 && Look_Into_Open_Item(handle, root, *list) == nullptr) {
+    const auto& [handle, root, list, mask, search] = merge;
+    if (DICOM_Flag_Current_Standard != 0 &&
+        Look_Into_Open_Item(handle, root, *list, search) == nullptr) {
         // Insert also makes the sequences around an item that the data set lacks.
-        DICOM_Attribute_Insert(handle, root, list, node, 0);
+        Insert_Record(handle, root, list, node, 0, search);
         return;
     }
-    DICOM_List* const target = DICOM_Attribute_Find(handle, root, list, node->group, node->element);
+    DICOM_List* const target = Find_Record(handle, root, list, node->group, node->element, search);
     if (target == nullptr) {
         return;
     }
     std::free(std::exchange(target->data, nullptr));
     target->size = 0;
     target->flags = static_cast<unsigned short>(target->flags & ~DICOM_Mark_Forced);
-    DICOM_Attribute_Copy_Tag(handle, root, list, target, node);
+    Merge_Record(handle, root, list, target, node, search);
 }
 
 void Append_Attribute(const Merge& merge, DICOM_List* node)
 {
-    const auto [handle, root, list, mask] = merge;
+    const auto& [handle, root, list, mask, search] = merge;
     if (DICOM_Flag_Current_Standard != 0) {
         // A lookup may have left `last` in the middle of the list, and Insert cuts off what follows.
-        DICOM_List* const head = Look_Into_Open_Item(handle, root, *list);
+        DICOM_List* const head = Look_Into_Open_Item(handle, root, *list, search);
         if (head != nullptr && head->last != nullptr && head->last->next != nullptr) {
             head->last = nullptr;
         }
     }
-    DICOM_Attribute_Insert(handle, root, list, node, 0);
+    Insert_Record(handle, root, list, node, 0, search);
 }
 
 /** Merges the marked records of a module list one by one. */
@@ -132,8 +134,9 @@ struct Deletion {
 void Delete_Attribute(HWND handle, DICOM_List** list, Deletion& deletion)
 {
     DICOM_Root* const context = &deletion.context;
+    Tag_Search search;
     if (DICOM_Flag_Current_Standard == 0 ||
-        Look_Into_Open_Item(handle, context, *list) != nullptr) {
+        Look_Into_Open_Item(handle, context, *list, search) != nullptr) {
         DICOM_Attribute_Delete(handle, context, list, deletion.group, deletion.element);
     }
 }
@@ -144,7 +147,8 @@ int DICOM_Postproc_Overwrite(HWND handle, DICOM_Root* root, DICOM_List** list, D
                              unsigned short mask)
 {
     constexpr char Call[] = "Lib_Convert: DICOM_Postproc_Overwrite()";
-    return Merge_Lists({handle, root, list, mask}, Call, module, &Overwrite_Attribute);
+    Indexed_Search search;
+    return Merge_Lists({handle, root, list, mask, search}, Call, module, &Overwrite_Attribute);
 }
 
 int DICOM_Postproc_Step_1(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* module,
@@ -153,7 +157,8 @@ int DICOM_Postproc_Step_1(HWND handle, DICOM_Root* root, DICOM_List** list, DICO
     // Items are entered although Insert copies those of a sequence that is not forced. That is
     // kept: records that are there twice are what sorting compares and orders.
     constexpr char Call[] = "Lib_Convert: DICOM_Postproc_Step_1()";
-    return Merge_Lists({handle, root, list, mask}, Call, module, &Append_Attribute);
+    Indexed_Search search;
+    return Merge_Lists({handle, root, list, mask, search}, Call, module, &Append_Attribute);
 }
 
 int DICOM_Postproc_Step_2(HWND handle, DICOM_Root* root, DICOM_List* list,

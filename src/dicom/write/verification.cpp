@@ -21,6 +21,7 @@ struct Verified {
     DICOM_Root* root;
     DICOM_List* list;
     int result;
+    Indexed_Search search;
 };
 
 void Warn_Of_Required(Verified& set, const char* fault, const DICOM_List& node)
@@ -39,9 +40,9 @@ void Verify_Attribute(Verified& set, const DICOM_List& node)
 {
     DICOM_List* const list = DICOM_Flag_Current_Standard == 0
                                  ? set.list
-                                 : Look_Into_Open_Item(set.handle, set.root, set.list);
+                                 : Look_Into_Open_Item(set.handle, set.root, set.list, set.search);
     const DICOM_List* const found =
-        DICOM_Attribute_Get(set.handle, set.root, list, node.group, node.element, 0);
+        Get_Record(set.handle, set.root, list, node.group, node.element, set.search);
     if (node.type != Type_1 && node.type != Type_2) {
         return;
     }
@@ -60,7 +61,7 @@ int DICOM_Postproc_Verification(HWND handle, DICOM_Root* root, DICOM_List* list,
     constexpr unsigned int No_Banners = 0;
     constexpr Walk_Trace Step = {Trace_Structure, "Lib_Convert: DICOM_Postproc_Verification()",
                                  "done"};
-    Verified set{handle, root, list, 1};
+    Verified set{handle, root, list, 1, {}};
     const auto verify = [&](const DICOM_List* node, DICOM_List*) {
         if (node->type != Type_1C && node->type != Type_2C && node->type != Type_3) {
             Verify_Attribute(set, *node);

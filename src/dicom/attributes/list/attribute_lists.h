@@ -79,7 +79,8 @@ void Free_List(HWND handle, DICOM_List* list);
  * @param list  the list at the top level of the context
  * @return null when that item is empty, or does not exist
  */
-DICOM_List* Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list);
+DICOM_List* Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list,
+                                Tag_Search& search);
 
 }  // namespace lib_dicom
 

@@ -168,9 +168,9 @@ bool lib_dicom::Grow_Items(HWND handle, Place place, DICOM_List* record, int cou
     return true;
 }
 
-DICOM_List* lib_dicom::Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list)
+DICOM_List* lib_dicom::Look_Into_Open_Item(HWND handle, DICOM_Root* root, DICOM_List* list,
+                                           Tag_Search& search)
 {
-    Tag_Search search;
     while (Is_Outer_List(handle, root, list)) {
         const int depth = list->depth;
         unsigned short group = 0;
