@@ -12,30 +12,33 @@ using namespace lib_dicom;
 
 namespace {
 
+constexpr Unit This_Unit = "NEMA_Tag_Add";
+
 void Report_Unknown_VR(HWND handle, const DICOM_List& record)
 {
-    // The line is part of a text that users have reported for years.
-    Error_Fct(handle, Severity_Memory, "Error: file:%hs line:%d", "NEMA_Tag_Add", 193);
+    // A kept quirk: the line is part of the text.
+    Report_Internal(handle, Place(This_Unit, 193));
     Error_Fct(handle, Severity_Memory, "tag (%04x,%04x) VR=%c%c not implemented", record.group,
               record.element, record.vr >> 8, record.vr & 0xFF);
 }
 
-void Build_Value(HWND handle, DICOM_List* record, int nb_arg, Arguments& args)
+void Set_Value(HWND handle, DICOM_List* record, int nb_arg, Arguments& args)
 {
     if (record->vr == VR_SQ) {
         record->flags = static_cast<unsigned short>(
             record->flags | static_cast<unsigned short>(va_arg(args.list, int)));
         return;
     }
-    const Value_Builder builder = Find_Value_Builder(record->vr);
-    if (builder == nullptr) {
+    const Builder_Rule* const rule = Find_Builder_Rule(record->vr);
+    if (rule == nullptr) {
         Report_Unknown_VR(handle, *record);
         return;
     }
+    // What a record without marks held, which no size may be added to.
     std::free(record->data);
     record->data = nullptr;
     record->size = 0;
-    record->data = builder(handle, &record->size, nb_arg, args);
+    record->data = Build_Value(handle, *rule, &record->size, nb_arg, args);
 }
 
 void Add_To_Record(HWND handle, DICOM_List* record, unsigned short vr, int nb_arg, Arguments& args)
@@ -45,7 +48,7 @@ void Add_To_Record(HWND handle, DICOM_List* record, unsigned short vr, int nb_ar
     record->vr = vr;
     record->dict = NEMA_db_Locate(record->group, record->element);
     if (nb_arg != 0) {
-        Build_Value(handle, record, nb_arg, args);
+        Set_Value(handle, record, nb_arg, args);
     }
     if (DICOM_Attribute_Cleanup_Tag(handle, record) == 0) {
         Report_Warning(handle,

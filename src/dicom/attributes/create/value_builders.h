@@ -1,4 +1,4 @@
-// Builders of value bytes, one a VR: C values become the value of a record.
+// Builders of value bytes: C values become the value of a record.
 #ifndef LIB_DICOM_SRC_ATTRIBUTES_VALUE_BUILDERS_H
 #define LIB_DICOM_SRC_ATTRIBUTES_VALUE_BUILDERS_H
 
@@ -13,6 +13,12 @@ struct Arguments {
     std::va_list list;
 };
 
+/** How the values of a VR are built. */
+struct Builder_Rule;
+
+/** The rule of a VR; null when there is none. */
+const Builder_Rule* Find_Builder_Rule(unsigned short vr);
+
 /**
  * Builds a value.
  *
@@ -21,10 +27,8 @@ struct Arguments {
  *                the one argument points to
  * @return a buffer of the C heap, null for an empty value and after a failure
  */
-using Value_Builder = unsigned char* (*)(HWND handle, int* size, int nb_arg, Arguments& args);
-
-/** The builder of a VR; null when there is none. */
-Value_Builder Find_Value_Builder(unsigned short vr);
+unsigned char* Build_Value(HWND handle, const Builder_Rule& rule, int* size, int nb_arg,
+                           Arguments& args);
 
 }  // namespace lib_dicom
 
