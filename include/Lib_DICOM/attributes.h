@@ -42,8 +42,9 @@ LIB_DICOM_API int DICOM_Attribute_Match(const char* group_pattern, const char* e
                                         unsigned short group, unsigned short element);
 
 /**
- * Appends a copy of a record. The place is the list's end whatever the tag; in file order that
- * costs the same for every record.
+ * Appends a copy of a record behind the one that the head names as `last`, whatever the tag; what
+ * follows there is cut off. Inside an open sequence that costs a walk to the sequence, unless
+ * `DICOM_Flag_Current_Standard` is set and it stands at the end of its list.
  *
  * @param record  the record to copy; it stays the caller's
  * @param level   depth of the list that `list` names, 0 for a client
@@ -99,9 +100,11 @@ LIB_DICOM_API DICOM_List* DICOM_Attribute_Add(HWND handle, DICOM_Root* root, DIC
 /* ---- removing ---- */
 
 /**
- * Deletes all records with a tag, in items of any depth too.
+ * Deletes all records with a tag, in items of any depth too. The slot of an item that becomes empty
+ * stays, and ends the items for whoever walks them: a client closes such gaps.
  *
- * @param group    the group, 0xFFFF for any, 0xFFF1 for odd groups (see the source for its limits)
+ * @param group    the group, 0xFFFF for any, 0xFFF1 for odd ones: behind the first record that stays
+ *                 its group decides for all whether they are odd
  * @param element  the element, 0xFFFF for any
  * @return 1; 0 for an empty list
  */
@@ -123,7 +126,8 @@ inline constexpr unsigned char DICOM_Remove_Private = 0x10;
 
 /**
  * Removes records by their status, in items of any depth too: always those marked invalid, and
- * those that the bits of `mode` name. Private ones stay while `Flag_DICOM_Propriatery` is set.
+ * those that the bits of `mode` name. Private ones stay while `Flag_DICOM_Propriatery` is set. The
+ * slot of an item that becomes empty stays, as with DICOM_Attribute_Delete.
  *
  * @return always 0
  */
@@ -239,7 +243,8 @@ LIB_DICOM_API int DICOM_Str_To_CS(char* text);
 /* ---- handlers of the client ---- */
 
 /**
- * Takes one record of a list that is parsed. It may change the record, but not remove it.
+ * Takes one record of a list that is parsed. It may change the list, but not remove the record, nor
+ * the first one of the list.
  *
  * @param root    the context that was given to DICOM_Attribute_Parse
  * @param record  the record, owned by the list

@@ -47,8 +47,7 @@ int DICOM_Lib_Realloc(char** buffer, unsigned int size)
         DICOM_Lib_Free(buffer);
         return 1;
     }
-    // Deliberate: a failure leaves null in place of the old buffer. Clients read a null pointer as
-    // the sign of the failure, and hold the old pointer themselves where they need it.
+    // A kept quirk: a failure leaves null in place of the old buffer, which is not released.
     *buffer = static_cast<char*>(std::realloc(*buffer, size));
     if (*buffer == nullptr) {
         Report_Memory(hwnd, This_Unit, "realloc", "*buffer", static_cast<int>(size));

@@ -24,7 +24,7 @@ std::string Seconds_Text(float number)
     const double whole = std::trunc(seconds);
     const double fraction = seconds - whole;
     const bool is_whole = fraction < 0.001 || fraction > 0.999;
-    // Deliberate: 59.9995 becomes 60, which is not carried into the minutes.
+    // A kept quirk: 59.9995 becomes 60, which is not carried into the minutes.
     const double rounded = fraction < 0.001 ? whole : whole + 1;
     const double shown = !is_whole ? seconds : rounded == 0 ? 0 : rounded;  // no "-0"
     char text[64];
@@ -86,7 +86,7 @@ void Write_Decimal_Text(Value_Buffer& value, const float& number)
     const auto end = std::to_chars(std::begin(text), std::end(text), static_cast<double>(number),
                                    std::chars_format::general, Digits);
     const std::string_view shown(text, static_cast<std::size_t>(end.ptr - text));
-    // Deliberate: the float just below 1 is written as 1, its negative is left as it is.
+    // A kept quirk: the float just below 1 is written as 1, its negative is left as it is.
     value.Add(shown == "-0" ? "0" : shown == "0.9999999" ? "1" : shown);
 }
 

@@ -13,7 +13,7 @@ void DICOM_Attribute_Assign_Info(HWND handle, DICOM_Root* root, DICOM_List* refe
                                  DICOM_List* target)
 {
     Indexed_Search search;
-    // Deliberate: one item is started for all, so that each is matched against the first item of
+    // A kept quirk: one item is started for all, so that each is matched against the first item of
     // the reference.
     Visit_Records(handle, This_Unit, {.root = root, .one_item_for_all = true},
                   {Trace_Entry, "Lib_DICOM: DICOM_Attribute_Assign_Info()"}, target,

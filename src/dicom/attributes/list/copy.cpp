@@ -10,7 +10,7 @@ constexpr Unit This_Unit = "NEMA_Tag_Copy";
 constexpr char Copy_Call[] = "Lib_DICOM: DICOM_Attribute_Copy()";
 constexpr char Merge_Call[] = "Lib_DICOM: DICOM_Attribute_Copy_Tag(%04x,%04x)";
 
-/** Deliberate: a copy ends before the first record of this group. */
+/** A kept quirk: a copy ends before the first record of this group. */
 constexpr unsigned short Multi_Frame_Group = 0x5200;
 
 bool Has_Mark(const DICOM_List& record, unsigned short mark)

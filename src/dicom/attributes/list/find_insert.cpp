@@ -25,7 +25,7 @@ DICOM_List* Tail_Of(DICOM_List* head)
 }
 
 /**
- * Links a record behind the tail of a list. Deliberate: `last` counts as the tail wherever it
+ * Links a record behind the tail of a list. A kept quirk: `last` counts as the tail wherever it
  * stands, and what follows it is cut off.
  */
 void Link_Last(DICOM_List* head, DICOM_List* record, std::uint32_t tag, Tag_Search& search)

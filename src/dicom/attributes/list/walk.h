@@ -26,29 +26,6 @@ Context_Mark Open_Items(HWND handle, DICOM_Root* root, const DICOM_List& record,
  */
 void Close_Items(HWND handle, DICOM_Root* root, const Context_Mark& mark, unsigned int trace);
 
-/**
- * Calls `visit` with the address of each item slot up to the first empty one, with the sequence and
- * the item open in the context. Items may be emptied. A walk that goes on in the items of items is
- * a List_Visitor instead, since nothing bounds how deep a client's lists nest.
- *
- * @param trace  severity word of the banner lines, 0 for none
- */
-template <class Visit>
-void For_Each_Item(HWND handle, DICOM_Root* root, DICOM_List* record, Visit&& visit,
-                   unsigned int trace = Trace_Entry)
-{
-    if (record->item == nullptr) {
-        return;
-    }
-    const Context_Mark mark = Open_Items(handle, root, *record, trace);
-    for (int i = 0; i < record->nb_item && record->item[i] != nullptr; ++i) {
-        DICOM_Attribute_Item_Start(handle, root, trace);
-        visit(&record->item[i]);
-        DICOM_Attribute_Item_Stop(handle, root, trace);
-    }
-    Close_Items(handle, root, mark, trace);
-}
-
 /** Where a walk goes in a list that it has come to. */
 struct Way_In {
     /** First record to visit, null to leave the list at once. */
