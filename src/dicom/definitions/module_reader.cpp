@@ -45,11 +45,6 @@ std::string Tag_Text(unsigned short group, unsigned short element)
     return text;
 }
 
-std::uint32_t Tag_Number(const DICOM_List& record)
-{
-    return static_cast<std::uint32_t>(record.group) << 16 | record.element;
-}
-
 template <class T>
 T* Allocate()
 {
@@ -358,7 +353,7 @@ void Module_Reader::Read_Attribute(Line_Cursor& cursor, int depth, bool is_optio
 {
     const Attribute_Line line = Take_Apart(cursor);
     DICOM_List* const parent = depth == depth_ ? nullptr : Open_Record(depth - 1);
-    const Key key{parent, static_cast<std::uint32_t>(line.group) << 16 | line.element};
+    const Key key{parent, Tag_Number(line.group, line.element)};
     DICOM_List* record = Find(key);
     const unsigned short vr = Settle_VR(line, record);
     std::string bytes;

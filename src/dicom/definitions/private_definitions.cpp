@@ -1,6 +1,7 @@
 #include "definitions/private_definitions.h"
 
 #include "definitions/definitions.h"
+#include "frame/record_codes.h"
 #include "frame/report.h"
 #include "frame/vr_rules.h"
 
@@ -15,11 +16,6 @@ using namespace lib_dicom;
 namespace {
 
 constexpr Unit This_Unit = "NEMA_Read_IOD";
-
-std::uint32_t Tag_Number(unsigned short group, unsigned short element)
-{
-    return static_cast<std::uint32_t>(group) << 16 | element;
-}
 
 /** The tag of an element whatever block its creator has reserved. */
 std::uint32_t Blockless(std::uint32_t tag)

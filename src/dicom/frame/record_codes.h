@@ -4,6 +4,7 @@
 
 #include <Lib_DICOM/frame.h>
 
+#include <cstdint>
 #include <string>
 
 namespace lib_dicom {
@@ -20,6 +21,17 @@ inline constexpr unsigned short Type_1C = DICOM_VR('1', 'C');
 inline constexpr unsigned short Type_2 = DICOM_VR('2', ' ');
 inline constexpr unsigned short Type_2C = DICOM_VR('2', 'C');
 inline constexpr unsigned short Type_3 = DICOM_VR('3', ' ');
+
+/** A tag as one number, in the order of tags. */
+inline std::uint32_t Tag_Number(unsigned short group, unsigned short element)
+{
+    return static_cast<std::uint32_t>(group) << 16 | element;
+}
+
+inline std::uint32_t Tag_Number(const DICOM_List& record)
+{
+    return Tag_Number(record.group, record.element);
+}
 
 /** The letters of a VR; `missing` stands for a byte of 0. */
 constexpr char First_Letter(unsigned short vr, char missing = '\0')

@@ -55,13 +55,9 @@ int NEMA_Get_Data_Element_Fuji(HWND handle, int source, int where, void* ptr, un
                                int* length, int file_size)
 {
     Trace_Scope trace(handle, Trace_Entry, "NEMA_Get_Data_Element_Fuji(mode:%04X)", mode);
-    Element_Header header;
-    const int result = Read_Header(
-        handle, This_Unit, source, where, ptr, file_size, trace,
-        [&](Header_Input& input) { return Read_Plain(input, mode, file_size, header); });
-    *group = header.group;
-    *element = header.element;
-    *vr = header.vr;
-    *length = header.length;
-    return result;
+    return Read_Header(handle, This_Unit, source, where, ptr, file_size, trace,
+                       {group, element, vr, length},
+                       [=](Header_Input& input, Element_Header& header) {
+                           return Read_Plain(input, mode, file_size, header);
+                       });
 }

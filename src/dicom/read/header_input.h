@@ -86,18 +86,32 @@ private:
     long long position_ = 0;
 };
 
-/** The border of the readers: runs one on the source and hands out what it found. */
+/** Where a reader's caller wants the parts of the header. */
+struct Header_Output {
+    unsigned short* group;
+    unsigned short* element;
+    unsigned short* vr;
+    int* length;
+};
+
+/** The border of the readers: runs one on the source and hands out what it found, even in part. */
 template <class Read>
 int Read_Header(HWND handle, Place place, int source, int where, void* ptr, int file_size,
-                Trace_Scope& trace, Read&& read)
+                Trace_Scope& trace, const Header_Output& out, Read&& read)
 {
-    return Guarded(handle, place, 0, [&] {
+    Element_Header header;
+    const int result = Guarded(handle, place, 0, [&] {
         return With_Source(source, where, ptr, file_size, [&](Byte_Source& bytes) {
             bytes.Prefetch();
             Header_Input input(handle, bytes, trace);
-            return read(input) == Step::Done ? 1 : 0;
+            return read(input, header) == Step::Done ? 1 : 0;
         });
     });
+    *out.group = header.group;
+    *out.element = header.element;
+    *out.vr = header.vr;
+    *out.length = header.length;
+    return result;
 }
 
 }  // namespace lib_dicom

@@ -190,17 +190,11 @@ int DICOM_Attribute_Complement_Tag(HWND handle, DICOM_List* record, unsigned sho
     }
     std::free(record->description);
     record->description = nullptr;
-    const std::size_t size = std::strlen(text) + 1;
-    if (size == 1) {
+    if (text[0] == '\0') {
         return 1;
     }
-    record->description = static_cast<char*>(std::malloc(size));
-    if (record->description == nullptr) {
-        Report_Memory(handle, This_Unit, "_strdup", "tag->description", static_cast<int>(size));
-        return 0;
-    }
-    std::memcpy(record->description, text, size);
-    return 1;
+    record->description = C_Strdup(handle, This_Unit, text, "tag->description").release();
+    return record->description != nullptr ? 1 : 0;
 }
 
 int SPI_Complement_1000(HWND handle, DICOM_List* record)

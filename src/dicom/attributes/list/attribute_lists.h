@@ -55,6 +55,47 @@ DICOM_List* Insert_Record(HWND handle, DICOM_Root* root, DICOM_List** list, DICO
 bool Merge_Record(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
                   DICOM_List* source, Tag_Search& search);
 
+/** Works on the list of the item that the context has open, and on all lists inside it. */
+class Open_Item_Visitor : public List_Visitor {
+public:
+    /** @param call  the name that each list is traced under */
+    Open_Item_Visitor(HWND handle, DICOM_Root* root, const char* call)
+        : handle_(handle), root_(root), call_(call)
+    {
+    }
+
+    /** 1 when the list of the open item was worked on, 0 when it is empty or was not found. */
+    int Result() const
+    {
+        return result_;
+    }
+
+    Way_In Enter(DICOM_List** list) override;
+    void Leave() override;
+
+protected:
+    HWND Handle() const
+    {
+        return handle_;
+    }
+
+private:
+    virtual void Trace_Call() const
+    {
+        Trace_In(handle_, Trace_Entry, call_);
+    }
+    /** Works on one list, which is not empty. */
+    virtual void Work_On(DICOM_List** list) = 0;
+    Way_In Refuse(const char* reason);
+
+    HWND handle_;
+    DICOM_Root* root_;
+    const char* call_;
+    const char* reason_ = "";
+    bool is_settled_ = false;
+    int result_ = 0;
+};
+
 /* ---- records ---- */
 
 /** The part of a merge that is not in items: value, status and description. False without memory. */

@@ -14,76 +14,29 @@ constexpr Unit This_Unit = "NEMA_Tag_Copy";
 constexpr unsigned short Odd_Groups = 0xFFF1;
 
 /** Both forms of Delete. */
-class Deleter : public List_Visitor {
+class Deleter : public Open_Item_Visitor {
 public:
-    Deleter(HWND handle, DICOM_Root* root) : handle_(handle), root_(root)
+    Deleter(HWND handle, DICOM_Root* root)
+        : Open_Item_Visitor(handle, root, "Lib_DICOM: DICOM_Attribute_Delete")
     {
-    }
-
-    /** What the deletion of the list of the open item returned. */
-    int Result() const
-    {
-        return result_;
-    }
-
-    Way_In Enter(DICOM_List** list) override
-    {
-        Trace_Call();
-        if (*list == nullptr) {
-            return Refuse("! head");
-        }
-        if (Is_Outer_List(handle_, root_, *list)) {
-            DICOM_List** const slot = DICOM_Attribute_Dig(handle_, root_, *list, 0);
-            return slot != nullptr ? Way_In{.instead = slot} : Refuse("! DICOM_Attribute_Dig");
-        }
-        if (!is_settled_) {
-            is_settled_ = true;
-            result_ = 1;
-        }
-        Delete_In(list);
-        return {.first = *list};
-    }
-    void Leave() override
-    {
-        Trace_Out(handle_, Trace_Entry, "Lib_DICOM: DICOM_Attribute_Delete", reason_);
-        reason_ = "";
-    }
-
-protected:
-    HWND Handle() const
-    {
-        return handle_;
     }
 
 private:
-    virtual void Trace_Call() const = 0;
     /** @param parity_of  the group that stands for the record's where all odd ones are meant */
     virtual bool Matches(const DICOM_List& record, unsigned short parity_of) const = 0;
 
-    Way_In Refuse(const char* reason)
-    {
-        is_settled_ = true;
-        reason_ = reason;
-        return {};
-    }
-    void Delete_In(DICOM_List** list)
+    void Work_On(DICOM_List** list) override
     {
         while (*list != nullptr && Matches(**list, (*list)->group)) {
-            Unlink_Record(handle_, list, list);
+            Unlink_Record(Handle(), list, list);
         }
         for (DICOM_List* record = *list; record != nullptr; record = record->next) {
             // A kept quirk: behind the first record its group decides for all whether odd ones go.
             while (record->next != nullptr && Matches(*record->next, (*list)->group)) {
-                Unlink_Record(handle_, list, &record->next);
+                Unlink_Record(Handle(), list, &record->next);
             }
         }
     }
-
-    HWND handle_;
-    DICOM_Root* root_;
-    const char* reason_ = "";
-    bool is_settled_ = false;
-    int result_ = 0;
 };
 
 class Tag_Deleter final : public Deleter {

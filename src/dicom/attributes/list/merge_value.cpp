@@ -109,15 +109,11 @@ bool Copy_Description(HWND handle, DICOM_List* target, const DICOM_List* source)
         return true;
     }
     C_Array<char> text;
-    const std::size_t length = std::strlen(source->description);
-    if (length != 0) {
-        text.reset(static_cast<char*>(std::malloc(length + 1)));
+    if (*source->description != '\0') {
+        text = C_Strdup(handle, This_Unit, source->description, "target->description");
         if (text == nullptr) {
-            Report_Memory(handle, This_Unit, "_strdup", "target->description",
-                          static_cast<int>(length + 1));
             return false;
         }
-        std::memcpy(text.get(), source->description, length + 1);
     }
     std::free(target->description);
     target->description = text.release();

@@ -11,7 +11,6 @@ using namespace lib_dicom;
 namespace {
 
 constexpr Unit This_Unit = "NEMA_Tag_Copy";
-constexpr char Call[] = "Lib_DICOM: DICOM_Attribute_Sort()";
 
 bool Has(const DICOM_List& record, unsigned short mark)
 {
@@ -65,48 +64,18 @@ bool Must_Swap(HWND handle, DICOM_List& a, DICOM_List& b)
 }
 
 /** Sorts lists by the letter as long as that takes no more than some ten million comparisons. */
-class Sorter final : public List_Visitor {
+class Sorter final : public Open_Item_Visitor {
 public:
-    Sorter(HWND handle, DICOM_Root* root) : handle_(handle), root_(root)
+    Sorter(HWND handle, DICOM_Root* root)
+        : Open_Item_Visitor(handle, root, "Lib_DICOM: DICOM_Attribute_Sort()")
     {
-    }
-
-    /** What the sorting of the list of the open item returned. */
-    int Result() const
-    {
-        return result_;
-    }
-
-    Way_In Enter(DICOM_List** list) override
-    {
-        Trace_In(handle_, Trace_Entry, Call);
-        if (*list == nullptr) {
-            return Refuse("! head");
-        }
-        if (Is_Outer_List(handle_, root_, *list)) {
-            DICOM_List** const slot = DICOM_Attribute_Dig(handle_, root_, *list, 0);
-            return slot != nullptr ? Way_In{.instead = slot} : Refuse("! DICOM_Attribute_Dig");
-        }
-        if (!is_settled_) {
-            is_settled_ = true;
-            result_ = 1;
-        }
-        Sort_List(list);
-        (*list)->last = nullptr;
-        return {.first = *list};
-    }
-    void Leave() override
-    {
-        Trace_Out(handle_, Trace_Entry, Call, reason_);
-        reason_ = "";
     }
 
 private:
-    Way_In Refuse(const char* reason)
+    void Work_On(DICOM_List** list) override
     {
-        is_settled_ = true;
-        reason_ = reason;
-        return {};
+        Sort_List(list);
+        (*list)->last = nullptr;
     }
     void Sort_List(DICOM_List** list)
     {
@@ -127,7 +96,7 @@ private:
             DICOM_List* const a = *link;
             DICOM_List* const b = a->next;
             ++comparisons_;
-            if (Must_Swap(handle_, *a, *b)) {
+            if (Must_Swap(Handle(), *a, *b)) {
                 a->next = b->next;
                 b->next = a;
                 *link = b;
@@ -140,7 +109,7 @@ private:
     bool Sort_At_Once(DICOM_List** list) const
     {
         return Guarded(
-            handle_, This_Unit, false,
+            Handle(), This_Unit, false,
             [list] {
                 std::vector<DICOM_List*> records;
                 for (DICOM_List* record = *list; record != nullptr; record = record->next) {
@@ -162,11 +131,6 @@ private:
 
     static constexpr long long Most_Comparisons = 10'000'000;
 
-    HWND handle_;
-    DICOM_Root* root_;
-    const char* reason_ = "";
-    bool is_settled_ = false;
-    int result_ = 0;
     long long comparisons_ = 0;
 };
 

@@ -3,7 +3,7 @@
 #ifndef LIB_DICOM_SRC_ATTRIBUTES_TAG_SEARCH_H
 #define LIB_DICOM_SRC_ATTRIBUTES_TAG_SEARCH_H
 
-#include <Lib_DICOM/frame.h>
+#include "frame/record_codes.h"
 
 #include <cstdint>
 #include <map>
@@ -11,16 +11,6 @@
 #include <unordered_map>
 
 namespace lib_dicom {
-
-inline std::uint32_t Tag_Number(unsigned short group, unsigned short element)
-{
-    return static_cast<std::uint32_t>(group) << 16 | element;
-}
-
-inline std::uint32_t Tag_Number(const DICOM_List& record)
-{
-    return Tag_Number(record.group, record.element);
-}
 
 /** Searches by walking a list from its head. */
 class Tag_Search {
