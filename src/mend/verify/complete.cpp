@@ -26,6 +26,22 @@ Record_Map Map_Of(DICOM_List* list)
     return map;
 }
 
+/** The records of a list that a module names. Maps of whole data sets cost more than walking them. */
+Record_Map Named_In(DICOM_List* list, DICOM_List* module)
+{
+    Record_Map map;
+    for (const DICOM_List& node : Records(module)) {
+        map.emplace(Tag_Of(node), nullptr);
+    }
+    for (DICOM_List& record : Records(list)) {
+        const auto named = map.find(Tag_Of(record));
+        if (named != map.end() && named->second == nullptr) {
+            named->second = &record;
+        }
+    }
+    return map;
+}
+
 DICOM_List* Find_In(const Record_Map& map, Tag tag)
 {
     const auto found = map.find(tag);
@@ -108,7 +124,7 @@ public:
 
     void Merge(DICOM_List* list, DICOM_List* module)
     {
-        const Record_Map present = Map_Of(list);
+        const Record_Map present = Named_In(list, module);
         for (const DICOM_List& node : Records(module)) {
             const DICOM_List* const record = Find_In(present, Tag_Of(node));
             if (record == nullptr) {
@@ -160,7 +176,7 @@ private:
 /** Adds the attributes of type 2, which have to be present though they may be empty. */
 void Add_Empty(Place_In_Set& place, DICOM_List* list, DICOM_List* module, Findings& findings)
 {
-    const Record_Map present = Map_Of(list);
+    const Record_Map present = Named_In(list, module);
     for (DICOM_List& node : Records(module)) {
         const DICOM_List* const record = Find_In(present, Tag_Of(node));
         if (record == nullptr && node.type == Type_2) {
@@ -250,7 +266,7 @@ void Remove_Empty(Place_In_Set& place, Findings& findings)
 
 void Report_Deletions(DICOM_List* list, DICOM_List* module, Findings& findings)
 {
-    const Record_Map present = Map_Of(list);
+    const Record_Map present = Named_In(list, module);
     for (const DICOM_List& node : Records(module)) {
         const DICOM_List* const record = Find_In(present, Tag_Of(node));
         if (record != nullptr && Has_Mark(node, DICOM_Mark_Delete_Request)) {
