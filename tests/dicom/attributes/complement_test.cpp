@@ -51,12 +51,17 @@ TEST(Complement, NamesPrivateElementsByTheCreatorOfTheirBlock)
 {
     const Complement_Case cases[] = {
         {"0029,0010=_ACME_CT_", VR_LO, "Private Creator Data Element"},
+        {"0029,000F", 0, nullptr},
         {"0029,0011#8", VR_LO, "Private Creator Data Element"},
+        {"0029,0012=__", VR_LO, "Private Creator Data Element"},
+        {"0029,00FF", VR_LO, "Private Creator Data Element"},
         {"0029,0100", 0, nullptr},
+        {"0029,0FFF", 0, nullptr},
+        {"0029,1000", 0, "ACME CT"},
         {"0029,1010~DS", VR_DS, "ACME CT"},
         {"0029,1110", 0, nullptr},
         {"0029,1210", 0, nullptr},
-        // Deliberate: group FFFF finds the first creator element of its block in any group.
+        // A kept quirk: group FFFF finds the first creator element of its block in any group.
         {"FFFF,1010", 0, "ACME CT"},
         {"FFFF,1310", 0, nullptr},
     };
@@ -75,9 +80,24 @@ TEST(Complement, NamesPrivateElementsByTheCreatorOfTheirBlock)
     }
     EXPECT_STREQ(record->next->description, std::string(64, 'X').c_str());
 
-    DICOM_List& single = list.Add("0029,1011");
-    EXPECT_EQ(DICOM_Attribute_Complement_Private(nullptr, &root, list.head, &single), 1);
-    EXPECT_STREQ(single.description, "ACME CT");
+    // By itself it completes records of even groups too. A creator of blanks takes the name away.
+    list.Add("0028,0010=EVEN");
+    const Complement_Case single_cases[] = {
+        {"0029,1011", 0, "ACME CT"},
+        {"0029,1211", 0, nullptr},
+        {"0029,1311", 0, "before"},
+        {"0028,000F", 0, "before"},
+        {"0028,0010", VR_LO, "Private Creator Data Element"},
+        {"0028,00FF", VR_LO, "Private Creator Data Element"},
+        {"0028,0100", 0, "before"},
+        {"0028,1011", 0, "EVEN"},
+    };
+    for (const Complement_Case& test : single_cases) {
+        DICOM_List& single = list.Add(test.record);
+        DICOM_Attribute_Complement_Tag(nullptr, &single, 0, "before");
+        EXPECT_EQ(DICOM_Attribute_Complement_Private(nullptr, &root, list.head, &single), 1);
+        Expect_Complement(single, test);
+    }
 }
 
 TEST(Complement, EntersItemsWithCreatorsOfTheirOwn)

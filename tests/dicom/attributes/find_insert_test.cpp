@@ -1,5 +1,4 @@
 // Finding, looking up and appending records, and the way down into open sequences.
-#include "support/message_log.h"
 #include "support/record_builder.h"
 
 #include <gmock/gmock.h>
@@ -80,41 +79,6 @@ TEST(Get, TakesWildcardsAndPatterns)
     EXPECT_EQ(get("*A2", "*"), "60A2,0010");
     EXPECT_EQ(get("001", "*"), "");
     EXPECT_EQ(DICOM_Attribute_Get(nullptr, &root, nullptr, "*", "*", 0), nullptr);
-}
-
-TEST(Get, TracesItsWayDown)
-{
-    Inserted_List list("0008,1140:SQ");
-    DICOM_Attribute_Sequence_Start(nullptr, &list.root, 0x0008, 0x1140, 0, 0);
-    DICOM_Attribute_Item_Start(nullptr, &list.root, 0);
-    const Message_Log log(9);
-    DICOM_Attribute_Get(nullptr, &list.root, list.head, 0x0008, 0x1150, 0);
-    EXPECT_EQ(log.Text(), ">>> in  Lib_DICOM: DICOM_Attribute_Get(0008,1150)\n"
-                          ">>> in  Lib_DICOM: DICOM_Attribute_Sequence_Query()\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Sequence_Query()\n"
-                          ">>> in  Lib_DICOM: DICOM_Attribute_Sequence_Query()\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Sequence_Query()\n"
-                          ">>> in  Lib_DICOM: DICOM_Attribute_Sequence_Get(0)\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Sequence_Get()\n"
-                          ">>> in  Lib_DICOM: DICOM_Attribute_Item_Query(1)\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Item_Query()\n"
-                          ">>> in  Lib_DICOM: DICOM_Attribute_Get(0008,1150)\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Get(! head)\n"
-                          "<<< out Lib_DICOM: DICOM_Attribute_Get(item)\n");
-}
-
-TEST(Insert, TracesTheRecordAndTheReason)
-{
-    Record_List list;
-    DICOM_Root root = {};
-    const Record_List records("0008,0060:CS=MR 0010,0010");
-    const Message_Log log(9);
-    DICOM_Attribute_Insert(nullptr, &root, &list.head, records.head, 0);
-    DICOM_Attribute_Insert(nullptr, &root, &list.head, records.head->next, 0);
-    EXPECT_EQ(log.All()[0].text, ">>> in  Lib_DICOM: DICOM_Attribute_Insert(0008,0060) CS 2 bytes");
-    EXPECT_EQ(log.Count(">>> in  Lib_DICOM: DICOM_Attribute_Insert(0010,0010) -- 0 bytes"), 1);
-    EXPECT_EQ(log.All().back().text, "<<< out Lib_DICOM: DICOM_Attribute_Insert(insert)");
-    EXPECT_EQ(log.All().back().severity, 0x90002009U);
 }
 
 class Descent : public testing::Test {

@@ -13,6 +13,7 @@ namespace {
 struct Calls {
     std::string text;
     std::string stop_at;
+    DICOM_List* list = nullptr;
 };
 
 template <char Name>
@@ -25,6 +26,16 @@ void* Take(HWND, DICOM_Root*, DICOM_List* record, void* user)
     return calls->stop_at == call ? nullptr : user;
 }
 
+/** Deletes the creator of block 10 when it comes to (0029,1014). */
+void* Delete_Creator(HWND handle, DICOM_Root* root, DICOM_List* record, void* user)
+{
+    auto* const calls = static_cast<Calls*>(user);
+    if (record->element == 0x1014) {
+        DICOM_Attribute_Delete(handle, root, &calls->list, 0x0029, 0x0010);
+    }
+    return Take<'d'>(handle, root, record, user);
+}
+
 class Parse : public testing::Test {
 protected:
     ~Parse() override
@@ -35,7 +46,7 @@ protected:
     {
         Record_List list(notation);
         DICOM_Root root = {};
-        Calls calls = {{}, stop_at};
+        Calls calls = {{}, stop_at, list.head};
         void* const result = DICOM_Attribute_Parse(nullptr, &root, list.head, &calls);
         EXPECT_EQ(result, stop_at.empty() ? &calls : nullptr);
         return calls.text;
@@ -62,6 +73,36 @@ TEST_F(Parse, HandsEachRecordToTheFirstHandlerThatFits)
               "i0028,0010 v0029,1010 a0029,1011 c7f00,0010 ");
     DICOM_Attribute_List_Cleanup();
     EXPECT_EQ(Handled(list), "");
+
+    // A creator of blanks is one, of the empty name; without a value it is none.
+    DICOM_Attribute_List_Private_Grow("", &Take<'e'>);
+    EXPECT_EQ(Handled("0029,0010=__ 0029,0011 0029,0FFF 0029,1000=x 0029,1110=y"), "e0029,1000 ");
+}
+
+TEST_F(Parse, TakesSixtyFourBytesOfACreator)
+{
+    DICOM_Attribute_List_Private_Grow(std::string(65, 'x').c_str(), &Take<'5'>);
+    DICOM_Attribute_List_Private_Grow(std::string(64, 'x').c_str(), &Take<'4'>);
+    EXPECT_EQ(Handled("0029,0010=" + std::string(70, 'x') + " 0029,1010=x"), "40029,1010 ");
+}
+
+TEST_F(Parse, LooksForTheCreatorAnewWhenAHandlerChangedTheList)
+{
+    DICOM_Attribute_List_Private_Grow("ACME", &Delete_Creator);
+    // So long that searches for the creator would be worth an index.
+    std::string list;
+    for (int i = 0; i < 100; ++i) {
+        list += "0008,0001 ";
+    }
+    list += "0029,0010=ACME ";
+    std::string expected;
+    for (int i = 0; i < 30; ++i) {
+        const std::string tag =
+            "0029,10" + std::string(i < 16 ? "0" : "1") + "0123456789abcdef"[i % 16];
+        list += tag + "=x ";
+        expected += i <= 0x14 ? "d" + tag + " " : "";
+    }
+    EXPECT_EQ(Handled(list), expected);
 }
 
 TEST_F(Parse, RefusesACreatorThatNoEntryHolds)
