@@ -60,7 +60,7 @@ protected:
     }
 };
 
-TEST_F(Bounds, Memory_Is_In_Proportion_To_Hostile_Files)
+TEST_F(Bounds, MemoryIsInProportionToHostileFiles)
 {
     constexpr std::size_t Growth = 100;
     for (const Hostile_Input& input : hostile::All(100 * Kilobyte)) {
@@ -99,7 +99,7 @@ std::vector<std::string> Claiming_Files(int length)
     return files;
 }
 
-TEST_F(Bounds, A_Length_Alone_Allocates_Nothing)
+TEST_F(Bounds, ALengthAloneAllocatesNothing)
 {
     for (const int length : {0x7FFFFFFE, 0x7FFFFFFF, -2, -16, DICOM_Undefined_Length}) {
         for (const std::string& file : Claiming_Files(length)) {
@@ -108,7 +108,7 @@ TEST_F(Bounds, A_Length_Alone_Allocates_Nothing)
     }
 }
 
-TEST_F(Bounds, A_Size_Asked_Of_A_Small_File_Allocates_Little)
+TEST_F(Bounds, ASizeAskedOfASmallFileAllocatesLittle)
 {
     const Message_Log log;
     Byte_Input input(NEMA_Source_File, std::string(200, 'x'));
@@ -153,7 +153,7 @@ std::string Image(std::size_t size)
     return stream.Bytes();
 }
 
-TEST_F(Bounds, Deflated_Data_Sets_Stay_Within_Their_Budget)
+TEST_F(Bounds, DeflatedDataSetsStayWithinTheirBudget)
 {
     struct {
         const char* name;
@@ -195,7 +195,7 @@ void Run_On_Small_Stack(std::function<void()> body)
     pthread_attr_destroy(&attributes);
 }
 
-TEST_F(Bounds, Nesting_Of_Any_Depth_Needs_No_Stack)
+TEST_F(Bounds, NestingOfAnyDepthNeedsNoStack)
 {
     for (const int levels : {9, 10, 10'000, 100'000}) {
         Run_On_Small_Stack([levels] {
@@ -217,7 +217,7 @@ TEST_F(Bounds, Nesting_Of_Any_Depth_Needs_No_Stack)
     }
 }
 
-TEST_F(Bounds, Lists_Of_The_Deepest_Level_Need_Little_Stack)
+TEST_F(Bounds, ListsOfTheDeepestLevelNeedLittleStack)
 {
     Run_On_Small_Stack([] {
         Record_List list;

@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(Frame, Settings_Have_Their_Documented_Defaults)
+TEST(Frame, SettingsHaveTheirDocumentedDefaults)
 {
     const struct {
         const char* name;
@@ -53,7 +53,7 @@ TEST(Frame, Settings_Have_Their_Documented_Defaults)
     EXPECT_EQ(std::memcmp(DICOM_Delete_Tags, deleted, sizeof deleted), 0);
 }
 
-TEST(Frame, Realloc_Keeps_The_Content_And_Size_0_Frees)
+TEST(Frame, ReallocKeepsTheContentAndSize0Frees)
 {
     const Message_Log log;
     char* buffer = nullptr;
@@ -72,7 +72,7 @@ TEST(Frame, Realloc_Keeps_The_Content_And_Size_0_Frees)
     EXPECT_EQ(log.Text(), "");
 }
 
-TEST(Frame, Version_Of_The_Shared_Library)
+TEST(Frame, VersionOfTheSharedLibrary)
 {
     char right[] = "21.9";
     EXPECT_STREQ(Get_Version_DICOM(right), "Lib_DICOM.dll 21.9 (rev-b)");

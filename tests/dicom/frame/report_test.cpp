@@ -28,7 +28,7 @@ std::vector<std::string> Texts(const Message_Log& log)
     return texts;
 }
 
-TEST(Report, Traces_Name_The_Call_And_The_Reason_Of_Leaving)
+TEST(Report, TracesNameTheCallAndTheReasonOfLeaving)
 {
     const Message_Log log(9);
     const auto call = [](bool early) {
@@ -44,7 +44,7 @@ TEST(Report, Traces_Name_The_Call_And_The_Reason_Of_Leaving)
     EXPECT_EQ(log.All()[1].severity, 0x90002009U);
 }
 
-TEST(Report, Hidden_Traces_Are_Not_Formatted)
+TEST(Report, HiddenTracesAreNotFormatted)
 {
     const Message_Log log(8);
     // Reading the text would fault.
@@ -58,7 +58,7 @@ TEST(Report, Hidden_Traces_Are_Not_Formatted)
     EXPECT_THAT(Texts(log), ElementsAre("level 8"));
 }
 
-TEST(Report, Errors_Name_Their_Place)
+TEST(Report, ErrorsNameTheirPlace)
 {
     const Message_Log log;
     const int line = __LINE__ + 1;
@@ -74,7 +74,7 @@ TEST(Report, Errors_Name_Their_Place)
                                  "memory error in calloc (var=insert->item, dim=3x8)");
 }
 
-TEST(Report, Warnings_And_Notes_Go_To_The_Levels_Of_The_Application)
+TEST(Report, WarningsAndNotesGoToTheLevelsOfTheApplication)
 {
     const Message_Log log;
     Flag_Error_Warning = 5;
@@ -88,7 +88,7 @@ TEST(Report, Warnings_And_Notes_Go_To_The_Levels_Of_The_Application)
     EXPECT_EQ(log.All()[1].severity, 6U);
 }
 
-TEST(Report, Guarded_Turns_Exceptions_Into_The_Failure_Result)
+TEST(Report, GuardedTurnsExceptionsIntoTheFailureResult)
 {
     const Message_Log log;
     EXPECT_EQ(Guarded(nullptr, This_Unit, 0, [] { return 1; }), 1);
