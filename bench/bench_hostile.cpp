@@ -95,6 +95,22 @@ void Copy_And_Assign_Items(benchmark::State& state)
     }
 }
 
+void Overwrite_And_Verify(benchmark::State& state)
+{
+    constexpr int Attributes = 20'000;
+    const Record_List module = Ascending(Attributes, 1);
+    for (DICOM_List* node = module.Head(); node != nullptr; node = node->next) {
+        node->flags = DICOM_Mark_Forced;
+        node->type = DICOM_VR('2', ' ');
+    }
+    for (auto step : state) {
+        Record_List list = Ascending(Attributes, 1);
+        DICOM_Root root = {};
+        DICOM_Postproc_Overwrite(nullptr, &root, list.Address(), module.Head(), DICOM_Mark_Forced);
+        DICOM_Postproc_Verification(nullptr, &root, list.Head(), module.Head(), 0);
+    }
+}
+
 void Delete_And_Remove(benchmark::State& state)
 {
     for (auto step : state) {
@@ -125,6 +141,7 @@ BENCHMARK(Find_In_Order)->Unit(benchmark::kMillisecond);
 BENCHMARK(Copy_Into_Every_Other)->Unit(benchmark::kMillisecond);
 BENCHMARK(Assign_Info_In_Order)->Unit(benchmark::kMillisecond);
 BENCHMARK(Copy_And_Assign_Items)->Unit(benchmark::kMillisecond);
+BENCHMARK(Overwrite_And_Verify)->Unit(benchmark::kMillisecond);
 BENCHMARK(Delete_And_Remove)->Unit(benchmark::kMillisecond);
 BENCHMARK(Extract_Values)->Unit(benchmark::kMillisecond);
 
