@@ -106,6 +106,15 @@ TEST_F(Descent, GoesIntoTheFirstSequenceOfTheTag)
         EXPECT_EQ(Tags(list.head), current ? "0008,1140 0008,0060 0008,1140[0008,1150]"
                                            : "0008,1140[0008,1150] 0008,0060 0008,1140");
     }
+    // A copy finds the last record of the tag, and its items all the same go into the first.
+    DICOM_Root root = {};
+    Inserted_List list("0008,1140:SQ 0008,0060 0008,1140:SQ");
+    Record_List source("0008,1140:SQ");
+    Add_Items(*source.head, {"0008,1150"});
+    DICOM_Flag_Current_Standard = 0;
+    DICOM_Attribute_Copy(nullptr, &root, &list.head, source.head);
+    EXPECT_EQ(Tags(list.head), "0008,1140[0008,1150] 0008,0060 0008,1140");
+    EXPECT_EQ(list.head->next->next->nb_item, 1);
 }
 
 TEST_F(Descent, CreatesTheSequenceBehindTheLastRecordAndCutsOffTheRest)

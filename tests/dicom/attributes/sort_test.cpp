@@ -10,7 +10,8 @@ TEST(Sort, MergesTheStatusOfEqualTags)
 {
     const Message_Log log;
     DICOM_Root root = {};
-    Record_List list("0020,0013 0010,0010=A!100 0010,0010~PN!1000 0008,0005!1000 0008,0005!1000");
+    Record_List list("0020,0013 0010,0010=A!b80 0010,0010~PN!1000 0028,0010~US=A 0028,0010 "
+                     "0008,0005~CS!1000 0008,0005!1000");
     DICOM_List* const plain = list.head->next;
     DICOM_List* const forced = plain->next;
     plain->type = DICOM_VR('1', ' ');
@@ -18,11 +19,13 @@ TEST(Sort, MergesTheStatusOfEqualTags)
     list.head->last = forced;
     Add_Items(*list.head, {"0008,0005 0008,0001"});
     EXPECT_EQ(DICOM_Attribute_Sort(nullptr, &root, &list.head), 1);
-    EXPECT_EQ(Tags(list.head),
-              "0008,0005 0008,0005 0010,0010 0010,0010 0020,0013[0008,0001 0008,0005]");
+    EXPECT_EQ(Tags(list.head), "0008,0005 0008,0005 0010,0010 0010,0010 "
+                               "0020,0013[0008,0001 0008,0005] 0028,0010 0028,0010");
+    EXPECT_EQ(list.head->next->vr_default, 0) << "both are forced";
+    EXPECT_EQ(plain->next->next->next->vr_default, VR_US);
     EXPECT_EQ(forced->next, plain);
     EXPECT_EQ(forced->type, DICOM_VR('1', ' '));
-    EXPECT_EQ(forced->flags, 0x1100);
+    EXPECT_EQ(forced->flags, 0x1B00);
     EXPECT_EQ(plain->vr_default, VR_PN);
     EXPECT_EQ(list.head->last, nullptr);
     ASSERT_GE(log.All().size(), 1U);
