@@ -136,7 +136,7 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
               "[0008,1150=1.4 0008,1155=1.5 0008,1199=0 items ] "
               "0010,0010= 0020,0010= 0040,0275=[0040,0007=FORCED ] ");
     const std::string changes = Texts(findings_);
-    EXPECT_THAT(changes, HasSubstr("0008,0060 set to MR"));
+    EXPECT_THAT(changes, HasSubstr("0008,0060 set\n"));
     EXPECT_THAT(changes, HasSubstr("0008,0090 left out: it is empty"));
     EXPECT_THAT(changes, HasSubstr("0010,4000 left out on request"));
     EXPECT_THAT(changes, HasSubstr("0010,0010 added without a value"));

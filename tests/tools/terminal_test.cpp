@@ -1,4 +1,5 @@
 // What dicom-mend shows on a terminal.
+#include "mend/findings/letters.h"
 #include "tools/dicom_mend/terminal.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 namespace {
 
 using namespace dicom_mend;
+using lib_mend::Printable;
 
 TEST(Terminal, CutsAtItsColumnsAndShowsMarkup)
 {

@@ -2,6 +2,9 @@
 
 #include "commands.h"
 #include "mend/findings/faults.h"
+#include "mend/findings/report_json.h"
+#include "mend/findings/report_sarif.h"
+#include "mend/findings/report_text.h"
 #include "mend/interface/check.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/verify.h"
@@ -65,7 +68,22 @@ void Verify_Module(const lib_mend::Data_Set& set, const std::string& code, Findi
     }
 }
 
-Exit_Status Check_File(const std::string& path, const Check_Request& request, Summary& summary)
+std::string Printed(const std::string& path, const Finding& finding, const Check_Request& request,
+                    lib_mend::Sarif_Log& log)
+{
+    switch (request.format) {
+    case Format::JSON:
+        return Finding_JSON(path, finding, request.show_values) + "\n";
+    case Format::SARIF:
+        return log.Result(path, finding);
+    case Format::Text:
+        break;
+    }
+    return Finding_Line(path, finding, request.show_values) + "\n";
+}
+
+Exit_Status Check_File(const std::string& path, const Check_Request& request, Summary& summary,
+                       lib_mend::Sarif_Log& log)
 {
     Findings findings;
     const lib_mend::Library_Session session(findings);
@@ -82,9 +100,7 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
     Add_To(summary, findings);
     for (const Finding& finding : findings.All()) {
         if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
-            const std::string line =
-                (request.json ? Finding_JSON : Finding_Line)(path, finding, request.show_values);
-            std::printf("%s\n", line.c_str());
+            std::fputs(Printed(path, finding, request, log).c_str(), stdout);
         }
     }
     return Status_Of(findings);
@@ -96,11 +112,15 @@ Exit_Status Run_Check(const Check_Request& request)
 {
     Summary summary;
     Exit_Status status = Exit_Clean;
+    const bool is_log = request.format == Format::SARIF && !request.summary;
+    lib_mend::Sarif_Log log(request.show_values);
+    std::fputs(is_log ? log.Head().c_str() : "", stdout);
     for (const std::string& path : request.files) {
-        status = std::max(status, Check_File(path, request, summary));
+        status = std::max(status, Check_File(path, request, summary, log));
     }
+    std::fputs(is_log ? log.Tail(status != Exit_Failure).c_str() : "", stdout);
     if (request.summary) {
-        Print_Summary(summary, request.json, request.verbosity);
+        Print_Summary(summary, request.format != Format::Text, request.verbosity);
     }
     return Finish_Output(status);
 }

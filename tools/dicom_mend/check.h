@@ -10,13 +10,15 @@
 
 namespace dicom_mend {
 
+enum class Format { Text, JSON, SARIF };
+
 struct Check_Request {
     std::vector<std::string> files;
     /** How mending would heal. */
     lib_mend::Heal_Options heal;
     /** Code of the IOD to verify against, "auto" for that of the SOP class, empty for none. */
     std::string module;
-    bool json = false;
+    Format format = Format::Text;
     /** Counts by kind instead of the findings themselves. */
     bool summary = false;
     Verbosity verbosity = Verbosity::Normal;

@@ -3,6 +3,7 @@
 #include "garbage.h"
 #include "list.h"
 #include "lookup.h"
+#include "mend/findings/letters.h"
 #include "mend/healing/original_attributes.h"
 #include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
@@ -24,6 +25,7 @@ namespace {
 
 using lib_mend::Findings;
 using lib_mend::Library_Session;
+using lib_mend::Printable;
 using lib_mend::Source;
 
 Exit_Status List_File(const std::string& path, const List_Request& request,
@@ -129,7 +131,8 @@ bool Complete_Set(lib_mend::Data_Set& set, const std::string& code, Findings& fi
 {
     const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
     if (name.empty() && DICOM_Override == nullptr) {
-        findings.Add(lib_mend::Level::Error, "no IOD; --module names one");
+        findings.Report(lib_mend::Fault::IOD, lib_mend::Level::Error, {},
+                        "no IOD; --module names one");
         return false;
     }
     DICOM_List* const module = lib_mend::Read_Module(name, false, findings);

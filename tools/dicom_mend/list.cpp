@@ -1,5 +1,6 @@
 #include "list.h"
 
+#include "mend/findings/letters.h"
 #include "mend/healing/character_set.h"
 #include "mend/json/to_json.h"
 #include "value_text.h"
@@ -19,6 +20,7 @@ using lib_mend::Findings;
 using lib_mend::Has_Value;
 using lib_mend::Is_Delimiter;
 using lib_mend::Item_Of;
+using lib_mend::Printable;
 using lib_mend::Records;
 using lib_mend::Tag_Of;
 using lib_mend::Tag_Text;

@@ -1,6 +1,7 @@
 #include "lookup.h"
 
 #include "mend/findings/attributes.h"
+#include "mend/findings/letters.h"
 #include "terminal.h"
 #include "value_text.h"
 
@@ -11,6 +12,8 @@
 namespace dicom_mend {
 
 namespace {
+
+using lib_mend::Printable;
 
 using lib_mend::Attribute;
 using lib_mend::Tag;

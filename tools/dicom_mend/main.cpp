@@ -185,8 +185,13 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
 {
     CLI::App* const command =
         app.add_subcommand("check", "Report what is wrong with files, and change nothing");
-    const std::map<std::string, bool> formats = {{"text", false}, {"json", true}};
-    command->add_option("--format", request.json, "text (default) or json, one object a line")
+    const std::map<std::string, dicom_mend::Format> formats = {
+        {"text", dicom_mend::Format::Text},
+        {"json", dicom_mend::Format::JSON},
+        {"sarif", dicom_mend::Format::SARIF}};
+    command
+        ->add_option("--format", request.format,
+                     "text (default), json, one object a line, or sarif, one SARIF 2.1.0 log")
         ->transform(CLI::CheckedTransformer(formats))
         ->option_text("FORMAT");
     command

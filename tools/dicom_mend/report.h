@@ -16,17 +16,6 @@ enum class Verbosity {
 
 enum Exit_Status : int { Exit_Clean = 0, Exit_Findings = 1, Exit_Failure = 2 };
 
-/**
- * One line for people: "file: severity: (0008,0100) Code Value in 0040,0275[0] at 0x1F2: what is wrong
- * (what the standard asks for, and where)", as far as it is known.
- */
-std::string Finding_Line(const std::string& file, const lib_mend::Finding& finding,
-                         bool show_values);
-
-/** The same as an object of JSON. */
-std::string Finding_JSON(const std::string& file, const lib_mend::Finding& finding,
-                         bool show_values);
-
 /** Tells whether findings of a severity are printed. */
 bool Is_Shown(lib_mend::Severity severity, Verbosity verbosity);
 

@@ -1,10 +1,10 @@
 #include "terminal.h"
 
-#include "letters.h"
+#include "mend/findings/letters.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -13,9 +13,11 @@ namespace dicom_mend {
 
 namespace {
 
+using lib_mend::Code_Range;
+using lib_mend::First_Letter;
+using lib_mend::Is_In;
+
 constexpr std::string_view Dots = "...";
-/** Invisible letters from here on are shown by their code, controls by their bytes. */
-constexpr char32_t First_Long_Code = 0x00A0;
 
 /** Columns that a letter takes: East Asian ones two, marks on the letter before them none. */
 std::size_t Columns_Of(char32_t code)
@@ -44,18 +46,10 @@ struct Piece {
 
 Piece First_Piece(std::string_view text)
 {
-    const Letter letter = First_Letter(text);
-    if (letter.size != 0 && !Is_Control(letter.code)) {
-        return {letter.size, std::string(text.substr(0, letter.size)), Columns_Of(letter.code)};
-    }
-    char escape[16];
-    if (letter.code >= First_Long_Code) {
-        std::snprintf(escape, sizeof escape, "\\u{%X}", static_cast<unsigned int>(letter.code));
-        return {letter.size, escape, std::string_view(escape).size()};
-    }
-    std::snprintf(escape, sizeof escape, "\\x%02X",
-                  static_cast<unsigned int>(static_cast<unsigned char>(text[0])));
-    return {1, escape, std::string_view(escape).size()};
+    lib_mend::Shown_Letter front = lib_mend::First_Shown(text);
+    const std::size_t columns =
+        front.is_plain ? Columns_Of(First_Letter(text).code) : front.shown.size();
+    return {front.size, std::move(front.shown), columns};
 }
 
 /** The terminal's sequence for the markup byte at the front of a line, null when there is none. */
@@ -119,17 +113,6 @@ Terminal Look_At(int descriptor)
         terminal.width = size.ws_col;
     }
     return terminal;
-}
-
-std::string Printable(std::string_view text)
-{
-    std::string shown;
-    while (!text.empty()) {
-        const Piece piece = First_Piece(text);
-        shown += piece.shown;
-        text.remove_prefix(piece.size);
-    }
-    return shown;
 }
 
 std::string Rendered(std::string_view line, const Terminal& terminal)

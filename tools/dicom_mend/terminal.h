@@ -20,12 +20,6 @@ struct Terminal {
 Terminal Look_At(int descriptor);
 
 /**
- * Text of a file as it may be shown: valid UTF-8 stays. Control characters and other bytes become
- * escapes \xHH, invisible letters that change what is seen become \u{HHHH}.
- */
-std::string Printable(std::string_view text);
-
-/**
  * A line with the markup bytes of the library's messages as the terminal shows it: markup turns into
  * colours or is dropped, text is made printable, and a line wider than the terminal ends in "...".
  */

@@ -76,6 +76,8 @@ enum class Fault : unsigned char {
     Set,
     Original_Attributes,
     JSON,
+    Not_Written,
+    Memory,
     /** What the library says in words of its own: its kind is recognised by its text. */
     Other
 };

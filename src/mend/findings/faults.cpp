@@ -150,11 +150,14 @@ constexpr Finding_Kind Kinds[] = {
      "PS3.4 B.5", false},
     {Fault::Definitions, "definitions", Severity::Error, "fault in the definition files", "", "",
      false},
-    {Fault::Set, "set", Severity::Info, "set to the value that was given", "", "", true},
+    {Fault::Set, "set", Severity::Info, "supplied", "", "", false},
     {Fault::Original_Attributes, "original-attributes", Severity::Info,
      "the original value is kept in Original Attributes", "", "PS3.3 C.12.1.1.9", false},
     {Fault::JSON, "json", Severity::Error, "a JSON text that is no DICOM JSON model",
      "each element has a VR, and values in the form of that VR", "PS3.18 F.2", false},
+    {Fault::Not_Written, "not-written", Severity::Error, "the data set cannot be written", "", "",
+     false},
+    {Fault::Memory, "memory", Severity::Error, "there was not enough memory", "", "", false},
     {Fault::Other, "other", Severity::Warning, "something is wrong", "", "", true},
 };
 
@@ -170,98 +173,37 @@ constexpr bool Rows_Stand_In_Order()
 static_assert(Rows_Stand_In_Order(), "a fault is the index of its row");
 
 /**
- * The kinds by what their texts hold. The fragment that stands first in a text counts: values, which
- * may hold anything, stand behind the words of the message.
+ * The kinds of messages of the library, whose texts alone tell what they are about, by what they hold.
+ * The fragment that stands first in a text counts: values, which may hold anything, stand behind the
+ * words of the message.
  */
-struct Pattern {
-    std::string_view fragment;
-    const char* kind;
-};
-
-constexpr Pattern Patterns[] = {
+constexpr Message_Pattern Patterns[] = {
     {"invalid padding char", "padding"},
-    {"padding is put right", "padding"},
     {" char in \"", "characters"},
     {"Invalid character in data", "characters"},
     {"Old syntax!", "old-syntax"},
-    {"into the form", "form"},
     {"String too long!", "length"},
-    {"bytes length (=", "length"},
     {"Expecting VR=IS", "integer"},
     {"Converted from", "integer"},
     {"Expecting VN=", "multiplicity"},
     {"Expecting ", "size"},
-    {"of a broken size", "size"},
     {"Value out of range", "range"},
     {"Y2K bug!", "year-2000"},
     {"last char", "last-backslash"},
-    {"fragment of odd length", "fragments"},
-    {"odd length is padded", "odd-length"},
-    {"has no VR", "vr"},
-    {"does not exist", "vr"},
-    {"blank VR", "vr"},
-    {"VR=UN is replaced", "vr-unknown"},
-    {", which implicit VR stands for", "vr-other"},
-    {"cannot be kept in", "removed"},
-    {"stored as UN", "vr-unknown"},
+    {"lenght is odd", "odd-length"},
     {"Explicit VR (=", "vr-other"},
-    {"VR does not fit", "pixel-vr"},
-    {"of undefined length", "undefined-length"},
     {"Variable length tag", "undefined-length"},
     {"Fix ", "encoding"},
     {"Oups!", "encoding"},
     {"Please contact", "encoding"},
     {"Pixel data is \"Explicit VR\"", "encoding"},
     {"tags should be sorted!", "order"},
-    {"occurs twice", "order"},
-    {"cut off", "truncated"},
-    {"no complete element", "truncated"},
-    {"deflated data set", "deflated"},
-    {"reading stops here", "unreadable"},
     {"cannot be read", "unreadable"},
-    {"cannot be positioned", "unreadable"},
-    {"there is no data set", "unreadable"},
-    {"encapsulated value is not closed", "fragments"},
-    {"encapsulated value stored", "fragments"},
-    {"compressed pixel data", "fragments"},
-    {"pixel data is encapsulated", "fragments"},
-    {"offset table", "fragments"},
-    {"item outside a sequence", "nesting"},
-    {"delimitation of length", "nesting"},
-    {"item delimitation", "nesting"},
-    {"sequence delimitation", "nesting"},
     {"is not closed", "nesting"},
-    {"past the given length", "nesting"},
     {"missing end of sequence", "nesting"},
     {"should be followed by an \"item\"", "nesting"},
-    {"nest deeper", "depth"},
     {"To many \"sequences\"", "depth"},
-    {"the preamble held data", "preamble-used"},
-    {"preamble", "preamble"},
-    {"transfer syntax", "transfer-syntax"},
-    {"is no UID", "transfer-syntax"},
-    {"file meta", "file-meta"},
-    {"completed with", "meta-missing"},
-    {"changed from", "meta-differs"},
-    {"stays empty", "meta-missing"},
-    {"no directory record", "directory"},
-    {"follows its record", "directory"},
     {"Retired from DICOM", "retired"},
-    {"group length is", "group-length"},
-    {"trailing padding", "trailing"},
-    {"of zeros behind", "trailing"},
-    {"does not belong", "foreign-group"},
-    {"no private creator", "creator"},
-    {"Missing required value", "missing"},
-    {"Empty required value", "empty"},
-    {"definition files: ", "definitions"},
-    {"tells the IOD", "iod"},
-    {"no IOD is known", "iod"},
-    {"no definition of IOD", "iod"},
-    {"set to ", "set"},
-    {"added without a value", "set"},
-    {"left out", "removed"},
-    {"removed", "removed"},
 };
 
 constexpr const Finding_Kind& Kind_Named(std::string_view name)
@@ -276,9 +218,10 @@ constexpr const Finding_Kind& Kind_Named(std::string_view name)
 
 constexpr bool All_Patterns_Name_A_Kind()
 {
-    return std::all_of(std::begin(Patterns), std::end(Patterns), [](const Pattern& pattern) {
-        return Kind_Named(pattern.kind).name == std::string_view(pattern.kind);
-    });
+    return std::all_of(std::begin(Patterns), std::end(Patterns),
+                       [](const Message_Pattern& pattern) {
+                           return Kind_Named(pattern.kind).name == std::string_view(pattern.kind);
+                       });
 }
 static_assert(All_Patterns_Name_A_Kind());
 
@@ -291,7 +234,7 @@ const Finding_Kind& Kind_Of(const Finding& finding)
     }
     const char* kind = "other";
     std::size_t first = std::string::npos;
-    for (const Pattern& pattern : Patterns) {
+    for (const Message_Pattern& pattern : Patterns) {
         const std::size_t at = finding.text.find(pattern.fragment);
         if (at < first) {
             first = at;
@@ -301,9 +244,31 @@ const Finding_Kind& Kind_Of(const Finding& finding)
     return Kind_Named(kind);
 }
 
+std::span<const Finding_Kind> All_Kinds()
+{
+    return Kinds;
+}
+
+std::span<const Message_Pattern> Library_Messages()
+{
+    return Patterns;
+}
+
 Severity Severity_Of(const Finding& finding)
 {
     return finding.level == Level::Error ? Severity::Error : Kind_Of(finding).severity;
+}
+
+Outcome Outcome_Of(const Findings& findings)
+{
+    if (findings.Has(Level::Error)) {
+        return Outcome::Loss;
+    }
+    const auto is_fault = [](const Finding& finding) {
+        return Severity_Of(finding) != Severity::Info;
+    };
+    return std::any_of(findings.All().begin(), findings.All().end(), is_fault) ? Outcome::Findings
+                                                                               : Outcome::Clean;
 }
 
 const char* Severity_Name(Severity severity)

@@ -4,6 +4,9 @@
 
 #include "mend/findings/findings.h"
 
+#include <span>
+#include <string_view>
+
 namespace lib_mend {
 
 enum class Severity {
@@ -28,8 +31,29 @@ struct Finding_Kind {
 
 const Finding_Kind& Kind_Of(const Finding& finding);
 
+/** A part of messages of the library, and the kind of fault that these are about. */
+struct Message_Pattern {
+    std::string_view fragment;
+    const char* kind;
+};
+
+/** What messages of the library are recognised by; the findings of this layer tell their kind. */
+std::span<const Message_Pattern> Library_Messages();
+
+/** All kinds, each at the index that its fault is as a number. */
+std::span<const Finding_Kind> All_Kinds();
+
 /** The severity of the kind; what could not be read or written is an error of whatever kind. */
 Severity Severity_Of(const Finding& finding);
+
+/** What findings come to; the exit status of the command line. */
+enum class Outcome : int {
+    Clean = 0,     ///< nothing against the standard
+    Findings = 1,  ///< something is
+    Loss = 2       ///< something was lost or could not be read or written
+};
+
+Outcome Outcome_Of(const Findings& findings);
 
 /** "error", "warning" or "info". */
 const char* Severity_Name(Severity severity);

@@ -155,22 +155,6 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
     Store(std::move(finding));
 }
 
-void Findings::Add(Level level, std::string text)
-{
-    Store({level, subject.known, subject.tag, subject.vr, subject.offset, std::move(text)});
-}
-
-void Findings::Add(Level level, Tag tag, std::int64_t offset, std::string text)
-{
-    Store({level, true, tag, 0, offset, std::move(text)});
-}
-
-void Findings::Add(Level level, const DICOM_List& record, std::string text)
-{
-    Store(
-        {level, true, {record.group, record.element}, VR_Of(record), record.pos, std::move(text)});
-}
-
 void Findings::Store(Finding finding)
 {
     ++made_;
@@ -195,25 +179,6 @@ void Findings::Sum_Up()
             more.text = "and " + std::to_string(count - Most_Of_A_Kind) + " more like this";
             all_.push_back(std::move(more));
             count = Most_Of_A_Kind;
-        }
-    }
-}
-
-void Findings::Add_Place(std::size_t first, std::int64_t offset)
-{
-    for (std::size_t i = first; i < all_.size(); ++i) {
-        if (all_[i].offset == Finding::Nowhere) {
-            all_[i].offset = offset;
-        }
-    }
-}
-
-void Findings::Add_Places(std::size_t first, const std::map<Tag, std::int64_t>& places)
-{
-    for (std::size_t i = first; i < all_.size(); ++i) {
-        const auto place = places.find(all_[i].tag);
-        if (all_[i].has_tag && all_[i].offset == Finding::Nowhere && place != places.end()) {
-            all_[i].offset = place->second;
         }
     }
 }
@@ -271,10 +236,11 @@ std::string Findings::Take_Errors()
 void Findings::Settle_Errors()
 {
     if (!errors_.empty()) {
-        Add(Level::Error, Take_Errors());
+        Report(Fault::Other, Level::Error,
+               {subject.known, subject.tag, subject.vr, nullptr, subject.offset}, Take_Errors());
     }
     if (out_of_memory_ && !out_of_memory_reported_) {
-        Add(Level::Error, "there is not enough memory");
+        Report(Fault::Memory, Level::Error, {}, "there is not enough memory");
         out_of_memory_reported_ = true;
     }
 }

@@ -116,10 +116,6 @@ public:
     void Report(Fault fault, Level level, const Place& place, std::string text,
                 const Values& values = {});
 
-    void Add(Level level, std::string text);
-    void Add(Level level, Tag tag, std::int64_t offset, std::string text);
-    void Add(Level level, const DICOM_List& record, std::string text);
-
     /**
      * The findings in the order in which they were made. Of one kind and level the first hundred are
      * kept, so that a file with a million faults costs no memory to speak of; see Sum_Up.
@@ -136,11 +132,6 @@ public:
     bool Has(Level level) const;
     /** Adds a finding for each kind of which some were not kept, saying how many. */
     void Sum_Up();
-    /** Gives findings from the index `first` on that have no place this one. */
-    void Add_Place(std::size_t first, std::int64_t offset);
-    /** Gives findings from the index `first` on that name a tag without a place the place of it. */
-    void Add_Places(std::size_t first, const std::map<Tag, std::int64_t>& places);
-
     /** Takes one message of the library. */
     void Take_Message(unsigned int severity, const char* text);
     /** The library's error texts since the last call, joined; they are not findings yet. */

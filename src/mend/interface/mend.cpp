@@ -62,7 +62,7 @@ bool Encode_Deflated(const Data_Set& set, const Encoder_Options& options, Findin
         return plain.Give(take);
     };
     if (!Deflate(give, deflated)) {
-        findings.Add(Level::Error, "no memory to deflate the data set");
+        findings.Report(Fault::Memory, Level::Error, {}, "no memory to deflate the data set");
         return false;
     }
     out.Put(deflated);
@@ -90,16 +90,18 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
         return false;
     }
     if (set.records.Head() == nullptr) {
-        findings.Add(Level::Error, "there is nothing to write");
+        findings.Report(Fault::Not_Written, Level::Error, {}, "there is nothing to write");
         return false;
     }
     if (set.syntax.empty()) {
-        findings.Add(Level::Error, "pixel data in an unknown transfer syntax cannot be written");
+        findings.Report(Fault::Not_Written, Level::Error, {},
+                        "pixel data in an unknown transfer syntax cannot be written");
         return false;
     }
     if (set.encoding.encapsulated && options.syntax != Output_Syntax::Keep) {
-        findings.Add(Level::Error, "compressed pixel data (" + set.syntax +
-                                       ") cannot be written in another transfer syntax");
+        findings.Report(Fault::Not_Written, Level::Error, {},
+                        "compressed pixel data (" + set.syntax +
+                            ") cannot be written in another transfer syntax");
         return false;
     }
     return true;
@@ -125,14 +127,14 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
 
     Fit_To_Encoding(set, encoding, options.heal, findings);
     if (set.records.Head() == nullptr) {
-        findings.Add(Level::Error, "nothing is left to write");
+        findings.Report(Fault::Not_Written, Level::Error, {}, "nothing is left to write");
         return false;
     }
     Complete_Meta(set, syntax, findings);
     const bool encoded = Encode(set, options, encoding, findings, out);
     findings.Settle_Errors();
     if (set.source->Failure() != 0) {
-        findings.Add(Level::Error, "the values cannot be read");
+        findings.Report(Fault::Unreadable, Level::Error, {}, "the values cannot be read");
         return false;
     }
     // Where memory ran out, a repair may have cost a value.

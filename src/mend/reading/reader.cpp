@@ -225,8 +225,8 @@ Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
     Data_Set set = Read(file, findings);
     if (file->Failure() != 0) {
         set.unreadable = true;
-        findings.Add(Level::Error,
-                     std::string("cannot be read: ") + std::strerror(file->Failure()));
+        findings.Report(Fault::Unreadable, Level::Error, {},
+                        std::string("cannot be read: ") + std::strerror(file->Failure()));
     }
     return set;
 }

@@ -2,6 +2,7 @@
 
 #include "mend/healing/order.h"
 #include "mend/healing/repair.h"
+#include "mend/reading/tree.h"
 #include "mend/verify/verify.h"
 #include "mend/writing/file_meta.h"
 
@@ -75,15 +76,23 @@ public:
                                        sequence.flags, 0);
         for (int i = 0; Item_Of(sequence, i) != nullptr; ++i) {
             DICOM_Attribute_Item_Start(nullptr, &root_, 0);
+            way_.push_back({Tag_Of(sequence), i});
             visit(sequence.item[i]);
+            way_.pop_back();
             DICOM_Attribute_Item_Stop(nullptr, &root_, 0);
         }
         DICOM_Attribute_Sequence_Stop(nullptr, &root_, 0);
+    }
+    /** Where an element stands or is put that the open item holds. */
+    Place Of(const DICOM_List& node) const
+    {
+        return {true, Tag_Of(node), VR_Of(node), &way_};
     }
 
 private:
     Data_Set& set_;
     DICOM_Root root_ = {};
+    Path way_;
 };
 
 bool Has_Mark(const DICOM_List& record, unsigned short marks)
@@ -158,13 +167,15 @@ private:
         DICOM_List alone = node;
         alone.next = nullptr;
         step(nullptr, place_.Root(), place_.List(), &alone, Value_Marks);
-        findings_.Add(Level::Change, Tag_Of(node), Finding::Nowhere, "set" + Value_Text(node));
+        const std::string value = Value_Text(node);
+        findings_.Report(Fault::Set, Level::Change, place_.Of(node),
+                         value.empty() ? "added without a value" : "set", {{}, value});
     }
 
     static std::string Value_Text(const DICOM_List& node)
     {
         char* value = DICOM_Attribute_Get_Data(nullptr, const_cast<DICOM_List*>(&node));
-        std::string text = value != nullptr ? " to " + std::string(value) : "";
+        std::string text = value != nullptr ? value : "";
         DICOM_Lib_Free(&value);
         return text;
     }
@@ -181,7 +192,7 @@ void Add_Empty(Place_In_Set& place, DICOM_List* list, DICOM_List* module, Findin
         const DICOM_List* const record = Find_In(present, Tag_Of(node));
         if (record == nullptr && node.type == Type_2) {
             DICOM_Module_Add(nullptr, place.Root(), place.List(), &node, nullptr);
-            findings.Add(Level::Change, Tag_Of(node), Finding::Nowhere, "added without a value");
+            findings.Report(Fault::Set, Level::Change, place.Of(node), "added without a value");
         } else if (record != nullptr && Item_Of(node, 0) != nullptr) {
             place.For_Each_Item(*record, [&](DICOM_List* item) {
                 Add_Empty(place, item, Item_Of(node, 0), findings);
@@ -245,7 +256,7 @@ void Make_Identity(Place_In_Set& place, DICOM_List* module, Findings& findings)
         }
         DICOM_Attribute_Add(nullptr, place.Root(), place.List(), tag.group, tag.element, VR_UI, 1,
                             uid.c_str());
-        findings.Add(Level::Change, tag, Finding::Nowhere, "set to " + uid);
+        findings.Report(Fault::Set, Level::Change, {true, tag, VR_UI}, "set", {{}, uid});
     }
 }
 
@@ -253,27 +264,31 @@ void Make_Identity(Place_In_Set& place, DICOM_List* module, Findings& findings)
 void Remove_Empty(Place_In_Set& place, Findings& findings)
 {
     DICOM_Postproc_Step_2(nullptr, place.Root(), *place.List(), 0);
-    For_Each_Record(*place.List(), [&](DICOM_List& record) {
-        if (Is_Delimiter(record)) {
+    Tree_Walk walk(*place.List());
+    while (DICOM_List* const record = walk.Next()) {
+        if (Is_Delimiter(*record)) {
             // An item without elements matters by its position.
-            record.flags = static_cast<unsigned short>(record.flags & ~DICOM_Mark_Deleted);
-        } else if (Has_Mark(record, DICOM_Mark_Deleted)) {
-            findings.Add(Level::Change, record, "left out: it is empty and need not be there");
+            record->flags = static_cast<unsigned short>(record->flags & ~DICOM_Mark_Deleted);
+        } else if (Has_Mark(*record, DICOM_Mark_Deleted)) {
+            findings.Report(Fault::Removed, Level::Change, At(*record, walk.Way()),
+                            "left out: it is empty and need not be there");
         }
-    });
+    }
     DICOM_Attribute_Remove(nullptr, place.List(), DICOM_Remove_Deleted);
 }
 
-void Report_Deletions(DICOM_List* list, DICOM_List* module, Findings& findings)
+void Report_Deletions(DICOM_List* list, DICOM_List* module, Path& way, Findings& findings)
 {
     const Record_Map present = Named_In(list, module);
     for (const DICOM_List& node : Records(module)) {
         const DICOM_List* const record = Find_In(present, Tag_Of(node));
         if (record != nullptr && Has_Mark(node, DICOM_Mark_Delete_Request)) {
-            findings.Add(Level::Change, *record, "left out on request");
+            findings.Report(Fault::Removed, Level::Change, At(*record, way), "left out on request");
         } else if (record != nullptr && Item_Of(node, 0) != nullptr &&
                    Item_Of(*record, 0) != nullptr) {
-            Report_Deletions(Item_Of(*record, 0), Item_Of(node, 0), findings);
+            way.push_back({Tag_Of(*record), 0});
+            Report_Deletions(Item_Of(*record, 0), Item_Of(node, 0), way, findings);
+            way.pop_back();
         }
     }
 }
@@ -297,12 +312,13 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Restore_Order(set);
     Assign_Types(*place.List(), module);
     Remove_Empty(place, findings);
-    Report_Deletions(*place.List(), module, findings);
+    Path top;
+    Report_Deletions(*place.List(), module, top, findings);
     DICOM_Postproc_Step_4(nullptr, place.Root(), place.List(), module);
     Restore_Order(set);
     const std::string errors = findings.Take_Errors();
     if (!errors.empty()) {
-        findings.Add(Level::Error, errors);
+        findings.Report(Fault::Definitions, Level::Error, {}, "definition files: " + errors);
     }
     return errors.empty();
 }

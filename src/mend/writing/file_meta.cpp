@@ -124,8 +124,8 @@ void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
     } else if (!has_class && Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr) {
         completion.Settle(Class_Tag, Directory_Class_UID, true);
     } else if (!has_class) {
-        findings.Add(Level::Info, Class_Tag, Finding::Nowhere,
-                     "stays empty: the data set names no SOP class");
+        findings.Report(Fault::Meta_Missing, Level::Kept, {true, Class_Tag, VR_UI},
+                        "stays empty: the data set names no SOP class");
     }
     // One that is no valid UID is still the one by which the object is known.
     constexpr std::size_t Most = 1024;

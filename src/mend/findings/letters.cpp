@@ -1,8 +1,10 @@
-#include "letters.h"
+#include "mend/findings/letters.h"
+
+#include <cstdio>
 
 #include <algorithm>
 
-namespace dicom_mend {
+namespace lib_mend {
 
 Letter First_Letter(std::string_view text)
 {
@@ -53,4 +55,33 @@ bool Is_Control(char32_t code)
     return Is_In(Controls, code);
 }
 
-}  // namespace dicom_mend
+Shown_Letter First_Shown(std::string_view text)
+{
+    /** Invisible letters from here on are shown by their code, controls by their bytes. */
+    constexpr char32_t First_Long_Code = 0x00A0;
+    const Letter letter = First_Letter(text);
+    if (letter.size != 0 && !Is_Control(letter.code)) {
+        return {letter.size, std::string(text.substr(0, letter.size)), true};
+    }
+    char escape[16];
+    if (letter.code >= First_Long_Code) {
+        std::snprintf(escape, sizeof escape, "\\u{%X}", static_cast<unsigned int>(letter.code));
+        return {letter.size, escape, false};
+    }
+    std::snprintf(escape, sizeof escape, "\\x%02X",
+                  static_cast<unsigned int>(static_cast<unsigned char>(text[0])));
+    return {1, escape, false};
+}
+
+std::string Printable(std::string_view text)
+{
+    std::string shown;
+    while (!text.empty()) {
+        const Shown_Letter letter = First_Shown(text);
+        shown += letter.shown;
+        text.remove_prefix(letter.size);
+    }
+    return shown;
+}
+
+}  // namespace lib_mend

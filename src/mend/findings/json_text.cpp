@@ -1,10 +1,10 @@
-#include "json.h"
+#include "mend/findings/json_text.h"
 
-#include "letters.h"
+#include "mend/findings/letters.h"
 
 #include <cstdio>
 
-namespace dicom_mend {
+namespace lib_mend {
 
 namespace {
 
@@ -58,4 +58,4 @@ std::string JSON_Text(std::string_view text)
     });
 }
 
-}  // namespace dicom_mend
+}  // namespace lib_mend

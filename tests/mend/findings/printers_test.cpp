@@ -1,13 +1,20 @@
 // How findings look: one line for people, one object for programs.
-#include "tools/dicom_mend/json.h"
-#include "tools/dicom_mend/report.h"
+#include "mend/findings/json_text.h"
+#include "mend/findings/report_json.h"
+#include "mend/findings/report_sarif.h"
+#include "mend/findings/report_text.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
 
 namespace {
 
-using namespace dicom_mend;
 using namespace lib_mend;
+using testing::HasSubstr;
+using testing::StartsWith;
 
 Finding Made(const Path& path, Fault fault, const Values& values)
 {
@@ -74,6 +81,55 @@ TEST(Reports, KeepLettersThatAreNotSeenOutOfJSON)
         EXPECT_EQ(JSON_Name(each.name), std::string("\"") + each.as_name + "\"");
         EXPECT_EQ(JSON_Text(each.name), std::string("\"") + each.as_text + "\"");
     }
+}
+
+std::string Whole(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(Reports, RecogniseMessagesThatTheLibraryHas)
+{
+    const std::string library = Whole(LIB_DICOM_FILE);
+    ASSERT_FALSE(library.empty());
+    for (const Message_Pattern& pattern : Library_Messages()) {
+        EXPECT_NE(library.find(pattern.fragment), library.npos) << pattern.fragment;
+    }
+}
+
+TEST(Reports, AreALogOfSARIF)
+{
+    const Path inside = {{{0x0040, 0x0275}, 0}};
+    const Finding finding = Made(inside, Fault::Odd_Length, {"o\"ld", "new"});
+    Findings of_file;
+    of_file.Report(Fault::Not_DICOM, Level::Error, {}, "is no DICOM file");
+    Sarif_Log log(true);
+    const std::string head = log.Head();
+    EXPECT_THAT(head,
+                StartsWith(R"({"$schema":"https://json.schemastore.org/sarif-2.1.0.json",)"
+                           R"("version":"2.1.0","runs":[{"tool":{"driver":{"name":"dicom-mend")"));
+    EXPECT_THAT(head, HasSubstr(R"({"id":"odd-length","shortDescription":{"text":"odd length"},)"
+                                R"("defaultConfiguration":{"level":"error"},)"
+                                R"("fullDescription":{"text":"every length is even"},)"
+                                R"("properties":{"clause":"PS3.5 7.1.1"}})"));
+    EXPECT_EQ(
+        log.Result("c:/a b\xC3.dcm", finding),
+        "\n"
+        R"({"ruleId":"odd-length","ruleIndex":)" +
+            std::to_string(static_cast<int>(Fault::Odd_Length)) +
+            R"(,"level":"error","message":{"text":"is wrong: \"o\"ld\" becomes \"new\""},)"
+            R"("locations":[{"physicalLocation":{"artifactLocation":{"uri":"./c%3A/a%20b%C3.dcm"},)"
+            R"("region":{"byteOffset":498}},"logicalLocations":[{"name":"Code Value",)"
+            R"("fullyQualifiedName":"0040,0275[0]/0008,0100","kind":"member"}]}],)"
+            R"("properties":{"length":4,"before":"o\"ld","after":"new"}})");
+    EXPECT_EQ(log.Result("a.dcm", of_file.All().front()),
+              ",\n"
+              R"({"ruleId":"not-dicom","ruleIndex":)" +
+                  std::to_string(static_cast<int>(Fault::Not_DICOM)) +
+                  R"(,"level":"error","message":{"text":"is no DICOM file"},)"
+                  R"("locations":[{"physicalLocation":{"artifactLocation":{"uri":"a.dcm"}}}]})");
+    EXPECT_EQ(log.Tail(false), "\n],\"invocations\":[{\"executionSuccessful\":false}]}]}\n");
 }
 
 }  // namespace

@@ -1,12 +1,13 @@
 // The letters of a text in UTF-8, and which of them must not reach a terminal.
-#ifndef TOOLS_DICOM_MEND_LETTERS_H
-#define TOOLS_DICOM_MEND_LETTERS_H
+#ifndef LIB_MEND_LETTERS_H
+#define LIB_MEND_LETTERS_H
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
-namespace dicom_mend {
+namespace lib_mend {
 
 struct Letter {
     /** Number of bytes, 0 when the bytes are no UTF-8. */
@@ -30,6 +31,24 @@ bool Is_In(std::span<const Code_Range> ranges, char32_t code);
  */
 bool Is_Control(char32_t code);
 
-}  // namespace dicom_mend
+/** What is shown for the front of a text. */
+struct Shown_Letter {
+    /** Bytes of the text that it stands for. */
+    std::size_t size;
+    std::string shown;
+    /** The letter is shown as it is, not by an escape. */
+    bool is_plain;
+};
+
+/** The letter at the front of a text, which is not empty, as Printable shows it. */
+Shown_Letter First_Shown(std::string_view text);
+
+/**
+ * Text of a file as it may be shown: valid UTF-8 stays. Control characters and other bytes become
+ * escapes \xHH, invisible letters that change what is seen become \u{HHHH}.
+ */
+std::string Printable(std::string_view text);
+
+}  // namespace lib_mend
 
 #endif
