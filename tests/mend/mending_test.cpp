@@ -642,6 +642,7 @@ std::string Damaged_Values()
     s.Raw(Part10_Head(Explicit_Little_UID));
     s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
     s.Element(0x0008, 0x0020, "DA", "1997.04.24").Element(0x0008, 0x0060, "CS", "ct");
+    s.Element(0x0009, 0x000F, "LO", "AB").Element(0x0009, 0x0FFF, "LO", "AB");
     s.Element(0x0009, 0x1001, "LO", "AB").Element(0x0010, 0x0010, "PN", "DOE^JANE\0\0"s);
     s.Element(0x0010, 0x1010, "AS", "5 ").Element(0x0018, 0x0050, "DS", "1.5\\");
     s.Element(0x0020, 0x0013, "IS", "3.0 ").Element(0x0028, 0x0010, "US", "abcd");
@@ -654,6 +655,8 @@ TEST(Checking, SaysWhatMendingRepairs)
     const std::string found = Check_Bytes(Damaged_Values());
     for (const char* const line :
          {"warning old-syntax 0008,0020 ", "error characters 0008,0060 ",
+          "warning creator 0009,000f private element outside all blocks",
+          "warning creator 0009,0fff private element outside all blocks",
           "warning creator 0009,1001 ", "warning padding 0010,0010 ", "warning form 0010,1010 ",
           "error multiplicity 0018,0050 ", "error integer 0020,0013 ",
           "error multiplicity 0028,0010 ", "error range 0028,0008 ", "error order 0028,0008 "}) {

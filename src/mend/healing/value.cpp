@@ -177,11 +177,25 @@ std::string Form_Of(const Value& value, const Text_Rule& rule, Notes& notes, std
     return form;
 }
 
+/** A value that is nothing of its VR may be binary: its last NULs may be a part of it. */
+bool Is_Foreign(const Notes& notes)
+{
+    constexpr std::array Faults = {Fault::Control_Characters, Fault::Characters, Fault::Date,
+                                   Fault::Form, Fault::Number};
+    return !Has_Level(notes, Level::Change) &&
+           std::any_of(notes.begin(), notes.end(), [&](const Note& note) {
+               return std::find(Faults.begin(), Faults.end(), note.fault) != Faults.end();
+           });
+}
+
 Healed_Value Heal_Text(const Value& value, const Text_Rule& rule)
 {
     Healed_Value healed;
     healed.bytes = Form_Of(value, rule, healed.notes, healed.count);
-    if (healed.bytes != value.bytes) {
+    if (Is_Foreign(healed.notes)) {
+        healed.bytes = value.bytes;
+        healed.bytes += healed.bytes.size() % 2 != 0 ? " " : "";
+    } else if (healed.bytes != value.bytes) {
         // A blank that pads the length may make the last value too long for its other blanks.
         Value again = value;
         again.bytes = healed.bytes;

@@ -428,6 +428,11 @@ TEST_F(Cleanup, TracesItsSteps)
                                   row.steps + "<<< out Lib_DICOM: DICOM_Attribute_Cleanup_Tag(" +
                                   row.reason + ")\n");
     }
+    const Message_Log log(9);
+    DICOM_Root root = {};
+    EXPECT_EQ(DICOM_Attribute_Cleanup(nullptr, &root, nullptr), 1);
+    EXPECT_EQ(log.Text(), ">>> in  Lib_DICOM: DICOM_Attribute_Cleanup()\n"
+                          "<<< out Lib_DICOM: DICOM_Attribute_Cleanup()\n");
 }
 
 TEST_F(Cleanup, TakesTimeInProportionToHostileValues)
@@ -496,7 +501,8 @@ TEST_F(Cleanup, SwapsBigEndianValues)
 TEST_F(Cleanup, TurnsTextIntoACodeString)
 {
     const std::string rows[][2] = {{" Chest, p.a. ", "CHEST_ P_A_"},
-                                   {"a_b\\c\xE4", "A_B\\C_"},
+                                   {"a_z\\c\xE4", "A_Z\\C_"},
+                                   {"ABYZ089/:@[`{", "ABYZ089______"},
                                    {"abcdefghijklmnopqrs", "ABCDEFGHIJKLMNOP"},
                                    {"   ", ""}};
     for (const auto& [in, out] : rows) {
@@ -504,6 +510,7 @@ TEST_F(Cleanup, TurnsTextIntoACodeString)
         EXPECT_EQ(DICOM_Str_To_CS(text.data()), 1);
         EXPECT_STREQ(text.c_str(), out.c_str());
     }
+    EXPECT_EQ(DICOM_Str_To_CS(nullptr), 1);
 }
 
 }  // namespace

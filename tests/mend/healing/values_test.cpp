@@ -133,6 +133,7 @@ TEST(Times, BecomeDigitsWhereTheSecondIsCertain)
         {VR_TM, "10:11.12", "10:11.12", none},
         {VR_TM, "10.11 ", "10.11 ", none},
         {VR_TM, "12.5", "12.5", none},
+        {VR_TM, " 12.5 ", " 12.5 ", none},
         {VR_TM, "1012.5", "1012.5", none},
         {VR_TM, "240000", "240000", none},
         {VR_TM, "250000", "250000", none},
@@ -275,6 +276,9 @@ TEST(Integer_Strings, StayWhereTheyAreNoIntegers)
         {VR_IS, "1E3 ", "1E3 ", none},
         {VR_IS, "1,5 ", "1,5 ", none},
         {VR_IS, "- ", "- ", none},
+        {VR_IS, "\x8C\1\0\0"s, "\x8C\1\0\0"s, Control_Said},
+        {VR_IS, "A\0\0\0"s, "A\0\0\0"s, none},
+        {VR_IS, "A\0\0"s, "A\0\0 "s, none + "\n" + Odd_Said},
         {VR_IS, "GPIIBBB49 ", "GPIIBBB49 ", none},
     });
 }
