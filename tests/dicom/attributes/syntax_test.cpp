@@ -34,11 +34,8 @@ Outcome Outcome_Of(const std::string& notation, const std::string& value, bool c
     Set_Value(*list.head, value);
     DICOM_Root root = {};
     const Message_Log log;
-    if (check) {
-        EXPECT_EQ(DICOM_Attribute_Syntax(nullptr, &root, list.head), 1);
-    } else {
-        DICOM_Attribute_Cleanup(nullptr, &root, list.head);
-    }
+    EXPECT_EQ((check ? DICOM_Attribute_Syntax : DICOM_Attribute_Cleanup)(nullptr, &root, list.head),
+              1);
     return {log.Text(), Value_Of(*list.head), list.head->flags};
 }
 
@@ -112,6 +109,41 @@ TEST(Syntax, DiffersFromTheRepairWhereItMust)
         const Outcome mended = Outcome_Of(row.record, row.value, false);
         EXPECT_EQ(mended.messages, row.mended);
         EXPECT_NE(mended.value, row.value);
+    }
+}
+
+TEST(Syntax, TracesWhyItLeaves)
+{
+    const struct {
+        const char* record;
+        const char* value;
+        std::string swab, tag;
+        int texts = 0, integers = 0;
+    } rows[] = {
+        {"0008,0060:CS", nullptr, "! tag->data", "! tag->data"},
+        {"0008,0060:CS", "CT", "LITTLE_ENDIAN", "vn", 1},
+        {"0020,0013:IS", "1 ", "LITTLE_ENDIAN", "vn", 1, 1},
+        {"0008,0022:DA", "1997042", "LITTLE_ENDIAN", ""},
+        {"0009,1010:ZZ", "A", "LITTLE_ENDIAN", "default"},
+    };
+    for (const auto& row : rows) {
+        Record_List list(row.record);
+        if (row.value != nullptr) {
+            Set_Value(*list.head, row.value);
+        }
+        DICOM_Root root = {};
+        const Message_Log log(9);
+        DICOM_Attribute_Syntax(nullptr, &root, list.head);
+        const std::string call = "Lib_DICOM: DICOM_Attribute_Syntax";
+        const std::string number = std::string(row.record).substr(0, 9);
+        EXPECT_EQ(log.Count(">>> in  " + call + "_Swab(" + number + ")"), 1);
+        EXPECT_EQ(log.Count("<<< out " + call + "_Swab(" + row.swab + ")"), 1);
+        EXPECT_EQ(log.Count(">>> in  " + call + "_Tag(" + number + ")"), 1);
+        EXPECT_EQ(log.Count("<<< out " + call + "_Tag(" + row.tag + ")"), 1);
+        EXPECT_EQ(log.Count("<<< out " + call + "()"), 1);
+        const std::string step = "in DICOM_Tag_Syntax_";
+        EXPECT_EQ(log.Count(step + "Text_Multiple(" + number + ")"), row.texts);
+        EXPECT_EQ(log.Count(step + "Valid_Int(" + number + ")"), row.integers);
     }
 }
 
