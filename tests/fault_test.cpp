@@ -741,6 +741,7 @@ TEST(Fault, TablesWithoutMemory)
              }
              DICOM_Lib_File_Source = 0;
              DICOM_Lib_File_Name = nullptr;
+             EXPECT_EQ(loaded != 0, Value_Of(*list.head) == "text");
              return loaded != 0;
          },
          {"NEMA_Write_Module malloc pt->data"}},

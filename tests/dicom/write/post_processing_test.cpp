@@ -122,6 +122,11 @@ TEST(Post_Processing, Step1AppendsMarkedRecordsBehindTheLast)
                                        "0008,0060 0008,1140[0008,1150]");
         EXPECT_EQ(Value_Of(*list.head), "CT");
         EXPECT_EQ(root.Sequence_Depth, 0);
+        // In an empty list it makes the sequence around the record.
+        Record_List none;
+        DICOM_Postproc_Step_1(nullptr, &root, &none.head, module.head->next->next,
+                              DICOM_Mark_Default);
+        EXPECT_EQ(Tags(none.head), "0008,1140[0008,1150]");
     }
 }
 
