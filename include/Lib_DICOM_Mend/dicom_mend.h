@@ -16,6 +16,7 @@
  *   writes as much as fits, always with a NUL at the end when the capacity is not 0, and returns the
  *   length of the whole text without the NUL, like snprintf.
  * - Memory that is handed out as `unsigned char**` or `char**` is freed with dicom_mend_free.
+ * - Enumerators go in as `int`, so that a wrong one is told and not undefined.
  * - Numbers inside values are little endian wherever bytes go in or out, whatever the file had.
  * - Tags are group * 65536 + element: (0010,0020) is 0x00100020.
  * - Calls take one lock, so that any thread may call; they do not run side by side. A session, a data
@@ -68,7 +69,7 @@ typedef enum dicom_mend_status {
 } dicom_mend_status;
 
 /** The status in words; never freed. */
-DICOM_MEND_API const char* dicom_mend_status_text(dicom_mend_status status);
+DICOM_MEND_API const char* dicom_mend_status_text(int status);
 
 /** Frees what was handed out as `unsigned char**` or `char**`. */
 DICOM_MEND_API void dicom_mend_free(void* memory);
@@ -102,8 +103,7 @@ typedef enum dicom_mend_flag {
     DICOM_MEND_DEFINED_LENGTHS = 8
 } dicom_mend_flag;
 
-DICOM_MEND_API dicom_mend_status dicom_mend_set_flag(dicom_mend_session* session, dicom_mend_flag flag,
-                                                     int on);
+DICOM_MEND_API dicom_mend_status dicom_mend_set_flag(dicom_mend_session* session, int flag, int on);
 
 /** The transfer syntax that is written. */
 typedef enum dicom_mend_syntax {
@@ -113,14 +113,14 @@ typedef enum dicom_mend_syntax {
     DICOM_MEND_SYNTAX_EXPLICIT_BIG = 3
 } dicom_mend_syntax;
 
-DICOM_MEND_API dicom_mend_status dicom_mend_set_syntax(dicom_mend_session* session,
-                                                       dicom_mend_syntax syntax);
+DICOM_MEND_API dicom_mend_status dicom_mend_set_syntax(dicom_mend_session* session, int syntax);
 
 /**
  * The character set that the texts have whatever a file declares: a defined term of PS3.3 C.12.1.1.2,
  * or several with backslashes between them; "" for what the file declares.
  */
-DICOM_MEND_API dicom_mend_status dicom_mend_set_charset(dicom_mend_session* session, const char* terms);
+DICOM_MEND_API dicom_mend_status dicom_mend_set_charset(dicom_mend_session* session,
+                                                        const char* terms);
 
 /** Why the last call with this session failed; "" when it did not. Valid until the next call. */
 DICOM_MEND_API const char* dicom_mend_last_error(const dicom_mend_session* session);
@@ -145,9 +145,9 @@ typedef enum dicom_mend_severity {
 
 /** The form of a report. */
 typedef enum dicom_mend_format {
-    DICOM_MEND_TEXT = 0,  /**< one line a finding */
-    DICOM_MEND_JSON = 1,  /**< one object a line */
-    DICOM_MEND_SARIF = 2  /**< one document of SARIF 2.1.0 */
+    DICOM_MEND_TEXT = 0, /**< one line a finding */
+    DICOM_MEND_JSON = 1, /**< one object a line */
+    DICOM_MEND_SARIF = 2 /**< one document of SARIF 2.1.0 */
 } dicom_mend_format;
 
 /**
@@ -156,7 +156,8 @@ typedef enum dicom_mend_format {
  */
 DICOM_MEND_API size_t dicom_mend_finding_count(const dicom_mend_session* session);
 /** Null when there is none. */
-DICOM_MEND_API const dicom_mend_finding* dicom_mend_first_finding(const dicom_mend_session* session);
+DICOM_MEND_API const dicom_mend_finding*
+dicom_mend_first_finding(const dicom_mend_session* session);
 DICOM_MEND_API const dicom_mend_finding* dicom_mend_next_finding(const dicom_mend_session* session,
                                                                  const dicom_mend_finding* finding);
 DICOM_MEND_API void dicom_mend_clear_findings(dicom_mend_session* session);
@@ -203,8 +204,8 @@ DICOM_MEND_API const char* dicom_mend_finding_clause(const dicom_mend_finding* f
  * @param show_values  also values that may identify a person
  */
 DICOM_MEND_API dicom_mend_status dicom_mend_report(dicom_mend_session* session, const char* file,
-                                                   dicom_mend_format format, int show_values,
-                                                   char** text, size_t* size);
+                                                   int format, int show_values, char** text,
+                                                   size_t* size);
 
 /* ---- data sets ---- */
 
@@ -252,8 +253,8 @@ DICOM_MEND_API dicom_mend_status dicom_mend_mend(dicom_mend_session* session,
  * @param rules   lines of definitions that override those of the IOD, or null
  */
 DICOM_MEND_API dicom_mend_status dicom_mend_complete(dicom_mend_session* session,
-                                                     dicom_mend_dataset* data_set, const char* module,
-                                                     const char* rules);
+                                                     dicom_mend_dataset* data_set,
+                                                     const char* module, const char* rules);
 /** Puts back what the last mending with DICOM_MEND_RECORD changed; DICOM_MEND_NOT_FOUND when none did. */
 DICOM_MEND_API dicom_mend_status dicom_mend_undo(dicom_mend_session* session,
                                                  dicom_mend_dataset* data_set);
@@ -272,15 +273,16 @@ DICOM_MEND_API dicom_mend_status dicom_mend_write_file(dicom_mend_session* sessi
                                                        const char* path, int replace);
 
 /** Reads and checks a file. */
-DICOM_MEND_API dicom_mend_status dicom_mend_check_file(dicom_mend_session* session, const char* path,
-                                                       const char* module);
+DICOM_MEND_API dicom_mend_status dicom_mend_check_file(dicom_mend_session* session,
+                                                       const char* path, const char* module);
 /** Reads, mends and writes a file; bulk values are never held. The input is never overwritten. */
 DICOM_MEND_API dicom_mend_status dicom_mend_mend_file(dicom_mend_session* session, const char* in,
                                                       const char* out, int replace);
 /** The same from and to memory. */
 DICOM_MEND_API dicom_mend_status dicom_mend_mend_buffer(dicom_mend_session* session,
                                                         const unsigned char* bytes, size_t size,
-                                                        unsigned char** mended, size_t* mended_size);
+                                                        unsigned char** mended,
+                                                        size_t* mended_size);
 
 /**
  * The DICOM JSON model (PS3.18 annex F) of a data set.
@@ -289,7 +291,8 @@ DICOM_MEND_API dicom_mend_status dicom_mend_mend_buffer(dicom_mend_session* sess
  */
 DICOM_MEND_API dicom_mend_status dicom_mend_to_json(dicom_mend_session* session,
                                                     const dicom_mend_dataset* data_set,
-                                                    size_t longest_inline, char** text, size_t* size);
+                                                    size_t longest_inline, char** text,
+                                                    size_t* size);
 /** A data set from its DICOM JSON model. */
 DICOM_MEND_API dicom_mend_status dicom_mend_from_json(dicom_mend_session* session, const char* text,
                                                       size_t size, dicom_mend_dataset** data_set);
@@ -351,9 +354,9 @@ DICOM_MEND_API const dicom_mend_element* dicom_mend_get_fragment(const dicom_men
  * @param copied  receives how many there were
  */
 DICOM_MEND_API dicom_mend_status dicom_mend_get_bytes(const dicom_mend_dataset* data_set,
-                                                      const dicom_mend_element* element, size_t offset,
-                                                      unsigned char* buffer, size_t size,
-                                                      size_t* copied);
+                                                      const dicom_mend_element* element,
+                                                      size_t offset, unsigned char* buffer,
+                                                      size_t size, size_t* copied);
 /** Number of values: of texts between backslashes, of numbers by their width; 0 without a value. */
 DICOM_MEND_API size_t dicom_mend_value_count(const dicom_mend_dataset* data_set,
                                              const dicom_mend_element* element);
@@ -366,12 +369,13 @@ DICOM_MEND_API size_t dicom_mend_value_count(const dicom_mend_dataset* data_set,
  * @param length  receives the length of the whole text; may be null
  */
 DICOM_MEND_API dicom_mend_status dicom_mend_get_text(const dicom_mend_dataset* data_set,
-                                                     const dicom_mend_element* element, size_t index,
-                                                     char* buffer, size_t capacity, size_t* length);
+                                                     const dicom_mend_element* element,
+                                                     size_t index, char* buffer, size_t capacity,
+                                                     size_t* length);
 /** A value as a number; DICOM_MEND_BAD_VALUE when it is none. */
 DICOM_MEND_API dicom_mend_status dicom_mend_get_double(const dicom_mend_dataset* data_set,
-                                                       const dicom_mend_element* element, size_t index,
-                                                       double* value);
+                                                       const dicom_mend_element* element,
+                                                       size_t index, double* value);
 /** A value as a whole number; DICOM_MEND_BAD_VALUE when it is none, or does not fit. */
 DICOM_MEND_API dicom_mend_status dicom_mend_get_int(const dicom_mend_dataset* data_set,
                                                     const dicom_mend_element* element, size_t index,

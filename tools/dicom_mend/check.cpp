@@ -7,7 +7,7 @@
 #include "mend/findings/report_text.h"
 #include "mend/interface/check.h"
 #include "mend/reading/reader.h"
-#include "mend/verify/verify.h"
+#include "mend/verify/iod.h"
 #include "report.h"
 #include "terminal.h"
 
@@ -59,15 +59,6 @@ void Print_Summary(const Summary& summary, bool json, Verbosity verbosity)
     }
 }
 
-void Verify_Module(const lib_mend::Data_Set& set, const std::string& code, Findings& findings)
-{
-    const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
-    DICOM_List* const module = name.empty() ? nullptr : lib_mend::Read_Module(name, true, findings);
-    if (module != nullptr) {
-        Verify(set, module, findings);
-    }
-}
-
 std::string Printed(const std::string& path, const Finding& finding, const Check_Request& request,
                     lib_mend::Sarif_Log& log)
 {
@@ -94,7 +85,7 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
     lib_mend::Check(set, request.heal, findings);
     if (!request.module.empty()) {
-        Verify_Module(set, request.module, findings);
+        lib_mend::Verify_IOD(set, request.module, findings);
     }
     findings.Sum_Up();
     Add_To(summary, findings);

@@ -9,8 +9,7 @@
 #include "mend/io/safe_file.h"
 #include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
-#include "mend/verify/complete.h"
-#include "mend/verify/verify.h"
+#include "mend/verify/iod.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -110,37 +109,6 @@ std::string Find_Rules(const Completion& completion, std::string& rules)
         rules += rule;
     }
     return {};
-}
-
-/** Gives the library lines of definitions for the length of a scope. */
-class Override {
-public:
-    explicit Override(std::string& rules)
-    {
-        DICOM_Override = rules.empty() ? nullptr : rules.data();
-    }
-    Override(const Override&) = delete;
-    Override& operator=(const Override&) = delete;
-    ~Override()
-    {
-        DICOM_Override = nullptr;
-    }
-};
-
-bool Complete_Set(lib_mend::Data_Set& set, const std::string& code, Findings& findings)
-{
-    const std::string name = code == "auto" ? Module_Name_Of(set, findings) : code;
-    if (name.empty() && DICOM_Override == nullptr) {
-        findings.Report(lib_mend::Fault::IOD, lib_mend::Level::Error, {},
-                        "no IOD; --module names one");
-        return false;
-    }
-    DICOM_List* const module = lib_mend::Read_Module(name, false, findings);
-    if (module == nullptr || !lib_mend::Complete(set, module, findings)) {
-        return false;
-    }
-    lib_mend::Verify(set, module, findings);
-    return true;
 }
 
 /** Finds out before the work what would make the writing of a file fail. */
@@ -270,11 +238,11 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
         Report_Failure("complete", error);
         return Exit_Failure;
     }
-    const Override override(rules);
+    const lib_mend::Override override(rules);
     return Mend_File(request, lib_mend::Read_Data_Set,
                      [&](lib_mend::Data_Set& set, Findings& findings) {
                          lib_mend::Heal(set, request.options.heal, findings);
-                         return Complete_Set(set, completion.module, findings);
+                         return lib_mend::Complete_IOD(set, completion.module, findings);
                      });
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <iterator>
+#include <map>
 #include <set>
 
 namespace lib_mend {
@@ -184,6 +186,33 @@ std::string Keyword_Of(std::string_view name)
         }
     }
     return keyword;
+}
+
+std::optional<Tag> Tag_Of_Keyword(std::string_view keyword)
+{
+    static const std::map<std::string, Tag, std::less<>> Tags = [] {
+        std::map<std::string, Tag, std::less<>> tags;
+        std::set<const TAG_db_Elems*> entries;
+        for (char part[] = "a"; part[0] <= 'z'; ++part[0]) {
+            const TAG_db_Elems* entry = nullptr;
+            while ((entry = NEMA_db_Find(part, entry)) != nullptr) {
+                entries.insert(entry);
+            }
+        }
+        for (const TAG_db_Elems* const entry : entries) {
+            const Attribute attribute = Attribute_Of(*entry);
+            const std::string key = Keyword_Of(attribute.name);
+            // Of a name that two have, the one that is in use counts.
+            if (attribute.retired) {
+                tags.emplace(key, attribute.tag);
+            } else {
+                tags.insert_or_assign(key, attribute.tag);
+            }
+        }
+        return tags;
+    }();
+    const auto found = Tags.find(keyword);
+    return found != Tags.end() ? std::optional(found->second) : std::nullopt;
 }
 
 std::vector<Attribute> Search_Attributes(const std::string& text)

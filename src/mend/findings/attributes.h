@@ -41,6 +41,9 @@ std::optional<Attribute> Find_Attribute(Tag tag);
  */
 std::string Keyword_Of(std::string_view name);
 
+/** The tag of a keyword, letter by letter; nothing when no attribute has it. */
+std::optional<Tag> Tag_Of_Keyword(std::string_view keyword);
+
 /**
  * Attributes whose name or keyword contains a text, in which only letters and digits count; those with
  * no other name stand in front.

@@ -1,0 +1,41 @@
+#include "mend/verify/iod.h"
+
+#include "mend/verify/complete.h"
+#include "mend/verify/verify.h"
+
+namespace lib_mend {
+
+namespace {
+
+std::string Name_Of(const Data_Set& set, const std::string& code, Findings& findings)
+{
+    return code == "auto" ? Module_Name_Of(set, findings) : code;
+}
+
+}  // namespace
+
+void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings)
+{
+    const std::string name = Name_Of(set, code, findings);
+    DICOM_List* const module = name.empty() ? nullptr : Read_Module(name, true, findings);
+    if (module != nullptr) {
+        Verify(set, module, findings);
+    }
+}
+
+bool Complete_IOD(Data_Set& set, const std::string& code, Findings& findings)
+{
+    const std::string name = Name_Of(set, code, findings);
+    if (name.empty() && DICOM_Override == nullptr) {
+        findings.Report(Fault::IOD, Level::Error, {}, "no IOD; --module names one");
+        return false;
+    }
+    DICOM_List* const module = Read_Module(name, false, findings);
+    if (module == nullptr || !Complete(set, module, findings)) {
+        return false;
+    }
+    Verify(set, module, findings);
+    return true;
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,347 @@
+// The interface of the mending layer as its users have it: linked with the shared library, through the
+// C++ header, and by the C functions below it where these have a contract of their own.
+#include <Lib_DICOM_Mend/dataset.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <thread>
+
+namespace {
+
+using namespace dicom_mend;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+using Buffer = std::vector<unsigned char>;
+
+Buffer File(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+const Buffer& Damaged()
+{
+    static const Buffer bytes = File(DAMAGED_FILE);
+    return bytes;
+}
+
+TEST(Dataset, TakesTextsByTheirVR)
+{
+    struct Row {
+        const char* tag;
+        const char* vr;
+        std::string text;
+        std::vector<std::string> values;
+        std::size_t length;
+    };
+    const Row Rows[] = {
+        {"PatientName", nullptr, "Doe^Jane", {"Doe^Jane"}, 8},
+        {"ImageType", nullptr, "ORIGINAL\\PRIMARY\\X", {"ORIGINAL", "PRIMARY", "X"}, 18},
+        {"StudyDescription", nullptr, " a b ", {"a b"}, 6},
+        {"AdditionalPatientHistory", nullptr, " a\\b", {" a\\b"}, 4},
+        {"SOPInstanceUID", nullptr, "1.2.3", {"1.2.3"}, 6},
+        {"Rows", nullptr, "65535", {"65535"}, 2},
+        {"0009,1001", "SS", "-32768\\7", {"-32768", "7"}, 4},
+        {"0009,1002", "UL", "4294967295", {"4294967295"}, 4},
+        {"0009,1003", "SV", "-9223372036854775808", {"-9223372036854775808"}, 8},
+        {"0009,1004", "UV", "18446744073709551615", {"18446744073709551615"}, 8},
+        {"0009,1005", "FL", "0.1\\-1e-3", {"0.1", "-0.001"}, 8},
+        {"0009,1006", "FD", "0.1", {"0.1"}, 8},
+        {"0009,1007", "AT", "0010,0020\\PatientName", {"0010,0020", "0010,0010"}, 8},
+        {"0009,1008", "OW", "258\\3", {"258", "3"}, 4},
+        {"0009,0010", nullptr, "MAKER", {"MAKER"}, 6},
+        {"SOPClassUID", nullptr, "1.2.840.10008.5.1.4.1.1.7", {"1.2.840.10008.5.1.4.1.1.7"}, 26},
+        {"PatientID", nullptr, "", {}, 0},
+    };
+    Dataset ds;
+    for (const Row& row : Rows) {
+        ds.set(*parse_tag(row.tag), row.text, {}, row.vr);
+    }
+    Session session;
+    const Dataset again = session.read(session.encode(ds));
+    for (const Row& row : Rows) {
+        for (const Dataset* each : {&std::as_const(ds), &again}) {
+            EXPECT_EQ((*each)[row.tag].texts(), row.values) << row.tag;
+            EXPECT_EQ((*each)[row.tag].length(), row.length) << row.tag;
+        }
+    }
+    EXPECT_EQ(session.outcome(), 0) << session.report("made");
+}
+
+TEST(Dataset, TakesNumbersThatFit)
+{
+    constexpr double Inf = std::numeric_limits<double>::infinity();
+    struct Row {
+        const char* vr;
+        double number;
+        /** Nothing where the number does not fit. */
+        std::optional<double> back;
+    };
+    const Row Rows[] = {
+        {"US", 65535, 65535},
+        {"US", 65536, {}},
+        {"US", -1, {}},
+        {"US", 1.5, {}},
+        {"SS", -32768, -32768},
+        {"SS", -32769, {}},
+        {"SL", 2147483647, 2147483647},
+        {"SL", 2147483648.0, {}},
+        {"FL", 0.5, 0.5},
+        {"FL", 1e39, {}},
+        {"FL", Inf, Inf},
+        {"FD", 1e300, 1e300},
+        {"DS", 3.05171124637127E-05, 3.0517112464e-05},
+        {"DS", -1.0 / 3, -0.3333333333333},
+        {"DS", Inf, {}},
+        {"IS", -2147483648.0, -2147483648.0},
+        {"IS", 2147483648.0, {}},
+        {"IS", 0.5, {}},
+        {"LO", 1, {}},
+    };
+    for (const Row& row : Rows) {
+        Dataset ds;
+        const Tag tag = {0x0009, 0x1001};
+        if (!row.back) {
+            EXPECT_THROW(ds.set(tag, std::span(&row.number, 1), {}, row.vr), Error) << row.number;
+            EXPECT_FALSE(ds["0009,1001"]);
+            continue;
+        }
+        ds.set(tag, std::span(&row.number, 1), {}, row.vr);
+        const std::optional<double> back = ds["0009,1001"].number();
+        ASSERT_TRUE(back) << row.vr << row.number;
+        EXPECT_TRUE(*back == *row.back || std::abs(*back / *row.back - 1) < 1e-10)
+            << row.vr << " " << *back;
+        EXPECT_LE(ds["0009,1001"].length(), 16U);
+    }
+}
+
+TEST(Dataset, LeadsByPathsAndKeywords)
+{
+    Dataset ds;
+    const Tag sequence = *parse_tag("RequestAttributesSequence");
+    ds.add_item(sequence);
+    const Item second = ds.add_item(sequence);
+    ds.set("ScheduledProcedureStepID", "A1", second);
+    ds.set(*parse_tag("RequestedProcedureID"), "B2", second);
+    ds.set("PatientName", "Doe^Jane");
+    EXPECT_EQ(ds.at("0040,0275[1]/0040,0009").text(), "A1");
+    EXPECT_EQ(ds["RequestAttributesSequence[1]/RequestedProcedureID"].text(), "B2");
+    EXPECT_EQ(ds["(0010,0010)"].keyword(), "PatientName");
+    EXPECT_EQ(ds["00100010"].name(), "Patient's Name");
+    EXPECT_EQ(ds["0040,0275"].items().size(), 2U);
+    EXPECT_EQ(ds["0040,0275"].items()[1]["0040,1001"].text(), "B2");
+    struct Row {
+        const char* path;
+        dicom_mend_status status;
+    };
+    constexpr Row Rows[] = {
+        {"0040,0275[2]/0040,0009", DICOM_MEND_NOT_FOUND},
+        {"0040,0275[0]/0040,0009", DICOM_MEND_NOT_FOUND},
+        {"0010,0010[0]/0040,0009", DICOM_MEND_NOT_FOUND},
+        {"0010,0020", DICOM_MEND_NOT_FOUND},
+        {"0040,0275[-1]/0040,0009", DICOM_MEND_BAD_ARGUMENT},
+        {"0040,0275[1/0040,0009", DICOM_MEND_BAD_ARGUMENT},
+        {"0040,0275/0040,0009", DICOM_MEND_BAD_ARGUMENT},
+        {"patientname", DICOM_MEND_BAD_ARGUMENT},
+        {"", DICOM_MEND_BAD_ARGUMENT},
+    };
+    for (const Row& row : Rows) {
+        try {
+            ds.at(row.path);
+            ADD_FAILURE() << row.path;
+        } catch (const Error& error) {
+            EXPECT_EQ(error.status(), row.status) << row.path;
+        }
+        EXPECT_FALSE(ds[row.path]);
+    }
+    std::string tree;
+    ds.walk([&tree](const Element& element, std::size_t depth) {
+        tree += std::to_string(depth) + element.vr() + " ";
+    });
+    EXPECT_EQ(tree, "0PN 0SQ 1SH 1SH ");
+    EXPECT_TRUE(ds.remove(sequence));
+    EXPECT_FALSE(ds.remove(sequence));
+    EXPECT_EQ(std::distance(ds.begin(), ds.end()), 1);
+}
+
+TEST(Dataset, IsAValue)
+{
+    Dataset ds;
+    ds.add_item({0x0040, 0x0275});
+    ds.set("PatientID", "1");
+    Dataset copy = ds;
+    copy.set("PatientID", "2");
+    copy.set("ScheduledProcedureStepID", "X", copy["0040,0275"].items()[0]);
+    EXPECT_EQ(ds["PatientID"].text(), "1");
+    EXPECT_FALSE(ds["0040,0275[0]/0040,0009"]);
+    EXPECT_EQ(copy["0040,0275[0]/0040,0009"].text(), "X");
+    ds = copy;
+    EXPECT_EQ(ds["PatientID"].text(), "2");
+}
+
+TEST(Dataset, KeepsToTheCharacterSetThatIsDeclared)
+{
+    Dataset ds;
+    ds.set("PatientID", "1");
+    ds.set("PatientName", "Müller");
+    EXPECT_EQ(ds["SpecificCharacterSet"].text(), "ISO_IR 192");
+    EXPECT_EQ(ds["PatientName"].text(), "Müller");
+    ds.set("SpecificCharacterSet", "ISO_IR 100");
+    EXPECT_THROW(ds.set("PatientName", "Müller"), Error);
+    const Buffer latin = {'M', 0xFC};
+    ds.set_bytes({0x0010, 0x0010}, latin);
+    EXPECT_EQ(ds["PatientName"].text(), "Mü");
+    EXPECT_THROW(ds.set("Modality", "Ü"), Error);
+}
+
+TEST(Session, FindsWhatTheCommandLineFindsAndChangesNothingByIt)
+{
+    Session session;
+    const Dataset ds = session.read(Damaged());
+    const std::string date = ds["StudyDate"].text().value();
+    session.check(ds);
+    EXPECT_EQ(ds["StudyDate"].text(), date);
+    EXPECT_EQ(session.outcome(), 1);
+    const std::vector<Finding> found = session.findings();
+    const auto old_date = std::find_if(found.begin(), found.end(),
+                                       [](const Finding& f) { return f.path == "0008,0020"; });
+    ASSERT_NE(old_date, found.end());
+    EXPECT_EQ(old_date->kind, "old-syntax");
+    EXPECT_EQ(old_date->severity, DICOM_MEND_SEVERITY_WARNING);
+    EXPECT_EQ(old_date->level, DICOM_MEND_CHANGE);
+    EXPECT_EQ(old_date->message, "date in another form");
+    EXPECT_EQ(old_date->before, "1997.06.24");
+    EXPECT_EQ(old_date->after, "19970624");
+    EXPECT_FALSE(old_date->is_harmless);
+    EXPECT_EQ(old_date->clause, "PS3.5 6.2");
+    EXPECT_EQ(old_date->length, 10);
+    EXPECT_THAT(session.report("a.dcm"), HasSubstr("a.dcm: warning: (0008,0020) Study Date"));
+    EXPECT_THAT(session.report("a.dcm", DICOM_MEND_JSON), HasSubstr(R"("kind":"old-syntax")"));
+    EXPECT_THAT(session.report("a.dcm", DICOM_MEND_SARIF), HasSubstr(R"("version":"2.1.0")"));
+    session.clear_findings();
+    EXPECT_EQ(session.outcome(), 0);
+    const Buffer mended = session.encode(ds);
+    EXPECT_EQ(session.outcome(), 1);
+    session.clear_findings();
+    const Dataset clean = session.read(mended);
+    EXPECT_EQ(clean["StudyDate"].text(), "19970624");
+    EXPECT_EQ(session.encode(clean), mended);
+    EXPECT_EQ(session.set(DICOM_MEND_SYNTAX_IMPLICIT_LITTLE).encode(clean).size() % 2, 0U);
+    EXPECT_EQ(clean.transfer_syntax(), "1.2.840.10008.1.2.1");
+}
+
+TEST(Session, CompletesAndTakesBack)
+{
+    Session session;
+    session.set(DICOM_MEND_RECORD);
+    Dataset ds = session.read(Damaged());
+    session.mend(ds);
+    EXPECT_EQ(ds["StudyDate"].text(), "19970624");
+    Dataset recorded = session.read(session.encode(ds));
+    session.undo(recorded);
+    EXPECT_EQ(recorded["StudyDate"].text(), "1997.06.24");
+    EXPECT_THROW(session.undo(recorded), Error);
+    session.complete(ds, "SC", "(0008,0064) - -- ! \"WSD\"");
+    EXPECT_EQ(ds["ConversionType"].text(), "WSD");
+    EXPECT_THROW(session.complete(ds, "NO_SUCH_IOD"), Error);
+    const std::string json = session.to_json(session.read(session.encode(ds)));
+    EXPECT_THAT(json, HasSubstr(R"("00080064")"));
+    const Dataset from = session.from_json(json);
+    EXPECT_EQ(from["ConversionType"].text(), "WSD");
+    EXPECT_EQ(session.to_json(from), json);
+    EXPECT_THROW(session.from_json("{"), Error);
+}
+
+TEST(C_Interface, RefusesWhatMakesNoSense)
+{
+    dicom_mend_session* const session = dicom_mend_session_new();
+    dicom_mend_dataset* ds = nullptr;
+    unsigned char* bytes = nullptr;
+    std::size_t size = 1;
+    const unsigned char junk[] = "no DICOM file";
+    EXPECT_EQ(dicom_mend_read_file(session, "/no/such/file", &ds), DICOM_MEND_CANNOT_READ);
+    EXPECT_STREQ(dicom_mend_last_error(session), "/no/such/file: No such file or directory");
+    EXPECT_EQ(dicom_mend_read_buffer(session, junk, sizeof junk, &ds), DICOM_MEND_NOT_DICOM);
+    EXPECT_EQ(ds, nullptr);
+    EXPECT_EQ(dicom_mend_outcome(session), 2);
+    EXPECT_EQ(dicom_mend_mend_buffer(session, junk, sizeof junk, &bytes, &size),
+              DICOM_MEND_NOT_DICOM);
+    EXPECT_EQ(bytes, nullptr);
+    EXPECT_EQ(size, 0U);
+    EXPECT_EQ(dicom_mend_read_file(nullptr, "x", &ds), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_read_file(session, nullptr, &ds), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_mend(session, nullptr), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_set_flag(session, 99, 1), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_set_charset(session, "KLINGON"), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_set_syntax(session, 4), DICOM_MEND_BAD_ARGUMENT);
+    ASSERT_EQ(dicom_mend_dataset_new(session, &ds), DICOM_MEND_OK);
+    EXPECT_STREQ(dicom_mend_last_error(session), "");
+    EXPECT_EQ(dicom_mend_encode(session, ds, &bytes, &size), DICOM_MEND_NO_OUTPUT);
+    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0x00091001, nullptr, "x", 1),
+              DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0x00091001, "XX", "x", 1), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0xFFFEE000, "LO", "x", 1), DICOM_MEND_BAD_ARGUMENT);
+    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0x00280010, nullptr, "1x", 2), DICOM_MEND_BAD_VALUE);
+    dicom_mend_dataset_free(ds);
+    dicom_mend_session_free(session);
+    dicom_mend_dataset_free(nullptr);
+    dicom_mend_session_free(nullptr);
+}
+
+TEST(C_Interface, WritesAsMuchOfATextAsFits)
+{
+    char buffer[8];
+    for (const std::size_t capacity : {0U, 1U, 4U, 8U}) {
+        std::memset(buffer, '#', sizeof buffer);
+        EXPECT_EQ(dicom_mend_tag_keyword(0x00280010, buffer, capacity), 4U);
+        EXPECT_EQ(std::string(buffer, capacity),
+                  std::string("Rows\0###", 8)
+                          .substr(0, capacity > 4   ? capacity
+                                     : capacity > 0 ? capacity - 1
+                                                    : 0) +
+                      std::string(capacity > 0 && capacity <= 4 ? 1 : 0, '\0'));
+    }
+}
+
+TEST(C_Interface, GivesNumbersInLittleEndianWhateverTheFileHas)
+{
+    Session session;
+    Dataset ds;
+    ds.set("Rows", "258");
+    ds.set("SOPClassUID", "1.2.840.10008.5.1.4.1.1.7");
+    const Dataset big = session.read(session.set(DICOM_MEND_SYNTAX_EXPLICIT_BIG).encode(ds));
+    EXPECT_EQ(big.transfer_syntax(), "1.2.840.10008.1.2.2");
+    EXPECT_THAT(big["Rows"].bytes(), ElementsAre(2, 1));
+    EXPECT_THAT(big["Rows"].bytes(1), ElementsAre(1));
+    EXPECT_EQ(big["Rows"].integer(), 258);
+}
+
+TEST(Session, ServesSeveralThreads)
+{
+    std::vector<std::thread> threads;
+    std::vector<Buffer> results(4);
+    for (Buffer& result : results) {
+        threads.emplace_back([&result] {
+            Session session;
+            for (int i = 0; i < 20; ++i) {
+                result = session.encode(session.read(Damaged()));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const Buffer& result : results) {
+        EXPECT_EQ(result, results.front());
+        EXPECT_FALSE(result.empty());
+    }
+}
+
+}  // namespace
