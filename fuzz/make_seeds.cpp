@@ -283,7 +283,16 @@ void Add_Files(Folder& folder)
 {
     for (const Seed& file : Files()) {
         folder.Add("mend", file.name, Byte(0), file.bytes);
+        folder.Add("json", file.name, Byte(1), file.bytes);
     }
+    folder.Add(
+        "json", "text", Byte(0),
+        R"([{"00080005":{"vr":"CS","Value":["ISO_IR 192"]},)"
+        R"("00081140":{"vr":"SQ","Value":[{"00081150":{"vr":"UI","Value":["1.2"]}},{}]},)"
+        R"("00100010":{"Value":[{"Alphabetic":"A","Phonetic":"P"},null],"vr":"PN"},)"
+        R"("00200013":{"vr":"IS","Value":[1,"01"]},"00280009":{"vr":"AT","Value":["00181063"]},)"
+        R"("00181114":{"vr":"FD","Value":[1.5,"NaN",-0.0]},)"
+        R"("7FE00010":{"vr":"OB","InlineBinary":"/v8A4AAAAAD+/wDgAgAAAP/Y/v/d4AAAAAA="}}])");
     for (int options = 1; options < 32; ++options) {
         folder.Add("mend", "options_" + std::to_string(options), Byte(options),
                    Part10_Head(Explicit_Little_UID) + Sound(8));
@@ -436,6 +445,7 @@ int main(int argc, char** argv)
         std::string bytes(static_cast<std::size_t>(fs::file_size(argv[i])), '\0');
         file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         folder.Add("mend", fs::path(argv[i]).filename(), Byte(0), bytes);
+        folder.Add("json", fs::path(argv[i]).filename(), Byte(1), bytes);
     }
     return folder.Complete() ? 0 : 1;
 }

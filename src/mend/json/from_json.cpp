@@ -21,7 +21,7 @@ Data_Set From_JSON(std::string_view text, const std::string& name, Findings& fin
     const std::optional<JSON_Fault> fault = Parse_JSON(text, builder);
     if (fault) {
         findings.Report(Fault::JSON, Level::Error, {.offset = static_cast<std::int64_t>(fault->at)},
-                        Line_And_Column(text, fault->at) + fault->why);
+                        Text_Places(text).Line_And_Column(fault->at) + fault->why);
         set.unreadable = true;
     }
     builder.Finish(set);

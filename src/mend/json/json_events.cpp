@@ -71,6 +71,13 @@ std::string Reason_Of(std::string text)
     return "no JSON: " + text + expected;
 }
 
+std::size_t Characters(std::string_view text)
+{
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+    }));
+}
+
 /** Hands the parser's events on, each with the place of its first byte. */
 class Events_Adapter : public nlohmann::json_sax<nlohmann::json> {
 public:
@@ -198,18 +205,23 @@ std::optional<JSON_Fault> Parse_JSON(std::string_view text, JSON_Events& events)
     return adapter.fault;
 }
 
-std::string Line_And_Column(std::string_view text, std::size_t at)
+std::string Text_Places::Line_And_Column(std::size_t at)
 {
-    const std::string_view before = text.substr(0, at);
-    const auto lines = std::count(before.begin(), before.end(), '\n');
-    const std::size_t line_end = before.rfind('\n');
-    const std::string_view line =
-        before.substr(line_end == std::string_view::npos ? 0 : line_end + 1);
-    const auto is_start = [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
-    };
-    const auto columns = std::count_if(line.begin(), line.end(), is_start);
-    return "line " + std::to_string(lines + 1) + ", column " + std::to_string(columns + 1) + ": ";
+    at = std::min(at, text_.size());
+    const bool is_back = at < at_;
+    const std::string_view between =
+        is_back ? text_.substr(at, at_ - at) : text_.substr(at_, at - at_);
+    const auto lines = static_cast<std::size_t>(std::count(between.begin(), between.end(), '\n'));
+    line_ = is_back ? line_ - lines : line_ + lines;
+    if (lines > 0) {
+        const std::size_t end = text_.substr(0, at).rfind('\n');
+        const std::size_t start = end == std::string_view::npos ? 0 : end + 1;
+        column_ = 1 + Characters(text_.substr(start, at - start));
+    } else {
+        column_ = is_back ? column_ - Characters(between) : column_ + Characters(between);
+    }
+    at_ = at;
+    return "line " + std::to_string(line_) + ", column " + std::to_string(column_) + ": ";
 }
 
 }  // namespace lib_mend

@@ -34,8 +34,22 @@ struct JSON_Fault {
 /** Nothing when the whole text is JSON. Memory does not grow with the depth of nesting. */
 std::optional<JSON_Fault> Parse_JSON(std::string_view text, JSON_Events& events);
 
-/** "line 3, column 14: ", counted from 1, columns in characters. */
-std::string Line_And_Column(std::string_view text, std::size_t at);
+/** Lines and columns of offsets; those that are near the last one asked for cost little. */
+class Text_Places {
+public:
+    explicit Text_Places(std::string_view text) : text_(text)
+    {
+    }
+
+    /** "line 3, column 14: ", counted from 1, columns in characters. */
+    std::string Line_And_Column(std::size_t at);
+
+private:
+    std::string_view text_;
+    std::size_t at_ = 0;
+    std::size_t line_ = 1;
+    std::size_t column_ = 1;
+};
 
 }  // namespace lib_mend
 

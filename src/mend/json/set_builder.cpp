@@ -33,20 +33,16 @@ std::optional<Tag> Tag_In(std::string_view name)
 
 void Set_Builder::Report_Element(Level level, Tag tag, std::size_t at, const std::string& what)
 {
-    // To find the line of each of a million faults would take too long; so many are not kept.
-    constexpr std::size_t Most_Lines = 400;
-    const std::string line = ++reported_ <= Most_Lines ? Line_And_Column(text_, at) : "";
     findings_.Report(
         Fault::JSON, level,
         {.has_tag = true, .tag = tag, .path = &way_, .offset = static_cast<std::int64_t>(at)},
-        line + what);
+        places_.Line_And_Column(at) + what);
 }
 
 void Set_Builder::Report(Level level, std::size_t at, const std::string& what)
 {
-    constexpr std::size_t Most_Lines = 400;
-    const std::string line = ++reported_ <= Most_Lines ? Line_And_Column(text_, at) : "";
-    findings_.Report(Fault::JSON, level, {.offset = static_cast<std::int64_t>(at)}, line + what);
+    findings_.Report(Fault::JSON, level, {.offset = static_cast<std::int64_t>(at)},
+                     places_.Line_And_Column(at) + what);
 }
 
 /** An element that cannot be read is left out. */

@@ -23,7 +23,7 @@ namespace lib_mend {
 class Set_Builder : public JSON_Events {
 public:
     Set_Builder(std::string_view text, Findings& findings, const Bulk_Reader& bulk)
-        : text_(text), findings_(findings), bulk_(bulk)
+        : places_(text), findings_(findings), bulk_(bulk)
     {
     }
 
@@ -101,14 +101,13 @@ private:
     void Sort(Object& object);
     void Declare_UTF_8(Data_Set& set);
 
-    std::string_view text_;
+    Text_Places places_;
     Findings& findings_;
     const Bulk_Reader& bulk_;
     std::vector<Object> objects_;
     Path way_;
     /** Arrays and objects that nothing is taken from, one in another. */
     std::size_t skipped_levels_ = 0;
-    std::size_t reported_ = 0;
     bool is_array_ = false;
     bool has_set_ = false;
     bool has_set_twice_ = false;

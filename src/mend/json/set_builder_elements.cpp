@@ -6,6 +6,7 @@
 #include "mend/healing/record_building.h"
 #include "mend/healing/vrs.h"
 #include "mend/json/bulk_value.h"
+#include "mend/json/directory_places.h"
 #include "mend/reading/reader.h"
 #include "mend/reading/tree.h"
 
@@ -163,7 +164,7 @@ DICOM_List* Set_Builder::Make_Binary(Element& element, const JSON_Form& form)
         }
         element.bytes = std::move(*bytes);
     }
-    if (form.kind == JSON_Kind::Binary) {
+    if (form.vr == VR_OB) {
         if (const auto fragments = Split_Fragment_Stream(element.bytes)) {
             return Make_Fragments(element, *fragments);
         }
@@ -323,11 +324,16 @@ void Set_Builder::Finish(Data_Set& set)
                        "the transfer syntax is no UID");
         set.declared_syntax.clear();
     }
+    if (meta.size() == 1 && syntax != nullptr) {
+        // Group 0002 is no part of the model, so that nothing of it is missing.
+        const Record_List left_out = std::move(set.meta);
+    }
     set.encoding = Encoding_Of(Explicit_Little_UID);
     set.encoding.encapsulated =
         !set.declared_syntax.empty() && Encoding_Of(set.declared_syntax).encapsulated;
     set.syntax = set.encoding.encapsulated ? set.declared_syntax : Explicit_Little_UID;
     Settle_Pixel_Syntax(set, findings_);
+    Place_Directory_Records(set);
 }
 
 }  // namespace lib_mend

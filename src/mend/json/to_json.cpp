@@ -18,6 +18,7 @@ namespace lib_mend {
 namespace {
 
 constexpr Tag Transfer_Syntax_Tag = {0x0002, 0x0010};
+constexpr unsigned short Meta_Group = 0x0002;
 constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
 
 using Shared_Characters = std::shared_ptr<const Character_Set>;
@@ -177,6 +178,9 @@ private:
             if (is_twice) {
                 findings_.Report(Fault::Duplicate, Level::Error, At(record, way_),
                                  "the element occurs twice; the JSON holds the first alone");
+            } else if (way_.empty() && record.group == Meta_Group) {
+                findings_.Report(Fault::Foreign_Group, Level::Error, At(record, way_),
+                                 "the element does not belong here; it is not in the JSON");
             } else {
                 Write_Element(record);
             }
