@@ -293,4 +293,68 @@ TEST(JSON, Says_Which_Element_Is_Wrong_And_Keeps_The_Others)
     }
 }
 
+/** In both byte orders: what is not little endian in the file cannot be a reference to it. */
+TEST(JSON, Refers_To_Long_Values_Where_The_File_Holds_Them)
+{
+    const struct {
+        const char* syntax;
+        unsigned char code;
+        std::string json;
+    } rows[] = {
+        {Explicit_Little, DICOM_Order_Explicit_VR,
+         R"({"00110010":{"vr":"LO","Value":["ME"]},"00111010":{"vr":"OB","InlineBinary":"AQIDBA=="},)"
+         R"("00111011":{"vr":"OW","BulkDataURI":"file:a?offset=288&length=6"}})"},
+        {"1.2.840.10008.1.2.2", DICOM_Order_Explicit_VR | DICOM_Order_Big_Endian,
+         R"({"00110010":{"vr":"LO","Value":["ME"]},"00111010":{"vr":"OB","InlineBinary":"AQIDBA=="},)"
+         R"("00111011":{"vr":"OW","InlineBinary":"AgEEAwYF"}})"},
+        {"1.2.840.10008.1.2.4.50", DICOM_Order_Explicit_VR,
+         R"({"00020010":{"vr":"UI","Value":["1.2.840.10008.1.2.4.50"]},)"
+         R"("00110010":{"vr":"LO","Value":["ME"]},"00111010":{"vr":"OB","InlineBinary":"AQIDBA=="},)"
+         R"("00111011":{"vr":"OW","BulkDataURI":"file:a?offset=290&length=6"},)"
+         R"("7FE00010":{"vr":"OB","BulkDataURI":"file:a?offset=308&length=20"}})"},
+    };
+    for (const auto& row : rows) {
+        Findings findings;
+        const Library_Session session(findings);
+        Stream_Builder stream(row.code);
+        stream.Element(0x0011, 0x0010, "LO", "ME").Element(0x0011, 0x1010, "OB", "\1\2\3\4");
+        stream.Element(0x0011, 0x1011, "OW", "\1\2\3\4\5\6");
+        if (Encoding_Of(row.syntax).encapsulated) {
+            stream.Header(0x7FE0, 0x0010, "OB", DICOM_Undefined_Length).Item(0);
+            stream.Item(4).Raw("\xff\xd8\xff\xd9").Sequence_End();
+        }
+        const std::string file = Part10_Head(row.syntax) + stream.Bytes();
+        const Data_Set set = Read_Data_Set(Source_Of(file), findings);
+        EXPECT_EQ(
+            JSON_Of(set, findings, {.inline_limit = 4, .bulk_base = "file:a", .pretty = false}),
+            row.json);
+        EXPECT_EQ(Kept_Lines(findings), "");
+    }
+}
+
+/** The caller's bytes are the value, and those of encapsulated data become its fragments. */
+TEST(JSON, Asks_Its_Caller_For_Values_That_Stand_Elsewhere)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    const Bulk_Reader bulk = [](std::string_view uri) {
+        const std::string stream = "\xfe\xff\0\xe0\2\0\0\0ab\xfe\xff\xdd\xe0\0\0\0\0"s;
+        return uri == "a" ? std::optional(Bytes(stream.begin(), stream.end())) : std::nullopt;
+    };
+    const Data_Set set = From_JSON(R"({"00111010":{"vr":"OB","BulkDataURI":"a"},)"
+                                   R"("00111011":{"vr":"UN","BulkDataURI":"a"},)"
+                                   R"("00111012":{"vr":"UN","BulkDataURI":"b"}})",
+                                   "test", findings, bulk);
+    EXPECT_EQ(Kept_Lines(findings),
+              "error json (0011,1012) line 1, column 106: BulkDataURI leads to a value that is not "
+              "there\n");
+    const DICOM_List* const fragments = Find_Record(set.records.Head(), {0x0011, 0x1010});
+    ASSERT_NE(fragments, nullptr);
+    ASSERT_EQ(Item_Count(*fragments), 1);
+    EXPECT_EQ(Trimmed(set.Value(*fragments->item[0])), "ab");
+    const DICOM_List* const bytes = Find_Record(set.records.Head(), {0x0011, 0x1011});
+    ASSERT_NE(bytes, nullptr);
+    EXPECT_EQ(bytes->size, 18);
+}
+
 }  // namespace
