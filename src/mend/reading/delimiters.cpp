@@ -339,18 +339,18 @@ bool Element_Reader::Reopen_Sequence()
         last != nullptr &&
         (VR_Of(*last) == VR_SQ ||
          (last->dict != nullptr && last->dict->vr[0] == VR_SQ && last->size == 0));
-    if (!is_sequence || last->size < 0 ||
+    const bool is_pixels = last != nullptr && Tag_Of(*last) == Pixel_Data_Tag && last->size == 0;
+    if ((!is_sequence && !is_pixels) || last->size < 0 ||
         static_cast<std::int64_t>(last->data_pos) + last->size != position_) {
         return false;
     }
     Report(Fault::Value_Length, Level::Change, *last,
            "the length is " + std::to_string(last->size) + ", but items follow behind it");
-    if (last->vr != 0) {
-        last->vr = VR_SQ;
-    }
-    last->vr_default = VR_SQ;
+    const unsigned short vr = is_pixels ? VR_OB : VR_SQ;
+    last->vr = last->vr != 0 ? vr : static_cast<unsigned short>(0);
+    last->vr_default = vr;
     Nesting_Level level;
-    level.kind = Level_Kind::Sequence;
+    level.kind = is_pixels ? Level_Kind::Fragments : Level_Kind::Sequence;
     level.mode = Top().mode;
     level.last = Tag_Of(*last);
     level.owner = last;

@@ -127,7 +127,7 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
                (first.tag == Sequence_End_Tag && first.length == 0 && header.Is_Undefined());
     }
     const std::int64_t end = value + header.length;
-    if (Holds_Controls(header)) {
+    if (Looks_Wrong(header)) {
         return false;
     }
     if (end == Top().limit) {

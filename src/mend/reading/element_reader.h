@@ -97,8 +97,12 @@ private:
     void Offer_Under(Reading& best, const Reading& reading, int cost);
     void Offer_Forms(Reading& best, const Element_Header& as_read);
     void Offer_Encodings(Reading& best);
+    bool Looks_Wrong(const Element_Header& header);
     bool Holds_Controls(const Element_Header& header);
     bool Hides_Place(const Reading& reading);
+    bool Settle_Pixels(const Element_Header& as_read);
+    std::int64_t Size_Of_Image() const;
+    bool Is_Strong(const Place_Found& place);
     bool Fits_Place(const Element_Header& header, const Place_Found& place);
     bool Length_Holds(const Element_Header& header, std::int64_t claimed, std::int64_t place);
     void Offer_Library(Reading& best, const Element_Header& as_read);
@@ -146,6 +150,9 @@ private:
     void Read_Fragment(const Element_Header& header);
     void Read_Bare_Fragment(const Element_Header& header);
     void Supply_Offset_Table(const Element_Header& header);
+    bool Ends_Fragments(std::int64_t at);
+    bool Is_Damaged_Item(const Element_Header& header, std::int64_t at);
+    bool Fragments_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     bool Fragment_May_End(std::int64_t at);
     std::int64_t Find_Fragment_End(std::int64_t from);
     void Report_Fragment_End(const DICOM_List& record, const Element_Header& header,

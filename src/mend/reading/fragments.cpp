@@ -40,9 +40,52 @@ bool Element_Reader::Fragment_May_End(std::int64_t at)
         return false;
     }
     if (next.tag == Item_Tag) {
-        return next.Is_Undefined() || at + next.size + next.length <= level.limit;
+        return true;
     }
-    return next.tag == Sequence_End_Tag && next.length == 0;
+    const bool is_end = next.tag == Sequence_End_Tag || next.tag == Item_End_Tag;
+    const std::int64_t behind = at + next.size;
+    if (next.length == 0 && is_end) {
+        return next.tag == Sequence_End_Tag || Ends_Fragments(behind);
+    }
+    return Is_Damaged_Item(next, at);
+}
+
+/** The fragments end here: so does all, or elements follow. */
+bool Element_Reader::Ends_Fragments(std::int64_t at)
+{
+    return at == Top().limit || Points_After(at, 1) > Outlook::Sound_Points;
+}
+
+/** One byte of the tag of an item is wrong, and its length leads to the next one. */
+bool Element_Reader::Is_Damaged_Item(const Element_Header& header, std::int64_t at)
+{
+    constexpr int Damaged_Tag = 3;
+    const bool is_delimiter = header.tag == Item_End_Tag || header.tag == Sequence_End_Tag;
+    if (is_delimiter || Same_Bytes(header.tag, Item_Tag) < Damaged_Tag || header.Is_Undefined()) {
+        return false;
+    }
+    const std::int64_t end = at + header.size + header.length;
+    const Element_Header next = Decode_Header(window_.At(end, Item_Header_Size), Top().mode);
+    return end == Top().limit ||
+           (next.size != 0 && (next.tag == Item_Tag || next.tag == Sequence_End_Tag));
+}
+
+/** A value of defined length that consists of fragments. */
+bool Element_Reader::Fragments_Fill(std::int64_t at, std::int64_t end, unsigned char mode)
+{
+    int items = 0;
+    while (at + Item_Header_Size <= end) {
+        const Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), mode);
+        if (item.tag == Sequence_End_Tag) {
+            return items > 0 && at + item.size == end;
+        }
+        if (item.tag != Item_Tag || item.Is_Undefined()) {
+            return false;
+        }
+        at += item.size + static_cast<std::int64_t>(item.length);
+        ++items;
+    }
+    return at == end;
 }
 
 /** The next place from which the fragments, or the elements behind them, go on; or the end. */
@@ -93,7 +136,10 @@ void Element_Reader::Supply_Offset_Table(const Element_Header& header)
     const bool is_table =
         bytes.size() >= 4 &&
         std::all_of(bytes.begin(), bytes.begin() + 4, [](unsigned char byte) { return byte == 0; });
-    if (is_table || (header.length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
+    const std::int64_t next = position_ + header.size + header.length;
+    const bool is_broken_table = !Is_Compressed_Frame(bytes) && Starts_With_Item(next, level.mode) &&
+                                 Is_Compressed_Frame(window_.At(next + Item_Header_Size, Enough));
+    if (is_table || is_broken_table || (header.length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
         return;
     }
     Report(Fault::Offset_Table, Level::Change, *level.owner,
@@ -155,8 +201,23 @@ void Element_Reader::Read_In_Fragments()
         Read_Fragment(header);
         return;
     }
+    if (header.size != 0 && Is_Damaged_Item(header, position_)) {
+        Report(Fault::Header, Level::Change, header, "a damaged tag is taken as that of an item");
+        Element_Header mended = header;
+        mended.tag = Item_Tag;
+        Read_Fragment(mended);
+        return;
+    }
     if (header.size != 0 && header.tag == Sequence_End_Tag) {
         Check_Delimiter_Length(header);
+        position_ += header.size;
+        Pop();
+        return;
+    }
+    if (header.size != 0 && header.tag == Item_End_Tag && header.length == 0 &&
+        Ends_Fragments(position_ + header.size)) {
+        Report(Fault::Nesting, Level::Change, header,
+               "item delimitation in the place of a sequence delimitation");
         position_ += header.size;
         Pop();
         return;

@@ -178,6 +178,13 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         return {Content::Kind::Items, mode};
     }
     const std::int64_t end = value + header.length;
+    if (header.tag == Pixel_Data_Tag && Starts_With_Item(value, header.mode) &&
+        Fragments_Fill(value, end, header.mode)) {
+        Report(Fault::Fragments, Level::Change, record, "fragments under a defined length");
+        record.size = DICOM_Undefined_Length;
+        record.vr = record.vr != 0 ? VR_OB : static_cast<unsigned short>(0);
+        return {Content::Kind::Fragments, header.mode};
+    }
     if (is_sequence) {
         Report(record.vr != 0 ? Fault::Nesting : Fault::Private_Definition,
                record.vr != 0 ? Level::Change : Level::Info, record,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace lib_mend {
 
@@ -9,14 +10,24 @@ namespace {
 
 constexpr Tag Trailing_Padding_Tag = {0xFFFC, 0xFFFC};
 
+bool Is_Creator(Tag tag)
+{
+    return tag.group % 2 != 0 && tag.element >= 0x0010 && tag.element <= 0x00FF;
+}
+
+/** VRs under which the name of a creator is seen. */
+bool Holds_Names(unsigned short vr)
+{
+    constexpr unsigned short Names[] = {VR_LO, VR_UN, VR_SH, VR_CS, VR_ST, VR_LT, VR_OB, VR_UT};
+    return std::find(std::begin(Names), std::end(Names), vr) != std::end(Names);
+}
+
 /** How well the tag alone makes sense. */
 Grade Judge_Tag(Tag tag, const Level_View& list, const TAG_db_Elems* entry, bool is_explicit)
 {
     const Tag last = list.last;
     constexpr unsigned short Last_Reserved_Odd_Group = 0x0007;
     constexpr unsigned short First_Private_Element = 0x1000;
-    constexpr unsigned short First_Creator = 0x0010;
-    constexpr unsigned short Last_Creator = 0x00FF;
     const bool ascends = tag > last;
     if (tag.group == Delimiter_Group || tag.group == 0xFFFF) {
         return Grade::Impossible;
@@ -30,11 +41,11 @@ Grade Judge_Tag(Tag tag, const Level_View& list, const TAG_db_Elems* entry, bool
                : is_known || is_explicit          ? Grade::Doubtful
                                                   : Grade::Impossible;
     }
-    const bool is_creator = tag.element >= First_Creator && tag.element <= Last_Creator;
+    const bool is_creator = Is_Creator(tag);
     const bool has_form =
         is_creator || tag.element >= First_Private_Element || tag.element == 0x0000;
-    // Without VRs a private element shows by its company: others of its group come first.
-    const bool has_company = is_explicit || is_creator || tag.group == last.group;
+    // A private element shows by its company: others of its group come first.
+    const bool has_company = is_creator || tag.group == last.group;
     const bool is_sound = has_form && ascends && has_company && tag.group > Last_Reserved_Odd_Group;
     return is_sound ? Grade::Sound : Grade::Doubtful;
 }
@@ -74,14 +85,17 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
     }
     const bool is_explicit = header.form != Header_Form::Implicit;
     const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const bool has_vr = is_explicit && Is_Known_VR(header.vr);
     const Grade tag = Judge_Tag(header.tag, list, entry, is_explicit);
     if (tag == Grade::Impossible) {
         return tag;
     }
-    if (is_explicit && !Is_Known_VR(header.vr)) {
+    if (is_explicit && !has_vr) {
         return tag == Grade::Sound ? Grade::VR_Impossible : Grade::Impossible;
     }
-    const bool fits = !is_explicit || entry == nullptr || Allows(*entry, header.vr);
+    const bool fits = !is_explicit || (entry != nullptr ? Allows(*entry, header.vr)
+                                                        : !Is_Creator(header.tag) ||
+                                                              Holds_Names(header.vr));
     const bool is_nested = Has_Nested_Content(header, entry);
     if (!Is_Length_Possible(header, at, list.limit, is_nested)) {
         return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;

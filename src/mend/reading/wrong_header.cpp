@@ -10,10 +10,13 @@
 //
 // Each reading is tried and judged by the headers that follow. One that has to assume nothing wins
 // over others that are as good. The library, which knows the faults of several makers, is asked too.
+#include "mend/findings/attributes.h"
 #include "mend/reading/element_reader.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <limits>
 
 namespace lib_mend {
 
@@ -47,6 +50,22 @@ bool Is_Control(unsigned char byte)
     constexpr unsigned char Escape = 0x1B;
     return byte < ' ' && byte != '\t' && byte != '\n' && byte != '\f' && byte != '\r' &&
            byte != Escape;
+}
+
+/** Numbers of which the registry wants one, and which are several. */
+bool Holds_Too_Many(const Element_Header& header)
+{
+    constexpr unsigned short Numbers[] = {VR_US, VR_SS, VR_UL, VR_SL, VR_FL, VR_FD};
+    const unsigned short vr = VR_In(header);
+    if (std::find(std::begin(Numbers), std::end(Numbers), vr) == std::end(Numbers)) {
+        return false;
+    }
+    const std::uint32_t width = vr == VR_US || vr == VR_SS ? 2 : vr == VR_FD ? 8 : 4;
+    if (header.length <= width || header.Is_Undefined()) {
+        return false;
+    }
+    const std::optional<Attribute> attribute = Find_Attribute(header.tag);
+    return attribute.has_value() && attribute->vm_max == 1;
 }
 
 constexpr unsigned short Blank_VR = DICOM_VR(' ', ' ');
@@ -194,6 +213,9 @@ void Element_Reader::Offer_Library(Reading& best, const Element_Header& as_read)
 void Element_Reader::Settle(const Element_Header& as_read)
 {
     const bool is_delimiter = as_read.tag.group == Delimiter_Group;
+    if (as_read.tag == Pixel_Data_Tag && Settle_Pixels(as_read)) {
+        return;
+    }
     Reading best;
     Offer(best, as_read, Assumed::Nothing, 0);
     const bool vr_is_known = as_read.form == Header_Form::Implicit || Is_Known_VR(as_read.vr);
@@ -217,7 +239,13 @@ void Element_Reader::Settle(const Element_Header& as_read)
     }
 }
 
-/** A text with bytes in it that are no text: other elements may stand in it. */
+/** A value that cannot be one: other elements may stand in it. */
+bool Element_Reader::Looks_Wrong(const Element_Header& header)
+{
+    return Holds_Controls(header) || Holds_Too_Many(header);
+}
+
+/** A text with bytes in it that are no text. */
 bool Element_Reader::Holds_Controls(const Element_Header& header)
 {
     if (!Is_Text(VR_In(header)) || header.Is_Undefined() || header.length < Shortest_Element) {
@@ -239,7 +267,7 @@ bool Element_Reader::Holds_Controls(const Element_Header& header)
 bool Element_Reader::Hides_Place(const Reading& reading)
 {
     if (reading.header.Is_Undefined() || (reading.assumed == Assumed::Nothing &&
-                                          reading.is_possible && !Holds_Controls(reading.header))) {
+                                          reading.is_possible && !Looks_Wrong(reading.header))) {
         return false;
     }
     const std::int64_t value = position_ + reading.header.size;
@@ -293,8 +321,11 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     if (place.has_value() && !Fits_Place(header, *place)) {
         return false;
     }
+    // A sound header is believed, unless there is no doubt that elements stand in its value.
+    const bool is_doubtful = place.has_value() && place->position < claimed &&
+                             Judge(as_read, position_, Top()) == Grade::Sound && !Is_Strong(*place);
     const bool holds = claimed <= Top().limit &&
-                       (!place.has_value() || Length_Holds(header, claimed, place->position));
+                       (is_doubtful || !place.has_value() || Length_Holds(header, claimed, place->position));
     const std::int64_t end = holds ? claimed : place.has_value() ? place->position : Top().limit;
     Element_Header mended = header;
     mended.length = static_cast<std::uint32_t>(end - value);
@@ -321,6 +352,89 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     if (place.has_value() && !holds) {
         Pop_To(place->levels);
     }
+    return true;
+}
+
+/** Elements follow each other at a place for longer than chance has it. */
+bool Element_Reader::Is_Strong(const Place_Found& place)
+{
+    constexpr int Steps = 8;
+    constexpr int Enough = 18;
+    return Outlook(window_, std::span(levels_).first(place.levels), end_)
+               .Follow(place.position, Steps) >= Enough;
+}
+
+/** Bytes of the image as the elements in front of the pixel data tell it; 0 when they do not. */
+std::int64_t Element_Reader::Size_Of_Image() const
+{
+    std::int64_t rows = 0;
+    std::int64_t columns = 0;
+    std::int64_t bits = 0;
+    std::int64_t samples = 1;
+    std::int64_t frames = 1;
+    for (const DICOM_List& record : Records(levels_.back().head)) {
+        if (record.group != 0x0028 || record.data == nullptr || record.size < 2) {
+            continue;
+        }
+        const bool is_big = Is_Big_Endian(record.byte_order);
+        const std::int64_t number = record.data[is_big ? 1 : 0] | record.data[is_big ? 0 : 1] << 8;
+        switch (record.element) {
+        case 0x0002:
+            samples = number;
+            break;
+        case 0x0008: {
+            const std::string text = Trimmed(Bytes(record.data, record.data + record.size));
+            frames = std::max<std::int64_t>(1, std::strtol(text.c_str(), nullptr, 10));
+            break;
+        }
+        case 0x0010:
+            rows = number;
+            break;
+        case 0x0011:
+            columns = number;
+            break;
+        case 0x0100:
+            bits = number;
+            break;
+        default:
+            break;
+        }
+    }
+    constexpr std::int64_t Most = std::numeric_limits<std::uint32_t>::max();
+    if (frames > Most || rows * columns > Most || rows * columns * frames > Most) {
+        return 0;
+    }
+    const std::int64_t size = rows * columns * frames * samples * (bits / 8);
+    return size + size % 2;
+}
+
+/** The length of native pixel data is wrong, but the image fits what is there exactly. */
+bool Element_Reader::Settle_Pixels(const Element_Header& as_read)
+{
+    const Element_Header header = With_VR(as_read);
+    const std::int64_t value = position_ + header.size;
+    if (header.size == 0 || header.tag <= Top().last || Starts_With_Item(value, header.mode)) {
+        return false;
+    }
+    const std::int64_t size = Size_Of_Image();
+    const std::int64_t end = value + size;
+    Level_View behind = Top();
+    behind.last = header.tag;
+    const bool fits = end == Top().limit ||
+                      (end < Top().limit &&
+                       Judge(Decode_Header(Header_Bytes(end), behind.mode), end, behind) ==
+                           Grade::Sound);
+    if (size == 0 || size == static_cast<std::int64_t>(header.length) || !fits) {
+        return false;
+    }
+    Element_Header mended = header;
+    mended.length = static_cast<std::uint32_t>(size);
+    Report(Fault::Value_Length, Level::Change, header,
+           "the length is " + std::to_string(header.length) + ", but " + std::to_string(size) +
+               " bytes fit what follows");
+    const std::uint32_t claim = header.length;
+    Accept(mended);
+    Note_Claim(mended.length, claim);
     return true;
 }
 
