@@ -47,12 +47,14 @@ public:
 
 private:
     /** What had to be assumed to read a header. */
-    enum class Assumed : unsigned char { Nothing, As_Library, Form, Encoding };
+    enum class Assumed : unsigned char { Nothing, As_Library, Form, Padding, Encoding };
     struct Reading {
         Element_Header header;
         /** Byte-order code of what follows in the list. */
         unsigned char mode = 0;
         Assumed assumed = Assumed::Nothing;
+        /** Form that all headers behind it are taken to have. */
+        Header_Form habit = Header_Form::Implicit;
         /** How well the header and what follows make sense; what follows alone. */
         int points = -1;
         int behind = 0;

@@ -137,7 +137,8 @@ void Element_Reader::Supply_Offset_Table(const Element_Header& header)
         bytes.size() >= 4 &&
         std::all_of(bytes.begin(), bytes.begin() + 4, [](unsigned char byte) { return byte == 0; });
     const std::int64_t next = position_ + header.size + header.length;
-    const bool is_broken_table = !Is_Compressed_Frame(bytes) && Starts_With_Item(next, level.mode) &&
+    const bool is_broken_table = !Is_Compressed_Frame(bytes) &&
+                                 Starts_With_Item(next, level.mode) &&
                                  Is_Compressed_Frame(window_.At(next + Item_Header_Size, Enough));
     if (is_table || is_broken_table || (header.length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
         return;

@@ -29,6 +29,10 @@ struct Level_View {
     std::int64_t end = Open;
     /** Position at which it ends at the latest, with the levels around it. */
     std::int64_t limit = 0;
+    /** Form that all headers are taken to have, whatever their VRs say; Implicit for none. */
+    Header_Form habit = Header_Form::Implicit;
+    /** Odd lengths are taken not to count the byte of padding behind the value. */
+    bool pads = false;
 };
 
 struct Nesting_Level : Level_View {

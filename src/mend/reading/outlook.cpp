@@ -85,9 +85,17 @@ int Outlook::Step()
     return header.tag.group == Delimiter_Group ? Step_Delimiter(header) : Step_Element(header);
 }
 
+Element_Header Outlook::Header_Here()
+{
+    const std::span<const unsigned char> bytes = window_.At(at_, Longest_Header);
+    return Top().habit != Header_Form::Implicit && Is_Explicit(Top().mode)
+               ? Decode_Header_As(bytes, Top().mode, Top().habit)
+               : Decode_Header(bytes, Top().mode);
+}
+
 int Outlook::Step_Element(const Element_Header& read)
 {
-    Element_Header header = read;
+    Element_Header header = Top().habit != Header_Form::Implicit ? Header_Here() : read;
     int most = Sound_Points;
     while (Top().kind != Level_Kind::List) {
         // Only items stand in a sequence; an element is the first one behind it.
@@ -95,7 +103,7 @@ int Outlook::Step_Element(const Element_Header& read)
             return 0;
         }
         Pop();
-        header = Decode_Header(window_.At(at_, Longest_Header), Top().mode);
+        header = Header_Here();
         most = Doubtful_Points;
     }
     constexpr unsigned short Meta_Group = 0x0002;
@@ -108,10 +116,14 @@ int Outlook::Step_Element(const Element_Header& read)
     case Grade::VR_Impossible: {
         const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
         const bool is_long = entry != nullptr && Is_Long_VR(entry->vr[0]);
-        header = Decode_Header_As(window_.At(at_, Longest_Header), header.mode,
-                                  is_long ? Header_Form::Long : Header_Form::Short);
+        const Header_Form form = Top().habit != Header_Form::Implicit ? Top().habit
+                                 : is_long                            ? Header_Form::Long
+                                                                      : Header_Form::Short;
+        header = Decode_Header_As(window_.At(at_, Longest_Header), header.mode, form);
         header.vr = entry != nullptr ? entry->vr[0] : VR_UN;
-        most = Doubtful_Points;
+        // A tag that is known and in order speaks for itself, for those writers that know no VR.
+        most = entry != nullptr ? Fair_Points : Doubtful_Points;
+        Top().last = header.tag;
         break;
     }
     case Grade::Doubtful: {
@@ -159,8 +171,9 @@ void Outlook::Enter(const Element_Header& header)
     at_ += header.size;
     const std::int64_t end = header.Is_Undefined() ? Level_View::Open : at_ + header.length;
     if (!Has_Nested_Content(header, entry)) {
+        const bool is_padded = around.pads && !header.Is_Undefined() && header.length % 2 != 0;
         stopped_ = end == Level_View::Open || end > around.limit;
-        at_ = end;
+        at_ = is_padded ? end + 1 : end;
         return;
     }
     if (header.length == 0) {

@@ -48,6 +48,7 @@ public:
 private:
     int Step();
     int Step_Element(const Element_Header& header);
+    Element_Header Header_Here();
     int Step_Damaged(const Element_Header& header);
     int Step_Delimiter(const Element_Header& header);
     int Step_Item(const Element_Header& header);

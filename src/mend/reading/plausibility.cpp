@@ -93,9 +93,9 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
     if (is_explicit && !has_vr) {
         return tag == Grade::Sound ? Grade::VR_Impossible : Grade::Impossible;
     }
-    const bool fits = !is_explicit || (entry != nullptr ? Allows(*entry, header.vr)
-                                                        : !Is_Creator(header.tag) ||
-                                                              Holds_Names(header.vr));
+    const bool fits =
+        !is_explicit || (entry != nullptr ? Allows(*entry, header.vr)
+                                          : !Is_Creator(header.tag) || Holds_Names(header.vr));
     const bool is_nested = Has_Nested_Content(header, entry);
     if (!Is_Length_Possible(header, at, list.limit, is_nested)) {
         return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;

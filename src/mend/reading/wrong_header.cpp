@@ -116,12 +116,14 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     }
     Outlook look = Look();
     look.Top().mode = reading.mode;
+    look.Top().habit = reading.habit;
+    look.Top().pads = reading.assumed == Assumed::Padding;
     reading.behind = bare >= No_Doubt ? bare : look.Follow_Header(header, position_);
     const int own = grade == Grade::Sound || (items && is_known_sequence) ? Outlook::Sound_Points
                     : grade != Grade::Impossible                          ? Outlook::Doubtful_Points
                                                                           : 0;
     const int needed = own == 0 ? 2 * Outlook::Sound_Points : Possible;
-    reading.points = own + reading.behind - cost;
+    reading.points = own + reading.behind - cost + (items && is_known_sequence ? 1 : 0);
     reading.is_possible = own != 0;
     if (reading.behind >= needed && reading.points > best.points) {
         best = reading;
@@ -130,20 +132,29 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
 
 void Element_Reader::Offer(Reading& best, const Element_Header& header, Assumed assumed, int cost)
 {
-    Offer_Under(best, {header, Top().mode, assumed}, cost);
+    Offer_Under(best, {.header = header, .mode = Top().mode, .assumed = assumed}, cost);
 }
 
 /** The same bytes with a length of 2 and of 4 bytes. */
 void Element_Reader::Offer_Forms(Reading& best, const Element_Header& as_read)
 {
-    if (!Is_Explicit(Top().mode)) {
-        return;
-    }
     const std::span<const unsigned char> bytes = Header_Bytes(position_);
     for (const Header_Form form : {Header_Form::Short, Header_Form::Long, Header_Form::Packed}) {
-        if (form != as_read.form) {
-            Offer(best, Decode_Header_As(bytes, Top().mode, form), Assumed::Form, 2);
+        if (form == as_read.form || !Is_Explicit(Top().mode)) {
+            continue;
         }
+        const Element_Header header = Decode_Header_As(bytes, Top().mode, form);
+        Offer(best, header, Assumed::Form, 2);
+        // Some writers give all headers one form.
+        Offer_Under(best,
+                    {.header = header, .mode = Top().mode, .assumed = Assumed::Form, .habit = form},
+                    4);
+    }
+    if (as_read.length % 2 != 0 && !as_read.Is_Undefined()) {
+        // Others do not count the padding of any value.
+        Element_Header padded = as_read;
+        ++padded.length;
+        Offer(best, padded, Assumed::Padding, 4);
     }
 }
 
@@ -159,8 +170,8 @@ void Element_Reader::Offer_Encodings(Reading& best)
         if (Is_Explicit(mode) && !Is_Known_VR(header.vr)) {
             continue;
         }
-        Offer_Under(best, {header, mode, Assumed::Encoding}, 2);
-        Offer_Under(best, {header, usual, Assumed::Encoding}, 3);
+        Offer_Under(best, {.header = header, .mode = mode, .assumed = Assumed::Encoding}, 2);
+        Offer_Under(best, {.header = header, .mode = usual, .assumed = Assumed::Encoding}, 3);
     }
 }
 
@@ -324,8 +335,8 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     // A sound header is believed, unless there is no doubt that elements stand in its value.
     const bool is_doubtful = place.has_value() && place->position < claimed &&
                              Judge(as_read, position_, Top()) == Grade::Sound && !Is_Strong(*place);
-    const bool holds = claimed <= Top().limit &&
-                       (is_doubtful || !place.has_value() || Length_Holds(header, claimed, place->position));
+    const bool holds = claimed <= Top().limit && (is_doubtful || !place.has_value() ||
+                                                  Length_Holds(header, claimed, place->position));
     const std::int64_t end = holds ? claimed : place.has_value() ? place->position : Top().limit;
     Element_Header mended = header;
     mended.length = static_cast<std::uint32_t>(end - value);
@@ -421,9 +432,8 @@ bool Element_Reader::Settle_Pixels(const Element_Header& as_read)
     Level_View behind = Top();
     behind.last = header.tag;
     const bool fits = end == Top().limit ||
-                      (end < Top().limit &&
-                       Judge(Decode_Header(Header_Bytes(end), behind.mode), end, behind) ==
-                           Grade::Sound);
+                      (end < Top().limit && Judge(Decode_Header(Header_Bytes(end), behind.mode),
+                                                  end, behind) == Grade::Sound);
     if (size == 0 || size == static_cast<std::int64_t>(header.length) || !fits) {
         return false;
     }
@@ -523,6 +533,10 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
         Report(Fault::VR, Level::Change, header,
                "VR=" + VR_Text(reading.header.vr) + " does not exist; it is taken as " +
                    VR_Text(header.vr));
+    } else if (reading.assumed == Assumed::Padding) {
+        Report(Fault::Value_Length, Level::Change, header,
+               "the length is " + std::to_string(as_read.length) + ", but " +
+                   std::to_string(header.length) + " bytes fit what follows");
     } else if (reading.assumed == Assumed::Form) {
         Report(Fault::Header, Level::Change, header,
                header.form == Header_Form::Short ? "its length has 2 bytes instead of 4"
