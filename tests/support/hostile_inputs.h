@@ -206,6 +206,11 @@ inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
               [](Stream_Builder& s, unsigned int) {
                   s.Header(0x0009, 0x1001, "UN", DICOM_Undefined_Length).Item();
               })},
+        {"sequences far too long", Filled(size,
+                                          [](Stream_Builder& s, unsigned int) {
+                                              s.Sequence(0x0040, 0xA730, 0x30000000).Item(12);
+                                              s.Element(0x0040, 0xA040, "CS", "TEXT");
+                                          })},
         {"items too long", Filled(size,
                                   [&](Stream_Builder& s, unsigned int i) {
                                       tag_of(s, i).Raw("SQ").Short(0).Int(18).Item(1000);

@@ -106,7 +106,8 @@ bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
     const bool descends = header.tag <= Top().last;
     std::size_t levels = levels_.size();
     std::size_t list = levels;
-    while (levels > 1 && is_wrong(levels_[levels - 1])) {
+    constexpr std::size_t Levels_Tried = 8;
+    while (levels > 1 && levels_.size() - levels < Levels_Tried && is_wrong(levels_[levels - 1])) {
         const Nesting_Level& level = levels_[levels - 1];
         const bool is_near = std::abs(position_ - level.claimed_end) <= Few_Bytes &&
                              level.claimed_end - level.owner->data_pos > Few_Bytes;

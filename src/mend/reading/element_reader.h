@@ -207,6 +207,10 @@ private:
     /** A search found no place up to here. */
     std::int64_t searched_to_ = -1;
     std::int64_t fragments_searched_to_ = -1;
+    /** Bytes that searches went over; what the last one that found a place went over. */
+    std::int64_t scanned_ = 0;
+    std::int64_t found_from_ = -1;
+    std::int64_t found_at_ = -1;
     /** Place of the last byte of the source that is not zero, found when first asked for. */
     std::int64_t last_nonzero_ = Not_Looked_For;
     int depth_ = 0;

@@ -19,6 +19,10 @@ constexpr std::size_t Levels_Tried = 6;
 constexpr int Steps = 4;
 constexpr int Enough = 8;
 
+/** Bytes that are searched more than once before searches are held together. */
+constexpr std::int64_t Free_Search = 1 << 20;
+constexpr std::int64_t Search_Per_Byte = 16;
+
 /** The quick test that nearly every byte fails. */
 bool May_Be_Header(std::span<const unsigned char> bytes, unsigned char mode)
 {
@@ -68,6 +72,13 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
     const std::size_t lowest = levels_.size() > Levels_Tried ? levels_.size() - Levels_Tried : 0;
     const std::int64_t limit = std::min(until + Overlap, Top().limit);
     std::int64_t at = std::max(from, searched_to_);
+    // Where searches cost more than the data is worth, none goes over what another one went over.
+    const bool is_spent = scanned_ > Free_Search + Search_Per_Byte * position_;
+    const std::int64_t wanted = at;
+    if (is_spent && at >= found_from_ && at < found_at_) {
+        at = found_at_;
+    }
+    const std::int64_t start = at;
     while (at + 8 <= limit) {
         const auto size = static_cast<std::size_t>(std::min(Block, limit - at));
         const std::span<const unsigned char> view = window_.At(at, size);
@@ -84,12 +95,16 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
                 const std::int64_t place = at + static_cast<std::int64_t>(i);
                 if (May_Be_Header(header, levels_[levels - 1].mode) &&
                     Is_Place(place, levels, last)) {
+                    scanned_ += place - start;
+                    found_from_ = wanted;
+                    found_at_ = place;
                     return Place_Found{place, levels};
                 }
             }
         }
         at += std::max<std::int64_t>(std::ssize(bytes) - Overlap, 1);
     }
+    scanned_ += std::max<std::int64_t>(at - start, 0);
     searched_to_ = std::max(searched_to_, limit - Overlap);
     return std::nullopt;
 }

@@ -383,7 +383,11 @@ std::int64_t Element_Reader::Size_Of_Image() const
     std::int64_t bits = 0;
     std::int64_t samples = 1;
     std::int64_t frames = 1;
+    int left = 4096;
     for (const DICOM_List& record : Records(levels_.back().head)) {
+        if (--left < 0) {
+            return 0;
+        }
         if (record.group != 0x0028 || record.data == nullptr || record.size < 2) {
             continue;
         }
