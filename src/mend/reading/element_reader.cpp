@@ -111,6 +111,8 @@ void Element_Reader::Read_In_List()
         return;
     } else if (Judge(header, position_, Top()) == Grade::Sound && Fits_What_Follows(header)) {
         Accept(header);
+    } else if (Leads_On(header)) {
+        Accept(header);
     } else {
         Settle(header);
     }
@@ -141,6 +143,34 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     Level_View behind = Top();
     behind.last = header.tag;
     return Judge(next, end, behind) == Grade::Sound;
+}
+
+/**
+ * Tags that nobody knows are no fault: what leads to the end of the list, or to several elements that
+ * are known, without a contradiction is read as it stands.
+ */
+bool Element_Reader::Leads_On(const Element_Header& header)
+{
+    constexpr std::size_t Most_Levels = 64;
+    std::size_t base = levels_.size() - 1;
+    while (base > 0 && levels_[base].end == Level_View::Open) {
+        --base;
+    }
+    Nesting_Level& anchor = levels_[base];
+    if (levels_.size() - base > Most_Levels || Looks_Wrong(header)) {
+        anchor.held_to = -1;
+        return false;
+    }
+    if (position_ >= anchor.walked_to) {
+        const auto first = levels_.begin() + static_cast<std::ptrdiff_t>(base);
+        const Straight_Reading reading = Read_Straight(window_, {first, levels_.end()}, position_);
+        anchor.held_to = reading.holds ? reading.to : reading.sound_from;
+        anchor.walked_to = std::max(reading.to, position_ + 1);
+    }
+    if (position_ >= anchor.held_to) {
+        anchor.held_to = -1;
+    }
+    return position_ < anchor.held_to;
 }
 
 bool Element_Reader::Spend_Element()
@@ -315,6 +345,10 @@ bool Element_Reader::Is_Trusted(std::int64_t end)
     if (around.kind == Level_Kind::Sequence && next.tag == Item_Tag) {
         return true;
     }
+    const bool may_end = levels_.size() > 1 && around.end == Level_View::Open;
+    if (around.kind == Level_Kind::List && next.tag.group == Delimiter_Group && !may_end) {
+        return false;
+    }
     constexpr int Steps = 3;
     constexpr int Enough = 6;
     return Look().Follow(end, Steps) >= Enough;
@@ -332,7 +366,9 @@ void Element_Reader::Enter(DICOM_List& record, const Element_Header& header, con
     level.limit = Top().limit;
     if (!header.Is_Undefined()) {
         level.claimed_end = position_ + header.size + static_cast<std::int64_t>(header.length);
-        if (Is_Trusted(level.claimed_end)) {
+        if (Is_Trusted(level.claimed_end) ||
+            (level.kind == Level_Kind::Sequence && level.claimed_end <= level.limit &&
+             Are_Items(window_, position_ + header.size, level.claimed_end, level.mode))) {
             level.end = level.claimed_end;
             level.limit = level.claimed_end;
         }

@@ -18,7 +18,7 @@
 #include "mend/io/deflate.h"
 #include "mend/io/window.h"
 #include "mend/reading/data_set.h"
-#include "mend/reading/outlook.h"
+#include "mend/reading/straight.h"
 
 #include <optional>
 #include <vector>
@@ -76,6 +76,7 @@ private:
     void Step();
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
+    bool Leads_On(const Element_Header& header);
     void Accept(const Element_Header& header);
     void Raise_Last(const Element_Header& header);
     void Read_Value(DICOM_List& record, const Element_Header& header);

@@ -130,8 +130,10 @@ Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
         inside.mode = mode;
         inside.mode = Mode_In_Item(window_, first, inside);
         const Element_Header element = Decode_Header(Header_Bytes(first), inside.mode);
+        // Other values than pixel data are not encapsulated, unless no elements stand in them.
+        const Grade needed = Is_Explicit(inside.mode) ? Grade::Doubtful : Grade::Sound;
         const bool holds_elements = !Is_Pixel_Value(header.tag) && Starts_With_Item(value, mode) &&
-                                    Judge(element, first, inside) == Grade::Sound;
+                                    Judge(element, first, inside) >= needed;
         if (!holds_elements) {
             if (record.vr != 0 && !is_OB) {
                 Report(Fault::Fragments, Level::Change, record,
@@ -192,8 +194,13 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         record.vr = VR_UN;
         return bytes;
     }
-    if (!May_Hide_Items(record) || Is_Pixel_Value(header.tag) || !Starts_With_Item(value, mode) ||
-        !Items_Fill(value, end, mode)) {
+    if (!May_Hide_Items(record) || Is_Pixel_Value(header.tag) || !Starts_With_Item(value, mode)) {
+        return bytes;
+    }
+    // Under a tag that is a sequence's they may be damaged; bytes of any other are items from end to
+    // end, or none.
+    const bool is_known = record.dict != nullptr && record.dict->vr[0] == VR_SQ;
+    if (is_known ? !Items_Fill(value, end, mode) : !Are_Items(window_, value, end, mode)) {
         return bytes;
     }
     if (is_foreign) {

@@ -47,6 +47,9 @@ struct Nesting_Level : Level_View {
     std::int64_t claimed_end = Open;
     /** Byte-order code in which its elements began. */
     unsigned char usual_mode = 0;
+    /** What a straight reading found: headers in front of this place hold, and it went so far. */
+    std::int64_t held_to = -1;
+    std::int64_t walked_to = -1;
     /** What is wrong with its end was said. */
     bool said = false;
     /** Tag of the last element of the last item of a sequence. */

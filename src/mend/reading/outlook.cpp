@@ -111,6 +111,12 @@ int Outlook::Step_Element(const Element_Header& read)
     case Grade::Impossible:
         return Step_Damaged(header);
     case Grade::Length_Impossible:
+        if (Holds_Item(header)) {
+            // What is too long by a few bytes is still seen by its items.
+            Top().last = header.tag;
+            most = Fair_Points;
+            break;
+        }
         stopped_ = true;
         return Is_Explicit(header.mode) ? Length_Points : Doubtful_Points;
     case Grade::VR_Impossible: {
@@ -139,6 +145,13 @@ int Outlook::Step_Element(const Element_Header& read)
     }
     Enter(header);
     return most;
+}
+
+bool Outlook::Holds_Item(const Element_Header& header)
+{
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const std::span<const unsigned char> bytes = window_.At(at_ + header.size, Longest_Header);
+    return Has_Nested_Content(header, entry) && Decode_Header(bytes, Top().mode).tag == Item_Tag;
 }
 
 /** One header may be damaged, when its length leads to a sound one all the same. */

@@ -52,6 +52,7 @@ private:
     int Step_Damaged(const Element_Header& header);
     int Step_Delimiter(const Element_Header& header);
     int Step_Item(const Element_Header& header);
+    bool Holds_Item(const Element_Header& header);
     void Enter(const Element_Header& header);
     bool Leave_Ended();
 

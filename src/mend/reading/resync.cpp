@@ -47,29 +47,40 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
 {
     const Nesting_Level& level = levels_[levels - 1];
     const Element_Header header = Decode_Header(Header_Bytes(at), level.mode);
+    // A private element shows by the one in front of it, if that is what it says it is.
+    const bool has_company = levels == levels_.size() && header.tag.group == last.group &&
+                             last.group % 2 != 0 && last > level.last;
+    const Tag behind = has_company ? last : level.last;
     if (header.tag.group != Delimiter_Group) {
         Level_View list = level;
-        list.last = levels == levels_.size() ? std::max(last, level.last) : level.last;
-        if (level.kind != Level_Kind::List || Judge(header, at, list) != Grade::Sound) {
+        list.last = behind;
+        const Grade grade = Judge(header, at, list);
+        const bool may_be_items =
+            grade == Grade::Length_Impossible && Starts_With_Item(at + header.size, level.mode);
+        if (level.kind != Level_Kind::List || (grade != Grade::Sound && !may_be_items)) {
             return false;
         }
     }
     Outlook look(window_, std::span(levels_).first(levels), end_);
-    look.Top().last = levels == levels_.size() ? std::max(last, level.last) : level.last;
+    look.Top().last = behind;
     return look.Follow(at, Steps) >= Enough;
 }
 
 /**
  * Finds where elements go on, not before `from` and before `until`.
  *
- * @param last  tag that elements of the innermost list have to follow
+ * @param last  tag of the element in front, to which private ones may belong
  */
 std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64_t from, Tag last,
                                                                       std::int64_t until)
 {
     constexpr std::int64_t Block = 16384;
     constexpr std::int64_t Overlap = static_cast<std::int64_t>(Longest_Header) - 1;
-    const std::size_t lowest = levels_.size() > Levels_Tried ? levels_.size() - Levels_Tried : 0;
+    std::size_t lowest = levels_.size() > Levels_Tried ? levels_.size() - Levels_Tried : 0;
+    // A length that is believed holds whatever stands in it.
+    for (std::size_t level = lowest + 1; level < levels_.size(); ++level) {
+        lowest = levels_[level].end != Level_View::Open ? level : lowest;
+    }
     const std::int64_t limit = std::min(until + Overlap, Top().limit);
     std::int64_t at = std::max(from, searched_to_);
     // Where searches cost more than the data is worth, none goes over what another one went over.

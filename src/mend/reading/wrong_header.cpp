@@ -286,7 +286,7 @@ bool Element_Reader::Hides_Place(const Reading& reading)
         return false;
     }
     const std::int64_t end = value + reading.header.length;
-    const std::optional<Place_Found> place = Find_Place(position_ + 1, {}, end);
+    const std::optional<Place_Found> place = Find_Place(position_ + 1, reading.header.tag, end);
     return place.has_value() && place->position < end;
 }
 
@@ -328,7 +328,7 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     const std::int64_t value = position_ + header.size;
     const std::int64_t claimed =
         header.Is_Undefined() ? Top().limit + 1 : value + static_cast<std::int64_t>(header.length);
-    const std::optional<Place_Found> place = Find_Place(value, {}, Top().limit);
+    const std::optional<Place_Found> place = Find_Place(value, header.tag, Top().limit);
     if (place.has_value() && !Fits_Place(header, *place)) {
         return false;
     }
@@ -371,6 +371,12 @@ bool Element_Reader::Is_Strong(const Place_Found& place)
 {
     constexpr int Steps = 8;
     constexpr int Enough = 18;
+    const Nesting_Level& list = levels_[place.levels - 1];
+    const Element_Header next = Decode_Header(Header_Bytes(place.position), list.mode);
+    if (next.tag == Pixel_Data_Tag && next.length != 0 &&
+        place.position + next.size + static_cast<std::int64_t>(next.length) == list.limit) {
+        return true;
+    }
     return Outlook(window_, std::span(levels_).first(place.levels), end_)
                .Follow(place.position, Steps) >= Enough;
 }
