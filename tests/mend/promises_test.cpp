@@ -4,13 +4,9 @@
 
 #include "support/fault_generator.h"
 #include "support/recovery.h"
+#include "support/samples.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -21,7 +17,7 @@ void Expect_Promises(const std::string& name, const std::string& bytes)
     }
 }
 
-TEST(Promises, Hold_For_Sound_Files)
+TEST(Promises, HoldForSoundFiles)
 {
     for (const Sound_File& sound : Made_Sound_Files()) {
         ASSERT_EQ(sound.plain.error, "") << sound.name;
@@ -30,7 +26,7 @@ TEST(Promises, Hold_For_Sound_Files)
     }
 }
 
-TEST(Promises, Hold_For_Faults_Of_Every_Kind)
+TEST(Promises, HoldForFaultsOfEveryKind)
 {
     // Known gaps, listed in docs/faults.md: bytes that look like items or like none, in implicit VR, and
     // damage that moves the pixel data into a sequence.
@@ -52,7 +48,7 @@ TEST(Promises, Hold_For_Faults_Of_Every_Kind)
     EXPECT_LE(broken_cases, Known_Gaps) << broken;
 }
 
-TEST(Recovery, Brings_Nearly_All_Elements_Back)
+TEST(Recovery, BringsNearlyAllElementsBack)
 {
     const Kind_Of_Fault_Count all = Count_Recovery(Made_Sound_Files(), 3).back();
     EXPECT_GT(all.cases, 600U);
@@ -61,22 +57,9 @@ TEST(Recovery, Brings_Nearly_All_Elements_Back)
               0.93 * static_cast<double>(all.pictures));
 }
 
-TEST(Promises, Hold_For_Samples)
+TEST(Promises, HoldForSamples)
 {
-    const char* const folder = std::getenv("LIB_DICOM_SAMPLES");
-    if (folder == nullptr) {
-        GTEST_SKIP() << "LIB_DICOM_SAMPLES names no folder of samples";
-    }
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().extension() == ".dcm") {
-            std::ifstream stream(entry.path(), std::ios::binary);
-            Expect_Promises(entry.path().filename(), {std::istreambuf_iterator<char>(stream), {}});
-            ++count;
-        }
-    }
-    std::printf("the promises were held against %d samples\n", count);
-    EXPECT_GT(count, 0);
+    For_Each_Sample(&Expect_Promises);
 }
 
 }  // namespace

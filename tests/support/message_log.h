@@ -5,6 +5,8 @@
 #include <Lib_Util/Lib_Util.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -42,6 +44,17 @@ public:
         }
         return text;
     }
+    /** Severities and texts, one message a line; "line:N" for every line of a source. */
+    std::string Lines() const
+    {
+        std::string lines;
+        for (const Message& message : messages_) {
+            char severity[16];
+            std::snprintf(severity, sizeof severity, "%X ", message.severity);
+            lines += severity + message.text + "\n";
+        }
+        return std::regex_replace(lines, std::regex(" line:[0-9]+\n"), " line:N\n");
+    }
     /** Number of messages whose text holds `part`. */
     long Count(const std::string& part) const
     {
@@ -63,5 +76,11 @@ private:
     int saved_trace_;
     std::vector<Message> messages_;
 };
+
+/** The lines of an error: the unit that reports it, and its text. */
+inline std::string Error_Lines(const std::string& unit, const std::string& text)
+{
+    return "80000001 file:" + unit + " line:N\n2 " + text + "\n";
+}
 
 #endif

@@ -7,6 +7,9 @@
 #include "mend/reading/tree.h"
 #include "support/stream_builder.h"
 
+#include <gtest/gtest.h>
+
+#include <span>
 #include <string>
 
 struct Read_File {
@@ -87,6 +90,25 @@ inline constexpr char Small_Elements[] = "0008,0016=1.2.840.10008.5.1.4.1.1.7\n"
 inline std::string Small_File()
 {
     return Part10_Head("1.2.840.10008.1.2.1") + Small_Data_Set();
+}
+
+/** A file that holds the small data set, whatever else is wrong with it. */
+struct Small_File_Case {
+    const char* name;
+    std::string bytes;
+    std::string findings;
+    std::string skipped = {};
+};
+
+inline void Expect_Small_Files(std::span<const Small_File_Case> cases)
+{
+    for (const Small_File_Case& each : cases) {
+        SCOPED_TRACE(each.name);
+        const Read_File read = Read_In_Memory(each.bytes);
+        EXPECT_EQ(read.elements, Small_Elements);
+        EXPECT_EQ(read.findings, each.findings);
+        EXPECT_EQ(read.skipped, each.skipped);
+    }
 }
 
 #endif

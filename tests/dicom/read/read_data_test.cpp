@@ -119,11 +119,8 @@ TEST(Read_Data_File, ReportsAnEndInsideTheValue)
     Byte_Input input(NEMA_Source_File, "abc");
     const Message_Log log;
     EXPECT_EQ(NEMA_Read_Buffer(nullptr, 1, input.where, input.Ptr(), 0, 5), nullptr);
-    ASSERT_EQ(log.All().size(), 2U);
-    EXPECT_EQ(log.All()[0].severity, 0x80000001U);
-    EXPECT_THAT(log.All()[0].text, StartsWith("file:NEMA_Read_Data line:"));
-    EXPECT_EQ(log.All()[1].severity, 2U);
-    EXPECT_EQ(log.All()[1].text, "End of File while reading: (3 /vs/ 5) (scan.dcm)");
+    EXPECT_EQ(log.Lines(),
+              Error_Lines("NEMA_Read_Data", "End of File while reading: (3 /vs/ 5) (scan.dcm)"));
     EXPECT_EQ(input.Position(), 3);
 }
 

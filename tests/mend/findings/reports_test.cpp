@@ -8,7 +8,7 @@ namespace {
 
 using namespace lib_mend;
 
-TEST(Privacy, Quotes_Numbers_Tags_Registered_UIDs_And_Terms_Only)
+TEST(Privacy, QuotesNumbersTagsRegisteredUIDsAndTermsOnly)
 {
     struct Row {
         Tag tag;
@@ -51,7 +51,7 @@ TEST(Privacy, Quotes_Numbers_Tags_Registered_UIDs_And_Terms_Only)
     }
 }
 
-TEST(Privacy, Shows_Both_Values_Of_A_Finding_Or_None)
+TEST(Privacy, ShowsBothValuesOfAFindingOrNone)
 {
     Findings findings;
     const Path path;
@@ -65,7 +65,7 @@ TEST(Privacy, Shows_Both_Values_Of_A_Finding_Or_None)
     EXPECT_EQ(Shown_Text(findings.All()[2], true), "kept: \"jane\"");
 }
 
-TEST(Privacy, Sums_Up_What_Exceeds_A_Hundred_Of_A_Kind)
+TEST(Privacy, SumsUpWhatExceedsAHundredOfAKind)
 {
     for (const int more : {0, 1, 7}) {
         Findings findings;

@@ -6,6 +6,7 @@
 #include "mend/reading/tree.h"
 #include "support/fault_generator.h"
 #include "support/mend_in_memory.h"
+#include "support/samples.h"
 #include "support/stream_builder.h"
 
 #include <gtest/gtest.h>
@@ -340,25 +341,12 @@ TEST(Undoing, BringsTheValuesOfGeneratedFaultsBack)
 
 TEST(Undoing, BringsTheValuesOfSamplesBack)
 {
-    const char* const directory = std::getenv("LIB_DICOM_SAMPLES");
-    if (directory == nullptr) {
-        GTEST_SKIP() << "LIB_DICOM_SAMPLES is not set";
-    }
     Mend_Options to_utf8 = Recording();
     to_utf8.heal.to_utf8 = true;
-    int count = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
-        if (!entry.is_regular_file()) {
-            continue;
-        }
-        std::ifstream stream(entry.path(), std::ios::binary);
-        const std::string file{std::istreambuf_iterator<char>(stream), {}};
-        EXPECT_EQ(Not_Undone(file, Recording()), "") << entry.path();
-        EXPECT_EQ(Not_Undone(file, to_utf8), "") << entry.path();
-        ++count;
-    }
-    EXPECT_GT(count, 0);
-    std::printf("samples used: %d files\n", count);
+    For_Each_Sample([&](const std::string& name, const std::string& file) {
+        EXPECT_EQ(Not_Undone(file, Recording()), "") << name;
+        EXPECT_EQ(Not_Undone(file, to_utf8), "") << name;
+    });
 }
 
 }  // namespace

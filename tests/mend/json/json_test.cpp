@@ -36,7 +36,7 @@ struct Row {
 };
 
 /** Each value as that of (0011,1010) goes to JSON and back. */
-TEST(JSON, Holds_The_Values_Of_Every_VR)
+TEST(JSON, HoldsTheValuesOfEveryVR)
 {
     const Row rows[] = {
         {"AE", " A  ", R"(,"Value":[" A"])"},
@@ -148,7 +148,7 @@ void Expect_Findings(const Hostile_Row& row)
     EXPECT_EQ(elements, row.elements) << row.json;
 }
 
-TEST(JSON, Says_Where_A_Text_Is_No_JSON)
+TEST(JSON, SaysWhereATextIsNoJSON)
 {
     const Hostile_Row rows[] = {
         {"",
@@ -184,7 +184,7 @@ TEST(JSON, Says_Where_A_Text_Is_No_JSON)
 }
 
 /** Each stands behind {"00111010": in a second line, and an element that is sound follows. */
-TEST(JSON, Says_Which_Element_Is_Wrong_And_Keeps_The_Others)
+TEST(JSON, SaysWhichElementIsWrongAndKeepsTheOthers)
 {
     const Hostile_Row rows[] = {
         {R"(7)", "error json (0011,1010) line 2, column 1: an element is no object\n", 1},
@@ -294,7 +294,7 @@ TEST(JSON, Says_Which_Element_Is_Wrong_And_Keeps_The_Others)
 }
 
 /** In both byte orders: what is not little endian in the file cannot be a reference to it. */
-TEST(JSON, Refers_To_Long_Values_Where_The_File_Holds_Them)
+TEST(JSON, RefersToLongValuesWhereTheFileHoldsThem)
 {
     const struct {
         const char* syntax;
@@ -333,7 +333,7 @@ TEST(JSON, Refers_To_Long_Values_Where_The_File_Holds_Them)
 }
 
 /** The caller's bytes are the value, and those of encapsulated data become its fragments. */
-TEST(JSON, Asks_Its_Caller_For_Values_That_Stand_Elsewhere)
+TEST(JSON, AsksItsCallerForValuesThatStandElsewhere)
 {
     Findings findings;
     const Library_Session session(findings);

@@ -2,15 +2,11 @@
 // when LIB_DICOM_SAMPLES names a folder of them, samples.
 #include "support/fault_generator.h"
 #include "support/json_round_trip.h"
+#include "support/samples.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -73,7 +69,7 @@ std::string Differences_When_Written(const std::string& file)
     return differences;
 }
 
-TEST(JSON, Brings_Made_Files_And_Their_Faults_Back)
+TEST(JSON, BringsMadeFilesAndTheirFaultsBack)
 {
     int cases = 0;
     for (const Sound_File& sound : Made_Sound_Files()) {
@@ -90,24 +86,12 @@ TEST(JSON, Brings_Made_Files_And_Their_Faults_Back)
     EXPECT_GT(cases, 100);
 }
 
-TEST(JSON, Brings_Samples_Back)
+TEST(JSON, BringsSamplesBack)
 {
-    const char* const folder = std::getenv("LIB_DICOM_SAMPLES");
-    if (folder == nullptr) {
-        GTEST_SKIP() << "LIB_DICOM_SAMPLES names no folder of samples";
-    }
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().extension() == ".dcm") {
-            std::ifstream stream(entry.path(), std::ios::binary);
-            const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-            EXPECT_EQ(Differences_In(bytes), "") << entry.path().filename();
-            EXPECT_EQ(Differences_When_Written(bytes), "") << entry.path().filename();
-            ++count;
-        }
-    }
-    std::printf("%d samples went to JSON and back\n", count);
-    EXPECT_GT(count, 0);
+    For_Each_Sample([](const std::string& name, const std::string& bytes) {
+        EXPECT_EQ(Differences_In(bytes), "") << name;
+        EXPECT_EQ(Differences_When_Written(bytes), "") << name;
+    });
 }
 
 }  // namespace

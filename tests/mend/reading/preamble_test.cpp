@@ -18,13 +18,6 @@ std::string Zeros(std::size_t count)
     return std::string(count, '\0');
 }
 
-struct Case {
-    const char* name;
-    std::string bytes;
-    std::string findings;
-    std::string skipped = {};
-};
-
 TEST(Preamble, IsFoundWhateverStandsInItsPlace)
 {
     const std::string& rest = Group_And_Data();
@@ -33,7 +26,7 @@ TEST(Preamble, IsFoundWhateverStandsInItsPlace)
     const std::string bare =
         "change preamble no preamble and no file meta information; " + in_explicit;
     const std::string no_group = "change file-meta no file meta information; " + in_explicit;
-    const Case cases[] = {
+    const Small_File_Case cases[] = {
         {"sound", Small_File(), ""},
         {"in use", "II*\0"s + Zeros(124) + "DICM" + rest,
          "info preamble-used the preamble holds data of an application, which the output does "
@@ -76,13 +69,7 @@ TEST(Preamble, IsFoundWhateverStandsInItsPlace)
         {"junk and nothing", junk + Small_Data_Set(),
          ("change preamble 300 bytes stand in front of the data set\n" + bare), junk},
     };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.name);
-        const Read_File read = Read_In_Memory(each.bytes);
-        EXPECT_EQ(read.elements, Small_Elements);
-        EXPECT_EQ(read.findings, each.findings);
-        EXPECT_EQ(read.skipped, each.skipped);
-    }
+    Expect_Small_Files(cases);
 }
 
 TEST(Preamble, IsLookedForInTheFirstMebibyte)

@@ -38,12 +38,6 @@ std::string Exchanged(std::string bytes)
 
 TEST(Wrapper, IsTakenOff)
 {
-    struct Case {
-        const char* name;
-        std::string bytes;
-        std::string findings;
-        std::string skipped = {};
-    };
     const std::string file = Small_File();
     const std::string gzip = Compressed(file, Gzip_Window);
     const std::string zlib = Compressed(file, Zlib_Window);
@@ -52,7 +46,7 @@ TEST(Wrapper, IsTakenOff)
         "change wrapper the file stands in a gzip wrapper, and is taken out of it\n";
     std::string wrong_sum = gzip;
     wrong_sum[wrong_sum.size() - 8] ^= 1;
-    const Case cases[] = {
+    const Small_File_Case cases[] = {
         {"gzip", gzip, taken},
         {"zlib", zlib,
          "change wrapper the file stands in a zlib wrapper, and is taken out of it\n"},
@@ -86,13 +80,7 @@ TEST(Wrapper, IsTakenOff)
          "change preamble no preamble and no file meta information; the data set is in deflated "
          "explicit VR little endian\n"},
     };
-    for (const Case& each : cases) {
-        SCOPED_TRACE(each.name);
-        const Read_File read = Read_In_Memory(each.bytes);
-        EXPECT_EQ(read.elements, Small_Elements);
-        EXPECT_EQ(read.findings, each.findings);
-        EXPECT_EQ(read.skipped, each.skipped);
-    }
+    Expect_Small_Files(cases);
 }
 
 TEST(Wrapper, OfATextStays)
