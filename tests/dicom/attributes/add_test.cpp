@@ -184,11 +184,14 @@ TEST_F(Add, StoresDatesAndTimes)
 TEST_F(Add, RefusesWhatIsMissingOrUnknown)
 {
     const char* const texts[] = {"A", nullptr};
+    const OrisWare_Date date = {};
+    const OrisWare_Time time = {};
     const struct {
         unsigned short vr;
         int count;
         const void* argument;
         const char* reason;
+        const void* second = nullptr;
     } rows[] = {
         {VR_LO, -2, texts, "DICOM_Tag_Add_Text_Multiple(! pt_char[i])"},
         {VR_LO, 1, nullptr, "DICOM_Tag_Add_Text_Multiple(! pt_char)"},
@@ -205,12 +208,16 @@ TEST_F(Add, RefusesWhatIsMissingOrUnknown)
         {VR_DA, -1, nullptr, "DICOM_Tag_Add_DA(! oris_date)"},
         {VR_TM, -1, nullptr, "DICOM_Tag_Add_TM(! oris_time)"},
         {VR_DA, 1, nullptr, "DICOM_Tag_Add_DA(! oris_date)"},
+        {VR_DT, -1, nullptr, "DICOM_Tag_Add_DT(! oris_date)", &time},
+        {VR_DT, -1, &date, "DICOM_Tag_Add_DT(! oris_time)"},
+        {VR_DT, 1, nullptr, "DICOM_Tag_Add_DT(! oris_date)", &time},
+        {VR_DT, 1, &date, "DICOM_Tag_Add_DT(! oris_time)"},
         {VR_OF, 1, nullptr, "tag (0009,1001) VR=OF not implemented"},
     };
     for (const auto& row : rows) {
         List list;
         const Message_Log log(9);
-        list.Add(row.vr, row.count, row.argument);
+        list.Add(row.vr, row.count, row.argument, row.second);
         EXPECT_EQ(list.head->data, nullptr);
         EXPECT_EQ(log.Count(row.reason), 1) << row.reason;
     }
@@ -223,6 +230,9 @@ TEST_F(Add, LeavesAnExistingValueAndOpensSequences)
     EXPECT_EQ(list.Add(VR_SH, 1, "new"), list.head);
     EXPECT_EQ(list.head->vr, VR_LO);
     EXPECT_EQ(list.Value(), "old ");
+    list.head->flags = 0;
+    list.Add(VR_SH, 1, "new");
+    EXPECT_EQ(list.Value(), "new ");
     DICOM_Builder builder = list.Builder();
     builder.Open_Sequence(0x0008, 0x1140);
     builder.Text<VR_UI>(0x0008, 0x1155, "1.2");

@@ -449,11 +449,15 @@ INSTANTIATE_TEST_SUITE_P(File, Read_Value_File, testing::Values(NEMA_Source_File
 
 TEST_P(Read_Value_File, KeepsWhatAShortReadGave)
 {
+    Record behind(VR_OB, 2000, 3000);
     Record record(VR_OB, 2000, 2000);
-    const Message_Log log;
-    EXPECT_EQ(Extract("Hex", record), "null");
-    EXPECT_EQ(log.All().back().text,
-              "End of File while reading: (1000 /vs/ 2000) (" + shown_path_ + ")");
+    for (const auto& [value, count] : {std::pair(&behind, "0"), std::pair(&record, "1000")}) {
+        const Message_Log log;
+        EXPECT_EQ(Extract("Hex", *value), "null");
+        EXPECT_EQ(log.Lines(),
+                  Error_Lines("NEMA_Read_Value", std::string("End of File while reading: (") +
+                                                     count + " /vs/ 2000) (" + shown_path_ + ")"));
+    }
     EXPECT_EQ(Extract("Hex", record), bytes_.substr(2000) + std::string(1000, '\0') + "1");
 }
 
