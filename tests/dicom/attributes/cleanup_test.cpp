@@ -360,6 +360,17 @@ TEST_F(Cleanup, ChecksTheSizeAndTheNumberOfValues)
         EXPECT_EQ(record->flags & DICOM_Mark_Invalid, row.message.empty() ? 0 : 0x0800);
         EXPECT_EQ(record.Value().find(row.value), 0U);
     }
+    // One value, whatever they hold.
+    const std::pair<unsigned short, const char*> whole[] = {
+        {VR_AS, "045Y"}, {VR_LT, "1\\2 "}, {VR_ST, "1\\2 "}};
+    for (const auto& [vr, value] : whole) {
+        TAG_db_Elems entry = {};
+        entry.nb_vr = 1;
+        entry.vm[0] = {1, 1};
+        Record record(vr, value);
+        record->dict = &entry;
+        EXPECT_EQ(record.Cleanup(), 1) << Name(vr);
+    }
 }
 
 TEST_F(Cleanup, KnowsTheNewerVRsOfTheCurrentStandard)
