@@ -1,11 +1,15 @@
 // Time for inputs that are made to hurt, a megabyte each: every line has to stay far below a second.
+//
+//   bench_hostile [KILOBYTES] [record]     other sizes; `record` keeps what is changed in the file
 #include "mend/interface/mend.h"
 #include "mend/reading/reader.h"
 #include "support/hostile_inputs.h"
 
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -24,14 +28,16 @@ Data_Set Read(const std::string& file, Findings& findings)
     return lib_mend::Read_Data_Set(Source::From_Image(image, "hostile"), findings);
 }
 
-void Read_And_Mend(benchmark::State& state, const std::string& file)
+void Read_And_Mend(benchmark::State& state, const std::string& file, bool record)
 {
+    lib_mend::Mend_Options options;
+    options.heal.record = record;
     for (auto step : state) {
         Findings findings;
         const Library_Session session(findings);
         Data_Set set = Read(file, findings);
         Encoded_File out;
-        benchmark::DoNotOptimize(lib_mend::Mend(set, {}, findings, out));
+        benchmark::DoNotOptimize(lib_mend::Mend(set, options, findings, out));
     }
 }
 
@@ -150,10 +156,13 @@ BENCHMARK(Extract_Values)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
-    for (Hostile_Input& input : hostile::All(hostile::Megabyte)) {
-        benchmark::RegisterBenchmark(input.name.c_str(), [file = std::move(input.file)](
-                                                             benchmark::State& state) {
-            Read_And_Mend(state, file);
+    const std::size_t kilobytes = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 0;
+    const bool record = argc > 1 && std::string_view(argv[argc - 1]) == "record";
+    for (Hostile_Input& input :
+         hostile::All(kilobytes != 0 ? kilobytes * 1024 : hostile::Megabyte)) {
+        benchmark::RegisterBenchmark(input.name.c_str(), [file = std::move(input.file),
+                                                          record](benchmark::State& state) {
+            Read_And_Mend(state, file, record);
         })->Unit(benchmark::kMillisecond);
     }
     benchmark::RunSpecifiedBenchmarks();

@@ -282,7 +282,9 @@ std::string Byte(int value)
 void Add_Files(Folder& folder)
 {
     for (const Seed& file : Files()) {
-        folder.Add("mend", file.name, Byte(0), file.bytes);
+        // The target of the C interface sets an empty name three times.
+        folder.Add("interface", file.name, std::string(14, '\0'), file.bytes);
+        folder.Add("mend", file.name, Byte(0) + Byte(0), file.bytes);
         folder.Add("json", file.name, Byte(1), file.bytes);
     }
     folder.Add(
@@ -293,9 +295,14 @@ void Add_Files(Folder& folder)
         R"("00200013":{"vr":"IS","Value":[1,"01"]},"00280009":{"vr":"AT","Value":["00181063"]},)"
         R"("00181114":{"vr":"FD","Value":[1.5,"NaN",-0.0]},)"
         R"("7FE00010":{"vr":"OB","InlineBinary":"/v8A4AAAAAD+/wDgAgAAAP/Y/v/d4AAAAAA="}}])");
-    for (int options = 1; options < 32; ++options) {
-        folder.Add("mend", "options_" + std::to_string(options), Byte(options),
-                   Part10_Head(Explicit_Little_UID) + Sound(8));
+    const std::string sound = Part10_Head(Explicit_Little_UID) + Sound(8);
+    for (int options = 1; options < 64; ++options) {
+        const std::string name = "options_" + std::to_string(options);
+        folder.Add("mend", name, Byte(options) + Byte(options), sound);
+        folder.Add("interface", name,
+                   Byte(options) + Byte(options & 3) + Byte(options) + Byte(options / 8) +
+                       Byte(options / 6) + Byte(options) + std::string(8, '\5'),
+                   sound);
     }
 }
 
@@ -444,7 +451,8 @@ int main(int argc, char** argv)
         std::ifstream file(argv[i], std::ios::binary);
         std::string bytes(static_cast<std::size_t>(fs::file_size(argv[i])), '\0');
         file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        folder.Add("mend", fs::path(argv[i]).filename(), Byte(0), bytes);
+        folder.Add("mend", fs::path(argv[i]).filename(), Byte(0) + Byte(0), bytes);
+        folder.Add("interface", fs::path(argv[i]).filename(), std::string(14, '\0'), bytes);
         folder.Add("json", fs::path(argv[i]).filename(), Byte(1), bytes);
     }
     return folder.Complete() ? 0 : 1;

@@ -1,6 +1,6 @@
 // The whole way of a file through the mending layer: the promises hold for whatever comes in.
 //
-// Input: options of mending; the file.
+// Input: two bytes of options of mending; the file.
 #include "fuzz_target.h"
 #include "support/promises.h"
 
@@ -8,15 +8,25 @@
 
 namespace {
 
-lib_mend::Mend_Options Options(std::uint8_t byte)
+/** Mostly what the file declares itself. */
+constexpr const char* Character_Sets[] = {
+    "", "", "", "", "", "ISO_IR 100", "\\ISO 2022 IR 87\\ISO 2022 IR 159", "ISO_IR 192",
+};
+
+lib_mend::Mend_Options Options(std::uint8_t of_output, std::uint8_t of_values)
 {
     lib_mend::Mend_Options options;
-    options.syntax = static_cast<lib_mend::Output_Syntax>(byte & 3);
-    options.drop_private = (byte & 4) != 0;
-    options.group_lengths = (byte & 8) != 0;
-    options.defined_lengths = (byte & 16) != 0;
-    options.heal.strict = (byte & 32) != 0;
-    options.heal.replace_uids = (byte & 64) != 0;
+    options.syntax = static_cast<lib_mend::Output_Syntax>(of_output & 3);
+    options.drop_private = (of_output & 4) != 0;
+    options.group_lengths = (of_output & 8) != 0;
+    options.defined_lengths = (of_output & 16) != 0;
+    options.heal.strict = (of_output & 32) != 0;
+    options.heal.replace_uids = (of_output & 64) != 0;
+    options.heal.pad_pixels = (of_values & 1) != 0;
+    options.heal.to_utf8 = (of_values & 2) != 0;
+    options.heal.record = (of_values & 4) != 0;
+    options.heal.record_time = "20240229120000";
+    options.heal.charset = Character_Sets[of_values >> 3 & 7];
     return options;
 }
 
@@ -25,7 +35,8 @@ lib_mend::Mend_Options Options(std::uint8_t byte)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::Input input(data, size);
-    const lib_mend::Mend_Options options = Options(input.Byte());
+    const std::uint8_t of_output = input.Byte();
+    const lib_mend::Mend_Options options = Options(of_output, input.Byte());
     const auto rest = input.Rest();
     const std::string broken = Broken_Promises({rest.begin(), rest.end()}, options);
     if (!broken.empty()) {

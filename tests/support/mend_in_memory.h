@@ -65,12 +65,13 @@ inline Mended_File Mend_In_Memory(const std::string& bytes,
     return mended;
 }
 
-inline Mended_File Check_In_Memory(const std::string& bytes)
+inline Mended_File Check_In_Memory(const std::string& bytes,
+                                   const lib_mend::Heal_Options& options = {})
 {
     lib_mend::Findings findings;
     const lib_mend::Library_Session session(findings);
     lib_mend::Data_Set set = Read_Data_Set(Source_Of(bytes), findings);
-    Check(set, {}, findings);
+    Check(set, options, findings);
     Mended_File checked;
     checked.done = true;
     checked.findings = findings.All();

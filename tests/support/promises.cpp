@@ -211,7 +211,7 @@ std::string Broken_Promises(const std::string& file, const Mend_Options& options
         }
     }
     if (options.syntax == Output_Syntax::Keep) {
-        broken += Compare_Findings(Check_In_Memory(file), mended);
+        broken += Compare_Findings(Check_In_Memory(file, options.heal), mended);
     }
     return broken;
 }

@@ -148,6 +148,27 @@ TEST_F(Tool, ReadsPipesToTheirEnd)
     EXPECT_EQ(run.status, 0);
 }
 
+TEST_F(Tool, ListsAnyDepth)
+{
+    Stream_Builder stream;
+    constexpr int Levels = 100'000;
+    for (int i = 0; i < Levels; ++i) {
+        stream.Sequence(0x0008, 0x1140).Item();
+    }
+    stream.US(0x0028, 0x0010, 7);
+    for (int i = 0; i < Levels; ++i) {
+        stream.Item_End().Sequence_End();
+    }
+    const std::string path = Write("deep.dcm", Part10_Head("1.2.840.10008.1.2.1") + stream.Bytes());
+    for (const char* const format : {"text", "tsv"}) {
+        const Outcome run = Run_Tool(std::string("list --format ") + format + " " + path);
+        EXPECT_EQ(run.status, 0) << run.text.substr(0, 1000);
+        EXPECT_NE(run.text.find(format[1] == 'e' ? "Rows" : "/0028,0010\tUS\t2\t0700\n"),
+                  std::string::npos)
+            << format;
+    }
+}
+
 TEST_F(Tool, KeepsGarbageInAFile)
 {
     const std::string junk = "junk in front";

@@ -3,11 +3,15 @@
 #include "mend/findings/letters.h"
 #include "mend/healing/character_set.h"
 #include "mend/json/to_json.h"
+#include "mend/reading/tree.h"
 #include "value_text.h"
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace dicom_mend {
 
@@ -23,7 +27,6 @@ using lib_mend::Item_Of;
 using lib_mend::Printable;
 using lib_mend::Records;
 using lib_mend::Tag_Of;
-using lib_mend::Tag_Text;
 using lib_mend::VR_Of;
 
 /** Length as the header gave it: a value that the end of the file cuts off keeps it aside. */
@@ -98,21 +101,48 @@ public:
     {
     }
 
-    /** @param outer  the character set of what is around the list */
-    void Print(DICOM_List* list, const Character_Set& outer)
+    /** Goes down without calling itself: sequences may nest as deep as memory allows. */
+    void Print(DICOM_List* list)
     {
-        constexpr std::size_t Enough = 1024;
-        const DICOM_List* const terms = Find_Record(list, Character_Set_Tag);
-        const Character_Set characters =
-            terms != nullptr ? Character_Set(lib_mend::Trimmed(set_.Value(*terms, Enough))) : outer;
-        for (DICOM_List& record : Records(list)) {
-            if (!Is_Delimiter(record)) {
-                Print_Record(record, characters);
+        levels_ = {{list, nullptr, 0, Characters_Of(list, std::make_shared<Character_Set>())}};
+        while (!levels_.empty()) {
+            DICOM_List* const record = levels_.back().next;
+            if (record == nullptr) {
+                Leave();
+                continue;
+            }
+            levels_.back().next = record->next;
+            if (Is_Delimiter(*record)) {
+                continue;
+            }
+            Print_Record(*record, *levels_.back().characters);
+            if (Holds_Elements(*record) && Item_Of(*record, 0) != nullptr) {
+                Start_Sequence(*record);
+                Enter(*record, 0);
             }
         }
     }
 
 private:
+    using Shared_Set = std::shared_ptr<const Character_Set>;
+    /** A list that is being printed: the item of a sequence, or what stands at the top. */
+    struct Level {
+        DICOM_List* next;
+        const DICOM_List* sequence;
+        int item;
+        Shared_Set characters;
+    };
+
+    /** @param outer  the character set of what is around the list */
+    Shared_Set Characters_Of(DICOM_List* list, const Shared_Set& outer) const
+    {
+        constexpr std::size_t Enough = 1024;
+        const DICOM_List* const terms = Find_Record(list, Character_Set_Tag);
+        return terms == nullptr ? outer
+                                : std::make_shared<const Character_Set>(
+                                      lib_mend::Trimmed(set_.Value(*terms, Enough)));
+    }
+
     void Print_Record(DICOM_List& record, const Character_Set& characters)
     {
         constexpr int Longest_Loaded = 512;
@@ -122,49 +152,66 @@ private:
         const std::string line =
             Converted(lines_.Line_Of(root_, record), characters, VR_Of(record));
         std::printf("%s\n", Rendered(line, terminal_).c_str());
-        if (Holds_Elements(record) && Item_Of(record, 0) != nullptr) {
-            Print_Items(record, characters);
+    }
+
+    /** The library's context indents lines, and knows a few levels only; those below stand there too. */
+    bool Is_In_Context() const
+    {
+        return levels_.size() < DICOM_Max_Depth;
+    }
+
+    void Start_Sequence(const DICOM_List& record)
+    {
+        if (Is_In_Context()) {
+            DICOM_Attribute_Sequence_Start(nullptr, &root_, record.group, record.element,
+                                           record.flags, 0);
         }
     }
 
-    void Print_Items(const DICOM_List& record, const Character_Set& characters)
+    void Enter(const DICOM_List& sequence, int item)
     {
         constexpr int Label_Columns = 10;
-        const int depth = DICOM_Attribute_Sequence_Start(nullptr, &root_, record.group,
-                                                         record.element, record.flags, 0);
-        for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
-            DICOM_Attribute_Item_Start(nullptr, &root_, 0);
-            std::printf("%*sitem %d\n", Label_Columns + 2 * depth, "", i + 1);
-            Print(Item_Of(record, i), characters);
-            DICOM_Attribute_Item_Stop(nullptr, &root_, 0);
+        DICOM_Attribute_Item_Start(nullptr, &root_, 0);
+        std::printf("%*sitem %d\n", Label_Columns + 2 * root_.Sequence_Depth, "", item + 1);
+        DICOM_List* const list = Item_Of(sequence, item);
+        levels_.push_back({list, &sequence, item, Characters_Of(list, levels_.back().characters)});
+    }
+
+    /** Goes on with the next item, or behind the sequence. */
+    void Leave()
+    {
+        const Level left = std::move(levels_.back());
+        levels_.pop_back();
+        if (left.sequence == nullptr) {
+            return;
         }
-        DICOM_Attribute_Sequence_Stop(nullptr, &root_, 0);
+        DICOM_Attribute_Item_Stop(nullptr, &root_, 0);
+        if (Item_Of(*left.sequence, left.item + 1) != nullptr) {
+            Enter(*left.sequence, left.item + 1);
+        } else if (Is_In_Context()) {
+            DICOM_Attribute_Sequence_Stop(nullptr, &root_, 0);
+        }
     }
 
     const Data_Set& set_;
     const Terminal& terminal_;
     Line_Catcher lines_;
     DICOM_Root root_ = {};
+    std::vector<Level> levels_;
 };
 
-void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& path)
+void Print_TSV_List(const Data_Set& set, DICOM_List* list)
 {
     constexpr std::size_t Shown_Bytes = 64;
-    for (const DICOM_List& record : Records(list)) {
-        if (Is_Delimiter(record)) {
-            continue;
-        }
-        const std::string own = path + Tag_Text(Tag_Of(record));
+    lib_mend::For_Each_Element(list, [&](const DICOM_List& record, const lib_mend::Path& path) {
         // What a sequence holds follows in lines of its own.
         const bool has_value = VR_Of(record) != VR_SQ;
         const lib_mend::Bytes value =
             has_value ? set.Value(record, Shown_Bytes) : lib_mend::Bytes();
-        std::printf("%s\t%s\t%d\t%s\n", own.c_str(), VR_Text(VR_Of(record)).c_str(),
-                    Given_Length(record), Hexadecimal(value).c_str());
-        for (int i = 0; Holds_Elements(record) && Item_Of(record, i) != nullptr; ++i) {
-            Print_TSV_List(set, Item_Of(record, i), own + "[" + std::to_string(i) + "]/");
-        }
-    }
+        std::printf("%s\t%s\t%d\t%s\n", Path_Text(path, Tag_Of(record)).c_str(),
+                    VR_Text(VR_Of(record)).c_str(), Given_Length(record),
+                    Hexadecimal(value).c_str());
+    });
 }
 
 }  // namespace
@@ -172,14 +219,14 @@ void Print_TSV_List(const Data_Set& set, DICOM_List* list, const std::string& pa
 void Print_Text(const Data_Set& set, Findings& findings, const Terminal& terminal)
 {
     Lister lister(set, findings, terminal);
-    lister.Print(set.meta.Head(), Character_Set());
-    lister.Print(set.records.Head(), Character_Set());
+    lister.Print(set.meta.Head());
+    lister.Print(set.records.Head());
 }
 
 void Print_TSV(const Data_Set& set)
 {
-    Print_TSV_List(set, set.meta.Head(), "");
-    Print_TSV_List(set, set.records.Head(), "");
+    Print_TSV_List(set, set.meta.Head());
+    Print_TSV_List(set, set.records.Head());
 }
 
 void Print_JSON(const Data_Set& set, Findings& findings)
