@@ -176,14 +176,27 @@ std::optional<Attribute> Find_Attribute(Tag tag)
 
 std::string Keyword_Of(std::string_view name)
 {
+    // Units keep their small letters: XRayTubeCurrentInmA.
+    constexpr std::string_view Small[] = {"dB", "dt",  "mA", "mAs", "ms", "ppm",
+                                          "uA", "uAs", "uS", "yyy", "zzz"};
+    const auto is_letter = [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    };
     std::string keyword;
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        const char c = name[i];
-        if (c == '\'' && i + 1 < name.size() && name[i + 1] == 's') {
-            ++i;
-        } else if ((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z')) {
-            keyword += c;
+    while (!name.empty()) {
+        const auto end = static_cast<std::size_t>(
+            std::find_if_not(name.begin(), name.end(), is_letter) - name.begin());
+        const std::string_view word = name.substr(0, end);
+        const bool is_unit = std::find(std::begin(Small), std::end(Small), word) != std::end(Small);
+        if (!word.empty() && word[0] >= 'a' && word[0] <= 'z' && !is_unit) {
+            keyword += static_cast<char>(word[0] - 'a' + 'A');
+            keyword += word.substr(1);
+        } else {
+            keyword += word;
         }
+        name.remove_prefix(end);
+        const bool is_possessive = name.starts_with("'s");
+        name.remove_prefix(is_possessive ? 2 : std::min<std::size_t>(name.size(), 1));
     }
     return keyword;
 }
@@ -192,21 +205,18 @@ std::optional<Tag> Tag_Of_Keyword(std::string_view keyword)
 {
     static const std::map<std::string, Tag, std::less<>> Tags = [] {
         std::map<std::string, Tag, std::less<>> tags;
-        std::set<const TAG_db_Elems*> entries;
+        // Every name has one of the letters.
         for (char part[] = "a"; part[0] <= 'z'; ++part[0]) {
             const TAG_db_Elems* entry = nullptr;
             while ((entry = NEMA_db_Find(part, entry)) != nullptr) {
-                entries.insert(entry);
-            }
-        }
-        for (const TAG_db_Elems* const entry : entries) {
-            const Attribute attribute = Attribute_Of(*entry);
-            const std::string key = Keyword_Of(attribute.name);
-            // Of a name that two have, the one that is in use counts.
-            if (attribute.retired) {
-                tags.emplace(key, attribute.tag);
-            } else {
-                tags.insert_or_assign(key, attribute.tag);
+                const Attribute attribute = Attribute_Of(*entry);
+                const std::string key = Keyword_Of(attribute.name);
+                // Of a name that two have, the one that is in use counts.
+                if (attribute.retired) {
+                    tags.emplace(key, attribute.tag);
+                } else {
+                    tags.insert_or_assign(key, attribute.tag);
+                }
             }
         }
         return tags;

@@ -36,8 +36,8 @@ Attribute Attribute_Of(const TAG_db_Elems& entry);
 std::optional<Attribute> Find_Attribute(Tag tag);
 
 /**
- * The keyword of a name: its letters and digits, without the "s" of a possessive ("Patient's Name" is
- * PatientName).
+ * The keyword of a name: its words, each with a capital in front, without the "s" of a possessive
+ * ("Patient's Name" is PatientName, "Date of Secondary Capture" DateOfSecondaryCapture).
  */
 std::string Keyword_Of(std::string_view name);
 

@@ -39,12 +39,17 @@ struct Failure {
     std::string reason;
 };
 
-/** Runs the work of a call that has no session; what it throws becomes a status. */
+/**
+ * Runs the work of a call that has no session, by the current standard and with no message to anyone;
+ * what it throws becomes a status.
+ */
 template <class Work>
 dicom_mend_status Guarded(Work&& work) noexcept
 {
     try {
         const std::lock_guard lock(Interface_Lock());
+        Findings unheard;
+        const Library_Session library(unheard);
         return work();
     } catch (const Failure& failure) {
         return failure.status;
