@@ -169,7 +169,6 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         return bytes;
     }
     const bool is_sequence = VR_Of(record) == VR_SQ;
-    const bool is_foreign = record.vr == VR_UN || record.vr == VR_OB || record.vr == VR_OW;
     const unsigned char around = record.vr == VR_UN ? static_cast<unsigned char>(0) : header.mode;
     const unsigned char mode = Mode_Of_Items(value, around);
     if (is_sequence && Starts_With_Item(value, mode)) {
@@ -187,6 +186,18 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         record.vr = record.vr != 0 ? VR_OB : static_cast<unsigned short>(0);
         return {Content::Kind::Fragments, header.mode};
     }
+    if (is_sequence && value + static_cast<std::int64_t>(header.length) >= end_ &&
+        end_ - value < static_cast<std::int64_t>(Item_Header_Size)) {
+        // Cut off in front of its first item: the rest is none of it.
+        return {Content::Kind::Items, mode};
+    }
+    const bool is_known = record.dict != nullptr && record.dict->vr[0] == VR_SQ;
+    if (is_sequence && record.vr == 0 && is_known) {
+        Report(Fault::Nesting, Level::Error, record,
+               "a sequence without items, which readers of implicit VR refuse; its bytes are kept");
+        record.vr = VR_UN;
+        return bytes;
+    }
     if (is_sequence) {
         Report(record.vr != 0 ? Fault::Nesting : Fault::Private_Definition,
                record.vr != 0 ? Level::Change : Level::Info, record,
@@ -199,11 +210,10 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
     }
     // Under a tag that is a sequence's they may be damaged; bytes of any other are items from end to
     // end, or none.
-    const bool is_known = record.dict != nullptr && record.dict->vr[0] == VR_SQ;
     if (is_known ? !Items_Fill(value, end, mode) : !Are_Items(window_, value, end, mode)) {
         return bytes;
     }
-    if (is_foreign) {
+    if (record.vr != 0) {
         Report(record.vr == VR_UN ? Fault::VR_Unknown : Fault::VR, Level::Change, record,
                "sequence stored as " + VR_Text(record.vr));
     }

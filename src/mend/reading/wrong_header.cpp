@@ -105,7 +105,9 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     const int bare = may_hold_items && !items ? Points_In_Bare_Item(header) : 0;
     if (header.Is_Undefined() || !fits) {
         // Only items can stand in what has no length of its own; one wrong thing at a time.
-        if ((reading.assumed == Assumed::Encoding && !header.Is_Undefined()) ||
+        const bool may_be_foreign = entry == nullptr || is_known_sequence || header.vr == VR_SQ ||
+                                    header.vr == VR_UN || header.tag == Pixel_Data_Tag;
+        if ((!header.Is_Undefined() && (reading.assumed == Assumed::Encoding || !may_be_foreign)) ||
             (!items && bare < No_Doubt)) {
             return;
         }
