@@ -67,7 +67,7 @@ private:
     /** Elements up to a place, or to the item delimitation. */
     void List(const std::string& prefix, int depth, std::size_t end, bool delimited)
     {
-        std::uint32_t last = 0;
+        std::int64_t last = -1;
         while (at_ < end) {
             const std::uint32_t tag = Tag(at_);
             if (delimited && tag == 0xFFFEE00D) {
@@ -120,7 +120,8 @@ private:
         if (element.vr == "SQ") {
             Items(element.path, depth, length);
         } else if (length == Undefined) {
-            Require(element.path == "7fe0,0010", element.start, "undefined length");
+            // Images in items, as icons are, may be encapsulated too (PS3.5 section A.4).
+            Require(element.path.ends_with("7fe0,0010"), element.start, "undefined length");
             Fragments(element.path);
         } else {
             Require(length % 2 == 0, element.start, "odd length");

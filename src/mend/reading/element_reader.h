@@ -125,6 +125,7 @@ private:
     void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
     int Points_In_Bare_Item(const Element_Header& header);
     bool Starts_With_Item(std::int64_t at, unsigned char mode);
+    bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
 
     // ---- delimiters.cpp
     void Read_In_Sequence();

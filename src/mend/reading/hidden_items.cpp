@@ -111,6 +111,29 @@ int Element_Reader::Points_In_Bare_Item(const Element_Header& header)
     return look.Follow(value);
 }
 
+/** Looks at the first item that is not empty; items that are all empty are those of a sequence. */
+bool Element_Reader::Elements_Stand_In_Items(std::int64_t at, unsigned char mode)
+{
+    const std::int64_t start = at;
+    Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), mode);
+    while (item.size != 0 && item.tag == Item_Tag && item.length == 0) {
+        at += item.size;
+        item = Decode_Header(window_.At(at, Item_Header_Size), mode);
+    }
+    if (item.size == 0 || item.tag != Item_Tag) {
+        return item.size != 0 && item.tag == Sequence_End_Tag && at != start;
+    }
+    const std::int64_t first = at + item.size;
+    Level_View inside;
+    inside.limit = Top().limit;
+    inside.mode = mode;
+    inside.mode = Mode_In_Item(window_, first, inside);
+    const Element_Header element = Decode_Header(Header_Bytes(first), inside.mode);
+    const Grade needed = Is_Explicit(inside.mode) ? Grade::Doubtful : Grade::Sound;
+    return (item.Is_Undefined() && element.tag == Item_End_Tag) ||
+           Judge(element, first, inside) >= needed;
+}
+
 Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
                                                              const Element_Header& header)
 {
@@ -124,17 +147,8 @@ Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
     mode = Mode_Of_Items(value, around);
     Note_Byte_Order(record, around, mode);
     if (header.tag == Pixel_Data_Tag || is_OB) {
-        const std::int64_t first = value + Item_Header_Size;
-        Level_View inside;
-        inside.limit = Top().limit;
-        inside.mode = mode;
-        inside.mode = Mode_In_Item(window_, first, inside);
-        const Element_Header element = Decode_Header(Header_Bytes(first), inside.mode);
         // Other values than pixel data are not encapsulated, unless no elements stand in them.
-        const Grade needed = Is_Explicit(inside.mode) ? Grade::Doubtful : Grade::Sound;
-        const bool holds_elements = !Is_Pixel_Value(header.tag) && Starts_With_Item(value, mode) &&
-                                    Judge(element, first, inside) >= needed;
-        if (!holds_elements) {
+        if (Is_Pixel_Value(header.tag) || !Elements_Stand_In_Items(value, mode)) {
             if (record.vr != 0 && !is_OB) {
                 Report(Fault::Fragments, Level::Change, record,
                        "encapsulated value stored as " + VR_Text(record.vr));

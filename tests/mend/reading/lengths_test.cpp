@@ -148,4 +148,23 @@ TEST(Lengths, AnItemBehindATextDoesNotBelongToIt)
     EXPECT_EQ(mended.size(), wanted.size() - 2);
 }
 
+TEST(Lengths, EmptyItemsOfWhatIsNoPixelDataAreASequence)
+{
+    const auto file = [](const char* vr) {
+        Stream_Builder s(Explicit);
+        s.Element(0x0008, 0x0016, "UI", Padded_UID("1.2.840.10008.5.1.4.1.1.7"));
+        s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+        s.Element(0x0009, 0x0010, "LO", "ACME MEASURES ");
+        s.Raw(std::string("\x09\x00\x01\x10", 4) + vr + std::string("\0\0\xFF\xFF\xFF\xFF", 6));
+        s.Raw(std::string("\xFE\xFF\x00\xE0\0\0\0\0", 8) + "\xFE\xFF\xDD\xE0\0\0\0\0"s);
+        s.Element(0x0010, 0x0020, "LO", "PAT001");
+        return Part10_Head(Explicit_Little_UID) + s.Bytes();
+    };
+    const Mended_File mended = Mend_In_Memory(file("OW"));
+    EXPECT_EQ(mended.Lines(),
+              "change vr (0009,1001) VR=OW of undefined length holds items; it is a sequence\n");
+    EXPECT_EQ(mended.bytes, Mend_In_Memory(file("SQ")).bytes);
+    EXPECT_EQ(Mend_In_Memory(file("SQ")).Lines(), "");
+}
+
 }  // namespace
