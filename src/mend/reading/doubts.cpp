@@ -1,0 +1,136 @@
+// What speaks against a reading of a header: a value that cannot be one of its VR, a place inside it where
+// elements begin, a tag or a length that do not go with what follows.
+#include "mend/findings/attributes.h"
+#include "mend/reading/element_reader.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr std::int64_t Shortest_Element = 8;
+
+/** VRs whose values are printable, but for escapes and the controls of lines. */
+bool Is_Text(unsigned short vr)
+{
+    constexpr unsigned short Texts[] = {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_DT,
+                                        VR_IS, VR_LO, VR_LT, VR_PN, VR_SH, VR_ST,
+                                        VR_TM, VR_UC, VR_UI, VR_UR, VR_UT};
+    return std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts);
+}
+
+/** VR of the header, or that of the dictionary. */
+unsigned short VR_In(const Element_Header& header)
+{
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    return header.vr != 0 ? header.vr : entry != nullptr ? entry->vr[0] : VR_UN;
+}
+
+bool Is_Control(unsigned char byte)
+{
+    constexpr unsigned char Escape = 0x1B;
+    return byte < ' ' && byte != '\t' && byte != '\n' && byte != '\f' && byte != '\r' &&
+           byte != Escape;
+}
+
+/** Numbers of which the registry wants one, and which are several. */
+bool Holds_Too_Many(const Element_Header& header)
+{
+    constexpr unsigned short Numbers[] = {VR_US, VR_SS, VR_UL, VR_SL, VR_FL, VR_FD};
+    const unsigned short vr = VR_In(header);
+    if (std::find(std::begin(Numbers), std::end(Numbers), vr) == std::end(Numbers)) {
+        return false;
+    }
+    const std::uint32_t width = vr == VR_US || vr == VR_SS ? 2 : vr == VR_FD ? 8 : 4;
+    if (header.length <= width || header.Is_Undefined()) {
+        return false;
+    }
+    const std::optional<Attribute> attribute = Find_Attribute(header.tag);
+    return attribute.has_value() && attribute->vm_max == 1;
+}
+
+}  // namespace
+
+/** A value that cannot be one: other elements may stand in it. */
+bool Element_Reader::Looks_Wrong(const Element_Header& header)
+{
+    return Holds_Controls(header) || Holds_Too_Many(header);
+}
+
+/** A text with bytes in it that are no text. */
+bool Element_Reader::Holds_Controls(const Element_Header& header)
+{
+    if (!Is_Text(VR_In(header)) || header.Is_Undefined() || header.length < Shortest_Element) {
+        return false;
+    }
+    const std::int64_t value = position_ + header.size;
+    const auto holds = [this](std::int64_t at, std::size_t size) {
+        const std::span<const unsigned char> bytes = window_.At(at, size);
+        return std::any_of(bytes.begin(), bytes.end(), Is_Control);
+    };
+    constexpr std::uint32_t Enough = 512;
+    // The padding of the last byte is none of the text.
+    const std::uint32_t length = header.length - 1;
+    return holds(value, std::min(length, Enough)) ||
+           (length > Enough && holds(value + length - Enough, Enough));
+}
+
+/** A reading that is a guess must not pass over a place where elements begin. */
+bool Element_Reader::Hides_Place(const Reading& reading)
+{
+    if (reading.header.Is_Undefined() || (reading.assumed == Assumed::Nothing &&
+                                          reading.is_possible && !Looks_Wrong(reading.header))) {
+        return false;
+    }
+    const std::int64_t value = position_ + reading.header.size;
+    if (Starts_With_Item(value, Mode_Of_Items(value, reading.header.mode))) {
+        return false;
+    }
+    const std::int64_t end = value + reading.header.length;
+    const std::optional<Place_Found> place = Find_Place(position_ + 1, reading.header.tag, end);
+    return place.has_value() && place->position < end;
+}
+
+/** A header whose tag is above that of the next place is none, unless its VR speaks for it. */
+bool Element_Reader::Fits_Place(const Element_Header& header, const Place_Found& place)
+{
+    if (place.levels != levels_.size()) {
+        return true;
+    }
+    const Element_Header next = Decode_Header(Header_Bytes(place.position), Top().mode);
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const bool speaks = header.form != Header_Form::Implicit && entry != nullptr &&
+                        header.vr != VR_UN && Allows(*entry, header.vr);
+    return next.tag.group == Delimiter_Group || next.tag > header.tag || speaks;
+}
+
+/**
+ * Elements go on at a place behind the claimed end of a value: either its length is too short, or it
+ * is right and what stands between is no element.
+ */
+bool Element_Reader::Length_Holds(const Element_Header& header, std::int64_t claimed,
+                                  std::int64_t place)
+{
+    constexpr std::int64_t Cut = 0x10000;
+    const std::int64_t gap = place - claimed;
+    if (header.length == 0 || gap <= 0 || gap % Cut == 0) {
+        return false;
+    }
+    constexpr std::int64_t Enough = 64;
+    const std::span<const unsigned char> rest =
+        window_.At(claimed, static_cast<std::size_t>(std::min(gap, Enough)));
+    if (Is_Text(VR_In(header))) {
+        // A text that goes on is one text, its padding included.
+        return !rest.empty() && std::any_of(rest.begin(), rest.end() - 1, Is_Control);
+    }
+    // Bytes that would be lost stay in a long value, unless an element can be seen behind it.
+    constexpr std::int64_t Likely_Element = 256;
+    Element_Header next = Decode_Header(Header_Bytes(claimed), Top().mode);
+    next.length = 0;
+    const bool is_seen = Judge(next, claimed, Top()) >= Grade::VR_Impossible;
+    return gap >= Shortest_Element && (gap <= Likely_Element || is_seen);
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,90 @@
+// Native pixel data whose length is wrong, though the image tells the right one (PS3.5 section 8).
+//
+//     Rows x Columns x Samples x Bits / 8 x Frames     bytes end where the data set ends, or where an
+//                                                      element begins
+#include "mend/reading/element_reader.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+namespace lib_mend {
+
+/** Bytes of the image as the elements in front of the pixel data tell it; 0 when they do not. */
+std::int64_t Element_Reader::Size_Of_Image() const
+{
+    std::int64_t rows = 0;
+    std::int64_t columns = 0;
+    std::int64_t bits = 0;
+    std::int64_t samples = 1;
+    std::int64_t frames = 1;
+    int left = 4096;
+    for (const DICOM_List& record : Records(levels_.back().head)) {
+        if (--left < 0) {
+            return 0;
+        }
+        if (record.group != 0x0028 || record.data == nullptr || record.size < 2) {
+            continue;
+        }
+        const bool is_big = Is_Big_Endian(record.byte_order);
+        const std::int64_t number = record.data[is_big ? 1 : 0] | record.data[is_big ? 0 : 1] << 8;
+        switch (record.element) {
+        case 0x0002:
+            samples = number;
+            break;
+        case 0x0008: {
+            const std::string text = Trimmed(Bytes(record.data, record.data + record.size));
+            frames = std::max<std::int64_t>(1, std::strtol(text.c_str(), nullptr, 10));
+            break;
+        }
+        case 0x0010:
+            rows = number;
+            break;
+        case 0x0011:
+            columns = number;
+            break;
+        case 0x0100:
+            bits = number;
+            break;
+        default:
+            break;
+        }
+    }
+    constexpr std::int64_t Most = std::numeric_limits<std::uint32_t>::max();
+    if (rows * columns > Most || frames > Most / std::max<std::int64_t>(rows * columns, 1)) {
+        return 0;
+    }
+    const std::int64_t size = rows * columns * frames * samples * (bits / 8);
+    return size + size % 2;
+}
+
+/** The length of native pixel data is wrong, but the image fits what is there exactly. */
+bool Element_Reader::Settle_Pixels(const Element_Header& as_read)
+{
+    const Element_Header header = With_VR(as_read);
+    const std::int64_t value = position_ + header.size;
+    if (header.size == 0 || header.tag <= Top().last || Starts_With_Item(value, header.mode)) {
+        return false;
+    }
+    const std::int64_t size = Size_Of_Image();
+    const std::int64_t end = value + size;
+    Level_View behind = Top();
+    behind.last = header.tag;
+    const bool fits = end == Top().limit ||
+                      (end < Top().limit && Judge(Decode_Header(Header_Bytes(end), behind.mode),
+                                                  end, behind) == Grade::Sound);
+    if (size == 0 || size == static_cast<std::int64_t>(header.length) || !fits) {
+        return false;
+    }
+    Element_Header mended = header;
+    mended.length = static_cast<std::uint32_t>(size);
+    Report(Fault::Value_Length, Level::Change, header,
+           "the length is " + std::to_string(header.length) + ", but " + std::to_string(size) +
+               " bytes fit what follows");
+    const std::uint32_t claim = header.length;
+    Accept(mended);
+    Note_Claim(mended.length, claim);
+    return true;
+}
+
+}  // namespace lib_mend
