@@ -117,7 +117,8 @@ Encoded_File Fragment_Stream(const Data_Set& set, const DICOM_List& record)
         const std::int64_t size = std::max(fragment.size, 0);
         Put_Header(Item_Tag, size + size % 2, stream);
         Put_Value(set, fragment, 1, stream);
-        stream.Put(Bytes(static_cast<std::size_t>(size % 2)));
+        constexpr unsigned char Padding[] = {0};
+        stream.Put(std::span(Padding, static_cast<std::size_t>(size % 2)));
     });
     Put_Header(Sequence_End_Tag, 0, stream);
     return stream;
