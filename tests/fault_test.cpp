@@ -582,7 +582,7 @@ TEST(Fault, ValuesWithoutMemory)
          {"NEMA_Read_Value realloc Buffer[cc]"}},
         {"bytes left in an image",
          [](Arm arm, bool& struck) {
-             std::string image(1100, 'x');
+             std::string image(2048, 'x');
              DICOM_Lib_File_Name = static_cast<wchar_t*>(static_cast<void*>(image.data()));
              const Record_List list("0011,1001:OB#1100");
              const void* result = nullptr;
