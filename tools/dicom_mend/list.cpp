@@ -25,7 +25,6 @@ using lib_mend::Has_Value;
 using lib_mend::Is_Delimiter;
 using lib_mend::Item_Of;
 using lib_mend::Printable;
-using lib_mend::Records;
 using lib_mend::Tag_Of;
 using lib_mend::VR_Of;
 

@@ -336,6 +336,11 @@ bool Remove_Element(Data_Set& set, const Target& target)
 {
     DICOM_List* item = target.item;
     DICOM_List** const address = item != nullptr ? &item : Top_Of(set, target.tag).Address();
+    const DICOM_List* const head = *address;
+    if (head == nullptr) {
+        return false;
+    }
+    DICOM_List* const last = head->last;
     DICOM_List** slot = address;
     DICOM_List* before = nullptr;
     while (*slot != nullptr && Tag_Of(**slot) != target.tag) {
@@ -346,7 +351,6 @@ bool Remove_Element(Data_Set& set, const Target& target)
         return false;
     }
     DICOM_List* const record = *slot;
-    DICOM_List* const last = (*address)->last;
     *slot = std::exchange(record->next, nullptr);
     if (*address != nullptr) {
         (*address)->last = last == record ? before : last;

@@ -99,7 +99,7 @@ inline std::size_t Hand_Out(std::string_view text, char* buffer, std::size_t cap
 
 /** A copy on the C heap with a NUL behind it. Throws std::bad_alloc. */
 template <class Byte>
-Byte* Copied_Out(std::string_view bytes)
+Byte* Copied_Out(const std::string& bytes)
 {
     auto* const copy = static_cast<Byte*>(std::malloc(bytes.size() + 1));
     if (copy == nullptr) {

@@ -11,14 +11,17 @@ constexpr std::string_view Letters =
 
 constexpr unsigned char None = 0xFF;
 
-constexpr auto Values = [] {
+constexpr std::array<unsigned char, 256> Values_Of_Letters()
+{
     std::array<unsigned char, 256> values{};
     values.fill(None);
     for (std::size_t i = 0; i < Letters.size(); ++i) {
         values[static_cast<unsigned char>(Letters[i])] = static_cast<unsigned char>(i);
     }
     return values;
-}();
+}
+
+constexpr std::array<unsigned char, 256> Values = Values_Of_Letters();
 
 }  // namespace
 

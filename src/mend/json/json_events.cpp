@@ -61,7 +61,7 @@ std::string Reason_Of(std::string text)
     const std::size_t quote = text.find("; last read: ");
     const std::size_t behind = quote == std::string::npos ? quote : text.find("; expected ", quote);
     std::string expected = behind == std::string::npos ? std::string() : text.substr(behind);
-    text = text.substr(0, quote);
+    text.resize(std::min(quote, text.size()));
     const std::size_t overflow = text.find("number overflow");
     if (overflow != std::string::npos) {
         return "the number is too large";
