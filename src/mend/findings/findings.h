@@ -24,6 +24,11 @@ struct Tag {
     auto operator<=>(const Tag&) const = default;
 };
 
+inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
+inline constexpr Tag Item_Tag = {0xFFFE, 0xE000};
+inline constexpr Tag Item_End_Tag = {0xFFFE, 0xE00D};
+inline constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
+
 /** "gggg,eeee" in small hexadecimal letters. */
 std::string Tag_Text(Tag tag);
 

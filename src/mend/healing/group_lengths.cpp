@@ -8,7 +8,6 @@ namespace lib_mend {
 namespace {
 
 constexpr std::int64_t Unknown = -1;
-constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
 
 /** Where the group of a group length ends in the source; Unknown behind an open sequence. */
 std::int64_t End_Of_Group(const DICOM_List& length)

@@ -12,8 +12,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
-
 /** The header of an item stands in front of its elements. */
 Tag Key_Of(const DICOM_List& record)
 {

@@ -11,7 +11,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
 constexpr Tag Selector_Attribute = {0x0072, 0x0026};
 constexpr Tag Selector_Value_Number = {0x0072, 0x0028};
 constexpr Tag Selector_Sequence_Pointer = {0x0072, 0x0052};

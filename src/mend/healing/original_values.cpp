@@ -4,6 +4,7 @@
 #include "mend/healing/list_index.h"
 #include "mend/healing/repair.h"
 #include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 
 #include <algorithm>
 #include <array>
@@ -25,56 +26,23 @@ bool Is_Made_Here(const DICOM_List& record)
     return (record.flags & Origin_Bits) == DICOM_Origin_Library;
 }
 
-/** Bytes that change places between the byte orders. */
-std::size_t Width_Of(unsigned short vr)
-{
-    switch (vr) {
-    case VR_AT:
-    case VR_OW:
-    case VR_SS:
-    case VR_US:
-        return 2;
-    case VR_FL:
-    case VR_OF:
-    case VR_OL:
-    case VR_SL:
-    case VR_UL:
-        return 4;
-    case VR_FD:
-    case VR_OD:
-    case VR_OV:
-    case VR_SV:
-    case VR_UV:
-        return 8;
-    default:
-        return 1;
-    }
-}
-
 void Make_Little_Endian(const DICOM_List& record, Bytes& value)
 {
     if ((record.byte_order & DICOM_Order_Big_Endian) == 0) {
         return;
     }
-    const std::size_t width = Width_Of(VR_Of(record));
+    const auto width = static_cast<std::size_t>(Swap_Width(VR_Of(record)));
     for (std::size_t at = 0; at + width <= value.size(); at += width) {
         const auto first = value.begin() + static_cast<std::ptrdiff_t>(at);
         std::reverse(first, first + static_cast<std::ptrdiff_t>(width));
     }
 }
 
-bool Is_Padded_With_Blanks(unsigned short vr)
-{
-    constexpr std::array VRs = {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_DT, VR_IS, VR_LO, VR_LT,
-                                VR_PN, VR_SH, VR_ST, VR_TM, VR_UC, VR_UI, VR_UR, VR_UT};
-    return std::find(VRs.begin(), VRs.end(), vr) != VRs.end();
-}
-
 /** The value without the padding that is none of it. */
 std::span<const unsigned char> Unpadded(const Bytes& value, unsigned short vr)
 {
     std::span<const unsigned char> rest = value;
-    while (Is_Padded_With_Blanks(vr) && !rest.empty() && (rest.back() == ' ' || rest.back() == 0)) {
+    while (Is_Text(vr) && !rest.empty() && (rest.back() == ' ' || rest.back() == 0)) {
         rest = rest.first(rest.size() - 1);
     }
     return rest;

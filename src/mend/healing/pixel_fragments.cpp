@@ -4,7 +4,6 @@ namespace lib_mend {
 
 std::vector<DICOM_List*> Fragments_Of(const DICOM_List& pixels)
 {
-    constexpr Tag Item_Tag = {0xFFFE, 0xE000};
     std::vector<DICOM_List*> fragments;
     for (int i = 0; Item_Of(pixels, i) != nullptr; ++i) {
         if (Tag_Of(*Item_Of(pixels, i)) == Item_Tag) {

@@ -17,7 +17,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
 /** Bytes in which the head of a stream is looked for. */
 constexpr std::size_t Head_Size = 65536;
 

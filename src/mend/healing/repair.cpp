@@ -4,6 +4,7 @@
 #include "mend/healing/values.h"
 #include "mend/healing/vrs.h"
 #include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
 
 #include <string>

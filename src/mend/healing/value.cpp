@@ -245,11 +245,6 @@ std::size_t Width_Of(unsigned short vr)
     return width != nullptr ? width->bytes : 0;
 }
 
-bool Is_Text(unsigned short vr)
-{
-    return Text_Rule_Of(vr) != nullptr;
-}
-
 bool Is_Multiple(unsigned short vr)
 {
     const Text_Rule* const rule = Text_Rule_Of(vr);

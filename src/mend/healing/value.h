@@ -14,6 +14,7 @@
 
 #include "mend/findings/findings.h"
 #include "mend/healing/character_set.h"
+#include "mend/reading/vr_forms.h"
 
 #include <string>
 #include <string_view>
@@ -111,9 +112,6 @@ inline constexpr char Odd_Size_Text[] = "odd length, padded to an even one";
 
 /** Number of bytes of one value of a binary VR; 0 for texts and for VRs that are not known. */
 std::size_t Width_Of(unsigned short vr);
-
-/** Tells whether the values of a VR are characters. */
-bool Is_Text(unsigned short vr);
 
 /** Tells whether backslashes separate values of a text VR. */
 bool Is_Multiple(unsigned short vr);

@@ -6,6 +6,7 @@
 #include "mend/healing/strict.h"
 #include "mend/healing/value.h"
 #include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 
 #include <string>
 

@@ -5,6 +5,7 @@
 #include "mend/interface/element_path.h"
 #include "mend/interface/handles.h"
 #include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
 
 #include <limits>

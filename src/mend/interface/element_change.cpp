@@ -4,6 +4,8 @@
 #include "mend/healing/record_building.h"
 #include "mend/healing/value.h"
 #include "mend/interface/element_path.h"
+#include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
 
 #include <algorithm>
@@ -20,7 +22,6 @@ namespace lib_mend {
 namespace {
 
 constexpr unsigned short Meta_Group = 0x0002;
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
 
 Record_List& Top_Of(Data_Set& set, Tag tag)
 {

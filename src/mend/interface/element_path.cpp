@@ -1,6 +1,7 @@
 #include "mend/interface/element_path.h"
 
 #include "mend/findings/attributes.h"
+#include "mend/reading/tree.h"
 #include "mend/writing/encoder.h"
 
 #include <charconv>

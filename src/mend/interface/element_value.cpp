@@ -2,6 +2,7 @@
 
 #include "mend/healing/value.h"
 #include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "mend/json/bulk_value.h"
 
 #include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
 
 #include <algorithm>
@@ -10,8 +11,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
-constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
 constexpr std::int64_t Item_Header_Size = 8;
 constexpr unsigned char Little = DICOM_Order_Explicit_VR;
 
@@ -48,18 +47,6 @@ void Put_Header(Tag tag, std::int64_t size, Output& out)
     std::copy_n(Put_UShort(Little, tag.element), 2, header.begin() + 2);
     std::copy_n(Put_Int(Little, static_cast<int>(size)), 4, header.begin() + 4);
     out.Put(header);
-}
-
-/** Calls `visit` for each fragment, the offset table first. */
-template <class Visit>
-void For_Each_Fragment(const DICOM_List& record, Visit&& visit)
-{
-    for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
-        const DICOM_List& fragment = *Item_Of(record, i);
-        if (Tag_Of(fragment) == Item_Tag) {
-            visit(fragment);
-        }
-    }
 }
 
 /** Tells whether a place in the source holds the bytes of a record. */

@@ -19,7 +19,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
 constexpr Tag Transfer_Syntax_Tag = {0x0002, 0x0010};
 constexpr unsigned short Meta_Group = 0x0002;
 

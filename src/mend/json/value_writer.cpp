@@ -4,6 +4,7 @@
 #include "mend/json/base64.h"
 #include "mend/json/bulk_value.h"
 #include "mend/json/number_texts.h"
+#include "mend/reading/tree.h"
 #include "mend/writing/encoder.h"
 
 #include <algorithm>

@@ -125,8 +125,6 @@ inline bool Has_Value(const DICOM_List& record)
     return record.size >= 0 && VR_Of(record) != VR_SQ && (!Is_Delimiter(record) || is_fragment);
 }
 
-inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
-
 /** Bytes of a source that are no elements. */
 struct Skipped {
     std::int64_t offset = 0;

@@ -2,6 +2,7 @@
 // elements begin, a tag or a length that do not go with what follows.
 #include "mend/findings/attributes.h"
 #include "mend/reading/element_reader.h"
+#include "mend/reading/vr_forms.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,15 +12,6 @@ namespace lib_mend {
 namespace {
 
 constexpr std::int64_t Shortest_Element = 8;
-
-/** VRs whose values are printable, but for escapes and the controls of lines. */
-bool Is_Text(unsigned short vr)
-{
-    constexpr unsigned short Texts[] = {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_DT,
-                                        VR_IS, VR_LO, VR_LT, VR_PN, VR_SH, VR_ST,
-                                        VR_TM, VR_UC, VR_UI, VR_UR, VR_UT};
-    return std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts);
-}
 
 /** VR of the header, or that of the dictionary. */
 unsigned short VR_In(const Element_Header& header)

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iterator>
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {
@@ -76,22 +78,6 @@ bool Is_Telling(const Plain_Header& header)
 
 }  // namespace
 
-bool Is_Standard_VR(unsigned short vr)
-{
-    constexpr unsigned short Known[] = {
-        VR_AE, VR_AS, VR_AT, VR_CS, VR_DA, VR_DS, VR_DT, VR_FD, VR_FL, VR_IS, VR_LO, VR_LT,
-        VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_PN, VR_SH, VR_SL, VR_SQ, VR_SS, VR_ST,
-        VR_SV, VR_TM, VR_UC, VR_UI, VR_UL, VR_UN, VR_UR, VR_US, VR_UT, VR_UV};
-    return std::find(std::begin(Known), std::end(Known), vr) != std::end(Known);
-}
-
-bool Has_Long_Header(unsigned short vr)
-{
-    constexpr unsigned short Long[] = {VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_SQ,
-                                       VR_SV, VR_UC, VR_UN, VR_UR, VR_UT, VR_UV};
-    return std::find(std::begin(Long), std::end(Long), vr) != std::end(Long);
-}
-
 bool Read_Plain_Header(const Source& source, std::int64_t at, const Encoding& encoding,
                        Plain_Header& header)
 {
@@ -107,8 +93,8 @@ bool Read_Plain_Header(const Source& source, std::int64_t at, const Encoding& en
     header.length = Get_Int(order, bytes.data() + 4);
     if (encoding.explicit_vr && header.tag.group != Item_Group) {
         header.vr = static_cast<unsigned short>(bytes[4] << 8 | bytes[5]);
-        const bool is_long = Has_Long_Header(header.vr);
-        if (!Is_Standard_VR(header.vr) || (is_long && count < 12)) {
+        const bool is_long = Is_Long_VR(header.vr);
+        if (!Is_Known_VR(header.vr) || (is_long && count < 12)) {
             return false;
         }
         header.size = is_long ? 12 : 8;

@@ -23,12 +23,6 @@ struct Plain_Header {
     int size = 0;
 };
 
-/** VRs of the standard in explicit headers; OX and other pairs are none. */
-bool Is_Standard_VR(unsigned short vr);
-
-/** VRs whose explicit header has a reserved field and a 4-byte length. */
-bool Has_Long_Header(unsigned short vr);
-
 /** Reads a header; false when the source ends too early, or explicit VR has no VR of the standard. */
 bool Read_Plain_Header(const Source& source, std::int64_t at, const Encoding& encoding,
                        Plain_Header& header);

@@ -1,6 +1,7 @@
 #include "mend/reading/header.h"
 
 #include "mend/reading/encoding.h"
+#include "mend/reading/vr_forms.h"
 
 #include <algorithm>
 #include <array>
@@ -9,44 +10,6 @@
 namespace lib_mend {
 
 namespace {
-
-constexpr unsigned short Short_VRs[] = {VR_AE, VR_AS, VR_AT, VR_CS, VR_DA, VR_DS, VR_DT,
-                                        VR_FD, VR_FL, VR_IS, VR_LO, VR_LT, VR_PN, VR_SH,
-                                        VR_SL, VR_SS, VR_ST, VR_TM, VR_UI, VR_UL, VR_US};
-constexpr unsigned short Long_VRs[] = {VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_SQ,
-                                       VR_SV, VR_UC, VR_UN, VR_UR, VR_UT, VR_UV};
-
-enum class Width : unsigned char { None, Short, Long };
-
-constexpr int Letters = 26;
-
-/** Width of the length by the two letters: every header asks for it. */
-constexpr std::array<Width, Letters * Letters> Make_Widths()
-{
-    std::array<Width, Letters* Letters> widths = {};
-    const auto index = [](unsigned short vr) {
-        return static_cast<std::size_t>(((vr >> 8) - 'A') * Letters + (vr & 0xFF) - 'A');
-    };
-    for (const unsigned short vr : Short_VRs) {
-        widths[index(vr)] = Width::Short;
-    }
-    for (const unsigned short vr : Long_VRs) {
-        widths[index(vr)] = Width::Long;
-    }
-    return widths;
-}
-
-constexpr auto Widths = Make_Widths();
-
-Width Width_Of(unsigned short vr)
-{
-    const int first = (vr >> 8) - 'A';
-    const int second = (vr & 0xFF) - 'A';
-    if (first < 0 || first >= Letters || second < 0 || second >= Letters) {
-        return Width::None;
-    }
-    return Widths[static_cast<std::size_t>(first) * Letters + static_cast<std::size_t>(second)];
-}
 
 unsigned short Number_16(const unsigned char* bytes, bool big)
 {
@@ -61,16 +24,6 @@ std::uint32_t Number_32(const unsigned char* bytes, bool big)
 }
 
 }  // namespace
-
-bool Is_Known_VR(unsigned short vr)
-{
-    return Width_Of(vr) != Width::None;
-}
-
-bool Is_Long_VR(unsigned short vr)
-{
-    return Width_Of(vr) == Width::Long;
-}
 
 std::string VR_Text(unsigned short vr)
 {

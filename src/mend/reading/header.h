@@ -44,9 +44,6 @@ struct Element_Header {
 
 inline constexpr std::size_t Longest_Header = 12;
 inline constexpr unsigned short Delimiter_Group = 0xFFFE;
-inline constexpr Tag Item_Tag = {Delimiter_Group, 0xE000};
-inline constexpr Tag Item_End_Tag = {Delimiter_Group, 0xE00D};
-inline constexpr Tag Sequence_End_Tag = {Delimiter_Group, 0xE0DD};
 /** The item tag, read in the other byte order. */
 inline constexpr Tag Swapped_Item_Tag = {0xFEFF, 0x00E0};
 
@@ -60,10 +57,6 @@ inline bool Is_Big_Endian(unsigned char mode)
     return (mode & DICOM_Order_Big_Endian) != 0;
 }
 
-/** VRs of PS3.5 table 6.2-1. */
-bool Is_Known_VR(unsigned short vr);
-/** VRs whose explicit header has a reserved field and a 4-byte length. */
-bool Is_Long_VR(unsigned short vr);
 /** Two letters, or "-" for bytes that are none. */
 std::string VR_Text(unsigned short vr);
 

@@ -2,6 +2,7 @@
 
 #include "mend/reading/evidence.h"
 #include "mend/reading/meta_group.h"
+#include "mend/reading/vr_forms.h"
 
 #include <algorithm>
 #include <array>
@@ -86,15 +87,15 @@ std::vector<Meta_Header> Readings(const Raw_Header& raw, std::int64_t at, Tag ta
         readings.push_back(With_Width(header, at, raw, width));
     };
     const auto own = [](unsigned short vr) {
-        return Has_Long_Header(vr) ? Width::Reserved_And_Four : Width::Two;
+        return Is_Long_VR(vr) ? Width::Reserved_And_Four : Width::Two;
     };
     const auto other = [](unsigned short vr) {
-        return Has_Long_Header(vr) ? Width::Two : Width::Reserved_And_Four;
+        return Is_Long_VR(vr) ? Width::Two : Width::Reserved_And_Four;
     };
-    if (Is_Standard_VR(given)) {
+    if (Is_Known_VR(given)) {
         add(Form::Sound, given, own(given));
         add(Form::Other_Width, given, other(given));
-    } else if (Is_Standard_VR(small)) {
+    } else if (Is_Known_VR(small)) {
         add(Form::Small_Letters, small, own(small));
         add(Form::Small_Letters, small, other(small));
     }
@@ -129,9 +130,9 @@ bool Is_Start_Of_Meta_Group(const Source& source, std::int64_t at)
     }
     const unsigned short vr = Registered_VR(tag);
     const bool is_explicit = VR_In(raw.data() + 4) == vr;
-    const Width width = !is_explicit          ? Width::Four
-                        : Has_Long_Header(vr) ? Width::Reserved_And_Four
-                                              : Width::Two;
+    const Width width = !is_explicit     ? Width::Four
+                        : Is_Long_VR(vr) ? Width::Reserved_And_Four
+                                         : Width::Two;
     const std::int64_t length =
         With_Width({.tag = tag, .big_endian = big_endian}, at, raw, width).length;
     const std::int64_t fixed = Fixed_Length(tag);
@@ -159,7 +160,7 @@ bool Meta_Headers::Tag_At(std::int64_t at, Tag& tag) const
     std::array<unsigned char, 6> bytes = {};
     return source_.Read(at, bytes) == bytes.size() && Tag_In(bytes.data(), big_endian_, tag) &&
            (NEMA_db_Locate(tag.group, tag.element) != nullptr ||
-            Is_Standard_VR(VR_In(bytes.data() + 4)));
+            Is_Known_VR(VR_In(bytes.data() + 4)));
 }
 
 bool Meta_Headers::Is_Tag(std::int64_t at) const
@@ -196,7 +197,7 @@ bool Meta_Headers::Follows(std::int64_t next, Tag after) const
     if (Tag_At(next, tag)) {
         std::array<unsigned char, 2> letters = {};
         source_.Read(next + 4, letters);
-        return tag > after || tag.element == 0 || Is_Standard_VR(VR_In(letters.data()));
+        return tag > after || tag.element == 0 || Is_Known_VR(VR_In(letters.data()));
     }
     return Is_Data_Set(next);
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {
@@ -194,7 +196,7 @@ void Outlook::Enter(const Element_Header& header)
     }
     Level_View inside = around;
     inside.kind = header.vr == VR_OB || header.vr == VR_OW ||
-                          (header.Is_Undefined() && header.tag == Tag{0x7FE0, 0x0010})
+                          (header.Is_Undefined() && header.tag == Pixel_Data_Tag)
                       ? Level_Kind::Fragments
                       : Level_Kind::Sequence;
     inside.last = header.tag;

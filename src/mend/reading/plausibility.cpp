@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <iterator>
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {

@@ -1,5 +1,7 @@
 #include "mend/reading/straight.h"
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {
@@ -112,7 +114,7 @@ private:
             return is_lenient_ || first == Item_Tag;
         }
         Level_View inside = list;
-        const bool is_pixels = header.tag == Tag{0x7FE0, 0x0010};
+        const bool is_pixels = header.tag == Pixel_Data_Tag;
         inside.kind = is_pixels ? Level_Kind::Fragments : Level_Kind::Sequence;
         inside.end = Level_View::Open;
         inside.mode = header.vr == VR_UN ? static_cast<unsigned char>(0) : list.mode;

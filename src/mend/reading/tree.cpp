@@ -37,4 +37,20 @@ DICOM_List* Tree_Walk::Next()
     return level.last;
 }
 
+bool Holds_Fragments(const DICOM_List& record)
+{
+    const DICOM_List* const first = Item_Of(record, 0);
+    const unsigned short vr = VR_Of(record);
+    if (first != nullptr && Tag_Of(*first) == Item_Tag) {
+        return VR_Of(*first) == VR_OB;
+    }
+    return record.size < 0 && (vr == VR_OB || vr == VR_OW);
+}
+
+bool Holds_Items(const DICOM_List& record)
+{
+    const bool is_sequence = VR_Of(record) == VR_SQ && record.data == nullptr;
+    return Item_Of(record, 0) != nullptr || record.size < 0 || is_sequence;
+}
+
 }  // namespace lib_mend

@@ -92,6 +92,23 @@ void For_Each_Element(DICOM_List* list, Visit&& visit)
     }
 }
 
+/** Calls `visit(fragment)` for each fragment of encapsulated data, the offset table first. */
+template <class Visit>
+void For_Each_Fragment(const DICOM_List& record, Visit&& visit)
+{
+    for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
+        if (Tag_Of(*Item_Of(record, i)) == Item_Tag) {
+            visit(*Item_Of(record, i));
+        }
+    }
+}
+
+/** Tells whether a list of this record's items is written, and not a value. */
+bool Holds_Items(const DICOM_List& record);
+
+/** Tells whether the items of a record are fragments of encapsulated data. */
+bool Holds_Fragments(const DICOM_List& record);
+
 /** Calls `visit(list, path)` for the address of each list, the one around before those inside. */
 template <class Visit>
 void For_Each_List(DICOM_List** list, Visit&& visit)

@@ -14,6 +14,8 @@
 
 #include <algorithm>
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {

@@ -1,5 +1,7 @@
 #include "mend/verify/verify.h"
 
+#include "mend/reading/vr_forms.h"
+
 #include <algorithm>
 #include <iterator>
 #include <map>
@@ -10,14 +12,6 @@ namespace {
 
 constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
 constexpr Tag Media_Class_Tag = {0x0002, 0x0002};
-
-bool Is_Text(unsigned short vr)
-{
-    constexpr unsigned short Texts[] = {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_DT,
-                                        VR_IS, VR_LO, VR_LT, VR_PN, VR_SH, VR_ST,
-                                        VR_TM, VR_UC, VR_UI, VR_UR, VR_UT};
-    return std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts);
-}
 
 /** "1" for "1 ", "1C". */
 std::string Type_Text(unsigned short type)

@@ -1,17 +1,16 @@
 #include "mend/writing/encoder.h"
 
+#include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
+
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <vector>
 
 namespace lib_mend {
 
 namespace {
 
-constexpr Tag Item_Tag = {0xFFFE, 0xE000};
-constexpr Tag Item_End_Tag = {0xFFFE, 0xE00D};
-constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
 constexpr unsigned short Padding_Group = 0xFFFC;
 
 constexpr std::int64_t Undefined = 0xFFFFFFFF;
@@ -19,38 +18,6 @@ constexpr std::int64_t Undefined = 0xFFFFFFFF;
 constexpr std::int64_t Longest_Short_Value = 65534;
 constexpr std::int64_t Item_Header_Size = 8;
 constexpr std::int64_t Group_Length_Size = 4;
-
-/** How a VR stands in a stream. */
-struct VR_Form {
-    unsigned short vr;
-    bool is_long;
-    int width;
-    char padding;
-};
-
-constexpr VR_Form VR_Forms[] = {
-    {VR_AE, false, 1, ' '},  {VR_AS, false, 1, ' '},  {VR_AT, false, 2, '\0'},
-    {VR_CS, false, 1, ' '},  {VR_DA, false, 1, ' '},  {VR_DS, false, 1, ' '},
-    {VR_DT, false, 1, ' '},  {VR_FD, false, 8, '\0'}, {VR_FL, false, 4, '\0'},
-    {VR_IS, false, 1, ' '},  {VR_LO, false, 1, ' '},  {VR_LT, false, 1, ' '},
-    {VR_OB, true, 1, '\0'},  {VR_OD, true, 8, '\0'},  {VR_OF, true, 4, '\0'},
-    {VR_OL, true, 4, '\0'},  {VR_OV, true, 8, '\0'},  {VR_OW, true, 2, '\0'},
-    {VR_PN, false, 1, ' '},  {VR_SH, false, 1, ' '},  {VR_SL, false, 4, '\0'},
-    {VR_SQ, true, 1, '\0'},  {VR_SS, false, 2, '\0'}, {VR_ST, false, 1, ' '},
-    {VR_SV, true, 8, '\0'},  {VR_TM, false, 1, ' '},  {VR_UC, true, 1, ' '},
-    {VR_UI, false, 1, '\0'}, {VR_UL, false, 4, '\0'}, {VR_UN, true, 1, '\0'},
-    {VR_UR, true, 1, ' '},   {VR_US, false, 2, '\0'}, {VR_UT, true, 1, ' '},
-    {VR_UV, true, 8, '\0'},
-};
-
-constexpr VR_Form Unknown_Form = {VR_UN, true, 1, '\0'};
-
-const VR_Form& Form_Of(unsigned short vr)
-{
-    const auto* const form = std::find_if(std::begin(VR_Forms), std::end(VR_Forms),
-                                          [vr](const VR_Form& row) { return row.vr == vr; });
-    return form != std::end(VR_Forms) ? *form : Unknown_Form;
-}
 
 constexpr std::int64_t Even(std::int64_t size)
 {
@@ -68,11 +35,9 @@ struct Value_Form {
 
 Value_Form Value_Form_Of(const DICOM_List& record, const Encoding& encoding)
 {
-    VR_Form form = Form_Of(VR_Of(record));
-    if (form.vr == VR_SQ) {
-        // Bytes that were no items.
-        form = Unknown_Form;
-    }
+    // The bytes under SQ were no items.
+    const unsigned short vr = VR_Of(record);
+    const VR_Form& form = Form_Of(vr != VR_SQ ? vr : VR_UN);
     Value_Form value = {form.vr, form.is_long, std::max(record.size, 0), form.width, form.padding};
     if (encoding.explicit_vr && !form.is_long && Even(value.size) > Longest_Short_Value) {
         // PS3.5 section 6.2.2.
@@ -193,19 +158,6 @@ private:
     Visitor& visitor_;
     std::vector<Level> levels_;
 };
-
-/** Calls `visit` for each fragment, the offset table first. */
-template <class Visit>
-void For_Each_Fragment(const DICOM_List& record, Visit&& visit)
-{
-    for (int i = 0; Item_Of(record, i) != nullptr; ++i) {
-        for (const DICOM_List& fragment : Records(Item_Of(record, i))) {
-            if (Tag_Of(fragment) == Item_Tag) {
-                visit(fragment);
-            }
-        }
-    }
-}
 
 /** The lengths that stand in headers, in the order in which the headers stand in the output. */
 struct Lengths {
@@ -456,27 +408,6 @@ void Run(const std::shared_ptr<Source>& source, const DICOM_List* list,
 }
 
 }  // namespace
-
-int Swap_Width(unsigned short vr)
-{
-    return Form_Of(vr).width;
-}
-
-bool Holds_Fragments(const DICOM_List& record)
-{
-    const DICOM_List* const first = Item_Of(record, 0);
-    const unsigned short vr = VR_Of(record);
-    if (first != nullptr && Tag_Of(*first) == Item_Tag) {
-        return VR_Of(*first) == VR_OB;
-    }
-    return record.size < 0 && (vr == VR_OB || vr == VR_OW);
-}
-
-bool Holds_Items(const DICOM_List& record)
-{
-    const bool is_sequence = VR_Of(record) == VR_SQ && record.data == nullptr;
-    return Item_Of(record, 0) != nullptr || record.size < 0 || is_sequence;
-}
 
 void Encode_List(const std::shared_ptr<Source>& source, const DICOM_List* list,
                  const Encoder_Options& options, Output& out)

@@ -32,15 +32,6 @@ struct Encoder_Options {
     bool group_lengths = false;
 };
 
-/** Bytes that are reversed together between the byte orders; 1 for VRs that have no order. */
-int Swap_Width(unsigned short vr);
-
-/** Tells whether a list of this record's items is written, and not a value. */
-bool Holds_Items(const DICOM_List& record);
-
-/** Tells whether the items of a record are fragments of encapsulated data. */
-bool Holds_Fragments(const DICOM_List& record);
-
 /**
  * Encodes a list with all items below. Group lengths that stand in it get the right value. Values
  * that were left in the source are handed on as places in it. Throws std::bad_alloc.
