@@ -693,10 +693,12 @@ public:
 
     std::vector<Finding> findings() const
     {
+        std::vector<dicom_mend_finding_data> data(dicom_mend_finding_count(handle()));
+        dicom_mend_get_findings(handle(), 0, data.data(), sizeof data[0], data.size());
         std::vector<Finding> findings;
-        for (const dicom_mend_finding* f = dicom_mend_first_finding(handle()); f != nullptr;
-             f = dicom_mend_next_finding(handle(), f)) {
-            findings.push_back(copy(f));
+        findings.reserve(data.size());
+        for (const dicom_mend_finding_data& one : data) {
+            findings.push_back(copy(one));
         }
         return findings;
     }
@@ -732,31 +734,25 @@ private:
     {
         return bytes != nullptr ? std::string(bytes, bytes + size) : std::string();
     }
-    static Finding copy(const dicom_mend_finding* f)
+    static Finding copy(const dicom_mend_finding_data& data)
     {
         const auto known = [](std::int64_t place) {
             return place >= 0 ? std::optional(place) : std::nullopt;
         };
-        std::uint32_t tag = 0;
-        const bool has_tag = dicom_mend_finding_tag(f, &tag) != 0;
-        std::size_t before = 0;
-        std::size_t after = 0;
-        const unsigned char* const old_value = dicom_mend_finding_before(f, &before);
-        const unsigned char* const new_value = dicom_mend_finding_after(f, &after);
-        return {.code = dicom_mend_finding_code(f),
-                .kind = dicom_mend_finding_kind(f),
-                .severity = dicom_mend_finding_severity(f),
-                .level = dicom_mend_finding_level(f),
-                .tag = has_tag ? std::optional(Tag::of(tag)) : std::nullopt,
-                .path = dicom_mend_finding_path(f),
-                .offset = known(dicom_mend_finding_offset(f)),
-                .length = known(dicom_mend_finding_length(f)),
-                .message = dicom_mend_finding_message(f),
-                .before = bytes_of(old_value, before),
-                .after = bytes_of(new_value, after),
-                .is_harmless = dicom_mend_finding_is_harmless(f) != 0,
-                .rule = dicom_mend_finding_rule(f),
-                .clause = dicom_mend_finding_clause(f)};
+        return {.code = data.code,
+                .kind = data.kind,
+                .severity = static_cast<dicom_mend_severity>(data.severity),
+                .level = static_cast<dicom_mend_level>(data.level),
+                .tag = data.has_tag != 0 ? std::optional(Tag::of(data.tag)) : std::nullopt,
+                .path = data.path,
+                .offset = known(data.offset),
+                .length = known(data.length),
+                .message = data.message,
+                .before = bytes_of(data.before, data.before_size),
+                .after = bytes_of(data.after, data.after_size),
+                .is_harmless = data.is_harmless != 0,
+                .rule = data.rule,
+                .clause = data.clause};
     }
 
     std::unique_ptr<dicom_mend_session, detail::Free> session_;

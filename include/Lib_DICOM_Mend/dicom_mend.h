@@ -181,7 +181,10 @@ DICOM_MEND_API const char* dicom_mend_finding_path(const dicom_mend_finding* fin
 DICOM_MEND_API int64_t dicom_mend_finding_offset(const dicom_mend_finding* finding);
 /** Length of the value in the file, in bytes; -1 when it is not known. */
 DICOM_MEND_API int64_t dicom_mend_finding_length(const dicom_mend_finding* finding);
-/** What is wrong and what becomes of it, without values. Valid as long as the finding. */
+/**
+ * What is wrong and what becomes of it, without values; a report with values has those too that messages
+ * quote. Valid as long as the finding.
+ */
 DICOM_MEND_API const char* dicom_mend_finding_message(const dicom_mend_finding* finding);
 /**
  * The value before and after, at most 256 bytes of the file each, null and 0 where there is none. They
@@ -196,6 +199,40 @@ DICOM_MEND_API int dicom_mend_finding_is_harmless(const dicom_mend_finding* find
 /** What the standard asks for instead, and the clause: "PS3.5 7.1.1"; "" where it says nothing. */
 DICOM_MEND_API const char* dicom_mend_finding_rule(const dicom_mend_finding* finding);
 DICOM_MEND_API const char* dicom_mend_finding_clause(const dicom_mend_finding* finding);
+
+/** All of this at once. Members of later versions stand behind these. */
+typedef struct dicom_mend_finding_data {
+    int code;
+    int severity;    /**< a dicom_mend_severity */
+    int level;       /**< a dicom_mend_level */
+    int has_tag;     /**< 1, or 0 for the file as a whole */
+    uint32_t tag;    /**< 0 without one */
+    int is_harmless; /**< 1 when the values before and after identify nobody */
+    int64_t offset;  /**< -1 when there is none */
+    int64_t length;  /**< -1 when it is not known */
+    const char* kind;
+    const char* path;
+    const char* message;
+    const char* rule;
+    const char* clause;
+    const unsigned char* before;
+    size_t before_size;
+    const unsigned char* after;
+    size_t after_size;
+} dicom_mend_finding_data;
+
+/**
+ * Fills an array with findings, for callers that a call for each member costs too much. What it points
+ * to is valid as long as the findings.
+ *
+ * @param first        number of the first one, from 0
+ * @param size_of_one  sizeof(dicom_mend_finding_data), as the caller was compiled with it
+ * @param count        how many there is room for
+ * @return how many were filled in; 0 also for null and for a size of 0
+ */
+DICOM_MEND_API size_t dicom_mend_get_findings(const dicom_mend_session* session, size_t first,
+                                              dicom_mend_finding_data* data, size_t size_of_one,
+                                              size_t count);
 
 /**
  * All findings in one text, as the command line prints them.

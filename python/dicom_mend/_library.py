@@ -20,24 +20,10 @@ _FUNCTIONS = {
     "set_syntax": (c_int, (c_void_p, c_int)),
     "set_charset": (c_int, (c_void_p, c_char_p)),
     "last_error": (c_char_p, (c_void_p,)),
-    "first_finding": (c_void_p, (c_void_p,)),
-    "next_finding": (c_void_p, (c_void_p, c_void_p)),
+    "finding_count": (c_size_t, (c_void_p,)),
+    "get_findings": (c_size_t, (c_void_p, c_size_t, c_void_p, c_size_t, c_size_t)),
     "clear_findings": (None, (c_void_p,)),
     "outcome": (c_int, (c_void_p,)),
-    "finding_code": (c_int, (c_void_p,)),
-    "finding_kind": (c_char_p, (c_void_p,)),
-    "finding_severity": (c_int, (c_void_p,)),
-    "finding_level": (c_int, (c_void_p,)),
-    "finding_tag": (c_int, (c_void_p, POINTER(c_uint32))),
-    "finding_path": (c_char_p, (c_void_p,)),
-    "finding_offset": (c_int64, (c_void_p,)),
-    "finding_length": (c_int64, (c_void_p,)),
-    "finding_message": (c_char_p, (c_void_p,)),
-    "finding_before": (c_void_p, (c_void_p, POINTER(c_size_t))),
-    "finding_after": (c_void_p, (c_void_p, POINTER(c_size_t))),
-    "finding_is_harmless": (c_int, (c_void_p,)),
-    "finding_rule": (c_char_p, (c_void_p,)),
-    "finding_clause": (c_char_p, (c_void_p,)),
     "report": (c_int, (c_void_p, c_char_p, c_int, c_int, POINTER(c_void_p), POINTER(c_size_t))),
     "read_file": (c_int, (c_void_p, c_char_p, POINTER(c_void_p))),
     "read_buffer": (c_int, (c_void_p, c_char_p, c_size_t, POINTER(c_void_p))),
@@ -84,6 +70,20 @@ _FUNCTIONS = {
     "tag_keyword": (c_size_t, (c_uint32, c_char_p, c_size_t)),
     "parse_tag": (c_int, (c_char_p, POINTER(c_uint32))),
 }
+
+
+
+class FindingData(ctypes.Structure):
+    """What get_findings fills in."""
+
+    _fields_ = [
+        ("code", c_int), ("severity", c_int), ("level", c_int), ("has_tag", c_int),
+        ("tag", c_uint32), ("is_harmless", c_int), ("offset", c_int64), ("length", c_int64),
+        ("kind", c_char_p), ("path", c_char_p), ("message", c_char_p), ("rule", c_char_p),
+        ("clause", c_char_p), ("before", c_void_p), ("before_size", c_size_t),
+        ("after", c_void_p), ("after_size", c_size_t),
+    ]
+
 
 OK, BAD_ARGUMENT, NO_MEMORY, CANNOT_READ, CANNOT_WRITE, NOT_DICOM = range(6)
 NO_OUTPUT, NOT_FOUND, BAD_VALUE, BAD_JSON, INTERNAL = range(6, 11)

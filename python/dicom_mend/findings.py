@@ -5,9 +5,11 @@ from __future__ import annotations
 import ctypes
 import dataclasses
 import enum
-from typing import Optional
+import functools
+from ctypes import string_at
+from typing import List, Optional, Tuple
 
-from ._library import lib
+from ._library import FindingData, lib
 
 
 class Severity(enum.IntEnum):
@@ -54,33 +56,42 @@ class Finding:
         return f"{self.severity.name.lower()}: {place}{self.message}"
 
 
-def _quoted(function, handle: int) -> bytes:
-    size = ctypes.c_size_t()
-    place = function(handle, ctypes.byref(size))
-    return ctypes.string_at(place, size.value) if place else b""
+_SEVERITIES, _LEVELS = tuple(Severity), tuple(Level)
 
 
-def _known(number: int) -> Optional[int]:
-    return number if number >= 0 else None
+@functools.lru_cache(maxsize=None)
+def _texts_of_kind(code: int, *texts: bytes) -> Tuple[str, ...]:
+    """Name, rule and clause, which all findings of a kind share."""
+    return tuple(text.decode() for text in texts)
 
 
-def finding_of(handle: int) -> Finding:
-    """Copies a finding, so that it stays valid."""
-    tag = ctypes.c_uint32()
-    has_tag = lib.finding_tag(handle, ctypes.byref(tag))
-    return Finding(
-        code=lib.finding_code(handle),
-        kind=lib.finding_kind(handle).decode(),
-        severity=Severity(lib.finding_severity(handle)),
-        level=Level(lib.finding_level(handle)),
-        tag=tag.value if has_tag else None,
-        path=lib.finding_path(handle).decode(),
-        offset=_known(lib.finding_offset(handle)),
-        length=_known(lib.finding_length(handle)),
-        message=lib.finding_message(handle).decode("utf-8", "backslashreplace"),
-        before=_quoted(lib.finding_before, handle),
-        after=_quoted(lib.finding_after, handle),
-        is_harmless=bool(lib.finding_is_harmless(handle)),
-        rule=lib.finding_rule(handle).decode(),
-        clause=lib.finding_clause(handle).decode(),
+def _finding_of(data: FindingData) -> Finding:
+    kind, rule, clause = _texts_of_kind(data.code, data.kind, data.rule, data.clause)
+    before, after, offset, length = data.before, data.after, data.offset, data.length
+    finding = object.__new__(Finding)
+    # The constructor of a frozen class sets each member by a call, and takes as long as checking does.
+    finding.__dict__.update(
+        code=data.code,
+        kind=kind,
+        severity=_SEVERITIES[data.severity],
+        level=_LEVELS[data.level],
+        tag=data.tag if data.has_tag else None,
+        path=data.path.decode(),
+        offset=offset if offset >= 0 else None,
+        length=length if length >= 0 else None,
+        message=data.message.decode("utf-8", "backslashreplace"),
+        before=string_at(before, data.before_size) if before else b"",
+        after=string_at(after, data.after_size) if after else b"",
+        is_harmless=data.is_harmless != 0,
+        rule=rule,
+        clause=clause,
     )
+    return finding
+
+
+def findings_of(session: int) -> List[Finding]:
+    """Copies the findings of a session, so that they stay valid."""
+    count = lib.finding_count(session)
+    array = (FindingData * count)()
+    lib.get_findings(session, 0, array, ctypes.sizeof(FindingData), count)
+    return [_finding_of(data) for data in array]

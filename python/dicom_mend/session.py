@@ -7,7 +7,7 @@ from typing import IO, List, Optional, Union
 
 from . import _library
 from ._library import check, lib, taken
-from .findings import Finding, finding_of
+from .findings import Finding, findings_of
 
 #: A path, the bytes of a file, or an open binary file.
 Source = Union[str, os.PathLike, bytes, bytearray, memoryview, IO[bytes]]
@@ -59,12 +59,7 @@ class Session:
 
     @property
     def findings(self) -> List[Finding]:
-        found = []
-        handle = lib.first_finding(self.handle)
-        while handle:
-            found.append(finding_of(handle))
-            handle = lib.next_finding(self.handle, handle)
-        return found
+        return findings_of(self.handle)
 
     @property
     def outcome(self) -> int:

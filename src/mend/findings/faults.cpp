@@ -284,11 +284,18 @@ const char* Severity_Name(Severity severity)
     return "error";
 }
 
+const char* Text_Without_Values(const Finding& finding)
+{
+    const bool quotes =
+        finding.fault == Fault::Other && finding.has_tag && Kind_Of(finding).quotes_value;
+    return quotes ? Kind_Of(finding).what : finding.text.c_str();
+}
+
 std::string Shown_Text(const Finding& finding, bool show_values)
 {
-    const Finding_Kind& kind = Kind_Of(finding);
-    if (finding.fault == Fault::Other && kind.quotes_value && finding.has_tag && !show_values) {
-        return std::string(kind.what) + " (--show-values shows it)";
+    const char* const plain = Text_Without_Values(finding);
+    if (!show_values && plain != finding.text.c_str()) {
+        return std::string(plain) + " (--show-values shows it)";
     }
     std::string text = finding.text;
     if (!Shows_Values(finding, show_values)) {

@@ -58,6 +58,9 @@ Outcome Outcome_Of(const Findings& findings);
 /** "error", "warning" or "info". */
 const char* Severity_Name(Severity severity);
 
+/** The text of a finding; the words of its kind where the text quotes a value. */
+const char* Text_Without_Values(const Finding& finding);
+
 /**
  * The text of a finding with the values before and after; without those that may identify a person
  * unless they are to be shown.

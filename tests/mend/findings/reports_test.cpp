@@ -63,6 +63,11 @@ TEST(Privacy, ShowsBothValuesOfAFindingOrNone)
     EXPECT_EQ(Shown_Text(findings.All()[1], false), "capitals");
     EXPECT_EQ(Shown_Text(findings.All()[1], true), "capitals: \"jane\" becomes \"CT\"");
     EXPECT_EQ(Shown_Text(findings.All()[2], true), "kept: \"jane\"");
+    findings.Take_Message(3, "WARNING: (0010,0010) nobody understands \"jane\"");
+    const Finding& quoting = findings.All()[3];
+    EXPECT_STREQ(Text_Without_Values(quoting), "something is wrong");
+    EXPECT_EQ(Shown_Text(quoting, false), "something is wrong (--show-values shows it)");
+    EXPECT_EQ(Shown_Text(quoting, true), "nobody understands \"jane\"");
 }
 
 TEST(Privacy, SumsUpWhatExceedsAHundredOfAKind)
