@@ -69,6 +69,24 @@ bool Element_Reader::Holds_Controls(const Element_Header& header)
            (length > Enough && holds(value + length - Enough, Enough));
 }
 
+/** From some place in a value to its end several elements follow each other. */
+bool Element_Reader::Holds_Elements(const Element_Header& header)
+{
+    constexpr int Several = 2;
+    const std::int64_t value = position_ + header.size;
+    const std::int64_t end = value + header.length;
+    const std::optional<Place_Found> place = Find_Place(value, header.tag, end);
+    if (!place.has_value() || place->position >= end || place->levels != levels_.size()) {
+        return false;
+    }
+    Level_View list = Top();
+    list.last = header.tag;
+    list.end = end;
+    list.limit = end;
+    const Straight_Reading reading = Read_Straight(window_, {list}, place->position);
+    return reading.holds && reading.headers >= Several;
+}
+
 /** A reading that is a guess must not pass over a place where elements begin. */
 bool Element_Reader::Hides_Place(const Reading& reading)
 {

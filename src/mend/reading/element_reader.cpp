@@ -145,20 +145,29 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     return Judge(next, end, behind) == Grade::Sound;
 }
 
-/**
- * Tags that nobody knows are no fault: what leads to the end of the list, or to several elements that
- * are known, without a contradiction is read as it stands.
- */
-bool Element_Reader::Leads_On(const Element_Header& header)
+/** The innermost level around the position whose end is known. */
+Nesting_Level& Element_Reader::Anchor()
 {
-    constexpr std::size_t Most_Levels = 64;
     std::size_t base = levels_.size() - 1;
     while (base > 0 && levels_[base].end == Level_View::Open) {
         --base;
     }
-    Nesting_Level& anchor = levels_[base];
-    if (levels_.size() - base > Most_Levels || Looks_Wrong(header)) {
+    return levels_[base];
+}
+
+/**
+ * Tags that nobody knows are no fault: what leads to the end of the list, or to several elements that
+ * are known, without a contradiction is read as it stands. So is a value that looks odd, when all
+ * headers to the end make sense and it holds none itself.
+ */
+bool Element_Reader::Leads_On(const Element_Header& header)
+{
+    constexpr std::size_t Most_Levels = 64;
+    Nesting_Level& anchor = Anchor();
+    const std::size_t base = static_cast<std::size_t>(&anchor - levels_.data());
+    if (levels_.size() - base > Most_Levels) {
         anchor.held_to = -1;
+        anchor.holds = false;
         return false;
     }
     if (position_ >= anchor.walked_to) {
@@ -166,9 +175,12 @@ bool Element_Reader::Leads_On(const Element_Header& header)
         const Straight_Reading reading = Read_Straight(window_, {first, levels_.end()}, position_);
         anchor.held_to = reading.holds ? reading.to : reading.sound_from;
         anchor.walked_to = std::max(reading.to, position_ + 1);
+        anchor.holds = reading.holds;
     }
-    if (position_ >= anchor.held_to) {
+    if (position_ >= anchor.held_to ||
+        (Looks_Wrong(header) && (!anchor.holds || Holds_Elements(header)))) {
         anchor.held_to = -1;
+        anchor.holds = false;
     }
     return position_ < anchor.held_to;
 }
@@ -259,6 +271,9 @@ void Element_Reader::Accept(const Element_Header& header)
     if (record.group % 2 != 0) {
         record.flags |= DICOM_Mark_Private;
         Ask_Definition(record);
+    }
+    if (header.reserved != 0) {
+        Report(Fault::Header, Level::Change, record, "the reserved bytes behind its VR are not zero");
     }
     Raise_Last(header);
     const Content content = Content_Of(record, header);

@@ -76,6 +76,7 @@ private:
     void Step();
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
+    Nesting_Level& Anchor();
     bool Leads_On(const Element_Header& header);
     void Accept(const Element_Header& header);
     void Raise_Last(const Element_Header& header);
@@ -102,6 +103,7 @@ private:
     void Offer_Encodings(Reading& best);
     bool Looks_Wrong(const Element_Header& header);
     bool Holds_Controls(const Element_Header& header);
+    bool Holds_Elements(const Element_Header& header);
     bool Hides_Place(const Reading& reading);
     bool Settle_Pixels(const Element_Header& as_read);
     std::int64_t Size_Of_Image() const;

@@ -50,6 +50,8 @@ Element_Header Decode_Header_As(std::span<const unsigned char> bytes, unsigned c
     header.tag = {Number_16(at, big), Number_16(at + 2, big)};
     header.vr = form == Header_Form::Implicit ? static_cast<unsigned short>(0)
                                               : static_cast<unsigned short>(at[4] << 8 | at[5]);
+    header.reserved =
+        form == Header_Form::Long ? Number_16(at + 6, big) : static_cast<unsigned short>(0);
     header.length =
         form == Header_Form::Short ? Number_16(at + 6, big) : Number_32(at + size - 4, big);
     return header;

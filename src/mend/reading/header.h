@@ -35,6 +35,8 @@ struct Element_Header {
     /** Size of the header; 0 when not all of its bytes are there. */
     int size = 0;
     std::uint32_t length = 0;
+    /** The two bytes behind the VR of a long form, which should be zero. */
+    unsigned short reserved = 0;
 
     bool Is_Undefined() const
     {

@@ -50,6 +50,8 @@ struct Nesting_Level : Level_View {
     /** What a straight reading found: headers in front of this place hold, and it went so far. */
     std::int64_t held_to = -1;
     std::int64_t walked_to = -1;
+    /** It came to the end. */
+    bool holds = false;
     /** What is wrong with its end was said. */
     bool said = false;
     /** Tag of the last element of the last item of a sequence. */

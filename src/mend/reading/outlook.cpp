@@ -269,6 +269,25 @@ int Outlook::Step_Item(const Element_Header& header)
     return points;
 }
 
+namespace {
+
+/** Something that makes sense stands behind an element. */
+bool Leads_To_Next(Window& window, const Element_Header& header, std::int64_t at, Level_View item)
+{
+    const std::int64_t value = at + header.size;
+    if (header.Is_Undefined()) {
+        return Decode_Header(window.At(value, Longest_Header), header.mode).tag == Item_Tag;
+    }
+    const std::int64_t end = value + header.length;
+    item.mode = header.mode;
+    item.last = header.tag;
+    const Element_Header next = Decode_Header(window.At(end, Longest_Header), header.mode);
+    return end == item.limit || next.tag.group == Delimiter_Group ||
+           Judge(next, end, item) >= Grade::Doubtful;
+}
+
+}  // namespace
+
 unsigned char Mode_In_Item(Window& window, std::int64_t at, const Level_View& item)
 {
     const std::span<const unsigned char> bytes = window.At(at, Longest_Header);
@@ -288,7 +307,9 @@ unsigned char Mode_In_Item(Window& window, std::int64_t at, const Level_View& it
         return speaks && Judge(otherwise, at, item) >= Grade::Doubtful ? other : item.mode;
     }
     const bool is_better = grade < Grade::Doubtful && Judge(otherwise, at, item) >= Grade::Doubtful;
-    return is_better && !Is_Known_VR(header.vr) ? other : item.mode;
+    return is_better && !Is_Known_VR(header.vr) && Leads_To_Next(window, otherwise, at, item)
+               ? other
+               : item.mode;
 }
 
 }  // namespace lib_mend

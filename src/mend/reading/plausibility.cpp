@@ -103,7 +103,8 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
         return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;
     }
     const bool is_odd = header.length % 2 != 0 && !header.Is_Undefined();
-    return tag == Grade::Sound && fits && !is_odd ? Grade::Sound : Grade::Doubtful;
+    // Where the reserved bytes hold something, it may be a length of 2 bytes.
+    return tag == Grade::Sound && fits && !is_odd && header.reserved == 0 ? Grade::Sound : Grade::Doubtful;
 }
 
 }  // namespace lib_mend

@@ -31,6 +31,7 @@ public:
                 result.to = here;
                 return result;
             }
+            ++result.headers;
             sound = is_sound_ ? sound + 1 : 0;
             run_from = sound <= 1 ? here : run_from;
             result.sound_from = sound >= Several ? run_from : result.sound_from;
@@ -130,7 +131,7 @@ private:
             header.Is_Undefined()
                 ? Has_Nested_Content(header, entry)
                 : at_ + header.size + static_cast<std::int64_t>(header.length) <= list.limit;
-        if (!fits || header.tag.group == 0xFFFF || (is_explicit && !Is_Known_VR(header.vr))) {
+        if (!fits || header.tag.group == 0xFFFF || header.reserved != 0 || (is_explicit && !Is_Known_VR(header.vr))) {
             return false;
         }
         if (is_lenient_) {

@@ -187,9 +187,10 @@ void Element_Reader::Settle(const Element_Header& as_read)
         return;
     }
     Reading best;
-    Offer(best, as_read, Assumed::Nothing, 0);
+    constexpr int Reserved_Cost = 3;
+    Offer(best, as_read, Assumed::Nothing, as_read.reserved != 0 ? Reserved_Cost : 0);
     const bool vr_is_known = as_read.form == Header_Form::Implicit || Is_Known_VR(as_read.vr);
-    if (best.behind < No_Doubt || !vr_is_known) {
+    if (best.behind < No_Doubt || !vr_is_known || as_read.reserved != 0) {
         Offer_Library(best, as_read);
         Offer_Forms(best, as_read);
         Offer_Encodings(best);
