@@ -55,7 +55,10 @@ void Move_To_Meta(Data_Set& set, Record_List record, Findings& findings)
 {
     DICOM_List& moved = *record.Head();
     const DICOM_List* const there = Find_Record(set.meta.Head(), Tag_Of(moved));
-    if (there == nullptr && Has_Value(moved) && set.Load(moved) && moved.element != 0) {
+    if (NEMA_db_Locate(moved.group, moved.element) == nullptr) {
+        findings.Report(Fault::Lost, Level::Error, At(moved, {}),
+                        "does not belong in the file meta information, and is left out");
+    } else if (there == nullptr && Has_Value(moved) && set.Load(moved) && moved.element != 0) {
         findings.Report(Fault::Foreign_Group, Level::Change, At(moved, {}),
                         "stands in the data set; it is moved to the file meta information");
         Append(set.meta, record.Release());

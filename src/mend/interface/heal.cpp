@@ -4,6 +4,7 @@
 #include "mend/healing/creators.h"
 #include "mend/healing/directory.h"
 #include "mend/healing/groups.h"
+#include "mend/healing/implicit_form.h"
 #include "mend/healing/order.h"
 #include "mend/healing/original_attributes.h"
 #include "mend/healing/pixel_data.h"
@@ -38,6 +39,7 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     Heal_Order(set, set.records, findings);
     Check_Creators(set.records.Address(), findings);
     Heal_Pixel_Data(set, options.pad_pixels, findings);
+    Check_Implicit_Form(set, findings);
     if (originals) {
         Record_Changes(set, *originals,
                        options.record_time.empty() ? Date_Time_Now() : options.record_time,

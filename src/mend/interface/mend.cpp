@@ -1,6 +1,7 @@
 #include "mend/interface/mend.h"
 
 #include "mend/healing/groups.h"
+#include "mend/healing/implicit_form.h"
 #include "mend/healing/repair.h"
 #include "mend/interface/heal.h"
 #include "mend/io/deflate.h"
@@ -12,7 +13,7 @@ namespace lib_mend {
 
 namespace {
 
-Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax)
+Encoding Wanted_Encoding(const Data_Set& set, Output_Syntax syntax)
 {
     switch (syntax) {
     case Output_Syntax::Implicit_Little:
@@ -33,6 +34,25 @@ Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax)
     } else if (encoding.big_endian) {
         // There is no transfer syntax for implicit VR big endian.
         encoding.explicit_vr = true;
+    }
+    return encoding;
+}
+
+/** The encoding that is wanted, or explicit VR where implicit VR would make items of a value. */
+Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax, Findings& findings)
+{
+    Encoding encoding = Wanted_Encoding(set, syntax);
+    Path way;
+    const DICOM_List* const unfit =
+        encoding.explicit_vr ? nullptr : Find_Unfit_For_Implicit(set, way);
+    if (unfit == nullptr) {
+        return encoding;
+    }
+    encoding.explicit_vr = true;
+    if (set.encoding.explicit_vr) {
+        findings.Report(Fault::Transfer_Syntax, Level::Kept, At(*unfit, way),
+                        "implicit VR cannot carry these bytes, which would be taken for items; the "
+                        "data set stays in explicit VR");
     }
     return encoding;
 }
@@ -122,7 +142,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     if (!Can_Be_Written(set, options, findings)) {
         return false;
     }
-    const Encoding encoding = Output_Encoding(set, options.syntax);
+    const Encoding encoding = Output_Encoding(set, options.syntax, findings);
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
 
     Fit_To_Encoding(set, encoding, options.heal, findings);

@@ -273,7 +273,8 @@ void Element_Reader::Accept(const Element_Header& header)
         Ask_Definition(record);
     }
     if (header.reserved != 0) {
-        Report(Fault::Header, Level::Change, record, "the reserved bytes behind its VR are not zero");
+        Report(Fault::Header, Level::Change, record,
+               "the reserved bytes behind its VR are not zero");
     }
     Raise_Last(header);
     const Content content = Content_Of(record, header);

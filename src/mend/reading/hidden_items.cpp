@@ -206,15 +206,11 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         return {Content::Kind::Items, mode};
     }
     const bool is_known = record.dict != nullptr && record.dict->vr[0] == VR_SQ;
-    if (is_sequence && record.vr == 0 && is_known) {
-        Report(Fault::Nesting, Level::Error, record,
-               "a sequence without items, which readers of implicit VR refuse; its bytes are kept");
-        record.vr = VR_UN;
-        return bytes;
-    }
     if (is_sequence) {
-        Report(record.vr != 0 ? Fault::Nesting : Fault::Private_Definition,
-               record.vr != 0 ? Level::Change : Level::Info, record,
+        // A private definition may be that of another maker.
+        const bool is_sure = record.vr != 0 || is_known;
+        Report(is_sure ? Fault::Nesting : Fault::Private_Definition,
+               is_sure ? Level::Change : Level::Info, record,
                "a sequence without items; its bytes are kept as UN");
         record.vr = VR_UN;
         return bytes;

@@ -104,7 +104,8 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
     }
     const bool is_odd = header.length % 2 != 0 && !header.Is_Undefined();
     // Where the reserved bytes hold something, it may be a length of 2 bytes.
-    return tag == Grade::Sound && fits && !is_odd && header.reserved == 0 ? Grade::Sound : Grade::Doubtful;
+    return tag == Grade::Sound && fits && !is_odd && header.reserved == 0 ? Grade::Sound
+                                                                          : Grade::Doubtful;
 }
 
 }  // namespace lib_mend

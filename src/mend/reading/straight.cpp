@@ -131,7 +131,8 @@ private:
             header.Is_Undefined()
                 ? Has_Nested_Content(header, entry)
                 : at_ + header.size + static_cast<std::int64_t>(header.length) <= list.limit;
-        if (!fits || header.tag.group == 0xFFFF || header.reserved != 0 || (is_explicit && !Is_Known_VR(header.vr))) {
+        if (!fits || header.tag.group == 0xFFFF || header.reserved != 0 ||
+            (is_explicit && !Is_Known_VR(header.vr))) {
             return false;
         }
         if (is_lenient_) {

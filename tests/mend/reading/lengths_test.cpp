@@ -108,9 +108,11 @@ TEST(Lengths, WhatHoldsItemsAndIsNoSequenceIsSaid)
     const Stream_Builder text = Stream_Builder(0)
                                     .Element(0x0008, 0x1111, "LO", "just some text")
                                     .Element(0x0010, 0x0010, "PN", "Doe^Jane");
-    EXPECT_EQ(Mend_In_Memory(implicit(text)).Lines(),
-              "error nesting (0008,1111) a sequence without items, which readers of implicit VR "
-              "refuse; its bytes are kept\n");
+    EXPECT_EQ(
+        Mend_In_Memory(implicit(text)).Lines(),
+        "change nesting (0008,1111) a sequence without items; its bytes are kept as UN\n"
+        "change transfer-syntax (0008,1111) implicit VR cannot carry these bytes, which would "
+        "be taken for items; the data set is written in explicit VR\n");
     // Cut off in front of the first item: no rest is written that would be none.
     const std::string cut =
         implicit(Stream_Builder(0).Sequence(0x0008, 0x1111, 90).Raw("\xFE\xFF"));
