@@ -1,5 +1,5 @@
-// Holds the examples of docs/faults.md against the tool: each shows the bytes of a fault, what the file
-// holds after mending, and what is said.
+// Holds the examples of docs/faults.md and the like against the tool: each shows the bytes of a fault,
+// what the file holds after mending, and what is said. Mending again changes nothing.
 //
 //   faults_page PAGE            exit status 1 when an example is not what mending gives
 //   faults_page --write PAGE    prints the page with what mending gives
@@ -147,9 +147,12 @@ std::string Outcome_Of(const std::vector<std::string>& input)
     for (std::size_t i = 1; i < input.size(); ++i) {
         bytes += Bytes_Of(input[i]);
     }
-    const Mended_File mended = Mend_In_Memory(File_Of(encoding, bytes), Options_Of(words));
+    const lib_mend::Mend_Options options = Options_Of(words);
+    const Mended_File mended = Mend_In_Memory(File_Of(encoding, bytes), options);
     std::string outcome;
     if (mended.done) {
+        const bool stays = Mend_In_Memory(mended.bytes, options).bytes == mended.bytes;
+        outcome += stays ? "" : "mending again changes it\n";
         const Plain_File after = Read_Plain(mended.bytes);
         outcome += after.error.empty() ? "" : "a plain reader says: " + after.error + "\n";
         for (const Plain_Element& element : after.elements) {
