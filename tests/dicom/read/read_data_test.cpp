@@ -106,6 +106,20 @@ TEST_P(Read_Data, ReadsBlocksAndSwapsPairs)
     }
 }
 
+TEST_P(Read_Data, ReadsMoreThanIsAskedForAtOnce)
+{
+    std::string bytes;
+    for (int i = 0; i < 700'000; ++i) {
+        bytes += std::to_string(i);
+    }
+    const int size = static_cast<int>(bytes.size()) - 1;
+    Byte_Input input(GetParam(), bytes);
+    char* text = NEMA_Read_Str(nullptr, input.source, input.where, input.Ptr(), 0, size);
+    EXPECT_TRUE(text != nullptr && text == bytes.substr(0, bytes.size() - 1));
+    EXPECT_EQ(input.Position(), size);
+    DICOM_Lib_Free(&text);
+}
+
 TEST_P(Read_Data, RefusesNegativeSizes)
 {
     Byte_Input input(GetParam(), "abcdefgh");
