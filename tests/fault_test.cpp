@@ -36,7 +36,12 @@ class Quiet_Log {
 public:
     Quiet_Log()
     {
-        Error_Sink_Set(&Quiet_Log::Take, &text_);
+        Error_Sink_Set(
+            [](HWND, unsigned int, const char* message, void* context) {
+                const fault::Pause pause;
+                static_cast<std::string*>(context)->append(message).append("\n");
+            },
+            &text);
     }
     Quiet_Log(const Quiet_Log&) = delete;
     Quiet_Log& operator=(const Quiet_Log&) = delete;
@@ -44,65 +49,67 @@ public:
     {
         Error_Sink_Set(nullptr, nullptr);
     }
-    const std::string& Text() const
+
+    std::string text;
+};
+
+/** One run in which a passage is to fail: what is done within the call of it. */
+struct Trial {
+    template <class Work>
+    void operator()(Work&& work)
     {
-        return text_;
+        const Injection injection(point, passage, kind, error);
+        work();
+        has_struck = injection.Struck();
     }
 
-private:
-    static void Take(HWND, unsigned int, const char* text, void* context)
-    {
-        const fault::Pause pause;
-        static_cast<std::string*>(context)->append(text).append("\n");
-    }
-
-    std::string text_;
+    Point point;
+    long passage;
+    Kind kind;
+    int error;
+    bool has_struck = false;
 };
 
 /**
  * Runs `attempt` with the 1st, 2nd, 3rd, ... passage through a point failing, until none fails. Each
- * run begins with nothing loaded; of very many passages ever fewer are tried, so that the time stays
- * in proportion.
- * `attempt` arms the injection that it is handed by calling it, and releases all that it made.
+ * run begins with nothing loaded and releases all that it made; of very many passages ever fewer are
+ * tried, so that the time stays in proportion.
  */
-template <class Attempt>
-void Fail_In_Turn(Point point, Kind kind, int error, Attempt&& attempt)
+void Fail_In_Turn(Point point, Kind kind, int error, const std::function<void(Trial&)>& attempt)
 {
     constexpr long Enough = 20'000;
     constexpr long One_By_One = 100;
-    const auto growth = [&](long n, bool& struck) {
+    const auto growth = [&](Trial& trial) {
         DICOM_Lib_Cleanup();
         const std::size_t before = fault::Live_Blocks();
-        struck = attempt([=] { return Injection(point, n, kind, error); });
+        attempt(trial);
         DICOM_Lib_Cleanup();
         return static_cast<long>(fault::Live_Blocks()) - static_cast<long>(before);
     };
-    const auto run = [&](long n) {
-        bool struck = false;
-        if (growth(n, struck) != 0) {
-            // What lives as long as the process may be made on a way that only a failure takes; it is
-            // made once. A leak comes again.
-            EXPECT_EQ(growth(n, struck), 0) << "passage " << n;
-        }
-        return struck;
-    };
     // What lives as long as the process or the thread is made before anything is counted.
     Error_Perror(0);
-    attempt([=] { return Injection(point, Enough, kind, error); });
-    DICOM_Lib_Cleanup();
-    long n = 1;
-    while (n < Enough && !testing::Test::HasFailure() && run(n)) {
-        n += std::max(1L, n / One_By_One);
+    Trial sound = {point, Enough, kind, error};
+    growth(sound);
+    bool has_struck = true;
+    for (long n = 1; has_struck && !testing::Test::HasFailure();
+         n += std::max(1L, n / One_By_One)) {
+        ASSERT_LT(n, Enough) << "never passed";
+        Trial trial = {point, n, kind, error};
+        // What lives as long as the process may be made on a way that only a failure takes; it is
+        // made once. A leak comes again.
+        if (growth(trial) != 0) {
+            EXPECT_EQ(growth(trial), 0) << "passage " << n;
+        }
+        has_struck = trial.has_struck;
+        EXPECT_TRUE(has_struck || n > 1) << "nothing was made to fail";
     }
-    EXPECT_GT(n, 1) << "nothing was made to fail";
-    EXPECT_LT(n, Enough) << "never passed";
 }
 
 /** What an operation on the library has to do when memory ends, once or for good. */
 struct Operation {
     const char* name;
-    /** Does the work on fresh inputs within the injection; true when it succeeded as a whole. */
-    std::function<bool(const std::function<Injection()>&, bool& struck)> run;
+    /** Does the work on fresh inputs within the trial; true when it succeeded as a whole. */
+    std::function<bool(Trial&)> run;
     /** The source unit, the function and the variable of each memory message that comes. */
     std::set<std::string> messages;
 };
@@ -110,37 +117,34 @@ struct Operation {
 /** What the memory messages of a log name. */
 void Collect_Messages(const std::string& log, std::set<std::string>& messages)
 {
-    const fault::Pause pause;
     static const std::regex form("line [0-9]+ *of (\\S+) \nmemory error in (\\S+) \\(var=([^,)]+)");
     for (std::sregex_iterator at(log.begin(), log.end(), form), end; at != end; ++at) {
         messages.insert(at->format("$1 $2 $3"));
     }
 }
 
-void Check_Operation(const Operation& operation)
+void Check(const std::vector<Operation>& operations)
 {
-    SCOPED_TRACE(operation.name);
-    if (testing::Test::HasFailure()) {
-        return;
-    }
-    std::set<std::string> messages;
-    for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
-        Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](const std::function<Injection()>& arm) {
-            const Quiet_Log log;
-            bool struck = false;
-            const bool done = operation.run(arm, struck);
-            EXPECT_TRUE(done || struck) << log.Text();
-            if (!done) {
+    for (const Operation& operation : operations) {
+        SCOPED_TRACE(operation.name);
+        std::set<std::string> messages;
+        for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
+            Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](Trial& trial) {
+                const Quiet_Log log;
+                const bool done = operation.run(trial);
+                EXPECT_TRUE(done || trial.has_struck) << log.text;
                 // Without any memory the format itself is the message.
-                EXPECT_THAT(log.Text(), HasSubstr("memory error in ")) << operation.name;
-            }
-            if (kind == Kind::Error) {
-                Collect_Messages(log.Text(), messages);
-            }
-            return struck;
-        });
+                EXPECT_TRUE(done || log.text.find("memory error in ") != log.text.npos);
+                if (kind == Kind::Error) {
+                    Collect_Messages(log.text, messages);
+                }
+            });
+        }
+        EXPECT_EQ(messages, operation.messages);
+        if (testing::Test::HasFailure()) {
+            return;
+        }
     }
-    EXPECT_EQ(messages, operation.messages);
 }
 
 // ---- inputs
@@ -257,19 +261,14 @@ public:
 
 TEST(Fault, ListsWithoutMemory)
 {
-    using Arm = const std::function<Injection()>&;
     const Current_Standard standard;
-    const Operation operations[] = {
+    Check({
         {"format",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              const Record_List flat(Flat_Sequence);
              const std::string before = Dump(flat.head);
              DICOM_List* list = nullptr;
-             {
-                 const Injection injection = arm();
-                 list = DICOM_Attribute_Format(nullptr, flat.head);
-                 struck = injection.Struck();
-             }
+             trial([&] { list = DICOM_Attribute_Format(nullptr, flat.head); });
              EXPECT_EQ(Dump(flat.head), before);
              const Record_List nested(list);
              return nested.head != nullptr;
@@ -277,27 +276,24 @@ TEST(Fault, ListsWithoutMemory)
          {"NEMA_Tag_Attribute calloc insert", "NEMA_Tag_Attribute realloc pt->item",
           "NEMA_Tag_Copy malloc target->data"}},
         {"insert",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              Record_List list("0008,0060:CS=MR");
              const Record_List records("0010,0010:PN=DOE^JANE");
              DICOM_List* inserted = nullptr;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  DICOM_Root root = {};
                  inserted = DICOM_Attribute_Insert(nullptr, &root, &list.head, records.head, 0);
-                 struck = injection.Struck();
-             }
+             });
              EXPECT_EQ(Value_Of(*list.head), "MR");
              return inserted != nullptr;
          },
          {"NEMA_Tag_Attribute calloc insert", "NEMA_Tag_Copy malloc target->data"}},
         {"find in a sequence",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              Record_List list;
              DICOM_Root root = {};
              DICOM_List* found = nullptr;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  found = DICOM_Attribute_Find(nullptr, &root, &list.head, 0x0008, 0x0060);
                  DICOM_Attribute_Sequence_Start(nullptr, &root, 0x0008, 0x1140, 0, 0);
                  DICOM_Attribute_Item_Start(nullptr, &root, 0);
@@ -305,25 +301,22 @@ TEST(Fault, ListsWithoutMemory)
                  found = found == nullptr
                              ? nullptr
                              : DICOM_Attribute_Find(nullptr, &root, &list.head, 0x0008, 0x1150);
-                 struck = injection.Struck();
-             }
+             });
              return found != nullptr;
          },
          {"NEMA_Tag_Attribute calloc insert", "NEMA_Tag_Attribute calloc insert->item"}},
         {"copy",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              const Record_List flat(Flat_Sequence);
              const Record_List source(DICOM_Attribute_Format(nullptr, flat.head));
              Record_List target("0008,0060:CS=CT!1 0010,0010:PN=ROE!1");
              const std::string before = Dump(source.head);
              int copied = 0;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  DICOM_Root root = {};
                  copied = DICOM_Attribute_Copy(nullptr, &root, &target.head, source.head);
                  EXPECT_EQ(root.Sequence_Depth, 0);
-                 struck = injection.Struck();
-             }
+             });
              EXPECT_EQ(Value_Of(*target.head), "CT");
              EXPECT_EQ(Dump(source.head), before);
              return copied != 0;
@@ -331,50 +324,44 @@ TEST(Fault, ListsWithoutMemory)
          {"NEMA_Tag_Attribute calloc insert", "NEMA_Tag_Copy malloc target->data",
           "NEMA_Tag_Copy realloc target->item"}},
         {"index",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              const Record_List source(Long_List(90));
              Record_List target(Long_List(90));
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  DICOM_Root root = {};
                  // Searching takes longer without memory, but does not fail.
                  EXPECT_EQ(DICOM_Attribute_Copy(nullptr, &root, &target.head, source.head), 1);
                  DICOM_Attribute_Assign_Info(nullptr, &root, source.head, target.head);
-                 struck = injection.Struck();
-             }
+             });
              EXPECT_EQ(Tags(target.head), Tags(source.head));
              return true;
          },
          {}},
         {"walks over nested lists",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              Deep_List list(14, "0011,1001!1");
              Record_List copy;
              bool done = false;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  DICOM_Root root = {};
                  done = DICOM_Attribute_Copy(nullptr, &root, &copy.head, list.head) == 1 &&
                         DICOM_Attribute_Sort(nullptr, &root, &list.head) == 1 &&
                         DICOM_Attribute_Delete(nullptr, &root, &list.head, "0011", "*") == 1;
                  EXPECT_EQ(root.Sequence_Depth, 0);
                  EXPECT_EQ(root.Item_Number[0], 0);
-                 struck = injection.Struck();
-             }
+             });
              return done;
          },
          {"NEMA_Tag_Attribute calloc insert", "NEMA_Tag_Copy new item",
           "NEMA_Tag_Copy new target->item", "NEMA_Tag_Copy realloc target->item"}},
         {"clean",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              Record_List list(One_Value_Of_Each_VR());
              bool complete = true;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  DICOM_Root root = {};
                  EXPECT_EQ(DICOM_Attribute_Cleanup(nullptr, &root, list.head), 1);
-                 struck = injection.Struck();
-             }
+             });
              for (const DICOM_List* record = list.head; record != nullptr; record = record->next) {
                  EXPECT_EQ(record->data == nullptr, record->size == 0);
                  complete = complete && (record->data != nullptr || record->vr == VR_CS);
@@ -382,17 +369,23 @@ TEST(Fault, ListsWithoutMemory)
              return complete;
          },
          {"NEMA_Tag_Cleanup calloc new_data", "NEMA_Tag_Cleanup realloc tag->data"}},
+        {"check",
+         [](Trial& trial) {
+             const Record_List list("0011,1001:LO=longer_than_what_a_string_holds_in_itself");
+             DICOM_Root root = {};
+             trial([&] { DICOM_Attribute_Syntax(nullptr, &root, list.head); });
+             return !trial.has_struck;
+         },
+         {"NEMA_Tag_Syntax calloc mom_tag.data"}},
         {"complement",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              const Record_List list(Flat_Sequence);
              NEMA_db_Locate(0x0008, 0xFFFE);
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  DICOM_Root root = {};
                  EXPECT_EQ(DICOM_Attribute_Complement(nullptr, &root, list.head), 0);
                  EXPECT_EQ(root.Sequence_Depth, 0);
-                 struck = injection.Struck();
-             }
+             });
              bool complete = true;
              for (const DICOM_List* record = list.head; record != nullptr; record = record->next) {
                  const bool is_private = record->group % 2 != 0 && record->element != 0;
@@ -404,10 +397,7 @@ TEST(Fault, ListsWithoutMemory)
              return complete;
          },
          {"NEMA_Read_IOD new buffer", "NEMA_Tag_Complement _strdup tag->description"}},
-    };
-    for (const Operation& operation : operations) {
-        Check_Operation(operation);
-    }
+    });
 }
 
 /** Adds one attribute with a value of its own kind. */
@@ -471,22 +461,17 @@ TEST(Fault, CreationWithoutMemory)
         if (vr == VR_AE || vr == VR_CS || vr == VR_SH) {
             messages.insert("NEMA_Tag_Cleanup realloc tag->data");  // it is cut or loses blanks
         }
-        Check_Operation({name.c_str(),
-                         [vr](const std::function<Injection()>& arm, bool& struck) {
-                             Record_List list("0008,0060:CS=MR");
-                             // The dictionary has a test of its own.
-                             NEMA_db_Locate(0x0008, 0x0060);
-                             {
-                                 const Injection injection = arm();
-                                 Add_Value(vr, &list.head);
-                                 struck = injection.Struck();
-                             }
-                             EXPECT_EQ(Value_Of(*list.head), "MR");
-                             const DICOM_List* const made = list.head->next;
-                             return made != nullptr && made->data != nullptr &&
-                                    made->dict == nullptr;
-                         },
-                         messages});
+        Check({{name.c_str(),
+                [vr](Trial& trial) {
+                    Record_List list("0008,0060:CS=MR");
+                    // The dictionary has a test of its own.
+                    NEMA_db_Locate(0x0008, 0x0060);
+                    trial([&] { Add_Value(vr, &list.head); });
+                    EXPECT_EQ(Value_Of(*list.head), "MR");
+                    const DICOM_List* const made = list.head->next;
+                    return made != nullptr && made->data != nullptr && made->dict == nullptr;
+                },
+                messages}});
     }
 }
 
@@ -503,7 +488,6 @@ int Append_Pixels(HWND, char, unsigned int offset, char** buffer, void*)
 
 TEST(Fault, WritingWithoutMemory)
 {
-    using Arm = const std::function<Injection()>&;
     DICOM_Write_Image_Fct(&Append_Pixels);
     using Write = unsigned int (*)(DICOM_List*, char**);
     const struct {
@@ -529,45 +513,35 @@ TEST(Fault, WritingWithoutMemory)
          {"NEMA_Write_Buffer calloc buffer", "NEMA_Write_Buffer new buffer"}},
     };
     for (const auto& writer : writers) {
-        Check_Operation({writer.name,
-                         [&](Arm arm, bool& struck) {
-                             const Record_List list(
-                                 "0002,0010:UI=1.2 0008,0060:CS=MR 7FF0,0010:LO=text");
-                             char* buffer = nullptr;
-                             unsigned int size = 0;
-                             {
-                                 const Injection injection = arm();
-                                 size = writer.write(list.head, &buffer);
-                                 struck = injection.Struck();
-                             }
-                             DICOM_Lib_Free(&buffer);
-                             return size != 0;
-                         },
-                         writer.messages});
+        Check({{writer.name,
+                [&](Trial& trial) {
+                    const Record_List list("0002,0010:UI=1.2 0008,0060:CS=MR 7FF0,0010:LO=text");
+                    char* buffer = nullptr;
+                    unsigned int size = 0;
+                    trial([&] { size = writer.write(list.head, &buffer); });
+                    DICOM_Lib_Free(&buffer);
+                    return size != 0;
+                },
+                writer.messages}});
     }
     DICOM_Write_Image_Fct(nullptr);
 }
 
 TEST(Fault, ValuesWithoutMemory)
 {
-    using Arm = const std::function<Injection()>&;
     /** A list of one record as each extractor takes it. */
     const auto extract = [](const char* notation, auto extractor) {
-        return [=](Arm arm, bool& struck) {
+        return [=](Trial& trial) {
             const Record_List list(notation);
             const std::string before = Dump(list.head);
             const void* result = nullptr;
-            {
-                const Injection injection = arm();
-                result = extractor(nullptr, list.head, 0);
-                struck = injection.Struck();
-            }
+            trial([&] { result = extractor(nullptr, list.head, 0); });
             EXPECT_EQ(result == nullptr, list.head->vm == 0);
             EXPECT_EQ(Dump(list.head), before);
             return result != nullptr;
         };
     };
-    const Operation operations[] = {
+    Check({
         {"strings",
          extract("0011,1001:LO=one\\two", &NEMA_Value_Str),
          {"NEMA_Read_Value realloc V_Str[cc]", "NEMA_Read_Value realloc V_Str[cc][tag->vm]"}},
@@ -581,16 +555,12 @@ TEST(Fault, ValuesWithoutMemory)
          extract("0011,1001:OB=bytes", &NEMA_Value_Hex),
          {"NEMA_Read_Value realloc Buffer[cc]"}},
         {"bytes left in an image",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              std::string image(2048, 'x');
              DICOM_Lib_File_Name = static_cast<wchar_t*>(static_cast<void*>(image.data()));
              const Record_List list("0011,1001:OB#1100");
              const void* result = nullptr;
-             {
-                 const Injection injection = arm();
-                 result = NEMA_Value_Hex(nullptr, list.head, 0);
-                 struck = injection.Struck();
-             }
+             trial([&] { result = NEMA_Value_Hex(nullptr, list.head, 0); });
              DICOM_Lib_File_Name = nullptr;
              return result != nullptr;
          },
@@ -606,19 +576,17 @@ TEST(Fault, ValuesWithoutMemory)
          extract("0011,1001:TM=101112", &NEMA_Value_Time),
          {"conv_time_fct malloc time->time_str", "conv_time_fct malloc time->time_template"}},
         {"conversions of a name",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              OrisWare_Name name = {};
              OrisWare_Name copy = {};
              const char* text = nullptr;
              int made = 0;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  made = Name_From_DICOM(&name, "Family of a long name^Given^Middle^Dr.^M.D.");
                  text = made != 0 ? Name_2_Str(&name) : nullptr;
                  text = text != nullptr ? Name_2_DICOM(&name) : nullptr;
                  made = text != nullptr ? Name_Copy(&copy, &name) : 0;
-                 struck = injection.Struck();
-             }
+             });
              EXPECT_EQ(made != 0, copy.defined != 0);
              Name_Free(&name);
              Name_Free(&copy);
@@ -627,14 +595,13 @@ TEST(Fault, ValuesWithoutMemory)
          {"conv_name_fct calloc text", "conv_name_fct malloc name->component",
           "conv_name_fct new text"}},
         {"conversions of dates and times",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              OrisWare_Date date = {};
              OrisWare_Date copy = {};
              OrisWare_Time time = {};
              OrisWare_Time other = {};
              bool made = false;
-             {
-                 const Injection injection = arm();
+             trial([&] {
                  made =
                      Make_Oris_Date(&date, "31 January 2021", "dd mmmm yyyy") != 0 &&
                      Date_2_Str(&date, "dddd of mmmm in the year yyyy, which is long") != nullptr &&
@@ -642,8 +609,7 @@ TEST(Fault, ValuesWithoutMemory)
                      Make_Oris_Time(&time, "10:11", "hh:mm") != 0 &&
                      Time_2_Str(&time, "hh hours and mm minutes past midnight") != nullptr &&
                      Time_2_DICOM(&time) != nullptr && Time_Copy(&other, &time) != 0;
-                 struck = injection.Struck();
-             }
+             });
              EXPECT_EQ(made, other.state != Oris_State_Unset);
              Date_Free(&date);
              Date_Free(&copy);
@@ -653,10 +619,7 @@ TEST(Fault, ValuesWithoutMemory)
          },
          {"conv_time_fct malloc date->date_str", "conv_time_fct malloc date->date_template",
           "conv_time_fct malloc time->time_str", "conv_time_fct malloc time->time_template"}},
-    };
-    for (const Operation& operation : operations) {
-        Check_Operation(operation);
-    }
+    });
 }
 
 DICOM_List* No_Attribute(HWND, DICOM_Root*, DICOM_List**, DICOM_List*, void*)
@@ -671,27 +634,22 @@ void* Same_Value(HWND, DICOM_Root*, DICOM_List*, void* user)
 
 TEST(Fault, TablesWithoutMemory)
 {
-    using Arm = const std::function<Injection()>&;
     const auto code_name = [](const char* text) {
-        return [=](Arm arm, bool& struck) {
+        return [=](Trial& trial) {
             const Definition_Directory directory;
             directory.Write("gas", "99SDM C-1 Xenon\n99SDM C-2 Krypton\n");
             std::string name = text;
             Code_Seq code = {};
             code.original_name = name.data();
             int coded = 0;
-            {
-                const Injection injection = arm();
-                coded = DICOM_Macro_CodeSequence_Set(&code, "gas.txt");
-                struck = injection.Struck();
-            }
+            trial([&] { coded = DICOM_Macro_CodeSequence_Set(&code, "gas.txt"); });
             for (char* const column : {code.coding_scheme, code.code_value, code.code_meaning}) {
                 std::free(column);
             }
             return coded != 0;
         };
     };
-    const Operation operations[] = {
+    Check({
         {"code of the tracer",
          code_name("tc-99m"),
          {"NEMA_Work_Macro _strdup code->code_meaning", "NEMA_Work_Macro _strdup code->code_value",
@@ -704,51 +662,44 @@ TEST(Fault, TablesWithoutMemory)
           "NEMA_Work_Macro _strdup code_value[nb_lines]",
           "NEMA_Work_Macro _strdup code_meaning[nb_lines]"}},
         {"handlers",
-         [](Arm arm, bool& struck) {
-             const Injection injection = arm();
-             const bool grown = DICOM_Module_List_Group_Grow(0x0010, &No_Attribute) != 0 &&
-                                DICOM_Module_List_Private_Grow(0x0011, &No_Attribute) != 0 &&
-                                DICOM_Attribute_List_Group_Grow(0x0010, &Same_Value) != 0 &&
-                                DICOM_Attribute_List_Private_Grow("ACME", &Same_Value) != 0 &&
-                                DICOM_Attribute_List_SPI_Grow(0x0011, &Same_Value) != 0;
-             struck = injection.Struck();
+         [](Trial& trial) {
+             bool grown = false;
+             trial([&] {
+                 grown = DICOM_Module_List_Group_Grow(0x0010, &No_Attribute) != 0 &&
+                         DICOM_Module_List_Private_Grow(0x0011, &No_Attribute) != 0 &&
+                         DICOM_Attribute_List_Group_Grow(0x0010, &Same_Value) != 0 &&
+                         DICOM_Attribute_List_Private_Grow("ACME", &Same_Value) != 0 &&
+                         DICOM_Attribute_List_SPI_Grow(0x0011, &Same_Value) != 0;
+             });
              return grown;
          },
          {"NEMA_Write_Module realloc List_Group", "NEMA_Write_Module realloc List_Private",
           "NEMA_Tag_Parse realloc List_Group", "NEMA_Tag_Parse realloc List_Private",
           "NEMA_Tag_Parse realloc List_SPI"}},
         {"description",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              const Record_List list("0010,0010");
-             const Injection injection = arm();
-             const int set = DICOM_Attribute_Complement_Tag(nullptr, list.head, 0, "name");
-             struck = injection.Struck();
+             int set = 0;
+             trial([&] { set = DICOM_Attribute_Complement_Tag(nullptr, list.head, 0, "name"); });
              return set != 0;
          },
          {"NEMA_Tag_Complement _strdup tag->description"}},
         {"missing value",
-         [](Arm arm, bool& struck) {
+         [](Trial& trial) {
              const Record_List list("0010,0010:LO#4");
              std::string image = "........text";
              DICOM_Root root = {};
              DICOM_Lib_File_Source = 2;
              DICOM_Lib_File_Name = reinterpret_cast<wchar_t*>(image.data());
              int loaded = 0;
-             {
-                 const Injection injection = arm();
-                 loaded = DICOM_Postproc_Step_5(nullptr, &root, list.head);
-                 struck = injection.Struck();
-             }
+             trial([&] { loaded = DICOM_Postproc_Step_5(nullptr, &root, list.head); });
              DICOM_Lib_File_Source = 0;
              DICOM_Lib_File_Name = nullptr;
              EXPECT_EQ(loaded != 0, Value_Of(*list.head) == "text");
              return loaded != 0;
          },
          {"NEMA_Write_Module malloc pt->data"}},
-    };
-    for (const Operation& operation : operations) {
-        Check_Operation(operation);
-    }
+    });
 }
 
 // The dictionary has thousands of allocations; some of each kind are tried.
@@ -759,23 +710,22 @@ TEST(Fault, DictionaryWithoutMemory)
     for (long n = 1;; n += 1 + n / 8) {
         DICOM_Lib_Cleanup();
         const std::size_t before = fault::Live_Blocks();
-        auto log = std::make_unique<Quiet_Log>();
-        bool struck = false;
+        Trial trial = {Point::Memory, n, Kind::Error, ENOMEM};
         const TAG_db_Elems* entry = nullptr;
         {
-            const Injection injection(Point::Memory, n);
-            entry = NEMA_db_Locate(0x0010, 0x0010);
-            NEMA_db_Locate(0x0008, 0xFFFE);
-            struck = injection.Struck();
+            const Quiet_Log log;
+            trial([&] {
+                entry = NEMA_db_Locate(0x0010, 0x0010);
+                NEMA_db_Locate(0x0008, 0xFFFE);
+            });
+            // The next lookup tries again.
+            EXPECT_NE(NEMA_db_Locate(0x0010, 0x0010), nullptr);
+            named = named || log.text.find("in new (var=dictionary,") != log.text.npos;
+            EXPECT_EQ(trial.has_struck, !log.text.empty());
         }
-        // The next lookup tries again.
-        EXPECT_NE(NEMA_db_Locate(0x0010, 0x0010), nullptr);
-        named = named || log->Text().find("in new (var=dictionary,") != std::string::npos;
-        EXPECT_EQ(struck, !log->Text().empty());
-        log.reset();
         DICOM_Lib_Cleanup();
         EXPECT_EQ(fault::Live_Blocks(), before);
-        if (!struck) {
+        if (!trial.has_struck) {
             EXPECT_NE(entry, nullptr);
             break;
         }
@@ -816,15 +766,14 @@ TEST(Fault, ElementsWithoutMemory)
 {
     for (const int source : {NEMA_Source_File, NEMA_Source_Memory}) {
         Byte_Input input(source, Sample());
-        Check_Operation({source == NEMA_Source_File ? "file" : "image",
-                         [&](const std::function<Injection()>& arm, bool& struck) {
-                             input.Set_Position(132);
-                             const Injection injection = arm();
-                             const bool whole = Read_Elements(input);
-                             struck = injection.Struck();
-                             return whole;
-                         },
-                         {"NEMA_Read_Data malloc buf", "NEMA_Read_Value realloc Buffer[cc]"}});
+        Check({{source == NEMA_Source_File ? "file" : "image",
+                [&](Trial& trial) {
+                    input.Set_Position(132);
+                    bool whole = false;
+                    trial([&] { whole = Read_Elements(input); });
+                    return whole;
+                },
+                {"NEMA_Read_Data malloc buf", "NEMA_Read_Value realloc Buffer[cc]"}}});
     }
 }
 
@@ -844,21 +793,17 @@ TEST(Fault, ElementsFromAFailingFile)
         {Point::Seek, Kind::Error, ESPIPE, false, "while seeking pos"},
     };
     for (const auto& fault : faults) {
-        Fail_In_Turn(
-            fault.point, fault.kind, fault.error, [&](const std::function<Injection()>& arm) {
-                const Quiet_Log log;
-                Byte_Input input(NEMA_Source_File, Sample());
-                input.Set_Position(132);
-                const Injection injection = arm();
-                const bool whole = Read_Elements(input);
-                const fault::Pause pause;
-                EXPECT_TRUE(whole || !fault.passes) << log.Text();
-                if (!whole) {
-                    EXPECT_THAT(log.Text(),
-                                AnyOf(HasSubstr(fault.message), HasSubstr("using lseek()")));
-                }
-                return injection.Struck();
-            });
+        Fail_In_Turn(fault.point, fault.kind, fault.error, [&](Trial& trial) {
+            const Quiet_Log log;
+            Byte_Input input(NEMA_Source_File, Sample());
+            input.Set_Position(132);
+            bool whole = false;
+            trial([&] { whole = Read_Elements(input); });
+            EXPECT_TRUE(whole || !fault.passes) << log.text;
+            if (!whole) {
+                EXPECT_THAT(log.text, AnyOf(HasSubstr(fault.message), HasSubstr("using lseek()")));
+            }
+        });
     }
 }
 
@@ -906,8 +851,7 @@ constexpr std::int64_t Whole = lib_mend::Source::Small_File;
 constexpr std::int64_t Piecewise = -1;
 
 /** Reads and mends; running out of memory is a failure like any other. */
-Mended Mend_File(const std::string& path, std::int64_t most_in_memory,
-                 const lib_mend::Mend_Options& options = {})
+Mended Mend_File(const std::string& path, std::int64_t most_in_memory)
 {
     using namespace lib_mend;
     Mended mended;
@@ -922,7 +866,7 @@ Mended Mend_File(const std::string& path, std::int64_t most_in_memory,
         }
         Data_Set set = Read_Data_Set(source, findings);
         Encoded_File out;
-        mended.done = Mend(set, options, findings, out);
+        mended.done = Mend(set, {}, findings, out);
         mended.has_error = findings.Has(Level::Error);
         const fault::Pause pause;
         const Bytes joined = out.Joined();
@@ -945,57 +889,40 @@ std::string Directory()
     return Part10_Head("1.2.840.10008.1.2.1") + s.Bytes();
 }
 
-TEST(Fault, MendingWithoutMemoryWritesAllOrNothing)
+TEST(Fault, MendingWritesAllOrNothing)
 {
-    const Scratch_Folder folder;
-    folder.Write("sample", Sample());
-    folder.Write("directory", Directory());
-    for (const char* const name : {"/sample", "/directory"}) {
-        const std::string path = folder.path + name;
-        const std::string whole = Mend_File(path, Whole).bytes;
-        for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
-            Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](const std::function<Injection()>& arm) {
-                // The dictionary has a test of its own.
-                NEMA_db_Locate(0x0008, 0x0060);
-                const Injection injection = arm();
-                const Mended mended = Mend_File(path, Whole);
-                const fault::Pause pause;
-                EXPECT_NE(mended.done, mended.has_error);
-                EXPECT_TRUE(!mended.done || mended.bytes == whole) << name;
-                return injection.Struck();
-            });
-        }
-    }
-}
-
-TEST(Fault, MendingAFailingFile)
-{
-    const Scratch_Folder folder;
-    folder.Write("sample", Sample());
-    const std::string path = folder.path + "/sample";
-    const std::string whole = Mend_File(path, Whole).bytes;
     const struct {
         Point point;
         Kind kind;
         int error;
-        bool passes;
+        std::int64_t most_in_memory;
+        bool passes = false;
     } faults[] = {
-        {Point::Open, Kind::Error, EMFILE, false},
-        {Point::Read, Kind::Short, 0, true},
-        {Point::Read, Kind::Interrupted, 0, true},
-        {Point::Read, Kind::Error, EIO, false},
+        {Point::Memory, Kind::Error, ENOMEM, Whole},
+        {Point::Memory, Kind::From_Now_On, ENOMEM, Whole},
+        {Point::Open, Kind::Error, EMFILE, Whole},
+        {Point::Open, Kind::Error, EMFILE, Piecewise},
+        {Point::Read, Kind::Short, 0, Whole, true},
+        {Point::Read, Kind::Short, 0, Piecewise, true},
+        {Point::Read, Kind::Interrupted, 0, Whole, true},
+        {Point::Read, Kind::Interrupted, 0, Piecewise, true},
+        {Point::Read, Kind::Error, EIO, Whole},
+        {Point::Read, Kind::Error, EIO, Piecewise},
     };
-    for (const auto& fault : faults) {
-        for (const std::int64_t most_in_memory : {Whole, Piecewise}) {
-            Fail_In_Turn(fault.point, fault.kind, fault.error,
-                         [&](const std::function<Injection()>& arm) {
-                             const Injection injection = arm();
-                             const Mended mended = Mend_File(path, most_in_memory);
-                             const fault::Pause pause;
-                             EXPECT_TRUE(mended.bytes == whole || mended.has_error);
-                             EXPECT_TRUE(mended.bytes == whole || !fault.passes);
-                             return injection.Struck();
-                         });
+    const Scratch_Folder folder;
+    for (const std::string& bytes : {Sample(), Directory()}) {
+        folder.Write("file", bytes);
+        const std::string path = folder.path + "/file";
+        const std::string whole = Mend_File(path, Whole).bytes;
+        for (const auto& fault : faults) {
+            Fail_In_Turn(fault.point, fault.kind, fault.error, [&](Trial& trial) {
+                // The dictionary has a test of its own.
+                NEMA_db_Locate(0x0008, 0x0060);
+                Mended mended;
+                trial([&] { mended = Mend_File(path, fault.most_in_memory); });
+                EXPECT_NE(mended.done, mended.has_error);
+                EXPECT_TRUE(mended.bytes == whole || (mended.has_error && !fault.passes));
+            });
         }
     }
 }
@@ -1020,27 +947,25 @@ TEST(Fault, AFileIsWrittenWholeOrNotAtAll)
     };
     for (const auto& fault : faults) {
         for (const bool replace : {false, true}) {
-            Fail_In_Turn(
-                fault.point, fault.kind, fault.error, [&](const std::function<Injection()>& arm) {
-                    const Scratch_Folder folder;
-                    if (replace) {
-                        folder.Write("out", "old");
-                    }
-                    const std::vector pieces = {as_bytes(first), as_bytes(second)};
-                    std::string error = "no memory";
-                    const Injection injection = arm();
+            Fail_In_Turn(fault.point, fault.kind, fault.error, [&](Trial& trial) {
+                const Scratch_Folder folder;
+                if (replace) {
+                    folder.Write("out", "old");
+                }
+                const std::vector pieces = {as_bytes(first), as_bytes(second)};
+                std::string error = "no memory";
+                trial([&] {
                     try {
                         error = lib_mend::Write_Safely(folder.path + "/out", pieces, replace);
                     } catch (const std::bad_alloc&) {
                     }
-                    const fault::Pause pause;
-                    const std::string found = folder.Read("out");
-                    const bool is_new = found == first + second;
-                    EXPECT_TRUE(is_new || !error.empty());
-                    EXPECT_TRUE(is_new || found == (replace ? "old" : ""));
-                    EXPECT_EQ(folder.Count(), found.empty() ? 0 : 1) << error;
-                    return injection.Struck();
                 });
+                const std::string found = folder.Read("out");
+                const bool is_new = found == first + second;
+                EXPECT_TRUE(is_new || !error.empty());
+                EXPECT_TRUE(is_new || found == (replace ? "old" : ""));
+                EXPECT_EQ(folder.Count(), found.empty() ? 0 : 1) << error;
+            });
         }
     }
 }
