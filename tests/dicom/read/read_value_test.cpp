@@ -1,5 +1,6 @@
 // Typed values of records, with values that were left in a file or a memory image.
 #include "support/byte_input.h"
+#include "support/extracted_values.h"
 #include "support/message_log.h"
 
 #include <Lib_DICOM/read.h>
@@ -10,7 +11,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
-#include <sstream>
 
 namespace {
 
@@ -44,74 +44,6 @@ struct Record : DICOM_List {
         std::free(data);
     }
 };
-
-std::string Show(const char* text)
-{
-    return text == nullptr ? "" : text;
-}
-
-std::string Show(const OrisWare_Name& name)
-{
-    return Show(name.family) + "^" + Show(name.given) + "^" + Show(name.middle) + "^" +
-           Show(name.prefix) + "^" + Show(name.suffix);
-}
-
-std::string Show(const OrisWare_Date& date)
-{
-    unsigned short year = 0;
-    unsigned short month = 0;
-    unsigned short day = 0;
-    const int is_set = Get_Oris_Date(&date, &year, &month, &day);
-    return is_set == 0 ? "unset" : std::to_string(year * 10000 + month * 100 + day);
-}
-
-std::string Show(const OrisWare_Time& time)
-{
-    unsigned short hour = 0;
-    unsigned short minute = 0;
-    float seconds = 0;
-    const int is_set = Get_Oris_Time(&time, &hour, &minute, &seconds);
-    std::ostringstream out;
-    out << hour << ":" << minute << ":" << seconds;
-    return is_set == 0 ? "unset" : out.str();
-}
-
-template <class Number>
-std::string Show(Number number)
-{
-    std::ostringstream out;
-    out << +number;
-    return out.str();
-}
-
-/** The values with a bar behind each, or "null". */
-template <class Values>
-std::string Show_All(const Values* values, const DICOM_List& record)
-{
-    std::string text = values == nullptr ? "null" : "";
-    for (unsigned int i = 0; values != nullptr && i < record.vm; ++i) {
-        text += Show(values[i]) + "|";
-    }
-    return text;
-}
-
-/** Calls the extractor with this name; bytes are shown one by one. */
-std::string Extract(const std::string& name, DICOM_List& record, unsigned short vr = 0)
-{
-    const auto show = [&](auto extract) {
-        return Show_All(extract(nullptr, &record, vr), record);
-    };
-    if (name != "Hex") {
-        return name == "Str"     ? show(&NEMA_Value_Str)
-               : name == "Int"   ? show(&NEMA_Value_Int)
-               : name == "Float" ? show(&NEMA_Value_Float)
-               : name == "Name"  ? show(&NEMA_Value_Name)
-               : name == "Date"  ? show(&NEMA_Value_Date)
-                                 : show(&NEMA_Value_Time);
-    }
-    const unsigned char* const bytes = NEMA_Value_Hex(nullptr, &record, vr);
-    return bytes == nullptr ? "null" : std::string(bytes, bytes + record.size) + Show(record.vm);
-}
 
 constexpr unsigned short Split_VRs[] = {VR_AE, VR_CS, VR_LO, VR_SH, VR_UI};
 constexpr unsigned short Whole_VRs[] = {VR_AS, VR_LT, VR_OB, VR_ST, VR_UN, VR_UT};

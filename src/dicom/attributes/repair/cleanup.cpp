@@ -39,8 +39,7 @@ void Delete_Value(DICOM_List& record)
 bool Store_Value(HWND handle, DICOM_List& record, const std::string& value)
 {
     if (value.size() > INT_MAX) {
-        Report_Memory(handle, This_Unit, "realloc", "tag->data", INT_MAX);
-        return false;
+        throw std::bad_alloc();
     }
     if (!C_Resize(handle, This_Unit, record.data, value.size(), "tag->data")) {
         return false;
