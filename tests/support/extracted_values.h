@@ -4,8 +4,9 @@
 
 #include <Lib_DICOM/read.h>
 
-#include <sstream>
+#include <cstdio>
 #include <string>
+#include <type_traits>
 
 inline std::string Show(const char* text)
 {
@@ -33,17 +34,18 @@ inline std::string Show(const OrisWare_Time& time)
     unsigned short minute = 0;
     float seconds = 0;
     const int is_set = Get_Oris_Time(&time, &hour, &minute, &seconds);
-    std::ostringstream out;
-    out << hour << ":" << minute << ":" << seconds;
-    return is_set == 0 ? "unset" : out.str();
+    char text[64];
+    std::snprintf(text, sizeof text, "%d:%d:%g", hour, minute, static_cast<double>(seconds));
+    return is_set == 0 ? "unset" : text;
 }
 
 template <class Number>
-inline std::string Show(Number number)
+std::string Show(Number number)
 {
-    std::ostringstream out;
-    out << +number;
-    return out.str();
+    char text[32];
+    std::snprintf(text, sizeof text, "%.*g", std::is_integral_v<Number> ? 10 : 6,
+                  static_cast<double>(number));
+    return text;
 }
 
 /** The values with a bar behind each, or "null". */

@@ -84,9 +84,11 @@ TEST(Round_Trips, ValuesComeBackAsTheyWereGiven)
     // Values longer than a 2-byte length tells need the current standard.
     DICOM_Flag_Current_Standard = 1;
     for (const auto& row : rows) {
-        for (const std::size_t size : {8U, 18U, 1024U, 1026U, 1032U, 65528U, 65534U, 65536U}) {
-            // Names are not fetched from the source.
-            if (size % row.width != 0 || (size > 1024 && row.extractor == std::string("Name"))) {
+        for (const std::size_t size : {18U, 1024U, 1026U, 1032U, 65534U, 65536U}) {
+            // Names, dates and times are not fetched from the source.
+            const std::string fetched = "Str Int Float Hex";
+            if (size % row.width != 0 ||
+                (size > 1024 && fetched.find(row.extractor) == fetched.npos)) {
                 continue;
             }
             const Record_List given("0009,1001:" + std::string(row.vr));
