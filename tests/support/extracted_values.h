@@ -39,7 +39,7 @@ inline std::string Show(const OrisWare_Time& time)
     return is_set == 0 ? "unset" : text;
 }
 
-template <class Number>
+template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
 std::string Show(Number number)
 {
     char text[32];
