@@ -121,6 +121,8 @@ lib_mend::Mend_Options Options_Of(std::istringstream& words)
             options.heal.strict = true;
         } else if (word == "--replace-uids") {
             options.heal.replace_uids = true;
+        } else if (word == "--drop-private") {
+            options.drop_private = true;
         } else if (word == "--pad-pixels") {
             options.heal.pad_pixels = true;
         } else if (word == "--to-utf8") {
