@@ -2,6 +2,9 @@
 
 #include "mend/findings/json_text.h"
 
+#include <Lib_DICOM_Mend/dicom_mend.h>
+
+#include <cinttypes>
 #include <cstdio>
 #include <string_view>
 
@@ -18,8 +21,10 @@ const char* Level_Name(Severity severity)
 std::string URI_Of(std::string_view file)
 {
     constexpr std::string_view Plain = "-._~/!$&'()*+,;=@";
-    // A colon in the first part would make it a scheme.
-    std::string uri = file.substr(0, file.find('/')).find(':') != file.npos ? "./" : "";
+    // A colon in the first part would make it a scheme, a slash in front is no relative reference.
+    std::string uri = file.starts_with('/')                                   ? "file://"
+                      : file.substr(0, file.find('/')).find(':') != file.npos ? "./"
+                                                                              : "";
     for (const char c : file) {
         const bool is_letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
                                (c >= '0' && c <= '9') || Plain.find(c) != Plain.npos;
@@ -36,18 +41,31 @@ std::string Message(std::string_view text)
     return "{\"text\":" + JSON_Text(text) + "}";
 }
 
+/** Code hosts refuse rules that do not have all of this. */
 std::string Rule(const Finding_Kind& kind)
 {
-    std::string rule =
-        "{\"id\":" + JSON_Text(kind.name) + ",\"shortDescription\":" + Message(kind.what) +
-        ",\"defaultConfiguration\":{\"level\":" + JSON_Text(Level_Name(kind.severity)) + "}";
-    if (*kind.rule != '\0') {
-        rule += ",\"fullDescription\":" + Message(kind.rule);
+    const std::string full = *kind.rule != '\0' ? kind.rule : kind.what;
+    const bool has_clause = *kind.clause != '\0';
+    const std::string help = has_clause ? full + " (" + kind.clause + ")" : full;
+    return "{\"id\":" + JSON_Text(kind.name) + ",\"shortDescription\":" + Message(kind.what) +
+           ",\"fullDescription\":" + Message(full) + ",\"help\":" + Message(help) +
+           ",\"defaultConfiguration\":{\"level\":" + JSON_Text(Level_Name(kind.severity)) + "}" +
+           (has_clause ? ",\"properties\":{\"clause\":" + JSON_Text(kind.clause) + "}}" : "}");
+}
+
+/**
+ * What makes two findings of a file the same one when the file is checked again, in the form in which code
+ * hosts ask for it. Offsets move, kind and path stay; FNV-1a mixes them.
+ */
+std::string Fingerprint(const Finding_Kind& kind, const Finding& finding)
+{
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char c : std::string(kind.name) + ' ' + finding.path) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
     }
-    if (*kind.clause != '\0') {
-        rule += ",\"properties\":{\"clause\":" + JSON_Text(kind.clause) + "}";
-    }
-    return rule + "}";
+    char text[24];
+    std::snprintf(text, sizeof text, "%016" PRIx64 ":1", hash);
+    return text;
 }
 
 std::string Location(const std::string& file, const Finding& finding)
@@ -74,7 +92,7 @@ std::string Sarif_Log::Head() const
     std::string head =
         "{\"$schema\":\"https://json.schemastore.org/sarif-2.1.0.json\",\"version\":\"2.1.0\","
         "\"runs\":[{\"tool\":{\"driver\":{\"name\":\"dicom-mend\",\"version\":" +
-        JSON_Text(Get_Version_DICOM(nullptr)) + ",\"rules\":[";
+        JSON_Text(DICOM_MEND_VERSION) + ",\"rules\":[";
     for (const Finding_Kind& kind : All_Kinds()) {
         head += (&kind == All_Kinds().data() ? "" : ",") + Rule(kind);
     }
@@ -90,7 +108,9 @@ std::string Sarif_Log::Result(const std::string& file, const Finding& finding)
               ",\"ruleIndex\":" + std::to_string(&kind - All_Kinds().data()) +
               ",\"level\":" + JSON_Text(Level_Name(Severity_Of(finding))) +
               ",\"message\":" + Message(Shown_Text(finding, show_values_)) + ",\"locations\":[" +
-              Location(file, finding) + "]";
+              Location(file, finding) +
+              "],\"partialFingerprints\":{\"primaryLocationLineHash\":\"" +
+              Fingerprint(kind, finding) + "\"}";
     std::string properties;
     if (finding.length != Finding::Nowhere) {
         properties += ",\"length\":" + std::to_string(finding.length);

@@ -110,8 +110,9 @@ TEST(Reports, AreALogOfSARIF)
                 StartsWith(R"({"$schema":"https://json.schemastore.org/sarif-2.1.0.json",)"
                            R"("version":"2.1.0","runs":[{"tool":{"driver":{"name":"dicom-mend")"));
     EXPECT_THAT(head, HasSubstr(R"({"id":"odd-length","shortDescription":{"text":"odd length"},)"
-                                R"("defaultConfiguration":{"level":"error"},)"
                                 R"("fullDescription":{"text":"every length is even"},)"
+                                R"~("help":{"text":"every length is even (PS3.5 7.1.1)"},)~"
+                                R"("defaultConfiguration":{"level":"error"},)"
                                 R"("properties":{"clause":"PS3.5 7.1.1"}})"));
     EXPECT_EQ(
         log.Result("c:/a b\xC3.dcm", finding),
@@ -122,13 +123,16 @@ TEST(Reports, AreALogOfSARIF)
             R"("locations":[{"physicalLocation":{"artifactLocation":{"uri":"./c%3A/a%20b%C3.dcm"},)"
             R"("region":{"byteOffset":498}},"logicalLocations":[{"name":"Code Value",)"
             R"("fullyQualifiedName":"0040,0275[0]/0008,0100","kind":"member"}]}],)"
+            R"("partialFingerprints":{"primaryLocationLineHash":"178077b1ceadb4cf:1"},)"
             R"("properties":{"length":4,"before":"o\"ld","after":"new"}})");
-    EXPECT_EQ(log.Result("a.dcm", of_file.All().front()),
-              ",\n"
-              R"({"ruleId":"not-dicom","ruleIndex":)" +
-                  std::to_string(static_cast<int>(Fault::Not_DICOM)) +
-                  R"(,"level":"error","message":{"text":"is no DICOM file"},)"
-                  R"("locations":[{"physicalLocation":{"artifactLocation":{"uri":"a.dcm"}}}]})");
+    EXPECT_EQ(
+        log.Result("/a.dcm", of_file.All().front()),
+        ",\n"
+        R"({"ruleId":"not-dicom","ruleIndex":)" +
+            std::to_string(static_cast<int>(Fault::Not_DICOM)) +
+            R"(,"level":"error","message":{"text":"is no DICOM file"},)"
+            R"("locations":[{"physicalLocation":{"artifactLocation":{"uri":"file:///a.dcm"}}}],)"
+            R"("partialFingerprints":{"primaryLocationLineHash":"157afb14ffb13e0d:1"}})");
     EXPECT_EQ(log.Tail(false), "\n],\"invocations\":[{\"executionSuccessful\":false}]}]}\n");
 }
 
