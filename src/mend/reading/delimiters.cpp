@@ -43,12 +43,20 @@ void Element_Reader::Skip_Delimiter(const Element_Header& header, const char* wh
     position_ += header.size;
 }
 
+/** The position is where a level ends by its length, or by the length and what was put into it. */
+bool Element_Reader::Ends_As_Claimed(const Nesting_Level& level) const
+{
+    return level.claimed_end != Level_View::Open &&
+           (level.claimed_end == position_ ||
+            level.claimed_end + shift_ - level.shift == position_);
+}
+
 /** Closes the innermost level, which nothing has closed. */
 void Element_Reader::Close_Unclosed(const char* what)
 {
     const Nesting_Level& level = Top();
     const bool has_length = level.claimed_end != Level_View::Open;
-    if (has_length && level.claimed_end != position_) {
+    if (has_length && !Ends_As_Claimed(level)) {
         const std::int64_t content = static_cast<std::int64_t>(level.owner->data_pos);
         Report(Fault::Value_Length, Level::Change, *level.owner,
                "the length " + std::to_string(level.claimed_end - content) +
@@ -68,7 +76,7 @@ void Element_Reader::Close_Unclosed(const char* what)
 bool Element_Reader::Leave_Exact_Lengths(const Element_Header& header)
 {
     const Nesting_Level& level = Top();
-    if (level.claimed_end != position_ || level.end != Level_View::Open ||
+    if (!Ends_As_Claimed(level) || level.end != Level_View::Open ||
         position_ <= static_cast<std::int64_t>(level.owner->data_pos)) {
         return false;
     }
@@ -136,10 +144,14 @@ void Element_Reader::Start_Item(const Element_Header& header)
     Nesting_Level item;
     item.mode = sequence.mode;
     item.limit = sequence.limit;
+    item.is_weak = sequence.is_weak;
     const std::int64_t content = position_ + header.size;
     if (!header.Is_Undefined()) {
         item.claimed_end = content + static_cast<std::int64_t>(header.length);
-        if (Is_Trusted(item.claimed_end)) {
+        item.shift = shift_;
+        const Trust trust = Trust_In(item.claimed_end, levels_.size());
+        if (trust != Trust::None) {
+            item.is_weak = trust != Trust::Full;
             item.end = item.claimed_end;
             item.limit = item.end;
         }
@@ -162,6 +174,12 @@ void Element_Reader::Read_In_Sequence()
     const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
     if (header.size == 0) {
         Settle_In_Sequence();
+        return;
+    }
+    const Nesting_Level& around = levels_[levels_.size() - 2];
+    if (header.tag == Item_Tag && Ends_As_Claimed(Top()) && Ends_As_Claimed(around) &&
+        Leave_Exact_Lengths(header)) {
+        // The item is the next one of the sequence further out.
         return;
     }
     if (header.tag == Item_Tag) {
@@ -190,7 +208,15 @@ void Element_Reader::Read_Item_End_In_Sequence(const Element_Header& header)
 {
     const std::int64_t behind = position_ + header.size;
     const bool is_open = Top().end == Level_View::Open;
-    if (is_open && Points_After(behind, 1) > Points_After(behind, 0)) {
+    const int here = Points_After(behind, 0);
+    const int as_end = is_open ? Points_After(behind, 1) : 0;
+    if (is_open && levels_.size() > 3 && levels_[levels_.size() - 2].end == Level_View::Open &&
+        Points_After(behind, 2) > std::max(here, as_end)) {
+        // It is that of the item around.
+        Close_Unclosed("sequence is not closed");
+        return;
+    }
+    if (as_end > here) {
         Report(Fault::Nesting, Level::Change, header,
                "item delimitation in the place of a sequence delimitation");
         position_ = behind;
@@ -390,7 +416,9 @@ void Element_Reader::Read_Sequence_End_In_List(const Element_Header& header)
     const std::int64_t behind = position_ + header.size;
     const bool is_open = levels_.size() > 2 && Top().end == Level_View::Open;
     const DICOM_List* const last = Top().tail;
-    const bool is_doubled = is_open && last != nullptr && last->nb_item > 0 &&
+    // An item with a length has no delimitation, and that of the sequence follows at once.
+    const bool has_length = Top().claimed_end != Level_View::Open;
+    const bool is_doubled = is_open && !has_length && last != nullptr && last->nb_item > 0 &&
                             Points_After(behind, 0) >= Points_After(behind, 2) &&
                             Stands_Sequence_End(position_ - header.size);
     if (is_doubled) {
@@ -402,7 +430,7 @@ void Element_Reader::Read_Sequence_End_In_List(const Element_Header& header)
                                                   : "sequence delimitation outside a sequence");
         return;
     }
-    if (Points_After(behind, 1) > Points_After(behind, 2)) {
+    if (!has_length && Points_After(behind, 1) > Points_After(behind, 2)) {
         Report(Fault::Nesting, Level::Change, header,
                "sequence delimitation in the place of an item delimitation");
         position_ = behind;

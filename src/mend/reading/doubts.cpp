@@ -90,11 +90,12 @@ bool Element_Reader::Holds_Elements(const Element_Header& header)
 /** A reading that is a guess must not pass over a place where elements begin. */
 bool Element_Reader::Hides_Place(const Reading& reading)
 {
-    if (reading.header.Is_Undefined() || (reading.assumed == Assumed::Nothing &&
-                                          reading.is_possible && !Looks_Wrong(reading.header))) {
+    const Element_Header header = With_VR(reading.header);
+    if (header.Is_Undefined() ||
+        (reading.assumed == Assumed::Nothing && reading.is_possible && !Looks_Wrong(header))) {
         return false;
     }
-    const std::int64_t value = position_ + reading.header.size;
+    const std::int64_t value = position_ + header.size;
     if (Starts_With_Item(value, Mode_Of_Items(value, reading.header.mode))) {
         return false;
     }

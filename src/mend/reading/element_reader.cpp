@@ -10,6 +10,7 @@ namespace {
 
 /** Values up to this size are read at once, longer ones are left in the source. */
 constexpr std::int64_t Load_Limit = 1024;
+constexpr std::int64_t Delimiter_Size = 8;
 
 std::string Bytes_Text(std::int64_t count)
 {
@@ -324,6 +325,9 @@ void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header
     }
     Load(record);
     position_ = end;
+    if (header.Is_Undefined() && Stands_Sequence_End(end)) {
+        position_ += Delimiter_Size;
+    }
     if (record.group % 2 != 0) {
         Note_Creator(Top(), record);
     }
@@ -346,28 +350,30 @@ void Element_Reader::Load(DICOM_List& record)
     std::copy(bytes.begin(), bytes.end(), record.data);
 }
 
-/** Tells whether a length ends at a place where something follows that makes sense there. */
-bool Element_Reader::Is_Trusted(std::int64_t end)
+/** Tells how well what stands where a length ends makes sense there. */
+Element_Reader::Trust Element_Reader::Trust_In(std::int64_t end, std::size_t levels)
 {
-    const Nesting_Level& around = Top();
+    const Nesting_Level& around = levels_[levels - 1];
     if (end >= around.limit) {
-        return end == around.limit;
+        return end > around.limit ? Trust::None : around.is_weak ? Trust::Weak : Trust::Full;
     }
     const Element_Header next = Decode_Header(Header_Bytes(end), around.mode);
     const bool is_element = around.kind == Level_Kind::List && next.tag.group != Delimiter_Group;
     if (is_element && Judge(next, end, around) == Grade::Sound) {
-        return true;
+        return Trust::Full;
     }
     if (around.kind == Level_Kind::Sequence && next.tag == Item_Tag) {
-        return true;
+        return Trust::Full;
     }
-    const bool may_end = levels_.size() > 1 && around.end == Level_View::Open;
+    const bool may_end = levels > 1 && around.end == Level_View::Open;
     if (around.kind == Level_Kind::List && next.tag.group == Delimiter_Group && !may_end) {
-        return false;
+        return Trust::None;
     }
     constexpr int Steps = 3;
     constexpr int Enough = 6;
-    return Look().Follow(end, Steps) >= Enough;
+    const int points = Outlook(window_, std::span(levels_).first(levels), end_).Follow(end, Steps);
+    const bool is_end = next.tag.group == Delimiter_Group;
+    return points < Enough ? Trust::None : is_end ? Trust::Full : Trust::Weak;
 }
 
 /** Opens the level of a sequence or an encapsulated value. */
@@ -380,11 +386,15 @@ void Element_Reader::Enter(DICOM_List& record, const Element_Header& header, con
     level.last = header.tag;
     level.owner = &record;
     level.limit = Top().limit;
+    level.is_weak = Top().is_weak;
     if (!header.Is_Undefined()) {
         level.claimed_end = position_ + header.size + static_cast<std::int64_t>(header.length);
-        if (Is_Trusted(level.claimed_end) ||
+        level.shift = shift_;
+        const Trust trust = Trust_In(level.claimed_end, levels_.size());
+        if (trust != Trust::None ||
             (level.kind == Level_Kind::Sequence && level.claimed_end <= level.limit &&
              Are_Items(window_, position_ + header.size, level.claimed_end, level.mode))) {
+            level.is_weak = trust != Trust::Full;
             level.end = level.claimed_end;
             level.limit = level.claimed_end;
         }

@@ -61,6 +61,8 @@ private:
         /** The header makes sense by itself. */
         bool is_possible = false;
     };
+    /** What stands behind a length makes sense, may do so, or makes none. */
+    enum class Trust : unsigned char { None, Weak, Full };
     /** Where reading goes on: a position, and the number of levels that are open there. */
     struct Place_Found {
         std::int64_t position;
@@ -83,7 +85,7 @@ private:
     void Read_Value(DICOM_List& record, const Element_Header& header);
     void Load(DICOM_List& record);
     void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
-    bool Is_Trusted(std::int64_t end);
+    Trust Trust_In(std::int64_t end, std::size_t levels);
     void Leave_Ended_Levels();
     void Pop();
     void Pop_To(std::size_t levels);
@@ -117,11 +119,13 @@ private:
     Element_Header With_VR(const Element_Header& header) const;
     void Report_Cut(const Element_Header& header, std::uint32_t claimed);
     void Note_Claim(std::uint32_t length, std::uint32_t claimed);
+    void Note_Shift(std::int64_t bytes);
     bool Ask_Library(const Element_Header& as_read, Element_Header& header);
 
     // ---- hidden_items.cpp
     Content Content_Of(DICOM_List& record, const Element_Header& header);
     Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
+    void Take_As_Bytes(DICOM_List& record, std::int64_t value);
     bool Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
     void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
@@ -145,6 +149,7 @@ private:
     static int Same_Bytes(Tag tag, Tag other);
     void Start_Item(const Element_Header& header);
     void Skip_Delimiter(const Element_Header& header, const char* what);
+    bool Ends_As_Claimed(const Nesting_Level& level) const;
     bool Leave_Exact_Lengths(const Element_Header& header);
     bool Leave_Wrong_Lengths(const Element_Header& header);
     void Close_Unclosed(const char* what);
@@ -203,6 +208,11 @@ private:
     std::vector<Nesting_Level> levels_;
     Path path_;
     bool stopped_ = false;
+    /**
+     * Bytes that were put in so far, less those that are missing: so much later than its length says
+     * an item or a sequence around them ends.
+     */
+    std::int64_t shift_ = 0;
     /** Steps that neither moved on nor left a level, since one did move on. */
     int idle_steps_ = 0;
     /** The file ends too early, and that was said. */

@@ -134,6 +134,29 @@ bool Element_Reader::Elements_Stand_In_Items(std::int64_t at, unsigned char mode
            Judge(element, first, inside) >= needed;
 }
 
+/** Takes what stands in front of the delimitation for a value, whatever items it is in. */
+void Element_Reader::Take_As_Bytes(DICOM_List& record, std::int64_t value)
+{
+    const std::int64_t limit = Top().limit;
+    const unsigned char mode = Top().mode;
+    std::int64_t end = value;
+    Element_Header item = Decode_Header(window_.At(end, Item_Header_Size), mode);
+    while (item.size != 0 && item.tag == Item_Tag && !item.Is_Undefined() &&
+           end + item.size + static_cast<std::int64_t>(item.length) <= limit) {
+        end += item.size + static_cast<std::int64_t>(item.length);
+        item = Decode_Header(window_.At(end, Item_Header_Size), mode);
+    }
+    if (item.size == 0 || item.tag != Sequence_End_Tag) {
+        const std::optional<Place_Found> place = Find_Place(end, Tag_Of(record), limit);
+        end = place.has_value() ? place->position : limit;
+    }
+    record.size = static_cast<int>(end - value);
+    record.spare = Element_Header::Undefined;
+    Report(Fault::Undefined_Length, Level::Change, record,
+           "undefined length, though it is no pixel data; its " + std::to_string(record.size) +
+               " bytes are kept as a value");
+}
+
 Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
                                                              const Element_Header& header)
 {
@@ -147,8 +170,13 @@ Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
     mode = Mode_Of_Items(value, around);
     Note_Byte_Order(record, around, mode);
     if (header.tag == Pixel_Data_Tag || is_OB) {
-        // Other values than pixel data are not encapsulated, unless no elements stand in them.
-        if (Is_Pixel_Value(header.tag) || !Elements_Stand_In_Items(value, mode)) {
+        const bool is_pixels = Is_Pixel_Value(header.tag);
+        if (!is_pixels && !Elements_Stand_In_Items(value, mode)) {
+            // Other values than pixel data are not encapsulated.
+            Take_As_Bytes(record, value);
+            return {Content::Kind::Plain, header.mode};
+        }
+        if (is_pixels) {
             if (record.vr != 0 && !is_OB) {
                 Report(Fault::Fragments, Level::Change, record,
                        "encapsulated value stored as " + VR_Text(record.vr));

@@ -45,6 +45,10 @@ struct Nesting_Level : Level_View {
     int items = 0;
     /** End by the length that the header claims, though it is not believed; or Open. */
     std::int64_t claimed_end = Open;
+    /** Its limit is believed for the lengths inside, more than for what stands behind it. */
+    bool is_weak = false;
+    /** Bytes that had been put in before it, as far as is known; see Element_Reader. */
+    std::int64_t shift = 0;
     /** Byte-order code in which its elements began. */
     unsigned char usual_mode = 0;
     /** What a straight reading found: headers in front of this place hold, and it went so far. */

@@ -99,6 +99,10 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
         !is_explicit || (entry != nullptr ? Allows(*entry, header.vr)
                                           : !Is_Creator(header.tag) || Holds_Names(header.vr));
     const bool is_nested = Has_Nested_Content(header, entry);
+    constexpr std::uint32_t Group_Length_Size = 4;
+    if (header.tag.element == 0x0000 && header.length != Group_Length_Size && header.length != 0) {
+        return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;
+    }
     if (!Is_Length_Possible(header, at, list.limit, is_nested)) {
         return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;
     }

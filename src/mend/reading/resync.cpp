@@ -143,6 +143,7 @@ void Element_Reader::Skip_Garbage()
                                    " on are no elements; they are skipped");
     cut_off_ = cut_off_ || end == end_;
     skipped_.push_back({start, size});
+    Note_Shift(size);
     position_ = end;
     if (place.has_value()) {
         Pop_To(place->levels);

@@ -55,7 +55,10 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
                                               Starts_With_Item(value, header.mode ^ 1));
     Level_View list = Top();
     list.mode = reading.mode;
-    const Grade grade = Judge(header, position_, list);
+    // A VR that had to be made up speaks for nothing.
+    const bool is_made_up = header.vr != reading.header.vr &&
+                            Judge(reading.header, position_, list) == Grade::Impossible;
+    const Grade grade = is_made_up ? Grade::Impossible : Judge(header, position_, list);
     const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
     const bool is_known_sequence = entry != nullptr && entry->vr[0] == VR_SQ;
     const bool may_hold_items = header.vr == VR_SQ || (header.vr == 0 && is_known_sequence);
@@ -278,6 +281,7 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
                    std::to_string(end - value) + " bytes fit what follows");
     }
     const std::uint32_t claim = header.length;
+    Note_Shift(end - claimed);
     Accept(mended);
     Note_Claim(mended.length, claim);
     if (place.has_value() && !holds) {
@@ -308,6 +312,29 @@ void Element_Reader::Report_Cut(const Element_Header& header, std::uint32_t clai
     Report(Fault::Truncated, Level::Error, header,
            "the value is cut off: " + std::to_string(header.length) + " of " +
                std::to_string(claimed) + " bytes are there");
+}
+
+/** Bytes too many, or too few, move the ends of all that is open. */
+void Element_Reader::Note_Shift(std::int64_t bytes)
+{
+    // A damaged length says nothing about how many they are.
+    constexpr std::int64_t Most = 4096;
+    constexpr std::size_t Levels_Moved = 32;
+    if (bytes == 0 || bytes < -Most || bytes > Most) {
+        return;
+    }
+    shift_ += bytes;
+    for (std::size_t i = 1; i < levels_.size() && levels_.size() <= Levels_Moved; ++i) {
+        Nesting_Level& level = levels_[i];
+        if (level.end == Level_View::Open) {
+            level.limit = levels_[i - 1].limit;
+            level.is_weak = levels_[i - 1].is_weak;
+        } else if (level.is_weak && Trust_In(level.end + bytes, i) == Trust::Full) {
+            level.end += bytes;
+            level.limit = level.end;
+            level.is_weak = false;
+        }
+    }
 }
 
 /** Keeps what the header of the last record claimed. */
@@ -355,6 +382,12 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
                header.form == Header_Form::Short ? "its length has 2 bytes instead of 4"
                                                  : "its length has 4 bytes instead of 2");
     }
+    const Element_Header usual =
+        Decode_Header_As(Header_Bytes(position_), header.mode,
+                         !Is_Explicit(Top().usual_mode) ? Header_Form::Implicit
+                         : Is_Long_VR(header.vr)        ? Header_Form::Long
+                                                        : Header_Form::Short);
+    Note_Shift(header.size - usual.size);
     Accept(header);
     Note_Claim(header.length, as_read.length);
 }
