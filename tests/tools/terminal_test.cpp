@@ -9,32 +9,32 @@ namespace {
 using namespace dicom_mend;
 using lib_mend::Printable;
 
-TEST(Terminal, CutsAtItsColumnsAndShowsMarkup)
+TEST(Terminal, CutsAtItsColumns)
 {
     struct Case {
-        const char* line;
+        const char* text;
         std::size_t width;
-        const char* plain;
+        std::size_t columns;
+        const char* fitted;
     };
     const Case cases[] = {
-        {"\001abc\002def", 6, "abcdef"},
-        {"\001abc\002defg", 6, "abc..."},
-        {"ab\xE5\xB1\xB1\xE7\x94\xB0", 6, "ab\xE5\xB1\xB1\xE7\x94\xB0"},
-        {"ab\xE5\xB1\xB1\xE7\x94\xB0", 5, "ab..."},
-        {"\xE5\xB1\xB1\xE7\x94\xB0\xE5\xB1\xB1", 5, "\xE5\xB1\xB1..."},
+        {"abcdef", 6, 6, "abcdef"},
+        {"abcdefg", 6, 7, "abc..."},
+        {"ab\xE5\xB1\xB1\xE7\x94\xB0", 6, 6, "ab\xE5\xB1\xB1\xE7\x94\xB0"},
+        {"ab\xE5\xB1\xB1\xE7\x94\xB0", 5, 6, "ab..."},
+        {"\xE5\xB1\xB1\xE7\x94\xB0\xE5\xB1\xB1", 5, 6, "\xE5\xB1\xB1..."},
         {"e\xCC\x81"
          "e\xCC\x81",
-         2,
+         2, 2,
          "e\xCC\x81"
          "e\xCC\x81"},
-        {"\x1B[2J\xF6\xC2\x9B", 99, "\\x1B[2J\\xF6\\xC2\\x9B"},
+        {"\033[36ma\033[39mbcd", 4, 4, "\033[36ma\033[39mbcd"},
+        {"\033[36ma\033[39mbcde", 4, 5, "\033[36ma\033[39m...\033[0m"},
     };
     for (const Case& each : cases) {
-        const Terminal terminal = {.width = each.width};
-        EXPECT_EQ(Rendered(each.line, terminal), each.plain);
+        EXPECT_EQ(Columns_Of(each.text), each.columns) << each.text;
+        EXPECT_EQ(Fitted(each.text, each.width), each.fitted);
     }
-    const Terminal coloured = {.is_terminal = true, .colours = true, .width = 4};
-    EXPECT_EQ(Rendered("\001a\002bcde", coloured), "\033[36ma\033[39m...\033[0m");
 }
 
 TEST(Terminal, ShowsLettersThatAreNotSeenByTheirCodes)

@@ -46,7 +46,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
         if (request.files.size() > 1) {
             std::printf("%s\n", Printable(path).c_str());
         }
-        Print_Text(set, findings, terminal);
+        Print_Text(set, terminal);
     }
     findings.Sum_Up();
     Report(path, findings, request.verbosity, request.show_values);

@@ -7,14 +7,8 @@
 
 namespace dicom_mend {
 
-/**
- * Prints a data set as the library lists it, cut to the width, with texts converted by the character
- * set of the data set or item that they stand in. Short values are loaded for that.
- *
- * @param findings  the findings of the session that is open
- */
-void Print_Text(const lib_mend::Data_Set& set, lib_mend::Findings& findings,
-                const Terminal& terminal);
+/** Prints a data set for people, in lines that fit a terminal. */
+void Print_Text(const lib_mend::Data_Set& set, const Terminal& terminal);
 
 /**
  * Prints path, VR, length as read and the first 64 bytes of the value, separated by tabulators.

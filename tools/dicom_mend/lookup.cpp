@@ -72,7 +72,8 @@ void Print(const Attribute& attribute)
 {
     std::string vrs;
     for (const unsigned short vr : attribute.vrs) {
-        vrs += (vrs.empty() ? "" : " or ") + VR_Text(vr);
+        vrs += vrs.empty() ? "" : " or ";
+        Append_VR(vrs, vr);
     }
     const bool has_vr = !vrs.empty();
     std::printf("%s %-8s %-4s %s%s\n", Attribute_Tag_Text(attribute).c_str(),

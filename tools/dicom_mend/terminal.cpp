@@ -19,7 +19,7 @@ using lib_mend::Is_In;
 
 constexpr std::string_view Dots = "...";
 
-/** Columns that a letter takes: East Asian ones two, marks on the letter before them none. */
+/** Columns of one letter: East Asian ones two, marks on the letter before them none. */
 std::size_t Columns_Of(char32_t code)
 {
     static constexpr Code_Range Marks[] = {{0x0300, 0x036F}, {0x0591, 0x05BD}, {0x064B, 0x065F},
@@ -36,69 +36,19 @@ std::size_t Columns_Of(char32_t code)
     return Is_In(Wide, code) ? 2 : 1;
 }
 
-/** What is shown for the front of a text. */
+/** The front of a text: a letter, or a sequence for a colour. */
 struct Piece {
-    /** Bytes of the text that it stands for. */
     std::size_t size;
-    std::string shown;
     std::size_t columns;
 };
 
 Piece First_Piece(std::string_view text)
 {
-    lib_mend::Shown_Letter front = lib_mend::First_Shown(text);
-    const std::size_t columns =
-        front.is_plain ? Columns_Of(First_Letter(text).code) : front.shown.size();
-    return {front.size, std::move(front.shown), columns};
-}
-
-/** The terminal's sequence for the markup byte at the front of a line, null when there is none. */
-const char* Colour_Of(std::string_view line)
-{
-    switch (line[0]) {
-    case '\001':
-        return "\033[36m";
-    case '\002':
-        return "\033[39m";
-    case '\004':
-        return "\033[35m";
-    case '\005':
-        return "\033[33m";
-    case '\006':
-        return "\033[32m";
-    case '\360':
-    case '\361':
-        // The emphasis codes also lead letters of four bytes, which are text.
-        return First_Letter(line).size != 0 ? nullptr : line[0] == '\361' ? "\033[1m" : "\033[22m";
-    default:
-        return nullptr;
+    if (text[0] == '\033') {
+        return {std::min(text.find('m'), text.size() - 1) + 1, 0};
     }
-}
-
-/** A line in two forms: as it is without a limit, and cut where dots still fit behind it. */
-struct Cut_Line {
-    std::string whole;
-    std::string front;
-    bool fits = true;
-};
-
-Cut_Line Cut(std::string_view line, const Terminal& terminal)
-{
-    const std::size_t room = terminal.width - std::min(terminal.width, Dots.size());
-    Cut_Line result;
-    std::size_t columns = 0;
-    while (result.fits && !line.empty()) {
-        const char* const colour = Colour_Of(line);
-        const Piece piece = colour == nullptr  ? First_Piece(line)
-                            : terminal.colours ? Piece{1, colour, 0}
-                                               : Piece{1, "", 0};
-        line.remove_prefix(piece.size);
-        columns += piece.columns;
-        result.whole += piece.shown;
-        result.front += columns <= room ? piece.shown : "";
-        result.fits = columns <= terminal.width;
-    }
-    return result;
+    const lib_mend::Letter letter = First_Letter(text);
+    return {std::max<std::size_t>(letter.size, 1), Columns_Of(letter.code)};
 }
 
 }  // namespace
@@ -115,11 +65,40 @@ Terminal Look_At(int descriptor)
     return terminal;
 }
 
-std::string Rendered(std::string_view line, const Terminal& terminal)
+std::size_t Columns_Of(std::string_view text)
 {
-    Cut_Line cut = Cut(line, terminal);
-    std::string shown = cut.fits ? cut.whole : cut.front.append(Dots);
-    return shown.append(terminal.colours ? "\033[0m" : "");
+    if (lib_mend::Is_Plain_ASCII(text)) {
+        return text.size();
+    }
+    std::size_t columns = 0;
+    while (!text.empty()) {
+        const Piece piece = First_Piece(text);
+        columns += piece.columns;
+        text.remove_prefix(piece.size);
+    }
+    return columns;
+}
+
+std::string Fitted(std::string_view text, std::size_t width)
+{
+    const std::size_t room = width - std::min(width, Dots.size());
+    std::size_t columns = 0;
+    // Where the dots go, should the text turn out to be too long.
+    std::size_t cut = 0;
+    bool has_colours = false;
+    for (std::size_t at = 0; at < text.size();) {
+        const Piece piece = First_Piece(text.substr(at));
+        has_colours = has_colours || text[at] == '\033';
+        columns += piece.columns;
+        at += piece.size;
+        cut = columns <= room ? at : cut;
+        if (columns > width) {
+            return std::string(text.substr(0, cut))
+                .append(Dots)
+                .append(has_colours ? "\033[0m" : "");
+        }
+    }
+    return std::string(text);
 }
 
 }  // namespace dicom_mend

@@ -19,11 +19,14 @@ struct Terminal {
 /** Looks at a file descriptor; NO_COLOR in the environment turns colours off. */
 Terminal Look_At(int descriptor);
 
+/** Columns of a printable text in UTF-8. */
+std::size_t Columns_Of(std::string_view text);
+
 /**
- * A line with the markup bytes of the library's messages as the terminal shows it: markup turns into
- * colours or is dropped, text is made printable, and a line wider than the terminal ends in "...".
+ * A printable text that takes no more than a number of columns: one that is longer ends in "...", and
+ * in the usual colours. Sequences for colours take no columns.
  */
-std::string Rendered(std::string_view line, const Terminal& terminal);
+std::string Fitted(std::string_view text, std::size_t width);
 
 }  // namespace dicom_mend
 

@@ -1,18 +1,65 @@
-// VRs and bytes as text.
+// Values as people and programs read them.
 #ifndef TOOLS_DICOM_MEND_VALUE_TEXT_H
 #define TOOLS_DICOM_MEND_VALUE_TEXT_H
 
-#include "mend/io/source.h"
+#include "mend/healing/character_set.h"
+#include "mend/reading/data_set.h"
 
+#include <cstdint>
+#include <span>
 #include <string>
 
 namespace dicom_mend {
 
 /** "--" for a VR that is not known. */
-std::string VR_Text(unsigned short vr);
+void Append_VR(std::string& out, unsigned short vr);
+
+/** A number in decimal digits. */
+void Append_Number(std::string& out, std::int64_t number);
+
+/** "gggg,eeee" in small hexadecimal letters. */
+void Append_Tag(std::string& out, lib_mend::Tag tag);
 
 /** Bytes in small hexadecimal digits. */
-std::string Hexadecimal(const lib_mend::Bytes& bytes);
+void Append_Hexadecimal(std::string& out, std::span<const unsigned char> bytes);
+
+/**
+ * Length as the header gave it, -1 where it is not defined: a value that the end of the file cuts off
+ * keeps it aside.
+ */
+inline std::int64_t Given_Length(const DICOM_List& record)
+{
+    const bool is_aside = record.spare != 0 && record.spare != UINT32_MAX;
+    return is_aside ? std::int64_t{record.spare} : record.spare != 0 ? -1 : record.size;
+}
+
+/** The bytes at the front of a value, without a copy where they are in memory. */
+class Front_Of_Value {
+public:
+    Front_Of_Value(const lib_mend::Data_Set& set, const DICOM_List& record, std::size_t most);
+
+    std::span<const unsigned char> Bytes() const
+    {
+        return bytes_;
+    }
+    /** There are more than that. */
+    bool Is_Cut() const
+    {
+        return is_cut_;
+    }
+
+private:
+    lib_mend::Bytes read_;
+    std::span<const unsigned char> bytes_;
+    bool is_cut_ = false;
+};
+
+/**
+ * A value as it is written, for one line: texts in UTF-8 and without padding, numbers in decimal
+ * digits, other bytes in hexadecimal ones. Long values end in "...".
+ */
+void Append_Value(std::string& out, const lib_mend::Data_Set& set, const DICOM_List& record,
+                  const lib_mend::Character_Set& characters);
 
 }  // namespace dicom_mend
 

@@ -33,6 +33,16 @@ Letter First_Letter(std::string_view text)
     return is_sound ? Letter{size, code} : Letter();
 }
 
+bool Is_Plain_ASCII(std::string_view text)
+{
+    // Without a way out in the middle, many bytes are compared at once.
+    bool is_plain = true;
+    for (const char c : text) {
+        is_plain &= c >= ' ' && c <= '~';
+    }
+    return is_plain;
+}
+
 bool Is_In(std::span<const Code_Range> ranges, char32_t code)
 {
     return std::any_of(ranges.begin(), ranges.end(), [code](const Code_Range& range) {
@@ -73,14 +83,23 @@ Shown_Letter First_Shown(std::string_view text)
     return {1, escape, false};
 }
 
+void Append_Printable(std::string& out, std::string_view text)
+{
+    if (Is_Plain_ASCII(text)) {
+        out += text;
+        return;
+    }
+    while (!text.empty()) {
+        const Shown_Letter letter = First_Shown(text);
+        out += letter.shown;
+        text.remove_prefix(letter.size);
+    }
+}
+
 std::string Printable(std::string_view text)
 {
     std::string shown;
-    while (!text.empty()) {
-        const Shown_Letter letter = First_Shown(text);
-        shown += letter.shown;
-        text.remove_prefix(letter.size);
-    }
+    Append_Printable(shown, text);
     return shown;
 }
 

@@ -18,6 +18,9 @@ struct Letter {
 /** The letter at the front of a text, which is not empty. */
 Letter First_Letter(std::string_view text);
 
+/** Nothing but letters, digits and signs of ASCII: the same in nearly every character set. */
+bool Is_Plain_ASCII(std::string_view text);
+
 struct Code_Range {
     char32_t first;
     char32_t last;
@@ -48,6 +51,7 @@ Shown_Letter First_Shown(std::string_view text);
  * escapes \xHH, invisible letters that change what is seen become \u{HHHH}.
  */
 std::string Printable(std::string_view text);
+void Append_Printable(std::string& out, std::string_view text);
 
 }  // namespace lib_mend
 

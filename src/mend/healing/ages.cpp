@@ -13,7 +13,7 @@ void Heal_Age(Piece& piece)
 {
     constexpr std::size_t Digits = 3;
     constexpr std::string_view Units = "DWMY";
-    std::string text = piece.Text();
+    std::string text(piece.Text());
     char unit = 'Y';
     if (!Is_Number(text.substr(text.size() - 1)) && text.back() != '.') {
         unit = text.back() >= 'a' && text.back() <= 'z' ? static_cast<char>(text.back() - 32)

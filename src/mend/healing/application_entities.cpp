@@ -8,7 +8,7 @@ namespace lib_mend {
 
 namespace {
 
-bool Is_ASCII(const std::string& text)
+bool Is_ASCII(std::string_view text)
 {
     return std::all_of(text.begin(), text.end(),
                        [](char letter) { return static_cast<unsigned char>(letter) < 0x80; });

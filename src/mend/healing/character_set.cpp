@@ -1,5 +1,7 @@
 #include "mend/healing/character_set.h"
 
+#include "mend/findings/letters.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -127,6 +129,21 @@ Converters& The_Converters()
     return converters;
 }
 
+/** The parts of a plain text. */
+std::vector<std::string_view> Parts_Of(std::string_view text, char separator, unsigned short vr)
+{
+    std::vector<std::string_view> parts;
+    const bool separates = Separators_Of(vr).find(separator) != std::string_view::npos;
+    std::size_t end = separates ? text.find(separator) : std::string_view::npos;
+    while (end != std::string_view::npos) {
+        parts.push_back(text.substr(0, end));
+        text.remove_prefix(end + 1);
+        end = text.find(separator);
+    }
+    parts.push_back(text);
+    return parts;
+}
+
 }  // namespace
 
 Character_Set::Character_Set(std::string_view terms)
@@ -175,9 +192,17 @@ bool Character_Set::Is_Declared(const Repertoire& set) const
                         [&set](const Repertoire* each) { return each->term == set.term; }));
 }
 
+bool Character_Set::Is_Plain(std::string_view text) const
+{
+    return start_.g0 == &Default_Repertoire() && Is_Plain_ASCII(text);
+}
+
 std::vector<std::string_view> Character_Set::Split(std::string_view value, char separator,
                                                    unsigned short vr) const
 {
+    if (Is_Plain(value)) {
+        return Parts_Of(value, separator, vr);
+    }
     std::vector<std::string_view> parts;
     const char* start = value.data();
     const char* const end = value.data() + value.size();
@@ -194,6 +219,9 @@ std::vector<std::string_view> Character_Set::Split(std::string_view value, char 
 
 std::size_t Character_Set::Count(std::string_view value, unsigned short vr) const
 {
+    if (Is_Plain(value)) {
+        return value.size();
+    }
     std::size_t count = 0;
     Text_Scanner scanner(start_, value, vr);
     for (Text_Piece piece; scanner.Next(piece);) {
@@ -204,6 +232,9 @@ std::size_t Character_Set::Count(std::string_view value, unsigned short vr) cons
 
 std::size_t Character_Set::First_Invalid(std::string_view value, unsigned short vr) const
 {
+    if (Is_Plain(value)) {
+        return std::string_view::npos;
+    }
     std::string converted;
     Text_Scanner scanner(declared_start_, value, vr);
     for (Text_Piece piece; scanner.Next(piece);) {
@@ -223,6 +254,9 @@ std::size_t Character_Set::First_Invalid(std::string_view value, unsigned short 
 
 std::string Character_Set::To_UTF_8(std::string_view value, unsigned short vr) const
 {
+    if (Is_Plain(value)) {
+        return std::string(value);
+    }
     std::string out;
     out.reserve(value.size());
     Text_Scanner scanner(start_, value, vr);
@@ -250,6 +284,9 @@ std::string Character_Set::To_UTF_8(std::string_view value, unsigned short vr) c
 std::optional<std::string> Character_Set::To_UTF_8_Without_Loss(std::string_view value,
                                                                 unsigned short vr) const
 {
+    if (Is_Plain(value)) {
+        return std::string(value);
+    }
     const std::string_view separators = Separators_Of(vr);
     std::string out;
     std::string character;

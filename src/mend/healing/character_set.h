@@ -33,6 +33,9 @@ public:
      */
     explicit Character_Set(std::string_view terms);
 
+    /** The text is in ASCII, every byte of it stands for itself, and nothing else is to know of it. */
+    bool Is_Plain(std::string_view text) const;
+
     /**
      * The parts of a value between separators, the empty ones included; one part when the VR knows no
      * such separator. A byte that looks like one and is half of a character, or stands in an escape

@@ -97,9 +97,9 @@ bool Is_Undeclared_UTF_8(const Text_Scope& scope, const Evidence& evidence)
                std::end(Followed_By_Signs);
 }
 
-void Declare_UTF_8(Data_Set& set, std::vector<Text_Scope>& scopes, Findings& findings)
+void Declare_UTF_8(Data_Set& set, std::vector<Text_Scope>& scopes,
+                   const std::vector<Evidence>& evidence, Findings& findings)
 {
-    const std::vector<Evidence> evidence = Evidence_Of(set, scopes);
     For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
         const auto index = static_cast<std::size_t>(&scope - scopes.data());
         if (!scope.is_former && Is_Undeclared_UTF_8(scope, evidence[index])) {
@@ -114,11 +114,11 @@ bool Was_Converted(const Text_Scope& scope, const Evidence& evidence)
     return scope.terms == UTF_8_Term && evidence.is_utf_8;
 }
 
-void Declare_As_Told(Data_Set& set, std::vector<Text_Scope>& scopes, const Heal_Options& options,
+void Declare_As_Told(Data_Set& set, std::vector<Text_Scope>& scopes,
+                     const std::vector<Evidence>& evidence, const Heal_Options& options,
                      Findings& findings)
 {
     const std::string terms = Read_Character_Terms(options.charset).value;
-    const std::vector<Evidence> evidence = Evidence_Of(set, scopes);
     For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
         const auto index = static_cast<std::size_t>(&scope - scopes.data());
         const bool stays = scope.is_former || scope.terms == terms ||
@@ -153,11 +153,18 @@ void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& f
         For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
             Respell(set, scope, path, findings);
         });
-        Declare_UTF_8(set, scopes, findings);
-    } else {
-        Declare_As_Told(set, scopes, options, findings);
     }
-    Check_Texts(set, scopes, findings);
+    const std::vector<Evidence> evidence = Evidence_Of(set, scopes);
+    if (options.charset.empty()) {
+        Declare_UTF_8(set, scopes, evidence, findings);
+    } else {
+        Declare_As_Told(set, scopes, evidence, options, findings);
+    }
+    const bool is_plain = std::none_of(evidence.begin(), evidence.end(),
+                                       [](const Evidence& texts) { return texts.has_letters; });
+    if (!is_plain) {
+        Check_Texts(set, scopes, findings);
+    }
     if (options.to_utf8) {
         Convert_To_UTF_8(set, scopes, findings);
     }

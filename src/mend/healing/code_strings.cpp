@@ -26,8 +26,11 @@ bool Is_Allowed(char letter)
 void Heal_Code_String(Piece& piece)
 {
     constexpr std::size_t Longest = 16;
-    const std::string& text = piece.Text();
-    std::string capitals = text;
+    const std::string_view text = piece.Text();
+    if (std::all_of(text.begin(), text.end(), Is_Allowed)) {
+        return;
+    }
+    std::string capitals(text);
     std::transform(text.begin(), text.end(), capitals.begin(), [](char letter) {
         return Is_Small(letter) ? static_cast<char>(letter - 32) : letter;
     });

@@ -69,7 +69,7 @@ std::string Date_Without_Separators(std::string_view text)
 
 void Heal_Date(Piece& piece)
 {
-    const std::string& text = piece.Text();
+    const std::string_view text = piece.Text();
     if (Is_Date(text)) {
         return;
     }

@@ -186,11 +186,24 @@ std::string In_Usual_Form(std::string text)
     return text;
 }
 
+/** Digits with a sign and a point at the most: what nearly all values are. */
+bool Is_Short_Decimal(std::string_view text)
+{
+    const bool fits = text.size() <= Longest;
+    text.remove_prefix(text.starts_with('-') ? 1 : 0);
+    const std::size_t point = std::min(text.find('.'), text.size());
+    return fits && Is_Number(text.substr(0, point)) &&
+           (point == text.size() || Is_Number(text.substr(point + 1)));
+}
+
 }  // namespace
 
 void Heal_Decimal_String(Piece& piece)
 {
-    std::string text = In_Usual_Form(piece.Text());
+    if (Is_Short_Decimal(piece.Text())) {
+        return;
+    }
+    std::string text = In_Usual_Form(std::string(piece.Text()));
     Decimal decimal;
     if (!Parse(text, decimal)) {
         piece.Stays(Fault::Number, "no decimal number");

@@ -13,7 +13,7 @@ void Heal_Name(Piece& piece)
     constexpr std::size_t Components = 5;
     constexpr std::size_t Longest = 64;
     const Character_Set& characters = piece.Characters();
-    const std::string name = piece.Text();
+    const std::string_view name = piece.Text();
     const std::vector<std::string_view> groups = characters.Split(name, '=', VR_PN);
     if (groups.size() > Groups) {
         piece.Stays(Fault::Name, "name of more than three groups");

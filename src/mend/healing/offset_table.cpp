@@ -273,14 +273,11 @@ private:
 
 }  // namespace
 
-void Heal_Offset_Table(Data_Set& set, Findings& findings)
+void Heal_Offset_Table(Data_Set& set, DICOM_List& pixels, Findings& findings)
 {
-    DICOM_List* const pixels = Find_Record(set.records.Head(), Pixel_Data_Tag);
-    if (pixels == nullptr || pixels->size != DICOM_Undefined_Length ||
-        Fragments_Of(*pixels).empty()) {
-        return;
+    if (pixels.size == DICOM_Undefined_Length && !Fragments_Of(pixels).empty()) {
+        Encapsulated(set, pixels, findings).Heal();
     }
-    Encapsulated(set, *pixels, findings).Heal();
 }
 
 }  // namespace lib_mend

@@ -58,15 +58,18 @@ void Check_Overlays(const Data_Set& set, Findings& findings)
 {
     constexpr unsigned short Rows_Element = 0x0010;
     constexpr unsigned short Data_Element = 0x3000;
-    const Image image = Image_Of(set, set.records.Head());
+    std::optional<Image> image;
     for (DICOM_List& rows : Records(set.records.Head())) {
         if (rows.group < First_Group || rows.group > Last_Group || rows.group % 2 != 0 ||
             rows.element != Rows_Element) {
             continue;
         }
+        if (!image.has_value()) {
+            image = Image_Of(set, set.records.Head());
+        }
         const Overlay overlay = {set, &rows, rows.group};
         const DICOM_List* const data = Find_Record(&rows, {rows.group, Data_Element});
-        if (const char* const fault = Fault_Of(overlay, data, image)) {
+        if (const char* const fault = Fault_Of(overlay, data, *image)) {
             findings.Report(Fault::Overlay, Level::Kept, At(data != nullptr ? *data : rows, {}),
                             fault);
         }

@@ -2,7 +2,6 @@
 // wrong one nobody can tell, so that they stay as they are.
 #include "mend/healing/image.h"
 #include "mend/healing/pixel_data.h"
-#include "mend/reading/tree.h"
 
 #include <algorithm>
 #include <array>
@@ -151,25 +150,24 @@ private:
 
 }  // namespace
 
-void Check_Pixel_Attributes(Data_Set& set, Findings& findings)
+void Check_Pixel_Attributes(const Data_Set& set, DICOM_List* list, const Path& path,
+                            Findings& findings)
 {
-    For_Each_List(set.records.Address(), [&](DICOM_List** list, const Path& path) {
-        // Other lists may hold single attributes of the kind, as those of presentation states do.
-        const bool has_rows = Find_Record(*list, Rows_Tag) != nullptr;
-        const bool has_bits = Find_Record(*list, Bits_Allocated_Tag) != nullptr;
-        const bool has_pixels = Find_Record(*list, Pixel_Data_Tag) != nullptr &&
-                                (has_rows || Find_Record(*list, Columns_Tag) != nullptr);
-        const Attributes attributes(set, *list, path, findings);
-        if (has_pixels) {
-            attributes.Check_Size();
-        }
-        if (!has_rows || !has_bits) {
-            return;
-        }
-        attributes.Check_Bits();
-        attributes.Check_Colours();
-        attributes.Check_Palettes();
-    });
+    // Other lists may hold single attributes of the kind, as those of presentation states do.
+    const bool has_rows = Find_Record(list, Rows_Tag) != nullptr;
+    const bool has_bits = Find_Record(list, Bits_Allocated_Tag) != nullptr;
+    const bool has_pixels = Find_Record(list, Pixel_Data_Tag) != nullptr &&
+                            (has_rows || Find_Record(list, Columns_Tag) != nullptr);
+    const Attributes attributes(set, list, path, findings);
+    if (has_pixels) {
+        attributes.Check_Size();
+    }
+    if (!has_rows || !has_bits) {
+        return;
+    }
+    attributes.Check_Bits();
+    attributes.Check_Colours();
+    attributes.Check_Palettes();
 }
 
 }  // namespace lib_mend

@@ -20,23 +20,25 @@ inline constexpr Tag Double_Pixel_Tag = {0x7FE0, 0x0009};
  */
 void Heal_Pixel_Data(Data_Set& set, bool pad, Findings& findings);
 
-/** Native pixel data gets the VR that its bits ask for (PS3.5 section 8.2 and annex A). */
-void Heal_Pixel_VR(Data_Set& set, Findings& findings);
-
 /** A compressed stream of defined length becomes a fragment (PS3.5 section A.4). */
-void Encapsulate_Stream(Data_Set& set, Findings& findings);
+void Encapsulate_Stream(Data_Set& set, DICOM_List& pixels, Findings& findings);
 
 /** Says which fragments will be padded. */
-void Report_Odd_Fragments(const Data_Set& set, Findings& findings);
+void Report_Odd_Fragments(const DICOM_List& pixels, Findings& findings);
 
 /** Brings the offset tables in line with the fragments, and counts frames. */
-void Heal_Offset_Table(Data_Set& set, Findings& findings);
+void Heal_Offset_Table(Data_Set& set, DICOM_List& pixels, Findings& findings);
 
-/** Native pixel data of another size than the image. */
-void Heal_Pixel_Size(Data_Set& set, bool pad, Findings& findings);
+/** Native pixel data of a list gets the VR that its bits ask for (PS3.5 section 8.2 and annex A). */
+void Heal_Pixel_VR(const Data_Set& set, DICOM_List* list, const Path& path, Findings& findings);
 
-/** Attributes of the image that contradict each other. */
-void Check_Pixel_Attributes(Data_Set& set, Findings& findings);
+/** Native pixel data of a list, of another size than the image. */
+void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bool pad,
+                     Findings& findings);
+
+/** Attributes of the image in a list that contradict each other. */
+void Check_Pixel_Attributes(const Data_Set& set, DICOM_List* list, const Path& path,
+                            Findings& findings);
 
 /** Overlays that do not fit their data or the image. */
 void Check_Overlays(const Data_Set& set, Findings& findings);

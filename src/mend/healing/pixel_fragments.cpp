@@ -13,16 +13,15 @@ std::vector<DICOM_List*> Fragments_Of(const DICOM_List& pixels)
     return fragments;
 }
 
-void Report_Odd_Fragments(const Data_Set& set, Findings& findings)
+void Report_Odd_Fragments(const DICOM_List& pixels, Findings& findings)
 {
-    const DICOM_List* const pixels = Find_Record(set.records.Head(), Pixel_Data_Tag);
-    if (pixels == nullptr || pixels->size != DICOM_Undefined_Length) {
+    if (pixels.size != DICOM_Undefined_Length) {
         return;
     }
     int number = 0;
-    const std::vector<DICOM_List*> fragments = Fragments_Of(*pixels);
+    const std::vector<DICOM_List*> fragments = Fragments_Of(pixels);
     if (fragments.empty() || (fragments.size() == 1 && fragments.front()->size == 0)) {
-        findings.Report(Fault::Fragments, Level::Kept, At(*pixels, {}),
+        findings.Report(Fault::Fragments, Level::Kept, At(pixels, {}),
                         "encapsulated pixel data without any fragment");
     }
     for (const DICOM_List* const fragment : fragments) {

@@ -6,7 +6,6 @@
 #include "mend/healing/image.h"
 #include "mend/healing/pixel_data.h"
 #include "mend/healing/record_building.h"
-#include "mend/reading/tree.h"
 
 namespace lib_mend {
 
@@ -31,8 +30,10 @@ void Pad(const Data_Set& set, DICOM_List& pixels, std::uint64_t size, const Path
     pixels.byte_order = order;
 }
 
-void Heal_List(const Data_Set& set, DICOM_List* list, const Path& path, bool pad,
-               Findings& findings)
+}  // namespace
+
+void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bool pad,
+                     Findings& findings)
 {
     DICOM_List* const pixels = Find_Record(list, Pixel_Data_Tag);
     if (pixels == nullptr || !Has_Value(*pixels) || pixels->nb_item != 0 ||
@@ -57,15 +58,6 @@ void Heal_List(const Data_Set& set, DICOM_List* list, const Path& path, bool pad
                             ? "the image has " + Bytes_Text(*size)
                             : Bytes_Text(*size - found) + " of the image are missing");
     }
-}
-
-}  // namespace
-
-void Heal_Pixel_Size(Data_Set& set, bool pad, Findings& findings)
-{
-    For_Each_List(set.records.Address(), [&](DICOM_List** list, const Path& path) {
-        Heal_List(set, *list, path, pad, findings);
-    });
 }
 
 }  // namespace lib_mend

@@ -76,20 +76,19 @@ void Judge_Undeclared(Data_Set& set, DICOM_List& pixels, Findings& findings)
 
 }  // namespace
 
-void Encapsulate_Stream(Data_Set& set, Findings& findings)
+void Encapsulate_Stream(Data_Set& set, DICOM_List& pixels, Findings& findings)
 {
-    DICOM_List* const pixels = Find_Record(set.records.Head(), Pixel_Data_Tag);
-    if (pixels == nullptr || pixels->size < 0 || pixels->nb_item != 0) {
+    if (pixels.size < 0 || pixels.nb_item != 0) {
         return;
     }
     if (!set.encoding.encapsulated) {
-        Judge_Undeclared(set, *pixels, findings);
+        Judge_Undeclared(set, pixels, findings);
         return;
     }
-    findings.Report(Fault::Fragments, Level::Change, At(*pixels, {}),
-                    pixels->size > 0 ? "compressed pixel data is encapsulated"
-                                     : "empty pixel data is encapsulated");
-    Encapsulate(*pixels);
+    findings.Report(Fault::Fragments, Level::Change, At(pixels, {}),
+                    pixels.size > 0 ? "compressed pixel data is encapsulated"
+                                    : "empty pixel data is encapsulated");
+    Encapsulate(pixels);
 }
 
 }  // namespace lib_mend

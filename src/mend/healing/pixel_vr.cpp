@@ -1,5 +1,4 @@
 #include "mend/healing/pixel_data.h"
-#include "mend/reading/tree.h"
 
 namespace lib_mend {
 
@@ -66,18 +65,16 @@ void Heal_Encapsulated(DICOM_List& record, Findings& findings)
 
 }  // namespace
 
-void Heal_Pixel_VR(Data_Set& set, Findings& findings)
+void Heal_Pixel_VR(const Data_Set& set, DICOM_List* list, const Path& path, Findings& findings)
 {
-    For_Each_List(set.records.Address(), [&](DICOM_List** list, const Path& path) {
-        for (DICOM_List& record : Records(*list)) {
-            if (Is_Pixel_Value(Tag_Of(record)) && record.size >= 0 && record.nb_item == 0) {
-                Heal_Record(record, Is_Wide(set, *list), path, findings);
-            } else if (Tag_Of(record) == Pixel_Data_Tag && path.empty() &&
-                       record.size == DICOM_Undefined_Length && set.encoding.encapsulated) {
-                Heal_Encapsulated(record, findings);
-            }
+    for (DICOM_List& record : Records(list)) {
+        if (Is_Pixel_Value(Tag_Of(record)) && record.size >= 0 && record.nb_item == 0) {
+            Heal_Record(record, Is_Wide(set, list), path, findings);
+        } else if (Tag_Of(record) == Pixel_Data_Tag && path.empty() &&
+                   record.size == DICOM_Undefined_Length && set.encoding.encapsulated) {
+            Heal_Encapsulated(record, findings);
         }
-    });
+    }
 }
 
 }  // namespace lib_mend

@@ -74,13 +74,16 @@ void For_Each_Text(const Data_Set& set, Visit&& visit)
     });
 }
 
-/** Calls `visit(scope, path)` for each scope, a data set without a declaration first. */
+/** Calls `visit(scope, path)` for each scope, that of the data set first where it has none of its own. */
 template <class Visit>
 void For_Each_Scope(const Data_Set& set, std::vector<Text_Scope>& scopes, Visit&& visit)
 {
     const bool is_declared = scopes[0].declaration != nullptr;
-    if (!is_declared) {
+    if (!is_declared || scopes.size() == 1) {
         visit(scopes[0], Path());
+    }
+    if (scopes.size() == 1) {
+        return;
     }
     For_Each_In_Scopes(set, [&](DICOM_List& record, const Path& path, std::size_t scope) {
         if (scopes[scope].declaration == &record && (scope != 0 || is_declared)) {

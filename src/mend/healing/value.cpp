@@ -1,5 +1,6 @@
 #include "mend/healing/value.h"
 
+#include "mend/findings/letters.h"
 #include "mend/healing/forms.h"
 
 #include <algorithm>
@@ -87,12 +88,12 @@ std::string_view Without_NULs(std::string_view value)
 }
 
 /**
- * One value between backslashes, brought into the form of its VR.
+ * Appends one value between backslashes, brought into the form of its VR.
  *
  * @param is_padding  a blank behind the last backslash, which makes the length even
  */
-std::string Heal_Piece(const Value& value, const Text_Rule& rule, std::string_view text,
-                       bool is_padding, Notes& notes)
+void Heal_Piece(const Value& value, const Text_Rule& rule, std::string_view text, bool is_padding,
+                Notes& notes, std::string& form)
 {
     // Padding of a list may stand behind each of its UIDs.
     const std::string_view blank = rule.vr == VR_UI ? std::string_view(" \0", 2) : " ";
@@ -101,13 +102,15 @@ std::string Heal_Piece(const Value& value, const Text_Rule& rule, std::string_vi
         Add_Note(notes, {Fault::Characters, Level::Kept, "nothing but blanks"});
     }
     if (core.empty()) {
-        return rule.blanks == Blanks::None ? std::string() : std::string(text);
+        form += rule.blanks == Blanks::None ? std::string_view() : text;
+        return;
     }
     Piece piece(core, value.characters, notes, value.replace_uids);
     // A UID that holds any is none, which is said of it and may be healed.
-    if (rule.vr != VR_UI && Has_Control_Characters(core, rule.vr)) {
+    if (rule.vr != VR_UI && !Is_Plain_ASCII(core) && Has_Control_Characters(core, rule.vr)) {
         piece.Stays(Fault::Control_Characters, "control characters");
-        return std::string(rule.blanks == Blanks::Around ? text : core);
+        form += rule.blanks == Blanks::Around ? text : core;
+        return;
     }
     if (rule.heal != nullptr) {
         rule.heal(piece);
@@ -123,19 +126,14 @@ std::string Heal_Piece(const Value& value, const Text_Rule& rule, std::string_vi
         return rule.longest == 0 || bytes.size() <= rule.longest ||
                value.characters.Count(bytes, rule.vr) <= rule.longest;
     };
-    if (fits(text)) {
-        return std::string(text);
-    }
     // Blanks that are no part of the value do not make it too long.
     const std::string_view bare =
-        Without(text, " ", rule.blanks == Blanks::Around && rule.multiple);
-    if (fits(bare)) {
-        return std::string(bare);
-    }
-    if (!piece.Stays_Wrong()) {
+        fits(text) ? text : Without(text, " ", rule.blanks == Blanks::Around && rule.multiple);
+    const bool is_short = fits(bare);
+    if (!is_short && !piece.Stays_Wrong()) {
         piece.Stays(Fault::Length, "longer than its VR allows");
     }
-    return std::string(text);
+    form += is_short ? bare : text;
 }
 
 void Note_Padding(const Value& value, Healed_Value& healed)
@@ -168,7 +166,7 @@ std::string Form_Of(const Value& value, const Text_Rule& rule, Notes& notes, std
         for (std::size_t i = 0; i < texts.size(); ++i) {
             form += i > 0 ? "\\" : "";
             const bool is_padding = is_even && i > 0 && i + 1 == texts.size() && texts[i] == " ";
-            form += Heal_Piece(value, rule, texts[i], is_padding, notes);
+            Heal_Piece(value, rule, texts[i], is_padding, notes, form);
         }
     }
     if (form.size() % 2 != 0) {
@@ -188,9 +186,23 @@ bool Is_Foreign(const Notes& notes)
            });
 }
 
+/** A free text in plain letters, as most are, is in form whatever it says. */
+bool Is_Plain_And_Free(const Value& value, const Text_Rule& rule)
+{
+    return rule.heal == nullptr && value.bytes.size() % 2 == 0 &&
+           (rule.longest == 0 || value.bytes.size() <= rule.longest) &&
+           value.characters.Is_Plain(value.bytes);
+}
+
 Healed_Value Heal_Text(const Value& value, const Text_Rule& rule)
 {
     Healed_Value healed;
+    if (!value.bytes.empty() && Is_Plain_And_Free(value, rule)) {
+        healed.bytes = value.bytes;
+        const auto separators = std::count(value.bytes.begin(), value.bytes.end(), '\\');
+        healed.count = 1 + (rule.multiple ? static_cast<std::size_t>(separators) : 0);
+        return healed;
+    }
     healed.bytes = Form_Of(value, rule, healed.notes, healed.count);
     if (Is_Foreign(healed.notes)) {
         healed.bytes = value.bytes;

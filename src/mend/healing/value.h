@@ -47,8 +47,10 @@ public:
         : text_(text), characters_(characters), notes_(notes), replaces_uids_(replaces_uids)
     {
     }
+    Piece(const Piece&) = delete;
+    Piece& operator=(const Piece&) = delete;
 
-    const std::string& Text() const
+    std::string_view Text() const
     {
         return text_;
     }
@@ -67,7 +69,8 @@ public:
     /** Another text that means the same. */
     void Becomes(std::string text, Fault fault, const char* what)
     {
-        text_ = std::move(text);
+        healed_ = std::move(text);
+        text_ = healed_;
         Add_Note(notes_, {fault, Level::Change, what});
     }
     /** It is wrong, and nobody can tell what would be right. */
@@ -78,7 +81,9 @@ public:
     }
 
 private:
-    std::string text_;
+    /** The text as it was read, or the healed one. */
+    std::string_view text_;
+    std::string healed_;
     const Character_Set& characters_;
     Notes& notes_;
     bool replaces_uids_;

@@ -13,7 +13,7 @@ bool Tree_Walk::Enter_Item(DICOM_List* sequence, int item)
     return true;
 }
 
-DICOM_List* Tree_Walk::Next()
+DICOM_List* Tree_Walk::Next_Elsewhere()
 {
     DICOM_List* const last = levels_.back().last;
     const bool enters = last != nullptr && !skip_;

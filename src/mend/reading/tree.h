@@ -25,7 +25,18 @@ public:
      * The next record, item headers included; null at the end. The record that was returned last may
      * have changed, but has to be there still.
      */
-    DICOM_List* Next();
+    DICOM_List* Next()
+    {
+        Level& level = levels_.back();
+        const bool goes_on = level.last != nullptr && level.last->next != nullptr &&
+                             (skip_ || level.last->nb_item == 0);
+        if (!goes_on) {
+            return Next_Elsewhere();
+        }
+        skip_ = false;
+        level.last = level.last->next;
+        return level.last;
+    }
 
     /** The way to the list of the record that was returned last. */
     const Path& Way() const
@@ -74,6 +85,8 @@ private:
     };
 
     bool Enter_Item(DICOM_List* sequence, int item);
+    /** The next record where it does not simply follow the last. */
+    DICOM_List* Next_Elsewhere();
 
     std::vector<Level> levels_;
     Path way_;

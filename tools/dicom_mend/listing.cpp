@@ -1,0 +1,216 @@
+#include "listing.h"
+
+#include "mend/findings/attributes.h"
+#include "mend/findings/letters.h"
+#include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
+#include "value_text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace dicom_mend {
+
+namespace {
+
+using lib_mend::Character_Set;
+using lib_mend::Item_Of;
+using lib_mend::Tag_Of;
+using lib_mend::VR_Of;
+
+constexpr std::size_t Indent_Step = 2;
+/** Deeper levels stand where this one does. */
+constexpr std::size_t Deepest_Indent = 8;
+constexpr std::size_t Size_Width = 7;
+/** Tag, VR, length and the blanks behind them. */
+constexpr std::size_t Header_Width = 11 + 1 + 2 + 1 + Size_Width + 1;
+
+constexpr std::string_view Tag_Colour = "\033[36m";
+constexpr std::string_view Value_Colour = "\033[32m";
+constexpr std::string_view Item_Colour = "\033[33m";
+constexpr std::string_view No_Colour = "\033[39m";
+
+/** The column of names takes less than half of what a terminal leaves. */
+std::size_t Name_Width(const Terminal& terminal)
+{
+    constexpr std::size_t Usual = 40;
+    constexpr std::size_t Least = 16;
+    constexpr std::size_t Most = 64;
+    if (!terminal.is_terminal) {
+        return Usual;
+    }
+    const std::size_t room = terminal.width - std::min(terminal.width, Header_Width);
+    return std::clamp(room * 9 / 20, Least, Most);
+}
+
+/** Fragments are the value of their element, not a list of elements. */
+bool Holds_Elements(const DICOM_List& record)
+{
+    return VR_Of(record) == VR_SQ || VR_Of(record) == VR_UN;
+}
+
+}  // namespace
+
+Listing::Listing(const lib_mend::Data_Set& set, const Terminal& terminal, Output_Buffer& out)
+    : set_(set), terminal_(terminal), out_(out), name_width_(Name_Width(terminal))
+{
+}
+
+void Listing::Print(DICOM_List* list)
+{
+    levels_ = {{list, nullptr, 0, Characters_Of(list, std::make_shared<const Character_Set>())}};
+    while (!levels_.empty()) {
+        DICOM_List* const record = levels_.back().next;
+        if (record == nullptr) {
+            Leave();
+            continue;
+        }
+        levels_.back().next = record->next;
+        if (lib_mend::Is_Delimiter(*record)) {
+            continue;
+        }
+        Print_Record(*record, *levels_.back().characters);
+        if (Holds_Elements(*record) && Item_Of(*record, 0) != nullptr) {
+            Enter(*record, 0);
+        }
+    }
+}
+
+/** @param outer  the character set of what is around the list */
+Listing::Shared_Set Listing::Characters_Of(DICOM_List* list, const Shared_Set& outer) const
+{
+    constexpr std::size_t Enough = 1024;
+    const DICOM_List* const terms = Find_Record(list, lib_mend::Character_Set_Tag);
+    return terms == nullptr ? outer
+                            : std::make_shared<const Character_Set>(
+                                  lib_mend::Trimmed(set_.Value(*terms, Enough)));
+}
+
+void Listing::Enter(const DICOM_List& sequence, int item)
+{
+    line_.append(Indent() + Indent_Step, ' ');
+    Append_Colour(Item_Colour);
+    line_ += "item ";
+    Append_Number(line_, item + 1);
+    Append_Colour(No_Colour);
+    End_Line();
+    DICOM_List* const list = Item_Of(sequence, item);
+    levels_.push_back({list, &sequence, item, Characters_Of(list, levels_.back().characters)});
+}
+
+/** Goes on with the next item, or behind the sequence. */
+void Listing::Leave()
+{
+    const Level left = std::move(levels_.back());
+    levels_.pop_back();
+    if (left.sequence != nullptr && Item_Of(*left.sequence, left.item + 1) != nullptr) {
+        Enter(*left.sequence, left.item + 1);
+    }
+}
+
+std::size_t Listing::Indent() const
+{
+    return Indent_Step * std::min(levels_.size() - 1, Deepest_Indent);
+}
+
+void Listing::Print_Record(const DICOM_List& record, const Character_Set& characters)
+{
+    line_.append(Indent(), ' ');
+    line_ += '(';
+    Append_Colour(Tag_Colour);
+    Append_Tag(line_, Tag_Of(record));
+    Append_Colour(No_Colour);
+    line_ += ") ";
+    Append_VR(line_, VR_Of(record));
+    const std::size_t size_at = line_.size();
+    if (Given_Length(record) < 0) {
+        line_ += '-';
+    } else {
+        Append_Number(line_, Given_Length(record));
+    }
+    const std::size_t digits = line_.size() - size_at;
+    line_.insert(size_at, 1 + Size_Width - std::min(digits, Size_Width), ' ');
+    line_ += ' ';
+    Append_Name(record);
+    Append_Contents(record, characters);
+    End_Line();
+}
+
+void Listing::Append_Name(const DICOM_List& record)
+{
+    const std::size_t width = name_width_ - std::min(Indent(), name_width_ / 2);
+    const std::size_t start = line_.size();
+    lib_mend::Append_Printable(line_, Name_Of(record));
+    const std::size_t columns = Columns_Of(std::string_view(line_).substr(start));
+    if (columns > width && terminal_.is_terminal) {
+        const std::string fitted = Fitted(std::string_view(line_).substr(start), width);
+        line_.replace(start, std::string::npos, fitted);
+    } else {
+        line_.append(width - std::min(columns, width), ' ');
+    }
+}
+
+std::string_view Listing::Name_Of(const DICOM_List& record)
+{
+    if (record.description != nullptr) {
+        return record.description;
+    }
+    if (record.group % 2 != 0 && record.dict == nullptr && record.element != 0) {
+        return record.element >= 0x10 && record.element <= 0xFF ? "Private Creator"
+                                                                : "Private Element";
+    }
+    const TAG_db_Elems* const entry =
+        record.dict != nullptr ? record.dict : NEMA_db_Locate(record.group, record.element);
+    if (entry == nullptr) {
+        return record.element == 0 ? "Group Length" : "Unknown Element";
+    }
+    std::string& name = names_[entry];
+    if (name.empty()) {
+        const lib_mend::Attribute attribute = lib_mend::Attribute_Of(*entry);
+        name = attribute.name + (attribute.retired ? " (retired)" : "");
+    }
+    return name;
+}
+
+void Listing::Append_Contents(const DICOM_List& record, const Character_Set& characters)
+{
+    const std::size_t start = line_.size();
+    line_ += ' ';
+    Append_Colour(Value_Colour);
+    const std::size_t value_at = line_.size();
+    const bool has_items = Holds_Elements(record);
+    if (record.nb_item > 0 || VR_Of(record) == VR_SQ) {
+        const int count = lib_mend::Item_Count(record);
+        Append_Number(line_, count);
+        line_ += has_items ? " item" : " fragment";
+        line_ += count == 1 ? "" : "s";
+    } else {
+        Append_Value(line_, set_, record, characters);
+    }
+    if (line_.size() == value_at) {
+        // Nothing stands behind the name, not even blanks.
+        line_.erase(start);
+        line_.erase(line_.find_last_not_of(' ') + 1);
+        return;
+    }
+    Append_Colour(No_Colour);
+}
+
+void Listing::Append_Colour(std::string_view colour)
+{
+    line_ += terminal_.colours ? colour : std::string_view();
+}
+
+void Listing::End_Line()
+{
+    if (terminal_.is_terminal) {
+        out_.Text() += Fitted(line_, terminal_.width);
+    } else {
+        out_.Text() += line_;
+    }
+    out_.Text() += '\n';
+    out_.Line_Done();
+    line_.clear();
+}
+
+}  // namespace dicom_mend
