@@ -64,7 +64,7 @@ struct Builder_Rule {
     Shape shape;
     Layout layout = {};
     /** Reason of leaving when a pointer is null. */
-    const char* missing = "";
+    const char* missing = nullptr;
     Counts counts = Counts::Any;
     /** Warning of the two other fields, where they say no. */
     const char* wrong_count = nullptr;

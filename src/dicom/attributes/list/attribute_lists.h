@@ -92,7 +92,6 @@ private:
     DICOM_Root* root_;
     const char* call_;
     const char* reason_ = "";
-    bool is_settled_ = false;
     int result_ = 0;
 };
 

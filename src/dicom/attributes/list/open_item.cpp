@@ -13,10 +13,7 @@ Way_In Open_Item_Visitor::Enter(DICOM_List** list)
         DICOM_List** const slot = DICOM_Attribute_Dig(handle_, root_, *list, 0);
         return slot != nullptr ? Way_In{.instead = slot} : Refuse("! DICOM_Attribute_Dig");
     }
-    if (!is_settled_) {
-        is_settled_ = true;
-        result_ = 1;
-    }
+    result_ = 1;
     Work_On(list);
     return {.first = *list};
 }
@@ -29,7 +26,6 @@ void Open_Item_Visitor::Leave()
 
 Way_In Open_Item_Visitor::Refuse(const char* reason)
 {
-    is_settled_ = true;
     reason_ = reason;
     return {};
 }
