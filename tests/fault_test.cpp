@@ -112,6 +112,8 @@ struct Operation {
     std::function<bool(Trial&)> run;
     /** The source unit, the function and the variable of each memory message that comes. */
     std::set<std::string> messages;
+    /** It does what it can without the memory. */
+    bool goes_on = false;
 };
 
 /** What the memory messages of a log name. */
@@ -134,7 +136,8 @@ void Check(const std::vector<Operation>& operations)
                 const bool done = operation.run(trial);
                 EXPECT_TRUE(done || trial.has_struck) << log.text;
                 // Without any memory the format itself is the message.
-                EXPECT_EQ(done, log.text.find("memory error in ") == log.text.npos);
+                const bool has_told = log.text.find("memory error in ") != log.text.npos;
+                EXPECT_TRUE(has_told ? !done || operation.goes_on : done);
                 if (kind == Kind::Error) {
                     Collect_Messages(log.text, messages);
                 }
@@ -375,7 +378,8 @@ TEST(Fault, ListsWithoutMemory)
              }
              return complete;
          },
-         {"NEMA_Tag_Cleanup calloc new_data", "NEMA_Tag_Cleanup realloc tag->data"}},
+         {"NEMA_Tag_Cleanup calloc new_data", "NEMA_Tag_Cleanup realloc tag->data"},
+         true},
         {"check",
          [](Trial& trial) {
              const Record_List list("0011,1001:LO=longer_than_what_a_string_holds_in_itself");
@@ -403,7 +407,8 @@ TEST(Fault, ListsWithoutMemory)
              }
              return complete;
          },
-         {"NEMA_Read_IOD new buffer", "NEMA_Tag_Complement _strdup tag->description"}},
+         {"NEMA_Read_IOD new buffer", "NEMA_Tag_Complement _strdup tag->description"},
+         true},
     });
 }
 

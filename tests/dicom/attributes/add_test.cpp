@@ -81,7 +81,13 @@ TEST_F(Add, StoresTextsOfEachForm)
     Expect(
         "one ", [](List& l) { l.Add(VR_ST, 2, "one", "two"); },
         "VR=Text: only 1 value accepted (nb_arg=2 != 1)");
+    Expect(
+        "one ", [](List& l) { l.Add(VR_ST, -1, "one"); },
+        "VR=Text: vector fct not implemented (nb_arg=-1)");
     Expect("1.2.3\0"s, [](List& l) { l.Add(VR_UI, 1, "1.2.3"); });
+    Expect(
+        "1.2\0"s, [](List& l) { l.Add(VR_UI, -1, "1.2"); },
+        "VR=UI: vector fct not implemented (nb_arg=-1)");
     Expect("1.23.4", [](List& l) { l.Add(VR_UI, 2, "1.2", "3.4"); });
     Expect("1.2\\3.4\0"s, [](List& l) {
         l.Builder().Texts<VR_UI>(Group, Element, {"1.2", "3.4"});
@@ -126,6 +132,9 @@ TEST_F(Add, StoresBinaryNumbers)
     Expect(
         "\x10\0\x20\0"s, [](List& l) { l.Add(VR_AT, 3, 0x0010, 0x0020, 0x0030); },
         "VR=AT: only multiple of 2 accepted (nb_arg=3 != 2*n)");
+    Expect(
+        "\x10\0\x20\0"s, [](List& l) { l.Add(VR_AT, -2, 0x0010, 0x0020); },
+        "VR=AT: vector fct not implemented (nb_arg=-2)");
     List lone;
     const Message_Log log;
     lone.Add(VR_AT, 1, 0x0010, 0x0020);
