@@ -4,9 +4,11 @@
 //   faults_page PAGE            exit status 1 when an example is not what mending gives
 //   faults_page --write PAGE    prints the page with what mending gives
 //
-// An example is a block of code that is marked "fault":
+// An example is a block of code that is marked "fault", or "brief" for one that tells only whether the
+// file changes:
 //
-//   explicit-little [--strict ...]     encoding of the data set, or "file" for the bytes of a whole file
+//   explicit-little [--strict ...]     encoding or transfer syntax of the data set, or "file" for the
+//                                      bytes of a whole file
 //   08 00 60 00 43 53 02 00 "MR"       bytes in hexadecimal or as text; 00*128 repeats one
 //   =>
 //   0008,0060 CS "MR"                  the elements of the mended file
@@ -110,7 +112,9 @@ std::string File_Of(const std::string& encoding, const std::string& bytes)
         {"jpeg", "1.2.840.10008.1.2.4.50"},
         {"rle", "1.2.840.10008.1.2.5"}};
     const auto syntax = syntaxes.find(encoding);
-    return syntax == syntaxes.end() ? bytes : Part10_Head(syntax->second) + bytes;
+    return encoding[0] == '1'         ? Part10_Head(encoding) + bytes
+           : syntax == syntaxes.end() ? bytes
+                                      : Part10_Head(syntax->second) + bytes;
 }
 
 lib_mend::Mend_Options Options_Of(std::istringstream& words)
@@ -140,7 +144,7 @@ lib_mend::Mend_Options Options_Of(std::istringstream& words)
 }
 
 /** What mending gives for the lines above "=>". */
-std::string Outcome_Of(const std::vector<std::string>& input)
+std::string Outcome_Of(const std::vector<std::string>& input, bool is_brief)
 {
     std::istringstream words(input.at(0));
     std::string encoding;
@@ -150,9 +154,12 @@ std::string Outcome_Of(const std::vector<std::string>& input)
         bytes += Bytes_Of(input[i]);
     }
     const lib_mend::Mend_Options options = Options_Of(words);
-    const Mended_File mended = Mend_In_Memory(File_Of(encoding, bytes), options);
+    const std::string file = File_Of(encoding, bytes);
+    const Mended_File mended = Mend_In_Memory(file, options);
     std::string outcome;
-    if (mended.done) {
+    if (is_brief && mended.bytes == file) {
+        outcome += "nothing changes\n";
+    } else if (mended.done) {
         const bool stays = Mend_In_Memory(mended.bytes, options).bytes == mended.bytes;
         outcome += stays ? "" : "mending again changes it\n";
         const Plain_File after = Read_Plain(mended.bytes);
@@ -183,15 +190,17 @@ std::string Page_As_It_Should_Be(std::istream& page, int& count)
     std::string out;
     std::vector<std::string> input;
     bool in_example = false;
+    bool is_brief = false;
     bool in_outcome = false;
     for (std::string line; std::getline(page, line);) {
         if (!in_example) {
-            in_example = line == "```fault";
+            is_brief = line == "```brief";
+            in_example = is_brief || line == "```fault";
             input.clear();
             out += line + "\n";
         } else if (line == "=>") {
             in_outcome = true;
-            out += line + "\n" + Outcome_Of(input);
+            out += line + "\n" + Outcome_Of(input, is_brief);
             ++count;
         } else if (line == "```") {
             in_example = in_outcome = false;

@@ -17,13 +17,18 @@ std::string Bytes_Text(std::uint64_t count)
                                      : std::to_string(count) + (count == 1 ? " byte" : " bytes");
 }
 
+std::string Missing_Text(std::uint64_t count)
+{
+    return Bytes_Text(count) + " of the image " + (count == 1 ? "is" : "are") + " missing";
+}
+
 void Pad(const Data_Set& set, DICOM_List& pixels, std::uint64_t size, const Path& path,
          Findings& findings)
 {
     Bytes value = set.Value(pixels);
     const std::size_t missing = static_cast<std::size_t>(size) - value.size();
     findings.Report(Fault::Pixel_Size, Level::Change, At(pixels, path),
-                    Bytes_Text(missing) + " of the image are missing; they are filled with zeros");
+                    Missing_Text(missing) + "; zeros are put in their place");
     value.resize(static_cast<std::size_t>(size));
     const unsigned char order = pixels.byte_order;
     Set_Bytes(pixels, value);
@@ -54,9 +59,8 @@ void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bo
     } else if (pixels->spare == 0) {
         // What was cut off was said while reading.
         findings.Report(Fault::Pixel_Size, Level::Kept, At(*pixels, path),
-                        *size == Image::Too_Large
-                            ? "the image has " + Bytes_Text(*size)
-                            : Bytes_Text(*size - found) + " of the image are missing");
+                        *size == Image::Too_Large ? "the image has " + Bytes_Text(*size)
+                                                  : Missing_Text(*size - found));
     }
 }
 
