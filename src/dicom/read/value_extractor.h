@@ -51,8 +51,8 @@ bool Split(const Value& value);
 /** What an extractor hands to its caller, and the reason of leaving for the trace. */
 template <class Result>
 struct Outcome {
-    Result* result;
-    const char* reason;
+    Result* result = nullptr;
+    const char* reason = "";
 };
 
 /** The start of every extractor: none after the reason of leaving was traced. */

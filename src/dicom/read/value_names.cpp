@@ -105,7 +105,7 @@ OrisWare_Name* NEMA_Value_Name(HWND handle, DICOM_List* tag, unsigned short vr)
         using Names = Outcome<OrisWare_Name>;
         // The value is split whatever its VR is, and counted in `vm`.
         if (!Split(value)) {
-            return Names{nullptr, ""};
+            return Names{};
         }
         if (value.vr != VR_PN) {
             return Refuse_VR<OrisWare_Name>(value, This_Unit);
@@ -114,7 +114,7 @@ OrisWare_Name* NEMA_Value_Name(HWND handle, DICOM_List* tag, unsigned short vr)
         if (!names.Reset(value.handle, This_Unit, value.tag.vm, "Oris_Name[cc]") ||
             !Make_Names(value, names.Data())) {
             value.tag.vm = 0;
-            return Names{nullptr, ""};
+            return Names{};
         }
         return Names{names.Data(), "VR_PN"};
     });

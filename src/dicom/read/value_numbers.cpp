@@ -156,13 +156,13 @@ Outcome<Number> Extract_Numbers(const Value& value, const Number_Rule<Number>& r
     const std::size_t count =
         is_text ? Count_Values(value.bytes) : (size + rule.width - 1) / rule.width;
     if (!slot.Reserve(value.handle, This_Unit, count, variable)) {
-        return {nullptr, ""};
+        return {};
     }
     const std::span<Number> numbers = slot.Items().first(count);
     if (!is_text) {
         Convert_Values(value, rule, numbers);
     } else if (!Parse_Values(value, rule, numbers)) {
-        return {nullptr, ""};
+        return {};
     }
     value.tag.vm = static_cast<unsigned int>(count);
     return {slot.Data(), rule.reason};

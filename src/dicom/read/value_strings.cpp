@@ -63,7 +63,7 @@ char** NEMA_Value_Str(HWND handle, DICOM_List* tag, unsigned short vr)
             return Refuse_VR<char*>(value, This_Unit);
         }
         if (!(rule->splits ? Split(value) : Take_Whole(value))) {
-            return Strings{nullptr, ""};
+            return Strings{};
         }
         return Strings{Get_Value_Pools().strings[value.slot].Data(),
                        rule->splits ? "VR_AE..." : "VR_AS..."};
@@ -79,7 +79,7 @@ unsigned char* NEMA_Value_Hex(HWND handle, DICOM_List* tag, unsigned short vr)
         }
         Pool_Array<unsigned char>& buffer = Get_Value_Pools().buffers[value.slot];
         if (!buffer.Reserve(value.handle, This_Unit, value.bytes.size(), "Buffer[cc]")) {
-            return Bytes{nullptr, ""};
+            return Bytes{};
         }
         std::copy(value.bytes.begin(), value.bytes.end(), buffer.Data());
         value.tag.vm = 1;

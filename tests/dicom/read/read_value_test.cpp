@@ -59,6 +59,7 @@ TEST(Read_Value, ConvertsByVR)
         const char* reason;
     } const cases[] = {
         {"Str", VR_LO, "'ABC '", 0, "ABC |", "VR_AE..."},
+        {"Str", VR_AS, "'045Y'", 0, "045Y|", "VR_AS..."},
         {"Int", VR_SL, "FE FF FF FF 01 00 00 00", 8, "-2|1|", "VR_SL"},
         {"Int", VR_SL, "01 02 03 04", 1, "16909060|", "VR_SL"},
         {"Int", VR_SL, "01 02 03 04", 2, "50594050|", "VR_SL"},
