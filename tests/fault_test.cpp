@@ -9,6 +9,8 @@
 #include "support/record_builder.h"
 #include "support/stream_builder.h"
 
+#include <Lib_DICOM_Mend/dicom_mend.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -979,6 +981,118 @@ TEST(Fault, AFileIsWrittenWholeOrNotAtAll)
                 EXPECT_EQ(folder.Count(), found.empty() ? 0 : 1) << error;
             });
         }
+    }
+}
+
+/** What a program in C does with a file, each call told apart by its status. */
+struct Use {
+    /** Takes the status of a call, and holds why it failed against what is promised. */
+    void operator()(dicom_mend_status status)
+    {
+        const fault::Pause pause;
+        const char* const reason = dicom_mend_last_error(session);
+        if (status != DICOM_MEND_OK && !failed) {
+            // What memory was missing for may also be told by a finding, which is a loss then.
+            EXPECT_TRUE(status == DICOM_MEND_NO_MEMORY || dicom_mend_outcome(session) == 2)
+                << status << reason;
+            failed = true;
+        }
+    }
+    void Read(const std::string& bytes)
+    {
+        session = dicom_mend_session_new();
+        if (session == nullptr) {
+            failed = true;
+            return;
+        }
+        (*this)(dicom_mend_set_flag(session, DICOM_MEND_GROUP_LENGTHS, 1));
+        (*this)(dicom_mend_set_charset(session, "ISO_IR 100"));
+        (*this)(dicom_mend_read_buffer(
+            session, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), &set));
+    }
+    void Change()
+    {
+        constexpr double Numbers[] = {0.5, 0.25};
+        const dicom_mend_item* item = nullptr;
+        (*this)(dicom_mend_set_text(set, nullptr, 0x00100010, nullptr, "M\xC3\xBCller", 7));
+        (*this)(dicom_mend_set_doubles(set, nullptr, 0x00280030, nullptr, Numbers, 2));
+        (*this)(dicom_mend_add_item(set, nullptr, 0x00400275, &item));
+        if (item != nullptr) {
+            (*this)(dicom_mend_set_text(set, item, 0x00080100, nullptr, "CODE", 4));
+        }
+        (*this)(dicom_mend_mend(session, set));
+    }
+    void Look()
+    {
+        const dicom_mend_element* element = nullptr;
+        char text[64];
+        double number = 0;
+        (*this)(dicom_mend_find_path(set, "0040,0275[0]/CodeValue", &element, nullptr));
+        if (element != nullptr) {
+            (*this)(dicom_mend_get_text(set, element, 0, text, sizeof text, nullptr));
+        }
+        element = dicom_mend_find(set, nullptr, 0x00280030);
+        if (element != nullptr) {
+            (*this)(dicom_mend_get_double(set, element, 1, &number));
+        }
+        dicom_mend_tag_name(0x00280030, text, sizeof text);
+    }
+    void Give_Out()
+    {
+        dicom_mend_dataset* back = nullptr;
+        char* json = nullptr;
+        char* report = nullptr;
+        unsigned char* file = nullptr;
+        std::size_t size = 0;
+        (*this)(dicom_mend_check(session, set, nullptr));
+        (*this)(dicom_mend_to_json(session, set, 0, &json, &size));
+        if (json != nullptr) {
+            (*this)(dicom_mend_from_json(session, json, size, &back));
+        }
+        (*this)(dicom_mend_report(session, "file", DICOM_MEND_SARIF, 1, &report, &size));
+        (*this)(dicom_mend_encode(session, set, &file, &size));
+        {
+            const fault::Pause pause;
+            encoded.assign(file, file + size);
+        }
+        dicom_mend_free(json);
+        dicom_mend_free(report);
+        dicom_mend_free(file);
+        dicom_mend_dataset_free(back);
+    }
+    void Run(const std::string& bytes)
+    {
+        Read(bytes);
+        if (set != nullptr) {
+            Change();
+            Look();
+            Give_Out();
+        }
+        failed = failed || dicom_mend_outcome(session) == 2;
+        dicom_mend_dataset_free(set);
+        dicom_mend_session_free(session);
+    }
+
+    dicom_mend_session* session = nullptr;
+    dicom_mend_dataset* set = nullptr;
+    std::vector<unsigned char> encoded;
+    bool failed = false;
+};
+
+TEST(Fault, CallsInCWithoutMemorySayThat)
+{
+    // Keywords are looked up in an index that is made once.
+    Use sound;
+    sound.Run(Sample());
+    EXPECT_FALSE(sound.failed);
+    EXPECT_FALSE(sound.encoded.empty());
+    for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
+        Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](Trial& trial) {
+            NEMA_db_Locate(0x0008, 0x0060);
+            Use use;
+            trial([&] { use.Run(Sample()); });
+            EXPECT_TRUE(use.failed || use.encoded == sound.encoded);
+        });
     }
 }
 

@@ -8,8 +8,11 @@
  *   session that read it. Both are opaque, made by functions of this header and freed by them; freeing
  *   null does nothing.
  * - Functions that may fail return a status, DICOM_MEND_OK for success; what they were to hand out is
- *   null or 0 then. dicom_mend_last_error tells why, in words. A null handle, and a null pointer where
- *   something is to be handed out, is DICOM_MEND_BAD_ARGUMENT. Nothing is thrown, nothing ends the process.
+ *   null or 0 otherwise. dicom_mend_last_error tells why, in words. A null handle, and a null pointer where
+ *   something is to be handed out, is DICOM_MEND_BAD_ARGUMENT. Functions that return something else
+ *   return null, 0 or "" for a null handle. Nothing is thrown, nothing ends the process.
+ * - A failed call changes nothing in a data set. Without memory (DICOM_MEND_NO_MEMORY) a mending, completion
+ *   or undoing may have been done in part.
  * - What is wrong with a file is no failure of a function: it becomes a finding of the session.
  * - Each pointer to bytes has a size beside it, in bytes. Texts are UTF-8; those that come in end with
  *   NUL unless a size stands beside them. A function that writes a text takes a buffer and its capacity,
@@ -19,10 +22,13 @@
  * - Enumerators go in as `int`, so that a wrong one is told and not undefined.
  * - Numbers inside values are little endian wherever bytes go in or out, whatever the file had.
  * - Tags are group * 65536 + element: (0010,0020) is 0x00100020.
- * - Calls take one lock, so that any thread may call; they do not run side by side. A session, a data
- *   set, and the pointers into them are used by one thread at a time all the same: pointers to elements
- *   hold until the data set is changed or freed, those to findings until the next call that may find
- *   something.
+ * - Calls that do any work take one lock, so that any thread may call; they do not run side by side. A
+ *   session, a data set, and the pointers into them are used by one thread at a time all the same:
+ *   functions that only look (dicom_mend_first, dicom_mend_next, dicom_mend_find, dicom_mend_tag, those of
+ *   findings ...) take no lock.
+ * - Pointers to elements and items hold until the data set is changed or freed, those to findings until the
+ *   next call with the session that may find something. A pointer that no longer holds, or an element that
+ *   is given with another data set than its own, is not noticed, as everywhere in C.
  *
  * An example is in examples/mend_buffer.c.
  */
@@ -445,7 +451,10 @@ DICOM_MEND_API dicom_mend_status dicom_mend_set_ints(dicom_mend_dataset* data_se
                                                      const dicom_mend_item* item, uint32_t tag,
                                                      const char* vr, const int64_t* values,
                                                      size_t count);
-/** Adds an item at the end of a sequence, which comes into being when it is not there. */
+/**
+ * Adds an item at the end of a sequence, which comes into being when it is not there. An element of another
+ * VR, or one with a value, is DICOM_MEND_BAD_ARGUMENT.
+ */
 DICOM_MEND_API dicom_mend_status dicom_mend_add_item(dicom_mend_dataset* data_set,
                                                      const dicom_mend_item* item, uint32_t tag,
                                                      const dicom_mend_item** added);

@@ -259,42 +259,6 @@ TEST(Session, CompletesAndTakesBack)
     EXPECT_THROW(session.from_json("{"), Error);
 }
 
-TEST(C_Interface, RefusesWhatMakesNoSense)
-{
-    dicom_mend_session* const session = dicom_mend_session_new();
-    dicom_mend_dataset* ds = nullptr;
-    unsigned char* bytes = nullptr;
-    std::size_t size = 1;
-    const unsigned char junk[] = "no DICOM file";
-    EXPECT_EQ(dicom_mend_read_file(session, "/no/such/file", &ds), DICOM_MEND_CANNOT_READ);
-    EXPECT_STREQ(dicom_mend_last_error(session), "/no/such/file: No such file or directory");
-    EXPECT_EQ(dicom_mend_read_buffer(session, junk, sizeof junk, &ds), DICOM_MEND_NOT_DICOM);
-    EXPECT_EQ(ds, nullptr);
-    EXPECT_EQ(dicom_mend_outcome(session), 2);
-    EXPECT_EQ(dicom_mend_mend_buffer(session, junk, sizeof junk, &bytes, &size),
-              DICOM_MEND_NOT_DICOM);
-    EXPECT_EQ(bytes, nullptr);
-    EXPECT_EQ(size, 0U);
-    EXPECT_EQ(dicom_mend_read_file(nullptr, "x", &ds), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_read_file(session, nullptr, &ds), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_mend(session, nullptr), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_set_flag(session, 99, 1), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_set_charset(session, "KLINGON"), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_set_syntax(session, 4), DICOM_MEND_BAD_ARGUMENT);
-    ASSERT_EQ(dicom_mend_dataset_new(session, &ds), DICOM_MEND_OK);
-    EXPECT_STREQ(dicom_mend_last_error(session), "");
-    EXPECT_EQ(dicom_mend_encode(session, ds, &bytes, &size), DICOM_MEND_NO_OUTPUT);
-    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0x00091001, nullptr, "x", 1),
-              DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0x00091001, "XX", "x", 1), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0xFFFEE000, "LO", "x", 1), DICOM_MEND_BAD_ARGUMENT);
-    EXPECT_EQ(dicom_mend_set_text(ds, nullptr, 0x00280010, nullptr, "1x", 2), DICOM_MEND_BAD_VALUE);
-    dicom_mend_dataset_free(ds);
-    dicom_mend_session_free(session);
-    dicom_mend_dataset_free(nullptr);
-    dicom_mend_session_free(nullptr);
-}
-
 TEST(C_Interface, WritesAsMuchOfATextAsFits)
 {
     char buffer[8];

@@ -114,11 +114,11 @@ using namespace lib_mend;
 dicom_mend_status dicom_mend_read_file(dicom_mend_session* session, const char* path,
                                        dicom_mend_dataset** data_set)
 {
+    Clear(data_set);
     return With(session, [&] {
         if (path == nullptr || data_set == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *data_set = nullptr;
         return Take(*session, Opened(path), data_set);
     });
 }
@@ -126,22 +126,22 @@ dicom_mend_status dicom_mend_read_file(dicom_mend_session* session, const char* 
 dicom_mend_status dicom_mend_read_buffer(dicom_mend_session* session, const unsigned char* bytes,
                                          size_t size, dicom_mend_dataset** data_set)
 {
+    Clear(data_set);
     return With(session, [&] {
         if ((bytes == nullptr && size != 0) || data_set == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *data_set = nullptr;
         return Take(*session, Source::From_Bytes(Bytes(bytes, bytes + size), "buffer"), data_set);
     });
 }
 
 dicom_mend_status dicom_mend_dataset_new(dicom_mend_session* session, dicom_mend_dataset** data_set)
 {
+    Clear(data_set);
     return With(session, [&] {
         if (data_set == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *data_set = nullptr;
         auto made = std::make_unique<dicom_mend_dataset>();
         made->set.source = Source::From_Bytes({}, "new");
         made->set.encoding = Encoding_Of(Explicit_Little_UID);
@@ -156,11 +156,11 @@ dicom_mend_status dicom_mend_dataset_copy(dicom_mend_session* session,
                                           const dicom_mend_dataset* data_set,
                                           dicom_mend_dataset** copy)
 {
+    Clear(copy);
     return With(session, [&] {
         if (data_set == nullptr || copy == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *copy = nullptr;
         auto made = std::make_unique<dicom_mend_dataset>();
         made->set = Copy_Of(data_set->set);
         made->is_made = data_set->is_made;
@@ -242,12 +242,11 @@ dicom_mend_status dicom_mend_undo(dicom_mend_session* session, dicom_mend_datase
 dicom_mend_status dicom_mend_encode(dicom_mend_session* session, const dicom_mend_dataset* data_set,
                                     unsigned char** bytes, size_t* size)
 {
+    Clear(bytes, size);
     return With(session, [&] {
         if (data_set == nullptr || bytes == nullptr || size == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *bytes = nullptr;
-        *size = 0;
         Data_Set copy = Working_Copy(*data_set);
         Encoded_File file;
         Mend_Into(*session, copy, file);
@@ -312,12 +311,11 @@ dicom_mend_status dicom_mend_mend_file(dicom_mend_session* session, const char* 
 dicom_mend_status dicom_mend_mend_buffer(dicom_mend_session* session, const unsigned char* bytes,
                                          size_t size, unsigned char** mended, size_t* mended_size)
 {
+    Clear(mended, mended_size);
     return With(session, [&] {
         if ((bytes == nullptr && size != 0) || mended == nullptr || mended_size == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *mended = nullptr;
-        *mended_size = 0;
         Data_Set set =
             Read_Data_Set(Source::From_Image(Image(bytes, size), "buffer"), session->findings);
         Encoded_File file;
@@ -331,12 +329,11 @@ dicom_mend_status dicom_mend_to_json(dicom_mend_session* session,
                                      const dicom_mend_dataset* data_set, size_t longest_inline,
                                      char** text, size_t* size)
 {
+    Clear(text, size);
     return With(session, [&] {
         if (data_set == nullptr || text == nullptr || size == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *text = nullptr;
-        *size = 0;
         JSON_Options options;
         options.pretty = false;
         if (longest_inline != 0) {
@@ -360,11 +357,11 @@ dicom_mend_status dicom_mend_to_json(dicom_mend_session* session,
 dicom_mend_status dicom_mend_from_json(dicom_mend_session* session, const char* text, size_t size,
                                        dicom_mend_dataset** data_set)
 {
+    Clear(data_set);
     return With(session, [&] {
         if (text == nullptr || data_set == nullptr) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *data_set = nullptr;
         auto made = std::make_unique<dicom_mend_dataset>();
         made->set = From_JSON({text, size}, "json", session->findings);
         if (made->set.unreadable) {

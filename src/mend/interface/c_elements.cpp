@@ -1,5 +1,6 @@
 // Elements of data sets: found, gone through, read and changed.
 #include "mend/findings/attributes.h"
+#include "mend/findings/letters.h"
 #include "mend/healing/value.h"
 #include "mend/interface/element_change.h"
 #include "mend/interface/element_path.h"
@@ -28,6 +29,26 @@ bool Is_Ascii(std::string_view text)
     return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
 }
 
+bool Is_UTF_8(std::string_view text)
+{
+    while (!text.empty()) {
+        const Letter letter = First_Letter(text);
+        if (letter.size == 0) {
+            return false;
+        }
+        text.remove_prefix(letter.size);
+    }
+    return true;
+}
+
+/** An element of another VR, or with a value, would lose that. */
+bool May_Hold_Items(const dicom_mend_dataset& data_set, const Target& target)
+{
+    const auto* const there = dicom_mend_find(&data_set, Item(target.item), Number_Of(target.tag));
+    const unsigned short vr = VR_For(data_set.set, target, "");
+    return (vr == 0 || vr == VR_SQ || vr == VR_UN) && dicom_mend_length(there) == 0;
+}
+
 bool All_Texts_Are_Ascii(const Data_Set& set)
 {
     bool all = true;
@@ -50,7 +71,7 @@ void Settle_Characters(dicom_mend_dataset& data_set, const Target& target, unsig
     if (Is_Ascii(text)) {
         return;
     }
-    if (!Follows_Character_Set(vr)) {
+    if (!Follows_Character_Set(vr) || !Is_UTF_8(text)) {
         throw Failure{DICOM_MEND_BAD_VALUE, {}};
     }
     DICOM_List* const list = target.item != nullptr ? target.item : data_set.set.records.Head();
@@ -150,11 +171,11 @@ dicom_mend_status dicom_mend_find_path(const dicom_mend_dataset* data_set, const
                                        const dicom_mend_element** element,
                                        const dicom_mend_item** item)
 {
+    Clear(element, item);
     if (data_set == nullptr || path == nullptr || element == nullptr) {
         return DICOM_MEND_BAD_ARGUMENT;
     }
     return Guarded([&] {
-        *element = nullptr;
         const std::optional<Element_Path> parsed = Parse_Path(path);
         if (!parsed) {
             return DICOM_MEND_BAD_ARGUMENT;
@@ -175,6 +196,9 @@ uint32_t dicom_mend_tag(const dicom_mend_element* element)
 
 void dicom_mend_vr(const dicom_mend_element* element, char vr[3])
 {
+    if (vr == nullptr) {
+        return;
+    }
     const bool known =
         element != nullptr && !Is_Delimiter(*Of(element)) && VR_Of(*Of(element)) != 0;
     const unsigned short code = known ? VR_Of(*Of(element)) : static_cast<unsigned short>(0);
@@ -232,6 +256,7 @@ dicom_mend_status dicom_mend_get_bytes(const dicom_mend_dataset* data_set,
                                        const dicom_mend_element* element, size_t offset,
                                        unsigned char* buffer, size_t size, size_t* copied)
 {
+    Clear(copied);
     if (data_set == nullptr || element == nullptr || (buffer == nullptr && size != 0) ||
         copied == nullptr) {
         return DICOM_MEND_BAD_ARGUMENT;
@@ -262,6 +287,8 @@ dicom_mend_status dicom_mend_get_text(const dicom_mend_dataset* data_set,
                                       const dicom_mend_element* element, size_t index, char* buffer,
                                       size_t capacity, size_t* length)
 {
+    Clear(length);
+    Hand_Out("", buffer, capacity);
     if (data_set == nullptr || element == nullptr) {
         return DICOM_MEND_BAD_ARGUMENT;
     }
@@ -279,6 +306,7 @@ dicom_mend_status dicom_mend_get_double(const dicom_mend_dataset* data_set,
                                         const dicom_mend_element* element, size_t index,
                                         double* value)
 {
+    Clear(value);
     return Got(data_set, element, value, [index](Value_Reader& values, DICOM_List& record) {
         return values.Real(record, index);
     });
@@ -288,6 +316,7 @@ dicom_mend_status dicom_mend_get_int(const dicom_mend_dataset* data_set,
                                      const dicom_mend_element* element, size_t index,
                                      int64_t* value)
 {
+    Clear(value);
     return Got(data_set, element, value, [index](Value_Reader& values, DICOM_List& record) {
         return values.Integer(record, index);
     });
@@ -350,13 +379,13 @@ dicom_mend_status dicom_mend_set_ints(dicom_mend_dataset* data_set, const dicom_
 dicom_mend_status dicom_mend_add_item(dicom_mend_dataset* data_set, const dicom_mend_item* item,
                                       uint32_t tag, const dicom_mend_item** added)
 {
+    Clear(added);
     if (data_set == nullptr || added == nullptr || Is_Delimiter_Tag(Tag_Of_Number(tag))) {
         return DICOM_MEND_BAD_ARGUMENT;
     }
     return Guarded([&] {
-        *added = nullptr;
         const Target target = {Of(item), Tag_Of_Number(tag)};
-        if (VR_For(data_set->set, target, "SQ") == 0) {
+        if (!May_Hold_Items(*data_set, target)) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
         *added = Item(Add_Item(data_set->set, target));
@@ -402,6 +431,7 @@ size_t dicom_mend_tag_keyword(uint32_t tag, char* buffer, size_t capacity)
 
 dicom_mend_status dicom_mend_parse_tag(const char* text, uint32_t* tag)
 {
+    Clear(tag);
     if (text == nullptr || tag == nullptr) {
         return DICOM_MEND_BAD_ARGUMENT;
     }

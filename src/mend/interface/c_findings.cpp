@@ -220,13 +220,12 @@ size_t dicom_mend_get_findings(const dicom_mend_session* session, size_t first,
 dicom_mend_status dicom_mend_report(dicom_mend_session* session, const char* file, int format,
                                     int show_values, char** text, size_t* size)
 {
+    Clear(text, size);
     return With(session, [&] {
         if (file == nullptr || text == nullptr || size == nullptr || format < DICOM_MEND_TEXT ||
             format > DICOM_MEND_SARIF) {
             return DICOM_MEND_BAD_ARGUMENT;
         }
-        *text = nullptr;
-        *size = 0;
         const std::string report = Report_Of(file, session->findings, format, show_values != 0);
         *text = Copied_Out<char>(report);
         *size = report.size();

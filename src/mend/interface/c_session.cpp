@@ -138,5 +138,9 @@ dicom_mend_status dicom_mend_set_charset(dicom_mend_session* session, const char
 
 const char* dicom_mend_last_error(const dicom_mend_session* session)
 {
-    return session != nullptr ? session->error.c_str() : "";
+    if (session == nullptr || session->status == DICOM_MEND_OK) {
+        return "";
+    }
+    return session->error.empty() ? dicom_mend_status_text(session->status)
+                                  : session->error.c_str();
 }

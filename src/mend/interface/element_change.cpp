@@ -57,18 +57,41 @@ void Insert(DICOM_List** address, DICOM_List* record)
     }
 }
 
-DICOM_List& Find_Or_Insert(Data_Set& set, const Target& target, unsigned short vr)
-{
-    DICOM_List* record = Find_At(set, target);
-    if (record == nullptr) {
-        record = New_Record(target.tag, vr);
-        // The head of an item's list is its header, which no insertion replaces.
-        DICOM_List* item = target.item;
-        Insert(item != nullptr ? &item : Top_Of(set, target.tag).Address(), record);
+/**
+ * The record at a place, or a new one that comes to stand there with Settle: what fails in between leaves
+ * the data set as it is.
+ */
+class Changed_Record {
+public:
+    Changed_Record(Data_Set& set, const Target& target, unsigned short vr)
+        : set_(set), target_(target), record_(Find_At(set, target))
+    {
+        if (record_ == nullptr) {
+            made_ = Record_List(New_Record(target.tag, vr));
+            record_ = made_.Head();
+        }
     }
-    set.healed = false;
-    return *record;
-}
+    DICOM_List& operator*() const
+    {
+        return *record_;
+    }
+    DICOM_List& Settle()
+    {
+        if (made_.Head() != nullptr) {
+            // The head of an item's list is its header, which no insertion replaces.
+            DICOM_List* item = target_.item;
+            Insert(item != nullptr ? &item : Top_Of(set_, target_.tag).Address(), made_.Release());
+        }
+        set_.healed = false;
+        return *record_;
+    }
+
+private:
+    Data_Set& set_;
+    Target target_;
+    DICOM_List* record_;
+    Record_List made_;
+};
 
 void Free_Items(DICOM_List& record)
 {
@@ -241,8 +264,9 @@ DICOM_List& Set_Value(Data_Set& set, const Target& target, unsigned short vr,
     if (value.size() % 2 != 0) {
         value.push_back(Is_Text(vr) && vr != VR_UI ? ' ' : 0);
     }
-    DICOM_List& record = Find_Or_Insert(set, target, vr);
-    Set_Bytes(record, std::span<const unsigned char>(value));
+    Changed_Record changed(set, target, vr);
+    Set_Bytes(*changed, std::span<const unsigned char>(value));
+    DICOM_List& record = changed.Settle();
     Free_Items(record);
     record.vr = vr;
     record.spare = 0;
@@ -305,7 +329,8 @@ std::optional<Bytes> Encoded_Text_Of_Numbers(unsigned short vr, std::string_view
 DICOM_List* Add_Item(Data_Set& set, const Target& target)
 {
     Record_List header(New_Record(Item_Tag, 0));
-    DICOM_List& sequence = Find_Or_Insert(set, target, VR_SQ);
+    Changed_Record changed(set, target, VR_SQ);
+    DICOM_List& sequence = *changed;
     if (Item_Of(sequence, 0) == nullptr && !Holds_Items(sequence)) {
         Set_Bytes(sequence, std::span<const unsigned char>());
     }
@@ -327,6 +352,7 @@ DICOM_List* Add_Item(Data_Set& set, const Target& target)
         sequence.item = grown;
         sequence.nb_item = room;
     }
+    changed.Settle();
     sequence.vr = VR_SQ;
     sequence.size = DICOM_Undefined_Length;
     header.Head()->size = DICOM_Undefined_Length;

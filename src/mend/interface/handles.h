@@ -18,6 +18,8 @@
 struct dicom_mend_session {
     lib_mend::Mend_Options options;
     lib_mend::Findings findings;
+    /** How the last call ended, and why where more is known than its status. */
+    dicom_mend_status status = DICOM_MEND_OK;
     std::string error;
 };
 
@@ -67,23 +69,27 @@ dicom_mend_status With(dicom_mend_session* session, Work&& work) noexcept
     if (session == nullptr) {
         return DICOM_MEND_BAD_ARGUMENT;
     }
-    return Guarded([&] {
-        session->error.clear();
-        const Library_Session library(session->findings);
-        dicom_mend_status status = DICOM_MEND_OK;
-        try {
-            status = work();
-        } catch (const Failure& failure) {
-            session->error = failure.reason;
-            status = failure.status;
-        }
-        session->findings.Settle_Errors();
-        session->findings.Sum_Up();
-        if (status != DICOM_MEND_OK && session->error.empty()) {
-            session->error = dicom_mend_status_text(status);
-        }
-        return status;
-    });
+    session->error.clear();
+    return session->status = Guarded([&] {
+               const Library_Session library(session->findings);
+               dicom_mend_status status = DICOM_MEND_OK;
+               try {
+                   status = work();
+               } catch (Failure& failure) {
+                   session->error = std::move(failure.reason);
+                   status = failure.status;
+               }
+               session->findings.Settle_Errors();
+               session->findings.Sum_Up();
+               return status;
+           });
+}
+
+/** What a call hands out is null or 0 unless it succeeds, whatever else is wrong with its arguments. */
+template <class... Out>
+void Clear(Out*... out)
+{
+    ((out != nullptr ? static_cast<void>(*out = Out{}) : static_cast<void>(0)), ...);
 }
 
 /** Writes a text as the interface promises, and returns its whole length. */
