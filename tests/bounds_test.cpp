@@ -1,6 +1,7 @@
 // What an input may cost: memory in proportion to its size, and no stack for its depth.
 #include "mend/interface/mend.h"
 #include "mend/io/deflate.h"
+#include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
 #include "support/byte_input.h"
 #include "support/fault_injection.h"
@@ -70,6 +71,47 @@ TEST_F(Bounds, MemoryIsInProportionToHostileFiles)
     }
 }
 
+/** The most that reading JSON and mending what it holds take, without the text itself. */
+Cost Cost_Of_JSON(const std::string& text)
+{
+    Cost cost;
+    const std::size_t before = fault::Live_Bytes();
+    fault::Reset_Peak();
+    {
+        Findings findings;
+        const Library_Session session(findings);
+        Data_Set set = From_JSON(text, "test", findings);
+        cost.peak = fault::Peak_Bytes() - before;
+        cost.has_error = findings.Has(Level::Error);
+    }
+    cost.leaked = fault::Live_Bytes() - before;
+    return cost;
+}
+
+/** `part` as often as it takes to fill a text of the size, with commas between. */
+std::string JSON_Of(std::string_view begin, std::string_view part, std::string_view end,
+                    std::size_t size)
+{
+    std::string text(begin);
+    while (text.size() < size) {
+        text.append(part).append(",");
+    }
+    text.pop_back();
+    return text.append(end);
+}
+
+std::string Deep_JSON(std::size_t size)
+{
+    const std::string_view level = R"({"00400275":{"vr":"SQ","Value":[)";
+    std::string text;
+    std::string ends;
+    while (text.size() + ends.size() < size) {
+        text += level;
+        ends += "]}}";
+    }
+    return text + "{}" + ends;
+}
+
 /** Small files in which every length field claims gigabytes. */
 std::vector<std::string> Claiming_Files(int length)
 {
@@ -97,6 +139,35 @@ std::vector<std::string> Claiming_Files(int length)
     image.Header(0x7FE0, 0x0010, "OW", length).Raw("pixels");
     files.push_back(image.Bytes());
     return files;
+}
+
+TEST_F(Bounds, MemoryIsInProportionToHostileJSON)
+{
+    const std::string sequence = R"({"00400275":{"vr":"SQ","Value":[)";
+    for (const std::size_t size : {100 * Kilobyte, 1000 * Kilobyte}) {
+        const std::pair<const char*, std::string> texts[] = {
+            {"empty items", JSON_Of(sequence, "{}", "]}}", size)},
+            {"no items", JSON_Of(sequence, "0", "]}}", size)},
+            {"small items", JSON_Of(sequence, R"({"00080100":{"vr":"SH"}})", "]}}", size)},
+            {"empty names", JSON_Of(R"({"00100010":{"vr":"PN","Value":[)", "{}", "]}}", size)},
+            {"numbers", JSON_Of(R"({"00280106":{"vr":"US","Value":[)", "0", "]}}", size)},
+            {"texts", JSON_Of(R"({"00080008":{"vr":"CS","Value":[)", "\"\"", "]}}", size)},
+            {"data sets", JSON_Of("[", "{}", "]", size)},
+            {"one element", JSON_Of("{", R"("00090001":{"vr":"UN"})", "}", size)},
+            {"no VR", JSON_Of("{", R"("00080100":{})", "}", size)},
+            {"no element", JSON_Of("{", R"("":0)", "}", size)},
+            {"base64",
+             R"({"7FE00010":{"vr":"OB","InlineBinary":")" + std::string(size, 'A') + "\"}}"},
+            {"arrays", std::string(size, '[')},
+            {"deep", Deep_JSON(size)},
+        };
+        for (const auto& [name, text] : texts) {
+            const Cost cost = Cost_Of_JSON(text);
+            const std::size_t growth = name == std::string_view("empty items") ? 60 : 16;
+            EXPECT_LT(cost.peak, 64 * Kilobyte + growth * text.size()) << name;
+            EXPECT_EQ(cost.leaked, 0U) << name;
+        }
+    }
 }
 
 TEST_F(Bounds, ALengthAloneAllocatesNothing)

@@ -15,6 +15,8 @@ namespace {
 
 constexpr unsigned short Delimiter_Group = 0xFFFE;
 
+constexpr std::size_t Most_Empty_Items = 1'000'000;
+
 /** Nothing when a name is no tag. */
 std::optional<Tag> Tag_In(std::string_view name)
 {
@@ -52,7 +54,11 @@ void Set_Builder::Refuse_Element(std::size_t at, const std::string& what)
     if (!element.is_faulty) {
         Report_Element(Level::Error, element.tag, at, what);
     }
+    // What was collected of it is of no use any more.
     element.is_faulty = true;
+    element.values = JSON_Values();
+    element.items = std::vector<Record_List>();
+    element.bytes = Bytes();
 }
 
 void Set_Builder::Scalar(JSON_Scalar kind, std::string_view text, std::size_t at)
@@ -93,6 +99,9 @@ void Set_Builder::Element_Scalar(Element& element, JSON_Scalar kind, std::string
 {
     constexpr JSON_Values::Kind Kinds[] = {JSON_Values::Kind::Null, JSON_Values::Kind::Boolean,
                                            JSON_Values::Kind::Number, JSON_Values::Kind::String};
+    if (element.is_faulty) {
+        return;
+    }
     if (objects_.back().is_in_values) {
         element.values.Add(Kinds[static_cast<int>(kind)], text, at);
         return;
@@ -212,7 +221,9 @@ void Set_Builder::Begin_Object(std::size_t at)
         return;
     }
     Object& object = objects_.back();
-    if (object.is_in_values) {
+    if (object.is_in_values && object.element.is_faulty) {
+        Skip();
+    } else if (object.is_in_values) {
         way_.push_back({object.element.tag, static_cast<int>(object.element.values.Count())});
         objects_.emplace_back().at = at;
     } else if (object.is_in_element) {
@@ -262,9 +273,17 @@ void Set_Builder::End_Value_Object(Object& inner)
     if (!inner.fault.why.empty()) {
         Refuse_Element(inner.fault.at, inner.fault.why);
     }
+    const bool is_empty = inner.records.Head() == nullptr && inner.group_count == 0;
+    if (is_empty && ++empty_items_ > Most_Empty_Items) {
+        Refuse_Element(inner.at, "there are more than a million empty items");
+    }
+    if (element.is_faulty) {
+        return;
+    }
     if (inner.records.Head() != nullptr) {
         if (inner.group_count > 0) {
             Refuse_Element(inner.at, "an item has groups of a name");
+            return;
         }
         element.values.Add(JSON_Values::Kind::Item, {}, inner.at);
         element.items.push_back(std::move(inner.records));
@@ -274,9 +293,8 @@ void Set_Builder::End_Value_Object(Object& inner)
     for (std::size_t i = 0; i < inner.group_count; ++i) {
         name.append(i == 0 ? "" : "=").append(inner.groups[i]);
     }
-    element.values.Add(inner.group_count > 0 ? JSON_Values::Kind::Name
-                                             : JSON_Values::Kind::Empty_Object,
-                       name, inner.at);
+    element.values.Add(is_empty ? JSON_Values::Kind::Empty_Object : JSON_Values::Kind::Name, name,
+                       inner.at);
 }
 
 void Set_Builder::Begin_Array(std::size_t at)

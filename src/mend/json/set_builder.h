@@ -14,6 +14,7 @@
 #include "mend/json/value_reader.h"
 
 #include <array>
+#include <deque>
 #include <span>
 #include <string>
 #include <vector>
@@ -104,10 +105,13 @@ private:
     Text_Places places_;
     Findings& findings_;
     const Bulk_Reader& bulk_;
-    std::vector<Object> objects_;
+    /** They stay where they are: growing would hold them twice. */
+    std::deque<Object> objects_;
     Path way_;
     /** Arrays and objects that nothing is taken from, one in another. */
     std::size_t skipped_levels_ = 0;
+    /** Of the whole text: an empty item is three letters, and takes the memory of a record. */
+    std::size_t empty_items_ = 0;
     bool is_array_ = false;
     bool has_set_ = false;
     bool has_set_twice_ = false;

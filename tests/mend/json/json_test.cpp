@@ -293,6 +293,31 @@ TEST(JSON, SaysWhichElementIsWrongAndKeepsTheOthers)
     }
 }
 
+/** Three letters must not cost a record each without end. */
+TEST(JSON, HoldsAMillionEmptyItems)
+{
+    constexpr std::size_t Most = 1'000'000;
+    for (const std::size_t count : {Most, Most + 1}) {
+        std::string items;
+        items.reserve(3 * count);
+        for (std::size_t i = 0; i < count; ++i) {
+            items += i == 0 ? "{}" : ",{}";
+        }
+        const std::string text =
+            R"({"00111009":{"vr":"LO"},"00111010":{"vr":"SQ","Value":[)" + items + "]}}";
+        Findings findings;
+        const Library_Session session(findings);
+        const Data_Set set = From_JSON(text, "test", findings);
+        const DICOM_List* const sequence = Find_Record(set.records.Head(), {0x0011, 0x1010});
+        const bool fits = count == Most;
+        EXPECT_EQ(Kept_Lines(findings),
+                  fits ? ""
+                       : "error json (0011,1010) line 1, column 3000056: there are more than a "
+                         "million empty items\n");
+        EXPECT_EQ(sequence != nullptr ? Item_Count(*sequence) : 0, fits ? Most : 0);
+    }
+}
+
 /** In both byte orders: what is not little endian in the file cannot be a reference to it. */
 TEST(JSON, RefersToLongValuesWhereTheFileHoldsThem)
 {
