@@ -15,6 +15,12 @@
 
 namespace lib_mend {
 
+namespace {
+
+constexpr std::int64_t Item_Header_Size = 8;
+
+}  // namespace
+
 /** How well what follows makes sense from a position on with some levels closed. */
 int Element_Reader::Points_After(std::int64_t at, std::size_t pop)
 {
@@ -46,9 +52,10 @@ void Element_Reader::Skip_Delimiter(const Element_Header& header, const char* wh
 /** The position is where a level ends by its length, or by the length and what was put into it. */
 bool Element_Reader::Ends_As_Claimed(const Nesting_Level& level) const
 {
+    const std::int64_t late = position_ - level.claimed_end;
     return level.claimed_end != Level_View::Open &&
-           (level.claimed_end == position_ ||
-            level.claimed_end + shift_ - level.shift == position_);
+           (late == 0 || late == shift_.if_put_in - level.shift.if_put_in ||
+            late == shift_.if_left_over - level.shift.if_left_over);
 }
 
 /** Closes the innermost level, which nothing has closed. */
@@ -117,9 +124,11 @@ bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
     constexpr std::size_t Levels_Tried = 8;
     while (levels > 1 && levels_.size() - levels < Levels_Tried && is_wrong(levels_[levels - 1])) {
         const Nesting_Level& level = levels_[levels - 1];
-        const bool is_near = std::abs(position_ - level.claimed_end) <= Few_Bytes &&
-                             level.claimed_end - level.owner->data_pos > Few_Bytes;
-        if (!descends && !(is_near && end > level.claimed_end)) {
+        const std::int64_t claimed_end =
+            level.claimed_end + shift_.if_put_in - level.shift.if_put_in;
+        const bool is_near = std::abs(position_ - claimed_end) <= Few_Bytes &&
+                             claimed_end - level.owner->data_pos > Few_Bytes;
+        if (!descends && !(is_near && end > claimed_end)) {
             break;
         }
         --levels;
@@ -291,8 +300,11 @@ void Element_Reader::Supply_Item()
     const Element_Header none = {
         Item_Tag, 0, Top().mode, Header_Form::Implicit, 0, Element_Header::Undefined};
     const std::int64_t claimed_end = Top().claimed_end;
+    const Shift shift = Top().shift;
+    Note_Shift(-Item_Header_Size);
     Start_Item(none);
     Top().claimed_end = claimed_end;
+    Top().shift = shift;
     Top().said = true;
 }
 
@@ -300,7 +312,9 @@ void Element_Reader::Supply_Item()
 void Element_Reader::Settle_In_Sequence()
 {
     constexpr int Damaged_Tag = 3;
-    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    constexpr int Doubtful = 2 * Outlook::Sound_Points;
+    const Element_Header header =
+        Decode_Header_As(window_.At(position_, 8), Top().mode, Header_Form::Implicit);
     const std::int64_t behind = position_ + header.size;
     const bool is_open = Top().end == Level_View::Open;
     const int close = is_open ? Points_After(position_, 1) : 0;
@@ -308,13 +322,21 @@ void Element_Reader::Settle_In_Sequence()
     const bool like_item = header.size != 0 && Same_Bytes(header.tag, Item_Tag) >= Damaged_Tag;
     const bool like_end = header.size != 0 && is_open && header.length == 0 &&
                           Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;
-    const int item = like_item ? Points_In_New_Item(behind) : 0;
+    const int item =
+        like_item ? Points_In_New_Item(behind) : Points_In_Damaged_Item(Look(), position_);
     const int end = like_end ? Points_After(behind, 1) : 0;
-    const int bare = Top().items == 0 ? Points_In_New_Item(position_) : 0;
+    // What ascends from the last item goes on in it, or stands behind the sequence.
+    const Element_Header first = Decode_Header(Header_Bytes(position_), Top().mode);
+    const bool is_first = Top().items == 0;
+    const bool is_inside = Top().claimed_end == Level_View::Open ||
+                           (Top().claimed_end > position_ && Top().claimed_end <= Top().limit);
+    const bool begins_anew = is_inside && first.size != 0 && first.tag <= Top().last_in_item;
+    const int bare = is_first || begins_anew ? Points_In_New_Item(position_) : 0;
     const int most = std::max({close, reopen, item, end});
-    if (bare >= std::max(most, Outlook::Fair_Points + Outlook::Sound_Points)) {
+    const int wanted = is_first ? most : most + 1;
+    if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();
-    } else if (most == 0) {
+    } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
         Skip_Garbage();
     } else if (most == close) {
         Close_Unclosed("sequence is not closed");

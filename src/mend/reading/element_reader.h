@@ -120,6 +120,7 @@ private:
     void Report_Cut(const Element_Header& header, std::uint32_t claimed);
     void Note_Claim(std::uint32_t length, std::uint32_t claimed);
     void Note_Shift(std::int64_t bytes);
+    void Note_Shift(std::int64_t if_put_in, std::int64_t if_left_over);
     bool Ask_Library(const Element_Header& as_read, Element_Header& header);
 
     // ---- hidden_items.cpp
@@ -129,7 +130,10 @@ private:
     bool Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
     void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
+    int Points_Without_Item(const Element_Header& header);
     int Points_In_Bare_Item(const Element_Header& header);
+    int Points_In_Damaged_Item(Outlook look, std::int64_t at);
+    bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
     bool Starts_With_Item(std::int64_t at, unsigned char mode);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
 
@@ -208,11 +212,8 @@ private:
     std::vector<Nesting_Level> levels_;
     Path path_;
     bool stopped_ = false;
-    /**
-     * Bytes that were put in so far, less those that are missing: so much later than its length says
-     * an item or a sequence around them ends.
-     */
-    std::int64_t shift_ = 0;
+    /** So much later than its length says an item or a sequence around it ends. */
+    Shift shift_;
     /** Steps that neither moved on nor left a level, since one did move on. */
     int idle_steps_ = 0;
     /** The file ends too early, and that was said. */

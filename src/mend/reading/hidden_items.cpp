@@ -10,6 +10,7 @@
 // What holds items from its first byte to its last becomes a sequence, what holds none stays bytes.
 #include "mend/reading/element_reader.h"
 
+#include <algorithm>
 #include <array>
 
 namespace lib_mend {
@@ -109,6 +110,68 @@ int Element_Reader::Points_In_Bare_Item(const Element_Header& header)
     }
     look.Push(item);
     return look.Follow(value);
+}
+
+/** How well elements make sense behind a header that should be that of an item; look.Top() is its
+ *  sequence. */
+int Element_Reader::Points_In_Damaged_Item(Outlook look, std::int64_t at)
+{
+    const Level_View sequence = look.Top();
+    const Element_Header header =
+        Decode_Header_As(window_.At(at, Item_Header_Size), sequence.mode, Header_Form::Implicit);
+    const std::int64_t content = at + header.size;
+    const std::int64_t end = content + static_cast<std::int64_t>(header.length);
+    const bool is_delimiter =
+        header.tag == Item_Tag || header.tag == Item_End_Tag || header.tag == Sequence_End_Tag;
+    if (header.size == 0 || header.length == 0 || is_delimiter ||
+        (!header.Is_Undefined() && end > sequence.limit)) {
+        return 0;
+    }
+    Level_View item = sequence;
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.end = header.Is_Undefined() ? Level_View::Open : end;
+    item.limit = header.Is_Undefined() ? sequence.limit : end;
+    item.mode = Mode_In_Item(window_, content, item);
+    const Element_Header first = Decode_Header(Header_Bytes(content), item.mode);
+    if (first.tag.group == Delimiter_Group || Judge(first, content, item) != Grade::Sound) {
+        return 0;
+    }
+    look.Push(item);
+    return look.Follow(content);
+}
+
+/** An item of the sequence look.Top() stands behind a few bytes that are none, before anything else
+ *  does. */
+bool Element_Reader::Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until)
+{
+    constexpr std::int64_t Most_Bytes = 512;
+    const Level_View sequence = look.Top();
+    for (std::int64_t at = from; at < std::min(until, from + Most_Bytes); ++at) {
+        if (Starts_With_Item(at, sequence.mode)) {
+            const std::optional<Place_Found> place = look.Follow(at) >= Bare_Points
+                                                         ? Find_Place(from, sequence.last, at)
+                                                         : Place_Found{from, 0};
+            return !place.has_value() || place->position >= at;
+        }
+    }
+    return false;
+}
+
+/** How well a sequence makes sense whose first item is damaged, missing, or behind other bytes. */
+int Element_Reader::Points_Without_Item(const Element_Header& header)
+{
+    const std::int64_t value = position_ + header.size;
+    const std::int64_t end = header.Is_Undefined() ? Top().limit : value + header.length;
+    Level_View sequence = Top();
+    sequence.kind = Level_Kind::Sequence;
+    sequence.last = header.tag;
+    sequence.mode = header.mode;
+    sequence.end = Level_View::Open;
+    Outlook look = Look();
+    look.Push(sequence);
+    const int points = std::max(Points_In_Bare_Item(header), Points_In_Damaged_Item(look, value));
+    return points < Bare_Points && Is_Item_Near(look, value, end) ? Bare_Points : points;
 }
 
 /** Looks at the first item that is not empty; items that are all empty are those of a sequence. */
@@ -217,7 +280,7 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         Note_Byte_Order(record, around, mode);
         return {Content::Kind::Items, mode};
     }
-    if (is_sequence && Points_In_Bare_Item(header) >= Bare_Points) {
+    if (is_sequence && Points_Without_Item(header) >= Bare_Points) {
         return {Content::Kind::Items, mode};
     }
     const std::int64_t end = value + header.length;

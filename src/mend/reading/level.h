@@ -35,6 +35,15 @@ struct Level_View {
     bool pads = false;
 };
 
+/**
+ * By how much what was read so far is longer than it was: the bytes that are no elements were put in,
+ * or they are what is left of an element whose header is missing.
+ */
+struct Shift {
+    std::int64_t if_put_in = 0;
+    std::int64_t if_left_over = 0;
+};
+
 struct Nesting_Level : Level_View {
     /** The sequence, the encapsulated element, or the header of the item; null for the data set. */
     DICOM_List* owner = nullptr;
@@ -47,8 +56,8 @@ struct Nesting_Level : Level_View {
     std::int64_t claimed_end = Open;
     /** Its limit is believed for the lengths inside, more than for what stands behind it. */
     bool is_weak = false;
-    /** Bytes that had been put in before it, as far as is known; see Element_Reader. */
-    std::int64_t shift = 0;
+    /** That of the reader in front of it. */
+    Shift shift;
     /** Byte-order code in which its elements began. */
     unsigned char usual_mode = 0;
     /** What a straight reading found: headers in front of this place hold, and it went so far. */

@@ -52,7 +52,13 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
     // A private element shows by the one in front of it, if that is what it says it is.
     const bool has_company = levels == levels_.size() && header.tag.group == last.group &&
                              last.group % 2 != 0 && last > level.last;
-    const Tag behind = has_company ? last : level.last;
+    Tag behind = has_company ? last : level.last;
+    constexpr unsigned short First_Private_Element = 0x1000;
+    const Tag creator = {header.tag.group, First_Private_Element - 1};
+    if (header.tag.group % 2 != 0 && header.tag.element >= First_Private_Element) {
+        // What was skipped may have been its creator: others of its group follow it.
+        behind = std::max(behind, creator);
+    }
     if (header.tag.group != Delimiter_Group) {
         Level_View list = level;
         list.last = behind;
@@ -143,7 +149,8 @@ void Element_Reader::Skip_Garbage()
                                    " on are no elements; they are skipped");
     cut_off_ = cut_off_ || end == end_;
     skipped_.push_back({start, size});
-    Note_Shift(size);
+    constexpr std::int64_t Usual_Header = 8;
+    Note_Shift(size, -Usual_Header);
     position_ = end;
     if (place.has_value()) {
         Pop_To(place->levels);

@@ -62,7 +62,7 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
     const bool is_known_sequence = entry != nullptr && entry->vr[0] == VR_SQ;
     const bool may_hold_items = header.vr == VR_SQ || (header.vr == 0 && is_known_sequence);
-    const int bare = may_hold_items && !items ? Points_In_Bare_Item(header) : 0;
+    const int bare = may_hold_items && !items ? Points_Without_Item(header) : 0;
     if (header.Is_Undefined() || !fits) {
         // Only items can stand in what has no length of its own; one wrong thing at a time.
         const bool may_be_foreign = entry == nullptr || is_known_sequence || header.vr == VR_SQ ||
@@ -314,25 +314,36 @@ void Element_Reader::Report_Cut(const Element_Header& header, std::uint32_t clai
                std::to_string(claimed) + " bytes are there");
 }
 
-/** Bytes too many, or too few, move the ends of all that is open. */
 void Element_Reader::Note_Shift(std::int64_t bytes)
+{
+    Note_Shift(bytes, bytes);
+}
+
+/** Bytes too many, or too few, move the ends of all that is open. */
+void Element_Reader::Note_Shift(std::int64_t if_put_in, std::int64_t if_left_over)
 {
     // A damaged length says nothing about how many they are.
     constexpr std::int64_t Most = 4096;
     constexpr std::size_t Levels_Moved = 32;
-    if (bytes == 0 || bytes < -Most || bytes > Most) {
+    if (if_put_in == 0 || if_put_in < -Most || if_put_in > Most) {
         return;
     }
-    shift_ += bytes;
+    shift_.if_put_in += if_put_in;
+    shift_.if_left_over += if_left_over;
     for (std::size_t i = 1; i < levels_.size() && levels_.size() <= Levels_Moved; ++i) {
         Nesting_Level& level = levels_[i];
         if (level.end == Level_View::Open) {
             level.limit = levels_[i - 1].limit;
             level.is_weak = levels_[i - 1].is_weak;
-        } else if (level.is_weak && Trust_In(level.end + bytes, i) == Trust::Full) {
-            level.end += bytes;
-            level.limit = level.end;
-            level.is_weak = false;
+            continue;
+        }
+        for (const std::int64_t bytes : {if_put_in, if_left_over}) {
+            if (level.is_weak && level.end + bytes >= position_ &&
+                Trust_In(level.end + bytes, i) == Trust::Full) {
+                level.end += bytes;
+                level.limit = level.end;
+                level.is_weak = false;
+            }
         }
     }
 }
