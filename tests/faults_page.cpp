@@ -125,6 +125,11 @@ lib_mend::Mend_Options Options_Of(std::istringstream& words)
             options.heal.strict = true;
         } else if (word == "--replace-uids") {
             options.heal.replace_uids = true;
+        } else if (word == "--syntax") {
+            words >> word;
+            options.syntax = word == "implicit-little"   ? lib_mend::Output_Syntax::Implicit_Little
+                             : word == "explicit-little" ? lib_mend::Output_Syntax::Explicit_Little
+                                                         : lib_mend::Output_Syntax::Explicit_Big;
         } else if (word == "--drop-private") {
             options.drop_private = true;
         } else if (word == "--pad-pixels") {

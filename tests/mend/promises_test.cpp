@@ -5,6 +5,7 @@
 #include "support/fault_generator.h"
 #include "support/recovery.h"
 #include "support/samples.h"
+#include "support/stream_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -24,6 +25,19 @@ TEST(Promises, HoldForSoundFiles)
         EXPECT_EQ(Check_In_Memory(sound.bytes).Faults(), "") << sound.name;
         Expect_Promises(sound.name, sound.bytes);
     }
+}
+
+/** Values of every kind, as the file has them and as their definitions do not. */
+TEST(Promises, HoldForPrivateElements)
+{
+    Stream_Builder s;
+    s.Raw(Part10_Head("1.2.840.10008.1.2.1")).Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
+    s.Element(0x0009, 0x0010, "LO", "GEMS_IDEN_01");
+    s.Element(0x0009, 0x1001, "UN", std::string(100, 'n'));
+    s.Element(0x0009, 0x1027, "LO", "7,IMAGE_TYPE,TEXT ").Element(0x0009, 0x10FF, "US", "\1\2");
+    s.Element(0x0009, 0x10FE, "UT", std::string(70000, 't'));
+    s.Header(0x0009, 0x10FD, "SQ", 26).Item(18).Element(0x0009, 0x0010, "LO", "OTHER BLK ");
+    Expect_Promises("private elements", s.Element(0x8001, 0x0010, "LO", "EF").Bytes());
 }
 
 TEST(Promises, HoldForFaultsOfEveryKind)
