@@ -288,33 +288,4 @@ TEST_F(Bounds, NestingOfAnyDepthNeedsNoStack)
     }
 }
 
-TEST_F(Bounds, ListsOfTheDeepestLevelNeedLittleStack)
-{
-    Run_On_Small_Stack([] {
-        Record_List list;
-        DICOM_Root root = {};
-        for (int depth = 0; depth < DICOM_Max_Depth - 1; ++depth) {
-            DICOM_Attribute_Add(nullptr, &root, list.Address(), 0x0008, 0x0060, VR_CS, 1, "MR");
-            DICOM_Attribute_Sequence_Start(nullptr, &root, 0x0008, 0x1140, 0, 0);
-            DICOM_Attribute_Item_Start(nullptr, &root, 0);
-        }
-        DICOM_Attribute_Add(nullptr, &root, list.Address(), 0x0008, 0x0060, VR_CS, 1, "CT");
-        DICOM_Root top = {};
-        Record_List copy;
-        EXPECT_EQ(DICOM_Attribute_Copy(nullptr, &top, copy.Address(), list.Head()), 1);
-        EXPECT_EQ(DICOM_Attribute_Sort(nullptr, &top, copy.Address()), 1);
-        DICOM_Attribute_Assign_Info(nullptr, &top, list.Head(), copy.Head());
-        DICOM_Attribute_Complement(nullptr, &top, copy.Head());
-        DICOM_Attribute_Cleanup(nullptr, &top, copy.Head());
-        const DICOM_List* const found =
-            DICOM_Attribute_Get(nullptr, &root, copy.Head(), 0x0008, 0x0060, 0);
-        ASSERT_NE(found, nullptr);
-        EXPECT_EQ(found->depth, DICOM_Max_Depth - 1);
-        EXPECT_EQ(found->data[0], 'C');
-        char* stream = nullptr;
-        EXPECT_GT(DICOM_List2Stream(nullptr, 8, copy.Head(), &stream), 0);
-        DICOM_Lib_Free(&stream);
-    });
-}
-
 }  // namespace

@@ -161,39 +161,4 @@ TEST_F(Completing, VerifiesItemsAndRefusesFaultyRules)
     EXPECT_EQ(Read_Module("NO-SUCH", true, findings_), nullptr);
 }
 
-TEST_F(Completing, TheLibrarysOwnStepsTakeListsOfModuleFiles)
-{
-    Stream_Builder s;
-    s.Element(0x0008, 0x0070, "LO", "MAKER ").Sequence(0x0008, 0x1140).Item();
-    s.Element(0x0008, 0x1150, "UI", "").Item_End().Sequence_End();
-    Data_Set set = Read(s.Bytes());
-    std::string rules = "(0008,0060) 1 CS\n(0008,0070) 2 LO\n(0008,0090) 2 PN\n"
-                        "(0008,1140) 1 SQ\n>(0008,1150) 1 UI\n>(0008,1155) 1 UI\n"
-                        "(0010,1002) 1 SQ\n>(0010,0020) 1 LO\n";
-    DICOM_Override = rules.data();
-    DICOM_List* const module = Read_Module("", false, findings_);
-    DICOM_Root root = {};
-    const std::string before = Listing(set.records.Head());
-    EXPECT_EQ(DICOM_Postproc_Verification(nullptr, &root, set.records.Head(), module, 0), 0);
-    EXPECT_EQ(Listing(set.records.Head()), before);
-    EXPECT_EQ(Texts(findings_),
-              "0008,0060 Missing required value for type 1 tag: (0008,0060) \"Modality\"\n"
-              "0008,0090 Missing required value for type 2 tag: (0008,0090) "
-              "\"Referring Physician's Name\"\n"
-              "0008,1150 Empty required value for type 1 tag: (0008,1150) "
-              "\"Referenced SOP Class UID\"\n"
-              "0008,1155 Missing required value for type 1 tag: (0008,1155) "
-              "\"Referenced SOP Instance UID\"\n"
-              "0010,1002 Missing required value for type 1 tag: (0010,1002) "
-              "\"Other Patient IDs Sequence\"\n"
-              "0010,0020 Missing required value for type 1 tag: (0010,0020) \"Patient ID\"\n");
-    // A value that is left in the source comes back from the image that the settings name.
-    DICOM_List& record = *Find_Record(set.records.Head(), {0x0008, 0x0070});
-    std::free(std::exchange(record.data, nullptr));
-    DICOM_Lib_File_Name = reinterpret_cast<wchar_t*>(bytes_.data());
-    EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, set.records.Head()), 1);
-    DICOM_Lib_File_Name = nullptr;
-    EXPECT_EQ(Listing(set.records.Head()), before);
-}
-
 }  // namespace

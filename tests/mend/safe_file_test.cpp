@@ -1,4 +1,4 @@
-// Writing files under bad conditions: full disks, sudden ends, targets that are in the way.
+// Writing files under bad conditions: sudden ends, targets that are in the way.
 #include "mend/io/safe_file.h"
 
 #include <gmock/gmock.h>
@@ -15,9 +15,6 @@
 #include <span>
 #include <sstream>
 
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -125,30 +122,6 @@ TEST_F(Safe_File, KeepsTheRightsOfAReplacedFile)
         EXPECT_EQ(status.st_gid, moved ? 23456 : getegid());
     }
     umask(old_mask);
-}
-
-/** Makes a folder too small for `size` bytes, for this process only. */
-bool Make_Small(const fs::path& folder)
-{
-    if (unshare(CLONE_NEWNS) == 0 &&
-        mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-        mount("none", folder.c_str(), "tmpfs", 0, "size=64k") == 0) {
-        return true;
-    }
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit = {65000, 65000};
-    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
-}
-
-TEST_F(Safe_File, LeavesTheOldFileOnAFullDisk)
-{
-    const auto work = [this] {
-        const std::string path = Path("file");
-        return Make_Small(folder_) && Write(path, "old", false).empty() &&
-               Write(path, std::string(100000, 'n'), true).starts_with("cannot be written: ") &&
-               Contents(path) == "old" && Count(folder_) == 1;
-    };
-    EXPECT_EQ(In_Child(work, [](pid_t) {}), 0);
 }
 
 TEST_F(Safe_File, LeavesAWholeFileWheneverItIsKilled)

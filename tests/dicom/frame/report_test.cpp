@@ -28,22 +28,6 @@ std::vector<std::string> Texts(const Message_Log& log)
     return texts;
 }
 
-TEST(Report, TracesNameTheCallAndTheReasonOfLeaving)
-{
-    const Message_Log log(9);
-    const auto call = [](bool early) {
-        Trace_Scope trace(nullptr, Trace_Entry, "Lib_DICOM: Name(%04x,%04x)", 0x8, 0x16);
-        return early ? trace.Leave(7, "! head %d%%", 50) : 1;
-    };
-    EXPECT_EQ(call(true), 7);
-    EXPECT_EQ(call(false), 1);
-    EXPECT_THAT(Texts(log),
-                ElementsAre(">>> in  Lib_DICOM: Name(0008,0016)",
-                            "<<< out Lib_DICOM: Name(! head 50%)",
-                            ">>> in  Lib_DICOM: Name(0008,0016)", "<<< out Lib_DICOM: Name()"));
-    EXPECT_EQ(log.All()[1].severity, 0x90002009U);
-}
-
 TEST(Report, HiddenTracesAreNotFormatted)
 {
     const Message_Log log(8);
@@ -72,20 +56,6 @@ TEST(Report, ErrorsNameTheirPlace)
     EXPECT_EQ(log.All()[2].severity, 1U);
     EXPECT_EQ(log.All()[2].text, "line 12   of NEMA_Tag_Add \n"
                                  "memory error in calloc (var=insert->item, dim=3x8)");
-}
-
-TEST(Report, WarningsAndNotesGoToTheLevelsOfTheApplication)
-{
-    const Message_Log log;
-    Flag_Error_Warning = 5;
-    Flag_Error_Report = 6;
-    Report_Warning(nullptr, "warning");
-    Report_Note(nullptr, "note");
-    Flag_Error_Warning = 0;
-    Flag_Error_Report = 0;
-    ASSERT_EQ(log.All().size(), 2U);
-    EXPECT_EQ(log.All()[0].severity, 5U);
-    EXPECT_EQ(log.All()[1].severity, 6U);
 }
 
 TEST(Report, GuardedTurnsExceptionsIntoTheFailureResult)
