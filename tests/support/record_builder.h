@@ -16,7 +16,8 @@
 inline void Set_Value(DICOM_List& record, const std::string& value)
 {
     std::free(record.data);
-    record.data = static_cast<unsigned char*>(std::malloc(value.size() + 1));
+    // A block of exactly its size shows what is read or written beyond it.
+    record.data = static_cast<unsigned char*>(std::malloc(std::max<std::size_t>(value.size(), 1)));
     std::memcpy(record.data, value.data(), value.size());
     record.size = static_cast<int>(value.size());
 }

@@ -1,5 +1,6 @@
 // Value repair: every VR's rules, the byte swap, and that a mended value needs no mending.
 #include "support/message_log.h"
+#include "support/record_builder.h"
 
 #include <Lib_DICOM/Lib_DICOM.h>
 #include <gmock/gmock.h>
@@ -14,44 +15,26 @@ using testing::HasSubstr;
 
 namespace {
 
-/** A record with a value of its own, in a block of exactly its size so that overruns show. */
-class Record {
-public:
+/** A list of one record with a value. */
+struct Record : Record_List {
     Record(unsigned short vr, const std::string& value, unsigned short group = 0x0018)
+        : Record_List(group == 0x0018 ? "0018,1030" : "0019,1030")
     {
-        record_.group = group;
-        record_.element = 0x1030;
-        record_.vr_default = vr;
-        record_.size = static_cast<int>(value.size());
-        record_.data = static_cast<unsigned char*>(std::malloc(value.empty() ? 1 : value.size()));
-        std::memcpy(record_.data, value.data(), value.size());
+        head->vr_default = vr;
+        Set_Value(*head, value);
     }
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
-    ~Record()
+    DICOM_List* operator->() const
     {
-        std::free(record_.data);
+        return head;
     }
-    DICOM_List* operator->()
+    int Cleanup() const
     {
-        return &record_;
+        return DICOM_Attribute_Cleanup_Tag(nullptr, head);
     }
-    std::string Value() const
+    int Swab() const
     {
-        return {reinterpret_cast<const char*>(record_.data),
-                record_.data == nullptr ? 0 : static_cast<std::size_t>(record_.size)};
+        return DICOM_Attribute_Cleanup_Swab(nullptr, head);
     }
-    int Cleanup()
-    {
-        return DICOM_Attribute_Cleanup_Tag(nullptr, &record_);
-    }
-    int Swab()
-    {
-        return DICOM_Attribute_Cleanup_Swab(nullptr, &record_);
-    }
-
-private:
-    DICOM_List record_ = {};
 };
 
 class Cleanup : public testing::Test {
@@ -113,7 +96,7 @@ void Check(const std::vector<Case>& cases)
         Record record(row.vr, row.in, row.group);
         Message_Log log;
         EXPECT_EQ(record.Cleanup(), row.result);
-        EXPECT_EQ(record.Value(), row.out);
+        EXPECT_EQ(Value_Of(*record.head), row.out);
         EXPECT_EQ(record->size, static_cast<int>(row.out.size()));
         EXPECT_EQ(record->data == nullptr, row.out.empty());
         EXPECT_EQ(record->flags, row.flags);
@@ -358,7 +341,7 @@ TEST_F(Cleanup, ChecksTheSizeAndTheNumberOfValues)
         EXPECT_EQ(record.Cleanup(), row.message.empty() ? 1 : 0) << row.value;
         EXPECT_EQ(Said(log, VR_IS, 0x0018), row.message.empty() ? "" : "W " + row.message + "\n");
         EXPECT_EQ(record->flags & DICOM_Mark_Invalid, row.message.empty() ? 0 : 0x0800);
-        EXPECT_EQ(record.Value().find(row.value), 0U);
+        EXPECT_EQ(Value_Of(*record.head).find(row.value), 0U);
     }
     // One value, whatever they hold.
     const std::pair<unsigned short, const char*> whole[] = {
@@ -410,9 +393,9 @@ TEST_F(Cleanup, MarksWhatItChangesWhateverTheStandardIs)
             Record record(vr, value, group);
             Message_Log log;
             const int result = record.Cleanup();
-            outcomes[current] = std::to_string(result) + record.Value() + log.Text();
+            outcomes[current] = std::to_string(result) + Value_Of(*record.head) + log.Text();
             const bool is_deleted = record->data == nullptr && result == 0;
-            const bool is_changed = record.Value() != value;
+            const bool is_changed = Value_Of(*record.head) != value;
             ASSERT_TRUE(is_deleted || ((record->flags & DICOM_Mark_Changed) != 0) == is_changed);
             ASSERT_TRUE(!is_deleted || (record->flags & DICOM_Mark_Invalid) != 0);
         }
@@ -496,11 +479,11 @@ TEST_F(Cleanup, SwapsBigEndianValues)
         const Message_Log log(9);
         EXPECT_EQ(record.Swab(), 1);
         EXPECT_EQ(log.All().back().text, left("LITTLE_ENDIAN"));
-        EXPECT_EQ(record.Value(), row.in);
+        EXPECT_EQ(Value_Of(*record.head), row.in);
         record->byte_order = 9;
         EXPECT_EQ(record.Swab(), row.result);
         EXPECT_EQ(log.All().back().text, left(row.reason));
-        EXPECT_EQ(record.Value(), row.out);
+        EXPECT_EQ(Value_Of(*record.head), row.out);
         EXPECT_EQ(record->byte_order, 8);
         std::free(std::exchange(record->data, nullptr));
         record->byte_order = 9;
