@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
+#include <span>
 #include <string_view>
 
 namespace {
@@ -78,68 +80,100 @@ void Frames(Stream_Builder& s)
     s.Sequence_End();
 }
 
+struct Row {
+    unsigned int group;
+    unsigned int element;
+    const char* vr;
+    /** Of even length; a number for US. */
+    const char* value;
+};
+
+constexpr Row Instance[] = {
+    {0x0008, 0x0005, "CS", "ISO_IR 100"},
+    {0x0008, 0x0008, "CS", "ORIGINAL\\PRIMARY\\OTHER"},
+    {0x0008, 0x0016, "UI", "1.2.840.10008.5.1.4.1.1.4"},
+    {0x0008, 0x0018, "UI", "1.2.3.4"},
+    {0x0008, 0x0020, "DA", "20040826"},
+    {0x0008, 0x0030, "TM", "185434"},
+    {0x0008, 0x0050, "SH", "A1234 "},
+    {0x0008, 0x0060, "CS", "MR"},
+    {0x0008, 0x0070, "LO", "ACME IMAGING"},
+    {0x0008, 0x0080, "LO", "City Hospital "},
+    {0x0008, 0x0090, "PN", "Meyer^Anna"},
+    {0x0008, 0x1030, "LO", "Knee routine"},
+    {0x0008, 0x103E, "LO", "t2 sagittal "},
+};
+
+constexpr Row Patient_And_Image[] = {
+    {0x0009, 0x0010, "LO", "ACME MEASURES "},
+    {0x0009, 0x1001, "UN", "some words of a maker "},
+    {0x0009, 0x1002, "UN", "vvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvv"},
+    {0x0010, 0x0010, "PN", "Doe^Jane"},
+    {0x0010, 0x0020, "LO", "PAT001"},
+    {0x0010, 0x0030, "DA", "19570321"},
+    {0x0010, 0x0040, "CS", "F "},
+    {0x0010, 0x1010, "AS", "047Y"},
+    {0x0010, 0x1030, "DS", "65.5"},
+    {0x0018, 0x0015, "CS", "KNEE"},
+    {0x0018, 0x0020, "CS", "SE"},
+    {0x0018, 0x0050, "DS", "3.00"},
+    {0x0018, 0x0080, "DS", "2500"},
+    {0x0018, 0x0081, "DS", "93.4"},
+    {0x0018, 0x0087, "DS", "1.50"},
+    {0x0018, 0x1030, "LO", "KNEE PROTOCOL "},
+    {0x0018, 0x1314, "DS", "90"},
+    {0x0018, 0x5100, "CS", "HFS "},
+    {0x0020, 0x000D, "UI", "1.2.3.10"},
+    {0x0020, 0x000E, "UI", "1.2.3.11"},
+    {0x0020, 0x0010, "SH", "STUDY1"},
+    {0x0020, 0x0011, "IS", "4 "},
+    {0x0020, 0x0013, "IS", "17"},
+    {0x0020, 0x0032, "DS", "-78.5\\-100.25\\12.0"},
+    {0x0020, 0x0037, "DS", "1\\0\\0\\0\\1\\0 "},
+    {0x0020, 0x0052, "UI", "1.2.3.12"},
+    {0x0020, 0x4000, "LT", "A comment of some length, so that it is a value worth keeping."},
+    {0x0028, 0x0002, "US", "1"},
+    {0x0028, 0x0004, "CS", "MONOCHROME2 "},
+};
+
+constexpr Row Native_Image[] = {
+    {0x0028, 0x0008, "IS", "1 "},        {0x0028, 0x0010, "US", "64"}, {0x0028, 0x0011, "US", "64"},
+    {0x0028, 0x0030, "DS", "0.5\\0.5 "}, {0x0028, 0x0100, "US", "16"}, {0x0028, 0x0101, "US", "12"},
+    {0x0028, 0x0102, "US", "11"},
+};
+
+constexpr Row Encapsulated_Image[] = {
+    {0x0028, 0x0008, "IS", "2 "},        {0x0028, 0x0010, "US", "64"}, {0x0028, 0x0011, "US", "64"},
+    {0x0028, 0x0030, "DS", "0.5\\0.5 "}, {0x0028, 0x0100, "US", "8"},  {0x0028, 0x0101, "US", "8"},
+    {0x0028, 0x0102, "US", "7"},
+};
+
+constexpr Row Display[] = {
+    {0x0028, 0x0103, "US", "0"},    {0x0028, 0x0106, "US", "3"},    {0x0028, 0x0107, "US", "4000"},
+    {0x0028, 0x1050, "DS", "600 "}, {0x0028, 0x1051, "DS", "1600"}, {0x0032, 0x1060, "LO", "Knee"},
+};
+
+void Add(Stream_Builder& s, std::span<const Row> rows)
+{
+    for (const Row& row : rows) {
+        if (row.vr == "US"s) {
+            s.US(row.group, row.element, static_cast<unsigned int>(std::atoi(row.value)));
+        } else {
+            s.Element(row.group, row.element, row.vr, Padded_UID(row.value));
+        }
+    }
+}
+
 std::string Data_Set_Of(unsigned char code, bool encapsulated)
 {
     Stream_Builder s(code);
-    s.Element(0x0008, 0x0005, "CS", "ISO_IR 100");
-    s.Element(0x0008, 0x0008, "CS", "ORIGINAL\\PRIMARY\\OTHER");
-    s.Element(0x0008, 0x0016, "UI", Padded_UID("1.2.840.10008.5.1.4.1.1.4"));
-    s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
-    s.Element(0x0008, 0x0020, "DA", "20040826");
-    s.Element(0x0008, 0x0030, "TM", "185434");
-    s.Element(0x0008, 0x0050, "SH", "A1234 ");
-    s.Element(0x0008, 0x0060, "CS", "MR");
-    s.Element(0x0008, 0x0070, "LO", "ACME IMAGING");
-    s.Element(0x0008, 0x0080, "LO", "City Hospital ");
-    s.Element(0x0008, 0x0090, "PN", "Meyer^Anna");
-    s.Element(0x0008, 0x1030, "LO", "Knee routine");
-    s.Element(0x0008, 0x103E, "LO", "t2 sagittal ");
+    Add(s, Instance);
     Defined(s, code, 0x0008, 0x1111, {Reference(code, "1.2.3.77")});
     s.Sequence(0x0008, 0x1140).Item().Raw(Reference(code, "1.2.3.5")).Item_End();
     s.Item().Raw(Reference(code, "1.2.3.6")).Item_End().Sequence_End();
-    s.Element(0x0009, 0x0010, "LO", "ACME MEASURES ");
-    s.Element(0x0009, 0x1001, "UN", "some words of a maker ");
-    s.Element(0x0009, 0x1002, "UN", std::string(40, 'v'));
-    s.Element(0x0010, 0x0010, "PN", "Doe^Jane");
-    s.Element(0x0010, 0x0020, "LO", "PAT001");
-    s.Element(0x0010, 0x0030, "DA", "19570321");
-    s.Element(0x0010, 0x0040, "CS", "F ");
-    s.Element(0x0010, 0x1010, "AS", "047Y");
-    s.Element(0x0010, 0x1030, "DS", "65.5");
-    s.Element(0x0018, 0x0015, "CS", "KNEE");
-    s.Element(0x0018, 0x0020, "CS", "SE");
-    s.Element(0x0018, 0x0050, "DS", "3.00");
-    s.Element(0x0018, 0x0080, "DS", "2500");
-    s.Element(0x0018, 0x0081, "DS", "93.4");
-    s.Element(0x0018, 0x0087, "DS", "1.50");
-    s.Element(0x0018, 0x1030, "LO", "KNEE PROTOCOL ");
-    s.Element(0x0018, 0x1314, "DS", "90");
-    s.Element(0x0018, 0x5100, "CS", "HFS ");
-    s.Element(0x0020, 0x000D, "UI", Padded_UID("1.2.3.10"));
-    s.Element(0x0020, 0x000E, "UI", Padded_UID("1.2.3.11"));
-    s.Element(0x0020, 0x0010, "SH", "STUDY1");
-    s.Element(0x0020, 0x0011, "IS", "4 ");
-    s.Element(0x0020, 0x0013, "IS", "17");
-    s.Element(0x0020, 0x0032, "DS", "-78.5\\-100.25\\12.0");
-    s.Element(0x0020, 0x0037, "DS", "1\\0\\0\\0\\1\\0 ");
-    s.Element(0x0020, 0x0052, "UI", Padded_UID("1.2.3.12"));
-    s.Element(0x0020, 0x4000, "LT",
-              "A comment of some length, so that it is a value worth keeping.");
-    s.US(0x0028, 0x0002, 1);
-    s.Element(0x0028, 0x0004, "CS", "MONOCHROME2 ");
-    s.Element(0x0028, 0x0008, "IS", encapsulated ? "2 " : "1 ");
-    s.US(0x0028, 0x0010, 64);
-    s.US(0x0028, 0x0011, 64);
-    s.Element(0x0028, 0x0030, "DS", "0.5\\0.5 ");
-    s.US(0x0028, 0x0100, encapsulated ? 8 : 16);
-    s.US(0x0028, 0x0101, encapsulated ? 8 : 12);
-    s.US(0x0028, 0x0102, encapsulated ? 7 : 11);
-    s.US(0x0028, 0x0103, 0);
-    s.US(0x0028, 0x0106, 3);
-    s.US(0x0028, 0x0107, 4000);
-    s.Element(0x0028, 0x1050, "DS", "600 ");
-    s.Element(0x0028, 0x1051, "DS", "1600");
-    s.Element(0x0032, 0x1060, "LO", "Knee");
+    Add(s, Patient_And_Image);
+    Add(s, encapsulated ? std::span(Encapsulated_Image) : std::span(Native_Image));
+    Add(s, Display);
     s.Sequence(0x0040, 0x0275).Item().Raw(Request(code)).Item_End();
     s.Item().Raw(Request(code)).Item_End().Sequence_End();
     Defined(s, code, 0x0040, 0x0555, {Request(code)});
@@ -250,11 +284,13 @@ enum Scope : unsigned int {
     Defined_Length = 8192
 };
 
+using Inject = std::function<void(Damage&)>;
+
 struct Fault_Kind {
     const char* name;
     unsigned int scope;
     /** Puts the fault in. */
-    void (*inject)(Damage&);
+    Inject inject;
     /** The element is as good as before when its bytes are read rightly: it has to be there. */
     bool whole = false;
 };
@@ -310,13 +346,7 @@ void Implicit_In_Explicit(Damage& d)
     d.Set_Number(d.at.start + 4, size, 4);
 }
 
-/** A sequence whose VR says that it holds bytes, its items as they are. */
-void Sequence_As(Damage& d, std::string_view vr)
-{
-    d.Set_VR(vr);
-}
-
-/** The whole file behind group 0002 in a wrapper of zlib's. */
+/** The whole file in a wrapper of zlib's. */
 void Wrap(Damage& d, int window)
 {
     z_stream stream = {};
@@ -392,18 +422,56 @@ void Fragments_As_Value(Damage& d)
     d.file.replace(d.at.start, d.at.end - d.at.start, s.Bytes());
 }
 
-constexpr Fault_Kind Kinds[] = {
+Inject VR_Is(std::string_view vr)
+{
+    return [=](Damage& d) {
+        d.Set_VR(vr);
+    };
+}
+
+Inject Length_Is(std::uint32_t length)
+{
+    return [=](Damage& d) {
+        d.Set_Length(length);
+    };
+}
+
+Inject Length_By(int difference)
+{
+    return [=](Damage& d) {
+        d.Set_Length(d.Value_Size() + static_cast<std::uint32_t>(difference));
+    };
+}
+
+Inject Without(std::size_t place, std::size_t count)
+{
+    return [=](Damage& d) {
+        Drop(d, place, count);
+    };
+}
+
+Inject Noise_In_Front(std::size_t size)
+{
+    return [=](Damage& d) {
+        d.file.insert(d.at.start, d.Noise(size));
+    };
+}
+
+Inject Wrapped(int window)
+{
+    return [=](Damage& d) {
+        Wrap(d, window);
+    };
+}
+
+const Fault_Kind Kinds[] = {
     // VRs.
     {"VR in small letters", Plain | Explicit, In_Small_Letters, true},
-    {"VR of NULs", Plain | Explicit,
-     [](Damage& d) {
-         d.Set_VR({"\0\0", 2});
-     },
-     true},
-    {"VR of blanks", Plain | Explicit, [](Damage& d) { d.Set_VR("  "); }, true},
-    {"VR ??", Plain | Explicit, [](Damage& d) { d.Set_VR("??"); }, true},
-    {"VR --", Plain | Explicit, [](Damage& d) { d.Set_VR("--"); }, true},
-    {"VR OX", Plain | Explicit, [](Damage& d) { d.Set_VR("OX"); }, true},
+    {"VR of NULs", Plain | Explicit, VR_Is({"\0\0", 2}), true},
+    {"VR of blanks", Plain | Explicit, VR_Is("  "), true},
+    {"VR ??", Plain | Explicit, VR_Is("??"), true},
+    {"VR --", Plain | Explicit, VR_Is("--"), true},
+    {"VR OX", Plain | Explicit, VR_Is("OX"), true},
     {"VR of random letters", Plain | Explicit,
      [](Damage& d) {
          const char letters[] = {'Q', d.Any_Capital()};
@@ -411,63 +479,29 @@ constexpr Fault_Kind Kinds[] = {
      },
      true},
     {"VR of random bytes", Plain | Explicit, [](Damage& d) { d.Set_VR(d.Noise(2)); }, true},
-    {"VR UN with its length in two bytes", Plain | Short_Form, [](Damage& d) { d.Set_VR("UN"); },
-     true},
-    {"VR OB with its length in two bytes", Plain | Short_Form, [](Damage& d) { d.Set_VR("OB"); },
-     true},
-    {"VR of a text for a long one", Plain | Long_Form, [](Damage& d) { d.Set_VR("LO"); }, true},
-    {"sequence without a VR", Sequence | Explicit,
-     [](Damage& d) {
-         d.Set_VR({"\0\0", 2});
-     },
-     true},
-    {"sequence as UN with explicit items", Sequence | Explicit,
-     [](Damage& d) { Sequence_As(d, "UN"); }, true},
-    {"sequence as OB", Sequence | Explicit, [](Damage& d) { Sequence_As(d, "OB"); }, true},
-    {"sequence as OW", Sequence | Explicit, [](Damage& d) { Sequence_As(d, "OW"); }, true},
-    {"sequence as LO", Sequence | Explicit, [](Damage& d) { Sequence_As(d, "LO"); }, true},
+    {"VR UN with its length in two bytes", Plain | Short_Form, VR_Is("UN"), true},
+    {"VR OB with its length in two bytes", Plain | Short_Form, VR_Is("OB"), true},
+    {"VR of a text for a long one", Plain | Long_Form, VR_Is("LO"), true},
+    {"sequence without a VR", Sequence | Explicit, VR_Is({"\0\0", 2}), true},
+    {"sequence as UN with explicit items", Sequence | Explicit, VR_Is("UN"), true},
+    {"sequence as OB", Sequence | Explicit, VR_Is("OB"), true},
+    {"sequence as OW", Sequence | Explicit, VR_Is("OW"), true},
+    {"sequence as LO", Sequence | Explicit, VR_Is("LO"), true},
     // Form of the header.
     {"other form of the length", Plain | Explicit, Other_Form, true},
     {"explicit element in implicit VR", Plain | Implicit, Explicit_In_Implicit, true},
     {"implicit element in explicit VR", Plain | Explicit, Implicit_In_Explicit, true},
     {"sequence in the other byte order", Sequence, Other_Byte_Order},
     // Lengths.
-    {"length too long by 1", Plain,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() + 1);
-     }},
-    {"length too long by 2", Plain,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() + 2);
-     }},
-    {"length too long by 8", Plain,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() + 8);
-     }},
-    {"length too short by 1", Plain,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() - 1);
-     }},
-    {"length too short by 2", Plain,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() - 2);
-     }},
-    {"length of zero", Plain,
-     [](Damage& d) {
-         d.Set_Length(0);
-     }},
-    {"length far too long", Plain,
-     [](Damage& d) {
-         d.Set_Length(0x7FF0);
-     }},
-    {"length of all ones", Plain,
-     [](Damage& d) {
-         d.Set_Length(0xFFFFFFFFU);
-     }},
-    {"length from 2 GiB", Plain | Long_Form,
-     [](Damage& d) {
-         d.Set_Length(0x90000000U);
-     }},
+    {"length too long by 1", Plain, Length_By(1)},
+    {"length too long by 2", Plain, Length_By(2)},
+    {"length too long by 8", Plain, Length_By(8)},
+    {"length too short by 1", Plain, Length_By(-1)},
+    {"length too short by 2", Plain, Length_By(-2)},
+    {"length of zero", Plain, Length_Is(0)},
+    {"length far too long", Plain, Length_Is(0x7FF0)},
+    {"length of all ones", Plain, Length_Is(0xFFFFFFFFU)},
+    {"length from 2 GiB", Plain | Long_Form, Length_Is(0x90000000U)},
     {"length in the other byte order", Plain,
      [](Damage& d) {
          Swap_Numbers(d.file, d.Length_Place(), d.Length_Size());
@@ -476,14 +510,10 @@ constexpr Fault_Kind Kinds[] = {
      [](Damage& d) {
          d.Set_Length(d.Value_Size() & 0xFFFF);
      }},
-    {"sequence too long by 8", Sequence | Defined_Length,
-     [](Damage& d) { d.Set_Length(d.Value_Size() + 8); }, true},
-    {"sequence too short by 8", Sequence | Defined_Length,
-     [](Damage& d) { d.Set_Length(d.Value_Size() - 8); }, true},
-    {"sequence of length zero", Sequence | Defined_Length, [](Damage& d) { d.Set_Length(0); },
-     true},
-    {"sequence far too long", Sequence | Defined_Length,
-     [](Damage& d) { d.Set_Length(0x00FFFFF0); }, true},
+    {"sequence too long by 8", Sequence | Defined_Length, Length_By(8), true},
+    {"sequence too short by 8", Sequence | Defined_Length, Length_By(-8), true},
+    {"sequence of length zero", Sequence | Defined_Length, Length_Is(0), true},
+    {"sequence far too long", Sequence | Defined_Length, Length_Is(0x00FFFFF0), true},
     {"item too long by 4", Sequence,
      [](Damage& d) { d.Set_Number(d.at.value_start + 4, d.Value_Size() - 8 + 4, 4); }, true},
     {"item of length zero", Sequence, [](Damage& d) { d.Set_Number(d.at.value_start + 4, 0, 4); },
@@ -530,12 +560,10 @@ constexpr Fault_Kind Kinds[] = {
      [](Damage& d) {
          d.file.insert(d.at.value_start + d.random() % d.Value_Size(), 1, d.Any_Byte());
      }},
-    {"eight bytes inserted in front", Plain,
-     [](Damage& d) { d.file.insert(d.at.start, d.Noise(8)); }, true},
+    {"eight bytes inserted in front", Plain, Noise_In_Front(8), true},
     {"a hundred zeros inserted in front", Plain,
      [](Damage& d) { d.file.insert(d.at.start, 100, '\0'); }, true},
-    {"a kilobyte of noise inserted in front", Plain | Top,
-     [](Damage& d) { d.file.insert(d.at.start, d.Noise(1024)); }, true},
+    {"a kilobyte of noise inserted in front", Plain | Top, Noise_In_Front(1024), true},
     // Pixel data.
     {"compressed stream of defined length", Fragmented, Fragments_As_Value},
     {"offset table item missing", Fragmented, [](Damage& d) { Drop(d, d.at.value_start, 16); },
@@ -543,21 +571,14 @@ constexpr Fault_Kind Kinds[] = {
     {"wrong offset table", Fragmented,
      [](Damage& d) { d.Set_Number(d.at.value_start + 12, 77, 4); }, true},
     {"fragments without end", Fragmented, [](Damage& d) { Drop(d, d.at.end - 8, 8); }, true},
-    {"length of native pixel data from 2 GiB", Native | Top,
-     [](Damage& d) { d.Set_Length(0x90000000U); }, true},
+    {"length of native pixel data from 2 GiB", Native | Top, Length_Is(0x90000000U), true},
     // Around the data set.
     {"a byte of group 0002 overwritten", Meta,
      [](Damage& d) {
          d.file[d.at.start + d.random() % 8] = d.Any_Byte();
      }},
-    {"VR of NULs in group 0002", Meta,
-     [](Damage& d) {
-         d.Set_VR({"\0\0", 2});
-     }},
-    {"length in group 0002 too long by 2", Meta,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() + 2);
-     }},
+    {"VR of NULs in group 0002", Meta, VR_Is({"\0\0", 2})},
+    {"length in group 0002 too long by 2", Meta, Length_By(2)},
     {"one stray byte in front", File,
      [](Damage& d) {
          d.file.insert(0, 1, '\n');
@@ -570,30 +591,15 @@ constexpr Fault_Kind Kinds[] = {
      [](Damage& d) {
          d.file[129] = 'J';
      }},
-    {"zeros without DICM", File,
-     [](Damage& d) {
-         d.file.erase(128, 4);
-     }},
-    {"no preamble", File,
-     [](Damage& d) {
-         d.file.erase(0, 128);
-     }},
-    {"no preamble, no DICM", File,
-     [](Damage& d) {
-         d.file.erase(0, 132);
-     }},
+    {"zeros without DICM", File, Without(128, 4)},
+    {"no preamble", File, Without(0, 128)},
+    {"no preamble, no DICM", File, Without(0, 132)},
     {"no preamble, no group 0002", File,
      [](Damage& d) {
          d.file.erase(0, d.plain.data_set);
      }},
-    {"gzip wrapper", File,
-     [](Damage& d) {
-         Wrap(d, 15 + 16);
-     }},
-    {"zlib wrapper", File,
-     [](Damage& d) {
-         Wrap(d, 15);
-     }},
+    {"gzip wrapper", File, Wrapped(15 + 16)},
+    {"zlib wrapper", File, Wrapped(15)},
     {"noise behind the data set", File,
      [](Damage& d) {
          d.file += d.Noise(300);
