@@ -5,6 +5,7 @@
 #include "lookup.h"
 #include "mend/findings/letters.h"
 #include "mend/healing/original_attributes.h"
+#include "mend/interface/element_path.h"
 #include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
 #include "mend/json/from_json.h"
@@ -57,11 +58,11 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
 std::string Rule_Of(const std::string& setting)
 {
     const std::size_t equals = setting.find('=');
-    lib_mend::Tag tag;
-    if (equals == setting.npos || !Parse_Tag(setting.substr(0, equals), tag)) {
+    const auto tag = lib_mend::Parse_Tag_Digits(setting.substr(0, equals));
+    if (equals == setting.npos || !tag) {
         return {};
     }
-    std::string rule = "(" + Tag_Text(tag) + ") - -- ! \"";
+    std::string rule = "(" + Tag_Text(*tag) + ") - -- ! \"";
     for (const char c : setting.substr(equals + 1)) {
         rule += c == '"' ? "\"\"" : std::string(1, c);
     }

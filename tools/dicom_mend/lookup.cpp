@@ -2,6 +2,7 @@
 
 #include "mend/findings/attributes.h"
 #include "mend/findings/letters.h"
+#include "mend/interface/element_path.h"
 #include "terminal.h"
 #include "value_text.h"
 
@@ -89,11 +90,11 @@ void Print(const DICOM_UID_Entry& entry)
 
 std::vector<Attribute> Attributes_Of(const std::string& term)
 {
-    Tag tag;
-    if (!Parse_Tag(term, tag)) {
+    const std::optional<Tag> tag = lib_mend::Parse_Tag_Digits(term);
+    if (!tag) {
         return lib_mend::Search_Attributes(term);
     }
-    const std::optional<Attribute> attribute = lib_mend::Find_Attribute(tag);
+    const std::optional<Attribute> attribute = lib_mend::Find_Attribute(*tag);
     return attribute ? std::vector{*attribute} : std::vector<Attribute>();
 }
 
@@ -175,23 +176,6 @@ Exit_Status Print_Concepts(const std::string& table, const std::string& name)
 }
 
 }  // namespace
-
-bool Parse_Tag(std::string text, lib_mend::Tag& tag)
-{
-    constexpr std::size_t Digits = 8;
-    if (text.size() == Digits + 3 && text.front() == '(' && text.back() == ')') {
-        text = text.substr(1, Digits + 1);
-    }
-    if (text.size() == Digits + 1 && text[Digits / 2] == ',') {
-        text.erase(Digits / 2, 1);
-    }
-    if (text.size() != Digits || text.find_first_not_of("0123456789abcdefABCDEF") != text.npos) {
-        return false;
-    }
-    const unsigned long number = std::strtoul(text.c_str(), nullptr, 16);
-    tag = {static_cast<unsigned short>(number >> 16), static_cast<unsigned short>(number & 0xFFFF)};
-    return true;
-}
 
 Exit_Status Run_Dict(const Lookup_Request& request)
 {

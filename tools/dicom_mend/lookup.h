@@ -20,9 +20,6 @@ struct Code_Request {
     std::vector<std::string> names;
 };
 
-/** Reads a tag in one of the forms gggg,eeee, (gggg,eeee) and ggggeeee. */
-bool Parse_Tag(std::string text, lib_mend::Tag& tag);
-
 /** Prints the data elements that the terms stand for, one a line. */
 Exit_Status Run_Dict(const Lookup_Request& request);
 /** The same for UIDs. */

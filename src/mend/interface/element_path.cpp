@@ -17,7 +17,9 @@ bool Parse_Number(std::string_view text, int base, Number& number)
     return error == std::errc() && !text.empty() && end == text.data() + text.size();
 }
 
-std::optional<Tag> Parse_Digits(std::string_view text)
+}  // namespace
+
+std::optional<Tag> Parse_Tag_Digits(std::string_view text)
 {
     constexpr std::size_t Plain = 8;
     constexpr std::size_t Half = 4;
@@ -34,11 +36,9 @@ std::optional<Tag> Parse_Digits(std::string_view text)
     return are_digits ? std::make_optional(tag) : std::nullopt;
 }
 
-}  // namespace
-
 std::optional<Tag> Parse_Tag(std::string_view text)
 {
-    const std::optional<Tag> tag = Parse_Digits(text);
+    const std::optional<Tag> tag = Parse_Tag_Digits(text);
     return tag ? tag : Tag_Of_Keyword(text);
 }
 

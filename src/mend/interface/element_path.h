@@ -9,7 +9,10 @@
 
 namespace lib_mend {
 
-/** "0010,0010", "(0010,0010)", "00100010" or "PatientName"; nothing for anything else. */
+/** "0010,0010", "(0010,0010)" or "00100010"; nothing for anything else. */
+std::optional<Tag> Parse_Tag_Digits(std::string_view text);
+
+/** The same, or "PatientName". */
 std::optional<Tag> Parse_Tag(std::string_view text);
 
 struct Element_Path {
