@@ -1,9 +1,11 @@
 // Writing files under bad conditions: sudden ends, targets that are in the way.
 #include "mend/io/safe_file.h"
+#include "mend/writing/output.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -155,6 +157,56 @@ TEST_F(Safe_File, LeavesAWholeFileWheneverItIsKilled)
             if (entry.path() != path) {
                 fs::remove(entry);
             }
+        }
+    }
+}
+
+TEST_F(Safe_File, CopiesValuesWhetherTheSystemDoesItOrNot)
+{
+    constexpr std::int64_t Size = (std::int64_t{3} << 20) + 2;
+    std::string bytes(static_cast<std::size_t>(Size) + 5, ' ');
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<char>(i * i / 7);
+    }
+    ASSERT_EQ(Write(Path("source"), bytes, false), "");
+    std::string error;
+    const auto source = lib_mend::Source::Open(Path("source"), error, 0);
+    ASSERT_NE(source, nullptr) << error;
+    const auto expected = [&](int width) {
+        std::string value = bytes.substr(3, static_cast<std::size_t>(Size));
+        for (std::size_t i = 0; width == 2 && i < value.size(); i += 2) {
+            std::swap(value[i], value[i + 1]);
+        }
+        return "ab" + value + "c";
+    };
+    for (const int width : {1, 2}) {
+        lib_mend::Encoded_File out;
+        out.Put(std::array<unsigned char, 2>{'a', 'b'});
+        out.Copy({source, 3, Size, width});
+        out.Put(std::array<unsigned char, 1>{'c'});
+        const auto give = [&](const lib_mend::File_Taker& file) {
+            return out.Give(file);
+        };
+        EXPECT_EQ(Write_Safely(Path("target"), give, true), "");
+        EXPECT_TRUE(Contents(Path("target")) == expected(width)) << width;
+        // A system that copies a part of it, or nothing.
+        for (const std::int64_t most : {std::int64_t{0}, std::int64_t{1}, Size - 1, Size}) {
+            std::string taken;
+            const lib_mend::File_Taker partly = {
+                .take =
+                    [&](std::span<const unsigned char> piece) {
+                        taken.append(piece.begin(), piece.end());
+                        return true;
+                    },
+                .copy =
+                    [&](int, std::int64_t offset, std::int64_t size) {
+                        const auto count = static_cast<std::size_t>(std::min(most, size));
+                        taken += bytes.substr(static_cast<std::size_t>(offset), count);
+                        return static_cast<std::int64_t>(count);
+                    },
+            };
+            EXPECT_TRUE(out.Give(partly));
+            EXPECT_TRUE(taken == expected(width)) << width << ' ' << most;
         }
     }
 }

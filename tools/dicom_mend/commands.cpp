@@ -169,8 +169,8 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
     if (!mended || !unkept.empty()) {
         return Exit_Failure;
     }
-    const auto give = [&](const lib_mend::Piece_Taker& take) {
-        return file.Give(take);
+    const auto give = [&](const lib_mend::File_Taker& taker) {
+        return file.Give(taker);
     };
     const std::string error = lib_mend::Write_Safely(request.output, give, request.force);
     if (!error.empty()) {

@@ -1,5 +1,6 @@
 #include "dictionary/dictionary.h"
 
+#include "dictionary/parse_table.h"
 #include "frame/report.h"
 
 #include <algorithm>
@@ -81,7 +82,7 @@ TAG_db_Group& Dictionary::Open_Group(unsigned short group, unsigned short group_
     if (place != groups_.end() && (place->group & group_mask) == wanted) {
         return *place;
     }
-    return *groups_.insert(place, TAG_db_Group{group, group_mask, {}});
+    return *groups_.insert(place, TAG_db_Group{group, group_mask, {}, {}});
 }
 
 bool Dictionary::NEMA_db_Add_Entry(HWND handle, const Dictionary_Line& line)
@@ -105,15 +106,44 @@ bool Dictionary::NEMA_db_Add_Entry(HWND handle, const Dictionary_Line& line)
     return true;
 }
 
-TAG_db_Elems* Dictionary::Find(unsigned short group, unsigned short element) const
+void Dictionary::Add_Group(const TAG_db_Group& group)
 {
-    for (const TAG_db_Group& node : groups_) {
+    groups_.push_back(group);
+}
+
+void Dictionary::Read(TAG_db_Group& group)
+{
+    try {
+        NEMA_db_Parse_Table(hwnd, *this, group.unread);
+    } catch (...) {
+        group.slots.clear();
+        throw;
+    }
+    group.unread = {};
+}
+
+const std::vector<TAG_db_Group>& Dictionary::Groups()
+{
+    for (TAG_db_Group& group : groups_) {
+        if (!group.unread.empty()) {
+            Read(group);
+        }
+    }
+    return groups_;
+}
+
+TAG_db_Elems* Dictionary::Find(unsigned short group, unsigned short element)
+{
+    for (TAG_db_Group& node : groups_) {
         const int wanted = group & node.group_mask;
         const int found = node.group & node.group_mask;
         if (found > wanted) {
             return nullptr;
         }
         if (found == wanted) {
+            if (!node.unread.empty()) {
+                Read(node);
+            }
             TAG_db_Elems* const entry = node.Find(element);
             if (entry != nullptr) {
                 return entry;

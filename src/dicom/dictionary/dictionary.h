@@ -5,6 +5,7 @@
 #include <Lib_DICOM/dictionary.h>
 
 #include <deque>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -33,6 +34,8 @@ struct Dictionary_Line {
     Alternative alternatives[Max_Alternatives];
 };
 
+using Dictionary_Lines = std::span<const char* const>;
+
 /** One group. */
 struct TAG_db_Group {
     /** Place of an entry; the element stands here too so that a search stays within the array. */
@@ -45,6 +48,8 @@ struct TAG_db_Group {
     unsigned short group_mask;
     /** The chain of entries in its order; behind the first, the elements ascend. */
     std::vector<Slot> slots;
+    /** Lines that nobody has asked for yet. */
+    Dictionary_Lines unread;
 
     /** Walks the chain up to `element`: null when the walk ends or meets a higher element. */
     TAG_db_Elems* Find(unsigned short element) const;
@@ -59,16 +64,21 @@ public:
      */
     bool NEMA_db_Add_Entry(HWND handle, const Dictionary_Line& line);
 
-    /** Finds the entry of a tag, null when there is none. */
-    TAG_db_Elems* Find(unsigned short group, unsigned short element) const;
+    /**
+     * Takes the lines of one group, which are parsed when the group is first asked for: most programs
+     * ask for a few. Groups come in ascending order.
+     */
+    void Add_Group(const TAG_db_Group& group);
 
-    const std::vector<TAG_db_Group>& Groups() const
-    {
-        return groups_;
-    }
+    /** Finds the entry of a tag, null when there is none. Without memory the next call tries again. */
+    TAG_db_Elems* Find(unsigned short group, unsigned short element);
+
+    /** All groups, with their entries. */
+    const std::vector<TAG_db_Group>& Groups();
 
 private:
     TAG_db_Group& Open_Group(unsigned short group, unsigned short group_mask);
+    void Read(TAG_db_Group& group);
 
     std::vector<TAG_db_Group> groups_;
     /** Owner of the entries, which never move. */

@@ -10,7 +10,9 @@
 #include "frame/vr_rules.h"
 
 #include <cstdlib>
+#include <initializer_list>
 #include <memory>
+#include <utility>
 
 using namespace lib_dicom;
 
@@ -20,8 +22,8 @@ constexpr Unit This_Unit = "OrisWare_DICOM";
 
 /** The dictionaries; null until the first lookup that asks them. */
 struct State {
-    std::unique_ptr<const Dictionary> standard;
-    std::unique_ptr<const Dictionary> current;
+    std::unique_ptr<Dictionary> standard;
+    std::unique_ptr<Dictionary> current;
 };
 
 State& Get_State()
@@ -30,30 +32,35 @@ State& Get_State()
     return state;
 }
 
-/** Parses the tables unless that is done. Returns null without memory; the next call tries again. */
-const Dictionary* NEMA_db_Load(std::unique_ptr<const Dictionary>& place,
-                               std::span<const Table> tables)
+/** Calls `ask`, which may have to parse lines; null without memory. */
+template <class Ask>
+auto Asked(Ask&& ask) -> decltype(ask())
+{
+    return Guarded(hwnd, This_Unit, decltype(ask())(), std::forward<Ask>(ask), "dictionary");
+}
+
+/** Takes the tables unless that is done. Returns null without memory; the next call tries again. */
+Dictionary* NEMA_db_Load(std::unique_ptr<Dictionary>& place, std::span<const Table> tables)
 {
     if (place == nullptr) {
-        const auto load = [&] {
+        place = Asked([&] {
             auto dictionary = std::make_unique<Dictionary>();
             for (const Table& table : tables) {
-                NEMA_db_Parse_Table(hwnd, *dictionary, table.Lines());
+                dictionary->Add_Group(Group_Of(table.Lines()));
             }
-            return std::unique_ptr<const Dictionary>(std::move(dictionary));
-        };
-        place = Guarded(hwnd, This_Unit, std::unique_ptr<const Dictionary>(), load, "dictionary");
+            return dictionary;
+        });
     }
     return place.get();
 }
 
-const Dictionary* Load_Standard()
+Dictionary* Load_Standard()
 {
     return NEMA_db_Load(Get_State().standard, Standard_Tables());
 }
 
 /** Null unless the current standard is asked for. */
-const Dictionary* Load_Current()
+Dictionary* Load_Current()
 {
     return DICOM_Flag_Current_Standard != 0 ? NEMA_db_Load(Get_State().current, Current_Tables())
                                             : nullptr;
@@ -108,35 +115,11 @@ void List_Entry(HWND handle, unsigned int severity, const Text& group, const TAG
         First_Letter(vr[2], '-'), Second_Letter(vr[2], '-'), NEMA_db_VM_Text(entry.vm[2]).text);
 }
 
-}  // namespace
-
-TAG_db_Elems* NEMA_db_Locate(unsigned short group, unsigned short element)
+TAG_db_Elems* Find_Behind(const char* name_part, const TAG_db_Elems* previous,
+                          std::initializer_list<Dictionary*> dictionaries)
 {
-    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Locate(%04x,%04x)", group, element);
-    const Dictionary* const standard = Load_Standard();
-    if (standard == nullptr) {
-        return trace.Leave(nullptr, "! dictionary");
-    }
-    if (group % 2 != 0) {
-        return trace.Leave(nullptr, "private");
-    }
-    TAG_db_Elems* entry = standard->Find(group, element);
-    if (entry == nullptr) {
-        const Dictionary* const current = Load_Current();
-        entry = current == nullptr ? nullptr : current->Find(group, element);
-    }
-    return entry != nullptr ? entry : trace.Leave(entry, "! entry");
-}
-
-TAG_db_Elems* NEMA_db_Find(const char* name_part, const TAG_db_Elems* previous)
-{
-    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Find(%hs)", name_part);
-    TAG_db_Elems* const None = nullptr;
-    if (name_part == nullptr) {
-        return trace.Leave(None, "! name_part");
-    }
     bool is_behind = previous == nullptr;
-    for (const Dictionary* const dictionary : {Load_Standard(), Load_Current()}) {
+    for (Dictionary* const dictionary : dictionaries) {
         if (dictionary == nullptr) {
             continue;
         }
@@ -149,7 +132,40 @@ TAG_db_Elems* NEMA_db_Find(const char* name_part, const TAG_db_Elems* previous)
             }
         }
     }
-    return trace.Leave(None, "! entry");
+    return nullptr;
+}
+
+}  // namespace
+
+TAG_db_Elems* NEMA_db_Locate(unsigned short group, unsigned short element)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Locate(%04x,%04x)", group, element);
+    Dictionary* const standard = Load_Standard();
+    if (standard == nullptr) {
+        return trace.Leave(nullptr, "! dictionary");
+    }
+    if (group % 2 != 0) {
+        return trace.Leave(nullptr, "private");
+    }
+    TAG_db_Elems* const entry = Asked([&] {
+        TAG_db_Elems* const found = standard->Find(group, element);
+        Dictionary* const current = found == nullptr ? Load_Current() : nullptr;
+        return current == nullptr ? found : current->Find(group, element);
+    });
+    return entry != nullptr ? entry : trace.Leave(entry, "! entry");
+}
+
+TAG_db_Elems* NEMA_db_Find(const char* name_part, const TAG_db_Elems* previous)
+{
+    Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Find(%hs)", name_part);
+    TAG_db_Elems* const None = nullptr;
+    if (name_part == nullptr) {
+        return trace.Leave(None, "! name_part");
+    }
+    TAG_db_Elems* const entry = Asked([&] {
+        return Find_Behind(name_part, previous, {Load_Standard(), Load_Current()});
+    });
+    return entry != nullptr ? entry : trace.Leave(None, "! entry");
 }
 
 void NEMA_db_Cleanup(void)
@@ -162,12 +178,14 @@ void NEMA_db_Cleanup(void)
 void NEMA_db_Stool(HWND handle, int flag)
 {
     Trace(handle, Trace_1, "--- in NEMA_db_Stool(%d) ---", flag);
-    const Dictionary* const standard = Get_State().standard.get();
-    if (standard == nullptr) {
+    Dictionary* const standard = Get_State().standard.get();
+    const auto* const groups =
+        standard != nullptr ? Asked([&] { return &standard->Groups(); }) : nullptr;
+    if (groups == nullptr) {
         return;
     }
     const unsigned int severity = static_cast<unsigned int>(flag);
-    for (const TAG_db_Group& node : standard->Groups()) {
+    for (const TAG_db_Group& node : *groups) {
         const Text group = Tag_Text(node.group, node.group_mask);
         Error_Fct(handle, severity, "--- Group %hs ---", group.text);
         for (const TAG_db_Group::Slot& slot : node.slots) {

@@ -119,7 +119,14 @@ bool Parse_Line(std::string_view text, Dictionary_Line& line)
 
 }  // namespace
 
-void NEMA_db_Parse_Table(HWND handle, Dictionary& dictionary, std::span<const char* const> lines)
+TAG_db_Group Group_Of(Dictionary_Lines lines)
+{
+    TAG_db_Group group = {0, 0, {}, lines};
+    Read_Tag_Number(lines.front(), 1, group.group, group.group_mask);
+    return group;
+}
+
+void NEMA_db_Parse_Table(HWND handle, Dictionary& dictionary, Dictionary_Lines lines)
 {
     for (const char* const text : lines) {
         Dictionary_Line line;

@@ -10,12 +10,13 @@
 
 #include "dictionary/dictionary.h"
 
-#include <span>
-
 namespace lib_dicom {
 
+/** The group that the lines of one table are for, with the lines unread. */
+TAG_db_Group Group_Of(Dictionary_Lines lines);
+
 /** Parses the lines of one table into a dictionary. A faulty line is reported and ends the table. */
-void NEMA_db_Parse_Table(HWND handle, Dictionary& dictionary, std::span<const char* const> lines);
+void NEMA_db_Parse_Table(HWND handle, Dictionary& dictionary, Dictionary_Lines lines);
 
 }  // namespace lib_dicom
 

@@ -120,6 +120,7 @@ public:
     Trace_Scope(HWND handle, unsigned int severity, const char* call, Args... args)
         : handle_(handle), severity_(severity), call_(call), wanted_(Error_Wanted(severity) != 0)
     {
+        reason_[0] = '\0';
         if (wanted_) {
             Trace_In(handle, severity, call, args...);
         }
@@ -158,7 +159,8 @@ private:
     unsigned int severity_;
     const char* call_;
     bool wanted_;
-    char reason_[160] = "";
+    /** Only its first byte is set at once: most scopes are hidden. */
+    char reason_[160];
 };
 
 /**

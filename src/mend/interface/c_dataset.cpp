@@ -86,7 +86,7 @@ void Hand_Out_File(const Encoded_File& file, unsigned char** bytes, size_t* size
 void Write_Out(const Encoded_File& file, const char* path, bool replace)
 {
     const std::string error = Write_Safely(
-        path, [&](const Piece_Taker& take) { return file.Give(take); }, replace);
+        path, [&](const File_Taker& taker) { return file.Give(taker); }, replace);
     if (!error.empty()) {
         throw Failure{DICOM_MEND_CANNOT_WRITE, std::string(path) + ": " + error};
     }

@@ -207,6 +207,23 @@ public:
         }
         return true;
     }
+    /** Copies bytes of another file as far as the system does it by itself. */
+    std::int64_t Copy(int from, std::int64_t offset, std::int64_t size,
+                      const Held_Signals& signals) const
+    {
+        constexpr std::int64_t Block = std::int64_t{1} << 26;
+        std::int64_t done = 0;
+        while (done < size && !signals.One_Waits()) {
+            off_t place = offset + done;
+            const auto wanted = static_cast<std::size_t>(std::min(Block, size - done));
+            const ssize_t count = copy_file_range(from, &place, descriptor_, nullptr, wanted, 0);
+            if (count <= 0) {
+                break;
+            }
+            done += count;
+        }
+        return done;
+    }
     /** Takes over the owner, the group and the rights of the file that will be replaced. */
     bool Take_Over(const struct stat& old) const
     {
@@ -293,12 +310,14 @@ std::string Write_Safely(const std::string& path,
 {
     return Write_Safely(
         path,
-        [&](const Piece_Taker& take) { return std::all_of(pieces.begin(), pieces.end(), take); },
+        [&](const File_Taker& file) {
+            return std::all_of(pieces.begin(), pieces.end(), file.take);
+        },
         replace);
 }
 
 std::string Write_Safely(const std::string& path,
-                         const std::function<bool(const Piece_Taker&)>& give, bool replace)
+                         const std::function<bool(const File_Taker&)>& give, bool replace)
 {
     const std::string name = Name_Of(path);
     const Folder folder(Folder_Of(path));
@@ -310,10 +329,16 @@ std::string Write_Safely(const std::string& path,
     const Held_Signals signals;
     Temporary_File file(folder, target.exists ? S_IRUSR | S_IWUSR : 0666);
     bool writable = file.Opened();
-    const bool given = writable && give([&](std::span<const unsigned char> piece) {
-                           writable = file.Write(piece, signals);
-                           return writable;
-                       });
+    const File_Taker taker = {
+        .take =
+            [&](std::span<const unsigned char> piece) {
+                writable = file.Write(piece, signals);
+                return writable;
+            },
+        .copy = [&](int from, std::int64_t offset,
+                    std::int64_t size) { return file.Copy(from, offset, size, signals); },
+    };
+    const bool given = writable && give(taker);
     if (writable && !given) {
         return "cannot be written, for a part of it cannot be read";
     }

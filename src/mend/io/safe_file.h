@@ -2,6 +2,7 @@
 #ifndef LIB_MEND_SAFE_FILE_H
 #define LIB_MEND_SAFE_FILE_H
 
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -34,11 +35,26 @@ std::string Write_Safely(const std::string& path,
 using Piece_Taker = std::function<bool(std::span<const unsigned char>)>;
 
 /**
- * Writes the pieces that `give` hands to its argument, so that they need not be in memory together.
- * `give` returns false when its argument did, or when it has not got what it should give.
+ * Has the system copy bytes of another file, which then need not pass through the process.
+ *
+ * @return number of bytes from the front that are copied; fewer where the system cannot do it, and
+ *         the rest has to be handed over as pieces
+ */
+using Range_Taker =
+    std::function<std::int64_t(int descriptor, std::int64_t offset, std::int64_t size)>;
+
+/** The file that is being written. */
+struct File_Taker {
+    Piece_Taker take;
+    Range_Taker copy;
+};
+
+/**
+ * Writes what `give` hands to its argument, so that it need not be in memory together. `give` returns
+ * false when its argument did, or when it has not got what it should give.
  */
 std::string Write_Safely(const std::string& path,
-                         const std::function<bool(const Piece_Taker&)>& give, bool replace);
+                         const std::function<bool(const File_Taker&)>& give, bool replace);
 
 }  // namespace lib_mend
 

@@ -54,6 +54,11 @@ public:
     {
         return image_;
     }
+    /** The file that the bytes are read from, -1 when they are in memory. */
+    int Descriptor() const
+    {
+        return image_ == nullptr ? descriptor_ : -1;
+    }
     /**
      * Copies bytes out, without moving any position.
      *

@@ -9,17 +9,24 @@ namespace {
 /** A multiple of every width, so that no unit is cut in two. */
 constexpr std::int64_t Block = std::int64_t{1} << 18;
 
-bool Give_Extent(const Extent& extent, const Piece_Taker& take)
+/** Too little to be worth a call of its own. */
+constexpr std::int64_t Least_Range = std::int64_t{1} << 20;
+
+bool Give_Extent(const Extent& extent, const File_Taker& file)
 {
-    Bytes block(static_cast<std::size_t>(std::min(Block, extent.size)));
-    for (std::int64_t done = 0; done < extent.size;) {
+    const int descriptor = extent.source->Descriptor();
+    const bool may_copy =
+        file.copy != nullptr && descriptor >= 0 && extent.width <= 1 && extent.size >= Least_Range;
+    const std::int64_t copied = may_copy ? file.copy(descriptor, extent.offset, extent.size) : 0;
+    Bytes block(static_cast<std::size_t>(std::min(Block, extent.size - copied)));
+    for (std::int64_t done = copied; done < extent.size;) {
         const auto size = static_cast<std::size_t>(std::min(Block, extent.size - done));
         const std::span<unsigned char> piece(block.data(), size);
         if (extent.source->Read(extent.offset + done, piece) != size) {
             return false;
         }
         Reverse_Units(piece, extent.width);
-        if (!take(piece)) {
+        if (!file.take(piece)) {
             return false;
         }
         done += static_cast<std::int64_t>(size);
@@ -65,17 +72,17 @@ void Encoded_File::Clear()
     extents_.clear();
 }
 
-bool Encoded_File::Give(const Piece_Taker& take) const
+bool Encoded_File::Give(const File_Taker& file) const
 {
     const std::span<const unsigned char> own(bytes_);
     std::size_t at = 0;
     const auto give_own = [&](std::size_t end) {
         const std::span<const unsigned char> piece = own.subspan(at, end - at);
         at = end;
-        return piece.empty() || take(piece);
+        return piece.empty() || file.take(piece);
     };
     for (const Placed_Extent& placed : extents_) {
-        if (!give_own(placed.behind) || !Give_Extent(placed.extent, take)) {
+        if (!give_own(placed.behind) || !Give_Extent(placed.extent, file)) {
             return false;
         }
     }
@@ -85,10 +92,10 @@ bool Encoded_File::Give(const Piece_Taker& take) const
 Bytes Encoded_File::Joined() const
 {
     Bytes all;
-    Give([&](std::span<const unsigned char> piece) {
+    Give(Piece_Taker([&](std::span<const unsigned char> piece) {
         all.insert(all.end(), piece.begin(), piece.end());
         return true;
-    });
+    }));
     return all;
 }
 

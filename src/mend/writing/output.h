@@ -42,7 +42,12 @@ public:
      *
      * @return false when the taker stopped, or when an extent could not be read
      */
-    bool Give(const Piece_Taker& take) const;
+    bool Give(const Piece_Taker& take) const
+    {
+        return Give(File_Taker{take, nullptr});
+    }
+    /** The same, to a file: extents that stay as they are need not be read. */
+    bool Give(const File_Taker& file) const;
     /** All bytes, as far as they can be read. */
     Bytes Joined() const;
 

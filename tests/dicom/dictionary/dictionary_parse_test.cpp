@@ -10,7 +10,7 @@ namespace {
 using namespace lib_dicom;
 
 /** Chains of all groups: "[group/mask element/mask number of VRs 'name' multiplicity ...]". */
-std::string Describe(const Dictionary& dictionary)
+std::string Describe(Dictionary& dictionary)
 {
     std::string text;
     char part[200];
