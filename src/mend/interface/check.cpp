@@ -1,6 +1,7 @@
 #include "mend/interface/check.h"
 
 #include "mend/interface/heal.h"
+#include "mend/interface/output_form.h"
 #include "mend/writing/file_meta.h"
 
 #include <string>
@@ -13,8 +14,9 @@ void Check(Data_Set& set, const Heal_Options& options, Findings& findings)
         return;
     }
     Heal(set, options, findings);
-    const std::string syntax =
-        set.encoding.encapsulated ? set.syntax : std::string(UID_Of(set.encoding));
+    // What only the form of the output shows is a fault of the file all the same.
+    const Encoding encoding = Fit_To_Output(set, Output_Syntax::Keep, options, findings);
+    const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
     Complete_Meta(set, syntax, findings);
     findings.Settle_Errors();
 }
