@@ -69,6 +69,29 @@ std::int64_t Next_Of(const Source& source, std::int64_t at, const Plain_Header& 
     return next <= source.Size() ? next : -1;
 }
 
+/**
+ * Some writers leave the two bytes of every VR empty: the registry tells how long the length is. In
+ * big endian such headers cannot be told from those of implicit VR.
+ */
+bool Read_Header_Of_Empty_VR(const Source& source, std::int64_t at, const Encoding& encoding,
+                             Plain_Header& header)
+{
+    std::array<unsigned char, 12> bytes = {};
+    if (!encoding.explicit_vr || encoding.big_endian || source.Read(at, bytes) < bytes.size() ||
+        bytes[4] != 0 || bytes[5] != 0) {
+        return false;
+    }
+    const unsigned char order = encoding.Code();
+    header = {};
+    header.tag = {Get_UShort(order, bytes.data()), Get_UShort(order, bytes.data() + 2)};
+    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const bool is_long = entry != nullptr && Is_Long_VR(entry->vr[0]);
+    header.size = is_long ? 12 : 8;
+    header.length =
+        is_long ? Get_Int(order, bytes.data() + 8) : Get_UShort(order, bytes.data() + 6);
+    return entry != nullptr && header.length >= DICOM_Undefined_Length;
+}
+
 /** A header that says by itself what it is: a tag of the registry with its VR and a length. */
 bool Is_Telling(const Plain_Header& header)
 {
@@ -112,7 +135,8 @@ int Score_Of(const Source& source, std::int64_t offset, const Encoding& encoding
     Tag last;
     for (int i = 0; i < Enough_Elements; ++i) {
         Plain_Header header;
-        const bool is_header = Read_Plain_Header(source, offset, encoding, header);
+        const bool is_header = Read_Plain_Header(source, offset, encoding, header) ||
+                               Read_Header_Of_Empty_VR(source, offset, encoding, header);
         const std::int64_t next = is_header ? Next_Of(source, offset, header) : -1;
         if (next < 0 || header.tag.group == Meta_Group ||
             (i == 0 && header.tag.group == Item_Group)) {

@@ -123,12 +123,13 @@ int Outlook::Step_Element(const Element_Header& read)
         return Is_Explicit(header.mode) ? Length_Points : Doubtful_Points;
     case Grade::VR_Impossible: {
         const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
-        const bool is_long = entry != nullptr && Is_Long_VR(entry->vr[0]);
+        const unsigned short vr = Meant_VR(header.vr, entry);
+        const bool is_long = vr != VR_UN && Is_Long_VR(vr);
         const Header_Form form = Top().habit != Header_Form::Implicit ? Top().habit
                                  : is_long                            ? Header_Form::Long
                                                                       : Header_Form::Short;
         header = Decode_Header_As(window_.At(at_, Longest_Header), header.mode, form);
-        header.vr = entry != nullptr ? entry->vr[0] : VR_UN;
+        header.vr = vr;
         // A tag that is known and in order speaks for itself, for those writers that know no VR.
         most = entry != nullptr ? Fair_Points : Doubtful_Points;
         Top().last = header.tag;

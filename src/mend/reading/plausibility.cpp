@@ -69,6 +69,16 @@ bool Allows(const TAG_db_Elems& entry, unsigned short vr)
     return vr == VR_UN || std::find(entry.vr, end, vr) != end;
 }
 
+unsigned short Meant_VR(unsigned short vr, const TAG_db_Elems* entry)
+{
+    constexpr unsigned short Small = 0x2020;
+    const auto capitals = static_cast<unsigned short>(vr & ~unsigned{Small});
+    if ((vr & Small) == Small && Is_Known_VR(capitals)) {
+        return capitals;
+    }
+    return entry != nullptr && Is_Known_VR(entry->vr[0]) ? entry->vr[0] : VR_UN;
+}
+
 bool Has_Nested_Content(const Element_Header& header, const TAG_db_Elems* entry)
 {
     if (header.vr == VR_SQ) {

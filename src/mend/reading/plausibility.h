@@ -20,6 +20,9 @@ enum class Grade : unsigned char {
 /** True for a VR that the entry allows, and for UN. */
 bool Allows(const TAG_db_Elems& entry, unsigned short vr);
 
+/** What a VR that does not exist should be: its letters as capitals, that of the entry, or UN. */
+unsigned short Meant_VR(unsigned short vr, const TAG_db_Elems* entry);
+
 /** True when the element is a sequence or encapsulated, by its VR, its length or the dictionary. */
 bool Has_Nested_Content(const Element_Header& header, const TAG_db_Elems* entry);
 

@@ -35,7 +35,7 @@ Element_Header Element_Reader::With_VR(const Element_Header& header) const
     Element_Header known = header;
     if (header.form != Header_Form::Implicit && !Is_Known_VR(header.vr)) {
         const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
-        known.vr = entry != nullptr && Is_Known_VR(entry->vr[0]) ? entry->vr[0] : VR_UN;
+        known.vr = Meant_VR(header.vr, entry);
     }
     return known;
 }
