@@ -18,6 +18,8 @@ namespace lib_mend {
 namespace {
 
 constexpr std::int64_t Item_Header_Size = 8;
+/** So many bytes may be too many or too few in a damaged header. */
+constexpr std::int64_t Most_Slack = 2;
 
 }  // namespace
 
@@ -53,8 +55,10 @@ void Element_Reader::Skip_Delimiter(const Element_Header& header, const char* wh
 bool Element_Reader::Ends_As_Claimed(const Nesting_Level& level) const
 {
     const std::int64_t late = position_ - level.claimed_end;
+    const std::int64_t put_in = shift_.if_put_in - level.shift.if_put_in;
+    const std::int64_t slack = shift_.damaged != level.shift.damaged ? Most_Slack : 0;
     return level.claimed_end != Level_View::Open &&
-           (late == 0 || late == shift_.if_put_in - level.shift.if_put_in ||
+           (late == 0 || std::abs(late - put_in) <= slack ||
             late == shift_.if_left_over - level.shift.if_left_over);
 }
 
@@ -128,7 +132,8 @@ bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
             level.claimed_end + shift_.if_put_in - level.shift.if_put_in;
         const bool is_near = std::abs(position_ - claimed_end) <= Few_Bytes &&
                              claimed_end - level.owner->data_pos > Few_Bytes;
-        if (!descends && !(is_near && end > claimed_end)) {
+        const std::int64_t slack = shift_.damaged != level.shift.damaged ? Most_Slack : 0;
+        if (!descends && !(is_near && end > claimed_end + slack)) {
             break;
         }
         --levels;
@@ -375,7 +380,7 @@ void Element_Reader::Read_Delimiter_In_List(const Element_Header& header)
                                    : "item delimitation outside an item");
     } else if (header.tag == Sequence_End_Tag) {
         Read_Sequence_End_In_List(header);
-    } else {
+    } else if (!Leave_Exact_Lengths(header)) {
         Settle(header);
     }
 }

@@ -20,6 +20,7 @@
 #include "mend/reading/data_set.h"
 #include "mend/reading/straight.h"
 
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -121,6 +122,7 @@ private:
     void Note_Claim(std::uint32_t length, std::uint32_t claimed);
     void Note_Shift(std::int64_t bytes);
     void Note_Shift(std::int64_t if_put_in, std::int64_t if_left_over);
+    void Move_Weak_Ends(std::initializer_list<std::int64_t> shifts);
     bool Ask_Library(const Element_Header& as_read, Element_Header& header);
 
     // ---- hidden_items.cpp

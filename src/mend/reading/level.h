@@ -42,6 +42,8 @@ struct Level_View {
 struct Shift {
     std::int64_t if_put_in = 0;
     std::int64_t if_left_over = 0;
+    /** Damaged headers, in which a byte or two may be too many or too few. */
+    std::int64_t damaged = 0;
 };
 
 struct Nesting_Level : Level_View {

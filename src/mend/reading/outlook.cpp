@@ -307,7 +307,8 @@ unsigned char Mode_In_Item(Window& window, std::int64_t at, const Level_View& it
                                 : otherwise.vr != VR_UN && Allows(*entry, otherwise.vr);
         return speaks && Judge(otherwise, at, item) >= Grade::Doubtful ? other : item.mode;
     }
-    const bool is_better = grade < Grade::Doubtful && Judge(otherwise, at, item) >= Grade::Doubtful;
+    const bool is_better = header.tag != Tag{} && grade < Grade::Doubtful &&
+                           Judge(otherwise, at, item) >= Grade::Doubtful;
     return is_better && !Is_Known_VR(header.vr) && Leads_To_Next(window, otherwise, at, item)
                ? other
                : item.mode;

@@ -99,8 +99,11 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
     const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
     const bool has_vr = is_explicit && Is_Known_VR(header.vr);
     const Grade tag = Judge_Tag(header.tag, list, entry, is_explicit);
-    if (tag == Grade::Impossible) {
-        return tag;
+    constexpr std::uint32_t Group_Length_Size = 4;
+    const bool is_wrong_group_length =
+        header.tag.element == 0x0000 && header.length != Group_Length_Size && header.length != 0;
+    if (tag == Grade::Impossible || is_wrong_group_length) {
+        return Grade::Impossible;
     }
     if (is_explicit && !has_vr) {
         return tag == Grade::Sound ? Grade::VR_Impossible : Grade::Impossible;
@@ -109,10 +112,6 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
         !is_explicit || (entry != nullptr ? Allows(*entry, header.vr)
                                           : !Is_Creator(header.tag) || Holds_Names(header.vr));
     const bool is_nested = Has_Nested_Content(header, entry);
-    constexpr std::uint32_t Group_Length_Size = 4;
-    if (header.tag.element == 0x0000 && header.length != Group_Length_Size && header.length != 0) {
-        return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;
-    }
     if (!Is_Length_Possible(header, at, list.limit, is_nested)) {
         return tag == Grade::Sound && fits ? Grade::Length_Impossible : Grade::Impossible;
     }

@@ -51,7 +51,7 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
     const Element_Header header = Decode_Header(Header_Bytes(at), level.mode);
     // A private element shows by the one in front of it, if that is what it says it is.
     const bool has_company = levels == levels_.size() && header.tag.group == last.group &&
-                             last.group % 2 != 0 && last > level.last;
+                             last.group % 2 != 0 && last > level.last && header.tag > last;
     Tag behind = has_company ? last : level.last;
     constexpr unsigned short First_Private_Element = 0x1000;
     const Tag creator = {header.tag.group, First_Private_Element - 1};

@@ -245,7 +245,8 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     }
     Element_Header empty = header;
     empty.length = 0;
-    if (header.size == 0 || Judge(empty, position_, Top()) != Grade::Sound) {
+    const bool is_made_up = header.vr != as_read.vr && header.tag.element == 0x0000;
+    if (header.size == 0 || is_made_up || Judge(empty, position_, Top()) != Grade::Sound) {
         return false;
     }
     const std::int64_t value = position_ + header.size;
@@ -257,7 +258,8 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     }
     // A sound header is believed, unless there is no doubt that elements stand in its value.
     const bool is_doubtful = place.has_value() && place->position < claimed &&
-                             Judge(as_read, position_, Top()) == Grade::Sound && !Is_Strong(*place);
+                             Judge(as_read, position_, Top()) == Grade::Sound &&
+                             !Holds_Controls(header) && !Is_Strong(*place);
     const bool holds = claimed <= Top().limit && (is_doubtful || !place.has_value() ||
                                                   Length_Holds(header, claimed, place->position));
     const std::int64_t end = holds ? claimed : place.has_value() ? place->position : Top().limit;
@@ -322,14 +324,22 @@ void Element_Reader::Note_Shift(std::int64_t bytes)
 /** Bytes too many, or too few, move the ends of all that is open. */
 void Element_Reader::Note_Shift(std::int64_t if_put_in, std::int64_t if_left_over)
 {
-    // A damaged length says nothing about how many they are.
-    constexpr std::int64_t Most = 4096;
-    constexpr std::size_t Levels_Moved = 32;
-    if (if_put_in == 0 || if_put_in < -Most || if_put_in > Most) {
-        return;
+    constexpr std::int64_t Most = 512;
+    if (if_put_in < -Most || if_put_in > Most) {
+        // A damaged length says nothing about how many they are.
+        ++shift_.damaged;
+        Move_Weak_Ends({1, -1, 2, -2});
+    } else if (if_put_in != 0) {
+        shift_.if_put_in += if_put_in;
+        shift_.if_left_over += if_left_over;
+        Move_Weak_Ends({if_put_in, if_left_over});
     }
-    shift_.if_put_in += if_put_in;
-    shift_.if_left_over += if_left_over;
+}
+
+/** Ends that nothing behind them speaks for move to where something does. */
+void Element_Reader::Move_Weak_Ends(std::initializer_list<std::int64_t> shifts)
+{
+    constexpr std::size_t Levels_Moved = 32;
     for (std::size_t i = 1; i < levels_.size() && levels_.size() <= Levels_Moved; ++i) {
         Nesting_Level& level = levels_[i];
         if (level.end == Level_View::Open) {
@@ -337,7 +347,7 @@ void Element_Reader::Note_Shift(std::int64_t if_put_in, std::int64_t if_left_ove
             level.is_weak = levels_[i - 1].is_weak;
             continue;
         }
-        for (const std::int64_t bytes : {if_put_in, if_left_over}) {
+        for (const std::int64_t bytes : shifts) {
             if (level.is_weak && level.end + bytes >= position_ &&
                 Trust_In(level.end + bytes, i) == Trust::Full) {
                 level.end += bytes;
