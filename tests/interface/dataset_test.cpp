@@ -201,6 +201,27 @@ TEST(Dataset, KeepsToTheCharacterSetThatIsDeclared)
     EXPECT_THROW(ds.set("Modality", "Ü"), Error);
 }
 
+TEST(Dataset, IsChangedByKeywordsAndNumbers)
+{
+    Dataset ds;
+    ds.set("Rows", 512);
+    ds.set({0x0028, 0x0030}, 0.5);
+    ds.set("RescaleSlope", 2.5F);
+    const Item item = ds.add_item("RequestAttributesSequence");
+    ds.set("0040,0009", "A", item);
+    EXPECT_EQ(ds["Rows"].integer(), 512);
+    EXPECT_EQ(ds["PixelSpacing"].number(), 0.5);
+    EXPECT_EQ(ds["RescaleSlope"].text(), "2.5");
+    EXPECT_EQ(ds["0040,0275[0]/ScheduledProcedureStepID"].text(), "A");
+    EXPECT_THROW(ds.set("rows", 1), Error);
+    EXPECT_THROW(ds.set("Rows", -1), Error);
+    const std::string json = ds.to_json();
+    EXPECT_EQ(Dataset::from_json(json).to_json(), json);
+    EXPECT_THROW(Dataset::from_json("{"), Error);
+    EXPECT_TRUE(ds.remove("Rows"));
+    EXPECT_FALSE(ds.remove("Rows"));
+}
+
 TEST(Session, FindsWhatTheCommandLineFindsAndChangesNothingByIt)
 {
     Session session;
