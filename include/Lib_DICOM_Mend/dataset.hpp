@@ -127,8 +127,11 @@ public:
     Element at(const std::string& path) const
     {
         const dicom_mend_element* element = nullptr;
-        detail::check(dicom_mend_find_path(handle(), path.c_str(), &element, nullptr),
-                      path.c_str());
+        const dicom_mend_status status =
+            dicom_mend_find_path(handle(), path.c_str(), &element, nullptr);
+        const char* const why =
+            status == DICOM_MEND_NOT_FOUND ? ": is not there" : ": is no path of tags and keywords";
+        detail::check(status, (path + why).c_str());
         return {handle(), element};
     }
     /** UID of the transfer syntax that it was read in. */
@@ -172,10 +175,16 @@ public:
         const auto value = static_cast<double>(number);
         set(key, std::span(&value, 1), item, vr);
     }
-    template <std::signed_integral Number>
-    void set(const Key& key, Number number, const Item& item = {}, const char* vr = nullptr)
+    template <std::integral Number>
+    requires(!std::same_as<Number, bool> &&
+             !std::same_as<Number, char>) void set(const Key& key, Number number,
+                                                   const Item& item = {}, const char* vr = nullptr)
     {
-        const std::int64_t value = number;
+        if (!std::in_range<std::int64_t>(number)) {
+            set(key, std::to_string(number), item, vr);
+            return;
+        }
+        const auto value = static_cast<std::int64_t>(number);
         set(key, std::span(&value, 1), item, vr);
     }
     /** Bytes as they are; numbers inside are little endian, an odd number of bytes is padded. */

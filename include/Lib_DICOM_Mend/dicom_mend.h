@@ -70,7 +70,7 @@ typedef enum dicom_mend_status {
     DICOM_MEND_NO_OUTPUT = 6,    /**< a finding tells why the data set cannot be written */
     DICOM_MEND_NOT_FOUND = 7,    /**< no such element, item, value, keyword, or nothing to undo */
     DICOM_MEND_BAD_VALUE = 8,    /**< a value that is none of its VR, or does not fit */
-    DICOM_MEND_BAD_JSON = 9,     /**< findings tell line and column */
+    DICOM_MEND_BAD_JSON = 9,     /**< findings tell line and column of what is wrong */
     DICOM_MEND_INTERNAL = 10     /**< a fault of the library */
 } dicom_mend_status;
 

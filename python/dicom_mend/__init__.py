@@ -72,7 +72,7 @@ def _finish(dataset: Dataset, session: Session, target: Any, replace: bool) -> R
     return Result(session.findings, session.outcome, data)
 
 
-def mend(source: Source, target: Union[None, str, os.PathLike, Any] = None, *,
+def mend(source: Source, target: Union[None, str, os.PathLike[str], Any] = None, *,
          replace: bool = False, **options: Any) -> Result:
     """
     Writes a clean copy of a file to a path or file object, or gives its bytes without a target.
@@ -87,7 +87,7 @@ def mend(source: Source, target: Union[None, str, os.PathLike, Any] = None, *,
     return Result(session.findings, session.outcome)
 
 
-def complete(source: Source, target: Union[None, str, os.PathLike, Any] = None, *,
+def complete(source: Source, target: Union[None, str, os.PathLike[str], Any] = None, *,
              module: str = "auto", rules: str = "", replace: bool = False,
              **options: Any) -> Result:
     """The same, with what the IOD requires supplied as far as it can be."""
@@ -97,7 +97,7 @@ def complete(source: Source, target: Union[None, str, os.PathLike, Any] = None, 
     return _finish(dataset, session, target, replace)
 
 
-def undo(source: Source, target: Union[None, str, os.PathLike, Any] = None, *,
+def undo(source: Source, target: Union[None, str, os.PathLike[str], Any] = None, *,
          replace: bool = False) -> Result:
     """Writes a copy with the values that the last mending with `record` changed put back."""
     session = Session()

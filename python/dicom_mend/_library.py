@@ -6,6 +6,7 @@ import ctypes
 import os
 import pathlib
 from ctypes import POINTER, byref, c_char_p, c_double, c_int, c_int64, c_size_t, c_uint32, c_void_p
+from typing import TYPE_CHECKING, Any, Callable, Optional
 
 _NAME = "libLib_DICOM_Mend.so.21"
 
@@ -100,6 +101,9 @@ class MendError(Exception):
 class _Library:
     """The functions, without their prefix, as attributes."""
 
+    if TYPE_CHECKING:
+        def __getattr__(self, function: str) -> Any: ...
+
     def __init__(self) -> None:
         inside = pathlib.Path(__file__).parent / "lib" / _NAME
         name = os.environ.get("DICOM_MEND_LIBRARY") or (str(inside) if inside.exists() else _NAME)
@@ -114,7 +118,7 @@ class _Library:
 lib = _Library()
 
 
-def check(status: int, reason: bytes | None = None) -> None:
+def check(status: int, reason: Optional[bytes] = None) -> None:
     """Turns a status into an exception."""
     if status == OK:
         return
@@ -124,7 +128,7 @@ def check(status: int, reason: bytes | None = None) -> None:
     raise MendError(status, text)
 
 
-def text_of(function, *arguments) -> str:
+def text_of(function: Callable[..., int], *arguments: Any) -> str:
     """A text from a function that writes into a buffer and returns the length."""
     buffer = ctypes.create_string_buffer(128)
     size = function(*arguments, buffer, len(buffer))
@@ -134,7 +138,7 @@ def text_of(function, *arguments) -> str:
     return buffer.raw[:size].decode("utf-8")
 
 
-def taken(call) -> bytes:
+def taken(call: Callable[[Any, Any], None]) -> bytes:
     """Bytes that a call hands out by pointer and size, and that are freed here."""
     memory, size = c_void_p(), c_size_t()
     call(byref(memory), byref(size))

@@ -6,7 +6,8 @@ import ctypes
 import json
 import os
 from ctypes import byref, c_double, c_int64, c_size_t, c_uint32, c_void_p
-from typing import Any, Iterator, List, MutableMapping, Optional, Sequence, Union
+from typing import (
+    Any, Dict, Iterator, List, Mapping, MutableMapping, Optional, Sequence, Set, Tuple, Union)
 
 from . import _library
 from ._library import MendError, check, lib, taken, text_of
@@ -45,23 +46,26 @@ class Element:
         self._age = dataset._age
 
     @property
-    def _handle(self) -> int:
+    def _handle(self) -> Any:
         if self._age != self._dataset._age:
             raise RuntimeError("the data set was changed since this was taken from it")
         return self._place
 
     @property
     def tag(self) -> int:
-        return lib.tag(self._handle)
+        """group * 65536 + element."""
+        return int(lib.tag(self._handle))
 
     @property
     def vr(self) -> str:
+        """Two letters, or nothing."""
         buffer = ctypes.create_string_buffer(3)
         lib.vr(self._handle, buffer)
         return buffer.value.decode("latin-1")
 
     @property
     def name(self) -> str:
+        """As the standard calls the attribute, "Unknown Element" and the like for others."""
         return text_of(lib.tag_name, self.tag)
 
     @property
@@ -72,23 +76,25 @@ class Element:
     @property
     def offset(self) -> int:
         """Place of the tag in the file, in bytes."""
-        return lib.offset(self._handle)
+        return int(lib.offset(self._handle))
 
     def __len__(self) -> int:
         """Number of values, or of items."""
         if self.is_sequence:
-            return lib.item_count(self._handle)
-        return lib.value_count(self._dataset.handle, self._handle)
+            return int(lib.item_count(self._handle))
+        return int(lib.value_count(self._dataset.handle, self._handle))
 
     def __bool__(self) -> bool:
         return True
 
     @property
     def is_sequence(self) -> bool:
+        """Whether it holds items."""
         return bool(lib.is_sequence(self._handle))
 
     @property
     def items(self) -> List["Item"]:
+        """Those of a sequence; none of another element."""
         count = lib.item_count(self._handle)
         return [Item(self._dataset, lib.get_item(self._handle, i)) for i in range(count)]
 
@@ -161,14 +167,30 @@ class Element:
         values = [read(i) for i in range(len(self))]
         return values if len(values) > 1 else values[0] if values else None
 
+    def __eq__(self, other: object) -> bool:
+        """The same tag, VR and value; of sequences the same items."""
+        if not isinstance(other, Element):
+            return NotImplemented
+        if (self.tag, self.vr, self.is_sequence) != (other.tag, other.vr, other.is_sequence):
+            return False
+        if self.is_sequence:
+            return self.items == other.items
+        return self.fragments == other.fragments and self.bytes == other.bytes
+
+    __hash__ = None  # type: ignore[assignment]
+
     def __repr__(self) -> str:
         return f"<Element ({tag_text(self.tag)}) {self.vr} {self.name}>"
 
 
-class _Elements(MutableMapping):
-    """What items and data sets have in common."""
+_NONE = object()
+
+
+class _Elements(MutableMapping[Key, Any]):
+    """What items and data sets have in common: keys lead to elements, and are set to values."""
 
     _dataset: "Dataset"
+    _age: int
 
     def _item(self) -> Optional[int]:
         raise NotImplementedError
@@ -185,6 +207,9 @@ class _Elements(MutableMapping):
         except KeyError:
             return False
         return True
+
+    def __repr__(self) -> str:
+        return f"<{type(self).__name__} of {len(self)} elements>"
 
     def __iter__(self) -> Iterator[str]:
         return (tag_text(element.tag) for element in self.elements())
@@ -217,9 +242,11 @@ class _Elements(MutableMapping):
             data = bytes(value or b"")
             check(lib.set_bytes(*place, data, len(data)))
             return
-        values = [value] if isinstance(value, (str, int, float)) else list(value)
+        if isinstance(value, (Mapping, Set)):
+            raise TypeError(f"{type(value).__name__}: is no value of an element")
+        values: List[Any] = [value] if isinstance(value, (str, int, float)) else list(value)
         if all(isinstance(one, str) for one in values):
-            data = "\\".join(values).encode("utf-8")  # type: ignore[arg-type]
+            data = "\\".join(values).encode("utf-8")
             check(lib.set_text(*place, data, len(data)))
         elif all(isinstance(one, int) for one in values):
             check(lib.set_ints(*place, (c_int64 * len(values))(*values), len(values)))
@@ -232,6 +259,21 @@ class _Elements(MutableMapping):
             raise KeyError(key)
         if isinstance(self, Item):
             self._age = self._dataset._age
+
+    def pop(self, key: Key, default: Any = _NONE) -> Any:
+        """Takes an element out and gives its value, of a sequence None."""
+        if key not in self and default is not _NONE:
+            return default
+        element = self[key]
+        value = None if element.is_sequence else element.value
+        del self[key]
+        return value
+
+    def popitem(self) -> Tuple[str, Any]:
+        """Takes the first element out and gives its tag and its value, of a sequence None."""
+        for tag in self:
+            return tag, self.pop(tag)
+        raise KeyError("there are no elements")
 
     def add_item(self, key: Key) -> "Item":
         """A new item at the end of a sequence, which comes into being when it is not there."""
@@ -277,6 +319,7 @@ class Dataset(_Elements):
 
     @property
     def handle(self) -> int:
+        """For calls of the C interface."""
         assert self._own is not None
         return self._own
 
@@ -293,6 +336,7 @@ class Dataset(_Elements):
         return Element(self, found.value or 0)
 
     def __copy__(self) -> "Dataset":
+        """A data set of its own with all that this one holds."""
         copy, session = c_void_p(), Session()
         session.check(lib.dataset_copy(session.handle, self.handle, byref(copy)))
         return Dataset(copy.value)
@@ -342,11 +386,11 @@ class Dataset(_Elements):
 
     def encode(self, session: Optional[Session] = None) -> bytes:
         """A clean Part 10 file."""
-        session = session or Session()
-        return taken(lambda data, size: session.check(
-            lib.encode(session.handle, self.handle, data, size)))
+        used = session or Session()
+        return taken(lambda data, size: used.check(
+            lib.encode(used.handle, self.handle, data, size)))
 
-    def write(self, target: Union[str, os.PathLike, Any], session: Optional[Session] = None,
+    def write(self, target: Union[str, os.PathLike[str], Any], session: Optional[Session] = None,
               replace: bool = False) -> None:
         """The same into a file, which is there whole or not at all, or into a file object."""
         session = session or Session()
@@ -358,34 +402,35 @@ class Dataset(_Elements):
 
     def to_json(self, longest_inline: int = 0, session: Optional[Session] = None) -> str:
         """The DICOM JSON model (PS3.18 annex F) as text; longer values become references."""
-        session = session or Session()
-        return taken(lambda text, size: session.check(
-            lib.to_json(session.handle, self.handle, longest_inline, text, size))).decode("utf-8")
+        used = session or Session()
+        return taken(lambda text, size: used.check(
+            lib.to_json(used.handle, self.handle, longest_inline, text, size))).decode("utf-8")
 
-    def to_json_model(self, longest_inline: int = 0) -> dict:
+    def to_json_model(self, longest_inline: int = 0) -> Dict[str, Any]:
         """The same as Python has it: dictionaries, lists, texts and numbers."""
-        return json.loads(self.to_json(longest_inline))
+        model: Dict[str, Any] = json.loads(self.to_json(longest_inline))
+        return model
 
     @classmethod
-    def from_json(cls, model: Union[str, bytes, dict],
+    def from_json(cls, model: Union[str, bytes, Dict[str, Any], List[Any]],
                   session: Optional[Session] = None) -> "Dataset":
         """From the DICOM JSON model; what is wrong with it are findings of the session."""
-        session = session or Session()
-        text = json.dumps(model) if isinstance(model, dict) else model
+        used = session or Session()
+        text = json.dumps(model) if isinstance(model, (dict, list)) else model
         data = text.encode("utf-8") if isinstance(text, str) else text
         made = c_void_p()
-        session.check(lib.from_json(session.handle, data, len(data), byref(made)))
+        used.check(lib.from_json(used.handle, data, len(data), byref(made)))
         return cls(made.value)
 
     @classmethod
     def read(cls, source: Source, session: Optional[Session] = None) -> "Dataset":
         """From a path, bytes or a file object; what is wrong with it are findings of the session."""
-        session = session or Session()
+        used = session or Session()
         given, made = path_or_bytes(source), c_void_p()
         if isinstance(given, bytes):
-            session.check(lib.read_buffer(session.handle, given, len(given), byref(made)))
+            used.check(lib.read_buffer(used.handle, given, len(given), byref(made)))
         else:
-            session.check(lib.read_file(session.handle, os.fsencode(given), byref(made)))
+            used.check(lib.read_file(used.handle, os.fsencode(given), byref(made)))
         return cls(made.value)
 
 

@@ -13,6 +13,8 @@ from ._library import FindingData, lib
 
 
 class Severity(enum.IntEnum):
+    """How grave a fault is; INFO is none."""
+
     INFO = 0
     WARNING = 1
     ERROR = 2
@@ -29,6 +31,8 @@ class Level(enum.IntEnum):
 
 @dataclasses.dataclass(frozen=True)
 class Finding:
+    """What was found, and what becomes of it."""
+
     #: Stable number and stable name of the kind: "odd-length".
     code: int
     kind: str

@@ -10,7 +10,7 @@ from ._library import check, lib, taken
 from .findings import Finding, findings_of
 
 #: A path, the bytes of a file, or an open binary file.
-Source = Union[str, os.PathLike, bytes, bytearray, memoryview, IO[bytes]]
+Source = Union[str, os.PathLike[str], bytes, bytearray, memoryview, IO[bytes]]
 
 _FLAGS = {
     "strict": 1,
@@ -49,6 +49,7 @@ class Session:
 
     @property
     def handle(self) -> int:
+        """For calls of the C interface."""
         assert self._handle is not None
         return self._handle
 
@@ -59,18 +60,22 @@ class Session:
 
     @property
     def findings(self) -> List[Finding]:
+        """All since the session was made or cleared, in their order."""
         return findings_of(self.handle)
 
     @property
     def outcome(self) -> int:
         """0 nothing against the standard, 1 something is, 2 something was lost."""
-        return lib.outcome(self.handle)
+        return int(lib.outcome(self.handle))
 
     def clear_findings(self) -> None:
+        """Forgets them."""
         lib.clear_findings(self.handle)
 
     def report(self, file: str, format: str = "text", show_values: bool = False) -> str:
         """All findings as "text", "json" (an object a line) or "sarif"."""
+        if format not in _FORMATS:
+            raise ValueError(f"format: {format!r} is none of {', '.join(_FORMATS)}")
         name, number = os.fsencode(file), _FORMATS[format]
         return taken(
             lambda text, size: self.check(
@@ -83,5 +88,8 @@ def path_or_bytes(source: Source) -> Union[bytes, str]:
     if isinstance(source, (bytes, bytearray, memoryview)):
         return bytes(source)
     if hasattr(source, "read"):
-        return source.read()
+        data = source.read()
+        if not isinstance(data, bytes):
+            raise TypeError("the file was not opened as a binary one")
+        return data
     return os.fspath(source)

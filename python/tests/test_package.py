@@ -81,6 +81,10 @@ def test_tells_wrong_calls_apart(tmp_path):
     assert [finding.kind for finding in dicom_mend.check(b"no DICOM")] == ["not-dicom"]
     with pytest.raises(TypeError, match="no such option"):
         dicom_mend.check(b"", stern=True)
+    with pytest.raises(TypeError, match="binary"):
+        dicom_mend.read(io.StringIO("x"))
+    with pytest.raises(ValueError, match="format"):
+        dicom_mend.Session().report("x", "xml")
     with pytest.raises(ValueError, match="syntax"):
         dicom_mend.mend(b"", syntax="morse")
     with pytest.raises(MendError):
@@ -113,8 +117,14 @@ def test_is_a_mapping():
     with pytest.raises(RuntimeError):
         element.value
     assert len(twin) == 7 and len(ds) == 6
+    assert twin == copy.copy(twin) and twin != ds and twin["PatientName"] == ds["PatientName"]
+    assert twin.pop("PatientName") == "Doe^Jane" and twin.pop("PatientName", 1) == 1
+    assert twin.popitem() == ("0008,0016", "1.2.840.10008.5.1.4.1.1.7")
     with pytest.raises(MendError):
         ds["Rows"] = "many"
+    for wrong in ({}, set(), [1, "x"], object()):
+        with pytest.raises(TypeError):
+            ds["Rows"] = wrong
 
 
 def test_gives_and_takes_json():
@@ -124,6 +134,7 @@ def test_gives_and_takes_json():
     assert model["00100010"]["Value"] == [{"Alphabetic": "Müller^Jürgen"}]
     again = Dataset.from_json(model)
     assert again.to_json_model() == model == json.loads(ds.to_json())
+    assert Dataset.from_json([model]) == Dataset.from_json(json.dumps(model)) == again
     with pytest.raises(MendError):
         Dataset.from_json("{")
 

@@ -15,6 +15,7 @@
 namespace {
 
 using namespace dicom_mend;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -209,6 +210,10 @@ TEST(Dataset, IsChangedByKeywordsAndNumbers)
     ds.set("RescaleSlope", 2.5F);
     const Item item = ds.add_item("RequestAttributesSequence");
     ds.set("0040,0009", "A", item);
+    ds.set("0009,1001", std::numeric_limits<std::uint64_t>::max(), {}, "UV");
+    ds.set("0009,1002", std::uint16_t{7}, {}, "UV");
+    EXPECT_EQ(ds["0009,1001"].text(), "18446744073709551615");
+    EXPECT_EQ(ds["0009,1002"].text(), "7");
     EXPECT_EQ(ds["Rows"].integer(), 512);
     EXPECT_EQ(ds["PixelSpacing"].number(), 0.5);
     EXPECT_EQ(ds["RescaleSlope"].text(), "2.5");
@@ -271,7 +276,22 @@ TEST(Session, CompletesAndTakesBack)
     EXPECT_THROW(session.undo(recorded), Error);
     session.complete(ds, "SC", "(0008,0064) - -- ! \"WSD\"");
     EXPECT_EQ(ds["ConversionType"].text(), "WSD");
-    EXPECT_THROW(session.complete(ds, "NO_SUCH_IOD"), Error);
+    const auto reason_of = [](auto&& call) {
+        try {
+            call();
+        } catch (const Error& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    EXPECT_THAT(reason_of([&] { session.complete(ds, "NO_SUCH_IOD"); }),
+                AllOf(HasSubstr("it is not there: "), HasSubstr("NO_SUCH_IOD")));
+    EXPECT_EQ(reason_of([&] { ds.at("x"); }), "x: is no path of tags and keywords");
+    EXPECT_EQ(reason_of([&] { ds.at("PatientComments"); }), "PatientComments: is not there");
+    EXPECT_EQ(
+        reason_of([&] { session.from_json("["); }),
+        "it is no DICOM JSON model: line 1, column 2: no JSON: unexpected end of input; expected "
+        "'[', '{', or a literal");
     const std::string json = session.to_json(session.read(session.encode(ds)));
     EXPECT_THAT(json, HasSubstr(R"("00080064")"));
     const Dataset from = session.from_json(json);

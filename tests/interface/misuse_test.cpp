@@ -239,7 +239,7 @@ TEST_F(Misuse, FailuresHaveAReasonUntilTheNextCall)
     dicom_mend_read_file(session, "/no/such/file", &out);
     EXPECT_STREQ(dicom_mend_last_error(session), "/no/such/file: No such file or directory");
     dicom_mend_read_buffer(session, nullptr, 0, &out);
-    EXPECT_STREQ(dicom_mend_last_error(session), "it is no DICOM data set");
+    EXPECT_STREQ(dicom_mend_last_error(session), "it is no DICOM data set: is empty");
     dicom_mend_set_flag(session, DICOM_MEND_STRICT, 1);
     EXPECT_STREQ(dicom_mend_last_error(session), "");
 }

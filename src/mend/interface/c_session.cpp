@@ -1,4 +1,5 @@
 // Sessions and their options.
+#include "mend/findings/faults.h"
 #include "mend/healing/character_terms.h"
 #include "mend/interface/handles.h"
 
@@ -10,6 +11,17 @@ std::recursive_mutex& Interface_Lock()
 {
     static std::recursive_mutex lock;
     return lock;
+}
+
+std::string Reason_In(const Findings& findings, std::size_t before)
+{
+    for (std::size_t i = findings.All().size(); i > before; --i) {
+        const Finding& finding = findings.All()[i - 1];
+        if (finding.level == Level::Error) {
+            return std::string(": ") + Text_Without_Values(finding);
+        }
+    }
+    return {};
 }
 
 namespace {
@@ -61,10 +73,10 @@ constexpr const char* Status_Texts[] = {
     "the file cannot be read",
     "the file cannot be written",
     "it is no DICOM data set",
-    "the data set cannot be written; a finding tells why",
+    "the data set cannot be written",
     "it is not there",
     "the value is none of its VR",
-    "it is no DICOM JSON model; findings tell line and column",
+    "it is no DICOM JSON model",
     "fault of the library",
 };
 

@@ -62,6 +62,9 @@ dicom_mend_status Guarded(Work&& work) noexcept
     }
 }
 
+/** What the last finding behind the first `before` ones tells of a failure; "" when none does. */
+std::string Reason_In(const Findings& findings, std::size_t before);
+
 /** The same with a session: messages of the library become findings, reasons of failures are kept. */
 template <class Work>
 dicom_mend_status With(dicom_mend_session* session, Work&& work) noexcept
@@ -70,19 +73,24 @@ dicom_mend_status With(dicom_mend_session* session, Work&& work) noexcept
         return DICOM_MEND_BAD_ARGUMENT;
     }
     session->error.clear();
-    return session->status = Guarded([&] {
-               const Library_Session library(session->findings);
-               dicom_mend_status status = DICOM_MEND_OK;
-               try {
-                   status = work();
-               } catch (Failure& failure) {
-                   session->error = std::move(failure.reason);
-                   status = failure.status;
-               }
-               session->findings.Settle_Errors();
-               session->findings.Sum_Up();
-               return status;
-           });
+    session->status = Guarded([&] {
+        const Library_Session library(session->findings);
+        const std::size_t before = session->findings.All().size();
+        dicom_mend_status status = DICOM_MEND_OK;
+        try {
+            status = work();
+        } catch (Failure& failure) {
+            session->error = std::move(failure.reason);
+            status = failure.status;
+        }
+        session->findings.Settle_Errors();
+        session->findings.Sum_Up();
+        if (status != DICOM_MEND_OK && session->error.empty()) {
+            session->error = dicom_mend_status_text(status) + Reason_In(session->findings, before);
+        }
+        return status;
+    });
+    return session->status;
 }
 
 /** What a call hands out is null or 0 unless it succeeds, whatever else is wrong with its arguments. */
