@@ -1,3 +1,4 @@
+#include "support/definition_directory.h"
 #include "support/message_log.h"
 
 #include <Lib_DICOM/codes.h>
@@ -7,34 +8,23 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
-
-#include <unistd.h>
 
 namespace {
 
 /** A definition directory of its own, with one table at a time. */
 class Codes : public testing::Test {
 protected:
-    Codes()
-        : directory_(std::filesystem::temp_directory_path() / ("codes_" + std::to_string(getpid())))
-    {
-        std::filesystem::create_directories(directory_ / "inner");
-        DICOM_Module_Setup(nullptr, directory_.wstring().c_str());
-    }
     ~Codes() override
     {
-        std::filesystem::remove_all(directory_);
         for (char* text : {code_.code_value, code_.coding_scheme, code_.code_meaning}) {
             std::free(text);
         }
     }
 
-    void Write(const std::string& text, const char* name = "table.txt") const
+    void Write(const std::string& text, const char* name = "table") const
     {
-        std::ofstream(directory_ / name, std::ios::binary) << text;
+        directory_.Write(name, text);
     }
     /** The result and the code: "1 scheme value meaning". */
     std::string Set(std::string name, const char* table = "table.txt")
@@ -51,7 +41,7 @@ protected:
     Code_Seq code_ = {};
 
 private:
-    std::filesystem::path directory_;
+    Definition_Directory directory_;
 };
 
 TEST_F(Codes, TakesTheBestEntryOverTheThreshold)
@@ -135,7 +125,7 @@ TEST_F(Codes, WarnsOfEqualEntriesAndRanksAll)
 
 TEST_F(Codes, RefusesWhatIsOutsideTheDirectory)
 {
-    Write("S V Xenon\n", "inner/table.txt");
+    Write("S V Xenon\n", "inner/table");
     EXPECT_EQ(Set("xenon", "inner/table.txt"), "1 S V Xenon");
     const Message_Log log;
     for (const char* table : {"../t", "inner/../../t", "/etc/passwd", "..\\t", "c:t", "", ".."}) {
