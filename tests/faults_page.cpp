@@ -130,6 +130,9 @@ lib_mend::Mend_Options Options_Of(std::istringstream& words)
             options.syntax = word == "implicit-little"   ? lib_mend::Output_Syntax::Implicit_Little
                              : word == "explicit-little" ? lib_mend::Output_Syntax::Explicit_Little
                                                          : lib_mend::Output_Syntax::Explicit_Big;
+        } else if (word == "--record") {
+            options.heal.record = true;
+            options.heal.record_time = "20260102030405+0100";
         } else if (word == "--drop-private") {
             options.drop_private = true;
         } else if (word == "--pad-pixels") {
