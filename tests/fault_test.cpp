@@ -16,6 +16,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -543,9 +544,14 @@ TEST(Fault, WritingWithoutMemory)
 
 TEST(Fault, ValuesWithoutMemory)
 {
-    /** A list of one record as each extractor takes it. */
+    /** A list of one record as each extractor takes it, in a slot that held its first value before. */
     const auto extract = [](const char* notation, auto extractor) {
         return [=](Trial& trial) {
+            constexpr int Slots = 128;
+            const Record_List first(std::string(notation).substr(0, std::strcspn(notation, "\\")));
+            for (int i = 0; i < Slots; ++i) {
+                extractor(nullptr, first.head, 0);
+            }
             const Record_List list(notation);
             const std::string before = Dump(list.head);
             const void* result = nullptr;
@@ -566,7 +572,7 @@ TEST(Fault, ValuesWithoutMemory)
          extract("0011,1001:DS=1\\2", &NEMA_Value_Float),
          {"NEMA_Read_Value malloc str", "NEMA_Read_Value realloc V_Float[cc]"}},
         {"bytes",
-         extract("0011,1001:OB=bytes", &NEMA_Value_Hex),
+         extract("0011,1001:OB=b\\ytes", &NEMA_Value_Hex),
          {"NEMA_Read_Value realloc Buffer[cc]"}},
         {"bytes left in an image",
          [](Trial& trial) {
