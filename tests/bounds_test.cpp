@@ -55,6 +55,11 @@ protected:
     {
         // What is built on first use is in memory once, whatever the input is: both dictionaries, and
         // what sequences without an end are the first to need.
+        for (const char current : {'\0', '\1'}) {
+            DICOM_Flag_Current_Standard = current;
+            fault::Load_Dictionary();
+        }
+        DICOM_Flag_Current_Standard = 0;
         Cost_Of(Stream_Builder().Element(0x0008, 0xFFFE, "LO", "").Bytes());
         // So is what is made when the first fault of its kind is found.
         Cost_Of(Stream_Builder().Sequence(0x0008, 0x1140).Item().Item().Item().Bytes());

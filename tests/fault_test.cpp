@@ -394,7 +394,7 @@ TEST(Fault, ListsWithoutMemory)
         {"complement",
          [](Trial& trial) {
              const Record_List list(Flat_Sequence);
-             NEMA_db_Locate(0x0008, 0xFFFE);
+             fault::Load_Dictionary();
              trial([&] {
                  DICOM_Root root = {};
                  EXPECT_EQ(DICOM_Attribute_Complement(nullptr, &root, list.head), 0);
@@ -480,7 +480,7 @@ TEST(Fault, CreationWithoutMemory)
                 [vr](Trial& trial) {
                     Record_List list("0008,0060:CS=MR");
                     // The dictionary has a test of its own.
-                    NEMA_db_Locate(0x0008, 0x0060);
+                    fault::Load_Dictionary();
                     trial([&] { Add_Value(vr, &list.head); });
                     EXPECT_EQ(Value_Of(*list.head), "MR");
                     const DICOM_List* const made = list.head->next;
@@ -937,7 +937,7 @@ TEST(Fault, MendingWritesAllOrNothing)
         for (const auto& fault : faults) {
             Fail_In_Turn(fault.point, fault.kind, fault.error, [&](Trial& trial) {
                 // The dictionary has a test of its own.
-                NEMA_db_Locate(0x0008, 0x0060);
+                fault::Load_Dictionary();
                 Mended mended;
                 trial([&] { mended = Mend_File(path, fault.most_in_memory); });
                 EXPECT_NE(mended.done, mended.has_error);
@@ -1094,7 +1094,7 @@ TEST(Fault, CallsInCWithoutMemorySayThat)
     EXPECT_FALSE(sound.encoded.empty());
     for (const Kind kind : {Kind::Error, Kind::From_Now_On}) {
         Fail_In_Turn(Point::Memory, kind, ENOMEM, [&](Trial& trial) {
-            NEMA_db_Locate(0x0008, 0x0060);
+            fault::Load_Dictionary();
             Use use;
             trial([&] { use.Run(Sample()); });
             EXPECT_TRUE(use.failed || use.encoded == sound.encoded);

@@ -7,6 +7,8 @@
 #ifndef TESTS_FAULT_INJECTION_H
 #define TESTS_FAULT_INJECTION_H
 
+#include <Lib_DICOM/dictionary.h>
+
 #include <cstddef>
 
 namespace fault {
@@ -58,6 +60,12 @@ std::size_t Live_Blocks();
 std::size_t Live_Bytes();
 std::size_t Peak_Bytes();
 void Reset_Peak();
+
+/** Has every entry of the dictionary in memory, which is read when it is asked for. */
+inline void Load_Dictionary()
+{
+    NEMA_db_Find("no entry has this name", nullptr);
+}
 
 }  // namespace fault
 
