@@ -400,13 +400,14 @@ TEST_P(Read_Value_File, ReportsAFileThatCannotBeOpened)
     std::wstring missing = name_.get() + std::wstring(L"x");
     DICOM_Lib_File_Name = missing.data();
     Record record(VR_OB, 2000, 0);
-    const Message_Log log;
+    const Message_Log log(9);
     EXPECT_EQ(Extract("Hex", record), "null");
-    ASSERT_EQ(log.All().size(), 4U);
-    EXPECT_EQ(log.All()[1].severity, 2U);
-    EXPECT_EQ(log.All()[1].text, "\361\004ERROR:\002 Unable to open file");
-    EXPECT_EQ(log.All()[2].text, std::strerror(ENOENT));
-    EXPECT_EQ(log.All()[3].text, "file: (" + shown_path_ + "x)");
+    ASSERT_EQ(log.All().size(), 7U);
+    EXPECT_EQ(log.All()[3].severity, 2U);
+    EXPECT_EQ(log.All()[3].text, "\361\004ERROR:\002 Unable to open file");
+    EXPECT_EQ(log.All()[4].text, std::strerror(ENOENT));
+    EXPECT_EQ(log.All()[5].text, "file: (" + shown_path_ + "x)");
+    EXPECT_EQ(log.All()[6].text, "<<< out NEMA_Value_Hex(reading missing)");
 }
 
 }  // namespace
