@@ -24,6 +24,7 @@ struct Tag {
     auto operator<=>(const Tag&) const = default;
 };
 
+inline constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
 inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
 inline constexpr Tag Item_Tag = {0xFFFE, 0xE000};
 inline constexpr Tag Item_End_Tag = {0xFFFE, 0xE00D};

@@ -12,7 +12,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
 constexpr Tag Offset_Tags[] = {
     {0x0004, 0x1200}, {0x0004, 0x1202}, {0x0004, 0x1400}, {0x0004, 0x1420}, {0x0004, 0x1504}};
 
@@ -55,15 +54,11 @@ bool Is_Directory_Offset(Tag tag)
     return std::find(std::begin(Offset_Tags), std::end(Offset_Tags), tag) != std::end(Offset_Tags);
 }
 
-void Heal_Directory(Data_Set& set, Findings& findings)
+void Heal_Directory(Data_Set& set, const DICOM_List& directory, Findings& findings)
 {
-    const DICOM_List* const directory = Find_Record(set.records.Head(), Directory_Sequence_Tag);
-    if (directory == nullptr) {
-        return;
-    }
     std::unordered_set<unsigned int> places = {0};
-    for (int i = 0; Item_Of(*directory, i) != nullptr; ++i) {
-        places.insert(Item_Of(*directory, i)->pos);
+    for (int i = 0; Item_Of(directory, i) != nullptr; ++i) {
+        places.insert(Item_Of(directory, i)->pos);
     }
     For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& path) {
         if (!Is_Directory_Offset(Tag_Of(record)) || record.size <= 0) {

@@ -12,8 +12,10 @@ bool Is_Directory_Offset(Tag tag);
 /**
  * Brings offsets that are no UL into that form, and says which of them lead to no directory record.
  * Those stay: what they were meant for is not known.
+ *
+ * @param directory  the sequence of the directory records
  */
-void Heal_Directory(Data_Set& set, Findings& findings);
+void Heal_Directory(Data_Set& set, const DICOM_List& directory, Findings& findings);
 
 }  // namespace lib_mend
 

@@ -9,7 +9,6 @@ namespace {
 constexpr unsigned short Meta_Group = 0x0002;
 constexpr unsigned short Directory_Group = 0x0004;
 constexpr unsigned short First_Group_Of_Data = 0x0008;
-constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
 
 /** Takes the records that `is_wanted` accepts out of a list; the first of those taken out. */
 template <class Predicate>
@@ -75,9 +74,8 @@ void Move_To_Meta(Data_Set& set, Record_List record, Findings& findings)
 
 }  // namespace
 
-void Heal_Low_Groups(Data_Set& set, Findings& findings)
+void Heal_Low_Groups(Data_Set& set, bool is_directory, Findings& findings)
 {
-    const bool is_directory = Find_Record(set.records.Head(), Directory_Sequence_Tag) != nullptr;
     Record_List meta = Take_Out(
         set.records.Address(), [](const DICOM_List& record) { return record.group == Meta_Group; });
     while (meta.Head() != nullptr) {

@@ -10,8 +10,10 @@ namespace lib_mend {
  * Finds elements of groups 0000 to 0007 that do not belong in a data set (PS3.5 section 7.1). They
  * stay, but for those of group 0002 in front: readers would take them for file meta information, so
  * that is where they go, unless it has them.
+ *
+ * @param is_directory  the data set is that of a DICOMDIR, where group 0004 belongs
  */
-void Heal_Low_Groups(Data_Set& set, Findings& findings);
+void Heal_Low_Groups(Data_Set& set, bool is_directory, Findings& findings);
 
 /**
  * Compares group lengths with the bytes of their groups; all wrong ones make one finding. Their right

@@ -236,21 +236,6 @@ private:
     Findings& findings_;
 };
 
-template <class Wanted>
-void Settle_Where(Data_Set& set, const Heal_Options& options, Findings& findings, Wanted&& wanted)
-{
-    Signs_Of_Lists signs(set);
-    Character_Sets_Of_Lists characters(set);
-    Settler settler(set, options, findings);
-    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
-        const Character_Set& here = characters.Of(record, way);
-        const bool is_signed = signs.Of(record, way);
-        if (wanted(record)) {
-            settler.Settle(record, way, here, is_signed);
-        }
-    });
-}
-
 bool Is_Declaration(const DICOM_List& record)
 {
     return Tag_Of(record) == Character_Set_Tag;
@@ -299,13 +284,27 @@ bool Has_Foreign_VR(const DICOM_List& record)
 
 void Settle_VRs(Data_Set& set, const Heal_Options& options, Findings& findings)
 {
-    Settle_Where(set, options, findings,
-                 [](const DICOM_List& record) { return !Is_Declaration(record); });
+    Signs_Of_Lists signs(set);
+    Character_Sets_Of_Lists characters(set);
+    Settler settler(set, options, findings);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
+        const Character_Set& here = characters.Of(record, way);
+        const bool is_signed = signs.Of(record, way);
+        if (!Is_Declaration(record)) {
+            settler.Settle(record, way, here, is_signed);
+        }
+    });
 }
 
 void Settle_VRs_Of_Declarations(Data_Set& set, const Heal_Options& options, Findings& findings)
 {
-    Settle_Where(set, options, findings, Is_Declaration);
+    const Character_Set characters;
+    Settler settler(set, options, findings);
+    For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
+        if (Is_Declaration(record)) {
+            settler.Settle(record, way, characters, false);
+        }
+    });
 }
 
 }  // namespace lib_mend

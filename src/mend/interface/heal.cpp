@@ -26,8 +26,11 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     const std::optional<Original_Values> originals =
         options.record ? std::make_optional<Original_Values>(set) : std::nullopt;
     Check_Group_Lengths(set, set.records.Address(), findings);
-    Heal_Low_Groups(set, findings);
-    Heal_Directory(set, findings);
+    const DICOM_List* const directory = Find_Record(set.records.Head(), Directory_Sequence_Tag);
+    Heal_Low_Groups(set, directory != nullptr, findings);
+    if (directory != nullptr) {
+        Heal_Directory(set, *directory, findings);
+    }
     Settle_VRs(set, options, findings);
     Heal_Character_Sets(set, options, findings);
     Settle_VRs_Of_Declarations(set, options, findings);

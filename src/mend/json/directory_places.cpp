@@ -9,8 +9,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
-
 }  // namespace
 
 void Place_Directory_Records(Data_Set& set)

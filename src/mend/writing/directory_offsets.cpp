@@ -10,8 +10,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
-
 /** Old places and new ones. */
 using Moves = std::unordered_map<unsigned int, std::int64_t>;
 

@@ -23,7 +23,6 @@ constexpr Tag Implementation_Tag = {0x0002, 0x0012};
 constexpr Tag Implementation_Name_Tag = {0x0002, 0x0013};
 constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
 constexpr Tag SOP_Instance_Tag = {0x0008, 0x0018};
-constexpr Tag Directory_Sequence_Tag = {0x0004, 0x1220};
 
 constexpr char Directory_Class_UID[] = "1.2.840.10008.1.3.10";
 constexpr char Implementation_Name[] = "LIB_DICOM_21_9";
