@@ -1,5 +1,5 @@
-// Makes the files whose times scripts/bench measures. All of them are sound, so that what is timed is
-// the work on a file and not the talk about it.
+// Makes the files whose times scripts/bench measures. All but those for the growth of the worst cases
+// are sound, so that what is timed is the work on a file and not the talk about it.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -169,6 +169,35 @@ std::string Flat(int elements)
     return Head(1) + stream.Bytes();
 }
 
+/** The elements of a file of private ones from the last to the first, so that all are out of order. */
+std::string Reversed(int elements)
+{
+    std::string bytes;
+    for (int element = elements - 1; element >= 0; --element) {
+        Stream stream;
+        // Two blocks a group, of which the creators stand behind their elements.
+        constexpr int Of_A_Group = 0x200;
+        const auto group = static_cast<unsigned short>(0x0009 + 2 * (element / Of_A_Group));
+        const auto number = static_cast<unsigned short>(0x1000 + element % Of_A_Group);
+        stream.Add(group, number, "LO", "ACME IMAGING 7");
+        if (element % Of_A_Group == 0) {
+            stream.Add(group, 0x0011, "LO", "ACME 1.0").Add(group, 0x0010, "LO", "ACME 1.0");
+        }
+        bytes += stream.Bytes();
+    }
+    return Head(1) + bytes;
+}
+
+std::string Duplicates(int elements)
+{
+    Stream stream;
+    Add_Study(stream, 1);
+    for (int i = 0; i < elements; ++i) {
+        stream.Add(0x0010, 0x0010, "PN", "Doe^Jane " + std::to_string(i));
+    }
+    return Head(1) + stream.Bytes();
+}
+
 std::string Items(int items)
 {
     Stream stream;
@@ -236,7 +265,9 @@ bool Make_All(const std::filesystem::path& folder)
     for (const int size : {10'000, 100'000, 200'000, 1'000'000}) {
         const std::string name = std::to_string(size) + ".dcm";
         good = good && Write(folder / ("flat" + name), Flat(size)) &&
-               Write(folder / ("items" + name), Items(size / 10));
+               Write(folder / ("items" + name), Items(size / 10)) &&
+               Write(folder / ("reversed" + name), Reversed(size)) &&
+               Write(folder / ("duplicates" + name), Duplicates(size));
     }
     for (int i = 0; good && i < Small_Files; ++i) {
         char name[16];

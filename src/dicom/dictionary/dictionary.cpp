@@ -82,6 +82,8 @@ TAG_db_Group& Dictionary::Open_Group(unsigned short group, unsigned short group_
     if (place != groups_.end() && (place->group & group_mask) == wanted) {
         return *place;
     }
+    last_group_ = 0;
+    last_place_ = 0;
     return *groups_.insert(place, TAG_db_Group{group, group_mask, {}, {}});
 }
 
@@ -132,9 +134,23 @@ const std::vector<TAG_db_Group>& Dictionary::Groups()
     return groups_;
 }
 
+std::size_t Dictionary::Place_Of(unsigned short group) const
+{
+    const auto place = std::find_if(groups_.begin(), groups_.end(), [&](const TAG_db_Group& node) {
+        return (node.group & node.group_mask) >= (group & node.group_mask);
+    });
+    return static_cast<std::size_t>(place - groups_.begin());
+}
+
 TAG_db_Elems* Dictionary::Find(unsigned short group, unsigned short element)
 {
-    for (TAG_db_Group& node : groups_) {
+    // Elements are mostly asked for in their order.
+    if (group != last_group_) {
+        last_place_ = Place_Of(group);
+        last_group_ = group;
+    }
+    for (std::size_t i = last_place_; i < groups_.size(); ++i) {
+        TAG_db_Group& node = groups_[i];
         const int wanted = group & node.group_mask;
         const int found = node.group & node.group_mask;
         if (found > wanted) {

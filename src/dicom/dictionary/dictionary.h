@@ -79,8 +79,13 @@ public:
 private:
     TAG_db_Group& Open_Group(unsigned short group, unsigned short group_mask);
     void Read(TAG_db_Group& group);
+    /** The first group that is not below another. */
+    std::size_t Place_Of(unsigned short group) const;
 
     std::vector<TAG_db_Group> groups_;
+    /** The group that was asked for last, and the first of `groups_` that may be it. */
+    unsigned short last_group_ = 0;
+    std::size_t last_place_ = 0;
     /** Owner of the entries, which never move. */
     std::deque<TAG_db_Elems> entries_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <vector>
 
 namespace lib_mend {
 
@@ -120,7 +121,20 @@ std::string Term_Key(std::string_view term)
 
 bool Is_Key_Of(const std::string& key, const Repertoire& set)
 {
-    return !key.empty() && (key == Term_Key(set.term) || key == Term_Key(set.encoding));
+    struct Keys {
+        std::string term;
+        std::string encoding;
+    };
+    // Every data set asks for its character sets several times.
+    static const std::vector<Keys> all = [] {
+        std::vector<Keys> keys;
+        for (const Repertoire& each : Repertoires()) {
+            keys.push_back({Term_Key(each.term), Term_Key(each.encoding)});
+        }
+        return keys;
+    }();
+    const Keys& keys = all[static_cast<std::size_t>(&set - Repertoires().data())];
+    return !key.empty() && (key == keys.term || key == keys.encoding);
 }
 
 Designation Designation_At(std::string_view text)

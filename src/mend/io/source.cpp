@@ -31,13 +31,21 @@ std::wstring Wide(const std::string& text)
 /** What a pipe may hold: its end is not known before it comes. */
 constexpr std::int64_t Max_Pipe_Size = std::int64_t{512} << 20;
 
-/** Reads a descriptor to its end, or to just beyond a number of bytes. */
-bool Read_All(int descriptor, std::int64_t most, Bytes& bytes, std::string& error)
+/**
+ * Reads a descriptor to its end, or to just beyond a number of bytes.
+ *
+ * @param expected  number of bytes that it should hold, 0 where that is not known
+ */
+bool Read_All(int descriptor, std::int64_t expected, std::int64_t most, Bytes& bytes,
+              std::string& error)
 {
     constexpr std::size_t Block = std::size_t{1} << 16;
+    bytes.resize(expected > 0 ? static_cast<std::size_t>(expected) + 1 : 0);
     for (std::size_t used = 0;;) {
-        bytes.resize(used + Block);
-        const ssize_t count = read(descriptor, bytes.data() + used, Block);
+        if (bytes.size() == used) {
+            bytes.resize(used + Block);
+        }
+        const ssize_t count = read(descriptor, bytes.data() + used, bytes.size() - used);
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -85,7 +93,8 @@ bool Source::Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::s
     size_ = status.st_size;
     const bool is_pipe = !S_ISREG(status.st_mode);
     if (is_pipe || size_ <= most_in_memory) {
-        if (!Read_All(descriptor, is_pipe ? Max_Pipe_Size : Max_File_Size, owned_, error)) {
+        if (!Read_All(descriptor, is_pipe ? 0 : size_, is_pipe ? Max_Pipe_Size : Max_File_Size,
+                      owned_, error)) {
             return false;
         }
         if (is_pipe && std::ssize(owned_) > Max_Pipe_Size) {
