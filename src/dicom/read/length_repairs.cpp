@@ -139,12 +139,12 @@ int Find_Word(const Header_Reading& reading, unsigned short word)
         if (block.size() < wanted.size()) {
             return 0;
         }
-        for (std::size_t i = 0; i + 1 < block.size(); i += 2) {
+        for (std::size_t i = 1; i < block.size(); i += 2) {
             count += 2;
             if (count >= limit) {
                 return 0;
             }
-            if (block[i] == wanted[0] && block[i + 1] == wanted[1]) {
+            if (block[i - 1] == wanted[0] && block[i] == wanted[1]) {
                 return static_cast<int>(count);
             }
         }

@@ -51,7 +51,7 @@ void* Map(std::uintptr_t hint)
 {
     int flags = MAP_PRIVATE | MAP_ANONYMOUS;
 #if defined(MAP_32BIT)
-    flags |= hint == 0 ? MAP_32BIT : 0;
+    flags |= MAP_32BIT;  // which an address that is asked for overrules
 #endif
 #if defined(MAP_FIXED_NOREPLACE)
     flags |= hint != 0 ? MAP_FIXED_NOREPLACE : 0;

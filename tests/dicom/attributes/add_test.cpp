@@ -184,6 +184,13 @@ TEST_F(Add, StoresDatesAndTimes)
         Expect(
             row.text, [&](List& l) { l.Add(VR_TM, 1, &row.time); }, row.message);
     }
+    OrisWare_Time text = {};
+    Make_Oris_Time(&text, "10:11:12", "hh:mm:ss");
+    Expect("101112", [&](List& l) { l.Add(VR_TM, 1, &text); });
+    text.time_str[0] = 'x';
+    Expect(
+        "101112", [&](List& l) { l.Add(VR_TM, 1, &text); }, "VR=TM: no time, 101112 is stored");
+    Time_Free(&text);
     const OrisWare_Date none = {Oris_State_Numeric, 2023, 2, 29, nullptr, nullptr};
     Expect(
         "00000000", [&](List& l) { l.Add(VR_DA, 1, &none); },
@@ -204,6 +211,9 @@ TEST_F(Add, RefusesWhatIsMissingOrUnknown)
     } rows[] = {
         {VR_LO, -2, texts, "DICOM_Tag_Add_Text_Multiple(! pt_char[i])"},
         {VR_LO, 1, nullptr, "DICOM_Tag_Add_Text_Multiple(! pt_char)"},
+        {VR_ST, 1, nullptr, "DICOM_Tag_Add_Text_Single(! pt_char)"},
+        {VR_PN, 1, nullptr, "DICOM_Tag_Add_PN(! pt_char)"},
+        {VR_UI, 1, nullptr, "DICOM_Tag_Add_UI(! pt_char)"},
         {VR_DS, -1, nullptr, "DICOM_Tag_Add_DS(! pt_float)"},
         {VR_FD, -1, nullptr, "DICOM_Tag_Add_FD(! pt_double)"},
         {VR_FL, -1, nullptr, "DICOM_Tag_Add_FL(! pt_float)"},

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 #include <utility>
 
 namespace lib_dicom {
@@ -36,8 +37,7 @@ bool Value_Buffer::Grow(std::size_t room)
 {
     constexpr std::size_t Largest = INT_MAX;
     if (room > Largest - used_) {
-        Report_Memory(handle_, This_Unit, "realloc", "data", INT_MAX);
-        return false;
+        throw std::bad_alloc();
     }
     if (used_ + room <= capacity_) {
         return true;
