@@ -12,6 +12,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /** The JSON of a data set, and what was said on the way. */
 inline std::string JSON_Of(const lib_mend::Data_Set& set, lib_mend::Findings& findings,
@@ -102,14 +103,20 @@ inline std::string JSON_Differences(const lib_mend::Data_Set& set)
     using namespace json_round_trip;
     Findings findings;
     const std::string text = JSON_Of(set, findings);
+    // What is said not to be in the JSON need not come back.
+    std::vector<std::string> lost;
     for (const Finding& finding : findings.All()) {
         if (finding.level == Level::Error) {
-            return "";  // something was said not to be in the JSON
+            lost.push_back(finding.path);
         }
     }
+    const auto is_lost = [&lost](const std::string& path) {
+        return std::any_of(lost.begin(), lost.end(),
+                           [&path](const std::string& one) { return path.starts_with(one); });
+    };
+    std::string differences;
     Findings back_findings;
     const Data_Set back = From_JSON(text, "test", back_findings);
-    std::string differences;
     for (const Finding& finding : back_findings.All()) {
         if (finding.fault == Fault::JSON) {
             differences += finding.path + " " + finding.text + "\n";
@@ -119,6 +126,9 @@ inline std::string JSON_Differences(const lib_mend::Data_Set& set)
     const auto after = Elements_Of(back);
     for (const auto& [path, held] : before) {
         const auto found = after.find(path);
+        if (is_lost(path)) {
+            continue;
+        }
         if (found == after.end()) {
             differences += path + " is gone\n";
         } else if (found->second.value != held.value) {
@@ -128,7 +138,7 @@ inline std::string JSON_Differences(const lib_mend::Data_Set& set)
         }
     }
     for (const auto& [path, held] : after) {
-        differences += before.count(path) == 0 ? path + " is new\n" : "";
+        differences += before.count(path) == 0 && !is_lost(path) ? path + " is new\n" : "";
     }
     // Values of odd length are padded once.
     Findings again;
