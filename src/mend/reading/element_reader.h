@@ -221,6 +221,8 @@ private:
     /** The file ends too early, and that was said. */
     bool cut_off_ = false;
     Bytes search_;
+    /** End of the last value that did not make sense, by its header. */
+    std::int64_t claimed_end_ = 0;
     /** A search found no place up to here. */
     std::int64_t searched_to_ = -1;
     std::int64_t fragments_searched_to_ = -1;

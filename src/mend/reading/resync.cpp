@@ -65,6 +65,12 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
         const Grade grade = Judge(header, at, list);
         const bool may_be_items =
             grade == Grade::Length_Impossible && Starts_With_Item(at + header.size, level.mode);
+        const std::int64_t beyond = at + header.size + header.length - level.limit;
+        if (grade == Grade::Length_Impossible && level.is_weak &&
+            (beyond == at - position_ || beyond == at - claimed_end_)) {
+            // What was put in front of it moved the end of the level too.
+            return true;
+        }
         if (level.kind != Level_Kind::List || (grade != Grade::Sound && !may_be_items)) {
             return false;
         }

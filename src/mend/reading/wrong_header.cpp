@@ -189,6 +189,7 @@ void Element_Reader::Settle(const Element_Header& as_read)
     if (as_read.tag == Pixel_Data_Tag && Settle_Pixels(as_read)) {
         return;
     }
+    claimed_end_ = position_ + as_read.size + static_cast<std::int64_t>(as_read.length);
     Reading best;
     constexpr int Reserved_Cost = 3;
     Offer(best, as_read, Assumed::Nothing, as_read.reserved != 0 ? Reserved_Cost : 0);
