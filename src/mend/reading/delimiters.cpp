@@ -56,9 +56,10 @@ bool Element_Reader::Ends_As_Claimed(const Nesting_Level& level) const
 {
     const std::int64_t late = position_ - level.claimed_end;
     const std::int64_t put_in = shift_.if_put_in - level.shift.if_put_in;
+    const std::int64_t damaged = shift_.if_damaged - level.shift.if_damaged;
     const std::int64_t slack = shift_.damaged != level.shift.damaged ? Most_Slack : 0;
     return level.claimed_end != Level_View::Open &&
-           (late == 0 || std::abs(late - put_in) <= slack ||
+           (late == 0 || std::abs(late - put_in) <= slack || std::abs(late - damaged) <= slack ||
             late == shift_.if_left_over - level.shift.if_left_over);
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace lib_mend {
 
@@ -25,6 +26,17 @@ bool Is_Control(unsigned char byte)
     constexpr unsigned char Escape = 0x1B;
     return byte < ' ' && byte != '\t' && byte != '\n' && byte != '\f' && byte != '\r' &&
            byte != Escape;
+}
+
+/** A byte that no value of a VR holds, where its characters are few. */
+bool Is_Foreign(unsigned char byte, unsigned short vr)
+{
+    constexpr unsigned short Of_Digits[] = {VR_DA, VR_DS, VR_DT, VR_IS, VR_TM, VR_UI};
+    constexpr std::string_view Characters("0123456789.+-eE\\: \0", 19);
+    const bool has_digits =
+        std::find(std::begin(Of_Digits), std::end(Of_Digits), vr) != std::end(Of_Digits);
+    return Is_Control(byte) ||
+           (has_digits && Characters.find(static_cast<char>(byte)) == Characters.npos);
 }
 
 /** Numbers of which the registry wants one, and which are several. */
@@ -134,7 +146,9 @@ bool Element_Reader::Length_Holds(const Element_Header& header, std::int64_t cla
         window_.At(claimed, static_cast<std::size_t>(std::min(gap, Enough)));
     if (Is_Text(VR_In(header))) {
         // A text that goes on is one text, its padding included.
-        return !rest.empty() && std::any_of(rest.begin(), rest.end() - 1, Is_Control);
+        const unsigned short vr = VR_In(header);
+        return !rest.empty() && std::any_of(rest.begin(), rest.end() - 1,
+                                            [vr](auto byte) { return Is_Foreign(byte, vr); });
     }
     // Bytes that would be lost stay in a long value, unless an element can be seen behind it.
     constexpr std::int64_t Likely_Element = 256;

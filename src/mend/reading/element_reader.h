@@ -121,7 +121,7 @@ private:
     void Report_Cut(const Element_Header& header, std::uint32_t claimed);
     void Note_Claim(std::uint32_t length, std::uint32_t claimed);
     void Note_Shift(std::int64_t bytes);
-    void Note_Shift(std::int64_t if_put_in, std::int64_t if_left_over);
+    void Note_Garbage(std::int64_t size);
     void Move_Weak_Ends(std::initializer_list<std::int64_t> shifts);
     bool Ask_Library(const Element_Header& as_read, Element_Header& header);
 

@@ -37,10 +37,11 @@ struct Level_View {
 
 /**
  * By how much what was read so far is longer than it was: the bytes that are no elements were put in,
- * or they are what is left of an element whose header is missing.
+ * or they are a damaged element, or what is left of one whose header is missing.
  */
 struct Shift {
     std::int64_t if_put_in = 0;
+    std::int64_t if_damaged = 0;
     std::int64_t if_left_over = 0;
     /** Damaged headers, in which a byte or two may be too many or too few. */
     std::int64_t damaged = 0;

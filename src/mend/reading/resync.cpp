@@ -155,8 +155,7 @@ void Element_Reader::Skip_Garbage()
                                    " on are no elements; they are skipped");
     cut_off_ = cut_off_ || end == end_;
     skipped_.push_back({start, size});
-    constexpr std::int64_t Usual_Header = 8;
-    Note_Shift(size, -Usual_Header);
+    Note_Garbage(size);
     position_ = end;
     if (place.has_value()) {
         Pop_To(place->levels);

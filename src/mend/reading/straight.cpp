@@ -140,8 +140,7 @@ private:
         }
         constexpr unsigned short Meta_Group = 0x0002;
         const bool is_even = header.Is_Undefined() || header.length % 2 == 0;
-        const bool is_allowed = !is_explicit || entry == nullptr || Allows(*entry, header.vr);
-        return is_even && is_allowed && header.tag > list.last && header.tag.group > Meta_Group;
+        return is_even && header.tag > list.last && header.tag.group > Meta_Group;
     }
 
     Window& window_;

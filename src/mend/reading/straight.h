@@ -23,7 +23,7 @@ struct Straight_Reading {
 
 /**
  * Goes over the headers from a position, whatever their tags are: in ascending order, of even
- * lengths, of VRs that exist and that the registry allows, and all that is open closed in the end.
+ * lengths, of VRs that exist, and all that is open closed in the end.
  *
  * @param levels  the open ones from one whose end is known to the innermost
  */

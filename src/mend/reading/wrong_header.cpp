@@ -317,23 +317,32 @@ void Element_Reader::Report_Cut(const Element_Header& header, std::uint32_t clai
                std::to_string(claimed) + " bytes are there");
 }
 
+/** Bytes too many, or too few, move the ends of all that is open. */
 void Element_Reader::Note_Shift(std::int64_t bytes)
 {
-    Note_Shift(bytes, bytes);
-}
-
-/** Bytes too many, or too few, move the ends of all that is open. */
-void Element_Reader::Note_Shift(std::int64_t if_put_in, std::int64_t if_left_over)
-{
     constexpr std::int64_t Most = 512;
-    if (if_put_in < -Most || if_put_in > Most) {
+    if (bytes < -Most || bytes > Most) {
         // A damaged length says nothing about how many they are.
         ++shift_.damaged;
         Move_Weak_Ends({1, -1, 2, -2});
-    } else if (if_put_in != 0) {
-        shift_.if_put_in += if_put_in;
-        shift_.if_left_over += if_left_over;
-        Move_Weak_Ends({if_put_in, if_left_over});
+    } else if (bytes != 0) {
+        shift_.if_put_in += bytes;
+        shift_.if_damaged += bytes;
+        shift_.if_left_over += bytes;
+        Move_Weak_Ends({bytes});
+    }
+}
+
+/** Bytes that are no elements may be too many, an element, or part of one. */
+void Element_Reader::Note_Garbage(std::int64_t size)
+{
+    constexpr std::int64_t Most = 4096;
+    constexpr std::int64_t Usual_Header = 8;
+    if (size <= Most) {
+        shift_.if_put_in += size;
+        shift_.if_left_over -= Usual_Header;
+        ++shift_.damaged;
+        Move_Weak_Ends({size, -Usual_Header, 1, -1, 2, -2});
     }
 }
 
