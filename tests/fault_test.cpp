@@ -214,7 +214,7 @@ std::string One_Value_Of_Each_VR()
     for (const char* const value : {"AE=A\001B_",
                                     "AS=7Y",
                                     "AT=1234",
-                                    "CS=_ab\\C_",
+                                    "CS=_AB\\C_",
                                     "DA=1997.06.24",
                                     "DS=1.5\\_2",
                                     "DT=1997_",
@@ -377,12 +377,11 @@ TEST(Fault, ListsWithoutMemory)
              });
              for (const DICOM_List* record = list.head; record != nullptr; record = record->next) {
                  EXPECT_EQ(record->data == nullptr, record->size == 0);
-                 complete = complete && (record->data != nullptr || record->vr == VR_CS);
+                 complete = complete && record->data != nullptr;
              }
              return complete;
          },
-         {"NEMA_Tag_Cleanup calloc new_data", "NEMA_Tag_Cleanup realloc tag->data"},
-         true},
+         {"NEMA_Tag_Cleanup calloc new_data", "NEMA_Tag_Cleanup realloc tag->data"}},
         {"check",
          [](Trial& trial) {
              const Record_List list("0011,1001:LO=longer_than_what_a_string_holds_in_itself");
