@@ -24,7 +24,7 @@ sys.dont_write_bytecode = True
 
 import dicom_mend  # noqa: E402
 
-FILES, SMALL, RUNS, MOST = 2000, 16384, 5, 1.5
+FILES, SMALL, RUNS, MOST = 2000, 16384, 7, 1.5
 
 
 def by_tool(paths):

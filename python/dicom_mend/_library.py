@@ -81,8 +81,8 @@ class FindingData(ctypes.Structure):
         ("code", c_int), ("severity", c_int), ("level", c_int), ("has_tag", c_int),
         ("tag", c_uint32), ("is_harmless", c_int), ("offset", c_int64), ("length", c_int64),
         ("kind", c_char_p), ("path", c_char_p), ("message", c_char_p), ("rule", c_char_p),
-        ("clause", c_char_p), ("before", c_void_p), ("before_size", c_size_t),
-        ("after", c_void_p), ("after_size", c_size_t),
+        ("clause", c_char_p), ("before", c_char_p), ("before_size", c_size_t),
+        ("after", c_char_p), ("after_size", c_size_t),
     ]
 
 

@@ -5,9 +5,9 @@ from __future__ import annotations
 import ctypes
 import dataclasses
 import enum
-import functools
+import struct
 from ctypes import string_at
-from typing import List, Optional, Tuple
+from typing import Any, Dict, List, Optional, Tuple
 
 from ._library import FindingData, lib
 
@@ -63,33 +63,47 @@ class Finding:
 _SEVERITIES, _LEVELS = tuple(Severity), tuple(Level)
 
 
-@functools.lru_cache(maxsize=None)
-def _texts_of_kind(code: int, *texts: bytes) -> Tuple[str, ...]:
-    """Name, rule and clause, which all findings of a kind share."""
-    return tuple(text.decode() for text in texts)
+#: FindingData as one tuple: members one by one cost more.
+_NUMBERS = struct.Struct("@iiiiIiqqPPPPPPNPN")
+assert _NUMBERS.size == ctypes.sizeof(FindingData)
+
+#: Name, rule and clause by the code: all findings of a kind share them.
+_KINDS: Dict[int, Tuple[str, str, str]] = {}
 
 
-def _finding_of(data: FindingData) -> Finding:
-    kind, rule, clause = _texts_of_kind(data.code, data.kind, data.rule, data.clause)
-    before, after, offset, length = data.before, data.after, data.offset, data.length
+def _kind_of(data: FindingData) -> Tuple[str, str, str]:
+    texts = (data.kind.decode(), data.rule.decode(), data.clause.decode())
+    return _KINDS.setdefault(data.code, texts)
+
+
+def _finding_of(data: FindingData, numbers: Tuple[Any, ...]) -> Finding:
+    (code, severity, level, has_tag, tag, is_harmless, offset, length, _, _, _, _, _,
+     before_at, before_size, after_at, after_size) = numbers
+    kind, rule, clause = _KINDS.get(code) or _kind_of(data)
+    # The texts as ctypes reads them end at a NUL, which values may hold.
+    before, after = data.before or b"", data.after or b""
+    if len(before) != before_size:
+        before = string_at(before_at, before_size)
+    if len(after) != after_size:
+        after = string_at(after_at, after_size)
     finding = object.__new__(Finding)
-    # The constructor of a frozen class sets each member by a call, and takes as long as checking does.
-    finding.__dict__.update(
-        code=data.code,
-        kind=kind,
-        severity=_SEVERITIES[data.severity],
-        level=_LEVELS[data.level],
-        tag=data.tag if data.has_tag else None,
-        path=data.path.decode(),
-        offset=offset if offset >= 0 else None,
-        length=length if length >= 0 else None,
-        message=data.message.decode("utf-8", "backslashreplace"),
-        before=string_at(before, data.before_size) if before else b"",
-        after=string_at(after, data.after_size) if after else b"",
-        is_harmless=data.is_harmless != 0,
-        rule=rule,
-        clause=clause,
-    )
+    # The constructor of a frozen class sets each member by a call, which costs as much as checking.
+    object.__setattr__(finding, "__dict__", {
+        "code": code,
+        "kind": kind,
+        "severity": _SEVERITIES[severity],
+        "level": _LEVELS[level],
+        "tag": tag if has_tag else None,
+        "path": data.path.decode(),
+        "offset": offset if offset >= 0 else None,
+        "length": length if length >= 0 else None,
+        "message": data.message.decode("utf-8", "backslashreplace"),
+        "before": before,
+        "after": after,
+        "is_harmless": is_harmless != 0,
+        "rule": rule,
+        "clause": clause,
+    })
     return finding
 
 
@@ -98,4 +112,4 @@ def findings_of(session: int) -> List[Finding]:
     count = lib.finding_count(session)
     array = (FindingData * count)()
     lib.get_findings(session, 0, array, ctypes.sizeof(FindingData), count)
-    return [_finding_of(data) for data in array]
+    return [_finding_of(*both) for both in zip(array, _NUMBERS.iter_unpack(array))]

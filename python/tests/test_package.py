@@ -43,6 +43,10 @@ def test_finds_what_is_wrong_and_changes_nothing(damaged):
         "rule": "dates are YYYYMMDD, times HHMMSS.FFFFFF", "clause": "PS3.5 6.2"}
     assert before[date.offset:date.offset + 4] == b"\x08\x00\x20\x00"
     assert str(date) == "warning: 0008,0020: date in another form"
+    # What a finding quotes may hold NULs.
+    (time,) = [finding for finding in dicom_mend.check(before.replace(b"10:42:07", b"10:42\0\x007"))
+               if finding.path == "0008,0030"]
+    assert time.before == b"10:42\0\x007" and time.before.count(b"\0") == 2
     missing = dicom_mend.check(damaged, module="SC")
     assert {"missing"} <= {finding.kind for finding in missing}
     assert damaged.read_bytes() == before
