@@ -39,6 +39,10 @@ void Take_Registry_VR(const Data_Set& set, DICOM_List& record, const Path& way, 
 {
     // A sequence shows by its items, whatever the dictionary says.
     const unsigned short vr = Registry_VR(record, is_signed);
+    if (vr == VR_SQ && record.size == 0) {
+        // Without a value it is a sequence without items.
+        record.vr = VR_SQ;
+    }
     if (record.vr == VR_SQ || vr == VR_SQ || record.size < 0) {
         return;
     }
