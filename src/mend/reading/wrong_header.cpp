@@ -193,8 +193,11 @@ void Element_Reader::Settle(const Element_Header& as_read)
     Reading best;
     constexpr int Reserved_Cost = 3;
     Offer(best, as_read, Assumed::Nothing, as_read.reserved != 0 ? Reserved_Cost : 0);
-    const bool vr_is_known = as_read.form == Header_Form::Implicit || Is_Known_VR(as_read.vr);
-    if (best.behind < No_Doubt || !vr_is_known || as_read.reserved != 0) {
+    const TAG_db_Elems* const entry = NEMA_db_Locate(as_read.tag.group, as_read.tag.element);
+    const bool vr_fits =
+        as_read.form == Header_Form::Implicit ||
+        (Is_Known_VR(as_read.vr) && (entry == nullptr || Allows(*entry, as_read.vr)));
+    if (best.behind < No_Doubt || !vr_fits || as_read.reserved != 0) {
         Offer_Library(best, as_read);
         Offer_Forms(best, as_read);
         Offer_Encodings(best);
