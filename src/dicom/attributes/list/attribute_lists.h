@@ -18,15 +18,6 @@
  */
 DICOM_List** DICOM_Attribute_Dig(HWND handle, DICOM_Root* root, DICOM_List* list, char unused);
 
-/**
- * Merges a record into one of a list: its value and status, then its items.
- *
- * @param list  the list that the way down to the items begins with
- * @return 1; 0 without memory
- */
-int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
-                             DICOM_List* source);
-
 namespace lib_dicom {
 
 /** Stands for any group or any element in a search. */

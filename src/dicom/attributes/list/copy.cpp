@@ -210,13 +210,6 @@ bool lib_dicom::Merge_Record(HWND handle, DICOM_Root* root, DICOM_List** list, D
         [&] { return Copier(handle, root, list, search).Merge(target, source); }, "target->item");
 }
 
-int DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
-                             DICOM_List* source)
-{
-    Indexed_Search search;
-    return Merge_Record(handle, root, list, target, source, search) ? 1 : 0;
-}
-
 int DICOM_Attribute_Copy(HWND handle, DICOM_Root* root, DICOM_List** target, DICOM_List* source)
 {
     return Guarded(
