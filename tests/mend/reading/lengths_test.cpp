@@ -52,6 +52,13 @@ std::string With(std::string file, const std::string& tag, std::size_t distance,
     return file.replace(at + distance, bytes.size(), bytes);
 }
 
+/** The file with `bytes` in the place of `size` bytes at a distance from the header of an element. */
+std::string With_Other(std::string file, const std::string& tag, std::size_t distance,
+                       std::size_t size, const std::string& bytes)
+{
+    return file.replace(file.find(tag, 300) + distance, size, bytes);
+}
+
 TEST(Lengths, AWrongOneIsFoundByThoseAroundIt)
 {
     const std::string implicit = File_Of(0);
@@ -76,6 +83,14 @@ TEST(Lengths, AWrongOneIsFoundByThoseAroundIt)
          "change value-length (2050,0020) the length is 10, but 8 bytes fit what follows\n"},
         {"by 8 in explicit VR", with_vr, With(with_vr, last, 6, "\x10"),
          "change value-length (2050,0020) the length is 16, but 8 bytes fit what follows\n"},
+        {"bytes are put into the outer item", implicit,
+         With_Other(implicit, inner, 0, 0, std::string(100, '\0')),
+         "error garbage (0000,0000) 100 bytes from 340 on are no elements; they are skipped\n"},
+        {"in explicit VR too", with_vr, With_Other(with_vr, inner, 0, 0, std::string(100, '\0')),
+         "error garbage (0000,0000) 100 bytes from 346 on are no elements; they are skipped\n"},
+        {"the header of the inner item is missing", with_vr, With_Other(with_vr, inner, 12, 8, ""),
+         "change nesting (0008,1111[0]/0040,a170) its elements stand in no item; one is "
+         "supplied\n"},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
