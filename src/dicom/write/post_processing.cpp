@@ -46,7 +46,7 @@ void Overwrite_Attribute(const Merge& merge, DICOM_List* node)
     std::free(std::exchange(target->data, nullptr));
     target->size = 0;
     target->flags = static_cast<unsigned short>(target->flags & ~DICOM_Mark_Forced);
-    Merge_Record(handle, root, list, target, node, search);
+    DICOM_Attribute_Copy_Tag(handle, root, list, target, node, search);
 }
 
 void Append_Attribute(const Merge& merge, DICOM_List* node)

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <new>
 #include <utility>
 
 namespace lib_dicom {
@@ -37,7 +36,8 @@ bool Value_Buffer::Grow(std::size_t room)
 {
     constexpr std::size_t Largest = INT_MAX;
     if (room > Largest - used_) {
-        throw std::bad_alloc();
+        Report_Memory(handle_, This_Unit, "realloc", "data", INT_MAX);
+        return false;
     }
     if (used_ + room <= capacity_) {
         return true;

@@ -43,8 +43,8 @@ DICOM_List* Get_Record(HWND handle, DICOM_Root* root, DICOM_List* list, unsigned
                        unsigned short element, Tag_Search& search);
 DICOM_List* Insert_Record(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* record,
                           int level, Tag_Search& search);
-bool Merge_Record(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
-                  DICOM_List* source, Tag_Search& search);
+bool DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
+                              DICOM_List* source, Tag_Search& search);
 
 /** Works on the list of the item that the context has open, and on all lists inside it. */
 class Open_Item_Visitor : public List_Visitor {

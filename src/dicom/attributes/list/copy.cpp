@@ -202,8 +202,8 @@ private:
 
 }  // namespace
 
-bool lib_dicom::Merge_Record(HWND handle, DICOM_Root* root, DICOM_List** list, DICOM_List* target,
-                             DICOM_List* source, Tag_Search& search)
+bool lib_dicom::DICOM_Attribute_Copy_Tag(HWND handle, DICOM_Root* root, DICOM_List** list,
+                                         DICOM_List* target, DICOM_List* source, Tag_Search& search)
 {
     return Guarded(
         handle, This_Unit, false,

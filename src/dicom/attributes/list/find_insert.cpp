@@ -343,7 +343,7 @@ DICOM_List* lib_dicom::Insert_Record(HWND handle, DICOM_Root* root, DICOM_List**
     } else {
         Link_Last(*list, insert, Tag_Number(*record), search);
     }
-    if (!Merge_Record(handle, root, list, insert, record, search)) {
+    if (!DICOM_Attribute_Copy_Tag(handle, root, list, insert, record, search)) {
         Report_Warning(handle, "    \361\005WARNING:\002 Failed in DICOM_Attribute_Copy(%04x,%04x)",
                        record->group, record->element);
         return trace.Leave(nullptr, "NULL");

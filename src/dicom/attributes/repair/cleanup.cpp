@@ -39,7 +39,8 @@ void Delete_Value(DICOM_List& record)
 bool Store_Value(HWND handle, DICOM_List& record, const std::string& value)
 {
     if (value.size() > INT_MAX) {
-        throw std::bad_alloc();
+        Report_Memory(handle, This_Unit, "realloc", "tag->data", INT_MAX);
+        return false;
     }
     if (!C_Resize(handle, This_Unit, record.data, value.size(), "tag->data")) {
         return false;
