@@ -146,16 +146,6 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     return Judge(next, end, behind) == Grade::Sound;
 }
 
-/** The innermost level around the position whose end is known. */
-Nesting_Level& Element_Reader::Anchor()
-{
-    std::size_t base = levels_.size() - 1;
-    while (base > 0 && levels_[base].end == Level_View::Open) {
-        --base;
-    }
-    return levels_[base];
-}
-
 /**
  * Tags that nobody knows are no fault: what leads to the end of the list, or to several elements that
  * are known, without a contradiction is read as it stands. So is a value that looks odd, when all
@@ -164,13 +154,14 @@ Nesting_Level& Element_Reader::Anchor()
 bool Element_Reader::Leads_On(const Element_Header& header)
 {
     constexpr std::size_t Most_Levels = 64;
-    Nesting_Level& anchor = Anchor();
-    const std::size_t base = static_cast<std::size_t>(&anchor - levels_.data());
-    if (levels_.size() - base > Most_Levels) {
-        anchor.held_to = -1;
-        anchor.holds = false;
-        return false;
+    // The innermost level whose end is known; however deep the nesting is, the search for it is short.
+    std::size_t base = levels_.size() - 1;
+    for (; base > 0 && levels_[base].end == Level_View::Open; --base) {
+        if (levels_.size() - base > Most_Levels) {
+            return false;
+        }
     }
+    Nesting_Level& anchor = levels_[base];
     if (position_ >= anchor.walked_to) {
         const auto first = levels_.begin() + static_cast<std::ptrdiff_t>(base);
         const Straight_Reading reading = Read_Straight(window_, {first, levels_.end()}, position_);

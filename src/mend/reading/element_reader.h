@@ -79,7 +79,6 @@ private:
     void Step();
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
-    Nesting_Level& Anchor();
     bool Leads_On(const Element_Header& header);
     void Accept(const Element_Header& header);
     void Raise_Last(const Element_Header& header);
