@@ -22,9 +22,13 @@
 
 #include <initializer_list>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace lib_mend {
+
+/** "1 byte", "2 bytes". */
+std::string Bytes_Text(std::int64_t count);
 
 class Element_Reader {
 public:
