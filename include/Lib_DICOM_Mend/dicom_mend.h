@@ -91,7 +91,7 @@ DICOM_MEND_API void dicom_mend_session_free(dicom_mend_session* session);
 
 /** What is either asked for or not; nothing is at first. */
 typedef enum dicom_mend_flag {
-    /** Meet every rule of the VRs (PS3.5 6.2) at the price of what does not fit; each loss is a finding. */
+    /** Apply the fixed repairs of the VRs (PS3.5 6.2) in full; what they cost is said by findings. */
     DICOM_MEND_STRICT = 1,
     /** Replace UIDs that are none (PS3.5 9.1) by ones made from a hash of the old value. */
     DICOM_MEND_REPLACE_UIDS = 2,

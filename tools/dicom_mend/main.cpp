@@ -70,8 +70,9 @@ std::string Charset_Fault(const std::string& terms)
 /** What mend, complete and check have in common: check tells what the others would do. */
 void Add_Healing(CLI::App& command, lib_mend::Heal_Options& heal)
 {
-    command.add_flag("--strict", heal.strict,
-                     "Meet every rule of the VRs, at the price of what does not fit");
+    command.add_flag(
+        "--strict", heal.strict,
+        "Apply the fixed repairs of the VRs in full, at the price of what does not fit");
     command.add_flag("--replace-uids", heal.replace_uids,
                      "Replace UIDs that are none by ones made from a hash of the old value");
     command.add_flag("--pad-pixels", heal.pad_pixels, "Fill pixel data that is too short");

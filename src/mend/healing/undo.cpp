@@ -3,6 +3,7 @@
 #include "mend/healing/original_item.h"
 #include "mend/healing/record_building.h"
 #include "mend/healing/texts.h"
+#include "mend/healing/value.h"
 
 #include <algorithm>
 #include <optional>
@@ -122,6 +123,12 @@ private:
         } else if (!Has_Value(*record)) {
             findings_.Report(Fault::Original_Attributes, Level::Error, At(*record, former.path),
                              "the original value was none of a sequence, and is not put back");
+            return;
+        }
+        if (vr == 0 && Width_Of(VR_Of(*record)) != 0 && std::ssize(former.value) != record->size) {
+            findings_.Report(Fault::Original_Attributes, Level::Error, At(*record, former.path),
+                             "the original value is of another VR, which is not recorded, and is "
+                             "not put back");
             return;
         }
         findings_.Report(Fault::Original_Attributes, Level::Info, At(*record, former.path),

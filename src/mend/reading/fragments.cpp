@@ -35,7 +35,7 @@ bool Element_Reader::Fragment_May_End(std::int64_t at)
     if (at == level.limit) {
         return true;
     }
-    const Element_Header next = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
+    const Element_Header next = Decode_Header(Header_Bytes(at), level.mode);
     if (next.size == 0) {
         return false;
     }
@@ -47,13 +47,21 @@ bool Element_Reader::Fragment_May_End(std::int64_t at)
     if (next.length == 0 && is_end) {
         return next.tag == Sequence_End_Tag || Ends_Fragments(behind);
     }
-    return Is_Damaged_Item(next, at);
+    // Without a delimiter, elements follow at once.
+    return Is_Damaged_Item(next, at) || Ends_Fragments(at);
 }
 
 /** The fragments end here: so does all, or elements follow. */
 bool Element_Reader::Ends_Fragments(std::int64_t at)
 {
-    return at == Top().limit || Points_After(at, 1) > Outlook::Sound_Points;
+    if (at == Top().limit || Points_After(at, 1) > Outlook::Sound_Points) {
+        return true;
+    }
+    // The last element of all leads to no other.
+    Level_View around = levels_[levels_.size() - 2];
+    around.last = Tag_Of(*Top().owner);
+    const Element_Header last = Decode_Header(Header_Bytes(at), around.mode);
+    return at + last.size + last.length == Top().limit && Judge(last, at, around) == Grade::Sound;
 }
 
 /** One byte of the tag of an item is wrong, and its length leads to the next one. */
@@ -197,7 +205,7 @@ void Element_Reader::Report_Fragment_End(const DICOM_List& record, const Element
 
 void Element_Reader::Read_In_Fragments()
 {
-    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    const Element_Header header = Decode_Header(Header_Bytes(position_), Top().mode);
     if (header.size != 0 && header.tag == Item_Tag) {
         Read_Fragment(header);
         return;
@@ -223,7 +231,7 @@ void Element_Reader::Read_In_Fragments()
         Pop();
         return;
     }
-    if (Points_After(position_, 1) > Outlook::Sound_Points) {
+    if (Ends_Fragments(position_)) {
         Close_Unclosed("encapsulated value is not closed");
         return;
     }

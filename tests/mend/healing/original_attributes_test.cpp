@@ -140,6 +140,19 @@ TEST(Undoing, RemovesWhatWasNotThere)
                                         "0010,0010 PN=\\xC3\\xA9^ \n");
 }
 
+TEST(Undoing, LeavesWhatHadAVRThatIsNotRecorded)
+{
+    Stream_Builder s;
+    s.Header(0x0028, 0x0010, "UL", 4).Int(512);
+    s.US(0x0028, 0x0011, 2);
+    const Mended_File mended = Mend_In_Memory(File_Of(s), Recording());
+    const Undone undone = Undo_In_Memory(mended.bytes);
+    EXPECT_EQ(undone.findings, "error 0028,0010 the original value is of another VR, which is not "
+                               "recorded, and is not put back\n");
+    EXPECT_EQ(Listing_Of(undone.bytes), "0028,0010 US=\\x00\\x02\n"
+                                        "0028,0011 US=\\x02\\x00\n");
+}
+
 /** An item of Original Attributes by a system, with one former value of (0008,0060). */
 void Add_Item(Stream_Builder& s, const std::string& system, const std::string& value)
 {
