@@ -223,9 +223,11 @@ Healed_Value Heal_Binary(const Value& value)
     Healed_Value healed;
     healed.bytes = value.bytes;
     const Width* const width = Find_Width(value.vr);
+    // The byte that makes the length even may make one more value of it.
+    const std::size_t size = value.bytes.size() + value.bytes.size() % 2;
     healed.count = value.bytes.empty()                 ? 0
                    : width == nullptr || width->single ? 1
-                                                       : value.bytes.size() / width->bytes;
+                                                       : size / width->bytes;
     if (width != nullptr && value.bytes.size() % width->bytes != 0) {
         Add_Note(healed.notes, {Fault::Size, Level::Kept, Wrong_Size_Text});
     }
