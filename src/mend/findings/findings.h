@@ -29,6 +29,8 @@ inline constexpr Tag Pixel_Data_Tag = {0x7FE0, 0x0010};
 inline constexpr Tag Item_Tag = {0xFFFE, 0xE000};
 inline constexpr Tag Item_End_Tag = {0xFFFE, 0xE00D};
 inline constexpr Tag Sequence_End_Tag = {0xFFFE, 0xE0DD};
+/** Tag and length of an item or a delimiter, in every encoding (PS3.5 section 7.5). */
+inline constexpr std::int64_t Item_Header_Size = 8;
 
 /** "gggg,eeee" in small hexadecimal letters. */
 std::string Tag_Text(Tag tag);

@@ -22,7 +22,6 @@ namespace lib_mend {
 namespace {
 
 constexpr Tag Extended_Table_Tag = {0x7FE0, 0x0001};
-constexpr std::int64_t Item_Header_Size = 8;
 constexpr std::size_t Entry_Size = 4;
 constexpr std::size_t Extended_Entry_Size = 8;
 

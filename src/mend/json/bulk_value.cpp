@@ -11,7 +11,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::int64_t Item_Header_Size = 8;
 constexpr unsigned char Little = DICOM_Order_Explicit_VR;
 
 /** The bytes that are reversed together to give a value in little endian. */

@@ -10,7 +10,6 @@ namespace {
 
 /** Values up to this size are read at once, longer ones are left in the source. */
 constexpr std::int64_t Load_Limit = 1024;
-constexpr std::int64_t Delimiter_Size = 8;
 
 /** VR of an element that carries none. */
 unsigned short Default_VR(const Element_Header& header, const TAG_db_Elems* entry)
@@ -317,7 +316,7 @@ void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header
     Load(record);
     position_ = end;
     if (header.Is_Undefined() && Stands_Sequence_End(end)) {
-        position_ += Delimiter_Size;
+        position_ += Item_Header_Size;
     }
     if (record.group % 2 != 0) {
         Note_Creator(Top(), record);

@@ -136,6 +136,7 @@ private:
     unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
     void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
     int Points_Without_Item(const Element_Header& header);
+    int Points_In_Item(Outlook look, Level_View item, std::int64_t at);
     int Points_In_Bare_Item(const Element_Header& header);
     int Points_In_Damaged_Item(Outlook look, std::int64_t at);
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);

@@ -17,8 +17,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::int64_t Item_Header_Size = 8;
-
 bool Is_Compressed_Frame(std::span<const unsigned char> bytes)
 {
     const bool has_marker =

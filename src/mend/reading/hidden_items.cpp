@@ -17,8 +17,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::uint32_t Item_Header_Size = 8;
-
 /** What leaves no doubt that elements stand in a sequence without an item. */
 constexpr int Bare_Points = 7;
 
@@ -90,6 +88,20 @@ void Element_Reader::Note_Byte_Order(const DICOM_List& record, unsigned char aro
     }
 }
 
+/** How well elements make sense from a place on in an item of the sequence look.Top(). */
+int Element_Reader::Points_In_Item(Outlook look, Level_View item, std::int64_t at)
+{
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.mode = Mode_In_Item(window_, at, item);
+    const Element_Header first = Decode_Header(Header_Bytes(at), item.mode);
+    if (first.tag.group == Delimiter_Group || Judge(first, at, item) != Grade::Sound) {
+        return 0;
+    }
+    look.Push(item);
+    return look.Follow(at);
+}
+
 /** How well the first elements of a sequence make sense in an item whose tag is missing. */
 int Element_Reader::Points_In_Bare_Item(const Element_Header& header)
 {
@@ -101,15 +113,7 @@ int Element_Reader::Points_In_Bare_Item(const Element_Header& header)
     item.end = Level_View::Open;
     Outlook look = Look();
     look.Push(item);
-    item.kind = Level_Kind::List;
-    item.last = {};
-    item.mode = Mode_In_Item(window_, value, item);
-    const Element_Header first = Decode_Header(Header_Bytes(value), item.mode);
-    if (first.tag.group == Delimiter_Group || Judge(first, value, item) != Grade::Sound) {
-        return 0;
-    }
-    look.Push(item);
-    return look.Follow(value);
+    return Points_In_Item(look, item, value);
 }
 
 /** How well elements make sense behind a header that should be that of an item; look.Top() is its
@@ -128,17 +132,9 @@ int Element_Reader::Points_In_Damaged_Item(Outlook look, std::int64_t at)
         return 0;
     }
     Level_View item = sequence;
-    item.kind = Level_Kind::List;
-    item.last = {};
     item.end = header.Is_Undefined() ? Level_View::Open : end;
     item.limit = header.Is_Undefined() ? sequence.limit : end;
-    item.mode = Mode_In_Item(window_, content, item);
-    const Element_Header first = Decode_Header(Header_Bytes(content), item.mode);
-    if (first.tag.group == Delimiter_Group || Judge(first, content, item) != Grade::Sound) {
-        return 0;
-    }
-    look.Push(item);
-    return look.Follow(content);
+    return Points_In_Item(look, item, content);
 }
 
 /** An item of the sequence look.Top() stands behind a few bytes that are none, before anything else

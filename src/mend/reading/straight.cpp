@@ -6,7 +6,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::size_t Item_Header_Size = 8;
 constexpr std::size_t Most_Levels = 64;
 /** So many sound headers behind each other are no chance. */
 constexpr int Several = 4;

@@ -16,7 +16,6 @@ constexpr unsigned short Padding_Group = 0xFFFC;
 constexpr std::int64_t Undefined = 0xFFFFFFFF;
 /** Longest value that a header with a 2-byte length can have. */
 constexpr std::int64_t Longest_Short_Value = 65534;
-constexpr std::int64_t Item_Header_Size = 8;
 constexpr std::int64_t Group_Length_Size = 4;
 
 constexpr std::int64_t Even(std::int64_t size)

@@ -1,0 +1,228 @@
+// What stands directly in a sequence: items, and what is none.
+//
+//     (0008,1140) (0008,1150) ...                elements without an item: one is supplied
+//     (FFFE,E000) elements (FFFE,E00D) elements  the item ends too early: it is opened again
+//     (FFFE,E000) ... (FFFE,E00D) (FFFE,E00D)    one delimitation too many, or that of the sequence
+//     (FFFE,E0F0) elements                       a damaged tag, taken as that of an item
+//
+// Of several readings that one holds under which most of what follows makes sense.
+
+#include "mend/reading/element_reader.h"
+
+#include <algorithm>
+#include <string>
+
+namespace lib_mend {
+
+void Element_Reader::Start_Item(const Element_Header& header)
+{
+    if (!Spend_Element()) {
+        return;
+    }
+    Nesting_Level& sequence = Top();
+    Nesting_Level item;
+    item.mode = sequence.mode;
+    item.limit = sequence.limit;
+    item.is_weak = sequence.is_weak;
+    const std::int64_t content = position_ + header.size;
+    if (!header.Is_Undefined()) {
+        item.claimed_end = content + static_cast<std::int64_t>(header.length);
+        item.shift = shift_;
+        const Trust trust = Trust_In(item.claimed_end, levels_.size());
+        if (trust != Trust::None) {
+            item.is_weak = trust != Trust::Full;
+            item.end = item.claimed_end;
+            item.limit = item.end;
+        }
+    }
+    item.mode = Mode_In_Item(window_, content, item);
+    if (item.mode != sequence.mode) {
+        Report(Fault::Encoding, Level::Change, *sequence.owner,
+               "its items are in " + Mode_Text(item.mode));
+        sequence.mode = item.mode;
+    }
+    item.usual_mode = item.mode;
+    Add_Item(sequence, item, header);
+    position_ = content;
+    path_.push_back({Tag_Of(*sequence.owner), sequence.items - 1});
+    levels_.push_back(std::move(item));
+}
+
+void Element_Reader::Read_In_Sequence()
+{
+    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    if (header.size == 0) {
+        Settle_In_Sequence();
+        return;
+    }
+    const Nesting_Level& around = levels_[levels_.size() - 2];
+    if (header.tag == Item_Tag && Ends_As_Claimed(Top()) && Ends_As_Claimed(around) &&
+        Leave_Exact_Lengths(header)) {
+        // The item is the next one of the sequence further out.
+        return;
+    }
+    if (header.tag == Item_Tag) {
+        Start_Item(header);
+    } else if (header.tag == Sequence_End_Tag) {
+        Check_Delimiter_Length(header);
+        if (Top().claimed_end != Level_View::Open && Top().end != Level_View::Open) {
+            Skip_Delimiter(header, "sequence delimitation inside a given length");
+            return;
+        }
+        position_ += header.size;
+        Pop();
+    } else if (header.tag == Swapped_Item_Tag) {
+        Top().mode ^= DICOM_Order_Big_Endian;
+        Report(Fault::Encoding, Level::Change, *Top().owner,
+               "its items are in the other byte order");
+    } else if (header.tag == Item_End_Tag) {
+        Read_Item_End_In_Sequence(header);
+    } else if (!Leave_Exact_Lengths(header)) {
+        Settle_In_Sequence();
+    }
+}
+
+/** An item delimitation where none is open: one too many, or in the place of the sequence's. */
+void Element_Reader::Read_Item_End_In_Sequence(const Element_Header& header)
+{
+    const std::int64_t behind = position_ + header.size;
+    const bool is_open = Top().end == Level_View::Open;
+    const int here = Points_After(behind, 0);
+    const int as_end = is_open ? Points_After(behind, 1) : 0;
+    if (is_open && levels_.size() > 3 && levels_[levels_.size() - 2].end == Level_View::Open &&
+        Points_After(behind, 2) > std::max(here, as_end)) {
+        // It is that of the item around.
+        Close_Unclosed("sequence is not closed");
+        return;
+    }
+    if (as_end > here) {
+        Report(Fault::Nesting, Level::Change, header,
+               "item delimitation in the place of a sequence delimitation");
+        position_ = behind;
+        Pop();
+        return;
+    }
+    Skip_Delimiter(header, "item delimitation outside an item");
+}
+
+/** An item whose length does not fit, read on behind it. */
+int Element_Reader::Points_In_Last_Item()
+{
+    const Nesting_Level& sequence = Top();
+    if (sequence.items == 0) {
+        return 0;
+    }
+    Outlook look = Look();
+    Level_View item = sequence;
+    item.kind = Level_Kind::List;
+    item.last = sequence.last_in_item;
+    item.end = Level_View::Open;
+    look.Push(item);
+    return look.Follow(position_);
+}
+
+void Element_Reader::Reopen_Item()
+{
+    Nesting_Level& sequence = Top();
+    Nesting_Level item;
+    item.mode = sequence.mode;
+    item.usual_mode = item.mode;
+    item.last = sequence.last_in_item;
+    item.limit = sequence.limit;
+    item.head = sequence.owner->item[sequence.items - 1];
+    item.owner = item.head;
+    item.tail = item.head->last;
+    item.creators = std::move(sequence.creators);
+    path_.push_back({Tag_Of(*sequence.owner), sequence.items - 1});
+    Report(Fault::Value_Length, Level::Change, *item.owner,
+           "the item ends " + std::to_string(position_ - item.owner->data_pos) +
+               " bytes behind its header, but elements of it follow");
+    item.said = true;
+    levels_.push_back(std::move(item));
+}
+
+/** A new item, for elements that stand in a sequence without one or behind a damaged item tag. */
+int Element_Reader::Points_In_New_Item(std::int64_t at)
+{
+    Outlook look = Look();
+    Level_View item = Top();
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.end = Level_View::Open;
+    item.mode = Mode_In_Item(window_, at, item);
+    look.Push(item);
+    return look.Follow(at);
+}
+
+/** Number of bytes, of the four of a tag, that are those of another tag. */
+int Element_Reader::Same_Bytes(Tag tag, Tag other)
+{
+    const int groups = tag.group ^ other.group;
+    const int elements = tag.element ^ other.element;
+    return ((groups & 0xFF00) == 0) + ((groups & 0xFF) == 0) + ((elements & 0xFF00) == 0) +
+           ((elements & 0xFF) == 0);
+}
+
+void Element_Reader::Supply_Item()
+{
+    Report(Fault::Nesting, Level::Change, *Top().owner,
+           "its elements stand in no item; one is supplied");
+    const Element_Header none = {
+        Item_Tag, 0, Top().mode, Header_Form::Implicit, 0, Element_Header::Undefined};
+    const std::int64_t claimed_end = Top().claimed_end;
+    const Shift shift = Top().shift;
+    Note_Shift(-Item_Header_Size);
+    Start_Item(none);
+    Top().claimed_end = claimed_end;
+    Top().shift = shift;
+    Top().said = true;
+}
+
+/** Something that is no item stands directly in a sequence. */
+void Element_Reader::Settle_In_Sequence()
+{
+    constexpr int Damaged_Tag = 3;
+    constexpr int Doubtful = 2 * Outlook::Sound_Points;
+    const Element_Header header =
+        Decode_Header_As(window_.At(position_, 8), Top().mode, Header_Form::Implicit);
+    const std::int64_t behind = position_ + header.size;
+    const bool is_open = Top().end == Level_View::Open;
+    const int close = is_open ? Points_After(position_, 1) : 0;
+    const int reopen = Points_In_Last_Item();
+    const bool like_item = header.size != 0 && Same_Bytes(header.tag, Item_Tag) >= Damaged_Tag;
+    const bool like_end = header.size != 0 && is_open && header.length == 0 &&
+                          Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;
+    const int item =
+        like_item ? Points_In_New_Item(behind) : Points_In_Damaged_Item(Look(), position_);
+    const int end = like_end ? Points_After(behind, 1) : 0;
+    // What ascends from the last item goes on in it, or stands behind the sequence.
+    const Element_Header first = Decode_Header(Header_Bytes(position_), Top().mode);
+    const bool is_first = Top().items == 0;
+    const bool is_inside = Top().claimed_end == Level_View::Open ||
+                           (Top().claimed_end > position_ && Top().claimed_end <= Top().limit);
+    const bool begins_anew = is_inside && first.size != 0 && first.tag <= Top().last_in_item;
+    const int bare = is_first || begins_anew ? Points_In_New_Item(position_) : 0;
+    const int most = std::max({close, reopen, item, end});
+    const int wanted = is_first ? most : most + 1;
+    if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
+        Supply_Item();
+    } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
+        Skip_Garbage();
+    } else if (most == close) {
+        Close_Unclosed("sequence is not closed");
+    } else if (most == reopen) {
+        Reopen_Item();
+    } else if (most == item) {
+        Report(Fault::Header, Level::Change, header, "a damaged tag is taken as that of an item");
+        Element_Header mended = header;
+        mended.tag = Item_Tag;
+        Start_Item(mended);
+    } else {
+        Report(Fault::Header, Level::Change, header,
+               "a damaged tag is taken as a sequence delimitation");
+        position_ = behind;
+        Pop();
+    }
+}
+
+}  // namespace lib_mend
