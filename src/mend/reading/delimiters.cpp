@@ -81,6 +81,16 @@ void Element_Reader::Close_Unclosed(const char* what)
     Pop();
 }
 
+/** Closes the innermost level where it ends, be it by its length or by what was found there. */
+void Element_Reader::Close_Moved()
+{
+    if (Top().moved != 0) {
+        Close_Unclosed("is not closed");
+    } else {
+        Pop();
+    }
+}
+
 /**
  * What an item or a sequence holds ends exactly where its length says, though what stands there was
  * not believed: it is that what is damaged, and not the length.

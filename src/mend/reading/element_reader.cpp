@@ -111,7 +111,7 @@ void Element_Reader::Read_In_List()
         return;
     } else if (Judge(header, position_, Top()) == Grade::Sound && Fits_What_Follows(header)) {
         Accept(header);
-    } else if (Leads_On(header)) {
+    } else if (Ends_With_Moved(header) || Leads_On(header)) {
         Accept(header);
     } else {
         Settle(header);
@@ -143,6 +143,18 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     Level_View behind = Top();
     behind.last = header.tag;
     return Judge(next, end, behind) == Grade::Sound;
+}
+
+/** A sequence that reaches as far beyond the list as bytes are missing in it: they are its own. */
+bool Element_Reader::Ends_With_Moved(const Element_Header& header)
+{
+    const std::int64_t value = position_ + header.size;
+    const std::int64_t beyond = value + static_cast<std::int64_t>(header.length) - Top().limit;
+    Element_Header empty = header;
+    empty.length = 0;
+    return Top().moved < 0 && beyond == -Top().moved &&
+           Has_Nested_Content(header, NEMA_db_Locate(header.tag.group, header.tag.element)) &&
+           Starts_With_Item(value, Top().mode) && Judge(empty, position_, Top()) == Grade::Sound;
 }
 
 /**

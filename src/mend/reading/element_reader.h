@@ -83,6 +83,7 @@ private:
     void Step();
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
+    bool Ends_With_Moved(const Element_Header& header);
     bool Leads_On(const Element_Header& header);
     void Accept(const Element_Header& header);
     void Raise_Last(const Element_Header& header);
@@ -90,6 +91,9 @@ private:
     void Load(DICOM_List& record);
     void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
     Trust Trust_In(std::int64_t end, std::size_t levels);
+    bool Content_Fills(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    std::int64_t Find_Moved_End(const Nesting_Level& level);
+    void Believe_Length(Nesting_Level& level, std::int64_t content, std::uint32_t length);
     void Leave_Ended_Levels();
     void Pop();
     void Pop_To(std::size_t levels);
@@ -163,6 +167,7 @@ private:
     bool Leave_Exact_Lengths(const Element_Header& header);
     bool Leave_Wrong_Lengths(const Element_Header& header);
     void Close_Unclosed(const char* what);
+    void Close_Moved();
     void Check_Delimiter_Length(const Element_Header& header);
     int Points_After(std::int64_t at, std::size_t pop);
 

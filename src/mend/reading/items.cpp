@@ -26,14 +26,7 @@ void Element_Reader::Start_Item(const Element_Header& header)
     item.is_weak = sequence.is_weak;
     const std::int64_t content = position_ + header.size;
     if (!header.Is_Undefined()) {
-        item.claimed_end = content + static_cast<std::int64_t>(header.length);
-        item.shift = shift_;
-        const Trust trust = Trust_In(item.claimed_end, levels_.size());
-        if (trust != Trust::None) {
-            item.is_weak = trust != Trust::Full;
-            item.end = item.claimed_end;
-            item.limit = item.end;
-        }
+        Believe_Length(item, content, header.length);
     }
     item.mode = Mode_In_Item(window_, content, item);
     if (item.mode != sequence.mode) {

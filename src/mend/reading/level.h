@@ -57,6 +57,8 @@ struct Nesting_Level : Level_View {
     int items = 0;
     /** End by the length that the header claims, though it is not believed; or Open. */
     std::int64_t claimed_end = Open;
+    /** Its end lies so many bytes behind the claimed one, by what stands there. */
+    std::int64_t moved = 0;
     /** Its limit is believed for the lengths inside, more than for what stands behind it. */
     bool is_weak = false;
     /** That of the reader in front of it. */

@@ -32,6 +32,67 @@ Element_Reader::Trust Element_Reader::Trust_In(std::int64_t end, std::size_t lev
     return points < Enough ? Trust::None : is_end ? Trust::Full : Trust::Weak;
 }
 
+/** What a level holds leads to its end without a contradiction. */
+bool Element_Reader::Content_Fills(const Nesting_Level& level, std::int64_t content,
+                                   std::int64_t end)
+{
+    if (end > level.limit || level.kind == Level_Kind::Fragments) {
+        return false;
+    }
+    if (level.kind == Level_Kind::Sequence) {
+        return Are_Items(window_, content, end, level.mode);
+    }
+    Level_View item = level;
+    item.mode = Mode_In_Item(window_, content, item);
+    item.end = end;
+    item.limit = end;
+    return Read_Straight(window_, {item}, content).holds;
+}
+
+/**
+ * A few bytes that are missing in a level, or were put into it, move its end and those of all levels
+ * around the place by so many: what makes sense stands not where the length ends, but that far away.
+ */
+std::int64_t Element_Reader::Find_Moved_End(const Nesting_Level& level)
+{
+    // The smallest element that might be taken for what stands behind the level has eight bytes.
+    constexpr std::int64_t Most_Bytes = 7;
+    const auto trust_in = [this, &level](std::int64_t moved) {
+        const std::int64_t end = level.claimed_end + moved;
+        // What the end of the source cuts off is not moved.
+        return end == end_ || end <= position_ ? Trust::None : Trust_In(end, levels_.size());
+    };
+    if (Top().moved != 0 && trust_in(Top().moved) == Trust::Full) {
+        return Top().moved;
+    }
+    for (std::int64_t bytes = 1; bytes <= Most_Bytes; ++bytes) {
+        for (const std::int64_t moved : {-bytes, bytes}) {
+            const Trust trust = trust_in(moved);
+            if (trust != Trust::None) {
+                return trust == Trust::Full ? moved : 0;
+            }
+        }
+    }
+    return 0;
+}
+
+/** Sets the end of a level, that is not open yet, by the length that its header claims. */
+void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content,
+                                    std::uint32_t length)
+{
+    level.claimed_end = content + static_cast<std::int64_t>(length);
+    level.shift = shift_;
+    const Trust trust = Trust_In(level.claimed_end, levels_.size());
+    const bool is_around = level.claimed_end == level.limit;
+    level.moved = trust == Trust::Full || is_around ? 0 : Find_Moved_End(level);
+    if (trust != Trust::None || level.moved != 0 ||
+        Content_Fills(level, content, level.claimed_end)) {
+        level.is_weak = trust != Trust::Full && level.moved == 0;
+        level.end = level.claimed_end + level.moved;
+        level.limit = level.end;
+    }
+}
+
 /** Opens the level of a sequence or an encapsulated value. */
 void Element_Reader::Enter(DICOM_List& record, const Element_Header& header, const Content& content)
 {
@@ -44,16 +105,7 @@ void Element_Reader::Enter(DICOM_List& record, const Element_Header& header, con
     level.limit = Top().limit;
     level.is_weak = Top().is_weak;
     if (!header.Is_Undefined()) {
-        level.claimed_end = position_ + header.size + static_cast<std::int64_t>(header.length);
-        level.shift = shift_;
-        const Trust trust = Trust_In(level.claimed_end, levels_.size());
-        if (trust != Trust::None ||
-            (level.kind == Level_Kind::Sequence && level.claimed_end <= level.limit &&
-             Are_Items(window_, position_ + header.size, level.claimed_end, level.mode))) {
-            level.is_weak = trust != Trust::Full;
-            level.end = level.claimed_end;
-            level.limit = level.claimed_end;
-        }
+        Believe_Length(level, position_ + header.size, header.length);
     }
     position_ += header.size;
     levels_.push_back(std::move(level));
@@ -64,7 +116,7 @@ void Element_Reader::Leave_Ended_Levels()
 {
     while (levels_.size() > 1 && Top().limit <= position_ && position_ < end_) {
         if (Top().end != Level_View::Open) {
-            Pop();
+            Close_Moved();
             continue;
         }
         // A length around it ends what nothing has closed: one fault, however many levels it is.
@@ -99,7 +151,7 @@ void Element_Reader::Pop_To(std::size_t levels)
 void Element_Reader::Report_Open_Levels()
 {
     while (levels_.size() > 1 && Top().end != Level_View::Open && Top().end <= position_) {
-        Pop();
+        Close_Moved();
     }
     if (stopped_ || cut_off_) {
         return;
