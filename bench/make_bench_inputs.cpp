@@ -10,6 +10,8 @@
 #include <string_view>
 #include <utility>
 
+#include <zlib.h>
+
 namespace {
 
 /** Elements in explicit VR little endian. */
@@ -88,13 +90,13 @@ std::string Instance_UID(int number)
     return "1.2.999.3.1." + std::to_string(number);
 }
 
-std::string Head(int number)
+std::string Head(int number, const char* syntax = "1.2.840.10008.1.2.1")
 {
     Stream rest;
     rest.Add(0x0002, 0x0001, "OB", std::string_view("\0\1", 2))
         .Add(0x0002, 0x0002, "UI", CT_Storage)
         .Add(0x0002, 0x0003, "UI", Instance_UID(number))
-        .Add(0x0002, 0x0010, "UI", "1.2.840.10008.1.2.1")
+        .Add(0x0002, 0x0010, "UI", syntax)
         .Add(0x0002, 0x0012, "UI", "1.2.999.3");
     const auto size = static_cast<unsigned int>(rest.Bytes().size());
     std::string length;
@@ -239,17 +241,24 @@ std::string Image(int number, unsigned short rows, unsigned short columns, int f
         .Short(0x0028, 0x0103, 0);
     const unsigned int size = 2U * rows * columns * static_cast<unsigned int>(frames);
     stream.Open(0x7FE0, 0x0010, "OW", size);
-    return Head(number) + stream.Bytes();
+    return stream.Bytes();
+}
+
+/** A mebibyte of pixels. */
+std::string Pixels()
+{
+    std::string block(std::size_t{1} << 20, '\0');
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        block[i] = static_cast<char>(i % 2 == 0 ? i * i / 64 : i / 64 % 16);
+    }
+    return block;
 }
 
 bool Write(const std::filesystem::path& path, const std::string& front, std::size_t pixels = 0)
 {
     std::ofstream file(path, std::ios::binary);
     file << front;
-    std::string block(std::size_t{1} << 20, '\0');
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        block[i] = static_cast<char>(i % 2 == 0 ? i * i / 64 : i / 64 % 16);
-    }
+    const std::string block = Pixels();
     for (std::size_t done = 0; done < pixels; done += block.size()) {
         file.write(block.data(),
                    static_cast<std::streamsize>(std::min(block.size(), pixels - done)));
@@ -257,11 +266,55 @@ bool Write(const std::filesystem::path& path, const std::string& front, std::siz
     return file.flush().good();
 }
 
+/** The same with what follows `front` deflated: a raw stream, or one in the wrapper of gzip. */
+bool Write_Deflated(const std::filesystem::path& path, const std::string& front,
+                    const std::string& data_set, std::size_t mebibytes, bool in_gzip)
+{
+    constexpr int Raw_Window = -15;
+    constexpr int Gzip_Window = 31;
+    std::ofstream file(path, std::ios::binary);
+    file << front;
+    z_stream stream = {};
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, in_gzip ? Gzip_Window : Raw_Window,
+                     8, Z_DEFAULT_STRATEGY) != Z_OK) {
+        return false;
+    }
+    std::string out(std::size_t{1} << 21, '\0');
+    const auto put = [&](std::string piece, int flush) {
+        stream.next_in = reinterpret_cast<Bytef*>(piece.data());
+        stream.avail_in = static_cast<uInt>(piece.size());
+        stream.next_out = reinterpret_cast<Bytef*>(out.data());
+        stream.avail_out = static_cast<uInt>(out.size());
+        deflate(&stream, flush);
+        file.write(out.data(), static_cast<std::streamsize>(out.size() - stream.avail_out));
+    };
+    put(data_set, Z_NO_FLUSH);
+    const std::string block = Pixels();
+    for (std::size_t i = 0; i < mebibytes; ++i) {
+        put(block, Z_NO_FLUSH);
+    }
+    put({}, Z_FINISH);
+    file.write("", !in_gzip && stream.total_out % 2 != 0 ? 1 : 0);
+    deflateEnd(&stream);
+    return file.flush().good();
+}
+
+bool Make_Large_Images(const std::filesystem::path& folder)
+{
+    constexpr std::size_t Mebibytes = 500;
+    const std::string image = Image(1, 1024, 1024, 250);
+    const std::string plain = Head(1) + image;
+    return Write(folder / "image.dcm", plain, Mebibytes << 20) &&
+           Write_Deflated(folder / "image_deflated.dcm", Head(1, "1.2.840.10008.1.2.1.99"), image,
+                          Mebibytes, false) &&
+           Write_Deflated(folder / "image.dcm.gz", "", plain, Mebibytes, true);
+}
+
 bool Make_All(const std::filesystem::path& folder)
 {
     constexpr int Small_Files = 2000;
     std::filesystem::create_directories(folder / "small");
-    bool good = Write(folder / "image.dcm", Image(1, 1024, 1024, 250), std::size_t{500} << 20);
+    bool good = Make_Large_Images(folder);
     for (const int size : {10'000, 100'000, 200'000, 1'000'000}) {
         const std::string name = std::to_string(size) + ".dcm";
         good = good && Write(folder / ("flat" + name), Flat(size)) &&
@@ -272,7 +325,7 @@ bool Make_All(const std::filesystem::path& folder)
     for (int i = 0; good && i < Small_Files; ++i) {
         char name[16];
         std::snprintf(name, sizeof name, "%04d.dcm", i);
-        good = Write(folder / "small" / name, Image(i + 2, 16, 16, 1), 512);
+        good = Write(folder / "small" / name, Head(i + 2) + Image(i + 2, 16, 16, 1), 512);
     }
     return good;
 }

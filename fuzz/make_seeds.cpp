@@ -243,8 +243,8 @@ Seeds Files()
     files.push_back({"not_encapsulated", Part10_Head("1.2.840.10008.1.2.4.50") + Sound(8)});
     files.push_back({"directory", head + Directory(static_cast<int>(head.size()))});
     const std::string sound = Sound(8);
-    Bytes deflated;
-    Deflate({reinterpret_cast<const unsigned char*>(sound.data()), sound.size()}, deflated);
+    const Bytes deflated =
+        Deflated({reinterpret_cast<const unsigned char*>(sound.data()), sound.size()});
     files.push_back({"deflated", Part10_Head(Deflated_Little_UID) +
                                      std::string(deflated.begin(), deflated.end())});
     return files;

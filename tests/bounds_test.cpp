@@ -208,8 +208,8 @@ TEST_F(Bounds, ASizeAskedOfASmallFileAllocatesLittle)
 
 std::string Deflated_File(const std::string& data_set)
 {
-    Bytes deflated;
-    Deflate({reinterpret_cast<const unsigned char*>(data_set.data()), data_set.size()}, deflated);
+    const Bytes deflated =
+        Deflated({reinterpret_cast<const unsigned char*>(data_set.data()), data_set.size()});
     return Part10_Head("1.2.840.10008.1.2.1.99") + std::string(deflated.begin(), deflated.end());
 }
 
@@ -236,14 +236,13 @@ TEST_F(Bounds, DeflatedDataSetsStayWithinTheirBudget)
         std::string data_set;
         bool is_bomb;
     } const cases[] = {
-        {"zeros", Image(80 * Megabyte), true},
         {"empty elements", Repeated_Element("LO", "", 8 * Megabyte), true},
         {"faulty elements", Repeated_Element("ZZ", "odd", 8 * Megabyte), true},
         {"many values", Repeated_Element("LO", std::string(1000, '\\'), 20 * Megabyte), true},
         {"long values", Repeated_Element("UT", std::string(10 * Megabyte, '\\'), 20 * Megabyte),
          true},
         {"nested sequences", hostile::Nested(200'000), true},
-        {"an empty image", Image(20 * Megabyte), false},
+        {"an empty image", Image(80 * Megabyte), false},
         {"ten thousand elements", Repeated_Element("LO", "An entry ", 200 * Kilobyte), false},
     };
     for (const auto& test : cases) {

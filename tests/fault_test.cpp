@@ -1,6 +1,7 @@
 // Every allocation, read, seek and write made to fail in turn: nothing crashes, nothing leaks, what
 // was there before stays, and the failure is told as the interface promises.
 #include "mend/interface/mend.h"
+#include "mend/io/deflate.h"
 #include "mend/io/safe_file.h"
 #include "mend/reading/reader.h"
 #include "support/byte_input.h"
@@ -883,7 +884,7 @@ Mended Mend_File(const std::string& path, std::int64_t most_in_memory)
             mended.has_error = !error.empty();
             return mended;
         }
-        Data_Set set = Read_Data_Set(source, findings);
+        Data_Set set = Read_Data_Set(source, findings, {.in_memory = most_in_memory});
         Encoded_File out;
         mended.done = Mend(set, {}, findings, out);
         mended.has_error = findings.Has(Level::Error);
@@ -908,6 +909,15 @@ std::string Directory()
     return Part10_Head("1.2.840.10008.1.2.1") + s.Bytes();
 }
 
+/** The same, deflated: it is inflated to memory or to a file. */
+std::string Deflated_Directory()
+{
+    const std::string plain = Directory().substr(Part10_Head("1.2.840.10008.1.2.1").size());
+    const lib_mend::Bytes deflated =
+        lib_mend::Deflated({reinterpret_cast<const unsigned char*>(plain.data()), plain.size()});
+    return Part10_Head("1.2.840.10008.1.2.1.99") + std::string(deflated.begin(), deflated.end());
+}
+
 TEST(Fault, MendingWritesAllOrNothing)
 {
     const struct {
@@ -927,9 +937,13 @@ TEST(Fault, MendingWritesAllOrNothing)
         {Point::Read, Kind::Interrupted, 0, Piecewise, true},
         {Point::Read, Kind::Error, EIO, Whole},
         {Point::Read, Kind::Error, EIO, Piecewise},
+        {Point::Open, Kind::From_Now_On, EACCES, Piecewise},
+        {Point::Write, Kind::Error, ENOSPC, Piecewise},
+        {Point::Write, Kind::Short, 0, Piecewise, true},
+        {Point::Write, Kind::Interrupted, 0, Piecewise, true},
     };
     const Scratch_Folder folder;
-    for (const std::string& bytes : {Sample(), Directory()}) {
+    for (const std::string& bytes : {Sample(), Directory(), Deflated_Directory()}) {
         folder.Write("file", bytes);
         const std::string path = folder.path + "/file";
         const std::string whole = Mend_File(path, Whole).bytes;

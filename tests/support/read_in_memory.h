@@ -39,13 +39,13 @@ inline std::string Finding_Text(const lib_mend::Finding& finding)
            finding.text + values + "\n";
 }
 
-inline Read_File Read_In_Memory(const std::string& bytes)
+inline Read_File Read_In_Memory(const std::string& bytes, const lib_mend::Spool_Limits& limits = {})
 {
     lib_mend::Findings findings;
     const lib_mend::Library_Session session(findings);
     const auto file = lib_mend::Source::From_Image(
         {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()}, "test");
-    const lib_mend::Data_Set set = Read_Data_Set(file, findings);
+    const lib_mend::Data_Set set = Read_Data_Set(file, findings, limits);
     Read_File read;
     for (const lib_mend::Finding& finding : findings.All()) {
         read.findings += Finding_Text(finding);
@@ -100,11 +100,12 @@ struct Small_File_Case {
     std::string skipped = {};
 };
 
-inline void Expect_Small_Files(std::span<const Small_File_Case> cases)
+inline void Expect_Small_Files(std::span<const Small_File_Case> cases,
+                               const lib_mend::Spool_Limits& limits = {})
 {
     for (const Small_File_Case& each : cases) {
         SCOPED_TRACE(each.name);
-        const Read_File read = Read_In_Memory(each.bytes);
+        const Read_File read = Read_In_Memory(each.bytes, limits);
         EXPECT_EQ(read.elements, Small_Elements);
         EXPECT_EQ(read.findings, each.findings);
         EXPECT_EQ(read.skipped, each.skipped);

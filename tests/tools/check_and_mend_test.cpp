@@ -1,5 +1,6 @@
 // The command line as its users call it: check and mend say the same and end with the same status, and
 // files are refused in plain words.
+#include "mend/io/deflate.h"
 #include "support/fault_generator.h"
 #include "support/read_in_memory.h"
 
@@ -24,11 +25,11 @@ struct Outcome {
     std::string text;
 };
 
-Outcome Run_Tool(const std::string& arguments)
+/** Runs a command line of the shell. */
+Outcome Run_Shell(const std::string& line)
 {
-    const std::string command = std::string(DICOM_MEND_PROGRAM) + " " + arguments + " 2>&1";
     Outcome run;
-    FILE* const pipe = popen(command.c_str(), "r");
+    FILE* const pipe = popen(("{ " + line + "; } 2>&1").c_str(), "r");
     char block[4096];
     for (std::size_t count = 1; pipe != nullptr && count > 0;) {
         count = std::fread(block, 1, sizeof block, pipe);
@@ -37,6 +38,11 @@ Outcome Run_Tool(const std::string& arguments)
     const int status = pipe != nullptr ? pclose(pipe) : -1;
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run;
+}
+
+Outcome Run_Tool(const std::string& arguments)
+{
+    return Run_Shell(std::string(DICOM_MEND_PROGRAM) + " " + arguments);
 }
 
 class Tool : public testing::Test {
@@ -146,6 +152,76 @@ TEST_F(Tool, ReadsPipesToTheirEnd)
     pclose(shell);
     EXPECT_EQ(run.text, Run_Tool("list --format tsv " + path).text);
     EXPECT_EQ(run.status, 0);
+}
+
+std::string Deflated_File(const std::string& data_set)
+{
+    const lib_mend::Bytes deflated = lib_mend::Deflated(
+        {reinterpret_cast<const unsigned char*>(data_set.data()), data_set.size()});
+    return Part10_Head("1.2.840.10008.1.2.1.99") + std::string(deflated.begin(), deflated.end());
+}
+
+/** A data set that is larger than what is kept in memory, of bytes that follow no pattern. */
+std::string Large_Data_Set()
+{
+    std::string pixels(std::size_t{5} << 20, '\0');
+    unsigned int state = 1;
+    for (char& byte : pixels) {
+        state = state * 1664525 + 1013904223;
+        byte = static_cast<char>(state >> 24);
+    }
+    Stream_Builder stream;
+    stream.Element(0x7FE0, 0x0010, "OW", pixels);
+    return Small_Data_Set() + stream.Bytes();
+}
+
+TEST_F(Tool, KeepsWhatComesOnceInAFile)
+{
+    const std::string data_set = Large_Data_Set();
+    const std::string plain = Write("plain", Part10_Head("1.2.840.10008.1.2.1") + data_set);
+    const std::string deflated = Write("deflated", Deflated_File(data_set));
+    const std::string plain_out = Path("plain.out");
+    const std::string out = Path("out");
+    Run_Tool("mend " + plain + " " + plain_out);
+    const std::string wanted = Contents(plain_out);
+    ASSERT_EQ(wanted.size(), Contents(plain).size());
+    const std::string mend = DICOM_MEND_PROGRAM + std::string(" mend --force ");
+    const std::string unpacked = "; " + mend + "--syntax explicit-little " + plain_out + " " + out;
+    const std::string sound[] = {
+        {"cat " + plain + " | " + mend + "/dev/stdin " + out},
+        {"gzip -1c " + plain + " | " + mend + "/dev/stdin " + out},
+        {mend + "--syntax explicit-little " + deflated + " " + out},
+        {"cat " + deflated + " | " + mend + "/dev/stdin " + plain_out + unpacked},
+    };
+    for (const std::string& command : sound) {
+        fs::remove(out);
+        Run_Shell(command);
+        EXPECT_TRUE(Contents(out) == wanted) << command;
+    }
+    fs::remove(out);
+    // A pipe of the shell, without a folder for the file, and without room for it.
+    const std::string file = Path("text");
+    const std::string kept = "its bytes cannot be kept in a temporary file in ";
+    const std::string advice = "; set TMPDIR to a folder with room for them";
+    const struct {
+        std::string command;
+        std::string text;
+    } failing[] = {
+        {"cat " + plain + " | TMPDIR=/nowhere " + mend + "/dev/stdin " + out,
+         "/dev/stdin: error: " + kept + "/nowhere: No such file or directory" + advice + "\n"},
+        {"export TMPDIR=" + plain + "; " + mend + deflated + " " + out,
+         deflated + ": error: cannot be unpacked: " + kept + plain + ": Not a directory" + advice +
+             "\n"},
+        {"trap '' XFSZ; ulimit -f 2048; TMPDIR=" + Path("") + " " + mend + deflated + " " + out,
+         deflated + ": error: cannot be unpacked: " + kept + Path("") + ": File too large" +
+             advice + "\n"},
+    };
+    for (const auto& [command, text] : failing) {
+        const Outcome run = Run_Shell(command);
+        EXPECT_EQ(run.text, text);
+        EXPECT_EQ(run.status, 2);
+    }
+    EXPECT_FALSE(fs::exists(out));
 }
 
 TEST_F(Tool, ListsAnyDepth)

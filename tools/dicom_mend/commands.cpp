@@ -140,6 +140,11 @@ bool Can_Write(const Mend_Request& request)
     return reason.empty();
 }
 
+lib_mend::Data_Set Read_As_It_Is(const std::shared_ptr<Source>& source, Findings& findings)
+{
+    return lib_mend::Read_Data_Set(source, findings);
+}
+
 /**
  * Reads, prepares, encodes and writes a file; what is not healed yet is healed on the way.
  *
@@ -210,8 +215,7 @@ Exit_Status Run_List(const List_Request& request)
 
 Exit_Status Run_Mend(const Mend_Request& request)
 {
-    return Mend_File(request, lib_mend::Read_Data_Set,
-                     [](lib_mend::Data_Set&, Findings&) { return true; });
+    return Mend_File(request, Read_As_It_Is, [](lib_mend::Data_Set&, Findings&) { return true; });
 }
 
 Exit_Status Run_From_JSON(const Mend_Request& request)
@@ -240,18 +244,17 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
         return Exit_Failure;
     }
     const lib_mend::Override override(rules);
-    return Mend_File(request, lib_mend::Read_Data_Set,
-                     [&](lib_mend::Data_Set& set, Findings& findings) {
-                         lib_mend::Heal(set, request.options.heal, findings);
-                         return lib_mend::Complete_IOD(set, completion.module, findings);
-                     });
+    return Mend_File(request, Read_As_It_Is, [&](lib_mend::Data_Set& set, Findings& findings) {
+        lib_mend::Heal(set, request.options.heal, findings);
+        return lib_mend::Complete_IOD(set, completion.module, findings);
+    });
 }
 
 Exit_Status Run_Undo(const Mend_Request& request)
 {
-    return Mend_File(
-        request, lib_mend::Read_Data_Set,
-        [](lib_mend::Data_Set& set, Findings& findings) { return lib_mend::Undo(set, findings); });
+    return Mend_File(request, Read_As_It_Is, [](lib_mend::Data_Set& set, Findings& findings) {
+        return lib_mend::Undo(set, findings);
+    });
 }
 
 }  // namespace dicom_mend

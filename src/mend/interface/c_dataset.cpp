@@ -38,7 +38,7 @@ dicom_mend_status Take(dicom_mend_session& session, const std::shared_ptr<Source
     auto read = std::make_unique<dicom_mend_dataset>();
     read->set = Read_Data_Set(source, session.findings);
     if (read->set.foreign) {
-        return DICOM_MEND_NOT_DICOM;
+        return read->set.unreadable ? DICOM_MEND_CANNOT_READ : DICOM_MEND_NOT_DICOM;
     }
     *out = read.release();
     return DICOM_MEND_OK;
@@ -64,23 +64,33 @@ void Mend_Into(dicom_mend_session& session, Data_Set& set, Encoded_File& file)
 
 void Hand_Out_File(const Encoded_File& file, unsigned char** bytes, size_t* size)
 {
-    const auto whole = static_cast<std::size_t>(file.Size());
-    std::unique_ptr<unsigned char, void (*)(void*)> memory(
-        static_cast<unsigned char*>(std::malloc(std::max<std::size_t>(whole, 1))), &std::free);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    std::size_t at = 0;
+    using Memory = std::unique_ptr<unsigned char, void (*)(void*)>;
+    auto room = static_cast<std::size_t>(std::max<std::int64_t>(file.Size(), 1));
+    Memory memory(static_cast<unsigned char*>(std::malloc(room)), &std::free);
+    std::size_t used = 0;
     const bool given = file.Give([&](std::span<const unsigned char> piece) {
-        std::copy(piece.begin(), piece.end(), memory.get() + at);
-        at += piece.size();
+        if (used + piece.size() > room) {
+            // Only what is deflated is of no known size.
+            room = std::max(2 * room, used + piece.size());
+            auto* const grown = static_cast<unsigned char*>(std::realloc(memory.get(), room));
+            if (grown == nullptr) {
+                throw std::bad_alloc();
+            }
+            static_cast<void>(memory.release());
+            memory.reset(grown);
+        }
+        if (memory == nullptr) {
+            throw std::bad_alloc();
+        }
+        std::copy(piece.begin(), piece.end(), memory.get() + used);
+        used += piece.size();
         return true;
     });
-    if (!given || at != whole) {
+    if (!given) {
         throw Failure{DICOM_MEND_CANNOT_READ, "the values cannot be read"};
     }
     *bytes = memory.release();
-    *size = whole;
+    *size = used;
 }
 
 void Write_Out(const Encoded_File& file, const char* path, bool replace)

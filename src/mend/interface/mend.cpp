@@ -3,10 +3,11 @@
 #include "mend/healing/groups.h"
 #include "mend/interface/heal.h"
 #include "mend/interface/output_form.h"
-#include "mend/io/deflate.h"
 #include "mend/writing/directory_offsets.h"
 #include "mend/writing/encoder.h"
 #include "mend/writing/file_meta.h"
+
+#include <memory>
 
 namespace lib_mend {
 
@@ -26,36 +27,20 @@ void Encode_Head(const Data_Set& set, Output& out)
     Encode_List(set.source, set.meta.Head(), options, out);
 }
 
-/** Encodes and deflates the data set; false without memory. */
-bool Encode_Deflated(const Data_Set& set, const Encoder_Options& options, Findings& findings,
-                     Output& out)
-{
-    Encoded_File plain;
-    Encode_List(set.source, set.records.Head(), options, plain);
-    Bytes deflated;
-    const Piece_Giver give = [&plain](const auto& take) {
-        return plain.Give(take);
-    };
-    if (!Deflate(give, deflated)) {
-        findings.Report(Fault::Memory, Level::Error, {}, "no memory to deflate the data set");
-        return false;
-    }
-    out.Put(deflated);
-    return true;
-}
-
-bool Encode(Data_Set& set, const Mend_Options& options, const Encoding& encoding,
+void Encode(Data_Set& set, const Mend_Options& options, const Encoding& encoding,
             Findings& findings, Encoded_File& out)
 {
     const Encoder_Options body = {encoding, options.defined_lengths, options.group_lengths};
     out.Clear();
     Encode_Head(set, out);
     if (encoding.deflated) {
-        return Encode_Deflated(set, body, findings, out);
+        const auto plain = std::make_shared<Encoded_File>();
+        Encode_List(set.source, set.records.Head(), body, *plain);
+        out.Put_Deflated(plain);
+        return;
     }
     Move_Directory_Offsets(set, body, out.Size(), findings);
     Encode_List(set.source, set.records.Head(), body, out);
-    return true;
 }
 
 /** Tells what cannot be written without harm; false then. */
@@ -104,14 +89,14 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
         return false;
     }
     Complete_Meta(set, syntax, findings);
-    const bool encoded = Encode(set, options, encoding, findings, out);
+    Encode(set, options, encoding, findings, out);
     findings.Settle_Errors();
     if (set.source->Failure() != 0) {
         findings.Report(Fault::Unreadable, Level::Error, {}, "the values cannot be read");
         return false;
     }
     // Where memory ran out, a repair may have cost a value.
-    return encoded && !findings.Out_Of_Memory();
+    return !findings.Out_Of_Memory();
 }
 
 }  // namespace lib_mend

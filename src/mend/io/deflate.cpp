@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 #include <zlib.h>
 
@@ -13,18 +14,20 @@ namespace {
 constexpr int Raw_Window = -15;
 /** A frame of gzip or zlib, whichever is there. */
 constexpr int Framed_Window = 15 + 32;
-constexpr std::size_t Block_Size = std::size_t{1} << 14;
-constexpr std::size_t Input_Size = std::size_t{1} << 13;
+/** Pieces are small until it shows that there is something to inflate. */
+constexpr std::size_t First_Size = std::size_t{1} << 13;
+constexpr std::size_t Block_Size = std::size_t{1} << 16;
+/** So much shows what a stream holds: the start of a file is looked for in as much. */
+constexpr std::size_t Head_Size = std::size_t{1} << 20;
 
 /** Costs in bytes, measured with files that are made to cost much; see tests/bounds_test.cpp. */
-constexpr std::int64_t Inflated_Cost = 2;
 constexpr std::int64_t Value_Cost = 9;
 constexpr std::int64_t Element_Cost = 800;
 
 class Inflater {
 public:
     Inflater(const Source& source, std::int64_t offset, Deflate_Frame frame)
-        : source_(source), start_(offset), position_(offset), input_(Input_Size), frame_(frame),
+        : source_(source), start_(offset), position_(offset), input_(First_Size), frame_(frame),
           state_(inflateInit2(&stream_, frame == Deflate_Frame::Raw ? Raw_Window : Framed_Window))
     {
         ready_ = state_ == Z_OK;
@@ -45,6 +48,7 @@ public:
         stream_.avail_out = static_cast<uInt>(out.size());
         while (More() && stream_.avail_out > 0) {
             if (stream_.avail_in == 0) {
+                input_.resize(position_ == start_ ? First_Size : Block_Size);
                 const std::size_t count = source_.Read(position_, input_);
                 position_ += static_cast<std::int64_t>(count);
                 stream_.next_in = input_.data();
@@ -100,39 +104,35 @@ private:
     bool ready_ = false;
 };
 
-/** Number of bytes that a stream inflates to, up to a limit and a block. */
-std::int64_t Count_Inflated(const Source& source, std::int64_t offset, std::int64_t largest,
-                            Deflate_Frame frame)
+/** What shows whether the rest is wanted. */
+Bytes Head_Of(Inflater& inflater)
 {
-    Inflater inflater(source, offset, frame);
-    Bytes block(Block_Size);
-    std::int64_t count = 0;
-    while (inflater.More() && count <= largest) {
-        count += static_cast<std::int64_t>(inflater.Take(block));
+    Bytes head;
+    for (std::size_t used = 0; inflater.More() && used < Head_Size; used = head.size()) {
+        head.resize(std::min(std::max(First_Size, 2 * used), Head_Size));
+        head.resize(used + inflater.Take(std::span(head).subspan(used)));
     }
-    return count;
+    return head;
 }
 
 }  // namespace
 
-Memory_Budget Memory_Budget::Of_Deflated(std::int64_t deflated_size)
+Memory_Budget Memory_Budget::Of_Deflated(std::int64_t deflated_size, const Spool_Limits& limits)
 {
     constexpr std::int64_t Always_Allowed = std::int64_t{64} << 20;
     constexpr std::int64_t Allowed_Growth = 200;
     Memory_Budget budget;
     budget.left_ = Always_Allowed + deflated_size * Allowed_Growth;
+    budget.inflated_left_ = limits.always_inflated + deflated_size * Allowed_Growth;
     return budget;
-}
-
-std::int64_t Memory_Budget::Largest_Inflated() const
-{
-    // An eighth is left for the elements.
-    return std::min((left_ - left_ / 8) / Inflated_Cost, Max_File_Size);
 }
 
 void Memory_Budget::Take_Inflated(std::int64_t size)
 {
-    left_ -= Inflated_Cost * size;
+    // What is in memory may have been moved once while it grew.
+    constexpr std::int64_t Cost = 2;
+    left_ -= Cost * std::min(size, Source::Small_File);
+    inflated_left_ -= size;
 }
 
 void Memory_Budget::Take_Element()
@@ -145,22 +145,28 @@ void Memory_Budget::Take_Value(std::int64_t size)
     left_ -= Value_Cost * size;
 }
 
-Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest,
-                 Deflate_Frame frame)
+Inflated Inflate(const Source& source, std::int64_t offset, const Inflation& how)
 {
-    // Counted first: a buffer that grows with the stream would take twice the memory.
-    const std::int64_t count = Count_Inflated(source, offset, largest, frame);
-    const bool too_large = count > largest;
     Inflated result;
-    result.bytes.resize(static_cast<std::size_t>(std::min(count, largest)));
-    Inflater inflater(source, offset, frame);
-    result.bytes.resize(inflater.Take(result.bytes));
-    // The end of the stream may stand behind its last byte.
-    std::array<unsigned char, 1> behind = {};
-    if (!too_large && inflater.More()) {
-        inflater.Take(behind);
+    Inflater inflater(source, offset, how.frame);
+    Spool spool(how.most_in_memory);
+    const Bytes head = Head_Of(inflater);
+    if (how.is_wanted != nullptr && !how.is_wanted(Source::From_Image(head, source.Name()))) {
+        return result;
     }
-    result.complete = inflater.Complete();
+    bool too_large = false;
+    const auto put = [&](std::span<const unsigned char> piece) {
+        const std::int64_t room = how.largest - spool.Size();
+        too_large = std::ssize(piece) > room;
+        spool.Put(piece.first(static_cast<std::size_t>(std::min(std::ssize(piece), room))));
+    };
+    put(head);
+    // The end of the stream may stand behind its last byte.
+    for (Bytes block(inflater.More() ? Block_Size : 0); inflater.More() && !too_large;) {
+        put(std::span(block).first(inflater.Take(block)));
+    }
+    result.source = spool.Finish(source.Name());
+    result.complete = inflater.Complete() && !too_large;
     result.used = inflater.Used();
     if (too_large) {
         result.error = "it grows out of proportion";
@@ -170,12 +176,13 @@ Inflated Inflate(const Source& source, std::int64_t offset, std::int64_t largest
     return result;
 }
 
-bool Deflate(const Piece_Giver& give, Bytes& out)
+bool Deflate(const Piece_Giver& give, const Piece_Taker& take)
 {
     z_stream stream = {};
-    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, Raw_Window, 8, Z_DEFAULT_STRATEGY) !=
-        Z_OK) {
-        return false;
+    // The best compression costs ten times as much where zeros and noise mix, for a twentieth of the size.
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, Raw_Window, 8,
+                     Z_DEFAULT_STRATEGY) != Z_OK) {
+        throw std::bad_alloc();
     }
     struct End {
         z_stream& stream;
@@ -186,8 +193,8 @@ bool Deflate(const Piece_Giver& give, Bytes& out)
     };
     const End end = {stream};
     Bytes block(Block_Size);
-    out.clear();
-    const auto take = [&](std::span<const unsigned char> piece, int flush) {
+    std::int64_t size = 0;
+    const auto deflate_piece = [&](std::span<const unsigned char> piece, int flush) {
         // zlib reads its input only, though its interface does not say so.
         stream.next_in = const_cast<unsigned char*>(piece.data());
         stream.avail_in = static_cast<uInt>(piece.size());
@@ -196,26 +203,34 @@ bool Deflate(const Piece_Giver& give, Bytes& out)
             stream.next_out = block.data();
             stream.avail_out = static_cast<uInt>(block.size());
             state = deflate(&stream, flush);
-            out.insert(out.end(), block.data(), stream.next_out);
+            const std::size_t count = block.size() - stream.avail_out;
+            size += static_cast<std::int64_t>(count);
+            if (count > 0 && !take(std::span(block).first(count))) {
+                return false;
+            }
         } while (state == Z_OK && (stream.avail_out == 0 || flush == Z_FINISH));
         // Without input or room for output nothing is left to do.
         return state == Z_OK || state == Z_BUF_ERROR || state == Z_STREAM_END;
     };
-    const bool done =
-        give([&](std::span<const unsigned char> piece) { return take(piece, Z_NO_FLUSH); }) &&
-        take({}, Z_FINISH);
-    if (out.size() % 2 != 0) {
-        out.push_back(0);
+    const Piece_Taker take_plain = [&](std::span<const unsigned char> piece) {
+        return deflate_piece(piece, Z_NO_FLUSH);
+    };
+    if (!give(take_plain) || !deflate_piece({}, Z_FINISH)) {
+        return false;
     }
-    return done;
+    const unsigned char padding = 0;
+    return size % 2 == 0 || take({&padding, 1});
 }
 
-bool Deflate(std::span<const unsigned char> bytes, Bytes& out)
+Bytes Deflated(std::span<const unsigned char> bytes)
 {
-    const Piece_Giver give = [bytes](const auto& take) {
-        return take(bytes);
-    };
-    return Deflate(give, out);
+    Bytes out;
+    Deflate([bytes](const Piece_Taker& take) { return take(bytes); },
+            [&out](std::span<const unsigned char> piece) {
+                out.insert(out.end(), piece.begin(), piece.end());
+                return true;
+            });
+    return out;
 }
 
 }  // namespace lib_mend

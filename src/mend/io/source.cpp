@@ -1,5 +1,7 @@
 #include "mend/io/source.h"
 
+#include "mend/io/spool.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -16,6 +18,8 @@ namespace lib_mend {
 
 namespace {
 
+constexpr const char* Too_Large = "files above 2 GiB are not supported";
+
 std::wstring Wide(const std::string& text)
 {
     struct Release {
@@ -28,37 +32,61 @@ std::wstring Wide(const std::string& text)
     return wide != nullptr ? wide.get() : L"";
 }
 
-/** What a pipe may hold: its end is not known before it comes. */
-constexpr std::int64_t Max_Pipe_Size = std::int64_t{512} << 20;
-
-/**
- * Reads a descriptor to its end, or to just beyond a number of bytes.
- *
- * @param expected  number of bytes that it should hold, 0 where that is not known
- */
-bool Read_All(int descriptor, std::int64_t expected, std::int64_t most, Bytes& bytes,
-              std::string& error)
+/** Like read, whatever signals come. */
+ssize_t Read_Some(int descriptor, std::span<unsigned char> out)
 {
-    constexpr std::size_t Block = std::size_t{1} << 16;
-    bytes.resize(expected > 0 ? static_cast<std::size_t>(expected) + 1 : 0);
+    ssize_t count = -1;
+    do {
+        count = read(descriptor, out.data(), out.size());
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+/** Reads a file that should hold a number of bytes to its end. */
+bool Read_All(int descriptor, std::int64_t expected, Bytes& bytes, std::string& error)
+{
+    bytes.resize(static_cast<std::size_t>(expected) + 1);
     for (std::size_t used = 0;;) {
         if (bytes.size() == used) {
-            bytes.resize(used + Block);
+            bytes.resize(2 * used);
         }
-        const ssize_t count = read(descriptor, bytes.data() + used, bytes.size() - used);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
+        const ssize_t count = Read_Some(descriptor, std::span(bytes).subspan(used));
         if (count < 0) {
             error = std::strerror(errno);
             return false;
         }
         used += static_cast<std::size_t>(count);
-        if (count == 0 || used > static_cast<std::size_t>(most)) {
+        if (count == 0 || used > static_cast<std::size_t>(Max_File_Size)) {
             bytes.resize(used);
             return true;
         }
     }
+}
+
+/** Reads a pipe to its end, which is not known before it comes; null after a failure. */
+std::shared_ptr<Source> Read_Pipe(int descriptor, const std::string& name,
+                                  std::int64_t most_in_memory, std::string& error)
+{
+    constexpr std::size_t Block = std::size_t{1} << 16;
+    Bytes block(Block);
+    Spool spool(most_in_memory);
+    try {
+        while (spool.Size() <= Max_File_Size) {
+            const ssize_t count = Read_Some(descriptor, block);
+            if (count < 0) {
+                error = std::strerror(errno);
+                return nullptr;
+            }
+            if (count == 0) {
+                return spool.Finish(name);
+            }
+            spool.Put(std::span(block).first(static_cast<std::size_t>(count)));
+        }
+        error = Too_Large;
+    } catch (const Spool_Failure& failure) {
+        error = failure.what();
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -74,49 +102,47 @@ Source::~Source()
     }
 }
 
-bool Source::Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::string& error)
+bool Source::Take_File(std::int64_t most_in_memory, std::string& error)
 {
-    descriptor_ = descriptor;
-    struct stat status = {};
-    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
-        error = std::strerror(errno);
-        return false;
-    }
-    if (S_ISDIR(status.st_mode)) {
-        error = std::strerror(EISDIR);
-        return false;
-    }
-    if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
-        error = "is a device, not a file";
-        return false;
-    }
-    size_ = status.st_size;
-    const bool is_pipe = !S_ISREG(status.st_mode);
-    if (is_pipe || size_ <= most_in_memory) {
-        if (!Read_All(descriptor, is_pipe ? 0 : size_, is_pipe ? Max_Pipe_Size : Max_File_Size,
-                      owned_, error)) {
-            return false;
-        }
-        if (is_pipe && std::ssize(owned_) > Max_Pipe_Size) {
-            error = "pipes above 512 MiB are not supported; store the data in a file first";
+    if (size_ <= most_in_memory) {
+        if (!Read_All(descriptor_, size_, owned_, error)) {
             return false;
         }
         size_ = static_cast<std::int64_t>(owned_.size());
         image_ = owned_.data();
     }
-    if (size_ > Max_File_Size) {
-        error = "files above 2 GiB are not supported";
-        return false;
-    }
-    return true;
+    error = size_ > Max_File_Size ? Too_Large : "";
+    return error.empty();
 }
 
 std::shared_ptr<Source> Source::Open(const std::string& path, std::string& error,
                                      std::int64_t most_in_memory)
 {
-    std::shared_ptr<Source> source(new Source(path));
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    return source->Take_Descriptor(descriptor, most_in_memory, error) ? source : nullptr;
+    struct stat status = {};
+    const bool is_there = descriptor >= 0 && fstat(descriptor, &status) == 0;
+    error = is_there ? "" : std::strerror(errno);
+    const std::shared_ptr<Source> source = From_File(descriptor, status.st_size, path);
+    if (S_ISDIR(status.st_mode)) {
+        error = std::strerror(EISDIR);
+    } else if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
+        error = "is a device, not a file";
+    }
+    if (!error.empty()) {
+        return nullptr;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return Read_Pipe(descriptor, path, most_in_memory, error);
+    }
+    return source->Take_File(most_in_memory, error) ? source : nullptr;
+}
+
+std::shared_ptr<Source> Source::From_File(int descriptor, std::int64_t size, std::string name)
+{
+    std::shared_ptr<Source> source(new Source(std::move(name)));
+    source->descriptor_ = descriptor;
+    source->size_ = size;
+    return source;
 }
 
 std::shared_ptr<Source> Source::From_Bytes(Bytes bytes, std::string name)

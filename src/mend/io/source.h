@@ -24,14 +24,16 @@ public:
 
     /**
      * Opens a file. It is not mapped: a file that someone cuts meanwhile shall end early, not kill
-     * the process. A pipe is read into memory, up to 512 MiB; devices are refused.
+     * the process. A pipe is read to its end, and kept in a temporary file; devices are refused.
      *
      * @param error          receives the reason of a failure
-     * @param most_in_memory  larger files are read piece by piece
+     * @param most_in_memory  larger files are read piece by piece, larger pipes are not kept in memory
      * @return null on failure, and for files above Max_File_Size
      */
     static std::shared_ptr<Source> Open(const std::string& path, std::string& error,
                                         std::int64_t most_in_memory = Small_File);
+    /** Takes over a descriptor, of a file that nobody else writes to. */
+    static std::shared_ptr<Source> From_File(int descriptor, std::int64_t size, std::string name);
     static std::shared_ptr<Source> From_Bytes(Bytes bytes, std::string name);
     /** `image` is not copied and has to outlive the source. */
     static std::shared_ptr<Source> From_Image(std::span<const unsigned char> image,
@@ -75,7 +77,8 @@ private:
     friend class Cursor;
 
     explicit Source(std::string name);
-    bool Take_Descriptor(int descriptor, std::int64_t most_in_memory, std::string& error);
+    /** Takes the file of the descriptor; false for what is none, and when it cannot be read. */
+    bool Take_File(std::int64_t most_in_memory, std::string& error);
 
     std::string name_;
     std::wstring wide_name_;

@@ -47,25 +47,35 @@ bool Is_Data_Set(const Source& source, std::int64_t at)
     });
 }
 
+/** What a data set is read with. */
+struct Reading_Costs {
+    Spool_Limits limits;
+    Memory_Budget budget = {};
+};
+
 /** Replaces the source by the inflated data set; without a declaration, it has to look like one. */
-bool Inflate_Data_Set(Data_Set& set, std::int64_t start, bool is_declared, Memory_Budget& budget,
+bool Inflate_Data_Set(Data_Set& set, std::int64_t start, bool is_declared, Reading_Costs& costs,
                       Findings& findings)
 {
-    const auto allowed =
-        budget.Is_Limited() ? budget : Memory_Budget::Of_Deflated(set.source->Size() - start);
-    auto frame = Deflate_Frame::Raw;
-    Inflated inflated = Inflate(*set.source, start, allowed.Largest_Inflated());
-    if (inflated.bytes.empty()) {
-        frame = Deflate_Frame::Gzip_Or_Zlib;
-        inflated = Inflate(*set.source, start, allowed.Largest_Inflated(), frame);
+    const auto allowed = costs.budget.Is_Limited()
+                             ? costs.budget
+                             : Memory_Budget::Of_Deflated(set.source->Size() - start, costs.limits);
+    Inflation how = {.largest = allowed.Largest_Inflated(),
+                     .most_in_memory = costs.limits.in_memory,
+                     .is_wanted = [is_declared](const std::shared_ptr<Source>& head) {
+                         return is_declared || Is_Data_Set(*head, 0);
+                     }};
+    Inflated inflated = Inflate(*set.source, start, how);
+    if (inflated.source == nullptr || inflated.source->Size() == 0) {
+        how.frame = Deflate_Frame::Gzip_Or_Zlib;
+        inflated = Inflate(*set.source, start, how);
     }
-    const auto inside = Source::From_Bytes(std::move(inflated.bytes), set.source->Name());
-    if (inside->Size() == 0 || (!is_declared && !Is_Data_Set(*inside, 0))) {
+    if (inflated.source == nullptr || inflated.source->Size() == 0) {
         return false;
     }
-    budget = allowed;
-    budget.Take_Inflated(inside->Size());
-    if (frame != Deflate_Frame::Raw) {
+    costs.budget = allowed;
+    costs.budget.Take_Inflated(inflated.source->Size());
+    if (how.frame != Deflate_Frame::Raw) {
         findings.Report(Fault::Deflated, Level::Change, {},
                         "the deflated data set stands in the wrapper of another format");
     }
@@ -79,7 +89,7 @@ bool Inflate_Data_Set(Data_Set& set, std::int64_t start, bool is_declared, Memor
                         std::to_string(behind) + " bytes stand behind the deflated data set");
         set.skipped.push_back({start + inflated.used, behind, set.source});
     }
-    set.source = inside;
+    set.source = inflated.source;
     set.encoding.deflated = true;
     return true;
 }
@@ -104,7 +114,7 @@ void Report_Syntax(const Data_Set& set, const Encoding& expected, Findings& find
 }
 
 /** Settles how the data set is encoded, and returns where it starts in the source. */
-std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Memory_Budget& budget,
+std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Reading_Costs& costs,
                              Findings& findings)
 {
     const bool declared = !set.declared_syntax.empty();
@@ -117,7 +127,7 @@ std::int64_t Settle_Encoding(Data_Set& set, std::int64_t start, Memory_Budget& b
     const bool try_inflate =
         expected.deflated ? !Is_Data_Set(*set.source, start) : !declared && !likely;
     if (try_inflate && start < set.source->Size() &&
-        Inflate_Data_Set(set, start, expected.deflated, budget, findings)) {
+        Inflate_Data_Set(set, start, expected.deflated, costs, findings)) {
         start = 0;
         likely = Guess_Encoding(*set.source, start, wanted, guess);
     }
@@ -154,12 +164,12 @@ void Refuse(Data_Set& set, Findings& findings)
     findings.Report(Fault::Not_DICOM, Level::Error, {}, Foreign_Text(*set.source));
 }
 
-Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
+Data_Set Read(const std::shared_ptr<Source>& file, const Spool_Limits& limits, Findings& findings)
 {
     Data_Set set;
     set.source = file;
-    Memory_Budget budget;
-    Unwrap(set, budget, findings);
+    Reading_Costs costs = {limits};
+    Unwrap(set, limits, costs.budget, findings);
     const File_Start begin = Find_Start(*set.source);
     std::int64_t start = 0;
     if (begin.found) {
@@ -168,17 +178,17 @@ Data_Set Read(const std::shared_ptr<Source>& file, Findings& findings)
         if (begin.at == 0 && set.meta.Head() != nullptr) {
             findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, "no preamble");
         }
-    } else if (!Inflate_Data_Set(set, 0, false, budget, findings)) {
+    } else if (!Inflate_Data_Set(set, 0, false, costs, findings)) {
         Refuse(set, findings);
         return set;
     }
     set.bare = (!begin.found || begin.bare) && set.meta.Head() == nullptr;
-    start = Settle_Encoding(set, start, budget, findings);
+    start = Settle_Encoding(set, start, costs, findings);
     if (start >= set.source->Size()) {
         findings.Report(Fault::Unreadable, Level::Error, {}, "there is no data set");
         return set;
     }
-    Read_Elements(set, start, set.encoding.Code(), findings, budget);
+    Read_Elements(set, start, set.encoding.Code(), findings, costs.budget);
     Return_Strays(set, findings);
     Settle_Pixel_Syntax(set, findings);
     findings.Settle_Errors();
@@ -220,13 +230,27 @@ void Settle_Pixel_Syntax(Data_Set& set, Findings& findings)
     }
 }
 
-Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings)
+Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings,
+                       const Spool_Limits& limits)
 {
-    Data_Set set = Read(file, findings);
-    if (file->Failure() != 0) {
+    Data_Set set;
+    try {
+        set = Read(file, limits, findings);
+    } catch (const Spool_Failure& failure) {
+        set.source = file;
+        set.foreign = true;
+        set.healed = true;
         set.unreadable = true;
-        findings.Report(Fault::Unreadable, Level::Error, {},
-                        std::string("cannot be read: ") + std::strerror(file->Failure()));
+        findings.Report(Fault::Memory, Level::Error, {},
+                        std::string("cannot be unpacked: ") + failure.what());
+        return set;
+    }
+    for (const Source* const source : {file.get(), set.source.get()}) {
+        if (source->Failure() != 0 && !set.unreadable) {
+            set.unreadable = true;
+            findings.Report(Fault::Unreadable, Level::Error, {},
+                            std::string("cannot be read: ") + std::strerror(source->Failure()));
+        }
     }
     return set;
 }

@@ -1,8 +1,8 @@
 // A file inside the frame of a compression, or with the bytes of each pair exchanged.
 //
-//   gzip       1F 8B 08 ...                          unpacked in memory
-//   zlib       78 9C ...                             unpacked in memory
-//   exchanged  pp * 128  I D M C  00 02 00 00 L U    brought back in memory
+//   gzip       1F 8B 08 ...                          unpacked
+//   zlib       78 9C ...                             unpacked
+//   exchanged  pp * 128  I D M C  00 02 00 00 L U    brought back
 //
 // What is said: the wrapper, which the output does not have; how it is damaged, when it is; and the
 // bytes that stand behind it. What is inside has to look like a DICOM file: other files stay wrapped.
@@ -34,18 +34,24 @@ const char* Frame_Of(const Source& file)
     return is_zlib ? "zlib" : nullptr;
 }
 
-void Unpack(Data_Set& set, const std::string& frame, Memory_Budget& budget, Findings& findings)
+void Unpack(Data_Set& set, const std::string& frame, const Spool_Limits& limits,
+            Memory_Budget& budget, Findings& findings)
 {
     const std::shared_ptr<Source> file = set.source;
-    const auto allowed = Memory_Budget::Of_Deflated(file->Size());
-    Inflated inflated = Inflate(*file, 0, allowed.Largest_Inflated(), Deflate_Frame::Gzip_Or_Zlib);
-    const auto inside = Source::From_Bytes(std::move(inflated.bytes), file->Name());
-    if (!Find_Start(*inside).found) {
+    const auto allowed = Memory_Budget::Of_Deflated(file->Size(), limits);
+    const Inflated inflated = Inflate(*file, 0,
+                                      {.largest = allowed.Largest_Inflated(),
+                                       .most_in_memory = limits.in_memory,
+                                       .frame = Deflate_Frame::Gzip_Or_Zlib,
+                                       .is_wanted = [](const std::shared_ptr<Source>& head) {
+                                           return Find_Start(*head).found;
+                                       }});
+    if (inflated.source == nullptr || inflated.source->Size() == 0) {
         return;
     }
     budget = allowed;
-    budget.Take_Inflated(inside->Size());
-    set.source = inside;
+    budget.Take_Inflated(inflated.source->Size());
+    set.source = inflated.source;
     findings.Report(Fault::Wrapper, Level::Change, {},
                     "the file stands in a " + frame + " wrapper, and is taken out of it");
     if (!inflated.complete) {
@@ -71,26 +77,31 @@ bool Is_Exchanged(const Source& file)
     return file.Read(Preamble_Size, bytes) == bytes.size() && bytes == Exchanged;
 }
 
-void Exchange(Data_Set& set, Findings& findings)
+void Exchange(Data_Set& set, const Spool_Limits& limits, Findings& findings)
 {
-    Bytes bytes(static_cast<std::size_t>(set.source->Size()));
-    bytes.resize(set.source->Read(0, bytes));
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        std::swap(bytes[i], bytes[i + 1]);
+    constexpr std::size_t Block_Size = std::size_t{1} << 16;
+    Spool spool(limits.in_memory);
+    for (std::size_t count = Block_Size; count == Block_Size;) {
+        Bytes block(Block_Size);
+        count = set.source->Read(spool.Size(), block);
+        for (std::size_t i = 0; i + 1 < count; i += 2) {
+            std::swap(block[i], block[i + 1]);
+        }
+        spool.Put(std::span(block).first(count));
     }
-    set.source = Source::From_Bytes(std::move(bytes), set.source->Name());
+    set.source = spool.Finish(set.source->Name());
     findings.Report(Fault::Wrapper, Level::Change, {},
                     "the bytes of each pair are exchanged throughout the file");
 }
 
 }  // namespace
 
-void Unwrap(Data_Set& set, Memory_Budget& budget, Findings& findings)
+void Unwrap(Data_Set& set, const Spool_Limits& limits, Memory_Budget& budget, Findings& findings)
 {
     if (const char* const frame = Frame_Of(*set.source)) {
-        Unpack(set, frame, budget, findings);
+        Unpack(set, frame, limits, budget, findings);
     } else if (Is_Exchanged(*set.source)) {
-        Exchange(set, findings);
+        Exchange(set, limits, findings);
     }
 }
 

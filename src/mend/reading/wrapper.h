@@ -9,11 +9,11 @@ namespace lib_mend {
 
 /**
  * Takes a file out of its wrapper: `set.source` becomes what is inside. The places of all findings are
- * then those inside.
+ * then those inside. Throws Spool_Failure.
  *
  * @param budget  receives the limit of what was unpacked
  */
-void Unwrap(Data_Set& set, Memory_Budget& budget, Findings& findings);
+void Unwrap(Data_Set& set, const Spool_Limits& limits, Memory_Budget& budget, Findings& findings);
 
 }  // namespace lib_mend
 

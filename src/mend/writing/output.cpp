@@ -1,6 +1,9 @@
 #include "mend/writing/output.h"
 
+#include "mend/io/deflate.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace lib_mend {
 
@@ -57,6 +60,11 @@ void Encoded_File::Copy(const Extent& extent)
     }
 }
 
+void Encoded_File::Put_Deflated(std::shared_ptr<const Encoded_File> plain)
+{
+    deflated_ = std::move(plain);
+}
+
 std::int64_t Encoded_File::Size() const
 {
     auto size = static_cast<std::int64_t>(bytes_.size());
@@ -70,6 +78,7 @@ void Encoded_File::Clear()
 {
     bytes_.clear();
     extents_.clear();
+    deflated_ = nullptr;
 }
 
 bool Encoded_File::Give(const File_Taker& file) const
@@ -86,7 +95,10 @@ bool Encoded_File::Give(const File_Taker& file) const
             return false;
         }
     }
-    return give_own(own.size());
+    const Piece_Giver give_plain = [this](const Piece_Taker& take) {
+        return deflated_->Give(take);
+    };
+    return give_own(own.size()) && (deflated_ == nullptr || Deflate(give_plain, file.take));
 }
 
 Bytes Encoded_File::Joined() const

@@ -35,10 +35,14 @@ public:
     void Put(std::span<const unsigned char> bytes) override;
     void Copy(const Extent& extent) override;
 
+    /** Puts what another file holds behind all the rest, and deflates it when it is handed out. */
+    void Put_Deflated(std::shared_ptr<const Encoded_File> plain);
+
+    /** Number of bytes without those that are deflated. */
     std::int64_t Size() const;
     void Clear();
     /**
-     * Hands out all bytes, piece by piece.
+     * Hands out all bytes, piece by piece. Throws std::bad_alloc.
      *
      * @return false when the taker stopped, or when an extent could not be read
      */
@@ -60,6 +64,7 @@ private:
 
     Bytes bytes_;
     std::vector<Placed_Extent> extents_;
+    std::shared_ptr<const Encoded_File> deflated_;
 };
 
 /** Reverses each whole unit of `width` bytes. */

@@ -11,6 +11,7 @@ using namespace std::string_literals;
 constexpr int Gzip_Window = 15 + 16;
 constexpr int Zlib_Window = 15;
 constexpr int Raw_Window = -15;
+constexpr std::size_t Mebibyte = std::size_t{1} << 20;
 
 std::string Compressed(const std::string& bytes, int window)
 {
@@ -81,6 +82,8 @@ TEST(Wrapper, IsTakenOff)
          "explicit VR little endian\n"},
     };
     Expect_Small_Files(cases);
+    // The same by way of a file, from the first byte on.
+    Expect_Small_Files(cases, {.in_memory = 0});
 }
 
 TEST(Wrapper, OfATextStays)
@@ -91,10 +94,12 @@ TEST(Wrapper, OfATextStays)
 
 TEST(Wrapper, MayNotGrowOutOfProportion)
 {
-    // 64 MiB and two hundredfold are allowed; seven eighths of it, twice in memory.
-    const std::string bomb =
-        Compressed(Small_File() + std::string(std::size_t{96} << 20, '\0'), Gzip_Window);
-    const Read_File read = Read_In_Memory(bomb);
+    const std::string bomb = Compressed(Small_File() + std::string(Mebibyte, '\0'), Gzip_Window);
+    const auto inflated = static_cast<std::int64_t>(Small_File().size() + Mebibyte);
+    const auto allowed = inflated - 200 * std::ssize(bomb);
+    EXPECT_EQ(Read_In_Memory(bomb, {.always_inflated = allowed}).findings.find("proportion"),
+              std::string::npos);
+    const Read_File read = Read_In_Memory(bomb, {.always_inflated = allowed - 1});
     EXPECT_NE(read.findings.find(
                   "error truncated the gzip wrapper is damaged: it grows out of proportion\n"),
               std::string::npos)
