@@ -48,13 +48,13 @@ std::string Show(Number number)
     return text;
 }
 
-/** The values with a bar behind each, or "null". */
+/** The values with a semicolon behind each, or "null". */
 template <class Values>
 std::string Show_All(const Values* values, const DICOM_List& record)
 {
     std::string text = values == nullptr ? "null" : "";
     for (unsigned int i = 0; values != nullptr && i < record.vm; ++i) {
-        text += Show(values[i]) + "|";
+        text += Show(values[i]) + ";";
     }
     return text;
 }

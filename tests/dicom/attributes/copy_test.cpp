@@ -1,4 +1,5 @@
 // Copying lists, and merging records that are there already.
+#include "support/case_page.h"
 #include "support/message_log.h"
 #include "support/record_builder.h"
 
@@ -51,34 +52,19 @@ TEST(Append, JoinsValuesByTheirVR)
     }
 }
 
+constexpr char Page[] = "dicom/attributes/copy.cases";
+
 TEST(Append, IsForValuesThatAreThereAndMayGrow)
 {
-    const struct {
-        const char* target;
-        const char* source;
-        const char* expected;
-        long warnings = 0;
-    } cases[] = {
-        // Without the mark what is there stays; an empty value takes the first one.
-        {"0008,0008:CS=A!1", "0008,0008:CS=B!2", "A"},
-        {"0008,0008:CS!1", "0008,0008:CS=B!8000", "B"},
-        {"0008,0008:CS=A", "0008,0008:CS=B!2", "B"},
-        {"0008,0008:CS=A!1000", "0008,0008:CS=B!8000", "A"},
-        // Values of unknown length, or not in memory, cannot grow.
-        {"0029,1010:UN*!1", "0029,1010:UN=B!8000", "", 1},
-        {"0029,1010:UN#2!1", "0029,1010:UN=B!8000", "", 1},
-        {"0029,1010:UN=A!1", "0029,1010:UN#2147483647!8000", "A", 1},
-    };
-    for (const auto& test : cases) {
-        SCOPED_TRACE(std::string(test.target) + " + " + test.source);
-        Message_Log log;
+    For_Each_Case(Page, "appended", 4, [](const Case_Row& row) {
+        const Message_Log log;
         DICOM_Root root = {};
-        Record_List target(test.target);
-        const Record_List source(test.source);
+        Record_List target(row[0]);
+        const Record_List source(row[1]);
         EXPECT_EQ(DICOM_Attribute_Copy(nullptr, &root, &target.head, source.head), 1);
-        EXPECT_EQ(Value_Of(*target.head), test.expected);
-        EXPECT_EQ(log.Count("Unable to append to tag"), test.warnings);
-    }
+        EXPECT_EQ(Value_Of(*target.head), row[2]);
+        EXPECT_EQ(log.Count("Unable to append to tag"), row.Number(3));
+    });
 }
 
 TEST(Copy, MergesFieldsAndReplacesWhatIsNotProtected)
@@ -112,21 +98,13 @@ TEST(Copy, MergesFieldsAndReplacesWhatIsNotProtected)
 
 TEST(Copy, EndsAtTheFunctionalGroups)
 {
-    const std::pair<const char*, const char*> cases[] = {
-        {"0040,0001 0008,0005 5200,9229 0010,0010", "0008,0005 0040,0001"},
-        {"5200,9229 5400,0010", ""},
-        {"", ""},
-        // Out of order and twice: the later of equal tags finds the earlier one.
-        {"0010,0020 0008,0005 0010,0010 0008,0005 0009,0010",
-         "0008,0005 0009,0010 0010,0010 0010,0020"},
-    };
-    for (const auto& [notation, expected] : cases) {
+    For_Each_Case(Page, "copied", 2, [](const Case_Row& row) {
         DICOM_Root root = {};
         Record_List target;
-        const Record_List source(notation);
+        const Record_List source(row[0]);
         EXPECT_EQ(DICOM_Attribute_Copy(nullptr, &root, &target.head, source.head), 1);
-        EXPECT_EQ(Tags(target.head), expected) << notation;
-    }
+        EXPECT_EQ(Tags(target.head), row[1]);
+    });
 }
 
 struct Item_Case {

@@ -1,3 +1,4 @@
+#include "support/case_page.h"
 #include "support/message_log.h"
 #include "support/record_builder.h"
 
@@ -10,87 +11,28 @@
 
 namespace {
 
-struct Format_Case {
-    std::string flat;
-    std::string expected;
-    /** Part of the one warning, none when empty. */
-    std::string warning = "";
-};
-
 TEST(Format, NestsAFlatList)
 {
-    const Format_Case cases[] = {
-        {"", ""},
-        {"0008,1140:SQ* FFFE,E000* 0008,1150 0008,1155 FFFE,E00D FFFE,E0DD 0010,0010",
-         "0008,1140[FFFE,E000 0008,1150 0008,1155 FFFE,E00D] FFFE,E0DD 0010,0010"},
-        {"0008,1140:SQ#24 FFFE,E000#16 0008,1150=12345678 0010,0010",
-         "0008,1140[FFFE,E000 0008,1150] 0010,0010"},
-        {"0008,1140:SQ#0 0010,0010", "0008,1140 0010,0010"},
-        // Sequences of known length inside an item of undefined length, and the other way round.
-        {"0040,0275:SQ* FFFE,E000* 0040,0008:SQ#8 FFFE,E000#0 0040,1001 FFFE,E00D FFFE,E0DD",
-         "0040,0275[FFFE,E000 0040,0008[FFFE,E000] 0040,1001 FFFE,E00D] FFFE,E0DD"},
-        {"0040,0275:SQ#48 FFFE,E000#32 0040,0008:SQ* FFFE,E000* FFFE,E00D FFFE,E0DD FFFE,E000#0 "
-         "0040,1001",
-         "0040,0275[FFFE,E000 0040,0008[FFFE,E000 FFFE,E00D] FFFE,E0DD][FFFE,E000] 0040,1001"},
-        // A delimiter in front of the announced end leaves nothing that ends the next sequence.
-        {"0008,1140:SQ#60 FFFE,E000* FFFE,E00D FFFE,E0DD 0040,0275:SQ* FFFE,E000* "
-         "0040,0008=34567890123456 0040,0009 FFFE,E00D FFFE,E0DD",
-         "0008,1140[FFFE,E000 FFFE,E00D] FFFE,E0DD 0040,0275[FFFE,E000 0040,0008 0040,0009 "
-         "FFFE,E00D] FFFE,E0DD"},
-        {"7FE0,0010:OB* FFFE,E000=AB FFFE,E000=CD FFFE,E0DD",
-         "7FE0,0010[FFFE,E000][FFFE,E000] FFFE,E0DD"},
-        // Only a sequence stands in front of an item; the item around it may have ended, though.
-        {"0029,1010* FFFE,E000* 0029,1011 FFFE,E00D FFFE,E000* FFFE,E00D FFFE,E0DD 0029,1012",
-         "0029,1010[FFFE,E000 0029,1011 FFFE,E00D][FFFE,E000 FFFE,E00D] FFFE,E0DD 0029,1012"},
-        {"0029,1010#16 FFFE,E000#8 0029,1011 0029,1012",
-         "0029,1010[FFFE,E000 0029,1011] 0029,1012"},
-        {"0008,1140:SQ#32 FFFE,E000#8 0029,1010 FFFE,E000#8 0029,1010",
-         "0008,1140[FFFE,E000 0029,1010][FFFE,E000 0029,1010]"},
-        {"0008,1140:SQ*!1 FFFE,E000*!1 0040,0001!1 0010,0010!1 0010,0020!1",
-         "0008,1140[FFFE,E000 0040,0001] 0010,0010 0010,0020",
-         "(\001"
-         "0010\002,\001"
-         "0010\002) missing end of sequence tag!"},
-        {"0010,0010!1 0008,0005!1 0008,0001!1", "0010,0010 0008,0005 0008,0001",
-         "(\001"
-         "0008\002,\001"
-         "0005\002) tags should be sorted!"},
-        {"0010,0010!2 0008,0005!2", "0010,0010 0008,0005"},
-        {"FFFE,E0DD 0010,0010", "FFFE,E0DD 0010,0010", "To many \"out of sequences\""},
-        {"FFFE,E00D FFFE,E000 0010,0010", "FFFE,E00D FFFE,E000 0010,0010"},
-        // A length that cannot be one ends nothing.
-        {"0008,1140:SQ#-5 FFFE,E000#-2 0008,1150", "0008,1140[FFFE,E000 0008,1150]"},
-    };
-    for (const Format_Case& test : cases) {
-        SCOPED_TRACE(test.flat);
-        Message_Log log;
-        const Record_List flat(test.flat);
+    For_Each_Case("dicom/attributes/format.cases", "nested", 3, [](const Case_Row& row) {
+        const Message_Log log;
+        const Record_List flat(row[0]);
         const Record_List nested(DICOM_Attribute_Format(nullptr, flat.head));
-        EXPECT_EQ(Tags(nested.head), test.expected);
-        EXPECT_EQ(log.All().size(), test.warning.empty() ? 0U : 1U) << log.Text();
-        EXPECT_EQ(log.Count(test.warning), static_cast<long>(log.All().size()));
-    }
+        EXPECT_EQ(Tags(nested.head), row[1]);
+        EXPECT_EQ(log.All().size(), row[2].empty() ? 0U : 1U) << log.Text();
+        EXPECT_EQ(log.Count(row[2]), static_cast<long>(log.All().size()));
+    });
 }
 
 TEST(Format, MarksCopiesThatBreakTheSyntax)
 {
-    const Format_Case cases[] = {
-        {"0008,1140:SQ*", "", "Syntax Error! VR=SQ should be followed by an \"item\" tag"},
-        {"0008,1140:SQ* 0010,0010", "", "Syntax Error! VR=SQ should be followed by"},
-        {"0040,A160:UT* FFFE,E000", "", "Variable length tag is not allowed for VR=UT"},
-        {"7FE0,0010:OW* FFFE,E0DD!1", "",
-         "VR=OW Variable length tag should be followed by an \"item\" tag"},
-        {"0029,1010:UN*", "", "VR=UN Variable length tag should be followed by"},
-    };
-    for (const Format_Case& test : cases) {
-        SCOPED_TRACE(test.flat);
-        Message_Log log;
-        const Record_List flat(test.flat);
+    For_Each_Case("dicom/attributes/format.cases", "faults", 3, [](const Case_Row& row) {
+        const Message_Log log;
+        const Record_List flat(row[0]);
         const Record_List nested(DICOM_Attribute_Format(nullptr, flat.head));
         EXPECT_EQ(nested.head->flags & 0x0100, 0x0100);
         EXPECT_EQ(flat.head->flags & 0x0100, 0);
-        EXPECT_EQ(log.Count(test.warning), 1) << log.Text();
-    }
+        EXPECT_EQ(log.Count(row[2]), 1) << log.Text();
+    });
 }
 
 TEST(Format, MarksTheFlatListAndCompletesTheCopies)

@@ -1,4 +1,5 @@
 // The syntax check: it says what the repair says, and leaves the values alone.
+#include "support/case_page.h"
 #include "support/message_log.h"
 #include "support/record_builder.h"
 
@@ -39,112 +40,57 @@ Outcome Outcome_Of(const std::string& notation, const std::string& value, bool c
     return {log.Text(), Value_Of(*list.head), list.head->flags};
 }
 
+constexpr char Page[] = "dicom/attributes/syntax.cases";
+
 TEST(Syntax, SaysWhatTheRepairSaysAndChangesNothing)
 {
-    const struct {
-        const char* record;
-        std::string value;
-        bool is_right = false;
-    } rows[] = {
-        {"0008,0060:CS", "ct\0"s},
-        {"0008,0060:CS", "CTx"},
-        {"0008,0020:DA", "1997.04.24"},
-        {"0008,0020:DA", "1997042"},
-        {"0008,0020:DA", "19100.01.1"},
-        {"0008,0030:TM", "12.30.45"},
-        {"0010,1010:AS", "5"},
-        {"0018,9073:FD", "123456789abc"},
-        {"0028,0010:US", "123"},
-        {"0028,0010:US", "1234"},
-        {"0028,0030:DS", "1"},
-        {"0028,0030:DS", "1\\2\\3"},
-        {"0008,0008:CS", "A"},
-        {"0020,0013:IS", "99999999999"},
-        {"0008,0070:LO", std::string(65, 'x')},
-        {"0010,21B0:LT", std::string(10241, 'x')},
-        {"0002,0016:AE", "A\nB "},
-        {"0008,0018:UI", "1.2 "},
-        {"0011,1010:LO", "A\\", true},
-        {"0009,1010:ZZ", "A", true},
-    };
-    for (const bool current : {false, true}) {
-        DICOM_Flag_Current_Standard = current ? 1 : 0;
-        for (const auto& row : rows) {
-            SCOPED_TRACE(row.record + " "s + row.value);
-            const Outcome checked = Outcome_Of(row.record, row.value, true);
-            const Outcome mended = Outcome_Of(row.record, row.value, false);
+    for (const char current : {'\0', '\1'}) {
+        DICOM_Flag_Current_Standard = current;
+        For_Each_Case(Page, "as the repair", 3, [](const Case_Row& row) {
+            const Outcome checked = Outcome_Of(row[0], row[1], true);
+            const Outcome mended = Outcome_Of(row[0], row[1], false);
             EXPECT_EQ(checked.messages, As_Checked(mended.messages));
-            EXPECT_EQ(checked.messages.empty(), row.is_right);
-            EXPECT_EQ(checked.value, row.value);
+            EXPECT_EQ(checked.messages.empty(), row[2] == "right");
+            EXPECT_EQ(checked.value, row[1]);
             EXPECT_EQ(checked.flags, 0);
-        }
+        });
     }
     DICOM_Flag_Current_Standard = 0;
 }
 
 TEST(Syntax, DiffersFromTheRepairWhereItMust)
 {
-    const struct {
-        const char* record;
-        std::string value;
-        const char* checked;
-        const char* mended;
-    } rows[] = {
-        {"0018,0050:DS", "1.5\\",
-         "\002    (\0010018\002,\0010050\002) VR=\001DS\002 last char is (=\001\\\002)!\n",
-         "\002    (\0010018\002,\0010050\002) VR=\001DS\002 Removed last char (=\001\\\002) from "
-         "string!\n"},
-        {"0020,0013:IS", "3.0",
-         "    \361\005WARNING:\002 (\0010020\002,\0010013\002) VR=\001IS\002 Invalid data! "
-         "Expecting "
-         "VR=IS but got VR=DS\n",
-         "    \361\005WARNING:\002 (\0010020\002,\0010013\002) VR=\001IS Invalid data! Converted "
-         "from \"\0013.0\002\" to \"\0013\002\"\n"},
-        {"0008,0070:LO", "odd", "", ""},
-    };
-    for (const auto& row : rows) {
-        const Outcome checked = Outcome_Of(row.record, row.value, true);
-        EXPECT_EQ(checked.messages, row.checked);
-        EXPECT_EQ(checked.value, row.value);
-        const Outcome mended = Outcome_Of(row.record, row.value, false);
-        EXPECT_EQ(mended.messages, row.mended);
-        EXPECT_NE(mended.value, row.value);
-    }
+    For_Each_Case(Page, "unlike the repair", 4, [](const Case_Row& row) {
+        const Outcome checked = Outcome_Of(row[0], row[1], true);
+        EXPECT_EQ(checked.messages, row[2]);
+        EXPECT_EQ(checked.value, row[1]);
+        const Outcome mended = Outcome_Of(row[0], row[1], false);
+        EXPECT_EQ(mended.messages, row[3]);
+        EXPECT_NE(mended.value, row[1]);
+    });
 }
 
 TEST(Syntax, TracesWhyItLeaves)
 {
-    const struct {
-        const char* record;
-        const char* value;
-        std::string swab, tag;
-        int texts = 0, integers = 0;
-    } rows[] = {
-        {"0008,0060:CS", nullptr, "! tag->data", "! tag->data"},
-        {"0008,0060:CS", "CT", "LITTLE_ENDIAN", "vn", 1},
-        {"0020,0013:IS", "1 ", "LITTLE_ENDIAN", "vn", 1, 1},
-        {"0008,0022:DA", "1997042", "LITTLE_ENDIAN", ""},
-        {"0009,1010:ZZ", "A", "LITTLE_ENDIAN", "default"},
-    };
-    for (const auto& row : rows) {
-        Record_List list(row.record);
-        if (row.value != nullptr) {
-            Set_Value(*list.head, row.value);
+    For_Each_Case(Page, "traces", 6, [](const Case_Row& row) {
+        Record_List list(row[0]);
+        if (row.Text(1) != nullptr) {
+            Set_Value(*list.head, row[1]);
         }
         DICOM_Root root = {};
         const Message_Log log(9);
         DICOM_Attribute_Syntax(nullptr, &root, list.head);
         const std::string call = "Lib_DICOM: DICOM_Attribute_Syntax";
-        const std::string number = std::string(row.record).substr(0, 9);
+        const std::string number = row[0].substr(0, 9);
         EXPECT_EQ(log.Count(">>> in  " + call + "_Swab(" + number + ")"), 1);
-        EXPECT_EQ(log.Count("<<< out " + call + "_Swab(" + row.swab + ")"), 1);
+        EXPECT_EQ(log.Count("<<< out " + call + "_Swab(" + row[2] + ")"), 1);
         EXPECT_EQ(log.Count(">>> in  " + call + "_Tag(" + number + ")"), 1);
-        EXPECT_EQ(log.Count("<<< out " + call + "_Tag(" + row.tag + ")"), 1);
+        EXPECT_EQ(log.Count("<<< out " + call + "_Tag(" + row[3] + ")"), 1);
         EXPECT_EQ(log.Count("<<< out " + call + "()"), 1);
         const std::string step = "in DICOM_Tag_Syntax_";
-        EXPECT_EQ(log.Count(step + "Text_Multiple(" + number + ")"), row.texts);
-        EXPECT_EQ(log.Count(step + "Valid_Int(" + number + ")"), row.integers);
-    }
+        EXPECT_EQ(log.Count(step + "Text_Multiple(" + number + ")"), row.Number(4));
+        EXPECT_EQ(log.Count(step + "Valid_Int(" + number + ")"), row.Number(5));
+    });
 }
 
 TEST(Syntax, SwapsBigEndianValuesInItemsUpToTheFirstEmptySlot)

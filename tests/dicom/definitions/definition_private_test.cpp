@@ -1,3 +1,4 @@
+#include "support/case_page.h"
 #include "support/definition_directory.h"
 #include "support/message_log.h"
 
@@ -14,34 +15,13 @@ TEST(Definition_Private, RecordsAreCompletedByTheirCreator)
                     "(0029,1009) DS 2-2n \"First\"\n(0029,1109) IS 1-n \"Second\"\n"
                     "(0029,xx0a) UL 1-3 \"Unknown\"\n(0029,xx0b) UC 1 \"Long\"\n"
                     "creator \"ACME MR\"\n(0029,xx08) LO 1 \"MR Header\"\n");
-    struct {
-        const char* creator;
-        const char* record;
-        int known;
-        unsigned short vr_default;
-        const char* description;
-    } const cases[] = {
-        {"ACME \"CT\"", "0029,1008", 1, VR_CS, "Header Type"},
-        {"ACME \"CT\"", "0029,FF08~LO", 1, VR_CS, "Header Type"},
-        {"ACME \"CT\"", "0029,1008:UN~UN", 1, VR_CS, "Header Type"},
-        {"ACME \"CT\"", "0029,1008:LO~LO", 1, VR_LO, "Header Type"},
-        {"ACME \"CT\"", "0029,1109", 1, VR_IS, "Second"},
-        {"ACME \"CT\"", "0029,1209", 1, VR_DS, "First"},
-        {"ACME \"CT\"", "0029,100A", 1, VR_UL, "ACME \"CT\""},
-        {"ACME \"CT\"", "0029,100B", 1, 0, "Long"},
-        {"ACME \"CT\"", "0031,1008", 0, 0, nullptr},
-        {"ACME MR", "0029,1008", 1, VR_LO, "MR Header"},
-        {"ACME", "0029,1008", 0, 0, nullptr},
-        {"LOST", "0029,1008", 0, 0, nullptr},
-        {"LOST", "0029,1008", 0, 0, nullptr},
-    };
     const Message_Log log;
-    for (const auto& test : cases) {
-        const Record_List list(test.record);
-        EXPECT_EQ(DICOM_Module_Read_Private(nullptr, test.creator, list.head), test.known);
-        EXPECT_EQ(list.head->vr_default, test.vr_default) << test.record;
-        EXPECT_STREQ(list.head->description, test.description) << test.record;
-    }
+    For_Each_Case("dicom/definitions/private.cases", "completed", 5, [](const Case_Row& row) {
+        const Record_List list(row[1]);
+        EXPECT_EQ(DICOM_Module_Read_Private(nullptr, row.Text(0), list.head), row.Number(2));
+        EXPECT_EQ(list.head->vr_default, row[3] == "--" ? 0 : row.VR(3));
+        EXPECT_STREQ(list.head->description, row.Text(4));
+    });
     Record_List list("0029,0010=ACME_MR_ 0029,1008");
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, list.head);

@@ -1,3 +1,4 @@
+#include "support/case_page.h"
 #include "support/message_log.h"
 
 #include <Lib_DICOM/dictionary.h>
@@ -6,27 +7,32 @@
 
 #include <cstdlib>
 #include <map>
-#include <tuple>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/** "Name|VR min-max|VR min-max", or "-" for no entry; retired entries end in "|RET". */
-std::string Describe(unsigned short group, unsigned short element)
+TAG_db_Elems* Locate(const std::string& tag)
 {
-    const TAG_db_Elems* const entry = NEMA_db_Locate(group, element);
+    return NEMA_db_Locate(static_cast<unsigned short>(std::stoi(tag.substr(0, 4), nullptr, 16)),
+                          static_cast<unsigned short>(std::stoi(tag.substr(5), nullptr, 16)));
+}
+
+/** "Name;VR min-max;VR min-max", or "-" for no entry; retired entries end in ";RET". */
+std::string Describe(const std::string& tag)
+{
+    const TAG_db_Elems* const entry = Locate(tag);
     if (entry == nullptr) {
         return "-";
     }
     std::string text = entry->name;
     for (int i = 0; i < std::abs(entry->nb_vr); i++) {
-        text += std::string("|") + static_cast<char>(entry->vr[i] >> 8) +
+        text += std::string(";") + static_cast<char>(entry->vr[i] >> 8) +
                 static_cast<char>(entry->vr[i] & 0xFF) + " " + std::to_string(entry->vm[i].vm_min) +
                 "-" + std::to_string(entry->vm[i].vm_max);
     }
-    return text + (entry->nb_vr < 0 ? "|RET" : "");
+    return text + (entry->nb_vr < 0 ? ";RET" : "");
 }
 
 class Dictionary_Test : public testing::Test {
@@ -81,29 +87,8 @@ TEST_F(Dictionary_Test, HoldsEveryLineInAscendingOrder)
 
 TEST_F(Dictionary_Test, FindsEntries)
 {
-    static constexpr std::tuple<unsigned short, unsigned short, const char*> Cases[] = {
-        {0x0010, 0x0010, "Patient's Name|PN 1-1"},
-        {0x0028, 0x3006, "LUT Data|US 1-65535|SS 1-65535|OW 1-1"},
-        {0x5010, 0x3000, "Curve Data|OW 1-1|OB 1-1|RET"},
-        {0x5011, 0x3000, "-"},
-        {0x6002, 0x0010, "Overlay Rows|US 1-1"},
-        {0x60FE, 0x0010, "Overlay Rows|US 1-1"},
-        {0x6102, 0x0010, "-"},
-        {0x0018, 0x0032, "Energy Window Centerline                      DS 1"},
-        {0x0018, 0x1240, "Upper/Lower Pixel Values"},
-        {0x0028, 0x3002, "LUT Descrip|US 3-3|SS 3-3"},
-        {0x0040, 0x9211, "Real World Value Last Value Mapped US/|SS 1-1"},
-        {0xFFFE, 0xE000, "Item|I- 1-1"},
-        {0xFFFC, 0xFFFC, "Terminatior|OB 1-1"},
-        {0x0028, 0x0800, "Code Label|CS 1-65535|RET"},
-        {0x0028, 0x0810, "-"},
-        {0x7FE0, 0x0010, "-"},
-        {0x0088, 0x0912, "Topic Keywords|LO 1-32|RET"},
-        {0x0070, 0x0022, "Graphic Data|FL 2-65535"},
-        {0x0014, 0x0023, "-"}};
-    for (const auto& [group, element, entry] : Cases) {
-        EXPECT_EQ(Describe(group, element), entry);
-    }
+    For_Each_Case("dicom/dictionary/dictionary.cases", "entries", 2,
+                  [](const Case_Row& row) { EXPECT_EQ(Describe(row[0]), row[1]); });
     EXPECT_EQ(NEMA_db_Locate(0x0028, 0x0800)->elem_mask, 0xFF0F);
     EXPECT_EQ(NEMA_db_Locate(0x0018, 0x1240)->vr[0], VR_RT);
     EXPECT_EQ(NEMA_db_Locate(0x0018, 0x1240)->vm[0].vm_min, 0xFFFF);
@@ -112,16 +97,16 @@ TEST_F(Dictionary_Test, FindsEntries)
 TEST_F(Dictionary_Test, NewerRowsAnswerOnlyUnderTheCurrentStandard)
 {
     DICOM_Flag_Current_Standard = 1;
-    EXPECT_EQ(Describe(0x0014, 0x3050), "Dark Current Counts|OB 1-1|OW 1-1");
-    EXPECT_EQ(Describe(0x0040, 0xA313), "Referenced Accession Sequence (Trial)|SQ 1-1|RET");
-    EXPECT_EQ(Describe(0x7FE0, 0x0001), "Extended Offset Table|OV 1-1");
-    EXPECT_EQ(Describe(0x0010, 0x0010), "Patient's Name|PN 1-1");
-    EXPECT_EQ(Describe(0x0015, 0x3050), "-");
+    EXPECT_EQ(Describe("0014,3050"), "Dark Current Counts;OB 1-1;OW 1-1");
+    EXPECT_EQ(Describe("0040,A313"), "Referenced Accession Sequence (Trial);SQ 1-1;RET");
+    EXPECT_EQ(Describe("7FE0,0001"), "Extended Offset Table;OV 1-1");
+    EXPECT_EQ(Describe("0010,0010"), "Patient's Name;PN 1-1");
+    EXPECT_EQ(Describe("0015,3050"), "-");
     Message_Log log;
     NEMA_db_Stool(nullptr, 0);
     EXPECT_EQ(log.All().size(), 2795 + 53);
     DICOM_Flag_Current_Standard = 0;
-    EXPECT_EQ(Describe(0x7FE0, 0x0001), "-");
+    EXPECT_EQ(Describe("7FE0,0001"), "-");
 }
 
 TEST_F(Dictionary_Test, ListsWhatIsLoadedAndReloads)
@@ -130,7 +115,7 @@ TEST_F(Dictionary_Test, ListsWhatIsLoadedAndReloads)
     NEMA_db_Stool(nullptr, 7);
     EXPECT_EQ(log.Text(), "--- in NEMA_db_Stool(7) ---\n");
 
-    EXPECT_EQ(Describe(0x0002, 0x0010), "Transfer Syntax UID|UI 1-1");
+    EXPECT_EQ(Describe("0002,0010"), "Transfer Syntax UID;UI 1-1");
     NEMA_db_Stool(nullptr, 7);
     EXPECT_EQ(log.All().back().severity, 7U);
     for (const char* line :
@@ -151,37 +136,23 @@ TEST_F(Dictionary_Test, ListsWhatIsLoadedAndReloads)
     NEMA_db_Stool(nullptr, 7);
     EXPECT_EQ(log.Text(), "--- in NEMA_db_Cleanup() ---\n--- out NEMA_db_Cleanup() ---\n"
                           "--- in NEMA_db_Stool(7) ---\n");
-    EXPECT_EQ(Describe(0x0002, 0x0010), "Transfer Syntax UID|UI 1-1");
+    EXPECT_EQ(Describe("0002,0010"), "Transfer Syntax UID;UI 1-1");
 }
 
 TEST_F(Dictionary_Test, ChecksTheNumberOfValues)
 {
     const std::string label = "    \361\005WARNING:\002 (\0010018\002,\00100ff\002) VR=\001PN\002";
-    const std::tuple<unsigned short, unsigned short, int, std::string> Cases[] = {
-        {0x0010, 0x0010, 1, ""},
-        {0x0010, 0x0010, 2, " Invalid number of values in data!, Expecting VN=1 but got 2 values"},
-        {0x0070, 0x0022, 1, " Not enough values in data! Expecting VN=2-n but got 1 values"},
-        {0x0070, 0x0022, 70000, ""},
-        {0x0004, 0x1141, 0, " Not enough values in data! Expecting VN=1-8 but got 0 values"},
-        {0x0004, 0x1141, 8, ""},
-        {0x0004, 0x1141, 9, " To many values in data! Expecting VN=1-8 but got 9 values"},
-        {0x0028, 0x3006, 9, ""},   // the first alternative only
-        {0x0088, 0x0912, 99, ""},  // retired
-        {0x0018, 0x1240, 99, ""},  // no VR
-        {0x0009, 0x0010, 99, ""},  // no entry
-    };
     Flag_Error_Warning = 3;
-    for (const auto& [group, element, count, warning] : Cases) {
+    For_Each_Case("dicom/dictionary/dictionary.cases", "counts", 3, [&](const Case_Row& row) {
         DICOM_List record = {};
         record.group = 0x0018;
         record.element = 0x00FF;
         record.vr_default = VR_PN;
-        record.dict = NEMA_db_Locate(group, element);
-        Message_Log log;
-        EXPECT_EQ(NEMA_db_Check_VN(nullptr, &record, count), warning.empty());
-        EXPECT_EQ(log.Text(), warning.empty() ? "" : label + warning + "\n");
-        EXPECT_TRUE(log.All().empty() || log.All().front().severity == 3);
-    }
+        record.dict = Locate(row[0]);
+        const Message_Log log;
+        EXPECT_EQ(NEMA_db_Check_VN(nullptr, &record, row.Number(1)), row[2].empty());
+        EXPECT_EQ(log.Lines(), row[2].empty() ? "" : "3 " + label + " " + row[2] + "\n");
+    });
 }
 
 TEST_F(Dictionary_Test, FindsEntriesByPartsOfNames)
