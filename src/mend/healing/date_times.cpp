@@ -71,23 +71,22 @@ std::string Without_Separators(std::string_view text)
     return plain + rest;
 }
 
-/** A date and time without its offset; false when it is none. */
-bool Form_Moment(std::string& moment, bool& rounded)
+/** Brings a date and time without its offset into form. */
+Time_Form Form_Moment(std::string& moment)
 {
     if (moment.size() <= Date_Size) {
-        return Is_Start_Of_Date(moment);
+        return Is_Start_Of_Date(moment) ? Time_Form::Sound : Time_Form::None;
     }
     std::string time;
     const std::string_view clock = std::string_view(moment).substr(Date_Size);
     const Time_Form form = Form_Of_Time(clock, time);
-    if (form == Time_Form::None || !Is_Date(std::string_view(moment).substr(0, Date_Size))) {
-        return false;
+    if (!Is_Date(std::string_view(moment).substr(0, Date_Size))) {
+        return Time_Form::None;
     }
-    rounded = form == Time_Form::Rounded;
-    if (form != Time_Form::Sound) {
+    if (form == Time_Form::Separated || form == Time_Form::Rounded) {
         moment.replace(Date_Size, moment.npos, time);
     }
-    return true;
+    return form;
 }
 
 }  // namespace
@@ -101,9 +100,14 @@ void Heal_Date_Time(Piece& piece)
     if (offset == "Z") {
         offset = "+0000";
     }
-    bool rounded = false;
-    if (!Form_Moment(moment, rounded) || (!offset.empty() && !Is_Offset(offset))) {
+    const Time_Form form = Form_Moment(moment);
+    const bool rounded = form == Time_Form::Rounded;
+    if (form == Time_Form::None || (!offset.empty() && !Is_Offset(offset))) {
         piece.Stays(Fault::Date, "no date and time that there is");
+        return;
+    }
+    if (form == Time_Form::Too_Long) {
+        piece.Stays(Fault::Length, "more than six digits in the fraction of a second");
         return;
     }
     moment += offset;

@@ -20,11 +20,11 @@ std::string Date_Without_Separators(std::string_view text);
 bool Is_Clock(std::string_view text);
 
 /** What becomes of a time of day. */
-enum class Time_Form { Sound, Separated, Rounded, None };
+enum class Time_Form { Sound, Separated, Rounded, Too_Long, None };
 
 /**
  * Brings HH[MM[SS[.FFFFFF]]] into form: HH:MM[:SS] and HH.MM.SS lose their separators, and a fraction
- * is rounded to six digits as long as the second of the clock stays below 60.
+ * is rounded to six digits as long as the second of the clock stays below 60; else it is too long.
  *
  * @param time  receives the form; only for Separated and Rounded
  */

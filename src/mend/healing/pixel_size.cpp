@@ -46,7 +46,8 @@ void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bo
         return;
     }
     const std::optional<std::uint64_t> size = Image_Of(set, list).Size();
-    const auto found = static_cast<std::uint64_t>(pixels->size);
+    // A byte that is alone at the end becomes two.
+    const auto found = static_cast<std::uint64_t>(pixels->size + pixels->size % 2);
     const bool may_pad = pad && size.value_or(0) <= static_cast<std::uint64_t>(Max_File_Size);
     if (!size.has_value() || found == *size || found == *size + *size % 2) {
         return;
@@ -56,8 +57,7 @@ void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bo
                         Bytes_Text(found - *size) + " more than the image has");
     } else if (may_pad) {
         Pad(set, *pixels, *size, path, findings);
-    } else if (pixels->spare == 0) {
-        // What was cut off was said while reading.
+    } else {
         findings.Report(Fault::Pixel_Size, Level::Kept, At(*pixels, path),
                         *size == Image::Too_Large ? "the image has " + Bytes_Text(*size)
                                                   : Missing_Text(*size - found));

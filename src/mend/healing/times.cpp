@@ -2,6 +2,7 @@
 //
 //     10:11:12, 10.11.12, 10:11  -> 101112, 101112, 1011   forms of ACR-NEMA
 //     120102.1234567             -> 120102.123457          microseconds are the last digit
+//     235959.9999999             stays                     the next microsecond is in another minute
 //     120102.                    -> 120102
 //     12.5, 250000, 256100       stays                     no time that there is
 //     120102+0100, 01:02 PM      stays                     says more than a TM can
@@ -87,7 +88,7 @@ Time_Form Form_Of_Time(std::string_view text, std::string& time)
     }
     const bool is_long = fraction.size() > Fraction_Digits;
     if (is_long && !Round_Fraction(fraction, Fraction_Digits) && !Carry_Second(clock)) {
-        return Time_Form::None;
+        return Time_Form::Too_Long;
     }
     const bool bare_point = point != text.npos && fraction.empty();
     if (!is_long && !was_separated && !bare_point) {
@@ -109,6 +110,9 @@ void Heal_Time(Piece& piece)
     case Time_Form::Rounded:
         piece.Becomes(std::move(time), Fault::Length,
                       "fraction of a second is rounded to six digits");
+        return;
+    case Time_Form::Too_Long:
+        piece.Stays(Fault::Length, "more than six digits in the fraction of a second");
         return;
     case Time_Form::None:
         piece.Stays(Fault::Date, "no time that there is");

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "mend/reading/vr_forms.h"
+
 namespace lib_mend {
 
 namespace {
@@ -105,13 +107,15 @@ void Element_Reader::Read_In_List()
     if ((header.size == 0 || header.tag == Tag{}) && Stop_At_Zeros()) {
         return;
     }
-    if (header.tag.group == Delimiter_Group) {
+    if (header.size == 0 && Is_Cut_Off_Here()) {
+        Skip_Rest();
+    } else if (header.tag.group == Delimiter_Group) {
         Read_Delimiter_In_List(header);
     } else if (Leave_Wrong_Lengths(header)) {
         return;
     } else if (Judge(header, position_, Top()) == Grade::Sound && Fits_What_Follows(header)) {
         Accept(header);
-    } else if (Ends_With_Moved(header) || Leads_On(header)) {
+    } else if (Ends_With_Moved(header) || Ends_Before_Items(header) || Leads_On(header)) {
         Accept(header);
     } else {
         Settle(header);
@@ -143,6 +147,31 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     Level_View behind = Top();
     behind.last = header.tag;
     return Judge(next, end, behind) == Grade::Sound;
+}
+
+/** The source ends in the middle of a header that makes sense so far. */
+bool Element_Reader::Is_Cut_Off_Here()
+{
+    constexpr std::int64_t Shortest_Header = 8;
+    const std::int64_t left = end_ - position_;
+    const std::span<const unsigned char> bytes = Header_Bytes(position_);
+    if (end_ != source_->Size() || left >= static_cast<std::int64_t>(Longest_Header)) {
+        return false;
+    }
+    if (left < Shortest_Header) {
+        return true;
+    }
+    Element_Header header = Decode_Header_As(bytes, Top().mode, Header_Form::Short);
+    header.length = 0;
+    return Is_Long_VR(header.vr) && Judge(header, position_, Top()) == Grade::Sound;
+}
+
+/** A sequence that the source cuts off in front of its first item. */
+bool Element_Reader::Ends_Before_Items(const Element_Header& header)
+{
+    const std::int64_t left = end_ - position_ - header.size;
+    return header.vr == VR_SQ && left < Item_Header_Size && header.length > left &&
+           end_ == source_->Size() && Judge(header, position_, Top()) >= Grade::Length_Impossible;
 }
 
 /** A sequence that reaches as far beyond the list as bytes are missing in it: they are its own. */

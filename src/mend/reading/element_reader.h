@@ -84,6 +84,8 @@ private:
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
     bool Ends_With_Moved(const Element_Header& header);
+    bool Is_Cut_Off_Here();
+    bool Ends_Before_Items(const Element_Header& header);
     bool Leads_On(const Element_Header& header);
     void Accept(const Element_Header& header);
     void Raise_Last(const Element_Header& header);
@@ -188,6 +190,7 @@ private:
     std::optional<Place_Found> Find_Place(std::int64_t from, Tag last, std::int64_t until);
     bool Is_Place(std::int64_t at, std::size_t levels, Tag last);
     void Skip_Garbage();
+    void Skip_Rest();
 
     // ---- private_elements.cpp
     void Note_Creator(Nesting_Level& list, const DICOM_List& record);

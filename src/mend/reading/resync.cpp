@@ -134,6 +134,22 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
     return std::nullopt;
 }
 
+/** The source ends before an element does. */
+void Element_Reader::Skip_Rest()
+{
+    const std::int64_t size = end_ - position_;
+    Place where;
+    where.path = &path_;
+    where.offset = position_;
+    where.length = size;
+    findings_.Report(Fault::Truncated, Level::Error, where,
+                     "the last " + std::to_string(size) + (size == 1 ? " byte is" : " bytes are") +
+                         " no complete element");
+    cut_off_ = true;
+    skipped_.push_back({position_, size});
+    position_ = end_;
+}
+
 void Element_Reader::Skip_Garbage()
 {
     const std::int64_t start = position_;
@@ -142,17 +158,18 @@ void Element_Reader::Skip_Garbage()
     // Whatever is made of the levels, reading goes on.
     const std::int64_t end = std::max(place.has_value() ? place->position : limit, start + 1);
     const std::int64_t size = end - start;
+    constexpr std::int64_t Shortest_Element = 8;
+    if (end == end_ && size < Shortest_Element) {
+        Skip_Rest();
+        return;
+    }
     Place where;
     where.path = &path_;
     where.offset = start;
     where.length = size;
-    constexpr std::int64_t Shortest_Element = 8;
-    const bool is_rest = end == end_ && size < Shortest_Element;
-    findings_.Report(is_rest ? Fault::Truncated : Fault::Garbage, Level::Error, where,
-                     is_rest ? "the last " + std::to_string(size) +
-                                   (size == 1 ? " byte is" : " bytes are") + " no complete element"
-                             : std::to_string(size) + " bytes from " + std::to_string(start) +
-                                   " on are no elements; they are skipped");
+    findings_.Report(Fault::Garbage, Level::Error, where,
+                     std::to_string(size) + " bytes from " + std::to_string(start) +
+                         " on are no elements; they are skipped");
     cut_off_ = cut_off_ || end == end_;
     skipped_.push_back({start, size});
     Note_Garbage(size);

@@ -34,37 +34,60 @@ const char* Frame_Of(const Source& file)
     return is_zlib ? "zlib" : nullptr;
 }
 
-void Unpack(Data_Set& set, const std::string& frame, const Spool_Limits& limits,
-            Memory_Budget& budget, Findings& findings)
+/** A frame that was taken off, and the bytes that it stood in. */
+struct Layer {
+    const char* frame;
+    std::shared_ptr<Source> wrapped;
+    Inflated inflated;
+};
+
+void Report_Layer(Data_Set& set, const Layer& layer, Findings& findings)
 {
-    const std::shared_ptr<Source> file = set.source;
-    const auto allowed = Memory_Budget::Of_Deflated(file->Size(), limits);
-    const Inflated inflated = Inflate(*file, 0,
-                                      {.largest = allowed.Largest_Inflated(),
-                                       .most_in_memory = limits.in_memory,
-                                       .frame = Deflate_Frame::Gzip_Or_Zlib,
-                                       .is_wanted = [](const std::shared_ptr<Source>& head) {
-                                           return Find_Start(*head).found;
-                                       }});
-    if (inflated.source == nullptr || inflated.source->Size() == 0) {
-        return;
-    }
-    budget = allowed;
-    budget.Take_Inflated(inflated.source->Size());
-    set.source = inflated.source;
+    const std::string frame = layer.frame;
     findings.Report(Fault::Wrapper, Level::Change, {},
                     "the file stands in a " + frame + " wrapper, and is taken out of it");
-    if (!inflated.complete) {
+    if (!layer.inflated.complete) {
         findings.Report(Fault::Truncated, Level::Error, {},
-                        "the " + frame + " wrapper is damaged: " + inflated.error);
+                        "the " + frame + " wrapper is damaged: " + layer.inflated.error);
         return;
     }
-    const std::int64_t behind = file->Size() - inflated.used;
+    const std::int64_t behind = layer.wrapped->Size() - layer.inflated.used;
     if (behind > 0) {
         findings.Report(Fault::Trailing, Level::Change, {},
                         std::to_string(behind) + (behind == 1 ? " byte stands" : " bytes stand") +
                             " behind the " + frame + " wrapper");
-        set.skipped.push_back({inflated.used, behind, file});
+        set.skipped.push_back({layer.inflated.used, behind, layer.wrapped});
+    }
+}
+
+/** A file may be packed more than once; all its layers share what one of them may cost. */
+void Unpack(Data_Set& set, const Spool_Limits& limits, Memory_Budget& budget, Findings& findings)
+{
+    constexpr std::size_t Most_Layers = 4;
+    auto left = Memory_Budget::Of_Deflated(set.source->Size(), limits);
+    std::vector<Layer> layers;
+    std::shared_ptr<Source> inside = set.source;
+    while (const char* const frame = Frame_Of(*inside)) {
+        const bool is_last = layers.size() + 1 == Most_Layers;
+        const auto is_wanted = [is_last](const std::shared_ptr<Source>& head) {
+            return Find_Start(*head).found || (!is_last && Frame_Of(*head) != nullptr);
+        };
+        const Inflated inflated = Inflate(*inside, 0,
+                                          {.largest = left.Largest_Inflated(),
+                                           .most_in_memory = limits.in_memory,
+                                           .frame = Deflate_Frame::Gzip_Or_Zlib,
+                                           .is_wanted = is_wanted});
+        if (inflated.source == nullptr || inflated.source->Size() == 0) {
+            return;
+        }
+        layers.push_back({frame, inside, inflated});
+        inside = inflated.source;
+        left.Take_Inflated(inside->Size());
+    }
+    budget = left;
+    set.source = inside;
+    for (const Layer& layer : layers) {
+        Report_Layer(set, layer, findings);
     }
 }
 
@@ -98,8 +121,8 @@ void Exchange(Data_Set& set, const Spool_Limits& limits, Findings& findings)
 
 void Unwrap(Data_Set& set, const Spool_Limits& limits, Memory_Budget& budget, Findings& findings)
 {
-    if (const char* const frame = Frame_Of(*set.source)) {
-        Unpack(set, frame, limits, budget, findings);
+    if (Frame_Of(*set.source) != nullptr) {
+        Unpack(set, limits, budget, findings);
     } else if (Is_Exchanged(*set.source)) {
         Exchange(set, limits, findings);
     }

@@ -54,6 +54,12 @@ TEST(Wrapper, IsTakenOff)
         {"two members",
          Compressed(file.substr(0, 200), Gzip_Window) + Compressed(file.substr(200), Gzip_Window),
          taken},
+        {"gzip in zlib in gzip", Compressed(Compressed(gzip, Zlib_Window) + "x", Gzip_Window),
+         taken +
+             "change wrapper the file stands in a zlib wrapper, and is taken out of it\n"
+             "change trailing 1 byte stands behind the zlib wrapper\n" +
+             taken,
+         "x"},
         {"one byte behind", gzip + "x",
          (taken + "change trailing 1 byte stands behind the gzip wrapper\n"), "x"},
         {"bytes behind", gzip + "xyz",
@@ -86,25 +92,38 @@ TEST(Wrapper, IsTakenOff)
     Expect_Small_Files(cases, {.in_memory = 0});
 }
 
-TEST(Wrapper, OfATextStays)
+TEST(Wrapper, OfATextOrOfTooManyLayersStays)
 {
-    EXPECT_EQ(Read_In_Memory(Compressed("no DICOM file\n", Gzip_Window)).findings,
-              "error not-dicom is no DICOM file, but a gzip file\n");
+    const std::string none = "error not-dicom is no DICOM file, but a gzip file\n";
+    EXPECT_EQ(Read_In_Memory(Compressed("no DICOM file\n", Gzip_Window)).findings, none);
+    std::string packed = Small_File();
+    for (int layer = 0; layer < 4; ++layer) {
+        packed = Compressed(packed, Gzip_Window);
+    }
+    EXPECT_EQ(Read_In_Memory(packed).elements, Small_Elements);
+    EXPECT_EQ(Read_In_Memory(Compressed(packed, Gzip_Window)).findings, none);
 }
 
 TEST(Wrapper, MayNotGrowOutOfProportion)
 {
     const std::string bomb = Compressed(Small_File() + std::string(Mebibyte, '\0'), Gzip_Window);
+    const std::string twice = Compressed(bomb, Gzip_Window);
     const auto inflated = static_cast<std::int64_t>(Small_File().size() + Mebibyte);
-    const auto allowed = inflated - 200 * std::ssize(bomb);
-    EXPECT_EQ(Read_In_Memory(bomb, {.always_inflated = allowed}).findings.find("proportion"),
-              std::string::npos);
-    const Read_File read = Read_In_Memory(bomb, {.always_inflated = allowed - 1});
-    EXPECT_NE(read.findings.find(
-                  "error truncated the gzip wrapper is damaged: it grows out of proportion\n"),
-              std::string::npos)
-        << read.findings;
-    EXPECT_EQ(read.elements, Small_Elements);
+    const std::pair<std::string, std::int64_t> cases[] = {
+        {bomb, inflated - 200 * std::ssize(bomb)},
+        // All layers count.
+        {twice, inflated + std::ssize(bomb) - 200 * std::ssize(twice)},
+    };
+    for (const auto& [file, allowed] : cases) {
+        EXPECT_EQ(Read_In_Memory(file, {.always_inflated = allowed}).findings.find("proportion"),
+                  std::string::npos);
+        const Read_File read = Read_In_Memory(file, {.always_inflated = allowed - 1});
+        EXPECT_NE(read.findings.find(
+                      "error truncated the gzip wrapper is damaged: it grows out of proportion\n"),
+                  std::string::npos)
+            << read.findings;
+        EXPECT_EQ(read.elements, Small_Elements);
+    }
 }
 
 }  // namespace
