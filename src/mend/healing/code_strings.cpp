@@ -23,18 +23,23 @@ bool Is_Allowed(char letter)
 
 }  // namespace
 
+bool Is_Code(std::string_view text)
+{
+    return std::all_of(text.begin(), text.end(), Is_Allowed);
+}
+
 void Heal_Code_String(Piece& piece)
 {
     constexpr std::size_t Longest = 16;
     const std::string_view text = piece.Text();
-    if (std::all_of(text.begin(), text.end(), Is_Allowed)) {
+    if (Is_Code(text)) {
         return;
     }
     std::string capitals(text);
     std::transform(text.begin(), text.end(), capitals.begin(), [](char letter) {
         return Is_Small(letter) ? static_cast<char>(letter - 32) : letter;
     });
-    if (!std::all_of(capitals.begin(), capitals.end(), Is_Allowed)) {
+    if (!Is_Code(capitals)) {
         piece.Stays(Fault::Characters, "characters that a code does not hold");
     } else if (capitals != text && text.size() <= Longest) {
         piece.Becomes(std::move(capitals), Fault::Characters, "small letters in a code");

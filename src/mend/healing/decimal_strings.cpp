@@ -186,7 +186,8 @@ std::string In_Usual_Form(std::string text)
     return text;
 }
 
-/** Digits with a sign and a point at the most: what nearly all values are. */
+}  // namespace
+
 bool Is_Short_Decimal(std::string_view text)
 {
     const bool fits = text.size() <= Longest;
@@ -195,8 +196,6 @@ bool Is_Short_Decimal(std::string_view text)
     return fits && Is_Number(text.substr(0, point)) &&
            (point == text.size() || Is_Number(text.substr(point + 1)));
 }
-
-}  // namespace
 
 void Heal_Decimal_String(Piece& piece)
 {

@@ -22,6 +22,12 @@ void Heal_URI(Piece& piece);
 /** Tells whether a text is a UID (PS3.5 section 9.1), without padding. */
 bool Is_Fit_UID(std::string_view text);
 
+/** Tells whether a text has only the characters of a CS. */
+bool Is_Code(std::string_view text);
+
+/** Digits with a sign and a point at the most, as nearly all values of DS are. */
+bool Is_Short_Decimal(std::string_view text);
+
 /** A UID made from a hash of one that is none: the same in every file (PS3.5 section B.2). */
 std::string Replacement_UID(std::string_view unfit);
 

@@ -2,6 +2,7 @@
 
 #include "mend/findings/letters.h"
 #include "mend/healing/forms.h"
+#include "mend/healing/sound_values.h"
 
 #include <algorithm>
 #include <array>
@@ -197,6 +198,11 @@ bool Is_Plain_And_Free(const Value& value, const Text_Rule& rule)
 Healed_Value Heal_Text(const Value& value, const Text_Rule& rule)
 {
     Healed_Value healed;
+    healed.count = Count_Sound_Values(value);
+    if (healed.count > 0) {
+        healed.bytes = value.bytes;
+        return healed;
+    }
     if (!value.bytes.empty() && Is_Plain_And_Free(value, rule)) {
         healed.bytes = value.bytes;
         const auto separators = std::count(value.bytes.begin(), value.bytes.end(), '\\');

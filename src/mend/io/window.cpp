@@ -1,7 +1,5 @@
 #include "mend/io/window.h"
 
-#include <algorithm>
-
 namespace lib_mend {
 
 namespace {
@@ -10,15 +8,12 @@ constexpr std::size_t Piece_Size = std::size_t{32} << 10;
 
 }  // namespace
 
-std::span<const unsigned char> Window::At(std::int64_t offset, std::size_t size)
+std::span<const unsigned char> Window::In_File(std::int64_t offset, std::size_t size)
 {
     if (offset < 0 || offset >= source_.Size() || is_short_) {
         return {};
     }
     size = std::min(size, static_cast<std::size_t>(source_.Size() - offset));
-    if (source_.Image() != nullptr) {
-        return {source_.Image() + offset, size};
-    }
     for (const Piece& piece : pieces_) {
         const std::int64_t from = offset - piece.offset;
         if (from >= 0 && from + static_cast<std::int64_t>(size) <= std::ssize(piece.bytes)) {

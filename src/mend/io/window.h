@@ -4,6 +4,7 @@
 
 #include "mend/io/source.h"
 
+#include <algorithm>
 #include <array>
 
 namespace lib_mend {
@@ -23,9 +24,18 @@ public:
      * Up to `size` bytes from an offset, fewer at the end of the source or when it cannot be read.
      * They stay valid until several other places were looked at.
      */
-    std::span<const unsigned char> At(std::int64_t offset, std::size_t size);
+    std::span<const unsigned char> At(std::int64_t offset, std::size_t size)
+    {
+        if (source_.Image() == nullptr || offset < 0 || offset >= source_.Size()) {
+            return In_File(offset, size);
+        }
+        const auto there = static_cast<std::size_t>(source_.Size() - offset);
+        return {source_.Image() + offset, std::min(size, there)};
+    }
 
 private:
+    std::span<const unsigned char> In_File(std::int64_t offset, std::size_t size);
+
     struct Piece {
         std::int64_t offset = 0;
         Bytes bytes;

@@ -5,6 +5,7 @@
 #include "mend/reading/vr_forms.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -17,7 +18,7 @@ constexpr std::int64_t Shortest_Element = 8;
 /** VR of the header, or that of the dictionary. */
 unsigned short VR_In(const Element_Header& header)
 {
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     return header.vr != 0 ? header.vr : entry != nullptr ? entry->vr[0] : VR_UN;
 }
 
@@ -26,6 +27,24 @@ bool Is_Control(unsigned char byte)
     constexpr unsigned char Escape = 0x1B;
     return byte < ' ' && byte != '\t' && byte != '\n' && byte != '\f' && byte != '\r' &&
            byte != Escape;
+}
+
+/** Whether there is a control character among bytes, most of which are letters. */
+bool Holds_Control(std::span<const unsigned char> bytes)
+{
+    constexpr std::uint64_t Each = 0x0101010101010101;
+    constexpr std::uint64_t Highest = 0x80 * Each;
+    while (bytes.size() >= sizeof(std::uint64_t)) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, bytes.data(), sizeof eight);
+        // A byte below a blank borrows from its highest bit.
+        if (((eight - ' ' * Each) & ~eight & Highest) != 0 &&
+            std::any_of(bytes.begin(), bytes.begin() + sizeof eight, Is_Control)) {
+            return true;
+        }
+        bytes = bytes.subspan(sizeof eight);
+    }
+    return std::any_of(bytes.begin(), bytes.end(), Is_Control);
 }
 
 /** A byte that no value of a VR holds, where its characters are few. */
@@ -71,8 +90,7 @@ bool Element_Reader::Holds_Controls(const Element_Header& header)
     }
     const std::int64_t value = position_ + header.size;
     const auto holds = [this](std::int64_t at, std::size_t size) {
-        const std::span<const unsigned char> bytes = window_.At(at, size);
-        return std::any_of(bytes.begin(), bytes.end(), Is_Control);
+        return Holds_Control(window_.At(at, size));
     };
     constexpr std::uint32_t Enough = 512;
     // The padding of the last byte is none of the text.
@@ -123,7 +141,7 @@ bool Element_Reader::Fits_Place(const Element_Header& header, const Place_Found&
         return true;
     }
     const Element_Header next = Decode_Header(Header_Bytes(place.position), Top().mode);
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     const bool speaks = header.form != Header_Form::Implicit && entry != nullptr &&
                         header.vr != VR_UN && Allows(*entry, header.vr);
     return next.tag.group == Delimiter_Group || next.tag > header.tag || speaks;

@@ -101,9 +101,23 @@ void Element_Reader::Step()
     }
 }
 
+Grade Element_Reader::Judge_At(std::int64_t at, Tag last)
+{
+    const Element_Header& header = Header_At(at);
+    if (!ahead_.is_judged || ahead_.last != last || ahead_.limit != Top().limit) {
+        Level_View list = Top();
+        list.last = last;
+        ahead_.is_judged = true;
+        ahead_.grade = Judge(header, at, list);
+        ahead_.last = last;
+        ahead_.limit = list.limit;
+    }
+    return ahead_.grade;
+}
+
 void Element_Reader::Read_In_List()
 {
-    const Element_Header header = Decode_Header(Header_Bytes(position_), Top().mode);
+    const Element_Header header = Header_At(position_);
     if ((header.size == 0 || header.tag == Tag{}) && Stop_At_Zeros()) {
         return;
     }
@@ -113,7 +127,7 @@ void Element_Reader::Read_In_List()
         Read_Delimiter_In_List(header);
     } else if (Leave_Wrong_Lengths(header)) {
         return;
-    } else if (Judge(header, position_, Top()) == Grade::Sound && Fits_What_Follows(header)) {
+    } else if (Judge_At(position_, Top().last) == Grade::Sound && Fits_What_Follows(header)) {
         Accept(header);
     } else if (Ends_With_Moved(header) || Ends_Before_Items(header) || Leads_On(header)) {
         Accept(header);
@@ -126,7 +140,7 @@ void Element_Reader::Read_In_List()
 bool Element_Reader::Fits_What_Follows(const Element_Header& header)
 {
     const std::int64_t value = position_ + header.size;
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     if (Has_Nested_Content(header, entry) && header.length != 0) {
         const Element_Header first = Decode_Header(window_.At(value, 8), Top().mode);
         return first.tag == Item_Tag || first.tag == Swapped_Item_Tag ||
@@ -139,14 +153,12 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
     if (end == Top().limit) {
         return true;
     }
-    const Element_Header next = Decode_Header(Header_Bytes(end), Top().mode);
+    const Element_Header& next = Header_At(end);
     if (next.tag.group == Delimiter_Group) {
         return next.tag == Item_End_Tag && next.length == 0 && levels_.size() > 1 &&
                Top().end == Level_View::Open;
     }
-    Level_View behind = Top();
-    behind.last = header.tag;
-    return Judge(next, end, behind) == Grade::Sound;
+    return Judge_At(end, header.tag) == Grade::Sound;
 }
 
 /** The source ends in the middle of a header that makes sense so far. */
@@ -182,8 +194,8 @@ bool Element_Reader::Ends_With_Moved(const Element_Header& header)
     Element_Header empty = header;
     empty.length = 0;
     return Top().moved < 0 && beyond == -Top().moved &&
-           Has_Nested_Content(header, NEMA_db_Locate(header.tag.group, header.tag.element)) &&
-           Starts_With_Item(value, Top().mode) && Judge(empty, position_, Top()) == Grade::Sound;
+           Has_Nested_Content(header, header.Entry()) && Starts_With_Item(value, Top().mode) &&
+           Judge(empty, position_, Top()) == Grade::Sound;
 }
 
 /**
@@ -240,7 +252,7 @@ void Element_Reader::Fill_Record(DICOM_List& record, const Element_Header& heade
     record.group = header.tag.group;
     record.element = header.tag.element;
     record.vr = header.vr;
-    record.dict = NEMA_db_Locate(header.tag.group, header.tag.element);
+    record.dict = header.Entry();
     record.vr_default = Default_VR(header, record.dict);
     record.pos = static_cast<unsigned int>(position_);
     record.data_pos = static_cast<unsigned int>(position_ + header.size);
@@ -326,8 +338,8 @@ void Element_Reader::Raise_Last(const Element_Header& header)
     }
     if (!header.Is_Undefined() && header.length != 0) {
         const std::int64_t end = position_ + header.size + header.length;
-        const Element_Header next = Decode_Header(Header_Bytes(end), list.mode);
-        if (next.size != 0 && next.tag < header.tag && Judge(next, end, list) == Grade::Sound) {
+        const Element_Header& next = Header_At(end);
+        if (next.size != 0 && next.tag < header.tag && Judge_At(end, list.last) == Grade::Sound) {
             return;
         }
     }

@@ -207,6 +207,18 @@ private:
     {
         return window_.At(at, Longest_Header);
     }
+    /** The header at a place in the innermost level; the last one that was asked for is at hand. */
+    const Element_Header& Header_At(std::int64_t at)
+    {
+        if (ahead_.at != at || ahead_.header.mode != Top().mode) {
+            ahead_.at = at;
+            ahead_.header = Decode_Header(Header_Bytes(at), Top().mode);
+            ahead_.is_judged = false;
+        }
+        return ahead_.header;
+    }
+    /** The same judged in the innermost level, behind an element with the tag `last`. */
+    Grade Judge_At(std::int64_t at, Tag last);
     Outlook Look() const
     {
         return {window_, levels_, end_};
@@ -224,6 +236,19 @@ private:
     std::int64_t end_;
     Record_List root_;
     std::vector<Nesting_Level> levels_;
+    /**
+     * What follows an element is looked at before the element is taken, and is the next to be read.
+     * Its grade holds behind the tag `last` and for the limit of its list.
+     */
+    struct Ahead {
+        std::int64_t at = -1;
+        Element_Header header;
+        bool is_judged = false;
+        Grade grade = Grade::Impossible;
+        Tag last;
+        std::int64_t limit = 0;
+    };
+    Ahead ahead_;
     Path path_;
     bool stopped_ = false;
     /** So much later than its length says an item or a sequence around it ends. */

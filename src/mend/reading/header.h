@@ -13,6 +13,7 @@
 #define LIB_MEND_HEADER_H
 
 #include "mend/findings/findings.h"
+#include "mend/reading/vr_forms.h"
 
 #include <cstdint>
 #include <limits>
@@ -42,6 +43,22 @@ struct Element_Header {
     {
         return length == Undefined;
     }
+    /** What the registry says of the tag, null for nothing. */
+    TAG_db_Elems* Entry() const
+    {
+        if (looked_up.tag != tag) {
+            looked_up.tag = tag;
+            looked_up.entry = tag.group % 2 == 0 ? NEMA_db_Locate(tag.group, tag.element) : nullptr;
+        }
+        return looked_up.entry;
+    }
+
+    /** Every rule asks for the entry, which is looked up once. */
+    struct Looked_Up {
+        Tag tag = {0x0000, 0xFFFF};
+        TAG_db_Elems* entry = nullptr;
+    };
+    mutable Looked_Up looked_up = {};
 };
 
 inline constexpr std::size_t Longest_Header = 12;
@@ -62,11 +79,57 @@ inline bool Is_Big_Endian(unsigned char mode)
 /** Two letters, or "-" for bytes that are none. */
 std::string VR_Text(unsigned short vr);
 
-/** Decodes the header in the form that byte-order code, tag and VR ask for. */
-Element_Header Decode_Header(std::span<const unsigned char> bytes, unsigned char mode);
+inline unsigned short Number_16(const unsigned char* bytes, bool big)
+{
+    return static_cast<unsigned short>(big ? bytes[0] << 8 | bytes[1] : bytes[1] << 8 | bytes[0]);
+}
+
+inline std::uint32_t Number_32(const unsigned char* bytes, bool big)
+{
+    const std::uint32_t first = Number_16(bytes, big);
+    const std::uint32_t second = Number_16(bytes + 2, big);
+    return big ? first << 16 | second : second << 16 | first;
+}
+
 /** Decodes the header in a form of choice. */
-Element_Header Decode_Header_As(std::span<const unsigned char> bytes, unsigned char mode,
-                                Header_Form form);
+inline Element_Header Decode_Header_As(std::span<const unsigned char> bytes, unsigned char mode,
+                                       Header_Form form)
+{
+    constexpr int Sizes[] = {8, 12, 8, 10};
+    Element_Header header;
+    header.mode = mode;
+    header.form = form;
+    const int size = Sizes[static_cast<std::size_t>(form)];
+    if (std::ssize(bytes) < size) {
+        return header;
+    }
+    const bool big = Is_Big_Endian(mode);
+    const unsigned char* const at = bytes.data();
+    header.size = size;
+    header.tag = {Number_16(at, big), Number_16(at + 2, big)};
+    header.vr = form == Header_Form::Implicit ? static_cast<unsigned short>(0)
+                                              : static_cast<unsigned short>(at[4] << 8 | at[5]);
+    header.reserved =
+        form == Header_Form::Long ? Number_16(at + 6, big) : static_cast<unsigned short>(0);
+    header.length =
+        form == Header_Form::Short ? Number_16(at + 6, big) : Number_32(at + size - 4, big);
+    return header;
+}
+
+/** Decodes the header in the form that byte-order code, tag and VR ask for. */
+inline Element_Header Decode_Header(std::span<const unsigned char> bytes, unsigned char mode)
+{
+    if (bytes.size() < 8) {
+        return {};
+    }
+    const bool is_delimiter = Number_16(bytes.data(), Is_Big_Endian(mode)) == Delimiter_Group;
+    if (!Is_Explicit(mode) || is_delimiter) {
+        return Decode_Header_As(bytes, mode, Header_Form::Implicit);
+    }
+    const auto vr = static_cast<unsigned short>(bytes[4] << 8 | bytes[5]);
+    return Decode_Header_As(bytes, mode, Is_Long_VR(vr) ? Header_Form::Long : Header_Form::Short);
+}
+
 /** "explicit VR little endian" */
 std::string Mode_Text(unsigned char mode);
 

@@ -122,7 +122,7 @@ int Outlook::Step_Element(const Element_Header& read)
         stopped_ = true;
         return Is_Explicit(header.mode) ? Length_Points : Doubtful_Points;
     case Grade::VR_Impossible: {
-        const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+        const TAG_db_Elems* const entry = header.Entry();
         const unsigned short vr = Meant_VR(header.vr, entry);
         const bool is_long = vr != VR_UN && Is_Long_VR(vr);
         const Header_Form form = Top().habit != Header_Form::Implicit ? Top().habit
@@ -152,7 +152,7 @@ int Outlook::Step_Element(const Element_Header& read)
 
 bool Outlook::Holds_Item(const Element_Header& header)
 {
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     const std::span<const unsigned char> bytes = window_.At(at_ + header.size, Longest_Header);
     return Has_Nested_Content(header, entry) && Decode_Header(bytes, Top().mode).tag == Item_Tag;
 }
@@ -182,7 +182,7 @@ int Outlook::Step_Damaged(const Element_Header& read)
 
 void Outlook::Enter(const Element_Header& header)
 {
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     const Level_View around = Top();
     at_ += header.size;
     const std::int64_t end = header.Is_Undefined() ? Level_View::Open : at_ + header.length;
@@ -301,7 +301,7 @@ unsigned char Mode_In_Item(Window& window, std::int64_t at, const Level_View& it
     const Element_Header otherwise = Decode_Header(bytes, other);
     if (!Is_Explicit(item.mode)) {
         // As an implicit length two capitals stand for more than 16,000 bytes.
-        const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+        const TAG_db_Elems* const entry = header.Entry();
         const bool speaks = entry == nullptr
                                 ? Is_Known_VR(otherwise.vr)
                                 : otherwise.vr != VR_UN && Allows(*entry, otherwise.vr);

@@ -96,7 +96,7 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
         return Grade::Impossible;
     }
     const bool is_explicit = header.form != Header_Form::Implicit;
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     const bool has_vr = is_explicit && Is_Known_VR(header.vr);
     const Grade tag = Judge_Tag(header.tag, list, entry, is_explicit);
     constexpr std::uint32_t Group_Length_Size = 4;

@@ -98,7 +98,7 @@ private:
     bool Step_Element(const Element_Header& header)
     {
         Level_View& list = levels_.back();
-        const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+        const TAG_db_Elems* const entry = header.Entry();
         if (!Is_Possible(header, entry, list)) {
             return false;
         }

@@ -4,6 +4,10 @@
 
 #include <Lib_DICOM/Lib_DICOM.h>
 
+#include <array>
+#include <cstddef>
+#include <iterator>
+
 namespace lib_mend {
 
 struct VR_Form {
@@ -55,11 +59,52 @@ inline constexpr VR_Form VR_Forms[] = {
     {.vr = VR_UV, .is_long = true, .width = 8},
 };
 
+/** The rows by the two letters of a VR, since every header asks; the last is for what are no capitals. */
+class VR_Rows {
+public:
+    static constexpr unsigned char None = 0xFF;
+
+    constexpr VR_Rows()
+    {
+        rows_.fill(None);
+        for (std::size_t i = 0; i < std::size(VR_Forms); ++i) {
+            rows_[Index_Of(VR_Forms[i].vr)] = static_cast<unsigned char>(i);
+        }
+    }
+    constexpr unsigned char operator[](unsigned short vr) const
+    {
+        return rows_[Index_Of(vr)];
+    }
+
+private:
+    static constexpr std::size_t Letters = 26;
+
+    static constexpr std::size_t Index_Of(unsigned short vr)
+    {
+        const auto first = static_cast<std::size_t>((vr >> 8) - 'A');
+        const auto second = static_cast<std::size_t>((vr & 0xFF) - 'A');
+        return first < Letters && second < Letters ? first * Letters + second : Letters * Letters;
+    }
+
+    std::array<unsigned char, Letters* Letters + 1> rows_ = {};
+};
+
+inline constexpr VR_Rows Rows_Of_VRs;
+inline constexpr std::size_t Row_Of_UN = 29;
+static_assert(VR_Forms[Row_Of_UN].vr == VR_UN && std::size(VR_Forms) < VR_Rows::None);
+
 /** VRs of the standard; OX and other pairs of letters are none. */
-bool Is_Known_VR(unsigned short vr);
+inline bool Is_Known_VR(unsigned short vr)
+{
+    return Rows_Of_VRs[vr] != VR_Rows::None;
+}
 
 /** The form of a VR, or of UN for one that is not known. */
-const VR_Form& Form_Of(unsigned short vr);
+inline const VR_Form& Form_Of(unsigned short vr)
+{
+    const unsigned char row = Rows_Of_VRs[vr];
+    return VR_Forms[row != VR_Rows::None ? row : Row_Of_UN];
+}
 
 inline bool Is_Long_VR(unsigned short vr)
 {

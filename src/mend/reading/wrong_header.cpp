@@ -34,7 +34,7 @@ Element_Header Element_Reader::With_VR(const Element_Header& header) const
 {
     Element_Header known = header;
     if (header.form != Header_Form::Implicit && !Is_Known_VR(header.vr)) {
-        const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+        const TAG_db_Elems* const entry = header.Entry();
         known.vr = Meant_VR(header.vr, entry);
     }
     return known;
@@ -59,7 +59,7 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     const bool is_made_up = header.vr != reading.header.vr &&
                             Judge(reading.header, position_, list) == Grade::Impossible;
     const Grade grade = is_made_up ? Grade::Impossible : Judge(header, position_, list);
-    const TAG_db_Elems* const entry = NEMA_db_Locate(header.tag.group, header.tag.element);
+    const TAG_db_Elems* const entry = header.Entry();
     const bool is_known_sequence = entry != nullptr && entry->vr[0] == VR_SQ;
     const bool may_hold_items = header.vr == VR_SQ || (header.vr == 0 && is_known_sequence);
     const int bare = may_hold_items && !items ? Points_Without_Item(header) : 0;
@@ -193,7 +193,7 @@ void Element_Reader::Settle(const Element_Header& as_read)
     Reading best;
     constexpr int Reserved_Cost = 3;
     Offer(best, as_read, Assumed::Nothing, as_read.reserved != 0 ? Reserved_Cost : 0);
-    const TAG_db_Elems* const entry = NEMA_db_Locate(as_read.tag.group, as_read.tag.element);
+    const TAG_db_Elems* const entry = as_read.Entry();
     const bool vr_fits =
         as_read.form == Header_Form::Implicit ||
         (Is_Known_VR(as_read.vr) && (entry == nullptr || Allows(*entry, as_read.vr)));

@@ -1,6 +1,8 @@
 // What holds for every value, whatever it is: healing is stable, leaves sound values alone, keeps what
 // they say, and tells of everything else. Judged by rules written down again from PS3.5 section 6.2.
+#include "mend/healing/sound_values.h"
 #include "mend/healing/value.h"
+#include "mend/reading/header.h"
 
 #include <gtest/gtest.h>
 
@@ -233,6 +235,54 @@ TEST(Every_Value, KeepsWhatItSays)
         EXPECT_GT(sound, Values_Of_A_VR / 100);
         EXPECT_GT(healed, Values_Of_A_VR / 100);
     }
+}
+
+/** Values in plain letters are told to be sound at a glance, those in another repertoire are not. */
+TEST(Every_Value, IsJudgedAlikeAtAGlanceAndByItsRule)
+{
+    const std::string tokens[] = {"",
+                                  " ",
+                                  "\\",
+                                  "\0"s,
+                                  "\1",
+                                  "0",
+                                  "-",
+                                  ".",
+                                  "1",
+                                  "7Y",
+                                  "A",
+                                  "a",
+                                  "_",
+                                  "^",
+                                  "=",
+                                  ",",
+                                  "20240229",
+                                  "0010",
+                                  "2147483648",
+                                  "A^B^C^D^E",
+                                  "12345678901234",
+                                  std::string(62, '1')};
+    const Character_Set plain("");
+    const Character_Set other("ISO_IR 13");
+    int sound = 0;
+    for (const unsigned short vr :
+         {VR_AE, VR_AS, VR_CS, VR_DA, VR_DS, VR_IS, VR_PN, VR_TM, VR_UI}) {
+        for (const std::string& first : tokens) {
+            for (const std::string& second : tokens) {
+                for (const std::string& third : tokens) {
+                    const std::string bytes = first + second + third;
+                    const Healed_Value quick = Heal_Value({bytes, vr, plain});
+                    const Healed_Value slow = Heal_Value({bytes, vr, other});
+                    sound += Count_Sound_Values({bytes, vr, plain}) > 0 ? 1 : 0;
+                    ASSERT_EQ(Count_Sound_Values({bytes, vr, other}), 0U);
+                    ASSERT_TRUE(quick.bytes == slow.bytes && quick.notes == slow.notes &&
+                                quick.count == slow.count)
+                        << VR_Text(vr) << " " << testing::PrintToString(bytes);
+                }
+            }
+        }
+    }
+    EXPECT_GT(sound, 1000);
 }
 
 }  // namespace
