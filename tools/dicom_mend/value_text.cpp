@@ -228,7 +228,7 @@ Front_Of_Value::Front_Of_Value(const lib_mend::Data_Set& set, const DICOM_List& 
     if (!lib_mend::Has_Value(record) || record.size <= 0) {
         return;
     }
-    const auto size = static_cast<std::size_t>(record.size);
+    const auto size = static_cast<std::size_t>(lib_mend::Size_Of(record));
     is_cut_ = size > most;
     if (record.data != nullptr) {
         bytes_ = {record.data, std::min(size, most)};

@@ -29,8 +29,8 @@ void Append_Hexadecimal(std::string& out, std::span<const unsigned char> bytes);
  */
 inline std::int64_t Given_Length(const DICOM_List& record)
 {
-    const bool is_aside = record.spare != 0 && record.spare != UINT32_MAX;
-    return is_aside ? std::int64_t{record.spare} : record.spare != 0 ? -1 : record.size;
+    const std::int64_t claim = lib_mend::Claim_Of(record);
+    return claim == 0 ? lib_mend::Size_Of(record) : claim != UINT32_MAX ? claim : -1;
 }
 
 /** The bytes at the front of a value, without a copy where they are in memory. */

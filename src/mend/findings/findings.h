@@ -4,6 +4,7 @@
 #define LIB_MEND_FINDINGS_H
 
 #include "mend/findings/fault.h"
+#include "mend/io/places.h"
 
 #include <Lib_DICOM/Lib_DICOM.h>
 
@@ -115,7 +116,9 @@ inline unsigned short VR_Of(const DICOM_List& record)
 /** The place of a record in a list that `path` leads to. */
 inline Place At(const DICOM_List& record, const Path& path)
 {
-    return {true, {record.group, record.element}, VR_Of(record), &path, record.pos, record.size};
+    return {
+        true,           {record.group, record.element}, VR_Of(record), &path, Position_Of(record),
+        Size_Of(record)};
 }
 
 class Findings {
@@ -177,7 +180,8 @@ public:
     About(Findings& findings, const DICOM_List& record)
         : findings_(findings), saved_(findings.subject)
     {
-        findings.subject = {true, {record.group, record.element}, VR_Of(record), record.pos};
+        findings.subject = {
+            true, {record.group, record.element}, VR_Of(record), Position_Of(record)};
     }
     About(const About&) = delete;
     About& operator=(const About&) = delete;

@@ -19,9 +19,9 @@ std::int64_t End_Of_Group(const DICOM_List& length)
         next = next->next;
     }
     if (next != nullptr) {
-        return next->pos;
+        return Position_Of(*next);
     }
-    return last->size >= 0 ? static_cast<std::int64_t>(last->data_pos) + last->size : Unknown;
+    return last->size >= 0 ? Value_Position_Of(*last) + Size_Of(*last) : Unknown;
 }
 
 bool Is_Right(const Data_Set& set, const DICOM_List& length)
@@ -34,7 +34,7 @@ bool Is_Right(const Data_Set& set, const DICOM_List& length)
     const Bytes value = set.Value(length);
     const auto given = static_cast<std::uint32_t>(
         value.size() == Size ? Get_Int(length.byte_order, value.data()) : 0);
-    return end == Unknown || end - length.data_pos - Size == given;
+    return end == Unknown || end - Value_Position_Of(length) - Size == given;
 }
 
 }  // namespace

@@ -22,8 +22,11 @@ namespace lib_mend {
 namespace {
 
 constexpr Tag Extended_Table_Tag = {0x7FE0, 0x0001};
+constexpr Tag Extended_Lengths_Tag = {0x7FE0, 0x0002};
 constexpr std::size_t Entry_Size = 4;
-constexpr std::size_t Extended_Entry_Size = 8;
+/** What an entry of the basic table holds. */
+constexpr std::int64_t Largest_Offset = 0xFFFFFFFF;
+constexpr int Extended_Entry_Size = 8;
 
 using Offsets = std::vector<std::int64_t>;
 
@@ -54,6 +57,7 @@ public:
         const Offsets frames = Starts_Of_Frames();
         const Offsets table = fragments_.front()->size > 0 ? Healed_Table(frames) : Offsets();
         Heal_Extended_Table();
+        Heal_Extended_Lengths();
         Check_Frames(table.empty() ? frames : table);
     }
 
@@ -71,7 +75,7 @@ private:
         old_offsets_.clear();
         new_offsets_.clear();
         for (std::size_t i = 1; i < fragments_.size(); ++i) {
-            const std::int64_t size = std::max(fragments_[i]->size, 0);
+            const std::int64_t size = std::max<std::int64_t>(Size_Of(*fragments_[i]), 0);
             old_offsets_.push_back(old_offset);
             new_offsets_.push_back(new_offset);
             old_offset += Item_Header_Size + size;
@@ -95,7 +99,7 @@ private:
         findings_.Report(Fault::Offset_Table, Level::Change, At(pixels_, {}),
                          "the item of the offset table is missing; an empty one is supplied");
         Record_List table(New_Record(Item_Tag, VR_OB));
-        table.Head()->pos = fragments_.front()->pos;
+        Take_Place(*table.Head(), *fragments_.front());
         std::vector<DICOM_List*> items = {table.Head()};
         items.insert(items.end(), pixels_.item, pixels_.item + Item_Count(pixels_));
         Set_Items(pixels_, items);
@@ -177,17 +181,19 @@ private:
             return {};
         }
         findings_.Report(Fault::Offset_Table, Level::Change, At(*fragments_.front(), Way()),
-                         "the offset table is wrong; it is made anew from the fragments");
+                         frames.back() <= Largest_Offset
+                             ? "the offset table is wrong; it is made anew from the fragments"
+                             : "the offset table is wrong; it is emptied, for 32 bits do not reach "
+                               "the frames");
         Set_Table(frames);
         return frames;
     }
 
     void Set_Table(const Offsets& offsets)
     {
-        constexpr std::int64_t Largest = 0xFFFFFFFF;
         Bytes value;
         for (const std::int64_t offset : offsets) {
-            if (offset > Largest) {
+            if (offset > Largest_Offset) {
                 // Frames that 32 bits do not reach need an extended table; an empty one is right.
                 value.clear();
                 break;
@@ -202,33 +208,83 @@ private:
     /** Places in 64 bits, one fragment a frame (PS3.3 section C.7.6.3.1.8). */
     void Heal_Extended_Table()
     {
-        DICOM_List* const record = Find_Record(set_.records.Head(), Extended_Table_Tag);
-        if (record == nullptr || !Has_Value(*record) || record->size == 0) {
+        DICOM_List* const record = Extended_Record(Extended_Table_Tag);
+        if (record == nullptr) {
             return;
         }
-        Bytes value = set_.Value(*record);
-        Offsets table;
+        const Offsets table = Numbers_64(set_.Value(*record));
+        const Offsets moved = Moved(table);
+        if (std::ssize(moved) != frames_ || record->size % Extended_Entry_Size != 0) {
+            Rebuild(*record, new_offsets_, "extended offset table does not fit the fragments");
+        } else if (moved != table) {
+            Set_Numbers_64(*record, moved);
+        }
+    }
+
+    /** The bytes of each frame, where the padding may be counted or not. */
+    void Heal_Extended_Lengths()
+    {
+        DICOM_List* const record = Extended_Record(Extended_Lengths_Tag);
+        if (record == nullptr) {
+            return;
+        }
+        Offsets lengths;
+        for (std::size_t i = 1; i < fragments_.size(); ++i) {
+            const std::int64_t size = std::max<std::int64_t>(Size_Of(*fragments_[i]), 0);
+            lengths.push_back(size + size % 2);
+        }
+        const Offsets table = Numbers_64(set_.Value(*record));
+        const bool fits = std::equal(lengths.begin(), lengths.end(), table.begin(), table.end(),
+                                     [](std::int64_t even, std::int64_t length) {
+                                         return length == even || length + 1 == even;
+                                     });
+        if (!fits || record->size % Extended_Entry_Size != 0) {
+            Rebuild(*record, lengths, "lengths of frames do not fit the fragments");
+        }
+    }
+
+    DICOM_List* Extended_Record(Tag tag) const
+    {
+        DICOM_List* const record = Find_Record(set_.records.Head(), tag);
+        return record != nullptr && Has_Value(*record) && record->size != 0 ? record : nullptr;
+    }
+
+    /** Puts right what is one entry a fragment, when each fragment is a frame. */
+    void Rebuild(DICOM_List& record, const Offsets& right, const std::string& fault)
+    {
+        if (std::ssize(right) == frames_) {
+            findings_.Report(Fault::Offset_Table, Level::Change, At(record, {}),
+                             "the " + fault + "; made anew from them");
+            Set_Numbers_64(record, right);
+        } else {
+            findings_.Report(Fault::Offset_Table, Level::Kept, At(record, {}), "the " + fault);
+        }
+    }
+
+    static Offsets Numbers_64(const Bytes& value)
+    {
+        Offsets numbers;
         for (std::size_t at = 0; at + Extended_Entry_Size <= value.size();
              at += Extended_Entry_Size) {
             const auto low = static_cast<std::uint32_t>(Get_Int(0, value.data() + at));
             const auto high = static_cast<std::uint32_t>(Get_Int(0, value.data() + at + 4));
-            table.push_back(static_cast<std::int64_t>(std::uint64_t{high} << 32 | low));
+            numbers.push_back(static_cast<std::int64_t>(std::uint64_t{high} << 32 | low));
         }
-        const Offsets moved = Moved(table);
-        if (moved.empty() || static_cast<std::int64_t>(moved.size()) != frames_) {
-            findings_.Report(Fault::Offset_Table, Level::Kept, At(*record, {}),
-                             "the extended offset table does not fit the fragments");
-        } else if (moved != table) {
-            for (std::size_t i = 0; i < moved.size(); ++i) {
-                const auto place = static_cast<std::uint64_t>(moved[i]);
-                unsigned char* const entry = value.data() + i * Extended_Entry_Size;
-                const auto low = static_cast<int>(static_cast<std::uint32_t>(place));
-                const auto high = static_cast<int>(static_cast<std::uint32_t>(place >> 32));
-                std::memcpy(entry, Put_Int(0, low), 4);
-                std::memcpy(entry + 4, Put_Int(0, high), 4);
-            }
-            Set_Bytes(*record, value);
+        return numbers;
+    }
+
+    static void Set_Numbers_64(DICOM_List& record, const Offsets& numbers)
+    {
+        Bytes value(numbers.size() * Extended_Entry_Size);
+        unsigned char* entry = value.data();
+        for (const std::int64_t number : numbers) {
+            const auto low = static_cast<std::uint32_t>(number);
+            const auto high = static_cast<std::uint32_t>(number >> 32);
+            std::memcpy(entry, Put_Int(0, static_cast<int>(low)), 4);
+            std::memcpy(entry + 4, Put_Int(0, static_cast<int>(high)), 4);
+            entry += Extended_Entry_Size;
         }
+        Set_Bytes(record, value);
     }
 
     /** @param known  where the frames begin, as far as anything tells */

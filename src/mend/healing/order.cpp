@@ -66,14 +66,15 @@ public:
 private:
     bool Same_Value(const DICOM_List& other) const
     {
-        if (record_.size != other.size || record_.byte_order != other.byte_order) {
+        const std::int64_t whole = Size_Of(other);
+        if (Size_Of(record_) != whole || record_.byte_order != other.byte_order) {
             return false;
         }
         std::array<unsigned char, 4096> first;
         std::array<unsigned char, 4096> second;
-        for (std::int64_t at = 0; at < other.size; at += std::ssize(first)) {
-            const auto size = static_cast<std::size_t>(
-                std::min<std::int64_t>(other.size - at, std::ssize(first)));
+        for (std::int64_t at = 0; at < whole; at += std::ssize(first)) {
+            const auto size =
+                static_cast<std::size_t>(std::min<std::int64_t>(whole - at, std::ssize(first)));
             if (!Read(record_, at, {first.data(), size}) ||
                 !Read(other, at, {second.data(), size}) ||
                 !std::equal(first.begin(), first.begin() + size, second.begin())) {
@@ -88,7 +89,7 @@ private:
             std::copy_n(record.data + at, out.size(), out.begin());
             return true;
         }
-        return set_.source->Read(record.data_pos + at, out) == out.size();
+        return set_.source->Read(Value_Position_Of(record) + at, out) == out.size();
     }
 
     bool Same_Items(const DICOM_List& other)
@@ -207,7 +208,7 @@ private:
             findings_.Report(Fault::Duplicate, Level::Error, At(record, path),
                              "occurs twice with different values; the first one is kept, and this "
                              "one of " +
-                                 std::to_string(record.size) + " bytes is lost");
+                                 std::to_string(Size_Of(record)) + " bytes is lost");
         }
     }
 

@@ -52,7 +52,7 @@ public:
 private:
     void Say(const Changed_Value& change, const char* text)
     {
-        const Place place = {true, change.tag, change.vr, &change.path, change.pos};
+        const Place place = {true, change.tag, change.vr, &change.path, change.position};
         findings_.Report(Fault::Original_Attributes, Level::Error, place, text);
     }
 

@@ -14,12 +14,6 @@ namespace lib_mend {
 
 namespace {
 
-/** Place and tag of an element in the source. */
-std::uint64_t Key_Of(const DICOM_List& record)
-{
-    return std::uint64_t{record.pos} << 32 | std::uint64_t{record.group} << 16 | record.element;
-}
-
 bool Is_Made_Here(const DICOM_List& record)
 {
     constexpr unsigned short Origin_Bits = 0x000F;
@@ -116,7 +110,7 @@ Changed_Value Original_Values::Change_Of(const Element& element, const Data_Set&
             .vr = VR_Of(element.record),
             .new_vr = 0,
             .kind = Changed_Value::Kind::Gone,
-            .pos = element.record.pos,
+            .position = Position_Of(element.record),
             .is_too_deep = is_too_deep,
             .value = Value_Of(element, set)};
 }
@@ -137,7 +131,7 @@ void Original_Values::For_Each_Change(const Data_Set& set,
                        .vr = 0,
                        .new_vr = VR_Of(record),
                        .kind = Changed_Value::Kind::Added,
-                       .pos = 0,
+                       .position = 0,
                        .is_too_deep = false,
                        .value = {}});
             }
@@ -145,9 +139,10 @@ void Original_Values::For_Each_Change(const Data_Set& set,
         }
         is_there[found->second] = true;
         const Element& element = elements_[found->second];
-        const bool is_left_in_source = record.data == nullptr && !element.is_loaded &&
-                                       record.size == element.record.size &&
-                                       record.data_pos == element.record.data_pos;
+        const bool is_left_in_source =
+            record.data == nullptr && !element.is_loaded &&
+            Size_Of(record) == Size_Of(element.record) &&
+            Value_Position_Of(record) == Value_Position_Of(element.record);
         if (is_left_in_source || Is_Streamed(record) || Is_Of_The_Encoding(record) ||
             !Has_Value(record) || !Has_Value(element.record)) {
             return;

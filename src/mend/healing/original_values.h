@@ -26,7 +26,7 @@ struct Changed_Value {
     unsigned short new_vr = 0;
     enum class Kind { Changed, Added, Gone } kind = Kind::Changed;
     /** Where the element stood in the source. */
-    unsigned int pos = 0;
+    std::int64_t position = 0;
     /** It is nested too deeply to be told where, and has no path. */
     bool is_too_deep = false;
     /** The value of before, numbers in little endian. */
@@ -63,19 +63,37 @@ private:
         /** Index of its list. */
         std::size_t list;
     };
+    /** Where an element stands in the source. */
+    struct Key {
+        std::int64_t position;
+        Tag tag;
+
+        bool operator==(const Key&) const = default;
+    };
+    struct Hash_Of_Key {
+        std::size_t operator()(const Key& key) const
+        {
+            const std::uint64_t tag = std::uint64_t{key.tag.group} << 16 | key.tag.element;
+            return std::hash<std::uint64_t>()(static_cast<std::uint64_t>(key.position) << 32 ^ tag);
+        }
+    };
     struct List {
         std::size_t around;
         Path_Step step;
         std::size_t depth;
     };
 
+    static Key Key_Of(const DICOM_List& record)
+    {
+        return {Position_Of(record), Tag_Of(record)};
+    }
     Path Path_Of(std::size_t list) const;
     Bytes Value_Of(const Element& element, const Data_Set& set) const;
     Changed_Value Change_Of(const Element& element, const Data_Set& set) const;
 
     std::vector<Element> elements_;
     std::vector<List> lists_ = {{}};
-    std::unordered_map<std::uint64_t, std::size_t> index_;
+    std::unordered_map<Key, std::size_t, Hash_Of_Key> index_;
 };
 
 }  // namespace lib_mend

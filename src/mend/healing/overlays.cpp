@@ -39,7 +39,7 @@ const char* Fault_Of(const Overlay& overlay, const DICOM_List* data, const Image
 {
     const std::optional<std::uint64_t> size = overlay.Size();
     if (data != nullptr && data->size >= 0 && size.has_value() &&
-        static_cast<std::uint64_t>(data->size) < *size) {
+        static_cast<std::uint64_t>(Size_Of(*data)) < *size) {
         return "the overlay is shorter than its rows and columns";
     }
     if (data == nullptr &&

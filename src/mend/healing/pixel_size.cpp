@@ -47,8 +47,8 @@ void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bo
     }
     const std::optional<std::uint64_t> size = Image_Of(set, list).Size();
     // A byte that is alone at the end becomes two.
-    const auto found = static_cast<std::uint64_t>(pixels->size + pixels->size % 2);
-    const bool may_pad = pad && size.value_or(0) <= static_cast<std::uint64_t>(Max_File_Size);
+    const auto found = static_cast<std::uint64_t>(Size_Of(*pixels) + pixels->size % 2);
+    const bool may_pad = pad && size.value_or(0) < std::uint64_t{Far_Size};
     if (!size.has_value() || found == *size || found == *size + *size % 2) {
         return;
     }

@@ -24,7 +24,7 @@ constexpr std::size_t Head_Size = 65536;
 void Encapsulate(DICOM_List& pixels)
 {
     Record_List table(New_Record(Item_Tag, VR_OB));
-    table.Head()->pos = pixels.pos;
+    Take_Place(*table.Head(), pixels);
     if (pixels.size == 0) {
         Set_Items(pixels, {table.Release()});
         pixels.vr = VR_OB;
@@ -32,8 +32,7 @@ void Encapsulate(DICOM_List& pixels)
     }
     Record_List fragment(New_Record(Item_Tag, VR_OB));
     DICOM_List& stream = *fragment.Head();
-    stream.pos = pixels.pos;
-    stream.data_pos = pixels.data_pos;
+    Take_Place(stream, pixels);
     stream.size = pixels.size;
     std::swap(stream.data, pixels.data);
     Set_Items(pixels, {table.Head(), fragment.Head()});
@@ -55,7 +54,7 @@ void Judge_Undeclared(Data_Set& set, DICOM_List& pixels, Findings& findings)
 {
     const Bytes head = set.Value(pixels, Head_Size);
     const std::string_view guess = Guess_Pixel_Syntax(head);
-    const auto size = static_cast<std::uint64_t>(pixels.size);
+    const auto size = static_cast<std::uint64_t>(Size_Of(pixels));
     const std::optional<std::uint64_t> native = Image_Of(set, set.records.Head()).Size();
     if (guess.empty() || !Begins_Frame(head) || (native.has_value() && size >= *native)) {
         return;

@@ -45,6 +45,18 @@ bool Apply_Strictly(const DICOM_List& record, const Place& place, const Characte
     return !strict.deleted;
 }
 
+/** Bytes that are left in the source, and padded when they are written. */
+void Check_Bulk(const DICOM_List& record, const Place& place, Findings& findings)
+{
+    const std::size_t width = Width_Of(VR_Of(record));
+    if (width != 0 && static_cast<std::size_t>(Size_Of(record)) % width != 0) {
+        findings.Report(Fault::Size, Level::Kept, place, Wrong_Size_Text);
+    }
+    if (record.size % 2 != 0) {
+        findings.Report(Fault::Odd_Length, Level::Change, place, Odd_Size_Text);
+    }
+}
+
 /** A sequence that a writer without a dictionary took for unknown bytes, and that cannot be read. */
 void Check_Unknown(const DICOM_List& record, const Place& place, Findings& findings)
 {
@@ -57,7 +69,7 @@ void Check_Unknown(const DICOM_List& record, const Place& place, Findings& findi
     findings.Report(Fault::VR_Unknown, Level::Kept, place, "sequence stored as UN");
     if (value.ends_with(End_Of_Sequence)) {
         Place end = place;
-        end.offset = static_cast<std::int64_t>(record.data_pos) +
+        end.offset = Value_Position_Of(record) +
                      static_cast<std::int64_t>(value.size() - End_Of_Sequence.size());
         findings.Report(Fault::Nesting, Level::Kept, end,
                         "sequence delimitation inside a given length");
@@ -77,11 +89,13 @@ void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
                    const Character_Set& characters, const Heal_Options& options, Findings& findings)
 {
     const Place place = At(record, way);
-    if (Is_Bulk(record) && record.size % 2 == 0) {
-        const std::size_t width = Width_Of(VR_Of(record));
-        if (width != 0 && static_cast<std::size_t>(record.size) % width != 0) {
-            findings.Report(Fault::Size, Level::Kept, place, Wrong_Size_Text);
-        }
+    if (Is_Bulk(record)) {
+        Check_Bulk(record, place, findings);
+        return;
+    }
+    if (Size_Of(record) >= Far_Size) {
+        findings.Report(Fault::Length, Level::Kept, place,
+                        "a text of 2 GiB or more is not looked into");
         return;
     }
     Loaded loaded(set, record);

@@ -45,7 +45,8 @@ bool Has_Alternative(const TAG_db_Elems& entry, unsigned short vr)
 /** The size that a value has once it is padded. */
 std::size_t Even_Size(const DICOM_List& record)
 {
-    return static_cast<std::size_t>(record.size) + static_cast<std::size_t>(record.size) % 2;
+    const auto size = static_cast<std::size_t>(Size_Of(record));
+    return size + size % 2;
 }
 
 /**
@@ -191,11 +192,13 @@ private:
     void Settle_Foreign(DICOM_List& record, const Path& way, const Character_Set& characters,
                         unsigned short wanted)
     {
-        Loaded loaded(set_, record);
+        std::optional<Loaded> loaded;
+        if (wanted != VR_SQ && !Is_Bulk(record)) {
+            loaded.emplace(set_, record);
+        }
         const Place place = At(record, way);
-        const Converted converted = wanted != VR_SQ && !Is_Bulk(record) && loaded.Ready()
-                                        ? Convert(record, wanted, characters, options_)
-                                        : Converted();
+        const Converted converted =
+            loaded && loaded->Ready() ? Convert(record, wanted, characters, options_) : Converted();
         const std::string text = "VR=" + VR_Text(record.vr);
         if (!converted.done) {
             findings_.Report(Fault::VR_Other, Level::Kept, place,
@@ -213,7 +216,7 @@ private:
         record.vr = wanted;
         if (converted.bytes != Bytes_Of(record)) {
             Set_Bytes(record, converted.bytes);
-            loaded.Keep();
+            loaded->Keep();
         }
     }
 

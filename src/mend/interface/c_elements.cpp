@@ -210,12 +210,12 @@ void dicom_mend_vr(const dicom_mend_element* element, char vr[3])
 size_t dicom_mend_length(const dicom_mend_element* element)
 {
     const bool has_value = element != nullptr && Has_Value(*Of(element));
-    return has_value ? static_cast<std::size_t>(Of(element)->size) : 0;
+    return has_value ? static_cast<std::size_t>(Size_Of(*Of(element))) : 0;
 }
 
 int64_t dicom_mend_offset(const dicom_mend_element* element)
 {
-    return element != nullptr ? Of(element)->pos : 0;
+    return element != nullptr ? Position_Of(*Of(element)) : 0;
 }
 
 int dicom_mend_is_sequence(const dicom_mend_element* element)

@@ -269,7 +269,7 @@ DICOM_List& Set_Value(Data_Set& set, const Target& target, unsigned short vr,
     DICOM_List& record = changed.Settle();
     Free_Items(record);
     record.vr = vr;
-    record.spare = 0;
+    Set_Claim(*set.source, record, 0);
     return record;
 }
 

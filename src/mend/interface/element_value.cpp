@@ -65,7 +65,7 @@ double Real_Of(const Bytes& bytes)
 Bytes Number_Bytes(const Data_Set& set, const DICOM_List& record, std::size_t index)
 {
     const std::size_t width = Value_Width(VR_Of(record));
-    const auto size = static_cast<std::size_t>(std::max(record.size, 0));
+    const auto size = static_cast<std::size_t>(std::max<std::int64_t>(Size_Of(record), 0));
     if (!Has_Value(record) || index >= size / width) {
         return {};
     }
@@ -108,7 +108,8 @@ std::string Printed(Number number)
 Bytes Little_Endian_Bytes(const Data_Set& set, const DICOM_List& record, std::size_t offset,
                           std::size_t size)
 {
-    const auto whole = static_cast<std::size_t>(Has_Value(record) ? std::max(record.size, 0) : 0);
+    const auto whole = static_cast<std::size_t>(
+        Has_Value(record) ? std::max<std::int64_t>(Size_Of(record), 0) : 0);
     if (offset >= whole) {
         return {};
     }
@@ -122,10 +123,11 @@ Bytes Little_Endian_Bytes(const Data_Set& set, const DICOM_List& record, std::si
     if (record.data != nullptr) {
         bytes.assign(record.data + first, record.data + end);
     } else {
-        const std::int64_t there = std::max<std::int64_t>(set.source->Size() - record.data_pos, 0);
+        const std::int64_t there =
+            std::max<std::int64_t>(set.source->Size() - Value_Position_Of(record), 0);
         const std::size_t last = std::min(end, static_cast<std::size_t>(there));
         bytes.resize(last > first ? last - first : 0);
-        const auto place = std::int64_t{record.data_pos} + static_cast<std::int64_t>(first);
+        const auto place = Value_Position_Of(record) + static_cast<std::int64_t>(first);
         bytes.resize(set.source->Read(place, bytes));
     }
     Reverse_Units(bytes, static_cast<int>(width));
@@ -141,7 +143,8 @@ std::size_t Value_Reader::Count(DICOM_List& record)
         return 0;
     }
     const std::size_t width = Value_Width(VR_Of(record));
-    return width != 0 ? static_cast<std::size_t>(record.size) / width : Pieces_Of(record).size();
+    return width != 0 ? static_cast<std::size_t>(Size_Of(record)) / width
+                      : Pieces_Of(record).size();
 }
 
 std::optional<std::string> Value_Reader::Text(DICOM_List& record, std::size_t index)

@@ -3,6 +3,7 @@
 #include "mend/healing/groups.h"
 #include "mend/interface/heal.h"
 #include "mend/interface/output_form.h"
+#include "mend/reading/tree.h"
 #include "mend/writing/directory_offsets.h"
 #include "mend/writing/encoder.h"
 #include "mend/writing/file_meta.h"
@@ -43,6 +44,18 @@ void Encode(Data_Set& set, const Mend_Options& options, const Encoding& encoding
     Encode_List(set.source, set.records.Head(), body, out);
 }
 
+/** A value that is longer than any length can tell. */
+const DICOM_List* Find_Endless(const Data_Set& set)
+{
+    constexpr std::int64_t Undefined = 0xFFFFFFFF;
+    Tree_Walk walk(set.source->Has_Far_Places() ? set.records.Head() : nullptr);
+    const DICOM_List* record = walk.Next();
+    while (record != nullptr && Size_Of(*record) < Undefined) {
+        record = walk.Next();
+    }
+    return record;
+}
+
 /** Tells what cannot be written without harm; false then. */
 bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
 {
@@ -62,6 +75,11 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
         findings.Report(Fault::Not_Written, Level::Error, {},
                         "compressed pixel data (" + set.syntax +
                             ") cannot be written in another transfer syntax");
+        return false;
+    }
+    if (const DICOM_List* const endless = Find_Endless(set)) {
+        findings.Report(Fault::Not_Written, Level::Error, At(*endless, {}),
+                        "a value of 4 GiB and more cannot be written");
         return false;
     }
     return true;

@@ -26,7 +26,7 @@ public:
     /** The most that the data set may inflate to. */
     std::int64_t Largest_Inflated() const
     {
-        return std::min(inflated_left_, Max_File_Size);
+        return inflated_left_;
     }
     void Take_Inflated(std::int64_t size);
     /** An element that is kept as a record, with what may be found wrong with it. */

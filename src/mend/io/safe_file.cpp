@@ -207,22 +207,30 @@ public:
         }
         return true;
     }
-    /** Copies bytes of another file as far as the system does it by itself. */
+    /** Copies bytes of another file as far as the system does it by itself. Holes stay holes. */
     std::int64_t Copy(int from, std::int64_t offset, std::int64_t size,
                       const Held_Signals& signals) const
     {
         constexpr std::int64_t Block = std::int64_t{1} << 26;
-        std::int64_t done = 0;
-        while (done < size && !signals.One_Waits()) {
-            off_t place = offset + done;
-            const auto wanted = static_cast<std::size_t>(std::min(Block, size - done));
-            const ssize_t count = copy_file_range(from, &place, descriptor_, nullptr, wanted, 0);
+        const std::int64_t end = offset + size;
+        std::int64_t at = offset;
+        while (at < end && !signals.One_Waits()) {
+            const std::int64_t data = Skip_Hole(from, at, end);
+            if (data != at) {
+                at = data;
+                continue;
+            }
+            const off_t hole = lseek(from, at, SEEK_HOLE);
+            const std::int64_t until = std::min({end, at + Block, hole > at ? hole : end});
+            off_t place = at;
+            const ssize_t count = copy_file_range(from, &place, descriptor_, nullptr,
+                                                  static_cast<std::size_t>(until - at), 0);
             if (count <= 0) {
                 break;
             }
-            done += count;
+            at += count;
         }
-        return done;
+        return at - offset;
     }
     /** Takes over the owner, the group and the rights of the file that will be replaced. */
     bool Take_Over(const struct stat& old) const
@@ -263,6 +271,21 @@ public:
     }
 
 private:
+    /** Leaves out what is a hole of another file from a place on; where its data go on, up to `end`. */
+    std::int64_t Skip_Hole(int from, std::int64_t at, std::int64_t end) const
+    {
+        constexpr std::int64_t Least = std::int64_t{1} << 16;
+        const off_t data = lseek(from, at, SEEK_DATA);
+        const bool is_last = data < 0 && errno == ENXIO;
+        const std::int64_t until = is_last ? end : std::min<std::int64_t>(end, data);
+        struct stat status = {};
+        // Beyond the end of a file that was cut meanwhile there is no hole.
+        if (until < at + Least || fstat(from, &status) != 0 || status.st_size < end) {
+            return at;
+        }
+        const off_t position = lseek(descriptor_, until - at, SEEK_CUR);
+        return position >= 0 && ftruncate(descriptor_, position) == 0 ? until : at;
+    }
     /** Fails when the target has come into being since it was looked for. */
     bool Rename_To_New(const std::string& name)
     {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -17,8 +18,6 @@
 namespace lib_mend {
 
 namespace {
-
-constexpr const char* Too_Large = "files above 2 GiB are not supported";
 
 std::wstring Wide(const std::string& text)
 {
@@ -42,8 +41,9 @@ ssize_t Read_Some(int descriptor, std::span<unsigned char> out)
     return count;
 }
 
-/** Reads a file that should hold a number of bytes to its end. */
-bool Read_All(int descriptor, std::int64_t expected, Bytes& bytes, std::string& error)
+/** Reads a file that should hold a number of bytes to its end, or to just beyond the most. */
+bool Read_All(int descriptor, std::int64_t expected, std::int64_t most, Bytes& bytes,
+              std::string& error)
 {
     bytes.resize(static_cast<std::size_t>(expected) + 1);
     for (std::size_t used = 0;;) {
@@ -56,7 +56,7 @@ bool Read_All(int descriptor, std::int64_t expected, Bytes& bytes, std::string& 
             return false;
         }
         used += static_cast<std::size_t>(count);
-        if (count == 0 || used > static_cast<std::size_t>(Max_File_Size)) {
+        if (count == 0 || used > static_cast<std::size_t>(most)) {
             bytes.resize(used);
             return true;
         }
@@ -71,7 +71,7 @@ std::shared_ptr<Source> Read_Pipe(int descriptor, const std::string& name,
     Bytes block(Block);
     Spool spool(most_in_memory);
     try {
-        while (spool.Size() <= Max_File_Size) {
+        while (true) {
             const ssize_t count = Read_Some(descriptor, block);
             if (count < 0) {
                 error = std::strerror(errno);
@@ -82,7 +82,6 @@ std::shared_ptr<Source> Read_Pipe(int descriptor, const std::string& name,
             }
             spool.Put(std::span(block).first(static_cast<std::size_t>(count)));
         }
-        error = Too_Large;
     } catch (const Spool_Failure& failure) {
         error = failure.what();
     }
@@ -105,14 +104,13 @@ Source::~Source()
 bool Source::Take_File(std::int64_t most_in_memory, std::string& error)
 {
     if (size_ <= most_in_memory) {
-        if (!Read_All(descriptor_, size_, owned_, error)) {
+        if (!Read_All(descriptor_, size_, most_in_memory, owned_, error)) {
             return false;
         }
         size_ = static_cast<std::int64_t>(owned_.size());
         image_ = owned_.data();
     }
-    error = size_ > Max_File_Size ? Too_Large : "";
-    return error.empty();
+    return true;
 }
 
 std::shared_ptr<Source> Source::Open(const std::string& path, std::string& error,
@@ -232,7 +230,7 @@ std::int64_t Cursor::Tell() const
 
 bool Cursor::Seek(std::int64_t offset)
 {
-    if (offset < 0 || offset > Max_File_Size) {
+    if (offset < 0 || offset > std::numeric_limits<int>::max()) {
         return false;
     }
     if (position_ == nullptr) {

@@ -5,6 +5,7 @@
 #include <Lib_DICOM/Lib_DICOM.h>
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <span>
 #include <string>
@@ -12,10 +13,16 @@
 
 namespace lib_mend {
 
-/** The library counts positions and lengths in signed 32 bits. */
-inline constexpr std::int64_t Max_File_Size = 0x7FFFFFFF;
-
 using Bytes = std::vector<unsigned char>;
+
+/** Where something stands in a source, in 64 bits: for records, which count in 32. */
+struct Far_Place {
+    std::int64_t position = 0;
+    std::int64_t value = 0;
+    std::int64_t size = 0;
+    /** The length that a header claimed, 0 where that is the size. */
+    std::int64_t claim = 0;
+};
 
 class Source {
 public:
@@ -28,7 +35,7 @@ public:
      *
      * @param error          receives the reason of a failure
      * @param most_in_memory  larger files are read piece by piece, larger pipes are not kept in memory
-     * @return null on failure, and for files above Max_File_Size
+     * @return null on failure
      */
     static std::shared_ptr<Source> Open(const std::string& path, std::string& error,
                                         std::int64_t most_in_memory = Small_File);
@@ -67,6 +74,15 @@ public:
      * @return number of bytes copied; less than asked for at the end, or when reading fails
      */
     std::size_t Read(std::int64_t offset, std::span<unsigned char> out) const;
+    /** Keeps a place as long as the source lives. */
+    const Far_Place& Keep(const Far_Place& place) const
+    {
+        return far_places_.emplace_back(place);
+    }
+    bool Has_Far_Places() const
+    {
+        return !far_places_.empty();
+    }
     /** The system error of a read or a seek that failed, 0 for none. */
     int Failure() const
     {
@@ -87,6 +103,7 @@ private:
     int descriptor_ = -1;
     std::int64_t size_ = 0;
     mutable int failure_ = 0;
+    mutable std::deque<Far_Place> far_places_;
 };
 
 /** The header of one data element, as the library read it. */

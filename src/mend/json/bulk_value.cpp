@@ -19,15 +19,15 @@ int Reversal_Width(const DICOM_List& record, unsigned short vr)
     // Values of UN are little endian in every syntax.
     const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0 && vr != VR_UN;
     const int width = Swap_Width(vr);
-    const bool has_whole_units = width <= 2 || record.size % width == 0;
+    const bool has_whole_units = width <= 2 || Size_Of(record) % width == 0;
     return is_big && has_whole_units ? width : 1;
 }
 
 void Put_Value(const Data_Set& set, const DICOM_List& record, int width, Output& out)
 {
-    const std::int64_t size = std::max(record.size, 0);
+    const std::int64_t size = std::max<std::int64_t>(Size_Of(record), 0);
     if (record.data == nullptr) {
-        out.Copy({set.source, record.data_pos, size, width});
+        out.Copy({set.source, Value_Position_Of(record), size, width});
         return;
     }
     if (width == 1) {
@@ -44,7 +44,8 @@ void Put_Header(Tag tag, std::int64_t size, Output& out)
     std::array<unsigned char, Item_Header_Size> header{};
     std::copy_n(Put_UShort(Little, tag.group), 2, header.begin());
     std::copy_n(Put_UShort(Little, tag.element), 2, header.begin() + 2);
-    std::copy_n(Put_Int(Little, static_cast<int>(size)), 4, header.begin() + 4);
+    std::copy_n(Put_Int(Little, static_cast<int>(static_cast<std::uint32_t>(size))), 4,
+                header.begin() + 4);
     out.Put(header);
 }
 
@@ -55,13 +56,13 @@ bool Is_At(const Data_Set& set, const DICOM_List& record)
         return record.size == 0;
     }
     if (record.data == nullptr) {
-        return static_cast<std::int64_t>(record.data_pos) + record.size <= set.source->Size();
+        return Value_Position_Of(record) + Size_Of(record) <= set.source->Size();
     }
     std::array<unsigned char, 16384> block;
     const std::span<const unsigned char> bytes(record.data, static_cast<std::size_t>(record.size));
     for (std::size_t at = 0; at < bytes.size(); at += block.size()) {
         const std::size_t size = std::min(block.size(), bytes.size() - at);
-        const std::int64_t place = record.data_pos + static_cast<std::int64_t>(at);
+        const std::int64_t place = Value_Position_Of(record) + static_cast<std::int64_t>(at);
         if (set.source->Read(place, {block.data(), size}) != size ||
             !std::equal(block.data(), block.data() + size, bytes.data() + at)) {
             return false;
@@ -76,12 +77,13 @@ std::optional<Extent> Place_Of_Fragments(const Data_Set& set, const DICOM_List& 
     bool is_one_piece = true;
     For_Each_Fragment(record, [&](const DICOM_List& fragment) {
         if (!place) {
-            place = Extent{set.source, fragment.pos, 0, 1};
+            place = Extent{set.source, Position_Of(fragment), 0, 1};
         }
-        const std::int64_t size = std::max(fragment.size, 0);
-        is_one_piece = is_one_piece && fragment.pos == place->offset + place->size &&
-                       fragment.data_pos == fragment.pos + Item_Header_Size && size % 2 == 0 &&
-                       Is_At(set, fragment);
+        const std::int64_t position = Position_Of(fragment);
+        const std::int64_t size = std::max<std::int64_t>(Size_Of(fragment), 0);
+        is_one_piece = is_one_piece && position == place->offset + place->size &&
+                       Value_Position_Of(fragment) == position + Item_Header_Size &&
+                       size % 2 == 0 && Is_At(set, fragment);
         place->size += Item_Header_Size + size;
     });
     return is_one_piece ? place : std::nullopt;
@@ -100,7 +102,7 @@ Encoded_File Fragment_Stream(const Data_Set& set, const DICOM_List& record)
 {
     Encoded_File stream;
     For_Each_Fragment(record, [&](const DICOM_List& fragment) {
-        const std::int64_t size = std::max(fragment.size, 0);
+        const std::int64_t size = std::max<std::int64_t>(Size_Of(fragment), 0);
         Put_Header(Item_Tag, size + size % 2, stream);
         Put_Value(set, fragment, 1, stream);
         constexpr unsigned char Padding[] = {0};
@@ -142,7 +144,8 @@ std::optional<Extent> Place_In_Source(const Data_Set& set, const DICOM_List& rec
     if (Reversal_Width(record, vr) != 1 || !Is_At(set, record)) {
         return std::nullopt;
     }
-    return Extent{set.source, record.data_pos, std::max(record.size, 0), 1};
+    return Extent{set.source, Value_Position_Of(record), std::max<std::int64_t>(Size_Of(record), 0),
+                  1};
 }
 
 }  // namespace lib_mend

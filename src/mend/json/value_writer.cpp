@@ -119,7 +119,7 @@ void Value_Writer::Keep_Bytes(const JSON_Element& element, Fault fault, const ch
 void Value_Writer::Write_Numbers(const JSON_Element& element, const JSON_Form& form)
 {
     const Encoded_File bytes = Little_Endian_Value(set_, element.record, element.vr);
-    if (element.record.size % form.width != 0) {
+    if (Size_Of(element.record) % form.width != 0) {
         Keep_Bytes(element, Fault::Size, "the value is no whole number of this VR");
         return;
     }
@@ -189,7 +189,7 @@ void Value_Writer::Write_Text(const JSON_Form& form, std::string_view text)
 void Value_Writer::Write_Texts(const JSON_Element& element, const JSON_Form& form)
 {
     const Bytes bytes = set_.Value(element.record);
-    if (std::ssize(bytes) != element.record.size) {
+    if (std::ssize(bytes) != Size_Of(element.record)) {
         Report_Unread(element);
     }
     const std::string_view text =

@@ -14,7 +14,8 @@ namespace {
 /** Bytes of the source that a value can have; its length may claim more. */
 std::size_t Room_Behind(const Source& source, const DICOM_List& record)
 {
-    return static_cast<std::size_t>(std::max<std::int64_t>(source.Size() - record.data_pos, 0));
+    return static_cast<std::size_t>(
+        std::max<std::int64_t>(source.Size() - Value_Position_Of(record), 0));
 }
 
 }  // namespace
@@ -71,12 +72,12 @@ Bytes Data_Set::Value(const DICOM_List& record, std::size_t most) const
     if (record.size <= 0) {
         return value;
     }
-    const std::size_t size = std::min(static_cast<std::size_t>(record.size), most);
+    const std::size_t size = std::min(static_cast<std::size_t>(Size_Of(record)), most);
     if (record.data != nullptr) {
         value.assign(record.data, record.data + size);
     } else {
         value.resize(std::min(size, Room_Behind(*source, record)));
-        value.resize(source->Read(record.data_pos, value));
+        value.resize(source->Read(Value_Position_Of(record), value));
     }
     return value;
 }
@@ -120,8 +121,8 @@ bool Data_Set::Load(DICOM_List& record) const
     if (record.data != nullptr || record.size <= 0) {
         return true;
     }
-    const auto size = static_cast<std::size_t>(record.size);
-    if (size > Room_Behind(*source, record)) {
+    const auto size = static_cast<std::size_t>(Size_Of(record));
+    if (size > Room_Behind(*source, record) || size >= std::size_t{Far_Size}) {
         return false;
     }
     auto* const data = static_cast<unsigned char*>(std::malloc(size));
@@ -129,7 +130,7 @@ bool Data_Set::Load(DICOM_List& record) const
         throw std::bad_alloc();
     }
     record.data = data;
-    if (source->Read(record.data_pos, {data, size}) != size) {
+    if (source->Read(Value_Position_Of(record), {data, size}) != size) {
         record.data = nullptr;
         std::free(data);
         return false;

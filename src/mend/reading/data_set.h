@@ -164,7 +164,8 @@ struct Data_Set {
     /** A US value; `otherwise` when there is none. */
     unsigned int Number(Tag tag, unsigned int otherwise) const;
     /**
-     * Brings a value that was left in the source into the record; false when it cannot be read.
+     * Brings a value that was left in the source into the record; false when it cannot be read, or
+     * has 2 GiB or more.
      * Throws std::bad_alloc, like everything here that needs memory.
      */
     bool Load(DICOM_List& record) const;

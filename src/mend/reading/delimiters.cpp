@@ -69,7 +69,7 @@ void Element_Reader::Close_Unclosed(const char* what)
     const Nesting_Level& level = Top();
     const bool has_length = level.claimed_end != Level_View::Open;
     if (has_length && !Ends_As_Claimed(level)) {
-        const std::int64_t content = static_cast<std::int64_t>(level.owner->data_pos);
+        const std::int64_t content = Value_Position_Of(*level.owner);
         Report(Fault::Value_Length, Level::Change, *level.owner,
                "the length " + std::to_string(level.claimed_end - content) +
                    " does not fit what it holds; it ends after " +
@@ -99,7 +99,7 @@ bool Element_Reader::Leave_Exact_Lengths(const Element_Header& header)
 {
     const Nesting_Level& level = Top();
     if (!Ends_As_Claimed(level) || level.end != Level_View::Open ||
-        position_ <= static_cast<std::int64_t>(level.owner->data_pos)) {
+        position_ <= Value_Position_Of(*level.owner)) {
         return false;
     }
     if (level.kind == Level_Kind::List) {
@@ -123,7 +123,7 @@ bool Element_Reader::Leave_Exact_Lengths(const Element_Header& header)
 bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
 {
     constexpr std::int64_t Few_Bytes = 16;
-    const std::int64_t end = position_ + header.size + static_cast<std::int64_t>(header.length);
+    const std::int64_t end = position_ + header.size + header.length;
     const auto is_wrong = [](const Nesting_Level& level) {
         return level.claimed_end != Level_View::Open && level.end == Level_View::Open;
     };
@@ -142,7 +142,7 @@ bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
         const std::int64_t claimed_end =
             level.claimed_end + shift_.if_put_in - level.shift.if_put_in;
         const bool is_near = std::abs(position_ - claimed_end) <= Few_Bytes &&
-                             claimed_end - level.owner->data_pos > Few_Bytes;
+                             claimed_end - Value_Position_Of(*level.owner) > Few_Bytes;
         const std::int64_t slack = shift_.damaged != level.shift.damaged ? Most_Slack : 0;
         if (!descends && !(is_near && end > claimed_end + slack)) {
             break;
@@ -195,11 +195,11 @@ bool Element_Reader::Reopen_Sequence()
          (last->dict != nullptr && last->dict->vr[0] == VR_SQ && last->size == 0));
     const bool is_pixels = last != nullptr && Tag_Of(*last) == Pixel_Data_Tag && last->size == 0;
     if ((!is_sequence && !is_pixels) || last->size < 0 ||
-        static_cast<std::int64_t>(last->data_pos) + last->size != position_) {
+        Value_Position_Of(*last) + Size_Of(*last) != position_) {
         return false;
     }
     Report(Fault::Value_Length, Level::Change, *last,
-           "the length is " + std::to_string(last->size) + ", but items follow behind it");
+           "the length is " + std::to_string(Size_Of(*last)) + ", but items follow behind it");
     const unsigned short vr = is_pixels ? VR_OB : VR_SQ;
     last->vr = last->vr != 0 ? vr : static_cast<unsigned short>(0);
     last->vr_default = vr;

@@ -89,12 +89,12 @@ bool Element_Reader::Holds_Controls(const Element_Header& header)
         return false;
     }
     const std::int64_t value = position_ + header.size;
-    const auto holds = [this](std::int64_t at, std::size_t size) {
-        return Holds_Control(window_.At(at, size));
+    const auto holds = [this](std::int64_t at, std::int64_t size) {
+        return Holds_Control(window_.At(at, static_cast<std::size_t>(size)));
     };
-    constexpr std::uint32_t Enough = 512;
+    constexpr std::int64_t Enough = 512;
     // The padding of the last byte is none of the text.
-    const std::uint32_t length = header.length - 1;
+    const std::int64_t length = header.length - 1;
     return holds(value, std::min(length, Enough)) ||
            (length > Enough && holds(value + length - Enough, Enough));
 }

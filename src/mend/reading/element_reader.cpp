@@ -254,10 +254,8 @@ void Element_Reader::Fill_Record(DICOM_List& record, const Element_Header& heade
     record.vr = header.vr;
     record.dict = header.Entry();
     record.vr_default = Default_VR(header, record.dict);
-    record.pos = static_cast<unsigned int>(position_);
-    record.data_pos = static_cast<unsigned int>(position_ + header.size);
-    record.size = header.length > std::uint32_t{Max_File_Size} ? DICOM_Undefined_Length
-                                                               : static_cast<int>(header.length);
+    Set_Place(*source_, record, position_, position_ + header.size,
+              header.Is_Undefined() ? DICOM_Undefined_Length : header.length);
 }
 
 /** Appends a record to the innermost list. */
@@ -349,17 +347,17 @@ void Element_Reader::Raise_Last(const Element_Header& header)
 void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header)
 {
     const std::int64_t room = end_ - position_ - header.size;
-    if (record.size > room) {
+    if (Size_Of(record) > room) {
         Element_Header there = header;
-        there.length = static_cast<std::uint32_t>(room);
+        there.length = room;
         Report_Cut(there, header.length);
-        record.size = static_cast<int>(room);
-        record.spare = header.length;
+        Set_Size(*source_, record, room);
+        Set_Claim(*source_, record, header.length);
     }
-    const std::int64_t end = position_ + header.size + record.size;
+    const std::int64_t end = position_ + header.size + Size_Of(record);
     // Pixel data goes to the output as it is.
     if (levels_.size() > 1 || record.group != Pixel_Data_Tag.group) {
-        budget_.Take_Value(record.size);
+        budget_.Take_Value(Size_Of(record));
     }
     if (budget_.Is_Spent()) {
         record.size = 0;
@@ -382,7 +380,7 @@ void Element_Reader::Load(DICOM_List& record)
         return;
     }
     const auto size = static_cast<std::size_t>(record.size);
-    const std::span<const unsigned char> bytes = window_.At(record.data_pos, size);
+    const std::span<const unsigned char> bytes = window_.At(Value_Position_Of(record), size);
     if (bytes.size() != size) {
         return;
     }
@@ -437,13 +435,9 @@ void Element_Reader::Report(Fault fault, Level level, const DICOM_List& record, 
 void Element_Reader::Report(Fault fault, Level level, const Element_Header& header,
                             std::string text)
 {
-    const Place place = {
-        true,
-        header.tag,
-        header.vr,
-        &path_,
-        position_,
-        header.Is_Undefined() ? Finding::Nowhere : static_cast<std::int64_t>(header.length)};
+    const Place place = {true,      header.tag,
+                         header.vr, &path_,
+                         position_, header.Is_Undefined() ? Finding::Nowhere : header.length};
     findings_.Report(fault, level, place, std::move(text));
 }
 

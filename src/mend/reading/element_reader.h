@@ -95,7 +95,7 @@ private:
     Trust Trust_In(std::int64_t end, std::size_t levels);
     bool Content_Fills(const Nesting_Level& level, std::int64_t content, std::int64_t end);
     std::int64_t Find_Moved_End(const Nesting_Level& level);
-    void Believe_Length(Nesting_Level& level, std::int64_t content, std::uint32_t length);
+    void Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length);
     void Leave_Ended_Levels();
     void Pop();
     void Pop_To(std::size_t levels);
@@ -127,8 +127,8 @@ private:
     bool Settle_By_Search(const Element_Header& as_read);
     void Take(const Reading& reading, const Element_Header& as_read);
     Element_Header With_VR(const Element_Header& header) const;
-    void Report_Cut(const Element_Header& header, std::uint32_t claimed);
-    void Note_Claim(std::uint32_t length, std::uint32_t claimed);
+    void Report_Cut(const Element_Header& header, std::int64_t claimed);
+    void Note_Claim(std::int64_t length, std::int64_t claimed);
     void Note_Shift(std::int64_t bytes);
     void Note_Garbage(std::int64_t size);
     void Move_Weak_Ends(std::initializer_list<std::int64_t> shifts);

@@ -88,7 +88,7 @@ bool Element_Reader::Fragments_Fill(std::int64_t at, std::int64_t end, unsigned 
         if (item.tag != Item_Tag || item.Is_Undefined()) {
             return false;
         }
-        at += item.size + static_cast<std::int64_t>(item.length);
+        at += item.size + item.length;
         ++items;
     }
     return at == end;
@@ -136,8 +136,8 @@ void Element_Reader::Supply_Offset_Table(const Element_Header& header)
         Tag_Of(*level.owner) != Pixel_Data_Tag) {
         return;
     }
-    constexpr std::size_t Enough = 65536;
-    const std::size_t size = std::min<std::size_t>(header.length, Enough);
+    constexpr std::int64_t Enough = 65536;
+    const auto size = static_cast<std::size_t>(std::min(header.length, Enough));
     const std::span<const unsigned char> bytes = window_.At(position_ + header.size, size);
     const bool is_table =
         bytes.size() >= 4 &&
@@ -176,8 +176,8 @@ void Element_Reader::Read_Fragment(const Element_Header& header)
         end = Find_Fragment_End(content);
         Report_Fragment_End(record, header, claimed, end);
     }
-    record.size = static_cast<int>(end - content);
-    record.spare = static_cast<std::int64_t>(header.length) != end - content ? header.length : 0;
+    Set_Size(*source_, record, end - content);
+    Set_Claim(*source_, record, header.length != end - content ? header.length : 0);
     Load(record);
     position_ = end;
 }
@@ -247,9 +247,8 @@ void Element_Reader::Read_Bare_Fragment(const Element_Header& header)
     Report(Fault::Fragments, Level::Change, *Top().owner,
            std::to_string(end - position_) + " bytes at " + std::to_string(position_) +
                " stand in no fragment; they are taken as one");
-    const Element_Header bare = {Item_Tag,   0,
-                                 Top().mode, Header_Form::Implicit,
-                                 0,          static_cast<std::uint32_t>(end - position_)};
+    const Element_Header bare = {Item_Tag,       0, Top().mode, Header_Form::Implicit, 0,
+                                 end - position_};
     Supply_Offset_Table(bare);
     Nesting_Level item;
     Add_Item(Top(), item, bare);

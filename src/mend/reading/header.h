@@ -25,7 +25,7 @@ namespace lib_mend {
 enum class Header_Form : unsigned char { Short, Long, Implicit, Packed };
 
 struct Element_Header {
-    static constexpr std::uint32_t Undefined = std::numeric_limits<std::uint32_t>::max();
+    static constexpr std::int64_t Undefined = std::numeric_limits<std::uint32_t>::max();
 
     Tag tag;
     /** As it stands in the stream; 0 in implicit VR and in group FFFE. */
@@ -35,7 +35,8 @@ struct Element_Header {
     Header_Form form = Header_Form::Implicit;
     /** Size of the header; 0 when not all of its bytes are there. */
     int size = 0;
-    std::uint32_t length = 0;
+    /** Above 32 bits only where it was mended. */
+    std::int64_t length = 0;
     /** The two bytes behind the VR of a long form, which should be zero. */
     unsigned short reserved = 0;
 

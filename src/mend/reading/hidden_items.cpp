@@ -124,7 +124,7 @@ int Element_Reader::Points_In_Damaged_Item(Outlook look, std::int64_t at)
     const Element_Header header =
         Decode_Header_As(window_.At(at, Item_Header_Size), sequence.mode, Header_Form::Implicit);
     const std::int64_t content = at + header.size;
-    const std::int64_t end = content + static_cast<std::int64_t>(header.length);
+    const std::int64_t end = content + header.length;
     const bool is_delimiter =
         header.tag == Item_Tag || header.tag == Item_End_Tag || header.tag == Sequence_End_Tag;
     if (header.size == 0 || header.length == 0 || is_delimiter ||
@@ -201,18 +201,18 @@ void Element_Reader::Take_As_Bytes(DICOM_List& record, std::int64_t value)
     std::int64_t end = value;
     Element_Header item = Decode_Header(window_.At(end, Item_Header_Size), mode);
     while (item.size != 0 && item.tag == Item_Tag && !item.Is_Undefined() &&
-           end + item.size + static_cast<std::int64_t>(item.length) <= limit) {
-        end += item.size + static_cast<std::int64_t>(item.length);
+           end + item.size + item.length <= limit) {
+        end += item.size + item.length;
         item = Decode_Header(window_.At(end, Item_Header_Size), mode);
     }
     if (item.size == 0 || item.tag != Sequence_End_Tag) {
         const std::optional<Place_Found> place = Find_Place(end, Tag_Of(record), limit);
         end = place.has_value() ? place->position : limit;
     }
-    record.size = static_cast<int>(end - value);
-    record.spare = Element_Header::Undefined;
+    Set_Size(*source_, record, end - value);
+    Set_Claim(*source_, record, Element_Header::Undefined);
     Report(Fault::Undefined_Length, Level::Change, record,
-           "undefined length, though it is no pixel data; its " + std::to_string(record.size) +
+           "undefined length, though it is no pixel data; its " + std::to_string(end - value) +
                " bytes are kept as a value");
 }
 
@@ -287,7 +287,7 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         record.vr = record.vr != 0 ? VR_OB : static_cast<unsigned short>(0);
         return {Content::Kind::Fragments, header.mode};
     }
-    if (is_sequence && value + static_cast<std::int64_t>(header.length) >= end_ &&
+    if (is_sequence && value + header.length >= end_ &&
         end_ - value < static_cast<std::int64_t>(Item_Header_Size)) {
         // Cut off in front of its first item: the rest is none of it.
         return {Content::Kind::Items, mode};

@@ -128,7 +128,7 @@ void Element_Reader::Reopen_Item()
     item.creators = std::move(sequence.creators);
     path_.push_back({Tag_Of(*sequence.owner), sequence.items - 1});
     Report(Fault::Value_Length, Level::Change, *item.owner,
-           "the item ends " + std::to_string(position_ - item.owner->data_pos) +
+           "the item ends " + std::to_string(position_ - Value_Position_Of(*item.owner)) +
                " bytes behind its header, but elements of it follow");
     item.said = true;
     levels_.push_back(std::move(item));

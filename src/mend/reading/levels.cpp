@@ -77,8 +77,7 @@ std::int64_t Element_Reader::Find_Moved_End(const Nesting_Level& level)
 }
 
 /** Sets the end of a level, that is not open yet, by the length that its header claims. */
-void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content,
-                                    std::uint32_t length)
+void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length)
 {
     level.claimed_end = content + static_cast<std::int64_t>(length);
     level.shift = shift_;

@@ -290,10 +290,8 @@ void Meta_Reader::Keep(const Meta_Header& header, std::int64_t at, unsigned shor
     record.vr = vr;
     record.dict = NEMA_db_Locate(header.tag.group, header.tag.element);
     record.vr_default = vr;
-    record.pos = static_cast<unsigned int>(at);
-    record.data_pos = static_cast<unsigned int>(header.value);
-    record.size = static_cast<int>(header.length);
-    record.spare = header.claimed != header.length ? static_cast<unsigned int>(header.claimed) : 0;
+    Set_Place(source_, record, at, header.value, header.length);
+    Set_Claim(source_, record, header.claimed != header.length ? header.claimed : 0);
     record.data = value.empty() ? nullptr : value.data();
     if (DICOM_Attribute_Insert(nullptr, &root, list.Address(), &record, 0) == nullptr) {
         throw std::bad_alloc();
@@ -333,7 +331,7 @@ void Meta_Reader::Check_Length()
     const std::int64_t given =
         value.size() == 4 ? Get_Int(length->byte_order, value.data()) : std::int64_t{-1};
     const std::int64_t end = first_end_ < 0 ? position_ : first_end_;
-    const std::int64_t found = end - length->data_pos - length->size;
+    const std::int64_t found = end - Value_Position_Of(*length) - length->size;
     if (given != found) {
         findings_.Report(Fault::File_Meta, Level::Change, At(*length, Path()),
                          "the group length does not fit the file meta information",
@@ -421,8 +419,7 @@ void Return_Strays(Data_Set& set, Findings& findings)
         place->vr_default = record.vr_default;
         place->byte_order = record.byte_order;
         place->flags = record.flags;
-        place->pos = record.pos;
-        place->data_pos = record.data_pos;
+        Take_Place(*place, record);
     }
 }
 

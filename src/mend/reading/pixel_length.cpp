@@ -6,9 +6,16 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <limits>
 
 namespace lib_mend {
+
+namespace {
+
+constexpr const char* No_Length_Text = ", which no length of 32 bits can tell; so large an image "
+                                       "is stored in fragments, compressed or "
+                                       "not (PS3.5 sections A.4 and A.4.11), or in several files";
+
+}  // namespace
 
 /** Bytes of the image as the elements in front of the pixel data tell it; 0 when they do not. */
 std::int64_t Element_Reader::Size_Of_Image() const
@@ -50,11 +57,13 @@ std::int64_t Element_Reader::Size_Of_Image() const
             break;
         }
     }
-    constexpr std::int64_t Most = std::numeric_limits<std::uint32_t>::max();
-    if (rows * columns > Most || frames > Most / std::max<std::int64_t>(rows * columns, 1)) {
-        return 0;
+    std::int64_t size = 1;
+    for (const std::int64_t factor : {rows, columns, samples, bits / 8, frames}) {
+        if (factor != 0 && size > end_ / factor) {
+            return 0;
+        }
+        size *= factor;
     }
-    const std::int64_t size = rows * columns * frames * samples * (bits / 8);
     return size + size % 2;
 }
 
@@ -73,15 +82,16 @@ bool Element_Reader::Settle_Pixels(const Element_Header& as_read)
     const bool fits = end == Top().limit ||
                       (end < Top().limit && Judge(Decode_Header(Header_Bytes(end), behind.mode),
                                                   end, behind) == Grade::Sound);
-    if (size == 0 || size == static_cast<std::int64_t>(header.length) || !fits) {
+    if (size == 0 || size == header.length || !fits) {
         return false;
     }
     Element_Header mended = header;
-    mended.length = static_cast<std::uint32_t>(size);
-    Report(Fault::Value_Length, Level::Change, header,
+    mended.length = size;
+    const bool has_length = size < Element_Header::Undefined;
+    Report(Fault::Value_Length, has_length ? Level::Change : Level::Error, header,
            "the length is " + std::to_string(header.length) + ", but " + std::to_string(size) +
-               " bytes fit what follows");
-    const std::uint32_t claim = header.length;
+               " bytes fit what follows" + (has_length ? "" : No_Length_Text));
+    const std::int64_t claim = header.length;
     Accept(mended);
     Note_Claim(mended.length, claim);
     return true;

@@ -58,7 +58,7 @@ bool Is_Length_Possible(const Element_Header& header, std::int64_t at, std::int6
     if (header.Is_Undefined()) {
         return is_nested;
     }
-    return at + header.size + static_cast<std::int64_t>(header.length) <= limit;
+    return at + header.size + header.length <= limit;
 }
 
 }  // namespace

@@ -101,7 +101,7 @@ void Element_Reader::Ask_Definition(DICOM_List& record)
     }
     constexpr std::size_t Enough = 1024;
     const std::size_t size = std::min(static_cast<std::size_t>(record.size), Enough);
-    if (!Can_Be(record.vr_default, window_.At(record.data_pos, size), record.size)) {
+    if (!Can_Be(record.vr_default, window_.At(Value_Position_Of(record), size), Size_Of(record))) {
         record.vr = VR_UN;
         Report(Fault::Private_Definition, Level::Kept, record,
                "the value does not fit the VR of its private definition; it is taken as UN");

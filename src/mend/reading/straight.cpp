@@ -72,7 +72,7 @@ private:
                 return true;
             }
             if (level.kind == Level_Kind::Fragments) {
-                at_ += header.Is_Undefined() ? 0 : static_cast<std::int64_t>(header.length);
+                at_ += header.Is_Undefined() ? 0 : header.length;
                 return !header.Is_Undefined();
             }
             Level_View item = level;
@@ -126,10 +126,8 @@ private:
                      const Level_View& list) const
     {
         const bool is_explicit = header.form != Header_Form::Implicit;
-        const bool fits =
-            header.Is_Undefined()
-                ? Has_Nested_Content(header, entry)
-                : at_ + header.size + static_cast<std::int64_t>(header.length) <= list.limit;
+        const bool fits = header.Is_Undefined() ? Has_Nested_Content(header, entry)
+                                                : at_ + header.size + header.length <= list.limit;
         if (!fits || header.tag.group == 0xFFFF || header.reserved != 0 ||
             (is_explicit && !Is_Known_VR(header.vr))) {
             return false;

@@ -49,8 +49,7 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
         return;
     }
     const std::int64_t value = position_ + header.size;
-    const bool fits =
-        header.Is_Undefined() || value + static_cast<std::int64_t>(header.length) <= Top().limit;
+    const bool fits = header.Is_Undefined() || value + header.length <= Top().limit;
     const bool items = header.length != 0 && (Starts_With_Item(value, header.mode) ||
                                               Starts_With_Item(value, header.mode ^ 1));
     Level_View list = Top();
@@ -189,7 +188,7 @@ void Element_Reader::Settle(const Element_Header& as_read)
     if (as_read.tag == Pixel_Data_Tag && Settle_Pixels(as_read)) {
         return;
     }
-    claimed_end_ = position_ + as_read.size + static_cast<std::int64_t>(as_read.length);
+    claimed_end_ = position_ + as_read.size + as_read.length;
     Reading best;
     constexpr int Reserved_Cost = 3;
     Offer(best, as_read, Assumed::Nothing, as_read.reserved != 0 ? Reserved_Cost : 0);
@@ -254,8 +253,7 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
         return false;
     }
     const std::int64_t value = position_ + header.size;
-    const std::int64_t claimed =
-        header.Is_Undefined() ? Top().limit + 1 : value + static_cast<std::int64_t>(header.length);
+    const std::int64_t claimed = header.Is_Undefined() ? Top().limit + 1 : value + header.length;
     const std::optional<Place_Found> place = Find_Place(value, header.tag, Top().limit);
     if (place.has_value() && !Fits_Place(header, *place)) {
         return false;
@@ -268,7 +266,7 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
                                                   Length_Holds(header, claimed, place->position));
     const std::int64_t end = holds ? claimed : place.has_value() ? place->position : Top().limit;
     Element_Header mended = header;
-    mended.length = static_cast<std::uint32_t>(end - value);
+    mended.length = end - value;
     const bool is_cut = end == end_ && claimed > end_ && !header.Is_Undefined() && !place;
     if (header.vr != as_read.vr) {
         Report(Fault::VR, Level::Change, header,
@@ -286,7 +284,7 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
                "the length is " + std::to_string(header.length) + ", but " +
                    std::to_string(end - value) + " bytes fit what follows");
     }
-    const std::uint32_t claim = header.length;
+    const std::int64_t claim = header.length;
     Note_Shift(end - claimed);
     Accept(mended);
     Note_Claim(mended.length, claim);
@@ -304,7 +302,7 @@ bool Element_Reader::Is_Strong(const Place_Found& place)
     const Nesting_Level& list = levels_[place.levels - 1];
     const Element_Header next = Decode_Header(Header_Bytes(place.position), list.mode);
     if (next.tag == Pixel_Data_Tag && next.length != 0 &&
-        place.position + next.size + static_cast<std::int64_t>(next.length) == list.limit) {
+        place.position + next.size + next.length == list.limit) {
         return true;
     }
     return Outlook(window_, std::span(levels_).first(place.levels), end_)
@@ -312,7 +310,7 @@ bool Element_Reader::Is_Strong(const Place_Found& place)
 }
 
 /** The source ends in the middle of a value. */
-void Element_Reader::Report_Cut(const Element_Header& header, std::uint32_t claimed)
+void Element_Reader::Report_Cut(const Element_Header& header, std::int64_t claimed)
 {
     cut_off_ = true;
     Report(Fault::Truncated, Level::Error, header,
@@ -372,10 +370,10 @@ void Element_Reader::Move_Weak_Ends(std::initializer_list<std::int64_t> shifts)
 }
 
 /** Keeps what the header of the last record claimed. */
-void Element_Reader::Note_Claim(std::uint32_t length, std::uint32_t claimed)
+void Element_Reader::Note_Claim(std::int64_t length, std::int64_t claimed)
 {
     if (length != claimed && Top().tail != nullptr) {
-        Top().tail->spare = claimed;
+        Set_Claim(*source_, *Top().tail, claimed);
     }
 }
 
@@ -387,7 +385,7 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
         subject.group = as_read.tag.group;
         subject.element = as_read.tag.element;
         subject.vr = header.vr;
-        subject.pos = static_cast<unsigned int>(position_);
+        Set_Place(*source_, subject, position_, position_, 0);
         const About about(findings_, subject);
         Element_Header unused;
         Ask_Library(as_read, unused);

@@ -34,7 +34,7 @@ void Verify_List(const Data_Set& set, DICOM_List* list, DICOM_List* module, Path
                 // The item that should hold it tells the place.
                 const bool in_item = !path.empty() && list != nullptr;
                 const Place place = {true, Tag_Of(node), 0, &path,
-                                     in_item ? std::int64_t{list->pos} : Finding::Nowhere};
+                                     in_item ? Position_Of(*list) : Finding::Nowhere};
                 findings.Report(Fault::Missing, Level::Kept, place,
                                 "Missing required value for type " + Type_Text(node.type) + " tag");
             }

@@ -37,7 +37,8 @@ Value_Form Value_Form_Of(const DICOM_List& record, const Encoding& encoding)
     // The bytes under SQ were no items.
     const unsigned short vr = VR_Of(record);
     const VR_Form& form = Form_Of(vr != VR_SQ ? vr : VR_UN);
-    Value_Form value = {form.vr, form.is_long, std::max(record.size, 0), form.width, form.padding};
+    Value_Form value = {form.vr, form.is_long, std::max<std::int64_t>(Size_Of(record), 0),
+                        form.width, form.padding};
     if (encoding.explicit_vr && !form.is_long && Even(value.size) > Longest_Short_Value) {
         // PS3.5 section 6.2.2.
         value.vr = VR_UN;
@@ -195,7 +196,7 @@ public:
     {
         std::int64_t size = Header_Size(true, options_.encoding) + Item_Header_Size;
         For_Each_Fragment(record, [&](const DICOM_List& fragment) {
-            size += Item_Header_Size + Even(std::max(fragment.size, 0));
+            size += Item_Header_Size + Even(std::max<std::int64_t>(Size_Of(fragment), 0));
         });
         Add(size);
     }
@@ -283,7 +284,7 @@ public:
         Header(Tag_Of(record), VR_OB, true, Undefined);
         For_Each_Fragment(record, [&](const DICOM_List& fragment) {
             Value_Form form;
-            form.size = std::max(fragment.size, 0);
+            form.size = std::max<std::int64_t>(Size_Of(fragment), 0);
             Item(Item_Tag, Even(form.size));
             Contents(fragment, form);
         });
@@ -368,7 +369,7 @@ private:
     {
         if (record.data == nullptr) {
             if (out_ != nullptr && form.size > 0) {
-                out_->Copy({source_, record.data_pos, form.size, form.width});
+                out_->Copy({source_, Value_Position_Of(record), form.size, form.width});
             }
             position_ += form.size;
         } else if (form.width == 1) {

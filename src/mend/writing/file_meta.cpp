@@ -143,7 +143,7 @@ void For_Each_Byte(const Data_Set& set, Visit&& visit)
     std::array<unsigned char, 65536> block;
     Tree_Walk walk(set.records.Head());
     while (const DICOM_List* const record = walk.Next()) {
-        const std::int64_t size = Has_Value(*record) ? record->size : 0;
+        const std::int64_t size = Has_Value(*record) ? Size_Of(*record) : 0;
         if (record->data != nullptr) {
             std::for_each(record->data, record->data + size, visit);
             continue;
@@ -151,7 +151,7 @@ void For_Each_Byte(const Data_Set& set, Visit&& visit)
         for (std::int64_t at = 0; at < size; at += std::ssize(block)) {
             const auto wanted = static_cast<std::size_t>(std::min(size - at, std::ssize(block)));
             const std::size_t count =
-                set.source->Read(record->data_pos + at, {block.data(), wanted});
+                set.source->Read(Value_Position_Of(*record) + at, {block.data(), wanted});
             std::for_each(block.begin(), block.begin() + count, visit);
             if (count != wanted) {
                 break;
