@@ -68,7 +68,9 @@ void Element_Reader::Close_Unclosed(const char* what)
 {
     const Nesting_Level& level = Top();
     const bool has_length = level.claimed_end != Level_View::Open;
-    if (has_length && !Ends_As_Claimed(level)) {
+    if (level.said) {
+        // One line for one fault.
+    } else if (has_length && !Ends_As_Claimed(level)) {
         const std::int64_t content = Value_Position_Of(*level.owner);
         Report(Fault::Value_Length, Level::Change, *level.owner,
                "the length " + std::to_string(level.claimed_end - content) +

@@ -189,13 +189,15 @@ bool Element_Reader::Ends_Before_Items(const Element_Header& header)
 /** A sequence that reaches as far beyond the list as bytes are missing in it: they are its own. */
 bool Element_Reader::Ends_With_Moved(const Element_Header& header)
 {
+    constexpr int Sure_Points = 7;
     const std::int64_t value = position_ + header.size;
     const std::int64_t beyond = value + static_cast<std::int64_t>(header.length) - Top().limit;
     Element_Header empty = header;
     empty.length = 0;
     return Top().moved < 0 && beyond == -Top().moved &&
-           Has_Nested_Content(header, header.Entry()) && Starts_With_Item(value, Top().mode) &&
-           Judge(empty, position_, Top()) == Grade::Sound;
+           Has_Nested_Content(header, header.Entry()) &&
+           Judge(empty, position_, Top()) == Grade::Sound &&
+           (Starts_With_Item(value, Top().mode) || Points_Without_Item(header) >= Sure_Points);
 }
 
 /**

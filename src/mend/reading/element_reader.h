@@ -94,6 +94,7 @@ private:
     void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
     Trust Trust_In(std::int64_t end, std::size_t levels);
     bool Content_Fills(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    bool Stands_Behind_Sequence(std::int64_t at);
     std::int64_t Find_Moved_End(const Nesting_Level& level);
     void Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length);
     void Leave_Ended_Levels();
@@ -164,6 +165,9 @@ private:
     bool Stands_Sequence_End(std::int64_t at);
     static int Same_Bytes(Tag tag, Tag other);
     void Start_Item(const Element_Header& header);
+    std::int64_t Find_Torn_Item(const Outlook& look, std::int64_t content);
+    int Points_In_Torn_Item(Outlook look, std::int64_t content);
+    bool Start_Torn_Item(std::int64_t content);
     void Skip_Delimiter(const Element_Header& header, const char* what);
     bool Ends_As_Claimed(const Nesting_Level& level) const;
     bool Leave_Exact_Lengths(const Element_Header& header);

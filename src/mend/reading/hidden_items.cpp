@@ -167,7 +167,13 @@ int Element_Reader::Points_Without_Item(const Element_Header& header)
     Outlook look = Look();
     look.Push(sequence);
     const int points = std::max(Points_In_Bare_Item(header), Points_In_Damaged_Item(look, value));
-    return points < Bare_Points && Is_Item_Near(look, value, end) ? Bare_Points : points;
+    if (points >= Bare_Points || Is_Item_Near(look, value, end)) {
+        return std::max(points, Bare_Points);
+    }
+    sequence.limit = std::min(end, sequence.limit);
+    sequence.end = header.Is_Undefined() ? Level_View::Open : sequence.limit;
+    look.Top() = sequence;
+    return Find_Torn_Item(look, value + Item_Header_Size) != 0 ? Bare_Points : points;
 }
 
 /** Looks at the first item that is not empty; items that are all empty are those of a sequence. */

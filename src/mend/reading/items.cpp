@@ -4,6 +4,7 @@
 //     (FFFE,E000) elements (FFFE,E00D) elements  the item ends too early: it is opened again
 //     (FFFE,E000) ... (FFFE,E00D) (FFFE,E00D)    one delimitation too many, or that of the sequence
 //     (FFFE,E0F0) elements                       a damaged tag, taken as that of an item
+//     FE FF E0 22 00 00 00 elements              a header with a few bytes missing, or put into it
 //
 // Of several readings that one holds under which most of what follows makes sense.
 
@@ -13,6 +14,13 @@
 #include <string>
 
 namespace lib_mend {
+
+namespace {
+
+/** What leaves no doubt that elements stand in an item. */
+constexpr int Enough_In_Item = 7;
+
+}  // namespace
 
 void Element_Reader::Start_Item(const Element_Header& header)
 {
@@ -27,6 +35,9 @@ void Element_Reader::Start_Item(const Element_Header& header)
     const std::int64_t content = position_ + header.size;
     if (!header.Is_Undefined()) {
         Believe_Length(item, content, header.length);
+        if (item.end == Level_View::Open && Start_Torn_Item(content)) {
+            return;
+        }
     }
     item.mode = Mode_In_Item(window_, content, item);
     if (item.mode != sequence.mode) {
@@ -39,6 +50,56 @@ void Element_Reader::Start_Item(const Element_Header& header)
     position_ = content;
     path_.push_back({Tag_Of(*sequence.owner), sequence.items - 1});
     levels_.push_back(std::move(item));
+}
+
+/**
+ * A few bytes of the header of an item are missing, or others were put into it: its elements begin not
+ * where they should, but so many bytes behind it; 0 when they do not, or cannot be found.
+ */
+std::int64_t Element_Reader::Find_Torn_Item(const Outlook& look, std::int64_t content)
+{
+    constexpr std::int64_t Most_Bytes = Item_Header_Size - 1;
+    for (std::int64_t bytes = 1; bytes <= Most_Bytes; ++bytes) {
+        for (const std::int64_t moved : {-bytes, bytes}) {
+            if (Points_In_Torn_Item(look, content + moved) >= Enough_In_Item) {
+                return moved;
+            }
+        }
+    }
+    return 0;
+}
+
+/** An item that ends behind its elements, or with its sequence. */
+int Element_Reader::Points_In_Torn_Item(Outlook look, std::int64_t content)
+{
+    Level_View item = look.Top();
+    const int within = item.end != Level_View::Open ? Points_In_Item(look, item, content) : 0;
+    item.end = Level_View::Open;
+    return std::max(within, Points_In_Item(look, item, content));
+}
+
+/** Starts an item with a torn header; false when there is none. */
+bool Element_Reader::Start_Torn_Item(std::int64_t content)
+{
+    if (Points_In_Torn_Item(Look(), content) != 0) {
+        return false;
+    }
+    const std::int64_t moved = Find_Torn_Item(Look(), content);
+    if (moved == 0) {
+        return false;
+    }
+    const std::int64_t size = content + moved - position_;
+    const Element_Header torn = {.tag = Item_Tag,
+                                 .mode = Top().mode,
+                                 .size = static_cast<int>(size),
+                                 .length = Element_Header::Undefined};
+    Report(Fault::Header, Level::Change, torn,
+           "the header of an item has " + Bytes_Text(size) + " instead of " +
+               std::to_string(Item_Header_Size));
+    Note_Shift(moved);
+    Start_Item(torn);
+    Top().said = true;
+    return true;
 }
 
 void Element_Reader::Read_In_Sequence()
@@ -199,6 +260,8 @@ void Element_Reader::Settle_In_Sequence()
     const int wanted = is_first ? most : most + 1;
     if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();
+    } else if (most < Doubtful && header.size != 0 && Start_Torn_Item(behind)) {
+        return;
     } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
         Skip_Garbage();
     } else if (most == close) {

@@ -49,6 +49,16 @@ bool Element_Reader::Content_Fills(const Nesting_Level& level, std::int64_t cont
     return Read_Straight(window_, {item}, content).holds;
 }
 
+/** An element of the list around the innermost sequence stands at a place. */
+bool Element_Reader::Stands_Behind_Sequence(std::int64_t at)
+{
+    if (levels_.size() < 2 || Top().kind != Level_Kind::Sequence) {
+        return false;
+    }
+    const Nesting_Level& list = levels_[levels_.size() - 2];
+    return Judge(Decode_Header(Header_Bytes(at), list.mode), at, list) == Grade::Sound;
+}
+
 /**
  * A few bytes that are missing in a level, or were put into it, move its end and those of all levels
  * around the place by so many: what makes sense stands not where the length ends, but that far away.
@@ -68,8 +78,11 @@ std::int64_t Element_Reader::Find_Moved_End(const Nesting_Level& level)
     for (std::int64_t bytes = 1; bytes <= Most_Bytes; ++bytes) {
         for (const std::int64_t moved : {-bytes, bytes}) {
             const Trust trust = trust_in(moved);
-            if (trust != Trust::None) {
-                return trust == Trust::Full ? moved : 0;
+            if (trust == Trust::Full) {
+                return moved;
+            }
+            if (trust == Trust::Weak && Stands_Behind_Sequence(level.claimed_end + moved)) {
+                return 0;
             }
         }
     }
