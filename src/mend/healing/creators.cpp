@@ -3,6 +3,7 @@
 #include "mend/reading/tree.h"
 
 #include <set>
+#include <vector>
 
 namespace lib_mend {
 
@@ -19,26 +20,45 @@ bool Is_Outside_Blocks(unsigned short element)
            (element > Last_Creator && element < First_Private_Element);
 }
 
+bool Is_Creator(const DICOM_List& record)
+{
+    return record.element >= First_Creator && record.element <= Last_Creator;
+}
+
+/** The element that would reserve the block of a private one. */
+Tag Creator_Of(const DICOM_List& record)
+{
+    return {record.group, static_cast<unsigned short>(record.element >> 8)};
+}
+
 void Check_List(DICOM_List* list, const Path& path, Findings& findings)
 {
     std::set<Tag> creators;
+    // Elements follow their creator, but for a few, which are looked at again when all are known.
+    std::vector<const DICOM_List*> doubtful;
+    Tag known;
     for (const DICOM_List& record : Records(list)) {
-        if (record.group % 2 != 0 && record.element >= First_Creator &&
-            record.element <= Last_Creator) {
-            creators.insert(Tag_Of(record));
-        }
-    }
-    for (const DICOM_List& record : Records(list)) {
-        const auto block = static_cast<unsigned short>(record.element >> 8);
-        if (record.group % 2 == 0) {
+        if (record.group % 2 == 0 || record.element == 0) {
             continue;
         }
-        if (Is_Outside_Blocks(record.element)) {
-            findings.Report(Fault::Creator, Level::Kept, At(record, path),
+        if (Is_Creator(record)) {
+            creators.insert(Tag_Of(record));
+        } else if (Is_Outside_Blocks(record.element)) {
+            doubtful.push_back(&record);
+        } else if (const Tag creator = Creator_Of(record); creator != known) {
+            if (creators.count(creator) != 0) {
+                known = creator;
+            } else {
+                doubtful.push_back(&record);
+            }
+        }
+    }
+    for (const DICOM_List* const record : doubtful) {
+        if (Is_Outside_Blocks(record->element)) {
+            findings.Report(Fault::Creator, Level::Kept, At(*record, path),
                             "private element outside all blocks");
-        } else if (record.element >= First_Private_Element &&
-                   creators.count({record.group, block}) == 0) {
-            findings.Report(Fault::Creator, Level::Kept, At(record, path),
+        } else if (creators.count(Creator_Of(*record)) == 0) {
+            findings.Report(Fault::Creator, Level::Kept, At(*record, path),
                             "no private creator owns it");
         }
     }

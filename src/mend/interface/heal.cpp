@@ -1,6 +1,7 @@
 #include "mend/interface/heal.h"
 
 #include "mend/healing/character_sets.h"
+#include "mend/healing/contents.h"
 #include "mend/healing/creators.h"
 #include "mend/healing/directory.h"
 #include "mend/healing/groups.h"
@@ -25,9 +26,15 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     set.healed = true;
     const std::optional<Original_Values> originals =
         options.record ? std::make_optional<Original_Values>(set) : std::nullopt;
-    Check_Group_Lengths(set, set.records.Address(), findings);
-    const DICOM_List* const directory = Find_Record(set.records.Head(), Directory_Sequence_Tag);
-    Heal_Low_Groups(set, directory != nullptr, findings);
+    const Contents contents = Contents_Of(set.records.Head());
+    if (contents.group_lengths) {
+        Check_Group_Lengths(set, set.records.Address(), findings);
+    }
+    const DICOM_List* const directory =
+        contents.low_groups ? Find_Record(set.records.Head(), Directory_Sequence_Tag) : nullptr;
+    if (contents.low_groups) {
+        Heal_Low_Groups(set, directory != nullptr, findings);
+    }
     if (directory != nullptr) {
         Heal_Directory(set, *directory, findings);
     }
@@ -40,8 +47,13 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
         Heal_New_Texts(set, options, findings);
     }
     Heal_Order(set, set.records, findings);
-    Check_Creators(set.records.Address(), findings);
-    Heal_Pixel_Data(set, options.pad_pixels, findings);
+    const Contents healed = Contents_Of(set.records.Head());
+    if (healed.private_groups) {
+        Check_Creators(set.records.Address(), findings);
+    }
+    if (healed.images) {
+        Heal_Pixel_Data(set, options.pad_pixels, findings);
+    }
     Check_Implicit_Form(set, findings);
     if (originals) {
         Record_Changes(set, *originals,
