@@ -1,5 +1,6 @@
 #include "support/fault_generator.h"
 
+#include "support/case_rows.h"
 #include "support/stream_builder.h"
 
 #include <zlib.h>
@@ -9,7 +10,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <random>
-#include <span>
 #include <string_view>
 
 namespace {
@@ -80,86 +80,18 @@ void Frames(Stream_Builder& s)
     s.Sequence_End();
 }
 
-struct Row {
-    unsigned int group;
-    unsigned int element;
-    const char* vr;
-    /** Of even length; a number for US. */
-    const char* value;
-};
-
-constexpr Row Instance[] = {
-    {0x0008, 0x0005, "CS", "ISO_IR 100"},
-    {0x0008, 0x0008, "CS", "ORIGINAL\\PRIMARY\\OTHER"},
-    {0x0008, 0x0016, "UI", "1.2.840.10008.5.1.4.1.1.4"},
-    {0x0008, 0x0018, "UI", "1.2.3.4"},
-    {0x0008, 0x0020, "DA", "20040826"},
-    {0x0008, 0x0030, "TM", "185434"},
-    {0x0008, 0x0050, "SH", "A1234 "},
-    {0x0008, 0x0060, "CS", "MR"},
-    {0x0008, 0x0070, "LO", "ACME IMAGING"},
-    {0x0008, 0x0080, "LO", "City Hospital "},
-    {0x0008, 0x0090, "PN", "Meyer^Anna"},
-    {0x0008, 0x1030, "LO", "Knee routine"},
-    {0x0008, 0x103E, "LO", "t2 sagittal "},
-};
-
-constexpr Row Patient_And_Image[] = {
-    {0x0009, 0x0010, "LO", "ACME MEASURES "},
-    {0x0009, 0x1001, "UN", "some words of a maker "},
-    {0x0009, 0x1002, "UN", "vvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvv"},
-    {0x0010, 0x0010, "PN", "Doe^Jane"},
-    {0x0010, 0x0020, "LO", "PAT001"},
-    {0x0010, 0x0030, "DA", "19570321"},
-    {0x0010, 0x0040, "CS", "F "},
-    {0x0010, 0x1010, "AS", "047Y"},
-    {0x0010, 0x1030, "DS", "65.5"},
-    {0x0018, 0x0015, "CS", "KNEE"},
-    {0x0018, 0x0020, "CS", "SE"},
-    {0x0018, 0x0050, "DS", "3.00"},
-    {0x0018, 0x0080, "DS", "2500"},
-    {0x0018, 0x0081, "DS", "93.4"},
-    {0x0018, 0x0087, "DS", "1.50"},
-    {0x0018, 0x1030, "LO", "KNEE PROTOCOL "},
-    {0x0018, 0x1314, "DS", "90"},
-    {0x0018, 0x5100, "CS", "HFS "},
-    {0x0020, 0x000D, "UI", "1.2.3.10"},
-    {0x0020, 0x000E, "UI", "1.2.3.11"},
-    {0x0020, 0x0010, "SH", "STUDY1"},
-    {0x0020, 0x0011, "IS", "4 "},
-    {0x0020, 0x0013, "IS", "17"},
-    {0x0020, 0x0032, "DS", "-78.5\\-100.25\\12.0"},
-    {0x0020, 0x0037, "DS", "1\\0\\0\\0\\1\\0 "},
-    {0x0020, 0x0052, "UI", "1.2.3.12"},
-    {0x0020, 0x4000, "LT", "A comment of some length, so that it is a value worth keeping."},
-    {0x0028, 0x0002, "US", "1"},
-    {0x0028, 0x0004, "CS", "MONOCHROME2 "},
-};
-
-constexpr Row Native_Image[] = {
-    {0x0028, 0x0008, "IS", "1 "},        {0x0028, 0x0010, "US", "64"}, {0x0028, 0x0011, "US", "64"},
-    {0x0028, 0x0030, "DS", "0.5\\0.5 "}, {0x0028, 0x0100, "US", "16"}, {0x0028, 0x0101, "US", "12"},
-    {0x0028, 0x0102, "US", "11"},
-};
-
-constexpr Row Encapsulated_Image[] = {
-    {0x0028, 0x0008, "IS", "2 "},        {0x0028, 0x0010, "US", "64"}, {0x0028, 0x0011, "US", "64"},
-    {0x0028, 0x0030, "DS", "0.5\\0.5 "}, {0x0028, 0x0100, "US", "8"},  {0x0028, 0x0101, "US", "8"},
-    {0x0028, 0x0102, "US", "7"},
-};
-
-constexpr Row Display[] = {
-    {0x0028, 0x0103, "US", "0"},    {0x0028, 0x0106, "US", "3"},    {0x0028, 0x0107, "US", "4000"},
-    {0x0028, 0x1050, "DS", "600 "}, {0x0028, 0x1051, "DS", "1600"}, {0x0032, 0x1060, "LO", "Knee"},
-};
-
-void Add(Stream_Builder& s, std::span<const Row> rows)
+/** Appends the elements of a table. */
+void Add(Stream_Builder& s, const std::string& table)
 {
-    for (const Row& row : rows) {
-        if (row.vr == "US"s) {
-            s.US(row.group, row.element, static_cast<unsigned int>(std::atoi(row.value)));
+    Case_Page page("support/fault_generator.cases");
+    std::vector<std::string> fields;
+    while (page.Next(table, fields)) {
+        const Case_Row row(fields);
+        const unsigned int tag = row.Tag(0);
+        if (row[1] == "US") {
+            s.US(tag >> 16, tag & 0xFFFF, static_cast<unsigned int>(row.Number(2)));
         } else {
-            s.Element(row.group, row.element, row.vr, Padded_UID(row.value));
+            s.Element(tag >> 16, tag & 0xFFFF, row[1], Padded_UID(row[2]));
         }
     }
 }
@@ -167,13 +99,13 @@ void Add(Stream_Builder& s, std::span<const Row> rows)
 std::string Data_Set_Of(unsigned char code, bool encapsulated)
 {
     Stream_Builder s(code);
-    Add(s, Instance);
+    Add(s, "instance");
     Defined(s, code, 0x0008, 0x1111, {Reference(code, "1.2.3.77")});
     s.Sequence(0x0008, 0x1140).Item().Raw(Reference(code, "1.2.3.5")).Item_End();
     s.Item().Raw(Reference(code, "1.2.3.6")).Item_End().Sequence_End();
-    Add(s, Patient_And_Image);
-    Add(s, encapsulated ? std::span(Encapsulated_Image) : std::span(Native_Image));
-    Add(s, Display);
+    Add(s, "patient and image");
+    Add(s, encapsulated ? "encapsulated image" : "native image");
+    Add(s, "display");
     s.Sequence(0x0040, 0x0275).Item().Raw(Request(code)).Item_End();
     s.Item().Raw(Request(code)).Item_End().Sequence_End();
     Defined(s, code, 0x0040, 0x0555, {Request(code)});
@@ -503,13 +435,9 @@ const Fault_Kind Kinds[] = {
     {"length of all ones", Plain, Length_Is(0xFFFFFFFFU)},
     {"length from 2 GiB", Plain | Long_Form, Length_Is(0x90000000U)},
     {"length in the other byte order", Plain,
-     [](Damage& d) {
-         Swap_Numbers(d.file, d.Length_Place(), d.Length_Size());
-     }},
+     [](Damage& d) { Swap_Numbers(d.file, d.Length_Place(), d.Length_Size()); }, false},
     {"length cut to 16 bits", Plain | Long_Value,
-     [](Damage& d) {
-         d.Set_Length(d.Value_Size() & 0xFFFF);
-     }},
+     [](Damage& d) { d.Set_Length(d.Value_Size() & 0xFFFF); }, false},
     {"sequence too long by 8", Sequence | Defined_Length, Length_By(8), true},
     {"sequence too short by 8", Sequence | Defined_Length, Length_By(-8), true},
     {"sequence of length zero", Sequence | Defined_Length, Length_Is(0), true},
@@ -529,37 +457,24 @@ const Fault_Kind Kinds[] = {
     {"item tag missing", Sequence, [](Damage& d) { Drop(d, d.at.value_start, 8); }, true},
     // Bytes.
     {"a byte of the tag overwritten", Plain,
-     [](Damage& d) {
-         d.file[d.at.start + d.random() % 4] = d.Any_Byte();
-     }},
+     [](Damage& d) { d.file[d.at.start + d.random() % 4] = d.Any_Byte(); }, false},
     {"a byte of the header overwritten", Plain,
-     [](Damage& d) {
-         d.file[d.at.start + 4 + d.random() % 4] = d.Any_Byte();
-     }},
+     [](Damage& d) { d.file[d.at.start + 4 + d.random() % 4] = d.Any_Byte(); }, false},
     {"four bytes of the header overwritten", Plain,
-     [](Damage& d) {
-         d.file.replace(d.at.start + 2, 4, d.Noise(4));
-     }},
-    {"header overwritten", Plain,
-     [](Damage& d) {
-         d.file.replace(d.at.start, 8, d.Noise(8));
-     }},
+     [](Damage& d) { d.file.replace(d.at.start + 2, 4, d.Noise(4)); }, false},
+    {"header overwritten", Plain, [](Damage& d) { d.file.replace(d.at.start, 8, d.Noise(8)); },
+     false},
     {"a byte dropped from the header", Plain,
-     [](Damage& d) {
-         Drop(d, d.at.start + d.random() % 8, 1);
-     }},
+     [](Damage& d) { Drop(d, d.at.start + d.random() % 8, 1); }, false},
     {"a byte dropped from the value", Plain,
-     [](Damage& d) {
-         Drop(d, d.at.value_start + d.random() % d.Value_Size(), 1);
-     }},
+     [](Damage& d) { Drop(d, d.at.value_start + d.random() % d.Value_Size(), 1); }, false},
     {"a byte inserted into the header", Plain,
-     [](Damage& d) {
-         d.file.insert(d.at.start + d.random() % 8, 1, d.Any_Byte());
-     }},
+     [](Damage& d) { d.file.insert(d.at.start + d.random() % 8, 1, d.Any_Byte()); }, false},
     {"a byte inserted into the value", Plain,
      [](Damage& d) {
          d.file.insert(d.at.value_start + d.random() % d.Value_Size(), 1, d.Any_Byte());
-     }},
+     },
+     false},
     {"eight bytes inserted in front", Plain, Noise_In_Front(8), true},
     {"a hundred zeros inserted in front", Plain,
      [](Damage& d) { d.file.insert(d.at.start, 100, '\0'); }, true},
@@ -574,36 +489,20 @@ const Fault_Kind Kinds[] = {
     {"length of native pixel data from 2 GiB", Native | Top, Length_Is(0x90000000U), true},
     // Around the data set.
     {"a byte of group 0002 overwritten", Meta,
-     [](Damage& d) {
-         d.file[d.at.start + d.random() % 8] = d.Any_Byte();
-     }},
+     [](Damage& d) { d.file[d.at.start + d.random() % 8] = d.Any_Byte(); }, false},
     {"VR of NULs in group 0002", Meta, VR_Is({"\0\0", 2})},
     {"length in group 0002 too long by 2", Meta, Length_By(2)},
-    {"one stray byte in front", File,
-     [](Damage& d) {
-         d.file.insert(0, 1, '\n');
-     }},
-    {"junk in front", File,
-     [](Damage& d) {
-         d.file.insert(0, d.Noise(700));
-     }},
-    {"DICM misspelt", File,
-     [](Damage& d) {
-         d.file[129] = 'J';
-     }},
+    {"one stray byte in front", File, [](Damage& d) { d.file.insert(0, 1, '\n'); }, false},
+    {"junk in front", File, [](Damage& d) { d.file.insert(0, d.Noise(700)); }, false},
+    {"DICM misspelt", File, [](Damage& d) { d.file[129] = 'J'; }, false},
     {"zeros without DICM", File, Without(128, 4)},
     {"no preamble", File, Without(0, 128)},
     {"no preamble, no DICM", File, Without(0, 132)},
-    {"no preamble, no group 0002", File,
-     [](Damage& d) {
-         d.file.erase(0, d.plain.data_set);
-     }},
+    {"no preamble, no group 0002", File, [](Damage& d) { d.file.erase(0, d.plain.data_set); },
+     false},
     {"gzip wrapper", File, Wrapped(15 + 16)},
     {"zlib wrapper", File, Wrapped(15)},
-    {"noise behind the data set", File,
-     [](Damage& d) {
-         d.file += d.Noise(300);
-     }},
+    {"noise behind the data set", File, [](Damage& d) { d.file += d.Noise(300); }, false},
 };
 
 bool Applies(const Fault_Kind& kind, const Sound_File& sound, const Plain_Element& element)

@@ -112,39 +112,36 @@ inline std::vector<Hostile_Input> Structures(std::size_t size)
             return Fill(size, stream, items);
         };
     return {
-        {"empty items", sequence_with([](Stream_Builder& s, unsigned int) { s.Item(0); })},
-        {"unclosed items", sequence_with([](Stream_Builder& s, unsigned int) { s.Item(); })},
-        {"items of one element", sequence_with([](Stream_Builder& s, unsigned int) {
+        {"empty items", sequence_with([](auto& s, auto) { s.Item(0); })},
+        {"unclosed items", sequence_with([](auto& s, auto) { s.Item(); })},
+        {"items of one element", sequence_with([](auto& s, auto) {
              s.Item().Element(0x0008, 0x0060, "CS", "").Item_End();
          })},
         {"stray delimiters",
-         Filled(size, [](Stream_Builder& s,
-                         unsigned int i) { i % 2 == 0 ? s.Item_End() : s.Sequence_End(); })},
+         Filled(size, [](auto& s, auto i) { i % 2 == 0 ? s.Item_End() : s.Sequence_End(); })},
         {"nested sequences", Nested(static_cast<int>(size / 20))},
         {"unclosed sequences",
-         Filled(size, [](Stream_Builder& s,
-                         unsigned int i) { s.Sequence(0x0008 + 2 * (i & 0xFFFU), 0x1140); })},
+         Filled(size, [](auto& s, auto i) { s.Sequence(0x0008 + 2 * (i & 0xFFFU), 0x1140); })},
         {"many sequences",
          Filled(size,
-                [](Stream_Builder& s, unsigned int i) {
+                [](auto& s, auto i) {
                     s.Sequence(0x0009 + 2 * (i >> 12U), 0x1000 + (i & 0xFFFU)).Item();
                     s.Element(0x0008, 0x1155, "UI", "").Item_End().Sequence_End();
                 })},
         {"empty elements", Filled(size,
-                                  [](Stream_Builder& s, unsigned int i) {
+                                  [](auto& s, auto i) {
                                       s.Element(0x0011 + 2 * (i >> 15U), 0x1000 + (i & 0x7FFFU),
                                                 "LO", "");
                                   })},
         {"odd lengths", Faulty_Values(size, "LO", "odd")},
         {"descending tags", Filled(size,
-                                   [](Stream_Builder& s, unsigned int i) {
+                                   [](auto& s, auto i) {
                                        s.Element(0x6001 - 2 * (i >> 12U), 0x2000 - (i & 0xFFFU),
                                                  "SH", "A ");
                                    })},
-        {"equal tags", Filled(size, [](Stream_Builder& s,
-                                       unsigned int) { s.Element(0x0010, 0x0020, "LO", "AB"); })},
+        {"equal tags", Filled(size, [](auto& s, auto) { s.Element(0x0010, 0x0020, "LO", "AB"); })},
         {"private creators", Filled(size,
-                                    [](Stream_Builder& s, unsigned int i) {
+                                    [](auto& s, auto i) {
                                         s.Element(0x0009 + 2 * (i / 0xF0U), 0x0010 + i % 0xF0U,
                                                   "LO", "AB");
                                     })},
@@ -161,7 +158,7 @@ inline std::vector<Hostile_Input> Structures(std::size_t size)
 /** Faults of structure, one in every element: each asks for a guess what is meant. */
 inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
 {
-    const auto tag_of = [](Stream_Builder& s, unsigned int i) -> Stream_Builder& {
+    const auto tag_of = [](auto& s, auto i) -> Stream_Builder& {
         return s.Short(0x0011 + 2 * (i >> 15U)).Short(0x1000 + (i & 0x7FFFU));
     };
     const auto noise = [](unsigned int i, std::size_t count) {
@@ -176,43 +173,40 @@ inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
     return {
         {"noise", Part10_Head("1.2.840.10008.1.2.1") + noise(1, size)},
         {"noise between elements", Filled(size,
-                                          [&](Stream_Builder& s, unsigned int i) {
+                                          [&](auto& s, auto i) {
                                               tag_of(s, i).Raw("LO").Short(2).Raw("AB");
                                               s.Raw(noise(i, 7));
                                           })},
         {"lengths too long",
-         Filled(size, [&](Stream_Builder& s,
-                          unsigned int i) { tag_of(s, i).Raw("LO").Short(4).Raw("AB"); })},
+         Filled(size, [&](auto& s, auto i) { tag_of(s, i).Raw("LO").Short(4).Raw("AB"); })},
         {"lengths too short",
-         Filled(size, [&](Stream_Builder& s,
-                          unsigned int i) { tag_of(s, i).Raw("LO").Short(2).Raw("ABCD"); })},
+         Filled(size, [&](auto& s, auto i) { tag_of(s, i).Raw("LO").Short(2).Raw("ABCD"); })},
         {"VRs of NULs", Filled(size,
-                               [&](Stream_Builder& s, unsigned int i) {
+                               [&](auto& s, auto i) {
                                    tag_of(s, i).Raw({"\0\0", 2}).Short(2).Raw("AB");
                                })},
         {"alternating VR forms", Fill(size, alternating,
-                                      [&](Stream_Builder& s, unsigned int i) {
+                                      [&](auto& s, auto i) {
                                           tag_of(s, i).Raw(i % 2 == 0 ? "LO" : "\2");
                                           i % 2 == 0 ? s.Short(2) : s.Raw({"\0\0", 2});
                                           s.Raw("AB");
                                       })},
         {"sequences as OW", Filled(size,
-                                   [&](Stream_Builder& s, unsigned int i) {
+                                   [&](auto& s, auto i) {
                                        tag_of(s, i).Raw("OW").Short(0).Int(18).Item(10);
                                        s.Element(0x0008, 0x0060, "CS", "MR");
                                    })},
         {"nested UN of undefined length",
-         Fill(size, nested,
-              [](Stream_Builder& s, unsigned int) {
-                  s.Header(0x0009, 0x1001, "UN", DICOM_Undefined_Length).Item();
-              })},
+         Fill(
+             size, nested,
+             [](auto& s, auto) { s.Header(0x0009, 0x1001, "UN", DICOM_Undefined_Length).Item(); })},
         {"sequences far too long", Filled(size,
-                                          [](Stream_Builder& s, unsigned int) {
+                                          [](auto& s, auto) {
                                               s.Sequence(0x0040, 0xA730, 0x30000000).Item(12);
                                               s.Element(0x0040, 0xA040, "CS", "TEXT");
                                           })},
         {"items too long", Filled(size,
-                                  [&](Stream_Builder& s, unsigned int i) {
+                                  [&](auto& s, auto i) {
                                       tag_of(s, i).Raw("SQ").Short(0).Int(18).Item(1000);
                                       s.Element(0x0008, 0x0060, "CS", "MR");
                                   })},

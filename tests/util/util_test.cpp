@@ -1,4 +1,5 @@
 // Lib_Util: message formatting and delivery, byte order, text helpers.
+#include "support/case_page.h"
 #include "support/message_log.h"
 
 #include <Lib_Util/Lib_Util.h>
@@ -236,20 +237,9 @@ TEST(Text, Tokens)
 
 TEST(Text, Match)
 {
-    const struct {
-        const char *pattern, *text;
-        bool matches;
-    } cases[] = {{"0010", "0010", true},   {"60??", "60AF", true},
-                 {"60??", "60A", false},   {"", "", true},
-                 {"", "a", false},         {"*", "", true},
-                 {"a*c*", "ABBCD", true},  {"*ab*ab", "abab", true},
-                 {"*ab*ab", "aab", false}, {"?*", "", false},
-                 {"7fe0", "7FE0", true},   {"*a", "aXa", true},
-                 {"a**", "a", true},       {"GEMS_*_01", "gems_x_01", true},
-                 {nullptr, "", false},     {"*", nullptr, false}};
-    for (const auto& item : cases) {
-        EXPECT_EQ(Str_Match(item.pattern, item.text) != 0, item.matches) << item.pattern;
-    }
+    For_Each_Case("util/util.cases", "match", 3, [](const Case_Row& row) {
+        EXPECT_EQ(Str_Match(row.Text(0), row.Text(1)) != 0, row[2] == "yes");
+    });
     std::string stars;
     for (int i = 0; i < 50; ++i) {
         stars += "*a";
@@ -305,22 +295,14 @@ TEST(Text, WideCopiesKeepBytesThatAreNotUtf8)
 
 TEST(Text, Paths)
 {
-    const struct {
-        const char *path, *directory, *base, *extension;
-    } cases[] = {{"/a.b/c.tar.gz", "/a.b/", "c.tar", ".gz"},
-                 {"C:\\x/y\\z", "C:\\x/y\\", "z", ""},
-                 {".hidden", "", ".hidden", ""},
-                 {"dir/", "dir/", "", ""},
-                 {"name.", "", "name", "."},
-                 {"", "", "", ""}};
-    for (const auto& item : cases) {
+    For_Each_Case("util/util.cases", "paths", 4, [](const Case_Row& row) {
         char directory[32], base[32], extension[32];
-        EXPECT_EQ(Get_Generic_Name(item.path, directory, base, extension), base);
-        EXPECT_STREQ(directory, item.directory);
-        EXPECT_STREQ(base, item.base);
-        EXPECT_STREQ(extension, item.extension);
-        EXPECT_STREQ(Get_Generic_Name(item.path, nullptr, nullptr, nullptr), item.base);
-    }
+        EXPECT_EQ(Get_Generic_Name(row.Text(0), directory, base, extension), base);
+        EXPECT_EQ(directory, row[1]);
+        EXPECT_EQ(base, row[2]);
+        EXPECT_EQ(extension, row[3]);
+        EXPECT_EQ(Get_Generic_Name(row.Text(0), nullptr, nullptr, nullptr), row[2]);
+    });
 }
 
 }  // namespace

@@ -59,8 +59,12 @@ protected:
     {
         DICOM_Flag_Current_Standard = 0;
     }
-    void Expect(const std::string& bytes, const std::function<void(List&)>& add,
-                const std::string& message = "")
+    static void Expect(const std::string& bytes, const std::function<void(List&)>& add)
+    {
+        Expect(bytes, "", add);
+    }
+    static void Expect(const std::string& bytes, const std::string& message,
+                       const std::function<void(List&)>& add)
     {
         List list;
         const Message_Log log;
@@ -78,23 +82,19 @@ TEST_F(Add, StoresTextsOfEachForm)
     Expect("A\\\\BC ", [](List& l) { l.Add(VR_LO, 3, "A", "", "BC"); });
     Expect("A\\\\BC ", [&](List& l) { l.Add(VR_LO, -3, texts); });
     Expect("A\\\\BC ", [](List& l) { l.Builder().Texts<VR_LO>(Group, Element, {"A", "", "BC"}); });
-    Expect(
-        "one ", [](List& l) { l.Add(VR_ST, 2, "one", "two"); },
-        "VR=Text: only 1 value accepted (nb_arg=2 != 1)");
-    Expect(
-        "one ", [](List& l) { l.Add(VR_ST, -1, "one"); },
-        "VR=Text: vector fct not implemented (nb_arg=-1)");
+    Expect("one ", "VR=Text: only 1 value accepted (nb_arg=2 != 1)",
+           [](List& l) { l.Add(VR_ST, 2, "one", "two"); });
+    Expect("one ", "VR=Text: vector fct not implemented (nb_arg=-1)",
+           [](List& l) { l.Add(VR_ST, -1, "one"); });
     Expect("1.2.3\0"s, [](List& l) { l.Add(VR_UI, 1, "1.2.3"); });
-    Expect(
-        "1.2\0"s, [](List& l) { l.Add(VR_UI, -1, "1.2"); },
-        "VR=UI: vector fct not implemented (nb_arg=-1)");
+    Expect("1.2\0"s, "VR=UI: vector fct not implemented (nb_arg=-1)",
+           [](List& l) { l.Add(VR_UI, -1, "1.2"); });
     Expect("1.23.4", [](List& l) { l.Add(VR_UI, 2, "1.2", "3.4"); });
     Expect("1.2\\3.4\0"s, [](List& l) {
         l.Builder().Texts<VR_UI>(Group, Element, {"1.2", "3.4"});
     });
-    Expect(
-        "A^B\\C ", [](List& l) { l.Add(VR_PN, -2, "A^B", "C"); },
-        "VR=PN: vector fct not implemented (nb_arg=-2)");
+    Expect("A^B\\C ", "VR=PN: vector fct not implemented (nb_arg=-2)",
+           [](List& l) { l.Add(VR_PN, -2, "A^B", "C"); });
     Expect("", [](List& l) { l.Add(VR_CS, 0); });
 }
 
@@ -129,12 +129,10 @@ TEST_F(Add, StoresBinaryNumbers)
     Expect("\0\0\x80\x3F"s, [&](List& l) { l.Builder().Floats<VR_FL>(Group, Element, {&one, 1}); });
     Expect("\0\0\0\0\0\0\xF0\x3F"s, [](List& l) { l.Add(VR_FD, 1, 1.0); });
     Expect("\x10\0\x20\0"s, [](List& l) { l.Builder().Tag(Group, Element, 0x0010, 0x0020); });
-    Expect(
-        "\x10\0\x20\0"s, [](List& l) { l.Add(VR_AT, 3, 0x0010, 0x0020, 0x0030); },
-        "VR=AT: only multiple of 2 accepted (nb_arg=3 != 2*n)");
-    Expect(
-        "\x10\0\x20\0"s, [](List& l) { l.Add(VR_AT, -2, 0x0010, 0x0020); },
-        "VR=AT: vector fct not implemented (nb_arg=-2)");
+    Expect("\x10\0\x20\0"s, "VR=AT: only multiple of 2 accepted (nb_arg=3 != 2*n)",
+           [](List& l) { l.Add(VR_AT, 3, 0x0010, 0x0020, 0x0030); });
+    Expect("\x10\0\x20\0"s, "VR=AT: vector fct not implemented (nb_arg=-2)",
+           [](List& l) { l.Add(VR_AT, -2, 0x0010, 0x0020); });
     List lone;
     const Message_Log log;
     lone.Add(VR_AT, 1, 0x0010, 0x0020);
@@ -181,20 +179,17 @@ TEST_F(Add, StoresDatesAndTimes)
         {{1, 1, 2, NAN, nullptr, nullptr}, "010200", "VR=TM: no time, 010200 is stored"},
     };
     for (const auto& row : rows) {
-        Expect(
-            row.text, [&](List& l) { l.Add(VR_TM, 1, &row.time); }, row.message);
+        Expect(row.text, row.message, [&](List& l) { l.Add(VR_TM, 1, &row.time); });
     }
     OrisWare_Time text = {};
     Make_Oris_Time(&text, "10:11:12", "hh:mm:ss");
     Expect("101112", [&](List& l) { l.Add(VR_TM, 1, &text); });
     text.time_str[0] = 'x';
-    Expect(
-        "101112", [&](List& l) { l.Add(VR_TM, 1, &text); }, "VR=TM: no time, 101112 is stored");
+    Expect("101112", "VR=TM: no time, 101112 is stored", [&](List& l) { l.Add(VR_TM, 1, &text); });
     Time_Free(&text);
     const OrisWare_Date none = {Oris_State_Numeric, 2023, 2, 29, nullptr, nullptr};
-    Expect(
-        "00000000", [&](List& l) { l.Add(VR_DA, 1, &none); },
-        "VR=DA: no date (2023,2,29), 00000000 is stored");
+    Expect("00000000", "VR=DA: no date (2023,2,29), 00000000 is stored",
+           [&](List& l) { l.Add(VR_DA, 1, &none); });
 }
 
 TEST_F(Add, RefusesWhatIsMissingOrUnknown)

@@ -1,4 +1,5 @@
 // Taking records out of lists, and freeing them.
+#include "support/case_page.h"
 #include "support/message_log.h"
 #include "support/record_builder.h"
 
@@ -6,33 +7,22 @@
 
 namespace {
 
-struct Delete_Case {
-    const char* list;
-    unsigned short group;
-    unsigned short element;
-    const char* expected;
-};
+constexpr char Page[] = "dicom/attributes/delete_remove.cases";
 
 TEST(Delete, TakesWildcards)
 {
-    const Delete_Case cases[] = {
-        {"0008,0005 0010,0010 0010,0020", 0x0010, 0x0020, "0008,0005 0010,0010"},
-        {"0008,0005 0010,0010 0010,0020", 0x0010, 0xFFFF, "0008,0005"},
-        {"0008,0010 0010,0010 0010,0020", 0xFFFF, 0x0010, "0010,0020"},
-        {"0008,0010 0010,0010", 0xFFFF, 0xFFFF, ""},
-        {"0009,0010 0011,0010 0020,0013", 0xFFF1, 0xFFFF, "0020,0013"},
-        // The oddness of the first record that stays decides for those behind it.
-        {"0008,0005 0009,0010 0011,0010", 0xFFF1, 0xFFFF, "0008,0005 0009,0010 0011,0010"},
-        {"0009,0011 0010,0010 0011,0010", 0xFFF1, 0x0010, "0009,0011"},
-    };
-    for (const Delete_Case& test : cases) {
+    For_Each_Case(Page, "deleted", 4, [](const Case_Row& row) {
         DICOM_Root root = {};
-        Record_List list(test.list);
-        EXPECT_EQ(DICOM_Attribute_Delete(nullptr, &root, &list.head, test.group, test.element), 1);
-        EXPECT_EQ(Tags(list.head), test.expected) << test.list;
-        EXPECT_EQ(DICOM_Attribute_Delete(nullptr, &root, &list.head, test.group, test.element),
-                  list.head != nullptr ? 1 : 0);
-    }
+        Record_List list(row[0]);
+        const auto remove = [&] {
+            return DICOM_Attribute_Delete(nullptr, &root, &list.head,
+                                          static_cast<unsigned short>(row.Number(1)),
+                                          static_cast<unsigned short>(row.Number(2)));
+        };
+        EXPECT_EQ(remove(), 1);
+        EXPECT_EQ(Tags(list.head), row[3]);
+        EXPECT_EQ(remove(), list.head != nullptr ? 1 : 0);
+    });
 }
 
 TEST(Delete, ReachesItemsAndKeepsTheListUsable)
@@ -79,27 +69,19 @@ TEST(Remove, FollowsTheStatus)
 {
     constexpr char List[] = "0008,0000 0008,0001!20 0008,0002!100 0008,0003!800 0009,0004!40 "
                             "FFFE,E000~I- FFFE,E00D~Ia 0010,0010";
-    const std::pair<unsigned char, const char*> cases[] = {
-        {0, "0008,0000 0008,0001 0008,0002 0009,0004 FFFE,E000 FFFE,E00D 0010,0010"},
-        {0x01, "0008,0001 0008,0002 0009,0004 FFFE,E000 FFFE,E00D 0010,0010"},
-        {0x02, "0008,0000 0008,0001 0009,0004 FFFE,E000 FFFE,E00D 0010,0010"},
-        {0x04, "0008,0000 0008,0002 0009,0004 FFFE,E000 FFFE,E00D 0010,0010"},
-        {0x08, "0008,0000 0008,0001 0008,0002 0009,0004 0010,0010"},
-        {0x10, "0008,0000 0008,0001 0008,0002 FFFE,E000 FFFE,E00D 0010,0010"},
-        {0x1F, "0010,0010"},
-    };
-    for (const auto& [mode, expected] : cases) {
+    For_Each_Case(Page, "removed", 2, [&](const Case_Row& row) {
         Inserted_List list(List);
         Add_Items(*list.head->last, {List, "0008,0003!800"});
         const Message_Log log(5);
+        const auto mode = static_cast<unsigned char>(row.Number(0));
         EXPECT_EQ(DICOM_Attribute_Remove(nullptr, &list.head, mode), 0);
-        EXPECT_EQ(Tags(list.head), expected + ("[" + std::string(expected) + "]"));
+        EXPECT_EQ(Tags(list.head), row[1] + "[" + row[1] + "]");
         EXPECT_EQ(log.Count("DICOM_Attribute_Remove(0008,0003) Removing tag"), 3);
         EXPECT_EQ(log.All()[0].severity, 0x90002005U);
-        Record_List record("0040,0001");
+        const Record_List record("0040,0001");
         DICOM_Attribute_Insert(nullptr, &list.root, &list.head, record.head, 0);
         EXPECT_THAT(Tags(list.head), testing::EndsWith("] 0040,0001"));
-    }
+    });
     Flag_DICOM_Propriatery = 1;
     Record_List kept("0009,0010!40");
     DICOM_Attribute_Remove(nullptr, &kept.head, 0x10);

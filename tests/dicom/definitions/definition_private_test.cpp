@@ -19,7 +19,7 @@ TEST(Definition_Private, RecordsAreCompletedByTheirCreator)
     For_Each_Case("dicom/definitions/private.cases", "completed", 5, [](const Case_Row& row) {
         const Record_List list(row[1]);
         EXPECT_EQ(DICOM_Module_Read_Private(nullptr, row.Text(0), list.head), row.Number(2));
-        EXPECT_EQ(list.head->vr_default, row[3] == "--" ? 0 : row.VR(3));
+        EXPECT_EQ(list.head->vr_default, row.VR(3));
         EXPECT_STREQ(list.head->description, row.Text(4));
     });
     Record_List list("0029,0010=ACME_MR_ 0029,1008");

@@ -15,8 +15,9 @@ using testing::IsEmpty;
 
 TAG_db_Elems* Locate(const std::string& tag)
 {
-    return NEMA_db_Locate(static_cast<unsigned short>(std::stoi(tag.substr(0, 4), nullptr, 16)),
-                          static_cast<unsigned short>(std::stoi(tag.substr(5), nullptr, 16)));
+    const unsigned int number = Case_Row({tag}).Tag(0);
+    return NEMA_db_Locate(static_cast<unsigned short>(number >> 16),
+                          static_cast<unsigned short>(number));
 }
 
 /** "Name;VR min-max;VR min-max", or "-" for no entry; retired entries end in ";RET". */

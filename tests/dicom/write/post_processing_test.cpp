@@ -1,4 +1,6 @@
 // The steps before the output: merging, marking, deleting, loading, verifying.
+#include "support/case_page.h"
+#include "support/current_standard.h"
 #include "support/message_log.h"
 #include "support/record_builder.h"
 
@@ -16,6 +18,8 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr char Page[] = "dicom/write/post_processing.cases";
 
 /** A nested list: records of the one item of a sequence follow it, with a ">" per level. */
 DICOM_List* Make_List(const std::string& notation)
@@ -51,21 +55,6 @@ TEST(Post_Processing, EmptyListsReturnAtOnce)
     EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, nullptr), 1);
     EXPECT_EQ(DICOM_Postproc_Verification(nullptr, &root, nullptr, nullptr, 0), 1);
 }
-
-/** Follows the current standard for the length of a test. */
-class Current_Standard {
-public:
-    explicit Current_Standard(bool is_set = true)
-    {
-        DICOM_Flag_Current_Standard = is_set ? 1 : 0;
-    }
-    Current_Standard(const Current_Standard&) = delete;
-    Current_Standard& operator=(const Current_Standard&) = delete;
-    ~Current_Standard()
-    {
-        DICOM_Flag_Current_Standard = 0;
-    }
-};
 
 TEST(Post_Processing, OverwriteReplacesForcedValuesAndMakesWhatIsAbsent)
 {
@@ -144,31 +133,12 @@ std::string Marked(const DICOM_List* list)
 
 TEST(Post_Processing, Step2MarksWhatIsEmpty)
 {
-    struct Case {
-        const char* list;
-        const char* marked;
-        int bytes;
-    };
-    const Case cases[] = {
-        {"0008,0005 0008,0008@3 0008,0016@2 0008,0018@1 0008,0020@2C 0008,0060=CT",
-         "0008,0005 0008,0008 ", 2},
-        {"0008,1140:SQ@2C >0008,1150@1 >0008,1155=1.2@1", "0008,1150 ", 3},
-        {"0008,1140:SQ@3 >0008,1150@2", "0008,1140 ", 0},
-        {"0008,1140:SQ@1 >0008,2112:SQ@2C >>0008,1150@2", "0008,1150 ", 0},
-        {"0008,1140:SQ@2C >0008,2112:SQ@1 >>0008,1150@2", "0008,2112 ", 0},
-        {"0008,1140:SQ@3 >0008,1150#-1@2", "0008,1140 ", 0},
-        {"0008,1140:SQ@3 >0008,1150#1@2", "", 1},
-        {"0008,1140:SQ#9@3", "", 9},
-        {"0009,0010#2147483647 0009,0011#2147483647", "", 2147483647},
-        {"0009,0010:SQ >0009,0010#2147483646", "", 2147483646},
-        {"0008,1140:SQ@3 >FFFE,E000#20@1", "", 20},
-    };
-    for (const Case& test : cases) {
+    For_Each_Case(Page, "step 2", 3, [](const Case_Row& row) {
         DICOM_Root root = {};
-        const Record_List list(Make_List(test.list));
-        EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, list.head, 0), test.bytes);
-        EXPECT_EQ(Marked(list.head), test.marked) << test.list;
-    }
+        const Record_List list(Make_List(row[0]));
+        EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, list.head, 0), row.Number(2));
+        EXPECT_EQ(Marked(list.head), row[1] + (row[1].empty() ? "" : " "));
+    });
     const Current_Standard standard;
     DICOM_Root root = {};
     const Record_List list(Make_List("0008,1140:SQ@3 >FFFE,E000#20@1"));
@@ -339,33 +309,19 @@ TEST(Post_Processing, StepsTraceEachList)
     Record_List list(Make_List("0008,1140:SQ >0008,1150=1"));
     DICOM_List** const head = &list.head;
     const struct {
-        const char* name;
         std::function<int()> step;
+        const char* name;
     } steps[] = {
-        {"DICOM_Postproc_Overwrite",
-         [&] {
-             return DICOM_Postproc_Overwrite(nullptr, &root, head, module.head, 1);
-         }},
-        {"DICOM_Postproc_Step_1",
-         [&] {
-             return DICOM_Postproc_Step_1(nullptr, &root, head, module.head, 1);
-         }},
-        {"DICOM_Postproc_Step_2",
-         [&] {
-             return DICOM_Postproc_Step_2(nullptr, &root, *head, 0);
-         }},
-        {"DICOM_Postproc_Step_4",
-         [&] {
-             return DICOM_Postproc_Step_4(nullptr, &root, head, module.head);
-         }},
-        {"DICOM_Postproc_Step_5",
-         [&] {
-             return DICOM_Postproc_Step_5(nullptr, &root, *head);
-         }},
-        {"DICOM_Postproc_Verification",
-         [&] {
-             return DICOM_Postproc_Verification(nullptr, &root, *head, module.head, 0);
-         }},
+        {[&] { return DICOM_Postproc_Overwrite(nullptr, &root, head, module.head, 1); },
+         "DICOM_Postproc_Overwrite"},
+        {[&] { return DICOM_Postproc_Step_1(nullptr, &root, head, module.head, 1); },
+         "DICOM_Postproc_Step_1"},
+        {[&] { return DICOM_Postproc_Step_2(nullptr, &root, *head, 0); }, "DICOM_Postproc_Step_2"},
+        {[&] { return DICOM_Postproc_Step_4(nullptr, &root, head, module.head); },
+         "DICOM_Postproc_Step_4"},
+        {[&] { return DICOM_Postproc_Step_5(nullptr, &root, *head); }, "DICOM_Postproc_Step_5"},
+        {[&] { return DICOM_Postproc_Verification(nullptr, &root, *head, module.head, 0); },
+         "DICOM_Postproc_Verification"},
     };
     for (const auto& row : steps) {
         const Message_Log log(5);
@@ -406,41 +362,22 @@ TEST(Post_Processing, ModuleAddAsksHandlersFirst)
     DICOM_Module_List_Group_Grow(0x0011, Create);
     EXPECT_EQ(DICOM_Module_List_Private_Grow(0x0011, Refuse), 1);
     DICOM_Module_List_Private_Grow(0x0012, Throw);
-    struct Case {
-        const char* node;
-        int result;
-        int calls;
-        const char* tags;
-    };
     Message_Log log(1);
-    const auto add = [](const Case& test) {
+    const auto add = [](const Case_Row& row) {
         int calls = 0;
         DICOM_Root root = {};
-        const Record_List node(test.node);
+        const Record_List node(row[0]);
         Record_List list;
-        EXPECT_EQ(DICOM_Module_Add(nullptr, &root, &list.head, node.head, &calls), test.result);
-        EXPECT_EQ(calls, test.calls) << test.node;
-        EXPECT_EQ(Tags(list.head), test.tags) << test.node;
+        EXPECT_EQ(DICOM_Module_Add(nullptr, &root, &list.head, node.head, &calls), row.Number(1));
+        EXPECT_EQ(calls, row.Number(2));
+        EXPECT_EQ(Tags(list.head), row[3]);
     };
-    const Case cases[] = {
-        {"0010,0010@1", 0, 10, "0010,0010"},
-        {"0011,0010@1", 1, 11, "0011,0010"},
-        {"0008,0020~DA@2", 1, 0, "0008,0020"},
-        {"0008,0020~DA@2C", 1, 0, "0008,0020"},
-        {"0008,0020~DA@1", 1, 0, ""},
-        {"0008,0020~DA@1C", 1, 0, ""},
-        {"0008,0020~DA@3", 1, 0, ""},
-        {"0008,0020~DA", 0, 0, ""},
-        {"0012,0010~LO@2", 1, 100, "0012,0010"},
-    };
-    for (const Case& test : cases) {
-        add(test);
-    }
+    For_Each_Case(Page, "module add", 4, add);
     EXPECT_EQ(log.Lines(),
               "90002001 \361\004ERROR: \002Unknown tag type (\0010008\002,\0010020\002)\n"
               "1 Error: file:NEMA_Write_Module line:N\n");
     DICOM_Lib_Cleanup();
-    add({"0010,0010~PN@2", 1, 0, "0010,0010"});
+    add(Case_Row({"0010,0010~PN@2", "1", "0", "0010,0010"}));
 
     log.Clear();
     Flag_Trace = 9;

@@ -2,6 +2,7 @@
 // uncompressed transfer syntaxes, from a file and from a memory image, at the sizes where the handling
 // changes.
 #include "support/byte_input.h"
+#include "support/case_page.h"
 #include "support/extracted_values.h"
 #include "support/record_builder.h"
 
@@ -43,61 +44,23 @@ std::string Extract_From(int source, const std::string& stream, unsigned char co
 
 TEST(Round_Trips, ValuesComeBackAsTheyWereGiven)
 {
-    const struct {
-        const char* vr;
-        const char* extractor;
-        std::string part;
-        std::size_t width = 1;
-    } rows[] = {
-        {"AE", "Str", "SIXTEEN_LETTERS_\\"},
-        {"AS", "Str", "045Y"},
-        {"CS", "Str", "ORIGINAL\\"},
-        {"DA", "Date", "19991231"},
-        {"DS", "Float", "-1.25\\300\\"},
-        {"DT", "Time", "19991231235907.25 "},
-        {"FD", "Float", "abcdefgh", 8},
-        {"FL", "Float", "abcdefgh", 4},
-        {"IS", "Int", "-12\\3456\\"},
-        {"LO", "Str", "A text of some length\\"},
-        {"LT", "Str", "a\\b"},
-        {"OB", "Hex", "bytes"},
-        {"OD", "Float", "abcdefgh", 8},
-        {"OF", "Float", "abcdefgh", 4},
-        {"OL", "Int", "abcdefgh", 4},
-        {"OW", "Int", "abcdefgh", 2},
-        {"PN", "Name", "Doe^Jane^^Dr.\\Roe\\"},
-        {"SH", "Str", "short\\"},
-        {"SL", "Int", "abcdefgh", 4},
-        {"SS", "Int", "abcdefgh", 2},
-        {"ST", "Str", "a\\b"},
-        {"SV", "Int", "abcdefgh", 8},
-        {"TM", "Time", "235907.25"},
-        {"UC", "Str", "words\\"},
-        {"UI", "Str", "1.2.840\\"},
-        {"UL", "Int", "abcdefgh", 4},
-        {"UN", "Hex", "bytes"},
-        {"UR", "Str", "http:"},
-        {"US", "Int", "abcdefgh", 2},
-        {"UT", "Str", "a\\b"},
-        {"UV", "Int", "abcdefgh", 8},
-    };
     // Values longer than a 2-byte length tells need the current standard.
     DICOM_Flag_Current_Standard = 1;
-    for (const auto& row : rows) {
+    For_Each_Case("dicom/write/round_trip.cases", "values", 4, [](const Case_Row& row) {
         for (const std::size_t size : {18U, 1024U, 1026U, 1032U, 65534U, 65536U}) {
             // Names, dates and times are not fetched from the source.
             const std::string fetched = "Str Int Float Hex";
-            if (size % row.width != 0 ||
-                (size > 1024 && fetched.find(row.extractor) == fetched.npos)) {
+            if (size % static_cast<std::size_t>(row.Number(3)) != 0 ||
+                (size > 1024 && fetched.find(row[1]) == fetched.npos)) {
                 continue;
             }
-            const Record_List given("0009,1001:" + std::string(row.vr));
+            const Record_List given("0009,1001:" + row[0]);
             std::string value;
             while (value.size() < size) {
-                value += row.part;
+                value += row[2];
             }
             Set_Value(*given.head, value.substr(0, size));
-            const std::string values = Extract(row.extractor, *given.head);
+            const std::string values = Extract(row[1].c_str(), *given.head);
             for (const int code : {0, 8, 9}) {
                 char* buffer = nullptr;
                 const int length =
@@ -105,15 +68,15 @@ TEST(Round_Trips, ValuesComeBackAsTheyWereGiven)
                 const std::string stream(buffer, static_cast<std::size_t>(length));
                 DICOM_Lib_Free(&buffer);
                 for (const int source : {NEMA_Source_File, NEMA_Source_Memory}) {
-                    SCOPED_TRACE(std::string(row.vr) + " " + std::to_string(size) + " " +
-                                 std::to_string(code) + " " + std::to_string(source));
+                    SCOPED_TRACE(row[0] + " " + std::to_string(size) + " " + std::to_string(code) +
+                                 " " + std::to_string(source));
                     EXPECT_EQ(Extract_From(source, stream, static_cast<unsigned char>(code),
-                                           row.extractor, given.head->vr),
+                                           row[1].c_str(), given.head->vr),
                               values);
                 }
             }
         }
-    }
+    });
     DICOM_Flag_Current_Standard = 0;
 }
 

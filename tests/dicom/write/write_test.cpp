@@ -1,4 +1,5 @@
 // Writing: the bytes of elements, sequences, groups and the Part 10 head.
+#include "support/case_page.h"
 #include "support/message_log.h"
 #include "support/record_builder.h"
 
@@ -46,6 +47,8 @@ DICOM_List* Linked(const Records& records)
     return records.front();
 }
 
+constexpr char Page[] = "dicom/write/write.cases";
+
 class Write : public testing::Test {
 protected:
     ~Write() override
@@ -83,39 +86,16 @@ private:
 
 TEST_F(Write, ElementsInEveryCode)
 {
-    const auto make = [this](unsigned short vr, const char* value) {
-        return Record(0x00280010, vr, value);
-    };
-    const struct {
-        DICOM_List* record;
-        char current;
-        const char *implicit, *little, *big;  // what follows the tag
-    } rows[] = {
-        {make(VR_PN, "DOE^J"), 0, "05000000444F455E4A", "504E0500444F455E4A", "504E0005444F455E4A"},
-        {make(VR_UT, "ab"), 0, "020000006162", "555402006162", "555400026162"},
-        {make(VR_UT, "ab"), 1, "020000006162", "55540000020000006162", "55540000000000026162"},
-        {make(VR_OB, "ab"), 0, "020000006162", "4F420000020000006162", "4F420000000000026162"},
-        {make(VR_OW, "abc"), 1, "0400000061626300", "4F5700000400000061626300",
-         "4F5700000000000462616300"},
-        {make(VR_UL, "abcd"), 0, "0400000061626364", "554C040061626364", "554C000464636261"},
-        {make(VR_FD, "abcdefgh"), 0, "080000006162636465666768", "464408006162636465666768",
-         "464400086867666564636261"},
-        {make(VR_AT, "abcd"), 0, "0400000061626364", "4154040061626364", "4154000461626364"},
-        {make(VR_AT, "abcd"), 1, "0400000061626364", "4154040061626364", "4154000462616463"},
-        {make(VR_LO, "a"), 1, "020000006120", "4C4F02006120", "4C4F00026120"},
-        {make(VR_UI, "1"), 1, "020000003100", "554902003100", "554900023100"},
-        {make(0, "ab"), 0, "020000006162", "000002006162", "000000026162"},
-        {make(0, "ab"), 1, "020000006162", "554E0000020000006162", "554E0000000000026162"},
-        {Empty(0x00280010, VR_US, 2), 0, "020000000000", "555302000000", "555300020000"},
-        {Empty(0x00280010, VR_LO, INT_MIN), 0, "00000000", "4C4F0000", "4C4F0000"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.little);
-        DICOM_Flag_Current_Standard = row.current;
-        EXPECT_EQ(Stream(0, row.record), std::string("28001000") + row.implicit);
-        EXPECT_EQ(Stream(8, row.record), std::string("28001000") + row.little);
-        EXPECT_EQ(Stream(9, row.record), std::string("00280010") + row.big);
-    }
+    For_Each_Case(Page, "elements", 6, [this](const Case_Row& row) {
+        const unsigned short vr = row.VR(0);
+        DICOM_List* const record = row[1].starts_with("size ")
+                                       ? Empty(0x00280010, vr, std::stoi(row[1].substr(5)))
+                                       : Record(0x00280010, vr, row[1]);
+        DICOM_Flag_Current_Standard = static_cast<char>(row.Number(2));
+        EXPECT_EQ(Stream(0, record), "28001000" + row[3]);
+        EXPECT_EQ(Stream(8, record), "28001000" + row[4]);
+        EXPECT_EQ(Stream(9, record), "00280010" + row[5]);
+    });
     EXPECT_EQ(Stream(8, Empty(0xFFFEE000, VR_Item, 500)), "FEFF00E000000000");
 
     DICOM_Flag_Current_Standard = 0;
@@ -245,73 +225,42 @@ TEST_F(Write, LeavesOutWhatStandsBehindAHigherGroup)
               (std::vector<int>{0x0008, 0x0018, 0x0018, 0x0020}));
 }
 
+/** The traces of a call, with what tables of the page have between them. */
+std::string Traces(const std::string& call, std::initializer_list<const char*> tables)
+{
+    std::string lines = "90002009 >>> in  Lib_DICOM: " + call + "\n";
+    for (const char* const table : tables) {
+        For_Each_Case(Page, table, 1, [&](const Case_Row& row) { lines += row[0] + "\n"; });
+    }
+    return lines + "90002009 <<< out Lib_DICOM: " + call + "\n";
+}
+
 TEST_F(Write, TracesGroupsAndElements)
 {
     DICOM_List* const inner =
         Linked({Record(0x7FF00018, VR_UI, "1.2 "), Empty(0x7FF01140, VR_SQ, 0)});
     DICOM_List* const list =
         Linked({Empty(0x7FF01140, VR_SQ, 0, {inner}), Empty(0x7FF20010, VR_LO, 2)});
-    const std::string size = "90002007 >>> in  Lib_DICOM: DICOM_Attribute_Size(";
-    const std::string size_out = "90002007 <<< out Lib_DICOM: DICOM_Attribute_Size(";
-    const std::string element = "90002007 >>> in  Lib_DICOM: DICOM_Attribute_To_Str(";
-    const std::string element_out = "90002007 <<< out Lib_DICOM: DICOM_Attribute_To_Str(";
-    const std::string tag = "90002007 -> DICOM_Attribute_To_Str() tag (";
-    const std::string group = "90002007 >>> in  Lib_DICOM: DICOM_Write_Group(";
-    const std::string group_out = "90002007 <<< out Lib_DICOM: DICOM_Write_Group(size=";
-    const std::string sizes = size + "7ff0,1140)\n" + size + "7ff0,0018)\n" + size_out + "12)\n" +
-                              size + "7ff0,1140)\n" + size_out + "20)\n" + size_out + "68)\n" +
-                              size + "7ff2,0010)\n" + size_out + "10)\n";
-    const std::string first =
-        element + "7ff0,1140)\n" + element + "7ff0,0018)\n" + tag +
-        "7ff0,0018) = 12 bytes tot, 4 bytes data\n" + element_out + ")\n" + element +
-        "7ff0,1140)\n" + tag + "7ff0,1140) = 20 bytes tot, 0 bytes data\n" + element_out + ")\n" +
-        tag + "7ff0,1140) = 68 bytes tot, 0 bytes data\n" + element_out + ")\n";
-    const std::string second = element + "7ff2,0010)\n" + tag +
-                               "7ff2,0010) = 10 bytes tot, 2 bytes data\n" + element_out +
-                               "! pt->data)\n";
-    const std::string name = "DICOM_Write_Buffer_C()";
-    std::string groups = group + "7ff0)\n" + first + group_out + "68)\n90002004 -> " + name +
-                         " group (7ff0) = 68 bytes tot, 68 bytes data\n" + group + "7ff2)\n" +
-                         second + group_out + "10)\n90002004 -> " + name +
-                         " group (7ff2) = 78 bytes tot, 10 bytes data\n";
-    for (const char* const absent : {"7ff4", "7ff6", "7ff8", "7ffa", "7ffc", "7ffe"}) {
-        groups += group + absent + ")\n" + group_out + "0)\n90002004 -> " + name + " group (" +
-                  absent + ") = 78 bytes tot, 0 bytes data\n";
-    }
-    const auto call = [](const std::string& text, const std::string& inside) {
-        return "90002009 >>> in  Lib_DICOM: " + text + "\n" + inside +
-               "90002009 <<< out Lib_DICOM: " + text + "\n";
-    };
     Message_Log log(9);
     Written(&DICOM_Write_Buffer_C, 8, list, nullptr);
-    EXPECT_EQ(log.Lines(), call(name, sizes + groups));
+    EXPECT_EQ(log.Lines(),
+              Traces("DICOM_Write_Buffer_C()",
+                     {"sizes", "first group", "first", "second group", "second", "other groups"}));
     log.Clear();
     Stream(8, list);
-    EXPECT_EQ(log.Lines(), call("DICOM_List2Stream()", sizes + first + second));
+    EXPECT_EQ(log.Lines(), Traces("DICOM_List2Stream()", {"sizes", "first", "second"}));
     log.Clear();
-    DICOM_List* const meta = Record(0x00020010, VR_UI, "ab");
-    Written(&DICOM_Write_Part10, 8, meta);
-    EXPECT_EQ(log.Lines(),
-              call("DICOM_Write_Part10()",
-                   size + "0002,0010)\n" + size_out + "10)\n" +
-                       "90002007 >>> in  Lib_DICOM: DICOM_Write_Element_0000(0002)\n" + element +
-                       "0002,0000)\n" + tag + "0002,0000) = 12 bytes tot, 4 bytes data\n" +
-                       element_out + ")\n" +
-                       "90002007 <<< out Lib_DICOM: DICOM_Write_Element_0000()\n" + group +
-                       "0002)\n" + element + "0002,0010)\n" + tag +
-                       "0002,0010) = 10 bytes tot, 2 bytes data\n" + element_out + ")\n" +
-                       group_out + "10)\n"));
+    Written(&DICOM_Write_Part10, 8, Record(0x00020010, VR_UI, "ab"));
+    EXPECT_EQ(log.Lines(), Traces("DICOM_Write_Part10()", {"head"}));
     log.Clear();
     DICOM_Flag_Current_Standard = 1;
     Stream(8, Empty(0xFFFEE000, VR_Item, 4));
-    EXPECT_EQ(log.Lines(),
-              call("DICOM_List2Stream()", size + "fffe,e000)\n" + size_out + "0)\n" + element +
-                                              "fffe,e000)\n" + element_out + "! size)\n"));
+    EXPECT_EQ(log.Lines(), Traces("DICOM_List2Stream()", {"item"}));
     DICOM_Flag_Current_Standard = 0;
     log.Clear();
     EXPECT_EQ(DICOM_Write_Image_Fct(nullptr) + DICOM_Write_Image_B_Fct(nullptr), 2);
     EXPECT_EQ(log.Lines(),
-              call("DICOM_Write_Image_Fct()", "") + call("DICOM_Write_Image_B_Fct()", ""));
+              Traces("DICOM_Write_Image_Fct()", {}) + Traces("DICOM_Write_Image_B_Fct()", {}));
 }
 
 TEST_F(Write, ListsOfAnyDepth)

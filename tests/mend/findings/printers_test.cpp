@@ -3,6 +3,7 @@
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
 #include "mend/findings/report_text.h"
+#include "support/case_page.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -61,26 +62,10 @@ TEST(Reports, HoldValuesApartInJSON)
 
 TEST(Reports, KeepLettersThatAreNotSeenOutOfJSON)
 {
-    struct Case {
-        const char* name;
-        const char* as_name;
-        const char* as_text;
-    };
-    const Case cases[] = {
-        {"plain \xC3\xA9 \xE5\xB1\xB1", "plain \xC3\xA9 \xE5\xB1\xB1",
-         "plain \xC3\xA9 \xE5\xB1\xB1"},
-        {"\x1B[2J\n", "\\u001b[2J\\u000a", "\\u001b[2J\\u000a"},
-        {"\xC2\x9B", "\\u009b", "\\u009b"},
-        {"\xE2\x80\xAE", "\\u202e", "\\u202e"},
-        {"\xF3\xA0\x80\x81", "\\udb40\\udc01", "\\udb40\\udc01"},
-        {"a\xFF", "a\xEF\xBF\xBD", "a\\\\xFF"},
-        {"\xED\xA0\x80", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD", "\\\\xED\\\\xA0\\\\x80"},
-        {"\xC0\x80", "\xEF\xBF\xBD\xEF\xBF\xBD", "\\\\xC0\\\\x80"},
-    };
-    for (const Case& each : cases) {
-        EXPECT_EQ(JSON_Name(each.name), std::string("\"") + each.as_name + "\"");
-        EXPECT_EQ(JSON_Text(each.name), std::string("\"") + each.as_text + "\"");
-    }
+    For_Each_Case("mend/findings/printers.cases", "json", 3, [](const Case_Row& row) {
+        EXPECT_EQ(JSON_Name(row[0]), '"' + row[1] + '"');
+        EXPECT_EQ(JSON_Text(row[0]), '"' + row[2] + '"');
+    });
 }
 
 std::string Whole(const std::string& path)

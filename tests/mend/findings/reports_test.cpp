@@ -1,6 +1,7 @@
 // Which values reports quote.
 #include "mend/findings/faults.h"
 #include "mend/findings/privacy.h"
+#include "support/case_page.h"
 
 #include <gtest/gtest.h>
 
@@ -10,45 +11,14 @@ using namespace lib_mend;
 
 TEST(Privacy, QuotesNumbersTagsRegisteredUIDsAndTermsOnly)
 {
-    struct Row {
-        Tag tag;
-        unsigned short vr;
-        std::string_view value;
-        bool harmless;
-    };
-    constexpr Row Rows[] = {
-        {{0x0028, 0x0010}, VR_US, "512", true},
-        {{0x0028, 0x0030}, VR_DS, "0.5\\-1.25E+2 ", true},
-        {{0x0028, 0x0030}, VR_DS, "+.5\\5.\\-5e-10", true},
-        {{0x0028, 0x0030}, VR_DS, "DOE^JANE", false},
-        {{0x0028, 0x0030}, VR_DS, "1960-01-02", false},
-        {{0x0028, 0x0030}, VR_DS, "1\\01.02.1960", false},
-        {{0x0028, 0x0030}, VR_DS, "1E", false},
-        {{0x0028, 0x0030}, VR_DS, "E5", false},
-        {{0x0028, 0x0030}, VR_DS, "-.", false},
-        {{0x0018, 0x0050}, VR_DS, "", true},
-        {{0x0008, 0x0060}, VR_CS, "MR", true},
-        {{0x0008, 0x0060}, VR_CS, "mr", false},
-        {{0x0008, 0x0060}, VR_CS, "SMITH", false},
-        {{0x0008, 0x0008}, VR_CS, "ORIGINAL\\PRIMARY", true},
-        {{0x0008, 0x0008}, VR_CS, "ORIGINAL\\MILLER", false},
-        {{0x6002, 0x0040}, VR_CS, "G", true},
-        {{0x0028, 0x0009}, VR_AT, "(0018,1063)", true},
-        {{0x0028, 0x0009}, VR_AT, "0018,10AF", true},
-        {{0x0028, 0x0009}, VR_AT, "Bea,Ada", false},
-        {{0x0008, 0x0016}, VR_UI, "1.2.840.10008.5.1.4.1.1.4", true},
-        {{0x0008, 0x0018}, VR_UI, "1.2.840.99999.1", false},
-        {{0x0008, 0x0080}, VR_LO, "4711", false},
-        {{0x0008, 0x0020}, VR_DA, "19970424", false},
-        {{0x0010, 0x0040}, VR_CS, "M", false},
-        {{0x0010, 0x1030}, VR_DS, "65", false},
-        {{0x0009, 0x1001}, VR_DS, "65", false},
-        {{0x0018, 0x0050}, 0, "3.5", true},
-    };
-    for (const Row& row : Rows) {
-        EXPECT_EQ(Is_Harmless(row.tag, row.vr, row.value), row.harmless)
-            << Tag_Text(row.tag) << " " << row.value;
-    }
+    For_Each_Case("mend/findings/reports.cases", "values", 4, [](const Case_Row& row) {
+        const unsigned long tag = row.Tag(0);
+        const unsigned short vr = row.VR(1);
+        EXPECT_EQ(
+            Is_Harmless({static_cast<unsigned short>(tag >> 16), static_cast<unsigned short>(tag)},
+                        vr, row[2]),
+            row[3] == "quoted");
+    });
 }
 
 TEST(Privacy, ShowsBothValuesOfAFindingOrNone)

@@ -1,75 +1,31 @@
 // Files that do not begin with 128 bytes and "DICM", and files that are none.
+#include "support/case_page.h"
 #include "support/read_in_memory.h"
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace {
 
 using namespace std::string_literals;
 
-const std::string& Group_And_Data()
-{
-    static const std::string bytes = Small_File().substr(132);
-    return bytes;
-}
-
-std::string Zeros(std::size_t count)
-{
-    return std::string(count, '\0');
-}
+constexpr char Page[] = "mend/reading/preamble.cases";
 
 TEST(Preamble, IsFoundWhateverStandsInItsPlace)
 {
-    const std::string& rest = Group_And_Data();
-    const std::string junk(300, 'j');
-    const std::string in_explicit = "the data set is in explicit VR little endian\n";
-    const std::string bare =
-        "change preamble no preamble and no file meta information; " + in_explicit;
-    const std::string no_group = "change file-meta no file meta information; " + in_explicit;
-    const Small_File_Case cases[] = {
-        {"sound", Small_File(), ""},
-        {"in use", "II*\0"s + Zeros(124) + "DICM" + rest,
-         "info preamble-used the preamble holds data of an application, which the output does "
-         "not\n"},
-        {"none", "DICM" + rest, "change preamble \"DICM\" stands without a preamble\n"},
-        {"none, and no prefix", rest, "change preamble no preamble\n"},
-        {"127 zeros", Zeros(127) + "DICM" + rest,
-         "change preamble the preamble has 127 bytes instead of 128\n"},
-        {"129 zeros", Zeros(129) + "DICM" + rest,
-         "change preamble the preamble has 129 bytes instead of 128\n"},
-        {"stray byte", "x" + Small_File(),
-         "change preamble 1 byte stands in front of the preamble\n", "x"},
-        {"junk", junk + Small_File(), "change preamble 300 bytes stand in front of the preamble\n",
-         junk},
-        {"junk and no preamble", junk + "DICM" + rest,
-         "change preamble 172 bytes stand in front of the preamble\n"
-         "info preamble-used the preamble holds data of an application, which the output does "
-         "not\n",
-         junk.substr(128)},
-        {"junk and no prefix", junk + rest,
-         "change preamble 300 bytes stand in front of the file meta information\n", junk},
-        {"junk and a wrong prefix", junk + Zeros(128) + "DICN" + rest,
-         "change preamble 300 bytes stand in front of the preamble, and the prefix \"DICM\" is "
-         "misspelt\n",
-         junk},
-        {"wrong letter", Zeros(128) + "DJCM" + rest,
-         "change preamble the prefix \"DICM\" is misspelt\n"},
-        {"small letters", Zeros(128) + "dicm" + rest,
-         "change preamble the prefix \"DICM\" is misspelt\n"},
-        {"other letters", Zeros(128) + "ABCM" + rest,
-         "change preamble other bytes stand in the place of \"DICM\"\n"},
-        {"wrong letter, no preamble", "DICm" + rest,
-         "change preamble the prefix \"DICM\" is misspelt and stands without a preamble\n"},
-        {"zeros only", Zeros(128) + rest,
-         "change preamble no \"DICM\" stands behind the preamble\n"},
-        {"no group", Zeros(128) + "DICM" + Small_Data_Set(), no_group},
-        {"no group, no prefix", Zeros(128) + Small_Data_Set(),
-         ("change preamble no \"DICM\" stands behind the preamble\n" + no_group)},
-        {"nothing", Small_Data_Set(), bare},
-        {"junk and nothing", junk + Small_Data_Set(),
-         ("change preamble 300 bytes stand in front of the data set\n" + bare), junk},
-    };
-    Expect_Small_Files(cases);
+    const std::string file = Small_File();
+    const std::map<std::string, std::size_t> places = {
+        {"preamble", 0},
+        {"DICM", 128},
+        {"group", 132},
+        {"data", file.size() - Small_Data_Set().size()}};
+    For_Each_Case(Page, "found", 5, [&](const Case_Row& row) {
+        const Read_File read = Read_In_Memory(row[1] + file.substr(places.at(row[2])));
+        EXPECT_EQ(read.elements, Small_Elements);
+        EXPECT_EQ(read.findings, row[3]);
+        EXPECT_EQ(read.skipped, row[4]);
+    });
 }
 
 TEST(Preamble, IsLookedForInTheFirstMebibyte)
@@ -90,27 +46,16 @@ TEST(Preamble, TellsAFileThatIsNoneInOneLine)
         state = state * 1103515245U + 12345U;
         noise += static_cast<char>(state >> 16);
     }
-    const std::pair<std::string, const char*> files[] = {
-        {"", "is empty"},
-        {Zeros(1), "holds nothing but zeros"},
-        {Zeros(200000), "holds nothing but zeros"},
-        {"root:x:0:0:root:/root:/bin/bash\n", "is no DICOM file, but a text"},
-        {std::string(70000, 'a') + "\xC3\xA4\n", "is no DICOM file, but a text"},
-        {"\x89PNG\r\n\x1A\n" + noise, "is no DICOM file, but a PNG image"},
-        {"\xFF\xD8\xFF\xE0" + noise, "is no DICOM file, but a JPEG image"},
-        {"%PDF-1.7\n" + noise, "is no DICOM file, but a PDF document"},
-        {"\x1F\x8B\x08" + noise, "is no DICOM file, but a gzip file"},
-        {"PK\3\4" + noise + Small_File(), "is no DICOM file, but a ZIP archive; unpack it first"},
-        {std::string(257, 'n') + "ustar" + Zeros(250) + Small_File(),
-         "is no DICOM file, but a tar archive; unpack it first"},
-        {"\1" + noise, "is no DICOM file"},
-        {noise.substr(0, 7), "is no DICOM file"},
-    };
-    for (const auto& [bytes, text] : files) {
-        const Read_File read = Read_In_Memory(bytes);
-        EXPECT_EQ(read.findings, "error not-dicom "s + text + "\n");
+    const std::map<std::string, std::string> rests = {{"", ""},
+                                                      {"noise", noise},
+                                                      {"seven bytes", noise.substr(0, 7)},
+                                                      {"file", Small_File()},
+                                                      {"noise, file", noise + Small_File()}};
+    For_Each_Case(Page, "none", 3, [&](const Case_Row& row) {
+        const Read_File read = Read_In_Memory(row[0] + rests.at(row[1]));
+        EXPECT_EQ(read.findings, "error not-dicom " + row[2] + "\n");
         EXPECT_EQ(read.elements + read.meta, "");
-    }
+    });
     // An image in front of a DICOM file is junk like any other.
     EXPECT_EQ(Read_In_Memory("\x89PNG\r\n\x1A\n" + noise + Small_File()).elements, Small_Elements);
 }

@@ -1,0 +1,47 @@
+// A folder that lives as long as its owner.
+#ifndef TESTS_SCRATCH_FOLDER_H
+#define TESTS_SCRATCH_FOLDER_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+class Scratch_Folder {
+public:
+    Scratch_Folder()
+    {
+        path = (std::filesystem::temp_directory_path() / "scratch_XXXXXX").string();
+        path = mkdtemp(path.data());
+    }
+    Scratch_Folder(const Scratch_Folder&) = delete;
+    Scratch_Folder& operator=(const Scratch_Folder&) = delete;
+    ~Scratch_Folder()
+    {
+        std::filesystem::remove_all(path);
+    }
+    std::string Path(const std::string& name) const
+    {
+        return path + "/" + name;
+    }
+    /** The path of the file that is written. */
+    std::string Write(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(Path(name), std::ios::binary) << bytes;
+        return Path(name);
+    }
+    std::string Read(const std::string& name) const
+    {
+        std::ifstream in(Path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    long Count() const
+    {
+        return std::distance(std::filesystem::directory_iterator(path), {});
+    }
+
+    std::string path;
+};
+
+#endif
