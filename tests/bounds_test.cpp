@@ -28,13 +28,23 @@ struct Cost {
     bool has_error = false;
 };
 
-/** The most that reading and mending a file take, without the file itself. */
-Cost Cost_Of(const std::string& file)
+/** What work allocates at the most, and what it leaves. */
+template <class Work>
+Cost Cost_Of_Work(const Work& work)
 {
     Cost cost;
     const std::size_t before = fault::Live_Bytes();
     fault::Reset_Peak();
-    {
+    work(cost);
+    cost.peak = fault::Peak_Bytes() - before;
+    cost.leaked = fault::Live_Bytes() - before;
+    return cost;
+}
+
+/** The most that reading and mending a file take, without the file itself. */
+Cost Cost_Of(const std::string& file)
+{
+    return Cost_Of_Work([&](Cost& cost) {
         Findings findings;
         const Library_Session session(findings);
         const std::span<const unsigned char> image(
@@ -43,10 +53,7 @@ Cost Cost_Of(const std::string& file)
         Encoded_File out;
         cost.mended = Mend(set, {}, findings, out);
         cost.has_error = findings.Has(Level::Error);
-    }
-    cost.peak = fault::Peak_Bytes() - before;
-    cost.leaked = fault::Live_Bytes() - before;
-    return cost;
+    });
 }
 
 class Bounds : public testing::Test {
@@ -76,21 +83,15 @@ TEST_F(Bounds, MemoryIsInProportionToHostileFiles)
     }
 }
 
-/** The most that reading JSON and mending what it holds take, without the text itself. */
+/** The most that reading JSON takes, without the text itself. */
 Cost Cost_Of_JSON(const std::string& text)
 {
-    Cost cost;
-    const std::size_t before = fault::Live_Bytes();
-    fault::Reset_Peak();
-    {
+    return Cost_Of_Work([&](Cost& cost) {
         Findings findings;
         const Library_Session session(findings);
-        Data_Set set = From_JSON(text, "test", findings);
-        cost.peak = fault::Peak_Bytes() - before;
+        const Data_Set set = From_JSON(text, "test", findings);
         cost.has_error = findings.Has(Level::Error);
-    }
-    cost.leaked = fault::Live_Bytes() - before;
-    return cost;
+    });
 }
 
 /** `part` as often as it takes to fill a text of the size, with commas between. */

@@ -384,6 +384,16 @@ void Add_Value(unsigned short vr, DICOM_List** list)
     const auto add = [&](auto... values) {
         DICOM_Attribute_Add(nullptr, &root, list, 0x0011, 0x1001, vr, 1, values...);
     };
+    const std::string name = {static_cast<char>(vr >> 8), static_cast<char>(vr)};
+    const auto is_one_of = [&](std::string_view names) {
+        return names.find(name) != names.npos;
+    };
+    if (is_one_of("IS SL UL OL SS US OW OB FL OF")) {
+        return add(1);
+    }
+    if (is_one_of("OV SV UV")) {
+        return add(std::int64_t{1});
+    }
     switch (vr) {
     case VR_DS:
         return add(&decimal);
@@ -396,24 +406,9 @@ void Add_Value(unsigned short vr, DICOM_List** list)
     case VR_FD:
     case VR_OD:
         return add(1.5);
-    case VR_OV:
-    case VR_SV:
-    case VR_UV:
-        return add(std::int64_t{1});
     case VR_AT:
         DICOM_Attribute_Add(nullptr, &root, list, 0x0011, 0x1001, vr, 2, 0x0008, 0x0060);
         return;
-    case VR_IS:
-    case VR_SL:
-    case VR_UL:
-    case VR_OL:
-    case VR_SS:
-    case VR_US:
-    case VR_OW:
-    case VR_OB:
-    case VR_FL:
-    case VR_OF:
-        return add(1);
     default:
         return add(vr == VR_AS   ? "007Y"
                    : vr == VR_UI ? "1.2.840.10008.5.1.4.1.1.7"
@@ -818,7 +813,7 @@ TEST(Fault, MendingWritesAllOrNothing)
     const Scratch_Folder folder;
     for (const std::string& bytes : {Sample(), Directory(), Deflated_Directory()}) {
         folder.Write("file", bytes);
-        const std::string path = folder.path + "/file";
+        const std::string path = folder.Path("file");
         const std::string whole = Mend_File(path, Whole).bytes;
         for (const auto& fault : faults) {
             Fail_In_Turn(fault.point, fault.kind, fault.error, [&](Trial& trial) {
@@ -862,7 +857,7 @@ TEST(Fault, AFileIsWrittenWholeOrNotAtAll)
                 std::string error = "no memory";
                 trial([&] {
                     try {
-                        error = lib_mend::Write_Safely(folder.path + "/out", pieces, replace);
+                        error = lib_mend::Write_Safely(folder.Path("out"), pieces, replace);
                     } catch (const std::bad_alloc&) {
                     }
                 });

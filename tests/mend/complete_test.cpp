@@ -4,6 +4,7 @@
 #include "mend/reading/reader.h"
 #include "mend/verify/complete.h"
 #include "mend/verify/verify.h"
+#include "support/case_page.h"
 #include "support/stream_builder.h"
 
 #include <gmock/gmock.h>
@@ -117,18 +118,9 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
     s.Item().Element(0x0008, 0x1155, "UI", "1.3\0").Item_End().Sequence_End();
     s.Element(0x0010, 0x4000, "LT", "NOTE").Element(0x0020, 0x0010, "SH", "");
     Data_Set set = Read(s.Bytes());
-    const char* const rules = "(0008,0060) 1 CS ! \"MR\"\n"
-                              "(0008,0070) 2 LO = \"MAKER\"\n"
-                              "(0008,0080) 3 LO = \"THERE\"\n"
-                              "(0008,0081) 3 ST + \"STREET\"\n"
-                              "(0008,1030) 3 LO + \"ADDED\"\n"
-                              "(0008,1110) 3 SQ\n>(0008,1150) 1 UI = \"1.9\"\n"
-                              "(0008,1140) 1 SQ\n>(0008,1150) 1 UI = \"1.4\"\n"
-                              ">(0008,1155) 1 UI ! \"1.5\"\n>(0008,1199) 2 SQ\n"
-                              "(0010,0010) 2 PN\n"
-                              "(0010,4000) 3 LT x\n"
-                              "(0020,0010) 2 SH\n"
-                              "(0040,0275) 3 SQ\n>(0040,0007) 3 LO ! \"FORCED\"\n";
+    std::string rules;
+    For_Each_Case("mend/complete.cases", "rules", 1,
+                  [&](const Case_Row& row) { rules += row[0] + "\n"; });
     EXPECT_EQ(Complete_By(set, rules, ""), "");
     EXPECT_EQ(Listing(set.records.Head()),
               "0008,0060=MR 0008,0070=MAKER 0008,0080=HERE 0008,0081=STREET "

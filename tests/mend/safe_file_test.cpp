@@ -1,6 +1,7 @@
 // Writing files under bad conditions: sudden ends, targets that are in the way.
 #include "mend/io/safe_file.h"
 #include "mend/writing/output.h"
+#include "support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,21 +28,8 @@ using lib_mend::Write_Safely;
 using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
-class Safe_File : public ::testing::Test {
+class Safe_File : public ::testing::Test, public Scratch_Folder {
 protected:
-    Safe_File()
-    {
-        std::string name = ::testing::TempDir() + "safe-file-XXXXXX";
-        folder_ = mkdtemp(name.data());
-    }
-    ~Safe_File() override
-    {
-        fs::remove_all(folder_);
-    }
-    std::string Path(const std::string& name) const
-    {
-        return (folder_ / name).string();
-    }
     static std::string Write(const std::string& path, const std::string& text, bool replace)
     {
         const std::span bytes(reinterpret_cast<const unsigned char*>(text.data()), text.size());
@@ -53,10 +41,6 @@ protected:
         std::ostringstream text;
         text << std::ifstream(path, std::ios::binary).rdbuf();
         return text.str();
-    }
-    static auto Count(const fs::path& folder)
-    {
-        return std::distance(fs::directory_iterator(folder), {});
     }
     /** Runs a child process and gives its end as waitpid tells it. */
     static int In_Child(const std::function<bool()>& work,
@@ -71,8 +55,6 @@ protected:
         waitpid(child, &status, 0);
         return status;
     }
-
-    fs::path folder_;
 };
 
 TEST_F(Safe_File, LeavesWhatItMayNotReplace)
@@ -101,7 +83,7 @@ TEST_F(Safe_File, LeavesWhatItMayNotReplace)
     for (const Case& each : cases) {
         EXPECT_THAT(Write(Path(each.name), "new", each.replace), HasSubstr(each.reason));
         EXPECT_EQ(Contents(Path("file")), "old");
-        EXPECT_EQ(Count(folder_), 5);
+        EXPECT_EQ(Count(), 5);
     }
 }
 
@@ -151,9 +133,9 @@ TEST_F(Safe_File, LeavesAWholeFileWheneverItIsKilled)
         const std::string found = Contents(path);
         ASSERT_TRUE(found == texts[0] || found == texts[1]) << found.size();
         if (number != SIGKILL) {
-            ASSERT_EQ(Count(folder_), 1);
+            ASSERT_EQ(Count(), 1);
         }
-        for (const auto& entry : fs::directory_iterator(folder_)) {
+        for (const auto& entry : fs::directory_iterator(folder)) {
             if (entry.path() != path) {
                 fs::remove(entry);
             }

@@ -3,23 +3,18 @@
 #define TESTS_DEFINITION_DIRECTORY_H
 
 #include "support/record_builder.h"
+#include "support/scratch_folder.h"
 
 #include <Lib_DICOM/Lib_DICOM.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
-
-#include <unistd.h>
 
 class Definition_Directory {
 public:
     Definition_Directory()
-        : path_(std::filesystem::temp_directory_path() /
-                ("definitions_" + std::to_string(::getpid())))
     {
-        std::filesystem::create_directories(path_);
-        DICOM_Module_Setup(nullptr, path_.wstring().c_str());
+        DICOM_Module_Setup(nullptr, std::filesystem::path(folder_.folder).wstring().c_str());
     }
     Definition_Directory(const Definition_Directory&) = delete;
     Definition_Directory& operator=(const Definition_Directory&) = delete;
@@ -28,15 +23,13 @@ public:
         DICOM_Override = nullptr;
         DICOM_Modality = 0;
         DICOM_Lib_Cleanup();
-        std::filesystem::remove_all(path_);
     }
 
     std::string Write(const std::string& name, const std::string& text) const
     {
-        const std::filesystem::path file = path_ / (name + ".txt");
+        const std::filesystem::path file = folder_.Path(name + ".txt");
         std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << text;
-        return file.string();
+        return folder_.Write(name + ".txt", text);
     }
     /** The list that a text gives as the one IOD of the directory. */
     DICOM_List* Read(const std::string& text) const
@@ -47,7 +40,7 @@ public:
     }
 
 private:
-    std::filesystem::path path_;
+    Scratch_Folder folder_;
 };
 
 /** One record: "0008,0060 1 CS = CT" with the effective VR, and its nested lines in brackets. */

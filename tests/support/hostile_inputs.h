@@ -19,9 +19,10 @@ namespace hostile {
 inline constexpr std::size_t Megabyte = 1U << 20;
 inline constexpr int Implicit = 0;
 
+using Append = std::function<void(Stream_Builder&, unsigned int)>;
+
 /** Calls `append` with 0, 1, 2, ... until the stream has its size. */
-inline std::string Fill(std::size_t size, Stream_Builder& stream,
-                        const std::function<void(Stream_Builder&, unsigned int)>& append)
+inline std::string Fill(std::size_t size, Stream_Builder& stream, const Append& append)
 {
     for (unsigned int i = 0; stream.Bytes().size() < size; ++i) {
         append(stream, i);
@@ -29,8 +30,7 @@ inline std::string Fill(std::size_t size, Stream_Builder& stream,
     return stream.Bytes();
 }
 
-inline std::string Filled(std::size_t size,
-                          const std::function<void(Stream_Builder&, unsigned int)>& append)
+inline std::string Filled(std::size_t size, const Append& append)
 {
     Stream_Builder stream;
     stream.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
@@ -103,62 +103,68 @@ inline std::string Directory(std::size_t records)
     return stream.Sequence_End().Bytes();
 }
 
+/** Takes inputs by their names. */
+struct Inputs {
+    void Add(const char* name, std::string file)
+    {
+        all.push_back({name, std::move(file)});
+    }
+    void Fill_With(const char* name, const Append& append)
+    {
+        Add(name, Filled(size, append));
+    }
+    void Sequence_Of(const char* name, const Append& items)
+    {
+        Stream_Builder stream;
+        stream.Sequence(0x0008, 0x1140);
+        Add(name, Fill(size, stream, items));
+    }
+
+    std::size_t size;
+    std::vector<Hostile_Input> all = {};
+};
+
 inline std::vector<Hostile_Input> Structures(std::size_t size)
 {
-    const auto sequence_with =
-        [size](const std::function<void(Stream_Builder&, unsigned int)>& items) {
-            Stream_Builder stream;
-            stream.Sequence(0x0008, 0x1140);
-            return Fill(size, stream, items);
-        };
-    return {
-        {"empty items", sequence_with([](auto& s, auto) { s.Item(0); })},
-        {"unclosed items", sequence_with([](auto& s, auto) { s.Item(); })},
-        {"items of one element", sequence_with([](auto& s, auto) {
-             s.Item().Element(0x0008, 0x0060, "CS", "").Item_End();
-         })},
-        {"stray delimiters",
-         Filled(size, [](auto& s, auto i) { i % 2 == 0 ? s.Item_End() : s.Sequence_End(); })},
-        {"nested sequences", Nested(static_cast<int>(size / 20))},
-        {"unclosed sequences",
-         Filled(size, [](auto& s, auto i) { s.Sequence(0x0008 + 2 * (i & 0xFFFU), 0x1140); })},
-        {"many sequences",
-         Filled(size,
-                [](auto& s, auto i) {
-                    s.Sequence(0x0009 + 2 * (i >> 12U), 0x1000 + (i & 0xFFFU)).Item();
-                    s.Element(0x0008, 0x1155, "UI", "").Item_End().Sequence_End();
-                })},
-        {"empty elements", Filled(size,
-                                  [](auto& s, auto i) {
-                                      s.Element(0x0011 + 2 * (i >> 15U), 0x1000 + (i & 0x7FFFU),
-                                                "LO", "");
-                                  })},
-        {"odd lengths", Faulty_Values(size, "LO", "odd")},
-        {"descending tags", Filled(size,
-                                   [](auto& s, auto i) {
-                                       s.Element(0x6001 - 2 * (i >> 12U), 0x2000 - (i & 0xFFFU),
-                                                 "SH", "A ");
-                                   })},
-        {"equal tags", Filled(size, [](auto& s, auto) { s.Element(0x0010, 0x0020, "LO", "AB"); })},
-        {"private creators", Filled(size,
-                                    [](auto& s, auto i) {
-                                        s.Element(0x0009 + 2 * (i / 0xF0U), 0x0010 + i % 0xF0U,
-                                                  "LO", "AB");
-                                    })},
-        {"private elements without creators", Faulty_Values(size, "LO", "A ")},
-        {"unknown VRs", Faulty_Values(size, "ZZ", "A ")},
-        {"offset table", Offset_Table(size / 4, 1000)},
-        {"odd fragments", Offset_Table(1000, size / 9)},
-        {"directory", Directory(size / 52)},
-        {"zeros", std::string(size, '\0')},
-        {"parentheses", Faulty_Values(size, "DA", Repeated("((((", 60000).substr(0, 60000))},
-    };
+    Inputs in = {size};
+    in.Sequence_Of("empty items", [](auto& s, auto) { s.Item(0); });
+    in.Sequence_Of("unclosed items", [](auto& s, auto) { s.Item(); });
+    in.Sequence_Of("items of one element",
+                   [](auto& s, auto) { s.Item().Element(0x0008, 0x0060, "CS", "").Item_End(); });
+    in.Fill_With("stray delimiters",
+                 [](auto& s, auto i) { i % 2 == 0 ? s.Item_End() : s.Sequence_End(); });
+    in.Add("nested sequences", Nested(static_cast<int>(size / 20)));
+    in.Fill_With("unclosed sequences",
+                 [](auto& s, auto i) { s.Sequence(0x0008 + 2 * (i & 0xFFFU), 0x1140); });
+    in.Fill_With("many sequences", [](auto& s, auto i) {
+        s.Sequence(0x0009 + 2 * (i >> 12U), 0x1000 + (i & 0xFFFU)).Item();
+        s.Element(0x0008, 0x1155, "UI", "").Item_End().Sequence_End();
+    });
+    in.Fill_With("empty elements", [](auto& s, auto i) {
+        s.Element(0x0011 + 2 * (i >> 15U), 0x1000 + (i & 0x7FFFU), "LO", "");
+    });
+    in.Add("odd lengths", Faulty_Values(size, "LO", "odd"));
+    in.Fill_With("descending tags", [](auto& s, auto i) {
+        s.Element(0x6001 - 2 * (i >> 12U), 0x2000 - (i & 0xFFFU), "SH", "A ");
+    });
+    in.Fill_With("equal tags", [](auto& s, auto) { s.Element(0x0010, 0x0020, "LO", "AB"); });
+    in.Fill_With("private creators", [](auto& s, auto i) {
+        s.Element(0x0009 + 2 * (i / 0xF0U), 0x0010 + i % 0xF0U, "LO", "AB");
+    });
+    in.Add("private elements without creators", Faulty_Values(size, "LO", "A "));
+    in.Add("unknown VRs", Faulty_Values(size, "ZZ", "A "));
+    in.Add("offset table", Offset_Table(size / 4, 1000));
+    in.Add("odd fragments", Offset_Table(1000, size / 9));
+    in.Add("directory", Directory(size / 52));
+    in.Add("zeros", std::string(size, '\0'));
+    in.Add("parentheses", Faulty_Values(size, "DA", Repeated("((((", 60000).substr(0, 60000)));
+    return in.all;
 }
 
 /** Faults of structure, one in every element: each asks for a guess what is meant. */
 inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
 {
-    const auto tag_of = [](auto& s, auto i) -> Stream_Builder& {
+    const auto tag_of = [](Stream_Builder& s, unsigned int i) -> Stream_Builder& {
         return s.Short(0x0011 + 2 * (i >> 15U)).Short(0x1000 + (i & 0x7FFFU));
     };
     const auto noise = [](unsigned int i, std::size_t count) {
@@ -168,49 +174,38 @@ inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
         }
         return bytes;
     };
+    Inputs in = {size};
+    in.Add("noise", Part10_Head("1.2.840.10008.1.2.1") + noise(1, size));
+    in.Fill_With("noise between elements", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("LO").Short(2).Raw("AB").Raw(noise(i, 7));
+    });
+    in.Fill_With("lengths too long",
+                 [&](auto& s, auto i) { tag_of(s, i).Raw("LO").Short(4).Raw("AB"); });
+    in.Fill_With("lengths too short",
+                 [&](auto& s, auto i) { tag_of(s, i).Raw("LO").Short(2).Raw("ABCD"); });
+    in.Fill_With("VRs of NULs", [&](auto& s, auto i) {
+        tag_of(s, i).Raw({"\0\0", 2}).Short(2).Raw("AB");
+    });
     Stream_Builder alternating;
+    in.Add("alternating VR forms", Fill(size, alternating, [&](auto& s, auto i) {
+               tag_of(s, i).Raw(i % 2 == 0 ? "LO" : "\2");
+               i % 2 == 0 ? s.Short(2) : s.Raw({"\0\0", 2});
+               s.Raw("AB");
+           }));
+    in.Fill_With("sequences as OW", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("OW").Short(0).Int(18).Item(10).Element(0x0008, 0x0060, "CS", "MR");
+    });
     Stream_Builder nested;
-    return {
-        {"noise", Part10_Head("1.2.840.10008.1.2.1") + noise(1, size)},
-        {"noise between elements", Filled(size,
-                                          [&](auto& s, auto i) {
-                                              tag_of(s, i).Raw("LO").Short(2).Raw("AB");
-                                              s.Raw(noise(i, 7));
-                                          })},
-        {"lengths too long",
-         Filled(size, [&](auto& s, auto i) { tag_of(s, i).Raw("LO").Short(4).Raw("AB"); })},
-        {"lengths too short",
-         Filled(size, [&](auto& s, auto i) { tag_of(s, i).Raw("LO").Short(2).Raw("ABCD"); })},
-        {"VRs of NULs", Filled(size,
-                               [&](auto& s, auto i) {
-                                   tag_of(s, i).Raw({"\0\0", 2}).Short(2).Raw("AB");
-                               })},
-        {"alternating VR forms", Fill(size, alternating,
-                                      [&](auto& s, auto i) {
-                                          tag_of(s, i).Raw(i % 2 == 0 ? "LO" : "\2");
-                                          i % 2 == 0 ? s.Short(2) : s.Raw({"\0\0", 2});
-                                          s.Raw("AB");
-                                      })},
-        {"sequences as OW", Filled(size,
-                                   [&](auto& s, auto i) {
-                                       tag_of(s, i).Raw("OW").Short(0).Int(18).Item(10);
-                                       s.Element(0x0008, 0x0060, "CS", "MR");
-                                   })},
-        {"nested UN of undefined length",
-         Fill(
-             size, nested,
-             [](auto& s, auto) { s.Header(0x0009, 0x1001, "UN", DICOM_Undefined_Length).Item(); })},
-        {"sequences far too long", Filled(size,
-                                          [](auto& s, auto) {
-                                              s.Sequence(0x0040, 0xA730, 0x30000000).Item(12);
-                                              s.Element(0x0040, 0xA040, "CS", "TEXT");
-                                          })},
-        {"items too long", Filled(size,
-                                  [&](auto& s, auto i) {
-                                      tag_of(s, i).Raw("SQ").Short(0).Int(18).Item(1000);
-                                      s.Element(0x0008, 0x0060, "CS", "MR");
-                                  })},
-    };
+    in.Add("nested UN of undefined length", Fill(size, nested, [](auto& s, auto) {
+               s.Header(0x0009, 0x1001, "UN", DICOM_Undefined_Length).Item();
+           }));
+    in.Fill_With("sequences far too long", [](auto& s, auto) {
+        s.Sequence(0x0040, 0xA730, 0x30000000).Item(12).Element(0x0040, 0xA040, "CS", "TEXT");
+    });
+    in.Fill_With("items too long", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("SQ").Short(0).Int(18).Item(1000).Element(0x0008, 0x0060, "CS", "MR");
+    });
+    return in.all;
 }
 
 inline std::vector<Hostile_Input> Values(std::size_t size)

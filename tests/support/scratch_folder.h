@@ -12,18 +12,18 @@ class Scratch_Folder {
 public:
     Scratch_Folder()
     {
-        path = (std::filesystem::temp_directory_path() / "scratch_XXXXXX").string();
-        path = mkdtemp(path.data());
+        folder = (std::filesystem::temp_directory_path() / "scratch_XXXXXX").string();
+        folder = mkdtemp(folder.data());
     }
     Scratch_Folder(const Scratch_Folder&) = delete;
     Scratch_Folder& operator=(const Scratch_Folder&) = delete;
     ~Scratch_Folder()
     {
-        std::filesystem::remove_all(path);
+        std::filesystem::remove_all(folder);
     }
     std::string Path(const std::string& name) const
     {
-        return path + "/" + name;
+        return folder + "/" + name;
     }
     /** The path of the file that is written. */
     std::string Write(const std::string& name, const std::string& bytes) const
@@ -38,10 +38,10 @@ public:
     }
     long Count() const
     {
-        return std::distance(std::filesystem::directory_iterator(path), {});
+        return std::distance(std::filesystem::directory_iterator(folder), {});
     }
 
-    std::string path;
+    std::string folder;
 };
 
 #endif

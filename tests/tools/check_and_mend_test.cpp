@@ -4,6 +4,7 @@
 #include "support/case_page.h"
 #include "support/fault_generator.h"
 #include "support/read_in_memory.h"
+#include "support/scratch_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -46,27 +47,8 @@ Outcome Run_Tool(const std::string& arguments)
     return Run_Shell(std::string(DICOM_MEND_PROGRAM) + " " + arguments);
 }
 
-class Tool : public testing::Test {
+class Tool : public testing::Test, public Scratch_Folder {
 protected:
-    Tool() : folder_(testing::TempDir() + "tool_test_" + std::to_string(getpid()))
-    {
-        fs::remove_all(folder_);
-        fs::create_directory(folder_);
-    }
-    ~Tool() override
-    {
-        fs::remove_all(folder_);
-    }
-
-    std::string Path(const std::string& name) const
-    {
-        return (folder_ / name).string();
-    }
-    std::string Write(const std::string& name, const std::string& bytes) const
-    {
-        std::ofstream(Path(name), std::ios::binary) << bytes;
-        return Path(name);
-    }
     static std::string Contents(const std::string& path)
     {
         std::ifstream stream(path, std::ios::binary);
@@ -84,9 +66,6 @@ protected:
             << mend.text;
         EXPECT_EQ(check.status, mend.status) << path;
     }
-
-private:
-    fs::path folder_;
 };
 
 TEST_F(Tool, ChecksAndMendsInTheSameWords)

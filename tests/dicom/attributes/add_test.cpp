@@ -1,4 +1,5 @@
 // Creating attributes: the bytes that every VR stores, in the three argument forms.
+#include "support/case_page.h"
 #include "support/message_log.h"
 
 #include <Lib_DICOM/Lib_DICOM.h>
@@ -10,6 +11,7 @@
 #include <bit>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <string>
 
 using namespace std::string_literals;
@@ -20,6 +22,8 @@ namespace {
 /** A private tag has no dictionary entry, so that any number of values is right. */
 constexpr unsigned short Group = 0x0009;
 constexpr unsigned short Element = 0x1001;
+
+constexpr char Page[] = "dicom/attributes/add.cases";
 
 struct List {
     DICOM_Root root = {};
@@ -162,25 +166,15 @@ TEST_F(Add, StoresDatesAndTimes)
     Expect("19980517100560\\20240229100507.250 ",
            [&](List& l) { l.Add(VR_DT, -2, dates.data(), times.data()); });
     // The fields as they are, with decimals rounded to the nearest, of two to the even one.
-    const struct {
-        OrisWare_Time time;
-        const char* text;
-        const char* message;
-    } rows[] = {
-        {{1, 24, 0, 0, nullptr, nullptr}, "240000", ""},
-        {{1, 12, 60, 61.5F, nullptr, nullptr}, "126061.500", ""},
-        {{1, 1, 2, 3.0625F, nullptr, nullptr}, "010203.062", ""},
-        {{1, 1, 2, 3.1875F, nullptr, nullptr}, "010203.188", ""},
-        {{1, 1, 2, 3.0009F, nullptr, nullptr}, "010203", ""},
-        {{1, 1, 2, 3.0011F, nullptr, nullptr}, "010203.001", ""},
-        {{1, 1, 2, 3.9985F, nullptr, nullptr}, "010203.999", ""},
-        {{1, 1, 2, 3.9995F, nullptr, nullptr}, "010204", ""},
-        {{}, "000000", "VR=TM: no time, 000000 is stored"},
-        {{1, 1, 2, NAN, nullptr, nullptr}, "010200", "VR=TM: no time, 010200 is stored"},
-    };
-    for (const auto& row : rows) {
-        Expect(row.text, row.message, [&](List& l) { l.Add(VR_TM, 1, &row.time); });
-    }
+    For_Each_Case(Page, "times", 3, [](const Case_Row& row) {
+        OrisWare_Time time = {};
+        int state = 0;
+        ASSERT_EQ(std::sscanf(row[0].c_str(), "%d %hhu %hhu %f", &state, &time.hour, &time.minute,
+                              &time.seconds),
+                  4);
+        time.state = static_cast<decltype(time.state)>(state);
+        Expect(row[1], row[2], [&](List& l) { l.Add(VR_TM, 1, &time); });
+    });
     OrisWare_Time text = {};
     Make_Oris_Time(&text, "10:11:12", "hh:mm:ss");
     Expect("101112", [&](List& l) { l.Add(VR_TM, 1, &text); });
@@ -197,44 +191,15 @@ TEST_F(Add, RefusesWhatIsMissingOrUnknown)
     const char* const texts[] = {"A", nullptr};
     const OrisWare_Date date = {};
     const OrisWare_Time time = {};
-    const struct {
-        unsigned short vr;
-        int count;
-        const void* argument;
-        const char* reason;
-        const void* second = nullptr;
-    } rows[] = {
-        {VR_LO, -2, texts, "DICOM_Tag_Add_Text_Multiple(! pt_char[i])"},
-        {VR_LO, 1, nullptr, "DICOM_Tag_Add_Text_Multiple(! pt_char)"},
-        {VR_ST, 1, nullptr, "DICOM_Tag_Add_Text_Single(! pt_char)"},
-        {VR_PN, 1, nullptr, "DICOM_Tag_Add_PN(! pt_char)"},
-        {VR_UI, 1, nullptr, "DICOM_Tag_Add_UI(! pt_char)"},
-        {VR_DS, -1, nullptr, "DICOM_Tag_Add_DS(! pt_float)"},
-        {VR_FD, -1, nullptr, "DICOM_Tag_Add_FD(! pt_double)"},
-        {VR_FL, -1, nullptr, "DICOM_Tag_Add_FL(! pt_float)"},
-        {VR_IS, -1, nullptr, "DICOM_Tag_Add_IS(! v_int)"},
-        {VR_OB, -1, nullptr, "DICOM_Tag_Add_OB(! v_char)"},
-        {VR_OW, -1, nullptr, "DICOM_Tag_Add_OW(! v_ushort)"},
-        {VR_SL, -1, nullptr, "DICOM_Tag_Add_SL(! v_int)"},
-        {VR_SS, -1, nullptr, "DICOM_Tag_Add_SS(! v_short)"},
-        {VR_UL, -1, nullptr, "DICOM_Tag_Add_UL(! v_int)"},
-        {VR_US, -1, nullptr, "DICOM_Tag_Add_US(! v_ushort)"},
-        {VR_DA, -1, nullptr, "DICOM_Tag_Add_DA(! oris_date)"},
-        {VR_TM, -1, nullptr, "DICOM_Tag_Add_TM(! oris_time)"},
-        {VR_DA, 1, nullptr, "DICOM_Tag_Add_DA(! oris_date)"},
-        {VR_DT, -1, nullptr, "DICOM_Tag_Add_DT(! oris_date)", &time},
-        {VR_DT, -1, &date, "DICOM_Tag_Add_DT(! oris_time)"},
-        {VR_DT, 1, nullptr, "DICOM_Tag_Add_DT(! oris_date)", &time},
-        {VR_DT, 1, &date, "DICOM_Tag_Add_DT(! oris_time)"},
-        {VR_OF, 1, nullptr, "tag (0009,1001) VR=OF not implemented"},
-    };
-    for (const auto& row : rows) {
+    const std::map<std::string, const void*> arguments = {
+        {"", nullptr}, {"texts", texts}, {"date", &date}, {"time", &time}};
+    For_Each_Case(Page, "refused", 5, [&](const Case_Row& row) {
         List list;
         const Message_Log log(9);
-        list.Add(row.vr, row.count, row.argument, row.second);
+        list.Add(row.VR(0), row.Number(1), arguments.at(row[2]), arguments.at(row[3]));
         EXPECT_EQ(list.head->data, nullptr);
-        EXPECT_EQ(log.Count(row.reason), 1) << row.reason;
-    }
+        EXPECT_EQ(log.Count(row[4]), 1);
+    });
 }
 
 TEST_F(Add, LeavesAnExistingValueAndOpensSequences)

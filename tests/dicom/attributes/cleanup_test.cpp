@@ -119,28 +119,15 @@ TEST_F(Cleanup, ChecksTheNumberOfValues)
         EXPECT_EQ(record->flags & DICOM_Mark_Invalid, row[4].empty() ? 0 : 0x0800);
         EXPECT_EQ(Value_Of(*record.head).find(row[3]), 0U);
     });
-    // As many as the width makes of the size, or one, whatever they hold.
-    const struct {
-        unsigned short vr;
-        std::string value;
-        unsigned short count;
-    } rows[] = {
-        {VR_AT, "xxxxxxxx", 1}, {VR_FD, std::string(16, 'x'), 2},
-        {VR_FL, "xxxxxxxx", 2}, {VR_OB, "xx", 1},
-        {VR_OF, "xxxxxxxx", 1}, {VR_OW, "xxxx", 1},
-        {VR_SL, "xxxxxxxx", 2}, {VR_SS, "xxxx", 2},
-        {VR_UL, "xxxxxxxx", 2}, {VR_US, "xxxx", 2},
-        {VR_AS, "045Y", 1},     {VR_LT, "1\\2 ", 1},
-        {VR_ST, "1\\2 ", 1},
-    };
-    for (const auto& [vr, value, count] : rows) {
+    For_Each_Case(Page, "counts", 3, [](const Case_Row& row) {
         TAG_db_Elems entry = {};
         entry.nb_vr = 1;
+        const auto count = static_cast<unsigned short>(row.Number(2));
         entry.vm[0] = {count, count};
-        Record record(vr, value);
+        Record record(row.VR(0), row[1]);
         record->dict = &entry;
-        EXPECT_EQ(record.Cleanup(), 1) << Name(vr);
-    }
+        EXPECT_EQ(record.Cleanup(), 1);
+    });
 }
 
 TEST_F(Cleanup, MarksWhatItChangesWhateverTheStandardIs)

@@ -1,4 +1,5 @@
 // Finding, looking up and appending records, and the way down into open sequences.
+#include "support/case_page.h"
 #include "support/record_builder.h"
 
 #include <gmock/gmock.h>
@@ -34,22 +35,11 @@ TEST(Find, KeepsTheOrderAndRemembersWhatItCreated)
 
 TEST(Find, GoesByTheFirstHigherTagInListsOutOfOrder)
 {
-    const struct {
-        const char* list;
-        unsigned short element;
-        const char* expected;
-    } cases[] = {
-        {"0008,0001 0008,0003", 4, "0008,0001 0008,0003 0008,0004"},
-        {"0008,0001 0008,0009 0008,0003", 4, "0008,0001 0008,0004 0008,0009 0008,0003"},
-        {"0008,0001 0008,0005 0008,0009 0008,0003", 5, "0008,0001 0008,0005 0008,0009 0008,0003"},
-        {"0008,0001 0008,0009 0008,0003", 9, "0008,0001 0008,0009 0008,0003 0008,0009"},
-        {"0008,0009 0008,0003", 4, "0008,0004 0008,0009 0008,0003"},
-    };
-    for (const auto& test : cases) {
-        Inserted_List list(test.list);
-        Find(list.root, list.head, 0x0008, test.element);
-        EXPECT_EQ(Tags(list.head), test.expected);
-    }
+    For_Each_Case("dicom/attributes/find_insert.cases", "found", 3, [](const Case_Row& row) {
+        Inserted_List list(row[0]);
+        Find(list.root, list.head, 0x0008, static_cast<unsigned short>(row.Number(1)));
+        EXPECT_EQ(Tags(list.head), row[2]);
+    });
 }
 
 TEST(Find, TakesNoNoticeOfTheLastRecord)

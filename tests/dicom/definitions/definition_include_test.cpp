@@ -1,3 +1,4 @@
+#include "support/case_page.h"
 #include "support/definition_directory.h"
 #include "support/message_log.h"
 
@@ -17,24 +18,10 @@ TEST(Definition_Include, UsageWeakensTheLevelThatIsIncluded)
                                  ">include macros/m\ninclude macros/n");
     directory.Write("macros/m", "(0008,1150) 1 UI\n");
     directory.Write("macros/n", "(0010,0030) 1 DA\n");
-    const std::string nested = "0008,1140 1C SQ [0008,1150 1  UI]; ";
-    struct {
-        const char* text;
-        std::string expected;
-    } const cases[] = {
-        {"include modules/a", "0008,1140 1  SQ [0008,1150 1  UI]; 0010,0010 1  PN; "
-                              "0010,0020 2  LO; 0010,0030 1  DA"},
-        {"include modules/a U", nested + "0010,0010 1C PN; 0010,0020 2C LO; 0010,0030 1C DA"},
-        // What another module requires stays required, whichever comes first.
-        {"(0010,0010) 2 PN\ninclude modules/a C\n(0010,0020) 1 --",
-         nested + "0010,0010 2  PN; 0010,0020 1  LO; 0010,0030 1C DA"},
-        {"(0040,0275) 1 SQ\n>include macros/m U\n(0008,1150) 1 UI",
-         "0008,1150 1  UI; 0040,0275 1  SQ [0008,1150 1C UI]"},
-    };
-    Message_Log log;
-    for (const auto& test : cases) {
-        EXPECT_EQ(Module_Text(directory.Read(test.text)), test.expected) << test.text;
-    }
+    const Message_Log log;
+    For_Each_Case("dicom/definitions/include.cases", "usage", 2, [&](const Case_Row& row) {
+        EXPECT_EQ(Module_Text(directory.Read(row[0])), row[1]);
+    });
     EXPECT_EQ(log.Text(), "");
     EXPECT_EQ(Tags(directory.Read("include macros/m\n>(0008,1155) 1 UI")), "0008,1150");
     EXPECT_EQ(log.Count("T.txt:2:1: expected the attribute line"), 1) << log.Text();

@@ -1,5 +1,6 @@
 // Primitive reads from both kinds of source, moves, and position counters.
 #include "support/byte_input.h"
+#include "support/case_page.h"
 #include "support/message_log.h"
 
 #include <Lib_DICOM/read.h>
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
+#include <map>
 #include <memory>
 
 namespace {
@@ -33,43 +35,26 @@ double Number(int (*read)(HWND, int, int, void*, unsigned char, int, Value*), By
 
 TEST_P(Read_Data, MakesNumbersOfTheFirstBytesAndAdvancesBySize)
 {
-    using Read = std::pair<const char*, std::function<double(Byte_Input&, unsigned char, int)>>;
-    const auto with = [](const char* name, auto read) -> Read {
-        return {name, [read](Byte_Input& input, unsigned char order, int size) {
-                    return Number(read, input, order, size);
-                }};
+    using Read = std::function<double(Byte_Input&, unsigned char, int)>;
+    const auto with = [](auto read) -> Read {
+        return [read](Byte_Input& input, unsigned char order, int size) {
+            return Number(read, input, order, size);
+        };
     };
-    struct {
-        const char* bytes;
-        Read read;
-        unsigned char order;
-        int size;
-        double value;
-    } const cases[] = {
-        {"FE FF", with("Short", NEMA_Read_Short), 0, 2, -2},
-        {"FF FE", with("Short", NEMA_Read_Short), 1, 2, -2},
-        {"FE FF", with("UShort", NEMA_Read_UShort), 0, 2, 0xFFFE},
-        {"12 34", with("UShort", NEMA_Read_UShort), 2, 2, 0x1234},
-        {"12 34", with("UShort", NEMA_Read_UShort), 3, 2, 0x3412},
-        {"12 34 56", with("UShort", NEMA_Read_UShort), 1, 3, 0x1234},
-        {"FE FF FF FF", with("Int", NEMA_Read_Int), 0, 4, -2},
-        {"FE FF FF FF", with("UInt", NEMA_Read_UInt), 0, 4, 4294967294.0},
-        {"01 02 03 04", with("Int", NEMA_Read_Int), 1, 4, 0x01020304},
-        {"01 02 03 04", with("Int", NEMA_Read_Int), 2, 4, 0x03040102},
-        {"01 00 00 00 05 06 07 08 09 0A 0B 0C", with("Int", NEMA_Read_Int), 0, 12, 1},
-        {"00 00 20 C0", with("Float", NEMA_Read_Float), 0, 4, -2.5},
-        {"C0 04 00 00 00 00 00 00", with("Double", NEMA_Read_Double), 1, 8, -2.5},
-    };
-    for (const auto& entry : cases) {
-        SCOPED_TRACE(entry.bytes);
-        Byte_Input input(GetParam(), Hex(entry.bytes) + "rest");
+    const std::map<std::string, Read> reads = {
+        {"Short", with(NEMA_Read_Short)}, {"UShort", with(NEMA_Read_UShort)},
+        {"Int", with(NEMA_Read_Int)},     {"UInt", with(NEMA_Read_UInt)},
+        {"Float", with(NEMA_Read_Float)}, {"Double", with(NEMA_Read_Double)}};
+    For_Each_Case("dicom/read/read_data.cases", "numbers", 5, [&](const Case_Row& row) {
+        Byte_Input input(GetParam(), Hex(row[0]) + "rest");
         const Message_Log log(9);
-        EXPECT_EQ(entry.read.second(input, entry.order, entry.size), entry.value);
-        EXPECT_EQ(input.Position(), entry.size);
-        const std::string call = std::string("Lib_DICOM: NEMA_Read_") + entry.read.first;
-        EXPECT_EQ(log.Lines(), "90002009 >>> in  " + call + "(size:" + std::to_string(entry.size) +
+        const auto order = static_cast<unsigned char>(row.Number(2));
+        EXPECT_EQ(reads.at(row[1])(input, order, row.Number(3)), std::stod(row[4]));
+        EXPECT_EQ(input.Position(), row.Number(3));
+        const std::string call = "Lib_DICOM: NEMA_Read_" + row[1];
+        EXPECT_EQ(log.Lines(), "90002009 >>> in  " + call + "(size:" + row[3] +
                                    ")\n90002009 <<< out " + call + "()\n");
-    }
+    });
 }
 
 TEST_P(Read_Data, ReadsBlocksAndSwapsPairs)

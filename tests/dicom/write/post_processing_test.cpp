@@ -248,21 +248,10 @@ TEST(Post_Processing, VerificationNamesWhatIsRequired)
     const Record_List module(Make_List("0008,0005@1 0008,0008@3 0008,0016@1C 0008,0020@2 "
                                        "0008,0060@1 0008,1140:SQ@1 >0009,1001@1 >0008,1150@2 "
                                        "0008,1199:SQ@2C >0008,1150@1 0040,0275:SQ@1 0040,0280@2"));
-    constexpr char Begin[] = "    \361\005WARNING:\002 ";
-    const struct {
-        const char* fault;
-        const char* tag;
-    } expected[] = {
-        {"Empty required value for type 1 tag: (",
-         "\0010008\002,\0010005\002) \001\"Specific Character Set\""},
-        {"Missing required value for type 2 tag: (",
-         "\0010008\002,\0010020\002) \001\"Study Date\""},
-        {"Missing required value for type 1 tag: (",
-         "\0010008\002,\0011140\002) \001\"Referenced Image Sequence\""},
-        {"Missing required value for type 1 tag: (", "\0010009\002,\0011001\002) \001"},
-        {"Missing required value for type 2 tag: (",
-         "\0010008\002,\0011150\002) \001\"Referenced SOP Class UID\""},
-    };
+    const std::string Begin = "7     \361\005WARNING:\002 ";
+    std::string expected;
+    For_Each_Case(Page, "verified", 1,
+                  [&](const Case_Row& row) { expected += Begin + row[0] + "\n"; });
     Flag_Error_Warning = 7;
     for (const bool current : {false, true}) {
         const Current_Standard standard(current);
@@ -270,11 +259,7 @@ TEST(Post_Processing, VerificationNamesWhatIsRequired)
         const Record_List list(Make_List("0008,0005:CS 0008,0060=CT 0040,0275:SQ 0040,0280:ST@2"));
         const Message_Log log;
         EXPECT_EQ(DICOM_Postproc_Verification(nullptr, &root, list.head, module.head, 0), 0);
-        ASSERT_EQ(log.All().size(), std::size(expected)) << log.Text();
-        for (std::size_t i = 0; i < std::size(expected); ++i) {
-            EXPECT_EQ(log.All()[i].severity, 7U);
-            EXPECT_EQ(log.All()[i].text, std::string(Begin) + expected[i].fault + expected[i].tag);
-        }
+        EXPECT_EQ(log.Lines(), expected);
         EXPECT_EQ(Tags(list.head), std::string("0008,0005 0008,0060 0040,0275 0040,0280") +
                                        (current ? "" : " 0008,1140"))
             << "a lookup inside a sequence makes it";
@@ -362,6 +347,7 @@ TEST(Post_Processing, ModuleAddAsksHandlersFirst)
     DICOM_Module_List_Group_Grow(0x0011, Create);
     EXPECT_EQ(DICOM_Module_List_Private_Grow(0x0011, Refuse), 1);
     DICOM_Module_List_Private_Grow(0x0012, Throw);
+    DICOM_Module_List_Private_Grow(0x0014, [](auto...) -> DICOM_List* { throw std::bad_alloc(); });
     Message_Log log(1);
     const auto add = [](const Case_Row& row) {
         int calls = 0;
@@ -373,9 +359,11 @@ TEST(Post_Processing, ModuleAddAsksHandlersFirst)
         EXPECT_EQ(Tags(list.head), row[3]);
     };
     For_Each_Case(Page, "module add", 4, add);
-    EXPECT_EQ(log.Lines(),
-              "90002001 \361\004ERROR: \002Unknown tag type (\0010008\002,\0010020\002)\n"
-              "1 Error: file:NEMA_Write_Module line:N\n");
+    EXPECT_THAT(log.Lines(),
+                testing::MatchesRegex(
+                    "90002001 \361\004ERROR: \002Unknown tag type .\0010008\002,\0010020\002.\n"
+                    "1 Error: file:NEMA_Write_Module line:N\n1 line [0-9]+ *of NEMA_Write_Module \n"
+                    "memory error in new .var=attribute, dim=1x1.\n"));
     DICOM_Lib_Cleanup();
     add(Case_Row({"0010,0010~PN@2", "1", "0", "0010,0010"}));
 

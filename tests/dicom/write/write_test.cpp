@@ -14,6 +14,7 @@
 #include <cstring>
 #include <deque>
 #include <functional>
+#include <map>
 #include <utility>
 
 namespace {
@@ -120,38 +121,14 @@ TEST_F(Write, SequencesAndFragments)
         Empty(0x7FE00010, VR_OB, -1, {Empty(0xFFFEE000, VR_Item, 0), fragment});
     DICOM_List* const icon = Empty(0x00081140, VR_SQ, -1, {pixels});
 
-    const std::string value = "61616161616161616161", tag = "08004011";
-    const std::string text = "100010004C4F0A00" + value, plain = "100010000A000000" + value;
-    const std::string big = "FFFEE00000000012001000104C4F000A" + value;
-    const std::string open = "FEFF00E0FFFFFFFF", next = "FEFF0DE000000000" + open;
-    const std::string end = "FEFF0DE000000000FEFFDDE000000000", item = "FEFF00E012000000";
-    const std::string start = tag + "53510000FFFFFFFF" + open;
-    const std::string bytes = "FEFF00E000000000FEFF00E00400000061626300FEFFDDE000000000";
-    const struct {
-        DICOM_List* record;
-        char code, with_lengths, current;
-        std::string expected;
-    } rows[] = {
-        {two, 8, 0, 0, start + text + next + text + end},
-        {two, 8, 1, 0, tag + "5351000034000000" + item + text + item + text},
-        {two, 9, 1, 0, "000811405351000000000034" + big + big},
-        {two, 0, 1, 0, tag + "07000000" + item + plain + item + plain},
-        {two, 0, 1, 1, tag + "34000000" + item + plain + item + plain},
-        {two, 0, 0, 1, tag + "FFFFFFFF" + open + plain + next + plain + end},
-        {nested, 8, 0, 0, start + start + text + end + end},
-        {nested, 8, 1, 0,
-         tag + "535100002E000000FEFF00E026000000" + tag + "535100001A000000" + item + text},
-        {Empty(0x00081140, VR_SQ, -1), 0, 0, 0, tag + "FFFFFFFFFEFFDDE000000000"},
-        {unknown, 0, 0, 1, tag + "FFFFFFFF" + open + plain + end},
-        {unknown, 8, 0, 0, start + text + end},
-        {pixels, 0, 1, 0, "E07F1000FFFFFFFF" + bytes},
-        {icon, 8, 1, 0, tag + "5351000030000000FEFF00E028000000E07F10004F420000FFFFFFFF" + bytes},
-    };
-    for (const auto& row : rows) {
-        DICOM_Flag_Seq_Size = row.with_lengths;
-        DICOM_Flag_Current_Standard = row.current;
-        EXPECT_EQ(Stream(row.code, row.record), row.expected);
-    }
+    const std::map<std::string, DICOM_List*> lists = {
+        {"two", two},         {"nested", nested}, {"empty", Empty(0x00081140, VR_SQ, -1)},
+        {"unknown", unknown}, {"pixels", pixels}, {"icon", icon}};
+    For_Each_Case(Page, "sequences", 5, [&](const Case_Row& row) {
+        DICOM_Flag_Seq_Size = static_cast<char>(row.Number(2));
+        DICOM_Flag_Current_Standard = static_cast<char>(row.Number(3));
+        EXPECT_EQ(Stream(static_cast<char>(row.Number(1)), lists.at(row[0])), row[4]);
+    });
     EXPECT_EQ(unknown->vr, VR_SQ);
 }
 

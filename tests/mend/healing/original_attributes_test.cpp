@@ -4,6 +4,7 @@
 #include "mend/findings/faults.h"
 #include "mend/interface/heal.h"
 #include "mend/reading/tree.h"
+#include "support/case_page.h"
 #include "support/fault_generator.h"
 #include "support/mend_in_memory.h"
 #include "support/samples.h"
@@ -194,51 +195,26 @@ TEST(Undoing, TakesTheLastItemOfThisSystem)
 
 TEST(Undoing, SaysWhatHasNoPlace)
 {
-    struct Case {
-        std::string pointer;
-        std::string items;
-        std::string finding;
-        std::string selector = "\x08\x00\x60\x00"s;
-    };
-    const std::string in_sequence("\x40\x00\x75\x02", 4);
-    const Case cases[] = {
-        {in_sequence, "1 ", "info 0040,0275[0]/0008,0060 the original value is put back\n"},
-        {in_sequence, "2 ",
-         "error 0040,0275[1]/0008,0060 the item that the original value belongs to is not there\n"},
-        {in_sequence, "0 ",
-         "error 0040,0275[-1]/0008,0060 the item that the original value belongs to is not "
-         "there\n"},
-        {in_sequence, "1\\1 ",
-         "error  an item of Original Attributes does not say what it is about\n"},
-        {in_sequence, "x ",
-         "error  an item of Original Attributes does not say what it is about\n"},
-        {in_sequence + in_sequence, "1\\1 ",
-         "error 0040,0275[0]/0040,0275[0]/0008,0060 the item that the original value belongs to is "
-         "not there\n"},
-        {"", "", "error 0040,0275 the original value was none of a sequence, and is not put back\n",
-         in_sequence},
-        {"", "", "error  an item of Original Attributes does not say what it is about\n", ""},
-    };
-    for (const Case& each : cases) {
+    For_Each_Case("mend/healing/original_attributes.cases", "places", 4, [](const Case_Row& row) {
         Stream_Builder s;
         s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3.4"));
         s.Sequence(0x0040, 0x0275).Item().Item_End().Sequence_End();
         s.Sequence(0x0400, 0x0561).Item();
         s.Sequence(0x0400, 0x0550).Item().Item_End().Sequence_End();
         s.Sequence(0x0400, 0x0551).Item();
-        s.Element(0x0072, 0x0026, "AT", each.selector);
-        s.Element(0x0072, 0x0052, "AT", each.pointer);
-        s.Element(0x0074, 0x1057, "IS", each.items);
+        s.Element(0x0072, 0x0026, "AT", row[0]);
+        s.Element(0x0072, 0x0052, "AT", row[1]);
+        s.Element(0x0074, 0x1057, "IS", row[2]);
         s.Element(0x0400, 0x0552, "OB", "ct");
         s.Item_End().Sequence_End();
         s.Element(0x0400, 0x0563, "LO", "dicom-mend");
         s.Item_End().Sequence_End();
         const Undone undone = Undo_In_Memory(File_Of(s));
-        EXPECT_EQ(undone.findings, each.finding) << each.items;
+        EXPECT_EQ(undone.findings, row[3] + "\n");
         const std::string put_back = "0040,0275[0]/0008,0060 CS=ct\n";
         EXPECT_EQ(Listing_Of(undone.bytes), "0008,0018 UI=1.2.3.4\\x00\n0040,0275 SQ\n" +
-                                                (each.finding.starts_with("info") ? put_back : ""));
-    }
+                                                (row[3].starts_with("info") ? put_back : ""));
+    });
 }
 
 /** Lengths, padding, offsets, pixel data and broken numbers are not promised to come back. */

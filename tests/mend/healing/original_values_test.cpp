@@ -6,6 +6,7 @@
 #include "mend/healing/record_building.h"
 #include "mend/reading/reader.h"
 #include "mend/reading/tree.h"
+#include "support/case_page.h"
 #include "support/mend_in_memory.h"
 #include "support/stream_builder.h"
 
@@ -42,33 +43,19 @@ void Set(Data_Set& set, Tag tag, const std::string& value)
 
 TEST(Original_Values, DifferInMoreThanPadding)
 {
-    struct Case {
-        std::string vr;
-        std::string before;
-        std::string after;
-        bool differs;
-    };
-    const Case cases[] = {
-        {"LO", "a ", "a", false},         {"LO", "a\0"s, "a ", false}, {"LO", " a", "a", true},
-        {"LO", "a b", "a c", true},       {"LO", "ab", "", true},      {"LO", "", "ab", true},
-        {"LO", "  ", "", false},          {"UI", "1 ", "1\0"s, false}, {"OB", "a", "a\0"s, false},
-        {"OB", "a\0"s, "a\0\0\0"s, true}, {"OB", "a ", "a\0"s, true},  {"US", "ab", "ab", false},
-        {"US", "ab", "ba", true},         {"UL", "abcd", "ab", true},
-    };
-    for (const Case& each : cases) {
+    For_Each_Case("mend/healing/original_values.cases", "differences", 4, [](const Case_Row& row) {
         Findings findings;
         const Library_Session session(findings);
         Stream_Builder s;
         s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
-        s.Element(0x0042, 0x0010, each.vr, each.before);
+        s.Element(0x0042, 0x0010, row[0], row[1]);
         const std::string file = Part10_Head(Explicit_Little) + s.Bytes();
         Data_Set set = Read_Data_Set(Source_Of(file), findings);
         const Original_Values originals(set);
-        Set(set, {0x0042, 0x0010}, each.after);
+        Set(set, {0x0042, 0x0010}, row[2]);
         EXPECT_EQ(Changes(originals, set),
-                  each.differs ? "changed 0042,0010 " + each.before + "\n" : "")
-            << each.vr << " " << each.before << "|" << each.after;
-    }
+                  row[3] == "yes" ? "changed 0042,0010 " + row[1] + "\n" : "");
+    });
 }
 
 TEST(Original_Values, TellWhatIsGoneAndWhatIsNew)

@@ -3,6 +3,7 @@
 #include "mend/healing/sound_values.h"
 #include "mend/healing/value.h"
 #include "mend/reading/header.h"
+#include "support/case_page.h"
 
 #include <gtest/gtest.h>
 
@@ -164,31 +165,22 @@ bool Means_The_Same(const std::string& before, const std::string& after, unsigne
     return same;
 }
 
+std::vector<std::string> Rows_Of(const std::string& table)
+{
+    std::vector<std::string> texts;
+    For_Each_Case("mend/healing/value_properties.cases", table, 1,
+                  [&](const Case_Row& row) { texts.push_back(row[0]); });
+    return texts;
+}
+
 /** A value put together from pieces that are in values, and in broken ones. */
 class Generator {
 public:
     std::string Next()
     {
-        static const std::vector<std::string> pieces = {
-            "0",        "1",          "12",
-            "19",       "20",         "2024",
-            "0229",     "0102",       "9999995",
-            "1234567",  ".",          ".",
-            ":",        "-",          "+",
-            "E",        "e",          "D",
-            ",",        "/",          " ",
-            " ",        "\\",         "\\",
-            "Y",        "y",          "W",
-            "Z",        "T",          "abc",
-            "ABC_",     "20240102",   "101112",
-            "1.2.840",  "1.5",        "045Y",
-            "10:11:12", "1998.05.17", "3.05171124637127E-05",
-            "\0"s,      "\n",         "\x7F",
-            "\xE4",     "^",          "=",
-            "NaN",      "00000000"};
         std::string value;
         for (auto count = random_() % 5; count > 0; --count) {
-            value += pieces[random_() % pieces.size()];
+            value += pieces_[random_() % pieces_.size()];
         }
         constexpr unsigned int One_In = 4;
         if (random_() % One_In == 0) {
@@ -198,6 +190,7 @@ public:
     }
 
 private:
+    std::vector<std::string> pieces_ = Rows_Of("pieces");
     std::mt19937 random_{20240102};
 };
 
@@ -240,28 +233,7 @@ TEST(Every_Value, KeepsWhatItSays)
 /** Values in plain letters are told to be sound at a glance, those in another repertoire are not. */
 TEST(Every_Value, IsJudgedAlikeAtAGlanceAndByItsRule)
 {
-    const std::string tokens[] = {"",
-                                  " ",
-                                  "\\",
-                                  "\0"s,
-                                  "\1",
-                                  "0",
-                                  "-",
-                                  ".",
-                                  "1",
-                                  "7Y",
-                                  "A",
-                                  "a",
-                                  "_",
-                                  "^",
-                                  "=",
-                                  ",",
-                                  "20240229",
-                                  "0010",
-                                  "2147483648",
-                                  "A^B^C^D^E",
-                                  "12345678901234",
-                                  std::string(62, '1')};
+    const std::vector<std::string> tokens = Rows_Of("tokens");
     const Character_Set plain("");
     const Character_Set other("ISO_IR 13");
     int sound = 0;

@@ -102,40 +102,23 @@ TEST(JSON, HoldsAMillionEmptyItems)
 /** In both byte orders: what is not little endian in the file cannot be a reference to it. */
 TEST(JSON, RefersToLongValuesWhereTheFileHoldsThem)
 {
-    const struct {
-        const char* syntax;
-        unsigned char code;
-        std::string json;
-    } rows[] = {
-        {Explicit_Little, DICOM_Order_Explicit_VR,
-         R"({"00110010":{"vr":"LO","Value":["ME"]},"00111010":{"vr":"OB","InlineBinary":"AQIDBA=="},)"
-         R"("00111011":{"vr":"OW","BulkDataURI":"file:a?offset=288&length=6"}})"},
-        {"1.2.840.10008.1.2.2", DICOM_Order_Explicit_VR | DICOM_Order_Big_Endian,
-         R"({"00110010":{"vr":"LO","Value":["ME"]},"00111010":{"vr":"OB","InlineBinary":"AQIDBA=="},)"
-         R"("00111011":{"vr":"OW","InlineBinary":"AgEEAwYF"}})"},
-        {"1.2.840.10008.1.2.4.50", DICOM_Order_Explicit_VR,
-         R"({"00020010":{"vr":"UI","Value":["1.2.840.10008.1.2.4.50"]},)"
-         R"("00110010":{"vr":"LO","Value":["ME"]},"00111010":{"vr":"OB","InlineBinary":"AQIDBA=="},)"
-         R"("00111011":{"vr":"OW","BulkDataURI":"file:a?offset=290&length=6"},)"
-         R"("7FE00010":{"vr":"OB","BulkDataURI":"file:a?offset=308&length=20"}})"},
-    };
-    for (const auto& row : rows) {
+    For_Each_Case("mend/json/json.cases", "bulk", 3, [](const Case_Row& row) {
         Findings findings;
         const Library_Session session(findings);
-        Stream_Builder stream(row.code);
+        Stream_Builder stream(static_cast<unsigned char>(row.Number(1)));
         stream.Element(0x0011, 0x0010, "LO", "ME").Element(0x0011, 0x1010, "OB", "\1\2\3\4");
         stream.Element(0x0011, 0x1011, "OW", "\1\2\3\4\5\6");
-        if (Encoding_Of(row.syntax).encapsulated) {
+        if (Encoding_Of(row[0]).encapsulated) {
             stream.Header(0x7FE0, 0x0010, "OB", DICOM_Undefined_Length).Item(0);
             stream.Item(4).Raw("\xff\xd8\xff\xd9").Sequence_End();
         }
-        const std::string file = Part10_Head(row.syntax) + stream.Bytes();
+        const std::string file = Part10_Head(row[0]) + stream.Bytes();
         const Data_Set set = Read_Data_Set(Source_Of(file), findings);
         EXPECT_EQ(
             JSON_Of(set, findings, {.inline_limit = 4, .bulk_base = "file:a", .pretty = false}),
-            row.json);
+            row[2]);
         EXPECT_EQ(Kept_Lines(findings), "");
-    }
+    });
 }
 
 /** The caller's bytes are the value, and those of encapsulated data become its fragments. */
