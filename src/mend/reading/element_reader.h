@@ -52,7 +52,7 @@ public:
 
 private:
     /** What had to be assumed to read a header. */
-    enum class Assumed : unsigned char { Nothing, As_Library, Form, Padding, Encoding };
+    enum class Assumed : unsigned char { Nothing, As_Library, Form, Padding, Encoding, Torn };
     struct Reading {
         Element_Header header;
         /** Byte-order code of what follows in the list. */
@@ -114,6 +114,7 @@ private:
     void Offer_Under(Reading& best, const Reading& reading, int cost);
     void Offer_Forms(Reading& best, const Element_Header& as_read);
     void Offer_Encodings(Reading& best);
+    void Offer_Torn(Reading& best, const Element_Header& as_read);
     bool Looks_Wrong(const Element_Header& header);
     bool Holds_Controls(const Element_Header& header);
     bool Holds_Elements(const Element_Header& header);

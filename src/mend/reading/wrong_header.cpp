@@ -119,6 +119,31 @@ void Element_Reader::Offer_Forms(Reading& best, const Element_Header& as_read)
     }
 }
 
+/** The header of a sequence that lost a few bytes, or got some: its first item shows where it ends. */
+void Element_Reader::Offer_Torn(Reading& best, const Element_Header& as_read)
+{
+    constexpr int Tag_Size = 4;
+    constexpr int Most_Bytes = 7;
+    const bool is_explicit = Is_Explicit(Top().mode);
+    const int usual = is_explicit ? static_cast<int>(Longest_Header) : Item_Header_Size;
+    const TAG_db_Elems* const entry = as_read.Entry();
+    if (entry == nullptr || entry->vr[0] != VR_SQ ||
+        Starts_With_Item(position_ + usual, Top().mode)) {
+        return;
+    }
+    Element_Header torn = as_read;
+    torn.form = is_explicit ? Header_Form::Long : Header_Form::Implicit;
+    torn.vr = is_explicit ? VR_SQ : static_cast<unsigned short>(0);
+    torn.reserved = 0;
+    torn.length = Element_Header::Undefined;
+    for (torn.size = Tag_Size; torn.size <= usual + Most_Bytes; ++torn.size) {
+        if (Starts_With_Item(position_ + torn.size, Top().mode)) {
+            Offer(best, torn, Assumed::Torn, 2);
+            return;
+        }
+    }
+}
+
 /** The other encodings, for this element alone and for those that follow too. */
 void Element_Reader::Offer_Encodings(Reading& best)
 {
@@ -200,6 +225,7 @@ void Element_Reader::Settle(const Element_Header& as_read)
         Offer_Library(best, as_read);
         Offer_Forms(best, as_read);
         Offer_Encodings(best);
+        Offer_Torn(best, as_read);
     }
     if (Settle_Damaged_Delimiter(as_read, std::max(best.points, Likely))) {
         return;
@@ -419,8 +445,17 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
                          !Is_Explicit(Top().usual_mode) ? Header_Form::Implicit
                          : Is_Long_VR(header.vr)        ? Header_Form::Long
                                                         : Header_Form::Short);
+    if (reading.assumed == Assumed::Torn) {
+        Report(Fault::Header, Level::Change, header,
+               "its header has " + Bytes_Text(header.size) + " instead of " +
+                   std::to_string(usual.size));
+    }
     Note_Shift(header.size - usual.size);
     Accept(header);
+    if (reading.assumed == Assumed::Torn) {
+        // That its length is not known was said.
+        Top().said = true;
+    }
     Note_Claim(header.length, as_read.length);
 }
 
