@@ -94,6 +94,7 @@ private:
     void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
     Trust Trust_In(std::int64_t end, std::size_t levels);
     bool Content_Fills(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    bool Ends_Before(const Nesting_Level& level, std::int64_t content, std::int64_t end);
     bool Stands_Behind_Sequence(std::int64_t at);
     std::int64_t Find_Moved_End(const Nesting_Level& level);
     void Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length);

@@ -89,6 +89,27 @@ std::int64_t Element_Reader::Find_Moved_End(const Nesting_Level& level)
     return 0;
 }
 
+/** What a level holds ends in front of a place, where something else begins: its length is wrong. */
+bool Element_Reader::Ends_Before(const Nesting_Level& level, std::int64_t content, std::int64_t end)
+{
+    if (level.kind == Level_Kind::List) {
+        Level_View item = level;
+        item.mode = Mode_In_Item(window_, content, item);
+        item.end = end;
+        item.limit = end;
+        const std::int64_t to = Read_Straight(window_, {item}, content).to;
+        return to < end && Starts_With_Item(to, level.mode);
+    }
+    std::int64_t at = content;
+    Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
+    while (at < end && item.size != 0 && item.tag == Item_Tag && !item.Is_Undefined()) {
+        at += item.size + static_cast<std::int64_t>(item.length);
+        item = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
+    }
+    return at > content && at < end &&
+           Judge(Decode_Header(Header_Bytes(at), Top().mode), at, Top()) == Grade::Sound;
+}
+
 /** Sets the end of a level, that is not open yet, by the length that its header claims. */
 void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length)
 {
@@ -97,6 +118,9 @@ void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, 
     const Trust trust = Trust_In(level.claimed_end, levels_.size());
     const bool is_around = level.claimed_end == level.limit;
     level.moved = trust == Trust::Full || is_around ? 0 : Find_Moved_End(level);
+    if (level.moved != 0 && Ends_Before(level, content, level.claimed_end + level.moved)) {
+        level.moved = 0;
+    }
     if (trust != Trust::None || level.moved != 0 ||
         Content_Fills(level, content, level.claimed_end)) {
         level.is_weak = trust != Trust::Full && level.moved == 0;
