@@ -5,8 +5,10 @@
 #include "mend/findings/findings.h"
 #include "mend/reading/encoding.h"
 
+#include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -156,6 +158,8 @@ struct Data_Set {
     /** Transfer syntax that the bytes have; empty when pixel data are in one that is not known. */
     std::string syntax;
     Encoding encoding;
+    /** Sums over all values, once a UID was made of them. */
+    std::optional<std::array<std::uint64_t, 2>> sums;
 
     /** The bytes of a value, read from the source when they were left there. */
     Bytes Value(const DICOM_List& record, std::size_t most = SIZE_MAX) const;

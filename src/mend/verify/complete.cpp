@@ -4,7 +4,7 @@
 #include "mend/healing/repair.h"
 #include "mend/reading/tree.h"
 #include "mend/verify/verify.h"
-#include "mend/writing/file_meta.h"
+#include "mend/writing/new_uid.h"
 
 #include <algorithm>
 #include <map>
@@ -55,7 +55,7 @@ public:
     explicit Place_In_Set(Data_Set& set) : set_(set)
     {
     }
-    const Data_Set& Set() const
+    Data_Set& Set() const
     {
         return set_;
     }
@@ -246,10 +246,11 @@ void Make_Identity(Place_In_Set& place, DICOM_List* module, Findings& findings)
             (record != nullptr && !Is_Empty(place.Set(), *record))) {
             continue;
         }
-        const DICOM_List* const meta = Find_Record(place.Set().meta.Head(), identity.meta);
-        std::string uid = meta != nullptr ? Trimmed(place.Set().Value(*meta)) : std::string();
+        Data_Set& set = place.Set();
+        const DICOM_List* const meta = Find_Record(set.meta.Head(), identity.meta);
+        std::string uid = meta != nullptr ? Trimmed(set.Value(*meta)) : std::string();
         if (!Is_UID(uid)) {
-            uid = identity.can_be_made ? Make_UID(place.Set(), tag) : std::string();
+            uid = identity.can_be_made ? Make_UID(set, tag) : std::string();
         }
         if (uid.empty()) {
             continue;

@@ -2,10 +2,9 @@
 
 #include "mend/healing/order.h"
 #include "mend/healing/repair.h"
-#include "mend/reading/tree.h"
+#include "mend/writing/new_uid.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -136,62 +135,7 @@ void Settle_Identity(Data_Set& set, Completion& completion, Findings& findings)
     }
 }
 
-/** Calls `visit` for each byte of all values; those in the source are read piece by piece. */
-template <class Visit>
-void For_Each_Byte(const Data_Set& set, Visit&& visit)
-{
-    std::array<unsigned char, 65536> block;
-    Tree_Walk walk(set.records.Head());
-    while (const DICOM_List* const record = walk.Next()) {
-        const std::int64_t size = Has_Value(*record) ? Size_Of(*record) : 0;
-        if (record->data != nullptr) {
-            std::for_each(record->data, record->data + size, visit);
-            continue;
-        }
-        for (std::int64_t at = 0; at < size; at += std::ssize(block)) {
-            const auto wanted = static_cast<std::size_t>(std::min(size - at, std::ssize(block)));
-            const std::size_t count =
-                set.source->Read(Value_Position_Of(*record) + at, {block.data(), wanted});
-            std::for_each(block.begin(), block.begin() + count, visit);
-            if (count != wanted) {
-                break;
-            }
-        }
-    }
-}
-
 }  // namespace
-
-std::string Make_UID(const Data_Set& set, Tag purpose)
-{
-    // Two FNV-1a sums of 64 bits with different bases.
-    constexpr std::uint64_t Prime = 1099511628211ULL;
-    std::uint64_t high = 14695981039346656037ULL;
-    std::uint64_t low =
-        1469598103934665603ULL ^ (std::uint64_t{purpose.group} << 16 | purpose.element);
-    For_Each_Byte(set, [&](unsigned char byte) {
-        high = (high ^ byte) * Prime;
-        low = (low ^ (byte + 1U)) * Prime;
-    });
-    // Version 8 and the variant of a UUID, whose contents are the application's own.
-    high = (high & ~0xF000ULL) | 0x8000ULL;
-    low = (low & ~(3ULL << 62)) | 2ULL << 62;
-    std::string digits;
-    while (high != 0 || low != 0) {
-        // Division of the 128-bit number by 10, in steps of 32 bits.
-        std::uint64_t rest = 0;
-        std::uint64_t parts[] = {high >> 32, high & 0xFFFFFFFFU, low >> 32, low & 0xFFFFFFFFU};
-        for (std::uint64_t& part : parts) {
-            const std::uint64_t dividend = rest << 32 | part;
-            part = dividend / 10;
-            rest = dividend % 10;
-        }
-        high = parts[0] << 32 | parts[1];
-        low = parts[2] << 32 | parts[3];
-        digits.insert(digits.begin(), static_cast<char>('0' + rest));
-    }
-    return "2.25." + digits;
-}
 
 void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
 {

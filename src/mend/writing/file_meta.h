@@ -9,13 +9,6 @@
 namespace lib_mend {
 
 /**
- * A UID of the data set's own (PS3.5 section B.2): the same bytes and purpose give the same one.
- *
- * @param purpose  the attribute that it is for
- */
-std::string Make_UID(const Data_Set& set, Tag purpose);
-
-/**
  * Completes group 0002 of a data set: version, SOP class and instance of the data set, the transfer
  * syntax, and the implementation where none is named. A UID that was read and differs from the data
  * set's stays. The group length is left to the writer.
