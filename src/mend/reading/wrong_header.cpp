@@ -225,8 +225,8 @@ void Element_Reader::Settle(const Element_Header& as_read)
         Offer_Library(best, as_read);
         Offer_Forms(best, as_read);
         Offer_Encodings(best);
-        Offer_Torn(best, as_read);
     }
+    Offer_Torn(best, as_read);
     if (Settle_Damaged_Delimiter(as_read, std::max(best.points, Likely))) {
         return;
     }
