@@ -83,120 +83,130 @@ private:
     void Step();
     void Read_In_List();
     bool Fits_What_Follows(const Element_Header& header);
-    bool Ends_With_Moved(const Element_Header& header);
     bool Is_Cut_Off_Here();
     bool Ends_Before_Items(const Element_Header& header);
+    bool Ends_With_Moved(const Element_Header& header);
     bool Leads_On(const Element_Header& header);
+    bool Spend_Element();
+    void Fill_Record(DICOM_List& record, const Element_Header& header) const;
+    DICOM_List& Append_Record(const Element_Header& header);
+    void Add_Item(Nesting_Level& sequence, Nesting_Level& item, const Element_Header& header);
     void Accept(const Element_Header& header);
     void Raise_Last(const Element_Header& header);
     void Read_Value(DICOM_List& record, const Element_Header& header);
     void Load(DICOM_List& record);
-    void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
+    std::int64_t Find_Last_Nonzero() const;
+    bool Stop_At_Zeros();
+
+    // ---- levels.cpp
     Trust Trust_In(std::int64_t end, std::size_t levels);
-    bool Content_Fills(const Nesting_Level& level, std::int64_t content, std::int64_t end);
-    bool Ends_Before(const Nesting_Level& level, std::int64_t content, std::int64_t end);
-    bool Stands_Behind_Sequence(std::int64_t at);
-    std::int64_t Find_Moved_End(const Nesting_Level& level);
-    void Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length);
+    void Enter(DICOM_List& record, const Element_Header& header, const Content& content);
     void Leave_Ended_Levels();
     void Pop();
     void Pop_To(std::size_t levels);
-    bool Stop_At_Zeros();
     void Report_Open_Levels();
-    bool Spend_Element();
-    DICOM_List& Append_Record(const Element_Header& header);
-    void Fill_Record(DICOM_List& record, const Element_Header& header) const;
-    void Add_Item(Nesting_Level& sequence, Nesting_Level& item, const Element_Header& header);
-    std::int64_t Find_Last_Nonzero() const;
+
+    // ---- moved_ends.cpp
+    bool Content_Fills(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    bool Stands_Behind_Sequence(std::int64_t at);
+    std::int64_t Find_Moved_End(const Nesting_Level& level);
+    bool Ends_Before(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    void Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length);
+    void Note_Shift(std::int64_t bytes);
+    void Note_Garbage(std::int64_t size);
+    void Move_Weak_Ends(std::initializer_list<std::int64_t> shifts);
 
     // ---- wrong_header.cpp
-    void Settle(const Element_Header& as_read);
-    void Offer(Reading& best, const Element_Header& header, Assumed assumed, int cost);
+    Element_Header With_VR(const Element_Header& header) const;
     void Offer_Under(Reading& best, const Reading& reading, int cost);
+    void Offer(Reading& best, const Element_Header& header, Assumed assumed, int cost);
     void Offer_Forms(Reading& best, const Element_Header& as_read);
-    void Offer_Encodings(Reading& best);
     void Offer_Torn(Reading& best, const Element_Header& as_read);
+    void Offer_Encodings(Reading& best);
+    bool Ask_Library(const Element_Header& as_read, Element_Header& header);
+    void Offer_Library(Reading& best, const Element_Header& as_read);
+    void Settle(const Element_Header& as_read);
+    bool Settle_Damaged_Delimiter(const Element_Header& header, int enough);
+    bool Settle_By_Search(const Element_Header& as_read);
+    bool Is_Strong(const Place_Found& place);
+    void Report_Cut(const Element_Header& header, std::int64_t claimed);
+    void Note_Claim(std::int64_t length, std::int64_t claimed);
+    void Take(const Reading& reading, const Element_Header& as_read);
+
+    // ---- doubts.cpp
     bool Looks_Wrong(const Element_Header& header);
     bool Holds_Controls(const Element_Header& header);
     bool Holds_Elements(const Element_Header& header);
     bool Hides_Place(const Reading& reading);
-    bool Settle_Pixels(const Element_Header& as_read);
-    std::int64_t Size_Of_Image() const;
-    bool Is_Strong(const Place_Found& place);
     bool Fits_Place(const Element_Header& header, const Place_Found& place);
     bool Length_Holds(const Element_Header& header, std::int64_t claimed, std::int64_t place);
-    void Offer_Library(Reading& best, const Element_Header& as_read);
-    bool Settle_Damaged_Delimiter(const Element_Header& header, int enough);
-    bool Settle_By_Search(const Element_Header& as_read);
-    void Take(const Reading& reading, const Element_Header& as_read);
-    Element_Header With_VR(const Element_Header& header) const;
-    void Report_Cut(const Element_Header& header, std::int64_t claimed);
-    void Note_Claim(std::int64_t length, std::int64_t claimed);
-    void Note_Shift(std::int64_t bytes);
-    void Note_Garbage(std::int64_t size);
-    void Move_Weak_Ends(std::initializer_list<std::int64_t> shifts);
-    bool Ask_Library(const Element_Header& as_read, Element_Header& header);
+
+    // ---- pixel_length.cpp
+    std::int64_t Size_Of_Image() const;
+    bool Settle_Pixels(const Element_Header& as_read);
 
     // ---- hidden_items.cpp
-    Content Content_Of(DICOM_List& record, const Element_Header& header);
-    Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
-    void Take_As_Bytes(DICOM_List& record, std::int64_t value);
+    bool Starts_With_Item(std::int64_t at, unsigned char mode);
     bool Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
     void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
-    int Points_Without_Item(const Element_Header& header);
     int Points_In_Item(Outlook look, Level_View item, std::int64_t at);
     int Points_In_Bare_Item(const Element_Header& header);
     int Points_In_Damaged_Item(Outlook look, std::int64_t at);
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
-    bool Starts_With_Item(std::int64_t at, unsigned char mode);
+    int Points_Without_Item(const Element_Header& header);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
+    void Take_As_Bytes(DICOM_List& record, std::int64_t value);
+    Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
+    Content Content_Of(DICOM_List& record, const Element_Header& header);
 
-    // ---- delimiters.cpp
-    void Read_In_Sequence();
-    void Read_Delimiter_In_List(const Element_Header& header);
-    void Read_Item_In_List(const Element_Header& header);
-    void Read_Sequence_End_In_List(const Element_Header& header);
-    void Read_Item_End_In_Sequence(const Element_Header& header);
-    void Settle_In_Sequence();
-    int Points_In_Last_Item();
-    int Points_In_New_Item(std::int64_t at);
-    void Reopen_Item();
-    void Supply_Item();
-    bool Reopen_Sequence();
-    bool Stands_Sequence_End(std::int64_t at);
-    static int Same_Bytes(Tag tag, Tag other);
+    // ---- items.cpp
     void Start_Item(const Element_Header& header);
     std::int64_t Find_Torn_Item(const Outlook& look, std::int64_t content);
     int Points_In_Torn_Item(Outlook look, std::int64_t content);
     bool Start_Torn_Item(std::int64_t content);
+    void Read_In_Sequence();
+    void Read_Item_End_In_Sequence(const Element_Header& header);
+    int Points_In_Last_Item();
+    void Reopen_Item();
+    int Points_In_New_Item(std::int64_t at);
+    static int Same_Bytes(Tag tag, Tag other);
+    void Supply_Item();
+    void Settle_In_Sequence();
+
+    // ---- delimiters.cpp
+    int Points_After(std::int64_t at, std::size_t pop);
+    void Check_Delimiter_Length(const Element_Header& header);
     void Skip_Delimiter(const Element_Header& header, const char* what);
     bool Ends_As_Claimed(const Nesting_Level& level) const;
-    bool Leave_Exact_Lengths(const Element_Header& header);
-    bool Leave_Wrong_Lengths(const Element_Header& header);
     void Close_Unclosed(const char* what);
     void Close_Moved();
-    void Check_Delimiter_Length(const Element_Header& header);
-    int Points_After(std::int64_t at, std::size_t pop);
+    bool Leave_Exact_Lengths(const Element_Header& header);
+    bool Leave_Wrong_Lengths(const Element_Header& header);
+    void Read_Delimiter_In_List(const Element_Header& header);
+    bool Reopen_Sequence();
+    void Read_Item_In_List(const Element_Header& header);
+    bool Stands_Sequence_End(std::int64_t at);
+    void Read_Sequence_End_In_List(const Element_Header& header);
 
     // ---- fragments.cpp
-    void Read_In_Fragments();
-    void Read_Fragment(const Element_Header& header);
-    void Read_Bare_Fragment(const Element_Header& header);
-    void Supply_Offset_Table(const Element_Header& header);
+    bool Fragment_May_End(std::int64_t at);
     bool Ends_Fragments(std::int64_t at);
     bool Is_Damaged_Item(const Element_Header& header, std::int64_t at);
     bool Fragments_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
-    bool Fragment_May_End(std::int64_t at);
     std::int64_t Find_Fragment_End(std::int64_t from);
+    void Supply_Offset_Table(const Element_Header& header);
+    void Read_Fragment(const Element_Header& header);
     void Report_Fragment_End(const DICOM_List& record, const Element_Header& header,
                              std::int64_t claimed, std::int64_t end);
+    void Read_In_Fragments();
+    void Read_Bare_Fragment(const Element_Header& header);
 
     // ---- resync.cpp
-    std::optional<Place_Found> Find_Place(std::int64_t from, Tag last, std::int64_t until);
     bool Is_Place(std::int64_t at, std::size_t levels, Tag last);
-    void Skip_Garbage();
+    std::optional<Place_Found> Find_Place(std::int64_t from, Tag last, std::int64_t until);
     void Skip_Rest();
+    void Skip_Garbage();
 
     // ---- private_elements.cpp
     void Note_Creator(Nesting_Level& list, const DICOM_List& record);

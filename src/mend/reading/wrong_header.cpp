@@ -344,57 +344,6 @@ void Element_Reader::Report_Cut(const Element_Header& header, std::int64_t claim
                std::to_string(claimed) + " bytes are there");
 }
 
-/** Bytes too many, or too few, move the ends of all that is open. */
-void Element_Reader::Note_Shift(std::int64_t bytes)
-{
-    constexpr std::int64_t Most = 512;
-    if (bytes < -Most || bytes > Most) {
-        // A damaged length says nothing about how many they are.
-        ++shift_.damaged;
-        Move_Weak_Ends({1, -1, 2, -2});
-    } else if (bytes != 0) {
-        shift_.if_put_in += bytes;
-        shift_.if_damaged += bytes;
-        shift_.if_left_over += bytes;
-        Move_Weak_Ends({bytes});
-    }
-}
-
-/** Bytes that are no elements may be too many, an element, or part of one. */
-void Element_Reader::Note_Garbage(std::int64_t size)
-{
-    constexpr std::int64_t Most = 4096;
-    constexpr std::int64_t Usual_Header = 8;
-    if (size <= Most) {
-        shift_.if_put_in += size;
-        shift_.if_left_over -= Usual_Header;
-        ++shift_.damaged;
-        Move_Weak_Ends({size, -Usual_Header, 1, -1, 2, -2});
-    }
-}
-
-/** Ends that nothing behind them speaks for move to where something does. */
-void Element_Reader::Move_Weak_Ends(std::initializer_list<std::int64_t> shifts)
-{
-    constexpr std::size_t Levels_Moved = 32;
-    for (std::size_t i = 1; i < levels_.size() && levels_.size() <= Levels_Moved; ++i) {
-        Nesting_Level& level = levels_[i];
-        if (level.end == Level_View::Open) {
-            level.limit = levels_[i - 1].limit;
-            level.is_weak = levels_[i - 1].is_weak;
-            continue;
-        }
-        for (const std::int64_t bytes : shifts) {
-            if (level.is_weak && level.end + bytes >= position_ &&
-                Trust_In(level.end + bytes, i) == Trust::Full) {
-                level.end += bytes;
-                level.limit = level.end;
-                level.is_weak = false;
-            }
-        }
-    }
-}
-
 /** Keeps what the header of the last record claimed. */
 void Element_Reader::Note_Claim(std::int64_t length, std::int64_t claimed)
 {
