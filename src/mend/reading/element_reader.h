@@ -5,10 +5,15 @@
 // which the headers that follow make the most sense; where there is none, reading goes on at the next
 // place where headers follow each other. One file holds each kind of fault:
 //
-//     element_reader.cpp   the levels, and elements that are sound
+//     element_reader.cpp   elements that are sound
+//     levels.cpp           the levels of nesting: what opens and closes them
+//     moved_ends.cpp       ends of levels that missing or additional bytes have moved
 //     wrong_header.cpp     VRs that do not exist, lengths that do not fit, other encodings
+//     doubts.cpp           what speaks against a reading
+//     pixel_length.cpp     the length of native pixel data, by the image
 //     hidden_items.cpp     sequences that do not look like one, and what looks like one and is none
-//     delimiters.cpp       items and delimiters that are missing, doubled, exchanged or misplaced
+//     items.cpp            what stands directly in a sequence: items, and what is none
+//     delimiters.cpp       delimiters that are missing, doubled, exchanged or misplaced
 //     fragments.cpp        encapsulated data
 //     resync.cpp           the next place where headers follow each other
 //     private_elements.cpp private creators and their definitions
