@@ -45,6 +45,11 @@ void Check_Group_Lengths(const Data_Set& set, DICOM_List** list, Findings& findi
     Path first_path;
     std::size_t count = 0;
     For_Each_Element(*list, [&](const DICOM_List& record, const Path& path) {
+        if (record.element == 0x0000 && !Is_Group_Length(record)) {
+            findings.Report(Fault::Group_Length, Level::Kept, At(record, path),
+                            "stands in the place of a group length and is none; it is kept");
+            return;
+        }
         if (record.element != 0x0000 || Is_Right(set, record)) {
             return;
         }

@@ -213,7 +213,7 @@ private:
             return;
         }
         const Offsets table = Numbers_64(set_.Value(*record));
-        const Offsets moved = Moved(table);
+        const Offsets moved = table == new_offsets_ ? table : Moved(table);
         if (std::ssize(moved) != frames_ || record->size % Extended_Entry_Size != 0) {
             Rebuild(*record, new_offsets_, "extended offset table does not fit the fragments");
         } else if (moved != table) {

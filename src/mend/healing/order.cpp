@@ -198,7 +198,7 @@ private:
         if (Is_Empty_Record(record)) {
             findings_.Report(Fault::Duplicate, Level::Change, At(record, path),
                              "occurs twice; one without a value is left out");
-        } else if (record.element == 0x0000) {
+        } else if (Is_Group_Length(record)) {
             findings_.Report(Fault::Duplicate, Level::Change, At(record, path),
                              "occurs twice; one group length is enough");
         } else if (original.Equals(record)) {

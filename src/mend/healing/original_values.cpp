@@ -57,7 +57,7 @@ bool Is_Of_The_Encoding(const DICOM_List& record)
 {
     constexpr std::array Tags = {Tag{0xFFFC, 0xFFFC}, Tag{0x0004, 0x1200}, Tag{0x0004, 0x1202},
                                  Tag{0x0004, 0x1400}, Tag{0x0004, 0x1420}, Tag{0x0004, 0x1504}};
-    return record.element == 0x0000 || record.group == 0x0002 ||
+    return Is_Group_Length(record) || record.group == 0x0002 ||
            std::find(Tags.begin(), Tags.end(), Tag_Of(record)) != Tags.end();
 }
 

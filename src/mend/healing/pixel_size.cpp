@@ -58,9 +58,10 @@ void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bo
     } else if (may_pad) {
         Pad(set, *pixels, *size, path, findings);
     } else {
+        const std::string unfilled = pad ? "; so large an image is not filled" : "";
         findings.Report(Fault::Pixel_Size, Level::Kept, At(*pixels, path),
                         *size == Image::Too_Large ? "the image has " + Bytes_Text(*size)
-                                                  : Missing_Text(*size - found));
+                                                  : Missing_Text(*size - found) + unfilled);
     }
 }
 

@@ -115,7 +115,8 @@ private:
             return;
         }
         DICOM_List* record = index_.Find(list, former.tag);
-        if (record == nullptr) {
+        const bool is_gone = record == nullptr;
+        if (is_gone) {
             Record_List fresh(New_Record(former.tag, vr != 0 ? vr : VR_Of_Registry(former.tag)));
             fresh.Head()->depth =
                 static_cast<unsigned char>(std::min<std::size_t>(former.path.size(), 255));
@@ -125,7 +126,8 @@ private:
                              "the original value was none of a sequence, and is not put back");
             return;
         }
-        if (vr == 0 && Width_Of(VR_Of(*record)) != 0 && std::ssize(former.value) != record->size) {
+        if (vr == 0 && !is_gone && Width_Of(VR_Of(*record)) != 0 &&
+            std::ssize(former.value) != record->size) {
             findings_.Report(Fault::Original_Attributes, Level::Error, At(*record, former.path),
                              "the original value is of another VR, which is not recorded, and is "
                              "not put back");

@@ -49,15 +49,12 @@ std::size_t Even_Size(const DICOM_List& record)
     return size + size % 2;
 }
 
-/**
- * A standard element of one known VR that was written as UN: its value is little endian. One that
- * is too long for the header of most VRs has to stay UN.
- */
+/** A standard element of one known VR that was written as UN: its value is little endian. */
 unsigned short VR_For_Unknown(const DICOM_List& record)
 {
     const bool is_plain = record.vr == VR_UN && record.dict != nullptr && record.group % 2 == 0 &&
                           record.size >= 0 && record.nb_item == 0 &&
-                          record.size <= Longest_Short_Value && std::abs(record.dict->nb_vr) == 1;
+                          std::abs(record.dict->nb_vr) == 1;
     if (!is_plain) {
         return VR_UN;
     }
@@ -175,8 +172,11 @@ public:
         }
         const unsigned short known = VR_For_Unknown(record);
         if (known != VR_UN) {
-            findings_.Report(Fault::VR_Unknown, Level::Change, At(record, way),
-                             "VR=UN is replaced by VR=" + VR_Text(known) + " of the registry");
+            // One that is too long for the header of its VR is written as UN again.
+            if (record.size <= Longest_Short_Value || Is_Long_VR(known)) {
+                findings_.Report(Fault::VR_Unknown, Level::Change, At(record, way),
+                                 "VR=UN is replaced by VR=" + VR_Text(known) + " of the registry");
+            }
             record.vr = known;
             record.byte_order &= static_cast<unsigned char>(~DICOM_Order_Big_Endian);
         } else if (record.vr == 0 && record.dict != nullptr && std::abs(record.dict->nb_vr) > 1) {
@@ -275,7 +275,8 @@ unsigned short Registry_VR(const DICOM_List& record, bool is_signed)
 
 bool Has_Foreign_VR(const DICOM_List& record)
 {
-    if (record.vr == 0 || Is_Streamed(record)) {
+    const bool is_no_length = record.element == 0x0000 && !Is_Group_Length(record);
+    if (record.vr == 0 || Is_Streamed(record) || is_no_length) {
         return false;
     }
     if (record.dict == nullptr || record.dict->nb_vr == 0) {

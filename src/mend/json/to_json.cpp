@@ -200,7 +200,7 @@ private:
 
     void Write_Element(DICOM_List& record)
     {
-        if (record.element == 0x0000) {
+        if (Is_Group_Length(record)) {
             if (!has_group_lengths_) {
                 findings_.Report(Fault::Removed, Level::Info, At(record, way_),
                                  "group lengths are left out of JSON");

@@ -8,6 +8,7 @@
 #include "mend/reading/element_reader.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "mend/reading/vr_forms.h"
 
@@ -24,6 +25,22 @@ constexpr int Enough = 8;
 /** Bytes that are searched more than once before searches are held together. */
 constexpr std::int64_t Free_Search = 1 << 20;
 constexpr std::int64_t Search_Per_Byte = 16;
+
+/** The quickest test: zeros are no header, and with explicit VR two capitals stand in each of them. */
+bool Is_Hopeless(const unsigned char* bytes, bool is_explicit)
+{
+    constexpr auto is_capital = [](unsigned char byte) {
+        return byte >= 'A' && byte <= 'Z';
+    };
+    // Group FFFE in either byte order.
+    const bool may_be_delimiter = bytes[0] >= 0xFE && bytes[1] >= 0xFE;
+    if (is_explicit) {
+        return !(is_capital(bytes[4]) && is_capital(bytes[5])) && !may_be_delimiter;
+    }
+    std::uint64_t all = 0;
+    std::memcpy(&all, bytes, sizeof all);
+    return all == 0;
+}
 
 /** The quick test that nearly every byte fails. */
 bool May_Be_Header(std::span<const unsigned char> bytes, unsigned char mode)
@@ -95,6 +112,9 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
     for (std::size_t level = lowest + 1; level < levels_.size(); ++level) {
         lowest = levels_[level].end != Level_View::Open ? level : lowest;
     }
+    const bool is_explicit =
+        std::all_of(levels_.begin() + static_cast<std::ptrdiff_t>(lowest), levels_.end(),
+                    [](const Nesting_Level& level) { return Is_Explicit(level.mode); });
     const std::int64_t limit = std::min(until + Overlap, Top().limit);
     std::int64_t at = std::max(from, searched_to_);
     // Where searches cost more than the data is worth, none goes over what another one went over.
@@ -114,6 +134,9 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
         search_.assign(view.begin(), view.end());
         const std::span<const unsigned char> bytes = search_;
         for (std::size_t i = 0; i + 8 <= bytes.size(); ++i) {
+            if (Is_Hopeless(&bytes[i], is_explicit)) {
+                continue;
+            }
             const std::span<const unsigned char> header =
                 bytes.subspan(i, std::min(Longest_Header, bytes.size() - i));
             for (std::size_t levels = levels_.size(); levels > lowest; --levels) {

@@ -53,4 +53,12 @@ bool Holds_Items(const DICOM_List& record)
     return Item_Of(record, 0) != nullptr || record.size < 0 || is_sequence;
 }
 
+bool Is_Group_Length(const DICOM_List& record)
+{
+    constexpr int Size = 4;
+    const unsigned short vr = VR_Of(record);
+    return record.element == 0x0000 && !Holds_Items(record) &&
+           (record.size == 0 || (record.size == Size && (vr == VR_UL || vr == VR_UN || vr == 0)));
+}
+
 }  // namespace lib_mend

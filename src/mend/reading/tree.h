@@ -119,6 +119,12 @@ void For_Each_Fragment(const DICOM_List& record, Visit&& visit)
 /** Tells whether a list of this record's items is written, and not a value. */
 bool Holds_Items(const DICOM_List& record);
 
+/**
+ * Tells whether an element (gggg,0000) is a group length, which is made anew when it is written. One that
+ * holds anything else than four bytes of UL, or nothing, is an element like any other.
+ */
+bool Is_Group_Length(const DICOM_List& record);
+
 /** Tells whether the items of a record are fragments of encapsulated data. */
 bool Holds_Fragments(const DICOM_List& record);
 

@@ -59,11 +59,6 @@ std::int64_t Header_Size(bool is_long, const Encoding& encoding)
     return encoding.explicit_vr && is_long ? 12 : 8;
 }
 
-bool Is_Group_Length(const DICOM_List& record)
-{
-    return record.element == 0x0000;
-}
-
 /** A slot that holds nothing but the end of its sequence is no item. */
 bool Is_Item(const DICOM_List* list)
 {
@@ -119,8 +114,8 @@ private:
         }
         if (record.group != level.group) {
             level.group = record.group;
-            const bool is_wanted =
-                options_.group_lengths && levels_.size() == 1 && record.group != Padding_Group;
+            const bool is_wanted = options_.group_lengths && levels_.size() == 1 &&
+                                   record.group != Padding_Group && record.element != 0x0000;
             if (is_wanted || Is_Group_Length(record)) {
                 visitor_.Group_Length(record.group);
             } else {

@@ -81,7 +81,7 @@ public:
             Supply(tag, VR_UI, value);
         } else if (current != value && was_read) {
             findings_.Report(Fault::Meta_Differs, Level::Kept, place,
-                             "is another than in the data set", {current, value});
+                             "is another than in the data set", {current, {}});
         } else if (current != value) {
             Set_Value(set_, tag, VR_UI, value);
             findings_.Report(Fault::Meta_Differs, Level::Change, place,
