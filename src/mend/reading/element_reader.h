@@ -170,6 +170,9 @@ private:
     std::int64_t Find_Torn_Item(const Outlook& look, std::int64_t content);
     int Points_In_Torn_Item(Outlook look, std::int64_t content);
     bool Start_Torn_Item(std::int64_t content);
+    bool Shows_Delimiter(Tag tag, std::int64_t until);
+    std::int64_t Find_Torn_End(std::int64_t content);
+    bool End_At_Torn_Delimiter(std::int64_t content);
     void Read_In_Sequence();
     void Read_Item_End_In_Sequence(const Element_Header& header);
     int Points_In_Last_Item();

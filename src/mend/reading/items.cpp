@@ -5,12 +5,14 @@
 //     (FFFE,E000) ... (FFFE,E00D) (FFFE,E00D)    one delimitation too many, or that of the sequence
 //     (FFFE,E0F0) elements                       a damaged tag, taken as that of an item
 //     FE FF E0 22 00 00 00 elements              a header with a few bytes missing, or put into it
+//     FF DD E0 00 00 00 00 elements              the same in the delimitation of the sequence
 //
 // Of several readings that one holds under which most of what follows makes sense.
 
 #include "mend/reading/element_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 namespace lib_mend {
@@ -19,6 +21,8 @@ namespace {
 
 /** What leaves no doubt that elements stand in an item. */
 constexpr int Enough_In_Item = 7;
+/** So many bytes may be missing from the header of an item or a delimitation, or too many in it. */
+constexpr std::int64_t Most_Torn = Item_Header_Size - 1;
 
 }  // namespace
 
@@ -58,8 +62,7 @@ void Element_Reader::Start_Item(const Element_Header& header)
  */
 std::int64_t Element_Reader::Find_Torn_Item(const Outlook& look, std::int64_t content)
 {
-    constexpr std::int64_t Most_Bytes = Item_Header_Size - 1;
-    for (std::int64_t bytes = 1; bytes <= Most_Bytes; ++bytes) {
+    for (std::int64_t bytes = 1; bytes <= Most_Torn; ++bytes) {
         for (const std::int64_t moved : {-bytes, bytes}) {
             if (Points_In_Torn_Item(look, content + moved) >= Enough_In_Item) {
                 return moved;
@@ -99,6 +102,70 @@ bool Element_Reader::Start_Torn_Item(std::int64_t content)
     Note_Shift(moved);
     Start_Item(torn);
     Top().said = true;
+    return true;
+}
+
+/** The two bytes of the element number of a delimiter stand between here and a place behind it. */
+bool Element_Reader::Shows_Delimiter(Tag tag, std::int64_t until)
+{
+    const auto high = static_cast<unsigned char>(tag.element >> 8);
+    const auto low = static_cast<unsigned char>(tag.element & 0xFF);
+    const bool is_big = (Top().mode & DICOM_Order_Big_Endian) != 0;
+    const std::array<unsigned char, 2> number = {is_big ? high : low, is_big ? low : high};
+    const auto size = static_cast<std::size_t>(std::max<std::int64_t>(until - position_, 0));
+    return !std::ranges::search(window_.At(position_, size), number).empty();
+}
+
+/**
+ * How many bytes more or less than it should the delimitation of the sequence has, when what stands
+ * behind it makes most sense one level out; 0 when it does not. What begins an item looks the same as
+ * what follows the sequence: an item takes all the rest of the data set into the sequence when it is
+ * none, so that it has to make more sense, or as much and show its tag.
+ */
+std::int64_t Element_Reader::Find_Torn_End(std::int64_t content)
+{
+    constexpr int Enough = 2 * Outlook::Sound_Points;
+    const std::int64_t torn_item = Find_Torn_Item(Look(), content);
+    if (torn_item == 0 && !Shows_Delimiter(Sequence_End_Tag, content + Most_Torn)) {
+        return 0;
+    }
+    int most = Enough - 1;
+    std::int64_t found = 0;
+    for (std::int64_t bytes = 1; bytes <= Most_Torn; ++bytes) {
+        for (const std::int64_t moved : {-bytes, bytes}) {
+            const int points = Points_After(content + moved, 1);
+            if (points > most && points >= Points_After(content + moved, 0)) {
+                most = points;
+                found = moved;
+            }
+        }
+    }
+    if (found == 0 || Shows_Delimiter(Sequence_End_Tag, content + found)) {
+        return found;
+    }
+    const int as_item = torn_item != 0 ? Points_In_Torn_Item(Look(), content + torn_item) : 0;
+    const bool shows_item = Shows_Delimiter(Item_Tag, content + torn_item);
+    return torn_item == 0 || as_item > most || (as_item == most && shows_item) ? 0 : found;
+}
+
+/** Ends a sequence of undefined length at its torn delimitation; false when there is none. */
+bool Element_Reader::End_At_Torn_Delimiter(std::int64_t content)
+{
+    // One with a length, though it may be a wrong one, has no delimitation.
+    const bool has_length = Top().claimed_end != Level_View::Open;
+    const std::int64_t moved = has_length ? 0 : Find_Torn_End(content);
+    if (moved == 0) {
+        return false;
+    }
+    const std::int64_t size = content + moved - position_;
+    const Element_Header torn = {
+        .tag = Sequence_End_Tag, .mode = Top().mode, .size = static_cast<int>(size)};
+    Report(Fault::Header, Level::Change, torn,
+           Bytes_Text(size) + " instead of " + std::to_string(Item_Header_Size) +
+               " are taken as a sequence delimitation");
+    Note_Shift(moved);
+    position_ = content + moved;
+    Pop();
     return true;
 }
 
@@ -260,7 +327,8 @@ void Element_Reader::Settle_In_Sequence()
     const int wanted = is_first ? most : most + 1;
     if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();
-    } else if (most < Doubtful && header.size != 0 && Start_Torn_Item(behind)) {
+    } else if (most < Doubtful && header.size != 0 &&
+               (End_At_Torn_Delimiter(behind) || Start_Torn_Item(behind))) {
         return;
     } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
         Skip_Garbage();
