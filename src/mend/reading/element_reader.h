@@ -173,6 +173,7 @@ private:
     bool Shows_Delimiter(Tag tag, std::int64_t until);
     std::int64_t Find_Torn_End(std::int64_t content);
     bool End_At_Torn_Delimiter(std::int64_t content);
+    bool Start_Overwritten_Item();
     void Read_In_Sequence();
     void Read_Item_End_In_Sequence(const Element_Header& header);
     int Points_In_Last_Item();

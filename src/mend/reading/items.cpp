@@ -284,6 +284,28 @@ int Element_Reader::Same_Bytes(Tag tag, Tag other)
            ((elements & 0xFF) == 0);
 }
 
+/**
+ * Starts an item whose header is overwritten; false when there is none. Its elements make more sense
+ * in an item than behind the sequence when a delimitation and other items follow them.
+ */
+bool Element_Reader::Start_Overwritten_Item()
+{
+    const std::int64_t content = position_ + Item_Header_Size;
+    const int points = Points_In_New_Item(content);
+    if (Top().claimed_end != Level_View::Open || points < Outlook::All_Points ||
+        points <= Points_After(content, 1) || points <= Points_After(content, 0)) {
+        return false;
+    }
+    const Element_Header supposed = {.tag = Item_Tag,
+                                     .mode = Top().mode,
+                                     .size = static_cast<int>(Item_Header_Size),
+                                     .length = Element_Header::Undefined};
+    Report(Fault::Header, Level::Change, supposed,
+           "damaged bytes are taken as the header of an item");
+    Start_Item(supposed);
+    return true;
+}
+
 void Element_Reader::Supply_Item()
 {
     Report(Fault::Nesting, Level::Change, *Top().owner,
@@ -328,7 +350,8 @@ void Element_Reader::Settle_In_Sequence()
     if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();
     } else if (most < Doubtful && header.size != 0 &&
-               (End_At_Torn_Delimiter(behind) || Start_Torn_Item(behind))) {
+               (End_At_Torn_Delimiter(behind) || Start_Torn_Item(behind) ||
+                Start_Overwritten_Item())) {
         return;
     } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
         Skip_Garbage();
