@@ -195,7 +195,17 @@ void Set_Builder::End_Element(Object& object)
     if (element.is_faulty) {
         return;
     }
-    if (element.tag.element == 0x0000) {
+    const JSON_Form* const form = Form_Of(element);
+    if (form == nullptr) {
+        return;
+    }
+    Record_List made(form->kind == JSON_Kind::Items ? Make_Sequence(element)
+                                                    : Make_Value(element, *form));
+    DICOM_List* const record = made.Head();
+    if (record == nullptr) {
+        return;
+    }
+    if (Is_Group_Length(*record)) {
         if (!has_group_lengths_) {
             findings_.Report(Fault::Removed, Level::Info, {.offset = 0},
                              "group lengths of JSON are left out");
@@ -203,16 +213,8 @@ void Set_Builder::End_Element(Object& object)
         has_group_lengths_ = true;
         return;
     }
-    const JSON_Form* const form = Form_Of(element);
-    if (form == nullptr) {
-        return;
-    }
-    DICOM_List* const record =
-        form->kind == JSON_Kind::Items ? Make_Sequence(element) : Make_Value(element, *form);
-    if (record != nullptr) {
-        record->pos = static_cast<unsigned int>(element.at);
-        Append(object, record);
-    }
+    record->pos = static_cast<unsigned int>(element.at);
+    Append(object, made.Release());
 }
 
 void Set_Builder::Append(Object& object, DICOM_List* record)

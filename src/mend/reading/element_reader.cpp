@@ -191,7 +191,7 @@ bool Element_Reader::Ends_With_Moved(const Element_Header& header)
 {
     constexpr int Sure_Points = 7;
     const std::int64_t value = position_ + header.size;
-    const std::int64_t beyond = value + static_cast<std::int64_t>(header.length) - Top().limit;
+    const std::int64_t beyond = value + header.length - Top().limit;
     Element_Header empty = header;
     empty.length = 0;
     return Top().moved < 0 && beyond == -Top().moved &&

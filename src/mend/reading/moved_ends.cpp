@@ -78,7 +78,7 @@ bool Element_Reader::Ends_Before(const Nesting_Level& level, std::int64_t conten
     std::int64_t at = content;
     Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
     while (at < end && item.size != 0 && item.tag == Item_Tag && !item.Is_Undefined()) {
-        at += item.size + static_cast<std::int64_t>(item.length);
+        at += item.size + item.length;
         item = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
     }
     return at > content && at < end &&
@@ -88,7 +88,7 @@ bool Element_Reader::Ends_Before(const Nesting_Level& level, std::int64_t conten
 /** Sets the end of a level, that is not open yet, by the length that its header claims. */
 void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length)
 {
-    level.claimed_end = content + static_cast<std::int64_t>(length);
+    level.claimed_end = content + length;
     level.shift = shift_;
     const Trust trust = Trust_In(level.claimed_end, levels_.size());
     const bool is_around = level.claimed_end == level.limit;
