@@ -89,9 +89,8 @@ private:
         element.depth = depth;
         const std::uint32_t tag = Tag(at_);
         element.path = prefix + Tag_Text(tag);
-        const bool is_meta = tag >> 16 == 2;
         std::uint32_t length = 0;
-        if (file_.is_explicit || is_meta) {
+        if (file_.is_explicit || file_.data_set == 0) {
             static const std::set<std::string> Long = {"OB", "OD", "OF", "OL", "OV", "OW", "SQ",
                                                        "SV", "UC", "UN", "UR", "UT", "UV"};
             static const std::set<std::string> Short = {"AE", "AS", "AT", "CS", "DA", "DS", "DT",

@@ -59,6 +59,10 @@ Strict_Value Repair_Strictly(const DICOM_List& record, std::string_view bytes,
     // Each round leaves less that is wrong; the bound is for what no repair can help.
     constexpr int Most_Rounds = 4;
     Strict_Value value = {std::string(bytes)};
+    if (Is_Text(VR_Of(record))) {
+        // Of NULs behind a text a round takes one only.
+        value.bytes.resize(value.bytes.find_last_not_of('\0') + 1);
+    }
     for (int round = 0; round < Most_Rounds && !value.deleted; ++round) {
         Strict_Value repaired = Repair_Once(record, value.bytes);
         if (!repaired.deleted) {

@@ -92,10 +92,10 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     if (set.foreign) {
         return false;
     }
+    Heal(set, options.heal, findings);
     if (options.drop_private) {
         Leave_Out_Private(set.records, findings);
     }
-    Heal(set, options.heal, findings);
     findings.Settle_Errors();
     if (!Can_Be_Written(set, options, findings)) {
         return false;

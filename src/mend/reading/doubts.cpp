@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 #include <string_view>
+#include <vector>
 
 namespace lib_mend {
 
@@ -99,22 +100,92 @@ bool Element_Reader::Holds_Controls(const Element_Header& header)
            (length > Enough && holds(value + length - Enough, Enough));
 }
 
-/** From some place in a value to its end several elements follow each other. */
-bool Element_Reader::Holds_Elements(const Element_Header& header)
+/** Where elements follow each other in a value, at least two of them, and where they cease to. */
+std::vector<Element_Reader::Run> Element_Reader::Find_Runs(const Element_Header& header,
+                                                           unsigned char mode)
 {
     constexpr int Several = 2;
-    const std::int64_t value = position_ + header.size;
-    const std::int64_t end = value + header.length;
-    const std::optional<Place_Found> place = Find_Place(value, header.tag, end);
-    if (!place.has_value() || place->position >= end || place->levels != levels_.size()) {
-        return false;
-    }
-    Level_View list = Top();
+    std::vector<Run> runs;
+    Level_View list;
+    list.mode = mode;
     list.last = header.tag;
-    list.end = end;
-    list.limit = end;
-    const Straight_Reading reading = Read_Straight(window_, {list}, place->position);
-    return reading.holds && reading.headers >= Several;
+    std::int64_t at = position_ + header.size;
+    list.end = at + header.length;
+    list.limit = list.end;
+    while (at + Several * Shortest_Element <= list.end) {
+        const Element_Header first = Decode_Header(Header_Bytes(at), list.mode);
+        Straight_Reading reading;
+        const bool fits = first.Is_Undefined() || first.length <= list.end - at;
+        if (fits && Judge(first, at, list) == Grade::Sound) {
+            reading = Read_Straight(window_, {list}, at);
+        }
+        if (reading.sound >= Several) {
+            runs.push_back({at, reading.to, mode, levels_.size()});
+        }
+        // Nothing is gone over twice.
+        at = reading.sound >= Several ? reading.to : at + 1;
+    }
+    return runs;
+}
+
+/**
+ * What is left of the length of a value that cannot be one, when elements follow each other from some
+ * place in it to its end. Nothing but the value decides, in whatever encoding it stands: what is kept
+ * of it is kept when the mended file is read, however much else was wrong with the first one. The
+ * elements are read next, in their own encoding.
+ */
+std::int64_t Element_Reader::Length_Before_Elements(const Element_Header& header)
+{
+    constexpr int Changes[] = {0, DICOM_Order_Explicit_VR, DICOM_Order_Big_Endian,
+                               DICOM_Order_Explicit_VR | DICOM_Order_Big_Endian};
+    const std::int64_t value = position_ + header.size;
+    const bool has_items = Starts_With_Item(value, Mode_Of_Items(value, header.mode));
+    Element_Header left = header;
+    for (const int change : Changes) {
+        if (header.Is_Undefined() || has_items || !Looks_Wrong(left)) {
+            break;
+        }
+        const auto mode = static_cast<unsigned char>(header.mode ^ change);
+        const std::vector<Run> runs = Find_Runs(left, mode);
+        for (auto run = runs.rbegin(); run != runs.rend() && run->to == value + left.length;
+             ++run) {
+            left.length = run->from - value;
+            foreign_.push_back(*run);
+        }
+    }
+    return left.length;
+}
+
+/** Takes elements that were found in a value for what they were found as. */
+void Element_Reader::Follow_Foreign()
+{
+    while (!foreign_.empty() &&
+           (foreign_.back().to <= position_ || foreign_.back().levels > levels_.size())) {
+        if (foreign_.back().levels == levels_.size()) {
+            Top().mode = Top().usual_mode;
+        }
+        foreign_.pop_back();
+    }
+    if (foreign_.empty() || foreign_.back().from != position_ ||
+        foreign_.back().levels != levels_.size() || foreign_.back().mode == Top().mode) {
+        return;
+    }
+    Top().mode = foreign_.back().mode;
+    Report(Fault::Encoding, Level::Change, Header_At(position_),
+           "the elements up to " + std::to_string(foreign_.back().to) + " are in " +
+               Mode_Text(Top().mode));
+}
+
+/** Accepts an element whose value may be none, without the elements that stand in it. */
+void Element_Reader::Accept_Doubtful(const Element_Header& header)
+{
+    Element_Header left = header;
+    left.length = Length_Before_Elements(header);
+    if (left.length != header.length) {
+        Report_Length(header, left.length);
+    }
+    Accept(left);
+    Note_Claim(left.length, header.length);
 }
 
 /** A reading that is a guess must not pass over a place where elements begin. */

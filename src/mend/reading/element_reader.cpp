@@ -117,6 +117,9 @@ Grade Element_Reader::Judge_At(std::int64_t at, Tag last)
 
 void Element_Reader::Read_In_List()
 {
+    if (!foreign_.empty()) {
+        Follow_Foreign();
+    }
     const Element_Header header = Header_At(position_);
     if ((header.size == 0 || header.tag == Tag{}) && Stop_At_Zeros()) {
         return;
@@ -130,7 +133,7 @@ void Element_Reader::Read_In_List()
     } else if (Judge_At(position_, Top().last) == Grade::Sound && Fits_What_Follows(header)) {
         Accept(header);
     } else if (Ends_With_Moved(header) || Ends_Before_Items(header) || Leads_On(header)) {
-        Accept(header);
+        Accept_Doubtful(header);
     } else {
         Settle(header);
     }
@@ -203,7 +206,7 @@ bool Element_Reader::Ends_With_Moved(const Element_Header& header)
 /**
  * Tags that nobody knows are no fault: what leads to the end of the list, or to several elements that
  * are known, without a contradiction is read as it stands. So is a value that looks odd, when all
- * headers to the end make sense and it holds none itself.
+ * headers to the end make sense.
  */
 bool Element_Reader::Leads_On(const Element_Header& header)
 {
@@ -223,8 +226,7 @@ bool Element_Reader::Leads_On(const Element_Header& header)
         anchor.walked_to = std::max(reading.to, position_ + 1);
         anchor.holds = reading.holds;
     }
-    if (position_ >= anchor.held_to ||
-        (Looks_Wrong(header) && (!anchor.holds || Holds_Elements(header)))) {
+    if (position_ >= anchor.held_to || (Looks_Wrong(header) && !anchor.holds)) {
         anchor.held_to = -1;
         anchor.holds = false;
     }

@@ -78,6 +78,13 @@ private:
         std::int64_t position;
         std::size_t levels;
     };
+    /** Elements that follow each other, in a list that so many levels are open for. */
+    struct Run {
+        std::int64_t from;
+        std::int64_t to;
+        unsigned char mode;
+        std::size_t levels;
+    };
     /** What stands in a value. */
     struct Content {
         enum class Kind { Plain, Items, Fragments } kind = Kind::Plain;
@@ -135,13 +142,17 @@ private:
     bool Settle_By_Search(const Element_Header& as_read);
     bool Is_Strong(const Place_Found& place);
     void Report_Cut(const Element_Header& header, std::int64_t claimed);
+    void Report_Length(const Element_Header& header, std::int64_t length);
     void Note_Claim(std::int64_t length, std::int64_t claimed);
     void Take(const Reading& reading, const Element_Header& as_read);
 
     // ---- doubts.cpp
     bool Looks_Wrong(const Element_Header& header);
     bool Holds_Controls(const Element_Header& header);
-    bool Holds_Elements(const Element_Header& header);
+    std::vector<Run> Find_Runs(const Element_Header& header, unsigned char mode);
+    std::int64_t Length_Before_Elements(const Element_Header& header);
+    void Follow_Foreign();
+    void Accept_Doubtful(const Element_Header& header);
     bool Hides_Place(const Reading& reading);
     bool Fits_Place(const Element_Header& header, const Place_Found& place);
     bool Length_Holds(const Element_Header& header, std::int64_t claimed, std::int64_t place);
@@ -283,6 +294,8 @@ private:
     /** The file ends too early, and that was said. */
     bool cut_off_ = false;
     Bytes search_;
+    /** Elements that were found in a value, the first ones last. */
+    std::vector<Run> foreign_;
     /** End of the last value that did not make sense, by its header. */
     std::int64_t claimed_end_ = 0;
     /** A search found no place up to here. */

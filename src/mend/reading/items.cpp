@@ -113,7 +113,8 @@ bool Element_Reader::Shows_Delimiter(Tag tag, std::int64_t until)
     const bool is_big = (Top().mode & DICOM_Order_Big_Endian) != 0;
     const std::array<unsigned char, 2> number = {is_big ? high : low, is_big ? low : high};
     const auto size = static_cast<std::size_t>(std::max<std::int64_t>(until - position_, 0));
-    return !std::ranges::search(window_.At(position_, size), number).empty();
+    const std::span<const unsigned char> bytes = window_.At(position_, size);
+    return std::search(bytes.begin(), bytes.end(), number.begin(), number.end()) != bytes.end();
 }
 
 /**

@@ -28,15 +28,16 @@ public:
             const std::int64_t here = at_;
             if (levels_.size() > Most_Levels || at_ > levels_.back().limit || !Step()) {
                 result.to = here;
+                result.sound = all_sound_;
                 return result;
             }
-            ++result.headers;
             sound = is_sound_ ? sound + 1 : 0;
             run_from = sound <= 1 ? here : run_from;
             result.sound_from = sound >= Several ? run_from : result.sound_from;
         }
         result.holds = true;
         result.to = at_;
+        result.sound = all_sound_;
         return result;
     }
 
@@ -103,6 +104,7 @@ private:
             return false;
         }
         is_sound_ = Judge(header, at_, list) == Grade::Sound;
+        all_sound_ += is_sound_ ? 1 : 0;
         list.last = header.tag;
         at_ += header.size;
         if (!header.Is_Undefined()) {
@@ -145,6 +147,7 @@ private:
     std::int64_t at_;
     bool is_lenient_;
     bool is_sound_ = false;
+    int all_sound_ = 0;
 };
 
 }  // namespace

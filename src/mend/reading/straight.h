@@ -15,8 +15,8 @@ struct Straight_Reading {
     bool holds = false;
     /** Position of the header that contradicts it, or the end. */
     std::int64_t to = 0;
-    /** Headers that were gone over. */
-    int headers = 0;
+    /** Headers that were gone over and make sense by themselves. */
+    int sound = 0;
     /** The last place from which several headers follow that make sense by themselves; or none. */
     std::int64_t sound_from = -1;
 };

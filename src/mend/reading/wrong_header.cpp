@@ -290,9 +290,11 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
                              !Holds_Controls(header) && !Is_Strong(*place);
     const bool holds = claimed <= Top().limit && (is_doubtful || !place.has_value() ||
                                                   Length_Holds(header, claimed, place->position));
-    const std::int64_t end = holds ? claimed : place.has_value() ? place->position : Top().limit;
+    const std::int64_t found = holds ? claimed : place.has_value() ? place->position : Top().limit;
     Element_Header mended = header;
-    mended.length = end - value;
+    mended.length = found - value;
+    mended.length = Length_Before_Elements(mended);
+    const std::int64_t end = value + mended.length;
     const bool is_cut = end == end_ && claimed > end_ && !header.Is_Undefined() && !place;
     if (header.vr != as_read.vr) {
         Report(Fault::VR, Level::Change, header,
@@ -306,15 +308,13 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
                "undefined length without items; " + std::to_string(end - value) +
                    " bytes fit what follows");
     } else if (end != claimed) {
-        Report(Fault::Value_Length, Level::Change, header,
-               "the length is " + std::to_string(header.length) + ", but " +
-                   std::to_string(end - value) + " bytes fit what follows");
+        Report_Length(header, end - value);
     }
     const std::int64_t claim = header.length;
-    Note_Shift(end - claimed);
+    Note_Shift(found - claimed);
     Accept(mended);
     Note_Claim(mended.length, claim);
-    if (place.has_value() && !holds) {
+    if (place.has_value() && end == place->position) {
         Pop_To(place->levels);
     }
     return true;
@@ -342,6 +342,13 @@ void Element_Reader::Report_Cut(const Element_Header& header, std::int64_t claim
     Report(Fault::Truncated, Level::Error, header,
            "the value is cut off: " + std::to_string(header.length) + " of " +
                std::to_string(claimed) + " bytes are there");
+}
+
+void Element_Reader::Report_Length(const Element_Header& header, std::int64_t length)
+{
+    Report(Fault::Value_Length, Level::Change, header,
+           "the length is " + std::to_string(header.length) + ", but " + std::to_string(length) +
+               " bytes fit what follows");
 }
 
 /** Keeps what the header of the last record claimed. */
@@ -381,9 +388,7 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
                "VR=" + VR_Text(reading.header.vr) + " does not exist; it is taken as " +
                    VR_Text(header.vr));
     } else if (reading.assumed == Assumed::Padding) {
-        Report(Fault::Value_Length, Level::Change, header,
-               "the length is " + std::to_string(as_read.length) + ", but " +
-                   std::to_string(header.length) + " bytes fit what follows");
+        Report_Length(as_read, header.length);
     } else if (reading.assumed == Assumed::Form) {
         Report(Fault::Header, Level::Change, header,
                header.form == Header_Form::Short ? "its length has 2 bytes instead of 4"
@@ -400,7 +405,7 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
                    std::to_string(usual.size));
     }
     Note_Shift(header.size - usual.size);
-    Accept(header);
+    Accept_Doubtful(header);
     if (reading.assumed == Assumed::Torn) {
         // That its length is not known was said.
         Top().said = true;
