@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <utility>
 
 namespace dicom_mend {
 
@@ -86,6 +87,9 @@ Exit_Status Check_File(const std::string& path, const Check_Request& request, Su
     lib_mend::Check(set, request.heal, findings);
     if (!request.module.empty()) {
         lib_mend::Verify_IOD(set, request.module, findings);
+    }
+    if (&path == &request.files.back()) {
+        Keep_To_The_End(std::move(set));
     }
     findings.Sum_Up();
     Add_To(summary, findings);

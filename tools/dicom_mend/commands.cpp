@@ -15,7 +15,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <deque>
 #include <memory>
+#include <utility>
 
 #include <unistd.h>
 
@@ -38,7 +40,7 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
         std::fputs(request.format == List_Format::JSON ? "null" : "", stdout);
         return Exit_Failure;
     }
-    const lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
     if (request.format == List_Format::TSV) {
         Print_TSV(set);
     } else if (request.format == List_Format::JSON) {
@@ -48,6 +50,9 @@ Exit_Status List_File(const std::string& path, const List_Request& request,
             std::printf("%s\n", Printable(path).c_str());
         }
         Print_Text(set, terminal);
+    }
+    if (&path == &request.files.back()) {
+        Keep_To_The_End(std::move(set));
     }
     findings.Sum_Up();
     Report(path, findings, request.verbosity, request.show_values);
@@ -166,6 +171,7 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
     const std::string unkept = mended && !request.garbage.empty()
                                    ? Keep_Garbage(set, request.garbage, request.force, findings)
                                    : std::string();
+    Keep_To_The_End(std::move(set));
     findings.Sum_Up();
     Report(request.input, findings, request.verbosity, request.show_values);
     if (!unkept.empty()) {
@@ -195,6 +201,12 @@ std::shared_ptr<Source> Open(const std::string& path)
         Report_Failure(path, error);
     }
     return source;
+}
+
+void Keep_To_The_End(lib_mend::Data_Set&& set)
+{
+    static auto& kept = *new std::deque<lib_mend::Data_Set>;
+    kept.push_back(std::move(set));
 }
 
 Exit_Status Run_List(const List_Request& request)

@@ -47,6 +47,12 @@ struct Mend_Request {
 /** Opens a file for reading; null after a report. */
 std::shared_ptr<lib_mend::Source> Open(const std::string& path);
 
+/**
+ * Keeps the data set of the last file for the rest of the process, whose memory the system takes back
+ * at once: releasing it record by record would cost a tenth of all the work.
+ */
+void Keep_To_The_End(lib_mend::Data_Set&& set);
+
 Exit_Status Run_List(const List_Request& request);
 Exit_Status Run_Mend(const Mend_Request& request);
 /** Writes a file of what a text of JSON says. */

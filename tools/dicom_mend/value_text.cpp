@@ -4,8 +4,10 @@
 #include "mend/reading/vr_forms.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -24,6 +26,30 @@ void Append(std::string& out, Number number)
     char text[40];
     const std::to_chars_result result = std::to_chars(std::begin(text), std::end(text), number);
     out.append(text, result.ptr);
+}
+
+/** The digits of all bytes, so that each costs one look-up. */
+struct Digit_Pairs {
+    constexpr Digit_Pairs()
+    {
+        constexpr char Digits[] = "0123456789abcdef";
+        for (std::size_t byte = 0; byte < text.size(); ++byte) {
+            text[byte] = {Digits[byte >> 4], Digits[byte & 0xF]};
+        }
+    }
+
+    std::array<std::array<char, 2>, 256> text = {};
+};
+
+constexpr Digit_Pairs Pairs;
+
+/** @param out  has room for two digits a byte */
+void Put_Hexadecimal(char* out, Bytes bytes)
+{
+    for (const unsigned char byte : bytes) {
+        std::memcpy(out, Pairs.text[byte].data(), 2);
+        out += 2;
+    }
 }
 
 /** An unsigned number of up to eight bytes, sign and fraction not yet understood. */
@@ -188,8 +214,10 @@ void Append_VR(std::string& out, unsigned short vr)
     const char letters[2] = {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
     if (vr == 0) {
         out += "--";
+    } else if (lib_mend::Is_Known_VR(vr)) {
+        out.append(letters, sizeof letters);
     } else {
-        lib_mend::Append_Printable(out, {letters, 2});
+        lib_mend::Append_Printable(out, {letters, sizeof letters});
     }
 }
 
@@ -200,10 +228,12 @@ void Append_Number(std::string& out, std::int64_t number)
 
 void Append_Hexadecimal(std::string& out, std::span<const unsigned char> bytes)
 {
-    constexpr char Digits[] = "0123456789abcdef";
-    for (const unsigned char byte : bytes) {
-        out += Digits[byte >> 4];
-        out += Digits[byte & 0xF];
+    while (!bytes.empty()) {
+        char text[2 * Longest_Other];
+        const std::size_t count = std::min(bytes.size(), Longest_Other);
+        Put_Hexadecimal(text, bytes.first(count));
+        out.append(text, 2 * count);
+        bytes = bytes.subspan(count);
     }
 }
 
@@ -215,11 +245,12 @@ void Append_Tag(std::string& out, lib_mend::Tag tag)
     const auto low = [](unsigned short number) {
         return static_cast<unsigned char>(number & 0xFF);
     };
-    const unsigned char bytes[] = {high(tag.group), low(tag.group), high(tag.element),
-                                   low(tag.element)};
-    Append_Hexadecimal(out, Bytes(bytes).first(2));
-    out += ',';
-    Append_Hexadecimal(out, Bytes(bytes).last(2));
+    const unsigned char group[] = {high(tag.group), low(tag.group)};
+    const unsigned char element[] = {high(tag.element), low(tag.element)};
+    char text[] = "gggg,eeee";
+    Put_Hexadecimal(text, group);
+    Put_Hexadecimal(text + 5, element);
+    out.append(text, sizeof text - 1);
 }
 
 Front_Of_Value::Front_Of_Value(const lib_mend::Data_Set& set, const DICOM_List& record,

@@ -189,7 +189,14 @@ const Private_Element* Private_Definitions::Find(HWND handle, Definition_Files& 
                                                  std::string_view creator, unsigned short group,
                                                  unsigned short element)
 {
-    const Elements* const elements = Find_Creator(handle, files, creator);
+    // The elements of one creator are asked for one after the other.
+    if (!has_last_ || creator != last_creator_) {
+        has_last_ = false;
+        last_elements_ = Find_Creator(handle, files, creator);
+        last_creator_ = creator;
+        has_last_ = true;
+    }
+    const Elements* const elements = last_elements_;
     if (elements == nullptr) {
         return nullptr;
     }

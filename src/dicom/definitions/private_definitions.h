@@ -40,6 +40,10 @@ private:
     Text_Map<std::string> files_;
     std::unordered_set<std::string> read_files_;
     Text_Map<Elements> creators_;
+    /** The creator that was asked for last, with what is known of it. */
+    std::string last_creator_;
+    const Elements* last_elements_ = nullptr;
+    bool has_last_ = false;
 };
 
 }  // namespace lib_dicom

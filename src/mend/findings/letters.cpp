@@ -1,8 +1,9 @@
 #include "mend/findings/letters.h"
 
-#include <cstdio>
-
 #include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
 
 namespace lib_mend {
 
@@ -35,12 +36,27 @@ Letter First_Letter(std::string_view text)
 
 bool Is_Plain_ASCII(std::string_view text)
 {
-    // Without a way out in the middle, many bytes are compared at once.
-    bool is_plain = true;
-    for (const char c : text) {
-        is_plain &= c >= ' ' && c <= '~';
+    // Most texts are shorter than what a loop over many bytes at once begins to pay for.
+    constexpr std::uint64_t Each = 0x0101010101010101;
+    constexpr std::uint64_t Highest = 0x80 * Each;
+    const auto has_others = [](std::uint64_t eight) {
+        // What is below a blank borrows from its highest bit, and only '\x7F' and more carry into it.
+        return ((eight | (eight - ' ' * Each) | (eight + Each)) & Highest) != 0;
+    };
+    while (text.size() >= sizeof Each) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data(), sizeof eight);
+        if (has_others(eight)) {
+            return false;
+        }
+        text.remove_prefix(sizeof eight);
     }
-    return is_plain;
+    if (text.empty()) {
+        return true;
+    }
+    std::uint64_t rest = ' ' * Each;
+    std::memcpy(&rest, text.data(), text.size());
+    return !has_others(rest);
 }
 
 bool Is_In(std::span<const Code_Range> ranges, char32_t code)

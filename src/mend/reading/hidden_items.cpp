@@ -276,6 +276,10 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         return bytes;
     }
     const bool is_sequence = VR_Of(record) == VR_SQ;
+    const bool may_hide = May_Hide_Items(record) && !Is_Pixel_Value(header.tag);
+    if (!is_sequence && !may_hide && header.tag != Pixel_Data_Tag) {
+        return bytes;
+    }
     const unsigned char around = record.vr == VR_UN ? static_cast<unsigned char>(0) : header.mode;
     const unsigned char mode = Mode_Of_Items(value, around);
     if (is_sequence && Starts_With_Item(value, mode)) {
@@ -308,7 +312,7 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
         record.vr = VR_UN;
         return bytes;
     }
-    if (!May_Hide_Items(record) || Is_Pixel_Value(header.tag) || !Starts_With_Item(value, mode)) {
+    if (!may_hide || !Starts_With_Item(value, mode)) {
         return bytes;
     }
     // Under a tag that is a sequence's they may be damaged; bytes of any other are items from end to

@@ -47,6 +47,14 @@ struct Shift {
     std::int64_t damaged = 0;
 };
 
+/** Private creators of a list, or of the last item of a sequence, by group and block. */
+struct Creators {
+    std::map<Tag, std::string> names;
+    /** The block that was asked for last, and who reserved it: its elements stand together. */
+    Tag asked;
+    const std::string* answer = nullptr;
+};
+
 struct Nesting_Level : Level_View {
     /** The sequence, the encapsulated element, or the header of the item; null for the data set. */
     DICOM_List* owner = nullptr;
@@ -74,8 +82,8 @@ struct Nesting_Level : Level_View {
     bool said = false;
     /** Tag of the last element of the last item of a sequence. */
     Tag last_in_item;
-    /** Private creators of a list, or of the last item, by group and block; most have none. */
-    std::unique_ptr<std::map<Tag, std::string>> creators;
+    /** Most have none. */
+    std::unique_ptr<Creators> creators;
 };
 
 }  // namespace lib_mend

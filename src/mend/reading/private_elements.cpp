@@ -77,9 +77,10 @@ void Element_Reader::Note_Creator(Nesting_Level& list, const DICOM_List& record)
         return;
     }
     if (list.creators == nullptr) {
-        list.creators = std::make_unique<std::map<Tag, std::string>>();
+        list.creators = std::make_unique<Creators>();
     }
-    list.creators->emplace(Tag_Of(record), std::move(name));
+    list.creators->names.emplace(Tag_Of(record), std::move(name));
+    list.creators->asked = {};
 }
 
 void Element_Reader::Ask_Definition(DICOM_List& record)
@@ -89,12 +90,17 @@ void Element_Reader::Ask_Definition(DICOM_List& record)
         return;
     }
     const Tag block = {record.group, static_cast<unsigned short>(record.element >> 8)};
-    const auto creator = list.creators->find(block);
-    if (creator == list.creators->end()) {
+    Creators& creators = *list.creators;
+    if (creators.asked != block) {
+        const auto creator = creators.names.find(block);
+        creators.answer = creator != creators.names.end() ? &creator->second : nullptr;
+        creators.asked = block;
+    }
+    if (creators.answer == nullptr) {
         return;
     }
     const unsigned short before = record.vr_default;
-    if (DICOM_Module_Read_Private(nullptr, creator->second.c_str(), &record) == 0 ||
+    if (DICOM_Module_Read_Private(nullptr, creators.answer->c_str(), &record) == 0 ||
         record.size < 0 || (record.vr != 0 && record.vr != VR_UN) || record.vr_default == before ||
         record.vr_default == VR_SQ) {
         return;
