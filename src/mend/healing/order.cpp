@@ -85,11 +85,7 @@ private:
     }
     bool Read(const DICOM_List& record, std::int64_t at, std::span<unsigned char> out) const
     {
-        if (record.data != nullptr) {
-            std::copy_n(record.data + at, out.size(), out.begin());
-            return true;
-        }
-        return set_.source->Read(Value_Position_Of(record) + at, out) == out.size();
+        return set_.Read(record, at, out) == out.size();
     }
 
     bool Same_Items(const DICOM_List& other)

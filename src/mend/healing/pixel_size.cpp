@@ -7,6 +7,11 @@
 #include "mend/healing/pixel_data.h"
 #include "mend/healing/record_building.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <utility>
+
 namespace lib_mend {
 
 namespace {
@@ -22,13 +27,34 @@ std::string Missing_Text(std::uint64_t count)
     return Bytes_Text(count) + " of the image " + (count == 1 ? "is" : "are") + " missing";
 }
 
+/** The most that a length of 32 bits can tell. */
+constexpr std::uint64_t Longest_Value = 0xFFFFFFFE;
+
+/** A short value is in memory too; only a healed one is another there. */
+bool Is_In_Source(const Data_Set& set, const DICOM_List& record)
+{
+    std::array<unsigned char, 1024> bytes;
+    const auto size = static_cast<std::size_t>(record.size);
+    return size <= bytes.size() &&
+           set.source->Read(Value_Position_Of(record), {bytes.data(), size}) == size &&
+           std::equal(record.data, record.data + size, bytes.begin());
+}
+
+/** Zeros behind a value that is in the source stay as few bytes in memory as they are now. */
 void Pad(const Data_Set& set, DICOM_List& pixels, std::uint64_t size, const Path& path,
          Findings& findings)
 {
-    Bytes value = set.Value(pixels);
-    const std::size_t missing = static_cast<std::size_t>(size) - value.size();
     findings.Report(Fault::Pixel_Size, Level::Change, At(pixels, path),
-                    Missing_Text(missing) + "; zeros are put in their place");
+                    Missing_Text(size - static_cast<std::uint64_t>(Size_Of(pixels))) +
+                        "; zeros are put in their place");
+    if (pixels.data != nullptr && Is_In_Source(set, pixels)) {
+        std::free(std::exchange(pixels.data, nullptr));
+    }
+    if (pixels.data == nullptr) {
+        Fill_Up(*set.source, pixels, static_cast<std::int64_t>(size));
+        return;
+    }
+    Bytes value = set.Value(pixels);
     value.resize(static_cast<std::size_t>(size));
     const unsigned char order = pixels.byte_order;
     Set_Bytes(pixels, value);
@@ -48,7 +74,7 @@ void Heal_Pixel_Size(const Data_Set& set, DICOM_List* list, const Path& path, bo
     const std::optional<std::uint64_t> size = Image_Of(set, list).Size();
     // A byte that is alone at the end becomes two.
     const auto found = static_cast<std::uint64_t>(Size_Of(*pixels) + pixels->size % 2);
-    const bool may_pad = pad && size.value_or(0) < std::uint64_t{Far_Size};
+    const bool may_pad = pad && size.value_or(0) <= Longest_Value;
     if (!size.has_value() || found == *size || found == *size + *size % 2) {
         return;
     }

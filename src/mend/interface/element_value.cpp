@@ -119,17 +119,7 @@ Bytes Little_Endian_Bytes(const Data_Set& set, const DICOM_List& record, std::si
     // Whole units around the bytes that are wanted.
     const std::size_t first = offset / width * width;
     const std::size_t end = std::min((offset + wanted + width - 1) / width * width, whole);
-    Bytes bytes;
-    if (record.data != nullptr) {
-        bytes.assign(record.data + first, record.data + end);
-    } else {
-        const std::int64_t there =
-            std::max<std::int64_t>(set.source->Size() - Value_Position_Of(record), 0);
-        const std::size_t last = std::min(end, static_cast<std::size_t>(there));
-        bytes.resize(last > first ? last - first : 0);
-        const auto place = Value_Position_Of(record) + static_cast<std::int64_t>(first);
-        bytes.resize(set.source->Read(place, bytes));
-    }
+    Bytes bytes = set.Value(record, end - first, first);
     Reverse_Units(bytes, static_cast<int>(width));
     bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(
                                                    std::min(offset - first, bytes.size())));

@@ -34,7 +34,7 @@ void Set_Place(const Source& source, DICOM_List& record, std::int64_t position, 
         record.data_pos = static_cast<unsigned int>(value);
         record.spare = 0;
     } else {
-        Move_Out(source, record, {position, value, size, 0});
+        Move_Out(source, record, {position, value, size});
     }
 }
 
@@ -44,6 +44,14 @@ void Set_Size(const Source& source, DICOM_List& record, std::int64_t size)
         Move_Out(source, record,
                  {Position_Of(record), Value_Position_Of(record), size, Claim_Of(record)});
     }
+    record.size = Size_Inside(size);
+}
+
+void Fill_Up(const Source& source, DICOM_List& record, std::int64_t size)
+{
+    Move_Out(source, record,
+             {Position_Of(record), Value_Position_Of(record), size, Claim_Of(record),
+              size - Stored_Size_Of(record)});
     record.size = Size_Inside(size);
 }
 

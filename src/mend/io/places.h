@@ -50,6 +50,13 @@ inline std::int64_t Size_Of(const DICOM_List& record)
     return far != nullptr ? far->size : std::int64_t{record.size};
 }
 
+/** Number of bytes of a value that was left in the source that do stand there: zeros follow them. */
+inline std::int64_t Stored_Size_Of(const DICOM_List& record)
+{
+    const Far_Place* const far = Far_Place_Of(record);
+    return Size_Of(record) - (far != nullptr ? far->zeros : 0);
+}
+
 /** The length that the header claimed where it is not that of the value, 0 otherwise. */
 inline std::int64_t Claim_Of(const DICOM_List& record)
 {
@@ -62,6 +69,8 @@ void Set_Place(const Source& source, DICOM_List& record, std::int64_t position, 
                std::int64_t size);
 /** Gives a record that stands in the source another size. */
 void Set_Size(const Source& source, DICOM_List& record, std::int64_t size);
+/** Puts zeros behind a value that was left in the source, up to another size. */
+void Fill_Up(const Source& source, DICOM_List& record, std::int64_t size);
 /** @param claim  the length in a header, so that 32 bits hold it */
 void Set_Claim(const Source& source, DICOM_List& record, std::int64_t claim);
 /** Puts a record where another one stands; its size stays. */

@@ -22,6 +22,8 @@ struct Far_Place {
     std::int64_t size = 0;
     /** The length that a header claimed, 0 where that is the size. */
     std::int64_t claim = 0;
+    /** So many of the last bytes are zeros that stand nowhere. */
+    std::int64_t zeros = 0;
 };
 
 class Source {

@@ -27,7 +27,7 @@ void Put_Value(const Data_Set& set, const DICOM_List& record, int width, Output&
 {
     const std::int64_t size = std::max<std::int64_t>(Size_Of(record), 0);
     if (record.data == nullptr) {
-        out.Copy({set.source, Value_Position_Of(record), size, width});
+        Put_Stored(set.source, record, width, out);
         return;
     }
     if (width == 1) {
@@ -141,7 +141,8 @@ std::optional<Extent> Place_In_Source(const Data_Set& set, const DICOM_List& rec
     if (Holds_Fragments(record)) {
         return Place_Of_Fragments(set, record);
     }
-    if (Reversal_Width(record, vr) != 1 || !Is_At(set, record)) {
+    if (Reversal_Width(record, vr) != 1 || Stored_Size_Of(record) != Size_Of(record) ||
+        !Is_At(set, record)) {
         return std::nullopt;
     }
     return Extent{set.source, Value_Position_Of(record), std::max<std::int64_t>(Size_Of(record), 0),

@@ -11,11 +11,12 @@ namespace lib_mend {
 
 namespace {
 
-/** Bytes of the source that a value can have; its length may claim more. */
-std::size_t Room_Behind(const Source& source, const DICOM_List& record)
+/** Bytes that a value left in the source can have; its length may claim more. */
+std::size_t Room_For(const Source& source, const DICOM_List& record)
 {
+    const std::int64_t zeros = Size_Of(record) - Stored_Size_Of(record);
     return static_cast<std::size_t>(
-        std::max<std::int64_t>(source.Size() - Value_Position_Of(record), 0));
+        std::max<std::int64_t>(source.Size() - Value_Position_Of(record), 0) + zeros);
 }
 
 }  // namespace
@@ -66,20 +67,36 @@ DICOM_List* Find_Record(DICOM_List* list, Tag tag)
     return nullptr;
 }
 
-Bytes Data_Set::Value(const DICOM_List& record, std::size_t most) const
+Bytes Data_Set::Value(const DICOM_List& record, std::size_t most, std::size_t from) const
 {
     Bytes value;
     if (record.size <= 0) {
         return value;
     }
-    const std::size_t size = std::min(static_cast<std::size_t>(Size_Of(record)), most);
-    if (record.data != nullptr) {
-        value.assign(record.data, record.data + size);
-    } else {
-        value.resize(std::min(size, Room_Behind(*source, record)));
-        value.resize(source->Read(Value_Position_Of(record), value));
-    }
+    const auto size = static_cast<std::size_t>(Size_Of(record));
+    const std::size_t there = record.data != nullptr ? size : Room_For(*source, record);
+    const std::size_t end = std::min(size, there);
+    value.resize(std::min(most, end - std::min(from, end)));
+    value.resize(Read(record, static_cast<std::int64_t>(from), value));
     return value;
+}
+
+std::size_t Data_Set::Read(const DICOM_List& record, std::int64_t offset,
+                           std::span<unsigned char> out) const
+{
+    if (record.data != nullptr) {
+        std::copy_n(record.data + offset, out.size(), out.begin());
+        return out.size();
+    }
+    const auto stored =
+        static_cast<std::size_t>(std::max<std::int64_t>(Stored_Size_Of(record) - offset, 0));
+    const std::span<unsigned char> front = out.first(std::min(stored, out.size()));
+    const std::size_t count = source->Read(Value_Position_Of(record) + offset, front);
+    if (count < front.size()) {
+        return count;
+    }
+    std::fill(out.begin() + static_cast<std::ptrdiff_t>(count), out.end(), '\0');
+    return out.size();
 }
 
 bool Is_UID(std::string_view text)
@@ -122,19 +139,18 @@ bool Data_Set::Load(DICOM_List& record) const
         return true;
     }
     const auto size = static_cast<std::size_t>(Size_Of(record));
-    if (size > Room_Behind(*source, record) || size >= std::size_t{Far_Size}) {
+    if (size > Room_For(*source, record) || size >= std::size_t{Far_Size}) {
         return false;
     }
     auto* const data = static_cast<unsigned char*>(std::malloc(size));
     if (data == nullptr) {
         throw std::bad_alloc();
     }
-    record.data = data;
-    if (source->Read(Value_Position_Of(record), {data, size}) != size) {
-        record.data = nullptr;
+    if (Read(record, 0, {data, size}) != size) {
         std::free(data);
         return false;
     }
+    record.data = data;
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -161,8 +162,15 @@ struct Data_Set {
     /** Sums over all values, once a UID was made of them. */
     std::optional<std::array<std::uint64_t, 2>> sums;
 
-    /** The bytes of a value, read from the source when they were left there. */
-    Bytes Value(const DICOM_List& record, std::size_t most = SIZE_MAX) const;
+    /** The bytes of a value from an offset on, read from the source when they were left there. */
+    Bytes Value(const DICOM_List& record, std::size_t most = SIZE_MAX, std::size_t from = 0) const;
+    /**
+     * Copies bytes of a value out, wherever they are, from an offset inside it on.
+     *
+     * @return number of bytes copied; less than asked for when the source holds less
+     */
+    std::size_t Read(const DICOM_List& record, std::int64_t offset,
+                     std::span<unsigned char> out) const;
     /** A text value without its padding. */
     std::string Text(Tag tag) const;
     /** A US value; `otherwise` when there is none. */

@@ -364,7 +364,7 @@ private:
     {
         if (record.data == nullptr) {
             if (out_ != nullptr && form.size > 0) {
-                out_->Copy({source_, Value_Position_Of(record), form.size, form.width});
+                Put_Stored(source_, record, form.width, *out_);
             }
             position_ += form.size;
         } else if (form.width == 1) {

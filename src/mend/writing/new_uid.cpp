@@ -25,8 +25,7 @@ void For_Each_Piece(const Data_Set& set, Visit&& visit)
         }
         for (std::int64_t at = 0; at < size; at += std::ssize(block)) {
             const auto wanted = static_cast<std::size_t>(std::min(size - at, std::ssize(block)));
-            const std::size_t count =
-                set.source->Read(Value_Position_Of(*record) + at, {block.data(), wanted});
+            const std::size_t count = set.Read(*record, at, {block.data(), wanted});
             visit({block.data(), count});
             if (count != wanted) {
                 break;

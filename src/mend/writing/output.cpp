@@ -1,6 +1,7 @@
 #include "mend/writing/output.h"
 
 #include "mend/io/deflate.h"
+#include "mend/io/places.h"
 
 #include <algorithm>
 #include <utility>
@@ -17,7 +18,7 @@ constexpr std::int64_t Least_Range = std::int64_t{1} << 20;
 
 bool Give_Extent(const Extent& extent, const File_Taker& file)
 {
-    const int descriptor = extent.source->Descriptor();
+    const int descriptor = extent.source != nullptr ? extent.source->Descriptor() : -1;
     const bool may_copy =
         file.copy != nullptr && descriptor >= 0 && extent.width <= 1 && extent.size >= Least_Range;
     const std::int64_t copied = may_copy ? file.copy(descriptor, extent.offset, extent.size) : 0;
@@ -25,10 +26,12 @@ bool Give_Extent(const Extent& extent, const File_Taker& file)
     for (std::int64_t done = copied; done < extent.size;) {
         const auto size = static_cast<std::size_t>(std::min(Block, extent.size - done));
         const std::span<unsigned char> piece(block.data(), size);
-        if (extent.source->Read(extent.offset + done, piece) != size) {
-            return false;
+        if (extent.source != nullptr) {
+            if (extent.source->Read(extent.offset + done, piece) != size) {
+                return false;
+            }
+            Reverse_Units(piece, extent.width);
         }
-        Reverse_Units(piece, extent.width);
         if (!file.take(piece)) {
             return false;
         }
@@ -46,6 +49,25 @@ void Reverse_Units(std::span<unsigned char> bytes, int width)
         std::reverse(bytes.begin() + static_cast<std::ptrdiff_t>(at),
                      bytes.begin() + static_cast<std::ptrdiff_t>(at + step));
     }
+}
+
+void Put_Stored(const std::shared_ptr<Source>& source, const DICOM_List& record, int width,
+                Output& out)
+{
+    const std::int64_t stored = Stored_Size_Of(record);
+    std::int64_t zeros = Size_Of(record) - stored;
+    const std::int64_t rest = zeros > 0 ? stored % width : 0;
+    out.Copy({source, Value_Position_Of(record), stored - rest, width});
+    if (rest > 0) {
+        // The unit in which the zeros begin.
+        Bytes unit(static_cast<std::size_t>(std::min<std::int64_t>(width, rest + zeros)));
+        source->Read(Value_Position_Of(record) + stored - rest,
+                     std::span(unit).first(static_cast<std::size_t>(rest)));
+        zeros -= std::ssize(unit) - rest;
+        Reverse_Units(unit, width);
+        out.Put(unit);
+    }
+    out.Copy({nullptr, 0, zeros, 1});
 }
 
 void Encoded_File::Put(std::span<const unsigned char> bytes)

@@ -12,7 +12,7 @@
 
 namespace lib_mend {
 
-/** Bytes of a source; units of `width` bytes are reversed on the way, 1 leaves them as they are. */
+/** Bytes of a source, or zeros where there is none; units of `width` bytes are reversed on the way, 1 leaves them as they are. */
 struct Extent {
     std::shared_ptr<Source> source;
     std::int64_t offset = 0;
@@ -66,6 +66,10 @@ private:
     std::vector<Placed_Extent> extents_;
     std::shared_ptr<const Encoded_File> deflated_;
 };
+
+/** Puts a value that was left in a source, and the zeros behind it. */
+void Put_Stored(const std::shared_ptr<Source>& source, const DICOM_List& record, int width,
+                Output& out);
 
 /** Reverses each whole unit of `width` bytes. */
 void Reverse_Units(std::span<unsigned char> bytes, int width);
