@@ -54,6 +54,7 @@ std::string Sound_Data_Set(unsigned char code)
     s.Element(0x0009, 0x0010, "LO", "ACME");
     s.Element(0x0009, 0x1001, "UN", std::string(1500, 'x'));
     s.Element(0x0010, 0x0010, "PN", "DOE^JANE");
+    s.Element(0x0018, 0x1063, "DS", "40");
     s.Header(0x0028, 0x0009, "AT", 4).Short(0x0018).Short(0x1063);
     s.US(0x0028, 0x0100, 16);
     s.US(0x0028, 0x0103, 0);
@@ -91,7 +92,7 @@ TEST(Reading, KeepsWhatPrecedesACutAtEveryLength)
                 ends[record.data_pos + static_cast<unsigned int>(record.size)] = text(full, record);
             }
         });
-        ASSERT_EQ(ends.size(), 14U);
+        ASSERT_EQ(ends.size(), 15U);
         std::set<std::size_t> boundaries;
         for (const DICOM_List& record : Records(full.records.Head())) {
             boundaries.insert(record.pos);

@@ -1,6 +1,9 @@
 #include "check.h"
 
 #include "commands.h"
+#include "files.h"
+#include "mend/consistency/study.h"
+#include "mend/consistency/study_values.h"
 #include "mend/findings/faults.h"
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
@@ -74,48 +77,110 @@ std::string Printed(const std::string& path, const Finding& finding, const Check
     return Finding_Line(path, finding, request.show_values) + "\n";
 }
 
-Exit_Status Check_File(const std::string& path, const Check_Request& request, Summary& summary,
-                       lib_mend::Sarif_Log& log)
+/** What the check of one file after the other brings about. */
+struct Progress {
+    Summary summary;
+    lib_mend::Sarif_Log log;
+    lib_mend::Study study = {};
+};
+
+void Print(const std::string& path, const Findings& findings, const Check_Request& request,
+           Progress& progress)
+{
+    Add_To(progress.summary, findings);
+    for (const Finding& finding : findings.All()) {
+        if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
+            std::fputs(Printed(path, finding, request, progress.log).c_str(), stdout);
+        }
+    }
+}
+
+Exit_Status Check_File(const Found_File& file, bool is_last, const Check_Request& request,
+                       Progress& progress)
 {
     Findings findings;
     const lib_mend::Library_Session session(findings);
-    const std::shared_ptr<lib_mend::Source> source = Open(path);
+    const std::shared_ptr<lib_mend::Source> source = Open(file.path);
     if (source == nullptr) {
         return Exit_Failure;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    if (set.foreign && file.is_found) {
+        Findings left_out;
+        left_out.Report(lib_mend::Fault::Not_Compared, lib_mend::Level::Info, {},
+                        "is no DICOM file, and is left out");
+        Print(file.path, left_out, request, progress);
+        return Exit_Clean;
+    }
     lib_mend::Check(set, request.heal, findings);
     if (!request.module.empty()) {
         lib_mend::Verify_IOD(set, request.module, findings);
     }
-    if (&path == &request.files.back()) {
+    if (request.study) {
+        progress.study.Add(file.path, set);
+    }
+    if (is_last) {
         Keep_To_The_End(std::move(set));
     }
     findings.Sum_Up();
-    Add_To(summary, findings);
-    for (const Finding& finding : findings.All()) {
-        if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
-            std::fputs(Printed(path, finding, request, log).c_str(), stdout);
-        }
-    }
+    Print(file.path, findings, request, progress);
     return Status_Of(findings);
+}
+
+/** What a file holds, once more; nothing when it cannot be read any more. */
+std::string Sum_Of_File(const std::string& path, const Check_Request& request)
+{
+    Findings findings;
+    const lib_mend::Library_Session session(findings);
+    std::string error;
+    const std::shared_ptr<lib_mend::Source> source = lib_mend::Source::Open(path, error);
+    if (source == nullptr) {
+        return {};
+    }
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    lib_mend::Check(set, request.heal, findings);
+    return lib_mend::Sum_Of_Contents(set);
+}
+
+Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
+{
+    Exit_Status status = Exit_Clean;
+    const auto sum_of = [&request](const std::string& path) {
+        return Sum_Of_File(path, request);
+    };
+    for (const lib_mend::Study::Told& told : progress.study.Compare(sum_of)) {
+        Print(told.file, told.findings, request, progress);
+        status = std::max(status, Status_Of(told.findings));
+    }
+    return status;
 }
 
 }  // namespace
 
 Exit_Status Run_Check(const Check_Request& request)
 {
-    Summary summary;
-    Exit_Status status = Exit_Clean;
     const bool is_log = request.format == Format::SARIF && !request.summary;
-    lib_mend::Sarif_Log log(request.show_values);
-    std::fputs(is_log ? log.Head().c_str() : "", stdout);
-    for (const std::string& path : request.files) {
-        status = std::max(status, Check_File(path, request, summary, log));
+    Progress progress = {{}, lib_mend::Sarif_Log(request.show_values)};
+    bool complete = true;
+    std::vector<Found_File> files;
+    if (request.study) {
+        files = Files_Of(request.files, complete);
+    } else {
+        for (const std::string& path : request.files) {
+            files.push_back({path, false});
+        }
     }
-    std::fputs(is_log ? log.Tail(status != Exit_Failure).c_str() : "", stdout);
+    Exit_Status status = complete ? Exit_Clean : Exit_Failure;
+    std::fputs(is_log ? progress.log.Head().c_str() : "", stdout);
+    for (const Found_File& file : files) {
+        status = std::max(status, Check_File(file, &file == &files.back(), request, progress));
+    }
+    if (request.study) {
+        status = std::max(status, Compare_Files(request, progress));
+    }
+    std::fputs(is_log ? progress.log.Tail(status != Exit_Failure).c_str() : "", stdout);
     if (request.summary) {
-        Print_Summary(summary, request.format != Format::Text, request.verbosity);
+        Print_Summary(progress.summary, request.format != Format::Text, request.verbosity);
     }
     return Finish_Output(status);
 }

@@ -24,6 +24,8 @@ struct Check_Request {
     Verbosity verbosity = Verbosity::Normal;
     /** Findings quote values that may identify a person. */
     bool show_values = false;
+    /** Compare what must agree in all files; folders stand for the files in them. */
+    bool study = false;
 };
 
 Exit_Status Run_Check(const Check_Request& request);

@@ -201,6 +201,9 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
         ->option_text("CODE");
     Add_Healing(*command, request.heal);
     command->add_flag("--summary", request.summary, "Count the findings of all files by kind");
+    command->add_flag("--study", request.study,
+                      "Compare also what must agree in the files of a patient, study, series and "
+                      "frame of reference; folders stand for the files in them");
     command->add_option("FILE", request.files, "Files to check")->required()->option_text("...");
     Add_Verbosity(*command, request.verbosity, request.show_values);
     return command;

@@ -78,6 +78,21 @@ enum class Fault : unsigned char {
     JSON,
     Not_Written,
     Memory,
+    Reference,
+    Frame_Number,
+    Item_Count,
+    Segment_Number,
+    SOP_Class,
+    UID_Reused,
+    Modality,
+    Date_Order,
+    Unlikely,
+    Patient_Differs,
+    Study_Differs,
+    Series_Differs,
+    Frame_Of_Reference_Differs,
+    Duplicate_Instance,
+    Not_Compared,
     /** What the library says in words of its own: its kind is recognised by its text. */
     Other
 };

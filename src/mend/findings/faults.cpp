@@ -158,6 +158,44 @@ constexpr Finding_Kind Kinds[] = {
     {Fault::Not_Written, "not-written", Severity::Error, "the data set cannot be written", "", "",
      false},
     {Fault::Memory, "memory", Severity::Error, "there was not enough memory", "", "", false},
+    {Fault::Reference, "reference", Severity::Error,
+     "a reference inside the data set that leads nowhere, or to two things",
+     "what is referred to by a number or a UID is there, once", "PS3.3", false},
+    {Fault::Frame_Number, "frame-number", Severity::Error, "number of a frame that is not there",
+     "frames are counted from 1 to Number of Frames", "PS3.3 C.7.6.6", false},
+    {Fault::Item_Count, "item-count", Severity::Error,
+     "items or values that are not as many as what they stand for",
+     "there is one for each frame or dimension", "PS3.3", false},
+    {Fault::Segment_Number, "segment-number", Severity::Error, "segments that are not numbered",
+     "segments are numbered from 1, one after the other", "PS3.3 C.8.20.2", false},
+    {Fault::SOP_Class, "sop-class", Severity::Error, "a UID that is not that of a SOP class",
+     "the registry of UIDs tells what each identifies", "PS3.6 A", false},
+    {Fault::UID_Reused, "uid-reused", Severity::Warning, "a UID that identifies two things",
+     "a UID identifies one thing", "PS3.5 9", false},
+    {Fault::Modality, "modality", Severity::Warning,
+     "the modality is none of those of the SOP class", "the series of an IOD has its modality",
+     "PS3.3 C.7.3.1.1.1", false},
+    {Fault::Date_Order, "date-order", Severity::Warning, "dates in the wrong order",
+     "birth comes before the study, the study before its series", "PS3.3 C.7", false},
+    {Fault::Unlikely, "unlikely", Severity::Info, "right by the standard, and yet seldom meant", "",
+     "", false},
+    {Fault::Patient_Differs, "patient-differs", Severity::Warning,
+     "another value than in other files of the patient", "what identifies a patient is the same",
+     "PS3.3 A.1.2.1", false},
+    {Fault::Study_Differs, "study-differs", Severity::Warning,
+     "another value than in other files of the study", "the files of a study share its attributes",
+     "PS3.3 A.1.2.2", false},
+    {Fault::Series_Differs, "series-differs", Severity::Warning,
+     "another value than in other files of the series",
+     "the files of a series share its attributes, modality, equipment and frame of reference",
+     "PS3.3 A.1.2.3", false},
+    {Fault::Frame_Of_Reference_Differs, "frame-of-reference-differs", Severity::Warning,
+     "another value than in other files of the frame of reference",
+     "what has a frame of reference shares its attributes", "PS3.3 C.7.4.1", false},
+    {Fault::Duplicate_Instance, "duplicate-instance", Severity::Error,
+     "two objects with one SOP Instance UID", "a UID identifies one object", "PS3.5 9", false},
+    {Fault::Not_Compared, "not-compared", Severity::Info, "a file that is not compared", "", "",
+     false},
     {Fault::Other, "other", Severity::Warning, "something is wrong", "", "", true},
 };
 
@@ -242,6 +280,11 @@ const Finding_Kind& Kind_Of(const Finding& finding)
         }
     }
     return Kind_Named(kind);
+}
+
+const char* Clause_Of(const Finding& finding)
+{
+    return finding.clause != nullptr ? finding.clause : Kind_Of(finding).clause;
 }
 
 std::span<const Finding_Kind> All_Kinds()

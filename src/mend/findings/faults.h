@@ -31,6 +31,9 @@ struct Finding_Kind {
 
 const Finding_Kind& Kind_Of(const Finding& finding);
 
+/** The clause that a finding is about; that of its kind where it names none. */
+const char* Clause_Of(const Finding& finding);
+
 /** A part of messages of the library, and the kind of fault that these are about. */
 struct Message_Pattern {
     std::string_view fragment;

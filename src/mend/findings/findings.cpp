@@ -141,7 +141,7 @@ std::string Tag_Name(Tag tag)
 }
 
 void Findings::Report(Fault fault, Level level, const Place& place, std::string text,
-                      const Values& values)
+                      const Values& values, const char* clause)
 {
     Finding finding = {level, place.has_tag, place.tag, place.vr, place.offset, std::move(text)};
     finding.fault = fault;
@@ -152,6 +152,7 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
     finding.length = place.length;
     finding.before = values.before.substr(0, Longest_Quote);
     finding.after = values.after.substr(0, Longest_Quote);
+    finding.clause = clause;
     Store(std::move(finding));
 }
 

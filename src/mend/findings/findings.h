@@ -81,6 +81,8 @@ struct Finding {
     /** The value as it was and as it is now: bytes of the file, shown only where that is harmless. */
     std::string before = {};
     std::string after = {};
+    /** The clause of the standard where that of the kind is too wide; null for that of the kind. */
+    const char* clause = nullptr;
 };
 
 /** Where a finding stands: an element, an element that is missing, or only a place in the file. */
@@ -123,9 +125,13 @@ inline Place At(const DICOM_List& record, const Path& path)
 
 class Findings {
 public:
-    /** Makes a finding; what is wrong is said in `text`, values stand apart from it. */
+    /**
+     * Makes a finding; what is wrong is said in `text`, values stand apart from it.
+     *
+     * @param clause  a constant; null for that of the kind
+     */
     void Report(Fault fault, Level level, const Place& place, std::string text,
-                const Values& values = {});
+                const Values& values = {}, const char* clause = nullptr);
 
     /**
      * The findings in the order in which they were made. Of one kind and level the first hundred are

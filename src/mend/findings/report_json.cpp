@@ -32,8 +32,8 @@ std::string Finding_JSON(const std::string& file, const Finding& finding, bool s
             line += std::string(",\"") + name + "\":" + JSON_Text(*value);
         }
     }
-    return line + ",\"rule\":" + JSON_Text(kind.rule) + ",\"clause\":" + JSON_Text(kind.clause) +
-           "}";
+    return line + ",\"rule\":" + JSON_Text(kind.rule) +
+           ",\"clause\":" + JSON_Text(Clause_Of(finding)) + "}";
 }
 
 }  // namespace lib_mend

@@ -119,6 +119,9 @@ std::string Sarif_Log::Result(const std::string& file, const Finding& finding)
         properties +=
             ",\"before\":" + JSON_Text(finding.before) + ",\"after\":" + JSON_Text(finding.after);
     }
+    if (finding.clause != nullptr) {
+        properties += ",\"clause\":" + JSON_Text(finding.clause);
+    }
     if (!properties.empty()) {
         result += ",\"properties\":{" + properties.substr(1) + "}";
     }

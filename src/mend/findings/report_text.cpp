@@ -9,10 +9,11 @@ namespace lib_mend {
 namespace {
 
 /** "dates are YYYYMMDD, PS3.5 6.2", as far as the standard says anything. */
-std::string Rule_Text(const Finding_Kind& kind)
+std::string Rule_Text(const Finding& finding)
 {
-    const std::string rule = kind.rule;
-    return rule.empty() || *kind.clause == '\0' ? rule + kind.clause : rule + ", " + kind.clause;
+    const std::string rule = Kind_Of(finding).rule;
+    const std::string clause = Clause_Of(finding);
+    return rule.empty() || clause.empty() ? rule + clause : rule + ", " + clause;
 }
 
 /** The sequences and items around an element: its path without the element itself. */
@@ -44,7 +45,7 @@ std::string Place_Text(const Finding& finding)
 
 std::string Finding_Line(const std::string& file, const Finding& finding, bool show_values)
 {
-    const std::string rule = Rule_Text(Kind_Of(finding));
+    const std::string rule = Rule_Text(finding);
     return Printable(file) + ": " + Severity_Name(Severity_Of(finding)) + ": " +
            Place_Text(finding) + Printable(Shown_Text(finding, show_values)) +
            (rule.empty() ? "" : " (" + rule + ")");

@@ -55,7 +55,7 @@ dicom_mend_finding_data Data_Of(const Finding& finding)
             .path = finding.path.c_str(),
             .message = Text_Without_Values(finding),
             .rule = kind.rule,
-            .clause = kind.clause,
+            .clause = Clause_Of(finding),
             .before = bytes_of(finding.before),
             .before_size = finding.before.size(),
             .after = bytes_of(finding.after),

@@ -1,5 +1,6 @@
 #include "mend/interface/heal.h"
 
+#include "mend/consistency/consistency.h"
 #include "mend/healing/character_sets.h"
 #include "mend/healing/contents.h"
 #include "mend/healing/creators.h"
@@ -55,6 +56,7 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
         Heal_Pixel_Data(set, options.pad_pixels, findings);
     }
     Check_Implicit_Form(set, findings);
+    Check_Consistency(set, findings);
     if (originals) {
         Record_Changes(set, *originals,
                        options.record_time.empty() ? Date_Time_Now() : options.record_time,

@@ -1,0 +1,334 @@
+#include "mend/consistency/study.h"
+
+#include "mend/consistency/study_values.h"
+#include "mend/healing/character_set.h"
+#include "mend/healing/image.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+
+namespace lib_mend {
+
+namespace {
+
+struct Element_Row {
+    Tag tag;
+    unsigned short vr;
+    Compared_Form form = Compared_Form::Text;
+};
+
+enum Element : std::size_t {
+    Patient_ID,
+    Issuer,
+    Patient_Name,
+    Birth_Date,
+    Sex,
+    Study_UID,
+    Study_Date,
+    Study_Time,
+    Accession_Number,
+    Study_ID,
+    Study_Description,
+    Referring_Physician,
+    Series_UID,
+    Modality,
+    Series_Number,
+    Laterality,
+    Series_Date,
+    Series_Time,
+    Series_Description,
+    Body_Part,
+    Protocol,
+    Position,
+    Manufacturer,
+    Model,
+    Serial_Number,
+    Frame_UID,
+    Reference_Indicator,
+    Instance_UID,
+    Element_Count
+};
+
+constexpr Element_Row Rows[] = {
+    {{0x0010, 0x0020}, VR_LO},
+    {{0x0010, 0x0021}, VR_LO},
+    {{0x0010, 0x0010}, VR_PN, Compared_Form::Name},
+    {{0x0010, 0x0030}, VR_DA},
+    {{0x0010, 0x0040}, VR_CS},
+    {{0x0020, 0x000D}, VR_UI},
+    {{0x0008, 0x0020}, VR_DA},
+    {{0x0008, 0x0030}, VR_TM, Compared_Form::Time},
+    {{0x0008, 0x0050}, VR_SH},
+    {{0x0020, 0x0010}, VR_SH},
+    {{0x0008, 0x1030}, VR_LO},
+    {{0x0008, 0x0090}, VR_PN, Compared_Form::Name},
+    {{0x0020, 0x000E}, VR_UI},
+    {{0x0008, 0x0060}, VR_CS},
+    {{0x0020, 0x0011}, VR_IS, Compared_Form::Number},
+    {{0x0020, 0x0060}, VR_CS},
+    {{0x0008, 0x0021}, VR_DA},
+    {{0x0008, 0x0031}, VR_TM, Compared_Form::Time},
+    {{0x0008, 0x103E}, VR_LO},
+    {{0x0018, 0x0015}, VR_CS},
+    {{0x0018, 0x1030}, VR_LO},
+    {{0x0018, 0x5100}, VR_CS},
+    {{0x0008, 0x0070}, VR_LO},
+    {{0x0008, 0x1090}, VR_LO},
+    {{0x0018, 0x1000}, VR_LO},
+    {{0x0020, 0x0052}, VR_UI},
+    {{0x0020, 0x1040}, VR_LO},
+    {{0x0008, 0x0018}, VR_UI},
+};
+static_assert(std::size(Rows) == Element_Count);
+
+/** What has the same key agrees about the elements. */
+struct Group_Row {
+    Fault fault;
+    Level level;
+    const char* name;
+    /** Element_Count for the patient, whose key are two of them. */
+    Element key;
+    Element first;
+    Element last;
+    const char* clause = nullptr;
+};
+
+constexpr Group_Row Groups[] = {
+    {Fault::Patient_Differs, Level::Kept, "patient", Element_Count, Patient_Name, Sex},
+    {Fault::Study_Differs, Level::Kept, "study", Study_UID, Patient_ID, Issuer},
+    {Fault::Study_Differs, Level::Kept, "study", Study_UID, Study_Date, Referring_Physician},
+    {Fault::Series_Differs, Level::Kept, "series", Series_UID, Study_UID, Study_UID},
+    {Fault::Series_Differs, Level::Kept, "series", Series_UID, Modality, Frame_UID},
+    {Fault::Frame_Of_Reference_Differs, Level::Kept, "frame of reference", Frame_UID,
+     Reference_Indicator, Reference_Indicator},
+    {Fault::Unlikely, Level::Info, "frame of reference", Frame_UID, Patient_ID, Patient_ID,
+     "PS3.3 C.7.4.1.1.1"},
+};
+
+/** Elements that identify, each something else; the first ones have the right to a UID. */
+constexpr struct {
+    Element element;
+    const char* what;
+} Identities[] = {
+    {Study_UID, "a study"},
+    {Series_UID, "a series"},
+    {Instance_UID, "an instance"},
+    {Frame_UID, "a frame of reference"},
+};
+
+std::string Counted(std::size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " other file of the " : " other files of the ");
+}
+
+}  // namespace
+
+Study::Study() : texts_(1)
+{
+    static_assert(Elements == Element_Count);
+}
+
+Study::Value Study::Number_Of(const std::string& text)
+{
+    if (text.empty()) {
+        return 0;
+    }
+    const auto [entry, is_new] = numbers_.emplace(text, static_cast<Value>(texts_.size()));
+    if (is_new) {
+        texts_.push_back(&entry->first);
+    }
+    return entry->second;
+}
+
+void Study::Add(const std::string& name, const Data_Set& set)
+{
+    if (set.foreign || set.records.Head() == nullptr) {
+        return;
+    }
+    File file;
+    file.name = name;
+    file.syntax = set.syntax;
+    file.is_encapsulated = set.encoding.encapsulated;
+    const Character_Set characters(Text_In(set, set.records.Head(), Character_Set_Tag));
+    for (const DICOM_List& record : Records(set.records.Head())) {
+        const auto* const row =
+            std::find_if(std::begin(Rows), std::end(Rows),
+                         [&record](const Element_Row& each) { return each.tag == Tag_Of(record); });
+        if (row != std::end(Rows)) {
+            const auto element = static_cast<std::size_t>(row - Rows);
+            file.values[element] = Number_Of(Compared_Value(set, record, row->form, characters));
+            file.offsets[element] = Position_Of(record);
+        }
+    }
+    if (file.values[Patient_ID] != 0) {
+        const std::string issuer =
+            file.values[Issuer] != 0 ? *texts_[file.values[Issuer]] : std::string();
+        file.patient = Number_Of(*texts_[file.values[Patient_ID]] + '\\' + issuer);
+    }
+    // Frames of reference that the registry has, such as atlases, belong to everyone.
+    const std::string* const frame = texts_[file.values[Frame_UID]];
+    file.frame =
+        frame != nullptr && DICOM_UID_Get(frame->c_str()) == nullptr ? file.values[Frame_UID] : 0;
+    files_.push_back(std::move(file));
+}
+
+void Study::Tell(Told& told, const File& file, std::size_t element, const Wording& wording,
+                 std::string text) const
+{
+    Place place;
+    place.has_tag = true;
+    place.tag = Rows[element].tag;
+    place.vr = Rows[element].vr;
+    place.offset = file.offsets[element];
+    told.findings.Report(wording.fault, wording.level, place, std::move(text),
+                         {*texts_[file.values[element]], {}}, wording.clause);
+}
+
+Study::Value Study::Key_Of(const File& file, std::size_t element)
+{
+    return element == Element_Count ? file.patient
+           : element == Frame_UID   ? file.frame
+                                    : file.values[element];
+}
+
+/** The values of one element in what has the same key: how often each occurs, and where first. */
+struct Study::Shares {
+    struct Seen {
+        std::size_t count = 0;
+        std::size_t first = 0;
+    };
+
+    std::map<Value, Seen> values;
+    std::size_t all = 0;
+
+    /** What most have is taken for right; of those that are as many, what the first file has. */
+    Value Right() const
+    {
+        const auto is_less = [](const auto& a, const auto& b) {
+            return a.second.count != b.second.count ? a.second.count < b.second.count
+                                                    : a.second.first > b.second.first;
+        };
+        return std::max_element(values.begin(), values.end(), is_less)->first;
+    }
+};
+
+void Study::Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
+                            std::vector<Told>& told) const
+{
+    std::map<Value, Shares> all;
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        const Value value = files_[i].values[element];
+        if (Key_Of(files_[i], key) != 0 && value != 0) {
+            Shares& shares = all[Key_Of(files_[i], key)];
+            const auto seen = shares.values.try_emplace(value, Shares::Seen{0, i}).first;
+            ++seen->second.count;
+            ++shares.all;
+        }
+    }
+    std::map<Value, Value> right;
+    for (const auto& [name, shares] : all) {
+        if (shares.values.size() > 1) {
+            right.emplace(name, shares.Right());
+        }
+    }
+    for (std::size_t i = 0; i < files_.size() && !right.empty(); ++i) {
+        const Value value = files_[i].values[element];
+        const auto wanted = right.find(Key_Of(files_[i], key));
+        if (wanted != right.end() && value != 0 && value != wanted->second) {
+            const Shares& shares = all[wanted->first];
+            Tell(told[i], files_[i], element, wording,
+                 "differs from " + std::to_string(shares.all - shares.values.at(value).count) +
+                     " of " + Counted(shares.all - 1) + wording.name);
+        }
+    }
+}
+
+/** A UID that names one thing in this file and another in others. */
+void Study::Compare_UIDs(std::vector<Told>& told) const
+{
+    constexpr std::size_t Roles = std::size(Identities);
+    constexpr std::size_t None = SIZE_MAX;
+    std::unordered_map<Value, std::array<std::size_t, Roles>> first;
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        for (std::size_t role = 0; role < Roles; ++role) {
+            const Value uid = files_[i].values[Identities[role].element];
+            const auto [entry, is_new] = first.try_emplace(uid);
+            if (is_new) {
+                entry->second.fill(None);
+            }
+            entry->second[role] = std::min(entry->second[role], i);
+        }
+    }
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        for (std::size_t role = 1; role < Roles; ++role) {
+            const Value uid = files_[i].values[Identities[role].element];
+            for (std::size_t other = 0; other < role && uid != 0; ++other) {
+                const std::size_t where = first.at(uid)[other];
+                // What stands in one file is told when that is looked at.
+                if (where != None && files_[i].values[Identities[other].element] != uid) {
+                    Tell(told[i], files_[i], Identities[role].element,
+                         {Fault::UID_Reused, Level::Kept},
+                         std::string("is the UID of ") + Identities[other].what + " in " +
+                             files_[where].name);
+                    break;
+                }
+            }
+        }
+    }
+}
+
+void Study::Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told) const
+{
+    std::unordered_map<Value, std::size_t> first;
+    std::map<std::size_t, std::string> sums;
+    const auto sum = [&](std::size_t file) {
+        const auto entry = sums.try_emplace(file).first;
+        if (entry->second.empty()) {
+            entry->second = sum_of(files_[file].name);
+        }
+        return entry->second;
+    };
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        const Value uid = files_[i].values[Instance_UID];
+        const auto [entry, is_new] = first.try_emplace(uid, i);
+        if (uid == 0 || is_new) {
+            continue;
+        }
+        const File& other = files_[entry->second];
+        const bool is_packed = files_[i].is_encapsulated || other.is_encapsulated;
+        if (is_packed && files_[i].syntax != other.syntax) {
+            Tell(told[i], files_[i], Instance_UID, {Fault::Unlikely, Level::Info},
+                 "the same instance, in another transfer syntax, is in " + other.name);
+            continue;
+        }
+        const std::string own = sum(i);
+        const bool is_same = !own.empty() && own == sum(entry->second);
+        const Wording wording = is_same ? Wording{Fault::Unlikely, Level::Info}
+                                        : Wording{Fault::Duplicate_Instance, Level::Kept};
+        Tell(told[i], files_[i], Instance_UID, wording,
+             (is_same ? "the same instance is in " : "is that of other contents in ") + other.name);
+    }
+}
+
+std::vector<Study::Told> Study::Compare(const Sum_Of_File& sum_of)
+{
+    std::sort(files_.begin(), files_.end(),
+              [](const File& a, const File& b) { return a.name < b.name; });
+    std::vector<Told> told(files_.size());
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        told[i].file = files_[i].name;
+    }
+    for (const Group_Row& group : Groups) {
+        for (std::size_t element = group.first; element <= group.last; ++element) {
+            Compare_Element(group.key, element,
+                            {group.fault, group.level, group.name, group.clause}, told);
+        }
+    }
+    Compare_UIDs(told);
+    Compare_Instances(sum_of, told);
+    std::erase_if(told, [](const Told& each) { return each.findings.All().empty(); });
+    return told;
+}
+
+}  // namespace lib_mend

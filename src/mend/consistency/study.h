@@ -1,0 +1,77 @@
+// What the files of a patient, a study, a series and a frame of reference must agree about
+// (PS3.3 section A.1.2). Of each file a few hundred bytes are kept, whatever its size.
+#ifndef LIB_MEND_STUDY_H
+#define LIB_MEND_STUDY_H
+
+#include "mend/reading/data_set.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace lib_mend {
+
+class Study {
+public:
+    /** Finds the sum of a file's contents again; empty when it cannot be read any more. */
+    using Sum_Of_File = std::function<std::string(const std::string& file)>;
+
+    Study();
+
+    /** Takes a healed data set. The order of the files does not matter. */
+    void Add(const std::string& file, const Data_Set& set);
+
+    struct Told {
+        std::string file;
+        Findings findings;
+    };
+    /** What does not agree, by the names of the files. Throws std::bad_alloc. */
+    std::vector<Told> Compare(const Sum_Of_File& sum_of);
+
+private:
+    /** Number of a value among all; 0 for none. */
+    using Value = std::uint32_t;
+
+    static constexpr std::size_t Elements = 28;
+
+    struct File {
+        std::string name;
+        std::string syntax;
+        bool is_encapsulated = false;
+        Value patient = 0;
+        /** Of its own, not one of the registry. */
+        Value frame = 0;
+        std::array<Value, Elements> values = {};
+        std::array<std::int64_t, Elements> offsets = {};
+    };
+
+    /** What a finding says beside its text. */
+    struct Wording {
+        Fault fault = Fault::Other;
+        Level level = Level::Kept;
+        /** Of what has the same key: "series". */
+        const char* name = "";
+        const char* clause = nullptr;
+    };
+    struct Shares;
+
+    Value Number_Of(const std::string& text);
+    static Value Key_Of(const File& file, std::size_t element);
+    void Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
+                         std::vector<Told>& told) const;
+    void Compare_UIDs(std::vector<Told>& told) const;
+    void Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told) const;
+    void Tell(Told& told, const File& file, std::size_t element, const Wording& wording,
+              std::string text) const;
+
+    std::vector<File> files_;
+    std::unordered_map<std::string, Value> numbers_;
+    std::vector<const std::string*> texts_;
+};
+
+}  // namespace lib_mend
+
+#endif
