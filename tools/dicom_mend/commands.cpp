@@ -233,10 +233,7 @@ Exit_Status Run_Mend(const Mend_Request& request)
 Exit_Status Run_From_JSON(const Mend_Request& request)
 {
     const auto read = [](const std::shared_ptr<Source>& source, Findings& findings) {
-        lib_mend::Bytes text(static_cast<std::size_t>(source->Size()));
-        text.resize(source->Read(0, text));
-        lib_mend::Data_Set set = lib_mend::From_JSON(
-            {reinterpret_cast<const char*>(text.data()), text.size()}, source->Name(), findings);
+        lib_mend::Data_Set set = lib_mend::From_JSON(*source, findings);
         if (source->Failure() != 0) {
             findings.Report(lib_mend::Fault::Unreadable, lib_mend::Level::Error, {},
                             "cannot be read");

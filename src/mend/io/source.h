@@ -85,6 +85,15 @@ public:
     {
         return !far_places_.empty();
     }
+    /** Its bytes stand nowhere else, and nobody finds them there by its name. */
+    void Set_Passing()
+    {
+        is_passing_ = true;
+    }
+    bool Is_Passing() const
+    {
+        return is_passing_;
+    }
     /** The system error of a read or a seek that failed, 0 for none. */
     int Failure() const
     {
@@ -104,6 +113,7 @@ private:
     const unsigned char* image_ = nullptr;
     int descriptor_ = -1;
     std::int64_t size_ = 0;
+    bool is_passing_ = false;
     mutable int failure_ = 0;
     mutable std::deque<Far_Place> far_places_;
 };

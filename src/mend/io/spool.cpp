@@ -1,5 +1,6 @@
 #include "mend/io/spool.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -96,12 +97,32 @@ void Spool::Put(std::span<const unsigned char> bytes)
     size_ += std::ssize(bytes);
 }
 
+std::size_t Spool::Read(std::int64_t offset, std::span<unsigned char> out) const
+{
+    if (offset < 0 || offset >= size_) {
+        return 0;
+    }
+    out = out.first(std::min(out.size(), static_cast<std::size_t>(size_ - offset)));
+    if (descriptor_ < 0) {
+        std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), out.size(), out.begin());
+        return out.size();
+    }
+    ssize_t count = -1;
+    do {
+        count = pread(descriptor_, out.data(), out.size(), offset);
+    } while (count < 0 && errno == EINTR);
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
 std::shared_ptr<Source> Spool::Finish(const std::string& name)
 {
     const std::int64_t size = std::exchange(size_, 0);
     const int descriptor = std::exchange(descriptor_, -1);
-    return descriptor >= 0 ? Source::From_File(descriptor, size, name)
-                           : Source::From_Bytes(std::exchange(bytes_, {}), name);
+    std::shared_ptr<Source> source = descriptor >= 0
+                                         ? Source::From_File(descriptor, size, name)
+                                         : Source::From_Bytes(std::exchange(bytes_, {}), name);
+    source->Set_Passing();
+    return source;
 }
 
 }  // namespace lib_mend

@@ -43,6 +43,8 @@ public:
     {
         return size_;
     }
+    /** Copies bytes out that have come; less than asked for when they cannot be read. */
+    std::size_t Read(std::int64_t offset, std::span<unsigned char> out) const;
     /** Gives away what has come; the spool is empty then. */
     std::shared_ptr<Source> Finish(const std::string& name);
 

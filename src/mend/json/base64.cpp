@@ -1,6 +1,7 @@
 #include "mend/json/base64.h"
 
 #include <array>
+#include <utility>
 
 namespace lib_mend {
 
@@ -55,35 +56,70 @@ void Base64_Encoder::Finish(std::string& out)
     }
 }
 
+/** Appends the bytes of whole groups of four letters; the letters that are left, from the first fault on. */
+std::string_view Base64_Decoder::Put_Groups(std::string_view letters, Bytes& out)
+{
+    const std::size_t start = out.size();
+    out.resize(start + letters.size() / 4 * 3);
+    unsigned char* to = out.data() + start;
+    std::size_t at = 0;
+    for (; at + 4 <= letters.size(); at += 4) {
+        const auto value = [&](std::size_t i) -> unsigned int {
+            return Values[static_cast<unsigned char>(letters[at + i])];
+        };
+        const unsigned int values[] = {value(0), value(1), value(2), value(3)};
+        if ((values[0] | values[1] | values[2] | values[3]) > 0x3F) {
+            break;
+        }
+        const unsigned int bits = values[0] << 18 | values[1] << 12 | values[2] << 6 | values[3];
+        *to++ = static_cast<unsigned char>(bits >> 16);
+        *to++ = static_cast<unsigned char>(bits >> 8);
+        *to++ = static_cast<unsigned char>(bits);
+    }
+    letters_ += at;
+    out.resize(start + at / 4 * 3);
+    return letters.substr(at);
+}
+
+bool Base64_Decoder::Put(std::string_view letters, Bytes& out)
+{
+    if (bit_count_ == 0 && padding_ == 0) {
+        letters = Put_Groups(letters, out);
+    }
+    for (const char letter : letters) {
+        const unsigned char value = Values[static_cast<unsigned char>(letter)];
+        ++letters_;
+        if (letter == '=' && padding_ < 2) {
+            ++padding_;
+            continue;
+        }
+        if (value == None || padding_ > 0) {
+            return false;
+        }
+        bits_ = bits_ << 6 | value;
+        bit_count_ += 6;
+        if (bit_count_ >= 8) {
+            bit_count_ -= 8;
+            out.push_back(static_cast<unsigned char>(bits_ >> bit_count_));
+            bits_ &= (1U << bit_count_) - 1;
+        }
+    }
+    return true;
+}
+
+bool Base64_Decoder::Is_Whole() const
+{
+    // Bits behind the last byte would be lost.
+    return letters_ % 4 == 0 && bits_ == 0;
+}
+
 std::optional<Bytes> Decode_Base64(std::string_view text)
 {
-    if (text.size() % 4 != 0) {
-        return std::nullopt;
-    }
-    std::size_t padding = 0;
-    while (padding < 2 && !text.empty() && text.back() == '=') {
-        text.remove_suffix(1);
-        ++padding;
-    }
+    Base64_Decoder decoder;
     Bytes bytes;
     bytes.reserve(text.size() / 4 * 3 + 2);
-    unsigned int bits = 0;
-    int count = 0;
-    for (const char letter : text) {
-        const unsigned char value = Values[static_cast<unsigned char>(letter)];
-        if (value == None) {
-            return std::nullopt;
-        }
-        bits = bits << 6 | value;
-        count += 6;
-        if (count >= 8) {
-            count -= 8;
-            bytes.push_back(static_cast<unsigned char>(bits >> count));
-            bits &= (1U << count) - 1;
-        }
-    }
-    // Bits behind the last byte would be lost.
-    return bits == 0 ? std::optional(std::move(bytes)) : std::nullopt;
+    const bool is_whole = decoder.Put(text, bytes) && decoder.Is_Whole();
+    return is_whole ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 }  // namespace lib_mend

@@ -112,22 +112,24 @@ Encoded_File Fragment_Stream(const Data_Set& set, const DICOM_List& record)
     return stream;
 }
 
-std::optional<std::vector<std::span<const unsigned char>>>
-Split_Fragment_Stream(std::span<const unsigned char> bytes)
+std::optional<std::vector<Value_Part>>
+Split_Fragment_Stream(std::int64_t size,
+                      const std::function<bool(std::int64_t at, Bytes& out)>& read)
 {
-    std::vector<std::span<const unsigned char>> fragments;
-    while (bytes.size() >= Item_Header_Size) {
-        const Tag tag = {Get_UShort(Little, bytes.data()), Get_UShort(Little, bytes.data() + 2)};
-        const auto size = static_cast<std::uint32_t>(Get_Int(Little, bytes.data() + 4));
-        bytes = bytes.subspan(Item_Header_Size);
-        if (tag == Sequence_End_Tag && size == 0 && bytes.empty()) {
+    std::vector<Value_Part> fragments;
+    Bytes header(Item_Header_Size);
+    for (std::int64_t at = 0; at + std::ssize(header) <= size && read(at, header);) {
+        const Tag tag = {Get_UShort(Little, header.data()), Get_UShort(Little, header.data() + 2)};
+        const auto length = static_cast<std::uint32_t>(Get_Int(Little, header.data() + 4));
+        at += std::ssize(header);
+        if (tag == Sequence_End_Tag && length == 0 && at == size) {
             return fragments;
         }
-        if (tag != Item_Tag || size > bytes.size()) {
+        if (tag != Item_Tag || length > size - at) {
             break;
         }
-        fragments.push_back(bytes.first(size));
-        bytes = bytes.subspan(size);
+        fragments.push_back({at, length});
+        at += length;
     }
     return std::nullopt;
 }
@@ -135,7 +137,7 @@ Split_Fragment_Stream(std::span<const unsigned char> bytes)
 std::optional<Extent> Place_In_Source(const Data_Set& set, const DICOM_List& record,
                                       unsigned short vr)
 {
-    if (set.encoding.deflated) {
+    if (set.encoding.deflated || set.source->Is_Passing()) {
         return std::nullopt;
     }
     if (Holds_Fragments(record)) {

@@ -23,11 +23,15 @@ using Bulk_Reader = std::function<std::optional<Bytes>(std::string_view uri)>;
  * An element that says nothing is left out; a text that is no JSON makes the data set unreadable, so
  * that it is not written. Throws std::bad_alloc.
  *
- * @param text      UTF-8
- * @param name      what the source of the data set is called
+ * Long values in base64 are decoded into a temporary file.
+ *
+ * @param text      UTF-8; its name is that of the data set's source
  * @param findings  a Library_Session has to direct messages there
  * @param bulk      without it, values that stand elsewhere are errors
  */
+Data_Set From_JSON(const Source& text, Findings& findings, const Bulk_Reader& bulk = {});
+
+/** The same of a text in memory. */
 Data_Set From_JSON(std::string_view text, const std::string& name, Findings& findings,
                    const Bulk_Reader& bulk = {});
 

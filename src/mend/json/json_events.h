@@ -2,8 +2,11 @@
 #ifndef LIB_MEND_JSON_EVENTS_H
 #define LIB_MEND_JSON_EVENTS_H
 
+#include "mend/json/text_source.h"
+
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -19,6 +22,13 @@ public:
     /** @param text  a string without its escapes, or a number as it stands there */
     virtual void Scalar(JSON_Scalar kind, std::string_view text, std::size_t at) = 0;
     virtual void Key(std::string_view name, std::size_t at) = 0;
+    /**
+     * Whether the string behind the last key may come as the bytes that it holds in base64. If it is a long
+     * one, and faultless, it does: piece by piece, and then its end.
+     */
+    virtual bool Takes_Bytes() const = 0;
+    virtual void Put_Bytes(std::span<const unsigned char> bytes) = 0;
+    virtual void End_Bytes(std::size_t at) = 0;
     virtual void Begin_Object(std::size_t at) = 0;
     virtual void End_Object() = 0;
     virtual void Begin_Array(std::size_t at) = 0;
@@ -31,13 +41,13 @@ struct JSON_Fault {
     std::string why;
 };
 
-/** Nothing when the whole text is JSON. Memory does not grow with the depth of nesting. */
-std::optional<JSON_Fault> Parse_JSON(std::string_view text, JSON_Events& events);
+/** Nothing when the whole text is JSON. Memory grows neither with the depth of nesting nor with bytes. */
+std::optional<JSON_Fault> Parse_JSON(const Source& source, JSON_Events& events);
 
-/** Lines and columns of offsets; those that are near the last one asked for cost little. */
+/** Lines and columns of offsets; those behind the last one that was asked for cost little. */
 class Text_Places {
 public:
-    explicit Text_Places(std::string_view text) : text_(text)
+    explicit Text_Places(const Source& source) : text_(source)
     {
     }
 
@@ -45,7 +55,10 @@ public:
     std::string Line_And_Column(std::size_t at);
 
 private:
-    std::string_view text_;
+    void Pass(std::string_view piece);
+    void Go_Back(std::size_t at);
+
+    Text_Source text_;
     std::size_t at_ = 0;
     std::size_t line_ = 1;
     std::size_t column_ = 1;

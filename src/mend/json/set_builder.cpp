@@ -1,5 +1,6 @@
 #include "mend/json/set_builder.h"
 
+#include "mend/io/places.h"
 #include "mend/json/base64.h"
 
 #include <algorithm>
@@ -59,6 +60,7 @@ void Set_Builder::Refuse_Element(std::size_t at, const std::string& what)
     element.values = JSON_Values();
     element.items = std::vector<Record_List>();
     element.bytes = Bytes();
+    element.stored = {};
 }
 
 void Set_Builder::Scalar(JSON_Scalar kind, std::string_view text, std::size_t at)
@@ -153,6 +155,30 @@ void Set_Builder::Key(std::string_view name, std::size_t at)
         Element_Key(object.element, name, at);
     } else {
         Set_Key(object, name, at);
+    }
+}
+
+bool Set_Builder::Takes_Bytes() const
+{
+    if (skipped_levels_ > 0 || objects_.empty() || !objects_.back().is_in_element) {
+        return false;
+    }
+    const Element& element = objects_.back().element;
+    return !objects_.back().is_in_values && element.name == Name::Inline && !element.is_faulty;
+}
+
+void Set_Builder::Put_Bytes(std::span<const unsigned char> bytes)
+{
+    Value_Part& stored = objects_.back().element.stored;
+    stored.offset = stored.size == 0 ? spool_.Size() : stored.offset;
+    stored.size += std::ssize(bytes);
+    spool_.Put(bytes);
+}
+
+void Set_Builder::End_Bytes(std::size_t at)
+{
+    if (objects_.back().element.stored.size >= Far_Size) {
+        Refuse_Element(at, "InlineBinary of 2 GiB and more is not taken");
     }
 }
 

@@ -9,6 +9,8 @@
 #ifndef LIB_MEND_SET_BUILDER_H
 #define LIB_MEND_SET_BUILDER_H
 
+#include "mend/io/spool.h"
+#include "mend/json/bulk_value.h"
 #include "mend/json/from_json.h"
 #include "mend/json/json_events.h"
 #include "mend/json/value_reader.h"
@@ -23,13 +25,16 @@ namespace lib_mend {
 
 class Set_Builder : public JSON_Events {
 public:
-    Set_Builder(std::string_view text, Findings& findings, const Bulk_Reader& bulk)
-        : places_(text), findings_(findings), bulk_(bulk)
+    Set_Builder(const Source& text, Findings& findings, const Bulk_Reader& bulk)
+        : places_(text), name_(text.Name()), findings_(findings), bulk_(bulk)
     {
     }
 
     void Scalar(JSON_Scalar kind, std::string_view text, std::size_t at) override;
     void Key(std::string_view name, std::size_t at) override;
+    bool Takes_Bytes() const override;
+    void Put_Bytes(std::span<const unsigned char> bytes) override;
+    void End_Bytes(std::size_t at) override;
     void Begin_Object(std::size_t at) override;
     void End_Object() override;
     void Begin_Array(std::size_t at) override;
@@ -55,6 +60,8 @@ private:
         /** The items among the values. */
         std::vector<Record_List> items = {};
         Bytes bytes = {};
+        /** A long value stands in the spool instead. */
+        Value_Part stored = {};
         std::string reference = {};
         std::size_t value_at = 0;
     };
@@ -96,17 +103,20 @@ private:
     DICOM_List* Make_Sequence(Element& element);
     DICOM_List* Make_Value(Element& element, const JSON_Form& form);
     DICOM_List* Make_Binary(Element& element, const JSON_Form& form);
-    DICOM_List* Make_Fragments(const Element& element,
-                               const std::vector<std::span<const unsigned char>>& fragments);
+    DICOM_List* Make_Fragments(const Element& element, const std::vector<Value_Part>& fragments);
+    DICOM_List* Make_Stored(const Element& element, const JSON_Form& form);
     void Append(Object& object, DICOM_List* record);
     void Sort(Object& object);
     void Declare_UTF_8(Data_Set& set);
 
     Text_Places places_;
+    std::string name_;
     Findings& findings_;
     const Bulk_Reader& bulk_;
     /** They stay where they are: growing would hold them twice. */
     std::deque<Object> objects_;
+    /** What becomes the source of the data set. */
+    Spool spool_{Source::Small_File};
     Path way_;
     /** Arrays and objects that nothing is taken from, one in another. */
     std::size_t skipped_levels_ = 0;

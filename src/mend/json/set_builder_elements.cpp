@@ -34,6 +34,14 @@ DICOM_List* New_Value(Tag tag, const JSON_Form& form, Bytes& bytes)
     return record.Release();
 }
 
+/** The value of a record that stays where all long ones are. */
+void Leave_In_Source(DICOM_List& record, std::int64_t offset, std::int64_t size)
+{
+    // The bytes of a text of less than 4 GiB have less than 3.
+    record.data_pos = static_cast<unsigned int>(offset);
+    record.size = static_cast<int>(size);
+}
+
 /** Gives a sequence or encapsulated data the lists of its items. */
 void Take_Items(DICOM_List& record, std::vector<Record_List>& items)
 {
@@ -126,7 +134,7 @@ DICOM_List* Set_Builder::Make_Sequence(Element& element)
                                      : Record_List()));
         items.back().Head()->depth = Saturated(objects_.size());
     }
-    if (!element.bytes.empty() || !element.reference.empty()) {
+    if (!element.bytes.empty() || element.stored.size > 0 || !element.reference.empty()) {
         Refuse_Element(element.value_at, "a sequence has items in its Value");
         return nullptr;
     }
@@ -135,21 +143,46 @@ DICOM_List* Set_Builder::Make_Sequence(Element& element)
     return sequence.Release();
 }
 
-DICOM_List*
-Set_Builder::Make_Fragments(const Element& element,
-                            const std::vector<std::span<const unsigned char>>& fragments)
+DICOM_List* Set_Builder::Make_Fragments(const Element& element,
+                                        const std::vector<Value_Part>& fragments)
 {
     std::vector<Record_List> items;
-    for (const std::span<const unsigned char> fragment : fragments) {
+    for (const Value_Part& fragment : fragments) {
         items.emplace_back(New_Record(Item_Tag, 0));
         DICOM_List& record = *items.back().Head();
         record.vr_default = VR_OB;
         record.depth = Saturated(objects_.size());
-        Set_Bytes(record, fragment);
+        if (element.stored.size > 0) {
+            Leave_In_Source(record, element.stored.offset + fragment.offset, fragment.size);
+        } else {
+            Set_Bytes(record, std::span(element.bytes)
+                                  .subspan(static_cast<std::size_t>(fragment.offset),
+                                           static_cast<std::size_t>(fragment.size)));
+        }
     }
     Record_List data(New_Record(element.tag, VR_OB));
     Take_Items(*data.Head(), items);
     return data.Release();
+}
+
+/** A value in the spool, or fragments there. */
+DICOM_List* Set_Builder::Make_Stored(const Element& element, const JSON_Form& form)
+{
+    if (form.vr == VR_OB) {
+        const auto fragments =
+            Split_Fragment_Stream(element.stored.size, [&](std::int64_t at, Bytes& out) {
+                return spool_.Read(element.stored.offset + at, out) == out.size();
+            });
+        if (fragments) {
+            return Make_Fragments(element, *fragments);
+        }
+    }
+    constexpr unsigned char Padding[] = {0};
+    const std::int64_t odd = element.stored.size % 2;
+    spool_.Put(std::span(Padding).first(static_cast<std::size_t>(odd)));
+    Record_List record(New_Record(element.tag, form.vr));
+    Leave_In_Source(*record.Head(), element.stored.offset, element.stored.size + odd);
+    return record.Release();
 }
 
 /** Bytes as they are, or a stream of fragments. */
@@ -164,7 +197,12 @@ DICOM_List* Set_Builder::Make_Binary(Element& element, const JSON_Form& form)
         element.bytes = std::move(*bytes);
     }
     if (form.vr == VR_OB) {
-        if (const auto fragments = Split_Fragment_Stream(element.bytes)) {
+        const auto size = std::ssize(element.bytes);
+        const auto fragments = Split_Fragment_Stream(size, [&](std::int64_t at, Bytes& out) {
+            std::copy_n(element.bytes.begin() + at, out.size(), out.begin());
+            return true;
+        });
+        if (fragments) {
             return Make_Fragments(element, *fragments);
         }
     }
@@ -173,6 +211,9 @@ DICOM_List* Set_Builder::Make_Binary(Element& element, const JSON_Form& form)
 
 DICOM_List* Set_Builder::Make_Value(Element& element, const JSON_Form& form)
 {
+    if (element.stored.size > 0) {
+        return Make_Stored(element, form);
+    }
     if (!element.bytes.empty() || !element.reference.empty()) {
         return Make_Binary(element, form);
     }
@@ -306,6 +347,7 @@ void Set_Builder::Finish(Data_Set& set)
     Object top = has_set_ || objects_.empty() ? std::move(done_) : std::move(objects_.front());
     objects_.clear();
     way_.clear();
+    set.source = spool_.Finish(name_);
     Sort(top);
     std::vector<DICOM_List*> meta;
     std::vector<DICOM_List*> records;

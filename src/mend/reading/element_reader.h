@@ -142,7 +142,6 @@ private:
     bool Settle_By_Search(const Element_Header& as_read);
     bool Is_Strong(const Place_Found& place);
     void Report_Cut(const Element_Header& header, std::int64_t claimed);
-    void Report_Length(const Element_Header& header, std::int64_t length);
     void Note_Claim(std::int64_t length, std::int64_t claimed);
     void Take(const Reading& reading, const Element_Header& as_read);
 
@@ -159,6 +158,8 @@ private:
 
     // ---- pixel_length.cpp
     std::int64_t Size_Of_Image() const;
+    void Report_Length(const Element_Header& header, std::int64_t length);
+    bool Ends_Too_Late(const Element_Header& header, std::int64_t end);
     bool Settle_Pixels(const Element_Header& as_read);
 
     // ---- hidden_items.cpp

@@ -11,11 +11,20 @@ namespace lib_mend {
 
 namespace {
 
-constexpr const char* No_Length_Text = ", which no length of 32 bits can tell; so large an image "
-                                       "is stored in fragments, compressed or "
-                                       "not (PS3.5 sections A.4 and A.4.11), or in several files";
+constexpr const char* Too_Long_Text = ", which no length of 32 bits can tell; so large an image "
+                                      "is stored in fragments, compressed or "
+                                      "not (PS3.5 sections A.4 and A.4.11), or in several files";
 
 }  // namespace
+
+/** Says what length a value is found to have; where no header can tell it, also what can be done. */
+void Element_Reader::Report_Length(const Element_Header& header, std::int64_t length)
+{
+    const bool has_length = length < Element_Header::Undefined;
+    Report(Fault::Value_Length, has_length ? Level::Change : Level::Error, header,
+           "the length is " + std::to_string(header.length) + ", but " + std::to_string(length) +
+               " bytes fit what follows" + (has_length ? "" : Too_Long_Text));
+}
 
 /** Bytes of the image as the elements in front of the pixel data tell it; 0 when they do not. */
 std::int64_t Element_Reader::Size_Of_Image() const
@@ -67,6 +76,24 @@ std::int64_t Element_Reader::Size_Of_Image() const
     return size + size % 2;
 }
 
+/** An image whose size no length can tell ends where elements go on, even if the next one is damaged. */
+bool Element_Reader::Ends_Too_Late(const Element_Header& header, std::int64_t end)
+{
+    constexpr std::int64_t Near = 4096;
+    const std::int64_t size = end - position_ - header.size;
+    if (size < Element_Header::Undefined || end > Top().limit) {
+        return false;
+    }
+    // What 32 bits hold of it, or no length at all, is what a writer gives it.
+    if (header.Is_Undefined() || header.length == (size & Element_Header::Undefined)) {
+        return true;
+    }
+    const std::int64_t searched_to = searched_to_;
+    const bool is_near = Find_Place(end, header.tag, std::min(end + Near, Top().limit)).has_value();
+    searched_to_ = searched_to;
+    return is_near;
+}
+
 /** The length of native pixel data is wrong, but the image fits what is there exactly. */
 bool Element_Reader::Settle_Pixels(const Element_Header& as_read)
 {
@@ -81,16 +108,14 @@ bool Element_Reader::Settle_Pixels(const Element_Header& as_read)
     behind.last = header.tag;
     const bool fits = end == Top().limit ||
                       (end < Top().limit && Judge(Decode_Header(Header_Bytes(end), behind.mode),
-                                                  end, behind) == Grade::Sound);
+                                                  end, behind) == Grade::Sound) ||
+                      Ends_Too_Late(header, end);
     if (size == 0 || size == header.length || !fits) {
         return false;
     }
     Element_Header mended = header;
     mended.length = size;
-    const bool has_length = size < Element_Header::Undefined;
-    Report(Fault::Value_Length, has_length ? Level::Change : Level::Error, header,
-           "the length is " + std::to_string(header.length) + ", but " + std::to_string(size) +
-               " bytes fit what follows" + (has_length ? "" : No_Length_Text));
+    Report_Length(header, size);
     const std::int64_t claim = header.length;
     Accept(mended);
     Note_Claim(mended.length, claim);

@@ -42,6 +42,27 @@ bool Is_Hopeless(const unsigned char* bytes, bool is_explicit)
     return all == 0;
 }
 
+constexpr std::size_t Chunk = 64;
+
+/** The same for a chunk of places at once, and seven bytes behind it: many are compared in one step. */
+bool Is_Hopeless_Chunk(const unsigned char* bytes, bool is_explicit)
+{
+    unsigned int found = 0;
+    if (is_explicit) {
+        for (std::size_t i = 0; i < Chunk; ++i) {
+            const auto first = static_cast<unsigned char>(bytes[i + 4] - 'A');
+            const auto second = static_cast<unsigned char>(bytes[i + 5] - 'A');
+            const bool is_capitals = (first < 26) & (second < 26);
+            found |= is_capitals | ((bytes[i] >= 0xFE) & (bytes[i + 1] >= 0xFE));
+        }
+    } else {
+        for (std::size_t i = 0; i < Chunk + 7; ++i) {
+            found |= bytes[i];
+        }
+    }
+    return found == 0;
+}
+
 /** The quick test that nearly every byte fails. */
 bool May_Be_Header(std::span<const unsigned char> bytes, unsigned char mode)
 {
@@ -134,6 +155,11 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
         search_.assign(view.begin(), view.end());
         const std::span<const unsigned char> bytes = search_;
         for (std::size_t i = 0; i + 8 <= bytes.size(); ++i) {
+            if (i % Chunk == 0 && i + Chunk + 7 <= bytes.size() &&
+                Is_Hopeless_Chunk(&bytes[i], is_explicit)) {
+                i += Chunk - 1;
+                continue;
+            }
             if (Is_Hopeless(&bytes[i], is_explicit)) {
                 continue;
             }

@@ -344,13 +344,6 @@ void Element_Reader::Report_Cut(const Element_Header& header, std::int64_t claim
                std::to_string(claimed) + " bytes are there");
 }
 
-void Element_Reader::Report_Length(const Element_Header& header, std::int64_t length)
-{
-    Report(Fault::Value_Length, Level::Change, header,
-           "the length is " + std::to_string(header.length) + ", but " + std::to_string(length) +
-               " bytes fit what follows");
-}
-
 /** Keeps what the header of the last record claimed. */
 void Element_Reader::Note_Claim(std::int64_t length, std::int64_t claimed)
 {

@@ -1,5 +1,7 @@
 // The DICOM JSON model of every VR at its limits, and what is said of texts that are none.
+#include "mend/json/base64.h"
 #include "mend/json/value_forms.h"
+#include "mend/reading/tree.h"
 #include "support/case_page.h"
 #include "support/json_round_trip.h"
 #include "support/read_in_memory.h"
@@ -72,6 +74,56 @@ TEST(JSON, SaysWhatIsWrongAndKeepsTheRest)
             EXPECT_EQ(elements, row.Number(2));
         });
     }
+}
+
+/** The values of an element in base64, and what is said of it. */
+std::string Taken(const std::string& vr, const std::string& letters)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    const Data_Set set =
+        From_JSON(R"({"00111010" : {"InlineBinary" : ")" + letters + R"(", "vr": ")" + vr + "\"}}",
+                  "", findings);
+    std::string text;
+    Tree_Walk walk(set.records.Head());
+    while (const DICOM_List* const record = walk.Next()) {
+        const Bytes bytes = set.Value(*record);
+        text += std::to_string(bytes.size()) + " bytes" +
+                (bytes.empty() ? "" : " to " + std::to_string(bytes.back())) + "; ";
+    }
+    return text + Kept_Lines(findings);
+}
+
+/** Long base64 is decoded aside, unless there is anything wrong with it. */
+TEST(JSON, TakesLongBinaryValues)
+{
+    const std::string zeros(65536, 'A');
+    const std::string wrong =
+        "error json (0011,1010) line 1, column 33: InlineBinary is no base64\n";
+    const std::pair<const char*, std::string> rows[] = {
+        {"", "49152 bytes to 0; "},
+        {"AP8=", "49154 bytes to 255; "},
+        {"/w==", "49154 bytes to 0; "},
+        {"\\/w==", "49154 bytes to 0; "},
+        {"AAD/", "49156 bytes to 0; "},
+        {"AAB=", wrong},
+        {"AAA", wrong},
+        {"A===", wrong},
+        {"=AAA", wrong},
+        {"!AAA", wrong},
+    };
+    for (const auto& [end, expected] : rows) {
+        EXPECT_EQ(Taken("UN", zeros + end), expected) << end;
+    }
+    Stream_Builder s;
+    s.Item(0).Item(50001).Raw(std::string(50000, 'x') + "y").Sequence_End();
+    const std::string& stream = s.Bytes();
+    std::string letters;
+    Base64_Encoder encoder;
+    encoder.Put({reinterpret_cast<const unsigned char*>(stream.data()), stream.size()}, letters);
+    encoder.Finish(letters);
+    EXPECT_EQ(Taken("OB", letters), "0 bytes; 0 bytes; 50001 bytes to 121; ");
+    EXPECT_EQ(Taken("UN", letters), std::to_string(stream.size() + 1) + " bytes to 0; ");
 }
 
 /** Three letters must not cost a record each without end. */
