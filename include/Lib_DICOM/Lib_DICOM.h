@@ -12,6 +12,7 @@
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/frame.h>
 #include <Lib_DICOM/read.h>
+#include <Lib_DICOM/rules.h>
 #include <Lib_DICOM/values.h>
 #include <Lib_DICOM/write.h>
 

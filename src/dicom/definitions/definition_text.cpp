@@ -87,6 +87,39 @@ bool Line_Cursor::Take(char character)
     return true;
 }
 
+bool Line_Cursor::Take_Sign(std::string_view sign)
+{
+    if (At_End() || !line_.substr(at_).starts_with(sign)) {
+        return false;
+    }
+    at_ += sign.size();
+    return true;
+}
+
+bool Line_Cursor::Take_Name(std::string_view name)
+{
+    At_End();
+    const std::size_t begin = at_;
+    if (Run("abcdefghijklmnopqrstuvwxyz") == name) {
+        return true;
+    }
+    at_ = begin;
+    return false;
+}
+
+std::string_view Line_Cursor::Run(std::string_view characters)
+{
+    const std::size_t begin = at_;
+    at_ = std::min(line_.find_first_not_of(characters, begin), line_.size());
+    return line_.substr(begin, at_ - begin);
+}
+
+std::string_view Line_Cursor::Text_From(std::size_t column) const
+{
+    const std::string_view text = line_.substr(column, at_ - column);
+    return text.substr(0, text.find_last_not_of(" \t") + 1);
+}
+
 std::string_view Line_Cursor::Word()
 {
     At_End();

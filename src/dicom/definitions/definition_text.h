@@ -28,7 +28,8 @@ std::string Shown(std::string_view text);
 /** Reads one line from left to right. */
 class Line_Cursor {
 public:
-    explicit Line_Cursor(std::string_view line) : line_(line)
+    /** @param number  of the line in its file, from 1 */
+    explicit Line_Cursor(std::string_view line, int number) : line_(line), number_(number)
     {
     }
 
@@ -44,6 +45,17 @@ public:
     }
     /** Skips blanks; takes a character if it stands there. */
     bool Take(char character);
+    /** Skips blanks; takes a sign of several characters if it stands there. */
+    bool Take_Sign(std::string_view sign);
+    /** Skips blanks; takes a word of small letters if that very word stands there. */
+    bool Take_Name(std::string_view name);
+    /** Takes the characters from here that are among the given ones. */
+    std::string_view Run(std::string_view characters);
+    /** Tells whether a tag begins here, and no parenthesis. */
+    bool Is_Tag() const
+    {
+        return line_.size() - at_ > 5 && line_[at_] == '(' && line_[at_ + 5] == ',';
+    }
     /** Skips blanks; takes what stands up to the next blank, quote or comment; may be empty. */
     std::string_view Word();
     /** Takes a text in quotes; two quotes inside stand for one. */
@@ -55,6 +67,17 @@ public:
     {
         return at_;
     }
+    int Number() const
+    {
+        return number_;
+    }
+    /** Where the line stands in memory, which tells it from all others. */
+    const char* Address() const
+    {
+        return line_.data();
+    }
+    /** What was taken since a column, without the blanks behind it. */
+    std::string_view Text_From(std::size_t column) const;
     /** Throws "expected ..., found ..." for the word that begins at a column. */
     [[noreturn]] void Expected(Place place, const std::string& what, std::size_t column) const;
     [[noreturn]] void Expected(Place place, const std::string& what) const
@@ -64,6 +87,7 @@ public:
 
 private:
     std::string_view line_;
+    int number_;
     std::size_t at_ = 0;
 };
 
@@ -94,7 +118,7 @@ public:
                 return;
             }
             try {
-                Line_Cursor cursor(line);
+                Line_Cursor cursor(line, number);
                 if (!cursor.At_End()) {
                     read(cursor);
                 }

@@ -4,6 +4,7 @@
 
 #include "definitions/definition_files.h"
 #include "definitions/private_definitions.h"
+#include "definitions/rule_store.h"
 
 #include <Lib_DICOM/attributes.h>
 
@@ -32,12 +33,21 @@ struct Module_Index {
     Text_Map<std::string> by_uid;
 };
 
+/** A module list that is kept. */
+struct Kept_Module {
+    List_Owner list;
+    /** The dictionary that the entries of its records are from. */
+    unsigned int dictionary = 0;
+};
+
 struct Definitions {
     Definition_Files files;
     std::optional<Module_Index> index;
     Private_Definitions privates;
     /** Module lists by everything that they were made from. */
-    Text_Map<List_Owner> lists;
+    Text_Map<Kept_Module> lists;
+    /** What belongs to the lists that are kept. */
+    Rule_Store rules;
 
     /** Forgets what belongs to one directory. */
     void Leave_Directory()

@@ -2,6 +2,7 @@
 #include "attributes/list/attribute_lists.h"
 #include "definitions/definitions.h"
 #include "definitions/module_reader.h"
+#include "dictionary/dictionary.h"
 #include "frame/report.h"
 
 #include <Lib_DICOM/definitions.h>
@@ -131,7 +132,8 @@ List_Owner Read_List(HWND handle, const char* name, const Override& lines)
             List_Deleter()(list);
         }
     } head;
-    Module_Reader reader(handle, Get_Definitions().files, &head.list, 0);
+    Definitions& definitions = Get_Definitions();
+    Module_Reader reader(handle, definitions.files, &head.list, 0, definitions.rules);
     std::string why;
     if (name != nullptr && !reader.Read_File("iods/" + std::string(name), why)) {
         Report_Definition_Error(handle, This_Unit, why);
@@ -145,6 +147,7 @@ List_Owner Read_List(HWND handle, const char* name, const Override& lines)
                                     ? "the IOD " + Shown(name) + " has no attribute"
                                     : "neither an IOD nor DICOM_Override names attributes");
     }
+    reader.Keep_Rules(definitions.rules);
     return List_Owner(std::exchange(head.list, nullptr));
 }
 
@@ -160,14 +163,18 @@ DICOM_List* Kept_List(HWND handle, const char* name, const Override& lines)
     key += DICOM_Flag_Current_Standard != 0 ? '1' : '0';
     const auto found = definitions.lists.find(key);
     if (found != definitions.lists.end()) {
-        Renew_Entries(found->second.get());
-        return found->second.get();
+        Kept_Module& kept = found->second;
+        if (std::exchange(kept.dictionary, Dictionary_Generation()) != Dictionary_Generation()) {
+            Renew_Entries(kept.list.get());
+        }
+        return kept.list.get();
     }
     List_Owner list = Read_List(handle, name, lines);
     if (list == nullptr) {
         return nullptr;
     }
-    return definitions.lists.emplace(std::move(key), std::move(list)).first->second.get();
+    Kept_Module kept = {std::move(list), Dictionary_Generation()};
+    return definitions.lists.emplace(std::move(key), std::move(kept)).first->second.list.get();
 }
 
 /** The code of the IOD to read: the given one, or that of `DICOM_Modality`; false for none. */
@@ -282,7 +289,9 @@ int DICOM_Module_Read_Line(HWND handle, DICOM_Root* root, DICOM_List** list, con
                                     "the list does not hold the sequence that is open");
             return trace.Leave(0, "! list");
         }
-        Module_Reader reader(handle, Get_Definitions().files, open, root->Sequence_Depth);
+        // The records are the caller's, and nothing tells when they end: rules are not kept for them.
+        Rule_Store unused;
+        Module_Reader reader(handle, Get_Definitions().files, open, root->Sequence_Depth, unused);
         Open_Remembered(reader, *root, *open);
         reader.Read_Text("line", line);
         Remember(handle, reader, root);
@@ -333,6 +342,7 @@ void DICOM_Module_Free(void)
 {
     const Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: DICOM_Module_Free()");
     Get_Definitions().lists.clear();
+    Get_Definitions().rules = Rule_Store();
     Get_Definitions().files.Free();
 }
 

@@ -1,5 +1,6 @@
 #include "definitions/module_reader.h"
 
+#include "definitions/clause_reader.h"
 #include "definitions/module_value.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <new>
+#include <utility>
 
 namespace lib_dicom {
 
@@ -134,8 +136,9 @@ std::size_t Module_Reader::Key_Hash::operator()(const Key& key) const
     return static_cast<std::size_t>(mixed ^ mixed >> 32);
 }
 
-Module_Reader::Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth)
-    : files_(files), list_(list), depth_(depth), reading_(handle)
+Module_Reader::Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth,
+                             Rule_Store& store)
+    : files_(files), list_(list), depth_(depth), reading_(handle), store_(store)
 {
     Index(*list);
 }
@@ -186,7 +189,7 @@ bool Module_Reader::Read_File(std::string_view name, std::string& why)
     if (file == nullptr) {
         return false;
     }
-    Include(name, *file, Scope{depth_, false});
+    Include(name, *file, Scope{depth_, false, {}, true});
     return true;
 }
 
@@ -202,7 +205,9 @@ void Module_Reader::Include(std::string_view name, const Definition_File& file, 
 void Module_Reader::Read_Lines(const std::string& file, std::string_view text, const Scope& scope)
 {
     faulty_depth_ = INT_MAX;
+    const char* const outer = std::exchange(file_, rules_.File_Name(store_.Arena(), file));
     reading_.Lines(file, text, [&](Line_Cursor& cursor) { Read_Line(cursor, scope); });
+    file_ = outer;
 }
 
 void Module_Reader::Read_Line(Line_Cursor& cursor, const Scope& scope)
@@ -221,11 +226,15 @@ void Module_Reader::Read_Line(Line_Cursor& cursor, const Scope& scope)
     const bool is_attribute = cursor.Peek() == '(';
     const std::size_t column = cursor.Column();
     if (is_attribute) {
-        Read_Attribute(cursor, depth, scope.is_optional && depth == scope.depth);
-    } else if (cursor.Word() == "include") {
+        Read_Attribute(cursor, scope, depth);
+    } else if (cursor.Take_Name("include")) {
         Read_Include(cursor, scope, depth, column);
+    } else if (cursor.Take_Name("name")) {
+        const std::string name = cursor.Quoted("a name");
+        cursor.Expect_End();
+        rules_.Name(scope.part, store_.Arena().Keep(name));
     } else {
-        cursor.Expected(This_Unit, "a tag (gggg,eeee) or \"include\"", column);
+        cursor.Expected(This_Unit, "a tag (gggg,eeee), \"include\" or \"name\"", column);
     }
     faulty_depth_ = INT_MAX;
 }
@@ -263,6 +272,10 @@ void Module_Reader::Read_Include(Line_Cursor& cursor, const Scope& scope, int de
     if (usage != "" && usage != "M" && usage != "C" && usage != "U") {
         cursor.Expected(This_Unit, "a usage (M, C or U)", usage_column);
     }
+    DICOM_Condition required = {};
+    if (usage == "C" && cursor.Take_Name("if")) {
+        required = Clause_Reader(cursor, store_.Arena()).Read_Condition();
+    }
     cursor.Expect_End();
     if (std::find(including_.begin(), including_.end(), name) != including_.end()) {
         throw Definition_Fault{This_Unit, column, Shown(name) + " includes itself"};
@@ -278,10 +291,20 @@ void Module_Reader::Read_Include(Line_Cursor& cursor, const Scope& scope, int de
         throw Definition_Fault{This_Unit, column, why};
     }
     const bool is_optional = usage == "C" || usage == "U";
-    Include(name, *file, Scope{depth, is_optional || (scope.is_optional && depth == scope.depth)});
+    const bool is_module = depth == depth_ && !scope.part.Is_Module();
+    Scope inner = {depth, is_optional || (scope.is_optional && depth == scope.depth), scope.part,
+                   true};
+    inner.part.is_file = false;
+    if (usage != "" || is_module) {
+        const char* const file_name = store_.Arena().Keep(name);
+        const DICOM_List* const sequence = depth == depth_ ? nullptr : Open_Record(depth - 1);
+        inner.part = rules_.Open(
+            {file_name, file_name, is_optional ? usage.front() : 'M', required, sequence}, depth);
+    }
+    Include(name, *file, inner);
 }
 
-Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor)
+Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor, bool is_kept)
 {
     Attribute_Line line;
     line.tag_column = cursor.Column();
@@ -300,10 +323,27 @@ Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor)
     if (vr != "--") {
         line.vr = Read_VR(cursor, vr, line.vr_column);
     }
+    Read_Mark(cursor, line);
     if (!cursor.At_End()) {
-        Read_Mark(cursor, line);
+        line.clauses = Read_Clauses(cursor, is_kept, line.mark != 0);
     }
     return line;
+}
+
+Clauses Module_Reader::Read_Clauses(Line_Cursor& cursor, bool is_kept, bool has_mark)
+{
+    const auto kept = store_.Lines().find(cursor.Address());
+    if (is_kept && kept != store_.Lines().end()) {
+        return kept->second;
+    }
+    const Clauses clauses =
+        Clause_Reader(cursor, store_.Arena())
+            .Read(has_mark ? "a clause (if, in, like or items) or the end of the line"
+                           : "a mark (!, =, + or x) or a clause (if, in, like or items)");
+    if (is_kept) {
+        store_.Lines().emplace(cursor.Address(), clauses);
+    }
+    return clauses;
 }
 
 void Module_Reader::Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
@@ -318,13 +358,10 @@ void Module_Reader::Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
         cursor.At_End();
         line.value_column = cursor.Column();
         line.value = cursor.Quoted("a value");
-    } else if (cursor.Take('x')) {
+    } else if (cursor.Take_Name("x")) {
         line.mark = DICOM_Mark_Delete_Request;
         line.value.emplace();
-    } else {
-        cursor.Expected(This_Unit, "a mark (!, =, + or x)");
     }
-    cursor.Expect_End();
 }
 
 unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_List* record)
@@ -349,9 +386,10 @@ unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_
     return vr;
 }
 
-void Module_Reader::Read_Attribute(Line_Cursor& cursor, int depth, bool is_optional)
+void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth)
 {
-    const Attribute_Line line = Take_Apart(cursor);
+    const Attribute_Line line = Take_Apart(cursor, scope.is_kept);
+    const bool is_optional = scope.is_optional && depth == scope.depth;
     DICOM_List* const parent = depth == depth_ ? nullptr : Open_Record(depth - 1);
     const Key key{parent, Tag_Number(line.group, line.element)};
     DICOM_List* record = Find(key);
@@ -379,6 +417,12 @@ void Module_Reader::Read_Attribute(Line_Cursor& cursor, int depth, bool is_optio
         Replace_Value(*record, bytes);
     }
     Open_Record(depth) = record;
+    rules_.Add(record, scope.part,
+               {.type = line.type.value_or(0),
+                .is_own_level = depth == scope.part.depth,
+                .clauses = line.clauses,
+                .file = file_,
+                .line = cursor.Number()});
 }
 
 DICOM_List* Module_Reader::Find(const Key& key) const

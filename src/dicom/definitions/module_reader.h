@@ -4,6 +4,7 @@
 
 #include "definitions/definition_files.h"
 #include "definitions/definition_text.h"
+#include "definitions/rule_collector.h"
 
 #include <Lib_DICOM/frame.h>
 
@@ -23,8 +24,10 @@ public:
     /**
      * @param list   the list to add to, which may hold records already; it stays the caller's
      * @param depth  the level that it stands at
+     * @param store  where lines of files are kept once they are read, and the memory for rules
      */
-    Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth);
+    Module_Reader(HWND handle, Definition_Files& files, DICOM_List** list, int depth,
+                  Rule_Store& store);
 
     /** Reads lines; `file` is what messages call them. */
     void Read_Text(const std::string& file, std::string_view text);
@@ -32,6 +35,11 @@ public:
     bool Read_File(std::string_view name, std::string& why);
     /** Brings the list and the items below it into ascending order. */
     void Sort();
+    /** Keeps the rules of the list that was read with `store`, whose arena this reader was given. */
+    void Keep_Rules(Rule_Store& store)
+    {
+        rules_.Give_To(store, *list_);
+    }
 
     bool Has_Faults() const
     {
@@ -53,6 +61,7 @@ private:
         std::optional<unsigned short> vr;
         unsigned short mark = 0;
         std::optional<std::string> value;
+        Clauses clauses;
         std::size_t tag_column = 0;
         std::size_t vr_column = 0;
         std::size_t value_column = 0;
@@ -72,6 +81,10 @@ private:
         int depth;
         /** Nothing is required of the attributes of that level. */
         bool is_optional;
+        /** The module that the lines belong to. */
+        Rule_Collector::Part part = {};
+        /** The text stays in memory, and its lines need to be taken apart once only. */
+        bool is_kept = false;
     };
 
     void Read_Lines(const std::string& file, std::string_view text, const Scope& scope);
@@ -80,9 +93,10 @@ private:
     void Include(std::string_view name, const Definition_File& file, const Scope& scope);
     void Check_Level(int depth) const;
 
-    void Read_Attribute(Line_Cursor& cursor, int depth, bool is_optional);
-    static Attribute_Line Take_Apart(Line_Cursor& cursor);
+    void Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth);
+    Attribute_Line Take_Apart(Line_Cursor& cursor, bool is_kept);
     static void Read_Mark(Line_Cursor& cursor, Attribute_Line& line);
+    Clauses Read_Clauses(Line_Cursor& cursor, bool is_kept, bool has_mark);
     /** The VR that a record has after a line. */
     static unsigned short Settle_VR(const Attribute_Line& line, const DICOM_List* record);
     DICOM_List* Find(const Key& key) const;
@@ -94,6 +108,10 @@ private:
     DICOM_List** list_;
     int depth_;
     Reading reading_;
+    Rule_Store& store_;
+    Rule_Collector rules_;
+    /** The file that is being read, for messages. */
+    const char* file_ = "";
     std::unordered_map<Key, DICOM_List*, Key_Hash> records_;
     std::array<DICOM_List*, DICOM_Max_Depth> open_ = {};
     /** Lines deeper than this belong to a faulty one, and are left out with it. */

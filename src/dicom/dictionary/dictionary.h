@@ -90,6 +90,9 @@ private:
     std::deque<TAG_db_Elems> entries_;
 };
 
+/** Changes whenever NEMA_db_Cleanup releases the entries that were handed out before. */
+unsigned int Dictionary_Generation();
+
 }  // namespace lib_dicom
 
 #endif

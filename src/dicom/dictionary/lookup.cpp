@@ -59,6 +59,12 @@ Dictionary* Load_Standard()
     return NEMA_db_Load(Get_State().standard, Standard_Tables());
 }
 
+unsigned int& Generation()
+{
+    static unsigned int generation = 0;
+    return generation;
+}
+
 /** Null unless the current standard is asked for. */
 Dictionary* Load_Current()
 {
@@ -137,6 +143,11 @@ TAG_db_Elems* Find_Behind(const char* name_part, const TAG_db_Elems* previous,
 
 }  // namespace
 
+unsigned int lib_dicom::Dictionary_Generation()
+{
+    return Generation();
+}
+
 TAG_db_Elems* NEMA_db_Locate(unsigned short group, unsigned short element)
 {
     Trace_Scope trace(hwnd, Trace_Entry, "Lib_DICOM: NEMA_db_Locate(%04x,%04x)", group, element);
@@ -172,6 +183,7 @@ void NEMA_db_Cleanup(void)
 {
     Trace(hwnd, Trace_Value, "--- in NEMA_db_Cleanup() ---");
     Get_State() = State();
+    ++Generation();
     Trace(hwnd, Trace_Value, "--- out NEMA_db_Cleanup() ---");
 }
 

@@ -1,0 +1,83 @@
+// What definition files say beyond types and values, kept beside the module lists.
+#ifndef LIB_DICOM_SRC_DEFINITIONS_RULE_STORE_H
+#define LIB_DICOM_SRC_DEFINITIONS_RULE_STORE_H
+
+#include <Lib_DICOM/rules.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <type_traits>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace lib_dicom {
+
+/** Memory for what lives as long as the lists that are kept. */
+class Rule_Arena {
+public:
+    template <class T>
+    const T* Keep(const std::vector<T>& values)
+    {
+        static_assert(std::is_trivially_copyable_v<T>);
+        if (values.empty()) {
+            return nullptr;
+        }
+        auto* const kept = static_cast<T*>(Room(values.size() * sizeof(T)));
+        std::copy(values.begin(), values.end(), kept);
+        return kept;
+    }
+    /** A copy that ends with a NUL. */
+    const char* Keep(std::string_view text);
+
+private:
+    void* Room(std::size_t size);
+
+    std::vector<std::unique_ptr<std::max_align_t[]>> blocks_;
+    std::size_t used_ = 0;
+    std::size_t size_ = 0;
+};
+
+/** What the clauses of one line say. */
+struct Clauses {
+    DICOM_Rule::Otherwise otherwise = DICOM_Rule::Unsaid;
+    DICOM_Condition required = {};
+    DICOM_Condition allowed = {};
+    int value_set_count = 0;
+    const DICOM_Value_Set* value_sets = nullptr;
+    int item_count_count = 0;
+    const DICOM_Item_Count* item_counts = nullptr;
+};
+
+/** The rules of the lists that are kept, and the lines that were read for them. */
+class Rule_Store {
+public:
+    using Rules = std::vector<DICOM_Rule>;
+    using Parts = std::vector<DICOM_Part>;
+
+    Rule_Arena& Arena()
+    {
+        return arena_;
+    }
+    /** The clauses of a line of a file that stays in memory; many IODs include the same file. */
+    std::unordered_map<const char*, Clauses>& Lines()
+    {
+        return lines_;
+    }
+    void Add(const DICOM_List* list, Parts parts,
+             std::unordered_map<const DICOM_List*, Rules> rules);
+    const Rules* Rules_Of(const DICOM_List* record) const;
+    const Parts* Parts_Of(const DICOM_List* list) const;
+
+private:
+    Rule_Arena arena_;
+    std::unordered_map<const char*, Clauses> lines_;
+    std::unordered_map<const DICOM_List*, Rules> rules_;
+    std::unordered_map<const DICOM_List*, Parts> parts_;
+};
+
+}  // namespace lib_dicom
+
+#endif
