@@ -3,9 +3,12 @@
 import re
 from collections import Counter
 
+from definition_maker.check_rules import check_rules
+from definition_maker.clauses import Items, Required
 from definition_maker.compose import FRAME_GROUPS, SHARED_GROUPS, expected_attributes
+from definition_maker.conditions import quote
 from definition_maker.facts import LEGACY_SCHEMES, VRS
-from definition_maker.grammar import (Grammar_Error, Library, Node, flatten, lower, parse, quote,
+from definition_maker.grammar import (Grammar_Error, Library, Node, flatten, lower, parse,
                                       written_vr)
 from definition_maker.lists import MAX_CODE_LINE, code_file, code_line, legacy_scheme
 from definition_maker.macros import SHORT_FORMS, Macro_Book, file_name, moved
@@ -31,6 +34,7 @@ def check_with_facts(facts, directory):
     result = Comparison()
     for iod in facts.iods:
         check_iod(iod, library, book, result)
+    check_rules(facts, library, result)
     check_private(facts.creators, directory, result)
     check_codes(facts.codes, directory, result)
     return result
@@ -188,10 +192,25 @@ def check_trees(directory):
                 parse(path.read_text(encoding="utf-8"), path)
                 faults.append(f"{path}: nothing includes it")
     for name, lines in library.files.items():
+        if [bool(line.name) for line in lines[:1]] == [name.startswith("iods/")]:
+            faults.append(f"{name}: a module or macro without a name, or an IOD with one")
+        faults += [f"{name}: {fault}" for line in lines for fault in misplaced(line)]
         tops = [line.tag for line in lines if line.depth == 0 and line.tag]
         faults += [f"{name}: ({tag}) stands twice"
                    for tag, count in Counter(tops).items() if count > 1]
     return faults
+
+
+def misplaced(line):
+    """Clauses that say nothing where they stand."""
+    if line.condition and line.usage != "C":
+        yield f"a condition of {line.include}, which is not conditional"
+    for clause in line.clauses:
+        if isinstance(clause, Required) and line.type not in ("1C", "2C", "-"):
+            yield f"a condition of ({line.tag}), which is not conditional: {clause}"
+        if isinstance(clause, Items) != (line.vr == "SQ") and line.vr != "--" and \
+                not isinstance(clause, Required):
+            yield f"({line.tag}) {line.vr} has no such values or items: {clause}"
 
 
 def check_iod_index(directory):

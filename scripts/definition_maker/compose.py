@@ -3,9 +3,12 @@
 from collections import Counter, OrderedDict, defaultdict
 from dataclasses import replace
 
-from definition_maker.facts import join
-from definition_maker.grammar import Block, Entry, Library, flatten, format_block, lower, parse
+from definition_maker.conditions import quote
+from definition_maker.grammar import (Block, Entry, Include, Library, flatten, format_block,
+                                      format_if, lower, parse)
 from definition_maker.macros import Macro_Book, file_name
+from definition_maker.rules import ALWAYS
+from definition_maker.tables import Facts_Error, join
 
 EDITION = "PS3.3 2024e (tables of December 2024); names and VRs of PS3.6 2024d."
 EDITIONS = {"File Meta Information": "PS3.10 7.1; names and VRs of PS3.6 2024d."}
@@ -41,25 +44,46 @@ def write_standard(facts, writer):
     book = Macro_Book(facts.macros)
     common = common_modules(facts.iods)
     for name, rows in common.items():
+        block = book.recover(rows)
+        add_clauses(block, facts.rules.of("modules", name), {row.key: row for row in rows})
         writer.write(file_name("modules", name),
-                     [f"{name} Module", EDITIONS.get(name, EDITION)],
-                     format_block(book.recover(rows)))
-    drafts = [(iod, draft_iod(iod, common, book)) for iod in facts.iods]
-    write_macros(book, writer)
+                     [f"{name} Module", EDITIONS.get(name, EDITION)], named_lines(name, block))
+    drafts = [(iod, draft_iod(iod, common, book, facts.rules)) for iod in facts.iods]
+    write_macros(book, facts.rules, writer)
     library = Library(writer.directory)
     for iod, draft in drafts:
         write_iod(iod, draft, library, writer)
     write_iod_index(facts.iods, writer)
 
 
-def write_macros(book, writer):
+def write_macros(book, rules, writer):
     """The macros in use, until those they include are written too."""
     done = set()
     while todo := sorted(book.used - done):
         for name in todo:
+            block = book.block_of(name)
+            add_clauses(block, rules.of("macros", name), book.expand_full(name))
             writer.write(file_name("macros", name), [f"{name} Macro", EDITION],
-                         format_block(book.block_of(name)))
+                         named_lines(name, block))
             done.add(name)
+
+
+def named_lines(name, block):
+    """The lines of a module or macro, which messages call by its name."""
+    return [f"name {quote(name)}", *format_block(block)]
+
+
+def add_clauses(block, rules, rows):
+    """Adds what the rules say to the lines of the attributes, `rows` being all there are."""
+    for key, same in rules.items():
+        row = rows.get(key)
+        if row is None:
+            raise Facts_Error(f"a rule for no attribute: {same[0]}")
+        clauses = [rule.clause for rule in same if rule.clause]
+        if any(rule.clause and rule.type not in ("", row.type) for rule in same):
+            raise Facts_Error(f"a rule for another type than {row.type}: {same[0]}")
+        if clauses:
+            entry_at(block, *key, row.name).clauses += clauses
 
 
 def common_modules(iods):
@@ -94,11 +118,13 @@ def shared_part(use):
     return [row for row in use.rows if not row.path.startswith(groups)]
 
 
-def draft_iod(iod, common, book):
+def draft_iod(iod, common, book, rules):
     """The block of an IOD without the lines that settle disagreements between its modules."""
     block = Block()
     for use in iod.modules:
-        block.includes.append((file_name("modules", use.module), use.usage, use.entity))
+        condition = rules.modules[iod.code, use.module].condition if use.usage == "C" else None
+        block.includes.append(Include(file_name("modules", use.module), use.usage, use.entity,
+                                      condition))
         base = {row.key: row for row in common[use.module]}
         for row in shared_part(use):
             if (row.type, row.value) != (base[row.key].type, base[row.key].value):
@@ -106,30 +132,33 @@ def draft_iod(iod, common, book):
                     "" if row.type == base[row.key].type else row.type)
         if use.module == GROUPS_MODULE:
             for sequence in SHARED_GROUPS, FRAME_GROUPS:
-                add_functional_groups(block, iod, use, sequence, book)
+                add_functional_groups(block, iod, use, sequence, book, rules)
     return block
 
 
 def put(block, path, entry, type_=""):
     """Adds an entry at a path below a block, with the sequences that enclose it."""
-    entry.type = type_ or "-"
+    found = entry_at(block, path, entry.tag, entry.comment)
+    found.comment = entry.comment
+    found.type = type_ or found.type
+    found.value = found.value or entry.value
+    found.inside = found.inside or entry.inside
+
+
+def entry_at(block, path, tag, comment=""):
+    """The entry at a path below a block; one that is not there is added and leaves all as it is."""
     for step in path.split(">") if path else ():
-        outer = next((other for other in block.entries if other.tag == step), None)
-        if outer is None:
-            outer = Entry(step, "-", "--", "", "")
-            block.entries.append(outer)
+        outer = entry_at(block, "", step)
         outer.inside = outer.inside or Block()
         block = outer.inside
-    for other in block.entries:
-        if other.tag == entry.tag:
-            other.type = type_ or other.type
-            other.comment = entry.comment
-            other.inside = other.inside or entry.inside
-            return
-    block.entries.append(entry)
+    for entry in block.entries:
+        if entry.tag == tag:
+            return entry
+    block.entries.append(Entry(tag, "-", "--", "", comment))
+    return block.entries[-1]
 
 
-def add_functional_groups(block, iod, use, sequence, book):
+def add_functional_groups(block, iod, use, sequence, book, rules):
     rows = {at: [row for row in use.rows if row.path == at] for at in (SHARED_GROUPS, FRAME_GROUPS)}
     here = {row.tag for row in rows[sequence]}
     inside = Block()
@@ -139,17 +168,26 @@ def add_functional_groups(block, iod, use, sequence, book):
             continue
         only_here = all(sum(row.tag in top for row in at) == 0 for path, at in rows.items()
                         if path != sequence)
-        usage = iod.groups.get(name)
-        inside.includes.append(book.include(name, "M" if only_here and usage == "M" else "C",
-                                            f"usage {usage}" if usage else "usage not known"))
+        usage, condition = group_usage(rules.groups.get((iod.code, name)), only_here)
+        inside.includes.append(book.include(name, usage, "" if name in iod.groups
+                                            else "usage not known", condition))
     name = next(row.name for row in use.rows if row.tag == sequence)
     put(block, "", Entry(sequence, "-", "--", "", name, inside))
 
 
+def group_usage(rule, only_here):
+    """Usage and condition on the line of a functional group in one of its places."""
+    if rule is None:
+        return "C", None
+    if rule.usage == "M":
+        return ("M", None) if only_here else ("C", ALWAYS)
+    return rule.usage, rule.condition
+
+
 GROUPS_REMARK = (
     "Functional groups. A group stands in the shared item or in the item of each frame, so it can",
-    "be required of neither: it is included as conditional (C), with its usage in the comment.",
-    "Only a mandatory group that has one place alone is required there.",
+    "be required of neither alone: a mandatory one is included as conditional (C if true). Only a",
+    "mandatory group that has one place alone is required there.",
 )
 MERGE_REMARK = (
     "Attributes of several modules: a mandatory module wins, and the stricter type among those.",
@@ -210,13 +248,13 @@ def name_outer(block, path, names):
 
 def iod_parts(iod, block):
     """The parts of an IOD file: modules by entity, then the lines of this IOD alone."""
-    width = max(len(name) for name, _, _ in block.includes)
+    width = max(len(include.file) for include in block.includes)
     entity = ""
-    for name, usage, comment in block.includes:
-        if comment != entity:
-            yield ([""] if entity else []) + [f"# {comment}"]
-            entity = comment
-        yield [f"include {name:<{width}} {usage}"]
+    for include in block.includes:
+        if include.comment != entity:
+            yield ([""] if entity else []) + [f"# {include.comment}"]
+            entity = include.comment
+        yield [f"include {include.file:<{width}} {include.usage}{format_if(include)}"]
     groups = [entry for entry in block.entries if entry.tag in (SHARED_GROUPS, FRAME_GROUPS)]
     settled = [entry for entry in block.entries if entry not in groups and is_settled(entry)]
     fixed = [entry for entry in block.entries if entry not in groups and entry not in settled]

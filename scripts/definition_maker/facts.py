@@ -1,23 +1,18 @@
-"""Reads the tables of facts and refuses what it does not understand.
-
-The tables are tab-separated UTF-8 text with one header line and no quoting.
-"""
+"""Reads the tables of facts and refuses what it does not understand."""
 
 import re
 from collections import OrderedDict, defaultdict
 from dataclasses import dataclass
 from pathlib import Path
 
+from definition_maker.rules import Rules
+from definition_maker.tables import TAG, Facts_Error, join, read_table
+
 TYPES = ("1", "1C", "2", "2C", "3")
 USAGES = ("M", "C", "U")
 VRS = set("AE AS AT CS DA DS DT FD FL IS LO LT OB OD OF OL OV OW PN SH SL SQ SS ST SV TM UC UI UL "
           "UN UR US UT UV".split())
-TAG = re.compile(r"[0-9A-F]{4},[0-9A-F]{4}")
 LEGACY_SCHEMES = ("SRT", "99SDM")
-
-
-class Facts_Error(Exception):
-    """A fact that this program does not understand."""
 
 
 @dataclass(frozen=True)
@@ -39,26 +34,6 @@ class Row:
     def place(self):
         """The path of the attributes inside this one."""
         return join(self.path, self.tag)
-
-
-def join(*parts):
-    return ">".join(part for part in parts if part)
-
-
-def read_table(path, columns):
-    """The rows of a table as dictionaries."""
-    lines = path.read_text(encoding="utf-8").split("\n")
-    if lines.pop() != "":
-        raise Facts_Error(f"{path}: the last line has no end")
-    if lines[0].split("\t") != columns:
-        raise Facts_Error(f"{path}:1: the columns are not {' '.join(columns)}")
-    rows = []
-    for number, line in enumerate(lines[1:], 2):
-        fields = line.split("\t")
-        if len(fields) != len(columns) or not all(field.isprintable() for field in fields):
-            raise Facts_Error(f"{path}:{number}: {len(columns)} columns of plain text expected")
-        rows.append(dict(zip(columns, fields)))
-    return rows
 
 
 def first_group(fields, first):
@@ -231,3 +206,4 @@ class Facts:
         self.iods = read_iods(directory / "iods")
         self.creators = read_private(directory / "private")
         self.codes = read_codes(directory / "codes")
+        self.rules = Rules(directory / "conditions", self.iods, self.macros)

@@ -8,15 +8,21 @@ import re
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from definition_maker.clauses import parse_clauses, parse_include_condition
+from definition_maker.conditions import Condition_Error, format_condition, quote
 from definition_maker.facts import VRS
 
 MAX_DEPTH = 9
-LINE = re.compile(r"""(?P<depth>>*)\((?P<tag>[0-9A-F]{4},[0-9A-F]{4})\)
-                      [ ]+(?P<type>1C?|2C?|3|-)[ ]+(?P<vr>[A-Z]{2}|--)
-                      (?:[ ]+(?:(?P<mark>[!=+])[ ]+"(?P<value>(?:[^"]|"")*)"|(?P<delete>x)))?
-                      [ ]*(?:\#.*)?""", re.VERBOSE)
+# What stands before a comment, which a "#" in quotes does not begin.
+CODE = r'(?:[^"\#]|"[^"]*")*?'
+LINE = re.compile(rf"""(?P<depth>>*)\((?P<tag>[0-9A-F]{{4}},[0-9A-F]{{4}})\)
+                       [ ]+(?P<type>1C?|2C?|3|-)[ ]+(?P<vr>[A-Z]{{2}}|--)
+                       (?:[ ]+(?:(?P<mark>[!=+])[ ]+"(?P<value>(?:[^"]|"")*)"|(?P<delete>x)))?
+                       (?:[ ]+(?P<clauses>(?:if|in|like|items)\b{CODE}))?
+                       [ ]*(?:\#.*)?""", re.VERBOSE)
 INCLUDE = re.compile(r"(?P<depth>>*)include +(?P<name>[a-z0-9/-]+)(?: +(?P<usage>[MCU]))?"
-                     r" *(?:#.*)?")
+                     rf"(?: +(?P<condition>if\b{CODE}))? *(?:#.*)?")
+NAME = re.compile(r'name +"(?P<name>(?:[^"]|"")+)" *(?:#.*)?')
 
 
 class Grammar_Error(Exception):
@@ -30,8 +36,11 @@ class Line:
     type: str = "-"
     vr: str = "--"
     value: str = None
+    clauses: list = field(default_factory=list)
     include: str = ""
     usage: str = "M"
+    condition: tuple = None     # of an include
+    name: str = ""              # what a file calls itself
 
 
 @dataclass
@@ -40,6 +49,7 @@ class Node:
     type: str = "-"
     vr: str = "--"
     value: str = ""
+    clauses: list = field(default_factory=list)     # of all its lines
     conditional: bool = False   # brought by a macro that need not be there
     children: dict = field(default_factory=dict)
 
@@ -55,16 +65,28 @@ def parse(text, where):
     for number, line in enumerate(text.split("\n"), 1):
         if not line or line.startswith("#"):
             continue
-        if match := INCLUDE.fullmatch(line):
-            lines.append(Line(len(match["depth"]), include=match["name"],
-                              usage=match["usage"] or "M"))
-        elif (match := LINE.fullmatch(line)) and match["vr"] in VRS | {"--"}:
-            value = match["value"]
-            lines.append(Line(len(match["depth"]), match["tag"], match["type"], match["vr"],
-                              None if value is None else value.replace('""', '"')))
-        else:
-            raise Grammar_Error(f"{where}:{number}: not understood: {line}")
+        try:
+            lines.append(parse_line(line))
+        except Condition_Error as error:
+            raise Grammar_Error(f"{where}:{number}: {error}") from error
+        if lines[-1].name and len(lines) > 1:
+            raise Grammar_Error(f"{where}:{number}: a name behind the first line")
     return lines
+
+
+def parse_line(line):
+    if match := INCLUDE.fullmatch(line):
+        return Line(len(match["depth"]), include=match["name"], usage=match["usage"] or "M",
+                    condition=parse_include_condition(match["condition"] or ""))
+    if match := NAME.fullmatch(line):
+        return Line(0, name=match["name"].replace('""', '"'))
+    match = LINE.fullmatch(line)
+    if not match or match["vr"] not in VRS | {"--"}:
+        raise Condition_Error(f"not understood: {line}")
+    value = match["value"]
+    return Line(len(match["depth"]), match["tag"], match["type"], match["vr"],
+                None if value is None else value.replace('""', '"'),
+                parse_clauses(match["clauses"] or ""))
 
 
 class Library:
@@ -74,6 +96,11 @@ class Library:
         self.directory = Path(directory)
         self.files = {}
         self.flat_files = {}
+
+    def names(self, *folders):
+        """The files of some folders."""
+        return [f"{folder}/{path.stem}" for folder in folders
+                for path in sorted((self.directory / folder).glob("*.txt"))]
 
     def flat(self, name):
         """(path, tag) -> Node of a file and of all it includes."""
@@ -112,6 +139,8 @@ class Library:
             raise Grammar_Error(f"{name}: includes itself")
         open_nodes = list(above)
         for line in lines:
+            if line.name:
+                continue
             depth = base + line.depth
             if depth >= len(open_nodes):
                 raise Grammar_Error(f"{name}: a line is nested below nothing: {line}")
@@ -131,6 +160,7 @@ class Library:
                 node.vr = line.vr
             if line.value is not None:
                 node.value = line.value
+            node.clauses += line.clauses
             node.conditional = node.conditional or depth in conditional
             open_nodes.append(node)
 
@@ -145,9 +175,17 @@ def flatten(tree, path=""):
 
 
 @dataclass
+class Include:
+    file: str
+    usage: str = "M"
+    comment: str = ""
+    condition: tuple = None
+
+
+@dataclass
 class Block:
     """What one item of a file holds: included macros, then attributes."""
-    includes: list = field(default_factory=list)    # (file, usage, comment)
+    includes: list = field(default_factory=list)    # Include
     entries: list = field(default_factory=list)     # Entry
     remarks: list = field(default_factory=list)     # comment lines at the head of the item
 
@@ -160,6 +198,7 @@ class Entry:
     value: str
     comment: str
     inside: Block = None
+    clauses: list = field(default_factory=list)
 
 
 def written_vr(tag, vr):
@@ -169,28 +208,30 @@ def written_vr(tag, vr):
     return "OW" if tag == "7FE0,0010" else "--"
 
 
-def quote(text):
-    return '"' + text.replace('"', '""') + '"'
-
-
 def format_block(block):
-    """The lines of a block, with the comments in one column."""
-    pairs = list(format_item(block, ""))
-    width = min(max((len(code) for code, comment in pairs if comment), default=0), 56)
-    return [f"{code:<{width}}  # {comment}" if code and comment else code or f"# {comment}"
-            for code, comment in pairs]
+    """The lines of a block, with the comments in one column that clauses do not move."""
+    lines = list(format_item(block, ""))
+    width = min(max((len(code) for code, _, comment in lines if comment), default=0), 56)
+    return [f"{code + clauses:<{width}}  # {comment}" if code and comment
+            else code + clauses or f"# {comment}" for code, clauses, comment in lines]
 
 
 def format_item(block, prefix):
-    """(code, comment) of each line."""
+    """(code, clauses, comment) of each line."""
     for remark in block.remarks:
-        yield "", remark
-    for name, usage, comment in block.includes:
-        yield f"{prefix}include {name}" + (f" {usage}" if usage != "M" else ""), comment
+        yield "", "", remark
+    for include in block.includes:
+        usage = f" {include.usage}" if include.usage != "M" else ""
+        yield f"{prefix}include {include.file}{usage}", format_if(include), include.comment
     for entry in block.entries:
         value = f" = {quote(entry.value)}" if entry.value else ""
         vr = written_vr(entry.tag, entry.vr)
         comment = entry.comment if vr == entry.vr else f"{entry.comment} ({entry.vr})"
-        yield f"{prefix}({entry.tag}) {entry.type:<2} {vr}{value}", comment
+        clauses = "".join(f" {clause}" for clause in entry.clauses)
+        yield f"{prefix}({entry.tag}) {entry.type:<2} {vr}{value}", clauses, comment
         if entry.inside:
             yield from format_item(entry.inside, prefix + ">")
+
+
+def format_if(include):
+    return f" if {format_condition(include.condition)}" if include.condition else ""

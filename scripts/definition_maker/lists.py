@@ -2,8 +2,8 @@
 
 from collections import OrderedDict
 
+from definition_maker.conditions import quote
 from definition_maker.facts import LEGACY_SCHEMES
-from definition_maker.grammar import quote
 from definition_maker.macros import file_name
 
 MAX_CODE_LINE = 179     # bytes a reader of code tables accepts

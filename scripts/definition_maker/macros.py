@@ -3,8 +3,8 @@
 from collections import OrderedDict, defaultdict
 from dataclasses import replace
 
-from definition_maker.facts import join
-from definition_maker.grammar import Block, Entry, lower
+from definition_maker.grammar import Block, Entry, Include, lower
+from definition_maker.tables import join
 
 # In the tables of the IODs a coded entry shows these attributes only; the files have all of them.
 SHORT_FORMS = {
@@ -86,9 +86,9 @@ class Macro_Book:
             block.entries.append(entry_of(row, self._block_at(row.place, macro, by_path)))
         return block
 
-    def include(self, name, usage="M", comment=""):
+    def include(self, name, usage="M", comment="", condition=None):
         self.used.add(name)
-        return file_name("macros", name), usage, comment
+        return Include(file_name("macros", name), usage, comment, condition)
 
     def recover(self, rows):
         """The block of lines for expanded rows."""
