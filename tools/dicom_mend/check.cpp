@@ -5,10 +5,12 @@
 #include "mend/consistency/study.h"
 #include "mend/consistency/study_values.h"
 #include "mend/findings/faults.h"
+#include "mend/findings/letters.h"
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
 #include "mend/findings/report_text.h"
 #include "mend/interface/check.h"
+#include "mend/interface/element_path.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/iod.h"
 #include "report.h"
@@ -95,6 +97,23 @@ void Print(const std::string& path, const Findings& findings, const Check_Reques
     }
 }
 
+/** Prints what the IOD says of an attribute; what was found in the file is another question. */
+Exit_Status Explain(const std::string& path, const lib_mend::Data_Set& set,
+                    const Check_Request& request)
+{
+    const std::optional<lib_mend::Tag> tag = lib_mend::Parse_Tag(request.explain);
+    if (!tag) {
+        Report_Failure(path, request.explain + " is neither a tag nor a keyword");
+        return Exit_Failure;
+    }
+    Findings said;
+    const std::string module = request.module.empty() ? "auto" : request.module;
+    const std::string text = lib_mend::Explain_IOD(set, module, *tag, said);
+    Report(path, said, request.verbosity, request.show_values);
+    std::fputs((lib_mend::Printable(path) + ": " + text).c_str(), stdout);
+    return text.empty() ? Exit_Failure : Exit_Clean;
+}
+
 Exit_Status Check_File(const Found_File& file, bool is_last, const Check_Request& request,
                        Progress& progress)
 {
@@ -113,6 +132,9 @@ Exit_Status Check_File(const Found_File& file, bool is_last, const Check_Request
         return Exit_Clean;
     }
     lib_mend::Check(set, request.heal, findings);
+    if (!request.explain.empty()) {
+        return Explain(file.path, set, request);
+    }
     if (!request.module.empty()) {
         lib_mend::Verify_IOD(set, request.module, findings);
     }

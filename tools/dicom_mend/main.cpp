@@ -199,6 +199,10 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
         ->add_option("--module", request.module,
                      "Verify against an IOD: its code, or auto for that of the SOP class")
         ->option_text("CODE");
+    command
+        ->add_option("--explain", request.explain,
+                     "Tell what the IOD says of an attribute, and why it is reported or not")
+        ->option_text("TAG|KEYWORD");
     Add_Healing(*command, request.heal);
     command->add_flag("--summary", request.summary, "Count the findings of all files by kind");
     command->add_flag("--study", request.study,

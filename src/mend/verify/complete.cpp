@@ -3,6 +3,7 @@
 #include "mend/healing/order.h"
 #include "mend/healing/repair.h"
 #include "mend/reading/tree.h"
+#include "mend/verify/judge.h"
 #include "mend/verify/verify.h"
 #include "mend/writing/new_uid.h"
 
@@ -66,6 +67,10 @@ public:
     DICOM_List** List()
     {
         return set_.records.Address();
+    }
+    const Path& Way() const
+    {
+        return way_;
     }
 
     /** Calls `visit` with the list of each item of a sequence, with the item open. */
@@ -184,22 +189,53 @@ private:
     Findings& findings_;
 };
 
-/** Adds the attributes of type 2, which have to be present though they may be empty. */
-void Add_Empty(Place_In_Set& place, DICOM_List* list, DICOM_List* module, Findings& findings)
-{
-    const Record_Map present = Named_In(list, module);
-    for (DICOM_List& node : Records(module)) {
-        const DICOM_List* const record = Find_In(present, Tag_Of(node));
-        if (record == nullptr && node.type == Type_2) {
-            DICOM_Module_Add(nullptr, place.Root(), place.List(), &node, nullptr);
-            findings.Report(Fault::Set, Level::Change, place.Of(node), "added without a value");
-        } else if (record != nullptr && Item_Of(node, 0) != nullptr) {
-            place.For_Each_Item(*record, [&](DICOM_List* item) {
-                Add_Empty(place, item, Item_Of(node, 0), findings);
-            });
+/**
+ * Adds the attributes that have to be there though they may be empty: of type 2, and of type 2C where
+ * the condition holds. One of type 1C is for people to fill in.
+ */
+class Empty_Adder {
+public:
+    Empty_Adder(Place_In_Set& place, DICOM_List* module, Findings& findings)
+        : place_(place), object_(place.Set()), judge_(object_, module, false), findings_(findings)
+    {
+    }
+
+    void Add(DICOM_List* list, DICOM_List* module)
+    {
+        const Record_Map present = Named_In(list, module);
+        for (DICOM_List& node : Records(module)) {
+            const DICOM_List* const record = Find_In(present, Tag_Of(node));
+            if (record == nullptr) {
+                Add_Absent(node);
+            } else if (Item_Of(node, 0) != nullptr) {
+                place_.For_Each_Item(*record, [&](DICOM_List* item) {
+                    object_.Enter(*record, place_.Way().back().item);
+                    Add(item, Item_Of(node, 0));
+                    object_.Leave();
+                });
+            }
         }
     }
-}
+
+private:
+    void Add_Absent(DICOM_List& node)
+    {
+        const Judge::Demand demand = judge_.Demand_For(node, node.group);
+        if (demand.type == Type_2 || demand.type == Type_2C) {
+            DICOM_Module_Add(nullptr, place_.Root(), place_.List(), &node, nullptr);
+            findings_.Report(Fault::Set, Level::Change, place_.Of(node),
+                             "added without a value" + (demand.reason.empty()
+                                                            ? ""
+                                                            : ", required since " + demand.reason));
+        }
+    }
+
+    Place_In_Set& place_;
+    /** The data set as it was before: what is added has no value that decides anything. */
+    Object object_;
+    Judge judge_;
+    Findings& findings_;
+};
 
 /** Gives the records of every item the types of the module list. */
 void Assign_Types(DICOM_List* list, DICOM_List* module)
@@ -309,7 +345,7 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Merger(place, findings).Merge(*place.List(), module);
     Restore_Order(set);
     Make_Identity(place, module, findings);
-    Add_Empty(place, *place.List(), module, findings);
+    Empty_Adder(place, module, findings).Add(*place.List(), module);
     Restore_Order(set);
     Assign_Types(*place.List(), module);
     Remove_Empty(place, findings);

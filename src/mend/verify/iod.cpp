@@ -1,6 +1,7 @@
 #include "mend/verify/iod.h"
 
 #include "mend/verify/complete.h"
+#include "mend/verify/explain.h"
 #include "mend/verify/verify.h"
 
 namespace lib_mend {
@@ -21,6 +22,18 @@ void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings
     if (module != nullptr) {
         Verify(set, module, findings);
     }
+}
+
+std::string Explain_IOD(const Data_Set& set, const std::string& code, Tag tag, Findings& findings)
+{
+    const std::string name = Name_Of(set, code, findings);
+    DICOM_List* const module = name.empty() ? nullptr : Read_Module(name, true, findings);
+    if (module == nullptr) {
+        return {};
+    }
+    const std::string text = Explain(set, module, tag);
+    const std::string head = "(" + Tag_Text(tag) + ") " + Tag_Name(tag) + ", IOD " + name;
+    return text.empty() ? head + ": the IOD does not name it\n" : head + "\n" + text;
 }
 
 bool Complete_IOD(Data_Set& set, const std::string& code, Findings& findings)

@@ -25,6 +25,9 @@ public:
 /** Reports what an IOD requires and is not there. @param code  "auto" for that of the SOP class */
 void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings);
 
+/** What an IOD says of an attribute, and what it comes to here: see Explain. @param code  as above */
+std::string Explain_IOD(const Data_Set& set, const std::string& code, Tag tag, Findings& findings);
+
 /**
  * Brings a healed data set into line with an IOD and the lines that override it, and reports what is
  * still missing.

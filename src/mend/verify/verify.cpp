@@ -1,10 +1,8 @@
 #include "mend/verify/verify.h"
 
 #include "mend/reading/vr_forms.h"
-
-#include <algorithm>
-#include <iterator>
-#include <map>
+#include "mend/verify/judge.h"
+#include "mend/verify/module_walk.h"
 
 namespace lib_mend {
 
@@ -13,47 +11,13 @@ namespace {
 constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
 constexpr Tag Media_Class_Tag = {0x0002, 0x0002};
 
-/** "1" for "1 ", "1C". */
+}  // namespace
+
 std::string Type_Text(unsigned short type)
 {
     const char second = static_cast<char>(type & 0xFF);
     return static_cast<char>(type >> 8) + (second == ' ' ? std::string() : std::string(1, second));
 }
-
-void Verify_List(const Data_Set& set, DICOM_List* list, DICOM_List* module, Path& path,
-                 Findings& findings)
-{
-    std::map<Tag, DICOM_List*> present;
-    for (DICOM_List& record : Records(list)) {
-        present.emplace(Tag_Of(record), &record);
-    }
-    for (const DICOM_List& node : Records(module)) {
-        const auto found = present.find(Tag_Of(node));
-        if (found == present.end()) {
-            if (node.type == Type_1 || node.type == Type_2) {
-                // The item that should hold it tells the place.
-                const bool in_item = !path.empty() && list != nullptr;
-                const Place place = {true, Tag_Of(node), 0, &path,
-                                     in_item ? Position_Of(*list) : Finding::Nowhere};
-                findings.Report(Fault::Missing, Level::Kept, place,
-                                "Missing required value for type " + Type_Text(node.type) + " tag");
-            }
-            continue;
-        }
-        const DICOM_List& record = *found->second;
-        if ((node.type == Type_1 || node.type == Type_1C) && Is_Empty(set, record)) {
-            findings.Report(Fault::Empty, Level::Kept, At(record, path),
-                            "Empty required value for type " + Type_Text(node.type) + " tag");
-        }
-        for (int i = 0; Item_Of(node, 0) != nullptr && Item_Of(record, i) != nullptr; ++i) {
-            path.push_back({Tag_Of(record), i});
-            Verify_List(set, Item_Of(record, i), Item_Of(node, 0), path, findings);
-            path.pop_back();
-        }
-    }
-}
-
-}  // namespace
 
 bool Is_Empty(const Data_Set& set, const DICOM_List& record)
 {
@@ -104,8 +68,13 @@ DICOM_List* Read_Module(const std::string& name, bool partial, Findings& finding
 
 void Verify(const Data_Set& set, DICOM_List* module, Findings& findings)
 {
-    Path path;
-    Verify_List(set, set.records.Head(), module, path, findings);
+    Object object(set);
+    Judge judge(object, module, true);
+    judge.Check_Parts(findings);
+    Module_Walk(object, module)
+        .Run([&](const DICOM_List& node, const DICOM_List* record, unsigned short group) {
+            judge.Check(node, record, group, findings);
+        });
 }
 
 }  // namespace lib_mend

@@ -23,14 +23,20 @@ std::string Module_Name_Of(const Data_Set& set, Findings& findings);
 DICOM_List* Read_Module(const std::string& name, bool partial, Findings& findings);
 
 /**
- * Reports attributes of type 1 and 2 that are missing, and those of type 1 and 1C that are present
- * without a value (PS3.5 section 7.4), in every item of every sequence too.
+ * Reports what the rules of an IOD say of a data set (PS3.5 section 7.4): attributes that are
+ * missing, empty or not allowed, values outside of a set, items too many, modules and functional
+ * groups that are missing; in every item of every sequence too. What the data set does not decide is
+ * not reported.
  */
 void Verify(const Data_Set& set, DICOM_List* module, Findings& findings);
 
 inline constexpr unsigned short Type_1 = DICOM_VR('1', ' ');
 inline constexpr unsigned short Type_1C = DICOM_VR('1', 'C');
 inline constexpr unsigned short Type_2 = DICOM_VR('2', ' ');
+inline constexpr unsigned short Type_2C = DICOM_VR('2', 'C');
+
+/** A type as people write it: "1" for "1 ", "1C". */
+std::string Type_Text(unsigned short type);
 
 /** Tells whether a record holds neither a value nor an item. A text of blanks is no value. */
 bool Is_Empty(const Data_Set& set, const DICOM_List& record);

@@ -1,0 +1,19 @@
+// What the rules of an IOD say of one attribute, and what they come to in a data set.
+#ifndef LIB_MEND_EXPLAIN_H
+#define LIB_MEND_EXPLAIN_H
+
+#include "mend/reading/data_set.h"
+
+#include <string>
+
+namespace lib_mend {
+
+/**
+ * Lines for people: each place where the IOD names the attribute, with its type, condition and values by
+ * module, whether they hold here and why. Quotes no value of the data set.
+ */
+std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag);
+
+}  // namespace lib_mend
+
+#endif

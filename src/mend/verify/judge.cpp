@@ -1,0 +1,221 @@
+#include "mend/verify/judge.h"
+
+#include "mend/verify/value_view.h"
+#include "mend/verify/verify.h"
+
+#include <algorithm>
+
+namespace lib_mend {
+
+namespace {
+
+bool Is_Conditional(unsigned short type)
+{
+    return type == Type_1C || type == Type_2C;
+}
+
+/** The first value that a set does not name, as its number from 1; 0 when there is none. */
+int First_Outside(const Value_View& value, const DICOM_Value_Set& set)
+{
+    const int first = set.value_number != 0 ? set.value_number - 1 : 0;
+    const int end = set.value_number != 0 ? std::min(first + 1, value.Count()) : value.Count();
+    for (int i = first; i < end; ++i) {
+        const bool is_empty = value.Text(i).empty();
+        if (!is_empty && std::none_of(set.values, set.values + set.count,
+                                      [&](const char* text) { return value.Equals(i, text); })) {
+            return i + 1;
+        }
+    }
+    return 0;
+}
+
+std::string Items_Text(int count)
+{
+    return std::to_string(count) + (count == 1 ? " item" : " items");
+}
+
+}  // namespace
+
+bool Judge::Holds(const DICOM_Condition& condition, unsigned short group)
+{
+    return condition.step_count == 0 || conditions_.Evaluate(condition, group).Holds();
+}
+
+Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
+{
+    const std::span<const DICOM_Rule> rules = Rules_Of(node);
+    if (node.type == Type_1 || node.type == Type_2) {
+        const bool is_said = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
+            return says_modules_ && parts_.Is_Missing(rule);
+        });
+        return is_said ? Demand() : Demand{node.type, {}};
+    }
+    Demand demand;
+    for (const DICOM_Rule& rule : rules) {
+        Demand other = Conditional_Demand(rule, group);
+        const bool is_stricter =
+            demand.type == 0 || (demand.type >> 8 == '2' && other.type >> 8 == '1');
+        if (other.type != 0 && is_stricter) {
+            demand = std::move(other);
+        }
+    }
+    return demand;
+}
+
+Judge::Demand Judge::Conditional_Demand(const DICOM_Rule& rule, unsigned short group)
+{
+    if (says_modules_ && parts_.Is_Missing(rule)) {
+        return {};
+    }
+    if (const DICOM_Part* const part = parts_.Required_Part(rule)) {
+        return {rule.type, conditions_.Reason(part->required, 0)};
+    }
+    if (!Is_Conditional(rule.type) || rule.required.step_count == 0 ||
+        parts_.Applies(rule) != Truth::True || !Holds(rule.required, group)) {
+        return {};
+    }
+    return {rule.type, conditions_.Reason(rule.required, group)};
+}
+
+Judge::Ban Judge::Ban_Of(const DICOM_Rule& rule, unsigned short group)
+{
+    if (!Is_Conditional(rule.type) || rule.required.step_count == 0 ||
+        rule.otherwise == DICOM_Rule::Free) {
+        return Ban::None;
+    }
+    const Verdict verdict = conditions_.Evaluate(rule.required, group);
+    if (verdict.truth != Truth::False || verdict.lacks_operand) {
+        return Ban::None;
+    }
+    if (rule.otherwise == DICOM_Rule::Limited) {
+        const Verdict allowed = conditions_.Evaluate(rule.allowed, group);
+        return allowed.truth == Truth::False && !allowed.lacks_operand ? Ban::Forbidden : Ban::None;
+    }
+    return rule.otherwise == DICOM_Rule::Absent ? Ban::Forbidden : Ban::Unsaid;
+}
+
+void Judge::Check_Allowed(const DICOM_List& node, const DICOM_List& record, Findings& findings)
+{
+    if (!Is_Conditional(node.type)) {
+        return;
+    }
+    // Any module that lets the attribute be there is enough.
+    const DICOM_Rule* by = nullptr;
+    Ban ban = Ban::None;
+    for (const DICOM_Rule& rule : Rules_Of(node)) {
+        if (rule.type == 0) {
+            continue;
+        }
+        const Ban other = Ban_Of(rule, record.group);
+        if (other == Ban::None) {
+            return;
+        }
+        by = by == nullptr || other < ban ? &rule : by;
+        ban = by == &rule ? other : ban;
+    }
+    if (by == nullptr) {
+        return;
+    }
+    const std::string reason = conditions_.Reason(
+        by->otherwise == DICOM_Rule::Limited ? by->allowed : by->required, record.group);
+    const bool is_forbidden = ban == Ban::Forbidden;
+    findings.Report(is_forbidden ? Fault::Not_Allowed : Fault::Not_Expected, Level::Kept,
+                    At(record, object_.Way()),
+                    (is_forbidden ? "is not allowed" : "is not foreseen") +
+                        (reason.empty() ? std::string() : " since " + reason));
+}
+
+void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings)
+{
+    const Value_View value(object_.Set(), record);
+    for (int i = 0; value.Is_Known() && i < rule.value_set_count; ++i) {
+        const DICOM_Value_Set& set = rule.value_sets[i];
+        const int outside = First_Outside(value, set);
+        if (outside == 0 || set.has_more != 0 || !Holds(set.when, record.group)) {
+            continue;
+        }
+        const bool is_hint = set.is_extensible != 0;
+        const std::string which =
+            value.Count() > 1 ? "value " + std::to_string(outside) : std::string("the value");
+        const std::string reason =
+            set.when.step_count != 0 ? conditions_.Reason(set.when, record.group) : std::string();
+        findings.Report(is_hint ? Fault::Defined_Term : Fault::Enumerated_Value, Level::Kept,
+                        At(record, object_.Way()),
+                        which + " is not " + Joined(set.values, set.count) +
+                            (reason.empty() ? "" : ", as it has to be since " + reason),
+                        {value.Text(outside - 1), {}});
+    }
+}
+
+void Judge::Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings)
+{
+    const int count = Item_Count(record);
+    for (int i = 0; i < rule.item_count_count && count != 0; ++i) {
+        const DICOM_Item_Count& allowed = rule.item_counts[i];
+        const bool fits = count >= allowed.min && (allowed.max < 0 || count <= allowed.max);
+        if (fits || !Holds(allowed.when, record.group)) {
+            continue;
+        }
+        const bool is_less = count < allowed.min;
+        findings.Report(
+            Fault::Item_Number, Level::Kept, At(record, object_.Way()),
+            "has " + Items_Text(count) + " where " +
+                (is_less ? "at least " + Items_Text(allowed.min) : Items_Text(allowed.max)) +
+                (is_less ? " are asked for" : " at most may be"));
+    }
+}
+
+void Judge::Check(const DICOM_List& node, const DICOM_List* record, unsigned short group,
+                  Findings& findings)
+{
+    if (record != nullptr) {
+        Check_Present(node, *record, findings);
+    } else {
+        Check_Absent(node, group, findings);
+    }
+}
+
+void Judge::Check_Absent(const DICOM_List& node, unsigned short group, Findings& findings)
+{
+    const Demand demand = Demand_For(node, group);
+    if (demand.type == 0) {
+        return;
+    }
+    // The item that should hold it tells the place.
+    const bool in_item = !object_.Way().empty() && object_.List() != nullptr;
+    const Place place = {true,
+                         {group, node.element},
+                         0,
+                         &object_.Way(),
+                         in_item ? Position_Of(*object_.List()) : Finding::Nowhere};
+    findings.Report(Fault::Missing, Level::Kept, place,
+                    "Missing required value for type " + Type_Text(demand.type) + " tag" +
+                        (demand.reason.empty() ? "" : ", required since " + demand.reason));
+}
+
+void Judge::Check_Present(const DICOM_List& node, const DICOM_List& record, Findings& findings)
+{
+    if ((node.type == Type_1 || node.type == Type_1C) && Is_Empty(object_.Set(), record)) {
+        findings.Report(Fault::Empty, Level::Kept, At(record, object_.Way()),
+                        "Empty required value for type " + Type_Text(node.type) + " tag");
+    }
+    Check_Allowed(node, record, findings);
+    const std::span<const DICOM_Rule> rules = Rules_Of(node);
+    const bool is_asked = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
+        return parts_.Applies(rule) == Truth::True;
+    });
+    for (const DICOM_Rule& rule : rules) {
+        // An optional module says nothing of what another one has put there.
+        if (is_asked && parts_.Applies(rule) != Truth::True) {
+            continue;
+        }
+        if (rule.value_set_count != 0) {
+            Check_Values(rule, record, findings);
+        }
+        if (rule.item_count_count != 0) {
+            Check_Items(rule, record, findings);
+        }
+    }
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,75 @@
+// What the rules of an IOD come to for one attribute of the item in hand.
+#ifndef LIB_MEND_JUDGE_H
+#define LIB_MEND_JUDGE_H
+
+#include "mend/verify/parts.h"
+
+#include <string>
+
+namespace lib_mend {
+
+class Judge {
+public:
+    /** @param says_modules  a module that is missing is said as a whole, not by its attributes */
+    Judge(Object& object, DICOM_List* module, bool says_modules)
+        : conditions_(object), parts_(object, conditions_, module), object_(object),
+          says_modules_(says_modules)
+    {
+    }
+
+    /** That an attribute has to be there. */
+    struct Demand {
+        /** "1 ", "1C", "2 " or "2C" in the coding of a VR; 0 when nothing asks for it. */
+        unsigned short type = 0;
+        /** "Photometric Interpretation is PALETTE COLOR"; empty where no condition asks for it. */
+        std::string reason;
+    };
+    /**
+     * What asks for an attribute of the module list in the item in hand.
+     *
+     * @param group  its group, where that of the list stands for several
+     */
+    Demand Demand_For(const DICOM_List& node, unsigned short group);
+    /**
+     * Reports what is wrong with an attribute of the item in hand, but for what is nested in it.
+     *
+     * @param record  null when it is absent
+     */
+    void Check(const DICOM_List& node, const DICOM_List* record, unsigned short group,
+               Findings& findings);
+    /** Reports modules and functional groups that are missing, or not foreseen. */
+    void Check_Parts(Findings& findings)
+    {
+        parts_.Report(findings);
+    }
+
+    Parts& Modules()
+    {
+        return parts_;
+    }
+    Conditions& Evaluator()
+    {
+        return conditions_;
+    }
+
+private:
+    void Check_Absent(const DICOM_List& node, unsigned short group, Findings& findings);
+    void Check_Present(const DICOM_List& node, const DICOM_List& record, Findings& findings);
+    Demand Conditional_Demand(const DICOM_Rule& rule, unsigned short group);
+    /** Whether a rule forbids an attribute that is there. */
+    enum class Ban : unsigned char { None, Unsaid, Forbidden };
+    Ban Ban_Of(const DICOM_Rule& rule, unsigned short group);
+    void Check_Allowed(const DICOM_List& node, const DICOM_List& record, Findings& findings);
+    void Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings);
+    void Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings);
+    bool Holds(const DICOM_Condition& condition, unsigned short group);
+
+    Conditions conditions_;
+    Parts parts_;
+    Object& object_;
+    bool says_modules_;
+};
+
+}  // namespace lib_mend
+
+#endif

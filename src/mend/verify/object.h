@@ -1,0 +1,102 @@
+// A data set as a condition sees it: the item in hand, those around it, the top level, and the
+// functional groups of the same frame (PS3.3 section C.7.6.16).
+#ifndef LIB_MEND_OBJECT_H
+#define LIB_MEND_OBJECT_H
+
+#include "mend/reading/data_set.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace lib_mend {
+
+inline constexpr Tag Shared_Groups_Tag = {0x5200, 0x9229};
+inline constexpr Tag Frame_Groups_Tag = {0x5200, 0x9230};
+
+class Object {
+public:
+    explicit Object(const Data_Set& set);
+
+    const Data_Set& Set() const
+    {
+        return set_;
+    }
+    /** Goes into an item of a sequence of the item in hand. */
+    void Enter(const DICOM_List& sequence, int item);
+    void Leave();
+    /** The way to the item in hand. */
+    const Path& Way() const
+    {
+        return way_;
+    }
+    /** The list of the item in hand; null for one that is empty. */
+    DICOM_List* List() const
+    {
+        return levels_.back().list;
+    }
+    /** An element of the item in hand. */
+    DICOM_List* Find(Tag tag) const
+    {
+        return levels_.back().Find(tag);
+    }
+    /** Tells whether the item in hand holds an element of a group. */
+    bool Has_Group(unsigned short group) const;
+    const std::string& SOP_Class() const
+    {
+        return sop_class_;
+    }
+
+    /**
+     * Calls `visit(record)` for each element that an operand stands for, until it returns true.
+     *
+     * @param group  the group of the attribute that the rule is about, for repeating groups
+     * @return whether it did
+     */
+    using Visit = std::function<bool(const DICOM_List&)>;
+    bool Any_Of(const DICOM_Step& operand, unsigned short group, const Visit& visit);
+    /** Tells whether what an operand stands for is the same wherever in the data set one asks. */
+    bool Is_Same_Everywhere(const DICOM_Step& operand) const;
+
+private:
+    /** Elements by tag. */
+    struct Level {
+        DICOM_List* list = nullptr;
+        std::vector<std::pair<Tag, DICOM_List*>> by_tag;
+
+        void Fill(DICOM_List* from);
+        DICOM_List* Find(Tag tag) const;
+    };
+    /** The elements of a functional group item and of the groups in it, by tag. */
+    using Group_Index = std::vector<std::pair<Tag, const DICOM_List*>>;
+
+    static Group_Index Index_Of(DICOM_List* item);
+    const Group_Index& Current_Frame();
+    bool In_Frame() const
+    {
+        return !way_.empty() && way_.front().sequence == Frame_Groups_Tag;
+    }
+    static bool Follow(const DICOM_Step& operand, int from, const DICOM_List& record,
+                       unsigned short group, const Visit& visit);
+    bool Follow_In(const Group_Index& index, const DICOM_Step& operand, unsigned short group,
+                   const Visit& visit) const;
+    bool Any_In_Groups(const DICOM_Step& operand, unsigned short group, const Visit& visit);
+
+    const Data_Set& set_;
+    std::vector<Level> levels_;
+    /** Levels that were left, whose memory is used again. */
+    std::vector<Level> spare_;
+    Path way_;
+    std::string sop_class_;
+    const DICOM_List* frames_ = nullptr;
+    Group_Index shared_;
+    Group_Index frame_;
+    int frame_number_ = -1;
+};
+
+}  // namespace lib_mend
+
+#endif

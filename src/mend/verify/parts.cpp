@@ -1,0 +1,193 @@
+#include "mend/verify/parts.h"
+
+#include "mend/verify/verify.h"
+
+#include <algorithm>
+#include <map>
+
+namespace lib_mend {
+
+namespace {
+
+bool Is_Functional_Group(const DICOM_Part& part)
+{
+    return part.sequence != nullptr && (Tag_Of(*part.sequence) == Shared_Groups_Tag ||
+                                        Tag_Of(*part.sequence) == Frame_Groups_Tag);
+}
+
+bool Is_Required_Type(unsigned short type)
+{
+    return type == Type_1 || type == Type_2;
+}
+
+bool Holds_Any(DICOM_List* item, const std::vector<Tag>& tags)
+{
+    return std::any_of(tags.begin(), tags.end(),
+                       [&](Tag tag) { return Find_Record(item, tag) != nullptr; });
+}
+
+/** The functional groups of one sequence of a module list: their file, and the tags they consist of. */
+std::map<std::string_view, std::vector<Tag>> Tags_Of_Groups(DICOM_List* module, Tag sequence,
+                                                            std::span<const DICOM_Part> parts)
+{
+    std::map<std::string_view, std::vector<Tag>> tags;
+    const DICOM_List* const node = Find_Record(module, sequence);
+    for (const DICOM_List& inner : Records(node != nullptr ? Item_Of(*node, 0) : nullptr)) {
+        for (const DICOM_Rule& rule : Rules_Of(inner)) {
+            if (rule.part >= 0 && rule.is_own_level != 0) {
+                tags[parts[static_cast<std::size_t>(rule.part)].file].push_back(Tag_Of(inner));
+            }
+        }
+    }
+    return tags;
+}
+
+}  // namespace
+
+std::span<const DICOM_Rule> Rules_Of(const DICOM_List& node)
+{
+    const DICOM_Rule* first = nullptr;
+    const int count = DICOM_Module_Rules(&node, &first);
+    return {first, static_cast<std::size_t>(count)};
+}
+
+Parts::Parts(Object& object, Conditions& conditions, DICOM_List* module)
+    : object_(object), conditions_(conditions), module_(module)
+{
+    const DICOM_Part* first = nullptr;
+    const int count = DICOM_Module_Parts(module, &first);
+    parts_ = {first, static_cast<std::size_t>(count)};
+    states_.resize(parts_.size());
+    for (const DICOM_List& node : Records(module)) {
+        Look_At(node);
+    }
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        const DICOM_Part& part = parts_[i];
+        states_[i].required = part.usage == 'M'   ? Truth::True
+                              : part.usage == 'U' ? Truth::False
+                                                  : conditions_.Evaluate(part.required, 0).truth;
+    }
+}
+
+void Parts::Look_At(const DICOM_List& node)
+{
+    const std::span<const DICOM_Rule> rules = Rules_Of(node);
+    const DICOM_List* const record = object_.Find(Tag_Of(node));
+    const auto modules =
+        std::count_if(rules.begin(), rules.end(), [](auto& rule) { return rule.part >= 0; });
+    for (const DICOM_Rule& rule : rules) {
+        if (rule.part < 0 || rule.is_own_level == 0) {
+            continue;
+        }
+        State& state = states_[static_cast<std::size_t>(rule.part)];
+        state.is_there = state.is_there || record != nullptr;
+        state.asks = state.asks || Is_Required_Type(rule.type);
+        if (record != nullptr && modules == 1 && state.own == nullptr) {
+            state.own = record;
+        }
+    }
+}
+
+Truth Parts::Applies(const DICOM_Rule& rule) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    if (part == nullptr || part->usage == 'M' || part->sequence != nullptr) {
+        return Truth::True;
+    }
+    const State& state = states_[static_cast<std::size_t>(rule.part)];
+    if (state.own != nullptr || state.required == Truth::True) {
+        return Truth::True;
+    }
+    return state.required;
+}
+
+const DICOM_Part* Parts::Required_Part(const DICOM_Rule& rule) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    const bool is_conditional = part != nullptr && part->usage == 'C' && part->sequence == nullptr;
+    return is_conditional && rule.is_own_level != 0 && Is_Required_Type(rule.type) &&
+                   states_[static_cast<std::size_t>(rule.part)].required == Truth::True
+               ? part
+               : nullptr;
+}
+
+bool Parts::Is_Missing(const DICOM_Rule& rule) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    if (part == nullptr || part->sequence != nullptr) {
+        return false;
+    }
+    const State& state = states_[static_cast<std::size_t>(rule.part)];
+    return state.asks && !state.is_there && state.required == Truth::True;
+}
+
+void Parts::Report(Findings& findings)
+{
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        if (parts_[i].sequence == nullptr) {
+            Report_Module(parts_[i], states_[i], findings);
+        }
+    }
+    Report_Groups(findings);
+}
+
+void Parts::Report_Module(const DICOM_Part& part, const State& state, Findings& findings)
+{
+    const std::string module = std::string(part.name) + " Module";
+    const auto reason = [&](const char* word) {
+        const std::string text = conditions_.Reason(part.required, 0);
+        return part.usage == 'C' && !text.empty() ? word + text : std::string();
+    };
+    if (state.required == Truth::True && state.asks && !state.is_there) {
+        findings.Report(Fault::Module, Level::Kept, {},
+                        "the " + module + " is missing" + reason(", required since "));
+    } else if (part.usage == 'C' && state.required == Truth::False && state.own != nullptr &&
+               !conditions_.Evaluate(part.required, 0).lacks_operand) {
+        findings.Report(Fault::Not_Expected, Level::Kept, At(*state.own, Path()),
+                        "belongs to the " + module + ", which is not foreseen" + reason(" since "));
+    }
+}
+
+void Parts::Report_Groups(Findings& findings)
+{
+    if (object_.Find(Shared_Groups_Tag) == nullptr && object_.Find(Frame_Groups_Tag) == nullptr) {
+        return;
+    }
+    auto tags = Tags_Of_Groups(module_, Shared_Groups_Tag, parts_);
+    tags.merge(Tags_Of_Groups(module_, Frame_Groups_Tag, parts_));
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        const DICOM_Part& part = parts_[i];
+        // A group is included in both sequences; it is said once.
+        const auto group = Is_Functional_Group(part) ? tags.find(part.file) : tags.end();
+        if (group != tags.end() && states_[i].required == Truth::True && part.usage == 'C') {
+            Report_Group(part, group->second, findings);
+            tags.erase(group);
+        }
+    }
+}
+
+void Parts::Report_Group(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings)
+{
+    const DICOM_List* const shared = object_.Find(Shared_Groups_Tag);
+    if (shared != nullptr && Holds_Any(Item_Of(*shared, 0), tags)) {
+        return;
+    }
+    const DICOM_List* const frames = object_.Find(Frame_Groups_Tag);
+    const int count = frames != nullptr ? Item_Count(*frames) : 0;
+    int missing = 0;
+    for (int i = 0; i < count; ++i) {
+        missing += Holds_Any(Item_Of(*frames, i), tags) ? 0 : 1;
+    }
+    if (count != 0 && missing == 0) {
+        return;
+    }
+    const std::string where = missing == count ? " is missing"
+                                               : " is missing in " + std::to_string(missing) +
+                                                     " of " + std::to_string(count) + " frames";
+    const std::string reason = conditions_.Reason(part.required, 0);
+    findings.Report(Fault::Functional_Group, Level::Kept, {true, tags.front(), VR_SQ},
+                    "the " + std::string(part.name) + " functional group" + where +
+                        (reason.empty() ? "" : ", required since " + reason));
+}
+
+}  // namespace lib_mend

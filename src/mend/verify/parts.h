@@ -1,0 +1,65 @@
+// The modules of an IOD, and the functional groups of its frames: which are there, which have to be.
+#ifndef LIB_MEND_PARTS_H
+#define LIB_MEND_PARTS_H
+
+#include "mend/verify/condition.h"
+
+#include <Lib_DICOM/rules.h>
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace lib_mend {
+
+/** The rules of an attribute of a module list. */
+std::span<const DICOM_Rule> Rules_Of(const DICOM_List& node);
+
+class Parts {
+public:
+    /** @param module  a module list; its modules are looked for at the top level of the object */
+    Parts(Object& object, Conditions& conditions, DICOM_List* module);
+
+    const DICOM_Part* Part_Of(const DICOM_Rule& rule) const
+    {
+        return rule.part >= 0 ? &parts_[static_cast<std::size_t>(rule.part)] : nullptr;
+    }
+    /** Whether what a rule asks for is asked of this object. */
+    Truth Applies(const DICOM_Rule& rule) const;
+    /**
+     * A module of usage C that is required: its own attributes of type 1 and 2 are, though the list
+     * has them as 1C and 2C. Null for all others.
+     */
+    const DICOM_Part* Required_Part(const DICOM_Rule& rule) const;
+    /** A module that is required and of which nothing is there is said as a whole. */
+    bool Is_Missing(const DICOM_Rule& rule) const;
+
+    void Report(Findings& findings);
+
+private:
+    /** What the top level of the object holds of a module. */
+    struct State {
+        /** Some attribute of it is there. */
+        bool is_there = false;
+        /** Some attribute that no other module has is there: the first of them. */
+        const DICOM_List* own = nullptr;
+        /** It has attributes of type 1 or 2. */
+        bool asks = false;
+        Truth required = Truth::Unknown;
+    };
+
+    void Look_At(const DICOM_List& node);
+    void Report_Module(const DICOM_Part& part, const State& state, Findings& findings);
+    void Report_Groups(Findings& findings);
+    void Report_Group(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings);
+
+    Object& object_;
+    Conditions& conditions_;
+    DICOM_List* module_;
+    std::span<const DICOM_Part> parts_;
+    std::vector<State> states_;
+};
+
+}  // namespace lib_mend
+
+#endif

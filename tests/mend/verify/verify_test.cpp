@@ -1,0 +1,99 @@
+// Conditions and rules of definition files, evaluated in data sets.
+#include "mend/reading/reader.h"
+#include "mend/verify/condition.h"
+#include "mend/verify/explain.h"
+#include "mend/verify/verify.h"
+#include "support/case_page.h"
+#include "support/definition_directory.h"
+#include "support/mend_in_memory.h"
+#include "support/set_notation.h"
+
+namespace {
+
+using namespace lib_mend;
+
+constexpr char Page[] = "mend/verify/verify.cases";
+
+/** A data set in the notation of the cases, with the definitions of one IOD. */
+class Case_Object {
+public:
+    Case_Object(const std::string& iod, const std::string& elements)
+        : bytes_(Part10_Head(Explicit_Little_UID) + Set_Notation::Bytes(elements)),
+          set(Read_Data_Set(Source_Of(bytes_), findings))
+    {
+        directory_.Write("modules/m", "name \"Picture\"\n(0028,0010) 1 US\n(0028,0011) 2 US\n");
+        directory_.Write("macros/g", "name \"Measures\"\n(0028,9110) 1 SQ\n>(0028,0030) 1 DS\n");
+        module = directory_.Read(iod);
+    }
+    static std::string Lines(const Findings& all)
+    {
+        Mended_File file;
+        file.findings = all.All();
+        return file.Lines();
+    }
+
+private:
+    Definition_Directory directory_;
+    std::string bytes_;
+
+public:
+    Findings findings;
+    const Library_Session session{findings};
+    Data_Set set;
+    DICOM_List* module = nullptr;
+};
+
+TEST(Verifying, ConditionsHaveThreeValuesAndTellWhy)
+{
+    constexpr const char* Truths[] = {"false", "unknown", "true"};
+    For_Each_Case(Page, "conditions", 5, [&](const Case_Row& row) {
+        // The item in hand is the first one of (0040,0275), of the second frame where there is one.
+        Case_Object object("(0040,0275) 3 SQ\n>(0010,0020) 1C LO if " + row[0] +
+                               "\n(6002,0010) 1C US if " + row[0] + "\n",
+                           row[1]);
+        ASSERT_NE(object.module, nullptr) << Case_Object::Lines(object.findings);
+        const bool repeats = row[0].find("60xx") != std::string::npos;
+        const DICOM_List* const node = repeats ? object.module->next : Item_Of(*object.module, 0);
+        const DICOM_Rule* rule = nullptr;
+        ASSERT_EQ(DICOM_Module_Rules(node, &rule), 1);
+        Object view(object.set);
+        for (const Tag tag : {Frame_Groups_Tag, Shared_Groups_Tag, Tag{0x0040, 0x0275}}) {
+            const DICOM_List* const sequence = view.Find(tag);
+            if (sequence != nullptr && row.Number(4) != 1) {
+                view.Enter(*sequence, tag == Frame_Groups_Tag ? 1 : 0);
+            }
+        }
+        Conditions conditions(view);
+        const Verdict verdict = conditions.Evaluate(rule->required, node->group);
+        EXPECT_EQ(std::string(Truths[static_cast<int>(verdict.truth)]) +
+                      (verdict.lacks_operand ? "?" : ""),
+                  row[2]);
+        EXPECT_EQ(conditions.Reason(rule->required, node->group), row[3]);
+    });
+}
+
+TEST(Verifying, ReportsWhatTheRulesOfAnIODSay)
+{
+    For_Each_Case(Page, "rules", 3, [&](const Case_Row& row) {
+        Case_Object object(row[0], row[1]);
+        EXPECT_EQ(Case_Object::Lines(object.findings), "");
+        Findings said;
+        Verify(object.set, object.module, said);
+        EXPECT_EQ(Case_Object::Lines(said), row[2].empty() ? "" : row[2] + "\n");
+    });
+}
+
+TEST(Verifying, ExplainsAnAttribute)
+{
+    For_Each_Case(Page, "explained", 3, [&](const Case_Row& row) {
+        Case_Object object(row[0], row[1]);
+        std::string text = Explain(object.set, object.module, {0x0028, 0x0006});
+        // The rule's file is in a directory of this test's own.
+        for (std::size_t at = text.find("(/"); at != std::string::npos; at = text.find("(/")) {
+            text.replace(at, text.rfind("/", text.find(")", at)) - at, "(.");
+        }
+        EXPECT_EQ(text, row[2].empty() ? "" : row[2] + "\n");
+    });
+}
+
+}  // namespace
