@@ -78,6 +78,8 @@ enum class Fault : unsigned char {
     Item_Number,
     Module,
     Functional_Group,
+    Content_Item,
+    Context_Group,
     IOD,
     Definitions,
     Set,

@@ -1,6 +1,8 @@
 #include "mend/verify/iod.h"
 
+#include "mend/verify/coded_entries.h"
 #include "mend/verify/complete.h"
+#include "mend/verify/content_items.h"
 #include "mend/verify/explain.h"
 #include "mend/verify/verify.h"
 
@@ -21,6 +23,8 @@ void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings
     DICOM_List* const module = name.empty() ? nullptr : Read_Module(name, true, findings);
     if (module != nullptr) {
         Verify(set, module, findings);
+        Check_Content_Items(set, findings);
+        Check_Coded_Entries(set, findings);
     }
 }
 

@@ -1,6 +1,8 @@
 // Conditions and rules of definition files, evaluated in data sets.
 #include "mend/reading/reader.h"
+#include "mend/verify/coded_entries.h"
 #include "mend/verify/condition.h"
+#include "mend/verify/content_items.h"
 #include "mend/verify/explain.h"
 #include "mend/verify/verify.h"
 #include "support/case_page.h"
@@ -23,7 +25,10 @@ public:
     {
         directory_.Write("modules/m", "name \"Picture\"\n(0028,0010) 1 US\n(0028,0011) 2 US\n");
         directory_.Write("macros/g", "name \"Measures\"\n(0028,9110) 1 SQ\n>(0028,0030) 1 DS\n");
-        module = directory_.Read(iod);
+        directory_.Write("codes/index", "42 cid-0042 \"A\"\n42 cid-0042-99sdm \"A\"\n");
+        directory_.Write("codes/cid-0042", "# A\nDCM 1 one\nDCM 2 two\n");
+        directory_.Write("codes/cid-0042-99sdm", "99SDM T-1 one\n");
+        module = iod.empty() ? nullptr : directory_.Read(iod);
     }
     static std::string Lines(const Findings& all)
     {
@@ -80,6 +85,18 @@ TEST(Verifying, ReportsWhatTheRulesOfAnIODSay)
         Findings said;
         Verify(object.set, object.module, said);
         EXPECT_EQ(Case_Object::Lines(said), row[2].empty() ? "" : row[2] + "\n");
+    });
+}
+
+TEST(Verifying, ReportsContentItemsAndCodesThatDoNotFit)
+{
+    For_Each_Case(Page, "content", 2, [&](const Case_Row& row) {
+        Case_Object object("", row[0]);
+        EXPECT_EQ(Case_Object::Lines(object.findings), "");
+        Findings said;
+        Check_Content_Items(object.set, said);
+        Check_Coded_Entries(object.set, said);
+        EXPECT_EQ(Case_Object::Lines(said), row[1].empty() ? "" : row[1] + "\n");
     });
 }
 
