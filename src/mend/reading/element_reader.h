@@ -170,6 +170,7 @@ private:
     int Points_In_Item(Outlook look, Level_View item, std::int64_t at);
     int Points_In_Bare_Item(const Element_Header& header);
     int Points_In_Damaged_Item(Outlook look, std::int64_t at);
+    int Points_In_Overwritten_Item(Outlook look, std::int64_t at);
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
     int Points_Without_Item(const Element_Header& header);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
@@ -185,6 +186,8 @@ private:
     bool Shows_Delimiter(Tag tag, std::int64_t until);
     std::int64_t Find_Torn_End(std::int64_t content);
     bool End_At_Torn_Delimiter(std::int64_t content);
+    Straight_Reading Straight_From(std::int64_t at, std::size_t pop, bool in_item);
+    bool Stand_In_Item(std::int64_t at);
     bool Start_Overwritten_Item();
     void Read_In_Sequence();
     void Read_Item_End_In_Sequence(const Element_Header& header);

@@ -137,6 +137,18 @@ int Element_Reader::Points_In_Damaged_Item(Outlook look, std::int64_t at)
     return Points_In_Item(look, item, content);
 }
 
+/** The same where nothing of the header is left, not even its length. */
+int Element_Reader::Points_In_Overwritten_Item(Outlook look, std::int64_t at)
+{
+    const Element_Header header =
+        Decode_Header_As(window_.At(at, Item_Header_Size), look.Top().mode, Header_Form::Implicit);
+    Level_View item = look.Top();
+    item.end = Level_View::Open;
+    const bool is_delimiter = header.size == 0 || header.tag.group == Delimiter_Group;
+    const int points = is_delimiter ? 0 : Points_In_Item(look, item, at + Item_Header_Size);
+    return points >= Outlook::All_Points ? points : 0;
+}
+
 /** An item of the sequence look.Top() stands behind a few bytes that are none, before anything else
  *  does. */
 bool Element_Reader::Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until)
@@ -166,7 +178,8 @@ int Element_Reader::Points_Without_Item(const Element_Header& header)
     sequence.end = Level_View::Open;
     Outlook look = Look();
     look.Push(sequence);
-    const int points = std::max(Points_In_Bare_Item(header), Points_In_Damaged_Item(look, value));
+    const int points = std::max({Points_In_Bare_Item(header), Points_In_Damaged_Item(look, value),
+                                 Points_In_Overwritten_Item(look, value)});
     if (points >= Bare_Points || Is_Item_Near(look, value, end)) {
         return std::max(points, Bare_Points);
     }

@@ -285,6 +285,44 @@ int Element_Reader::Same_Bytes(Tag tag, Tag other)
            ((elements & 0xFF) == 0);
 }
 
+/** How far headers lead on from a place with some levels closed, or in a new item. */
+Straight_Reading Element_Reader::Straight_From(std::int64_t at, std::size_t pop, bool in_item)
+{
+    constexpr std::size_t Most_Levels = 32;
+    constexpr int Most_Headers = 256;
+    const std::size_t count = levels_.size() - pop;
+    std::size_t base = count - 1;
+    while (base > 0 && levels_[base].end == Level_View::Open && count - base < Most_Levels) {
+        --base;
+    }
+    std::vector<Level_View> levels(levels_.begin() + static_cast<std::ptrdiff_t>(base),
+                                   levels_.begin() + static_cast<std::ptrdiff_t>(count));
+    if (in_item) {
+        Level_View item = levels.back();
+        item.kind = Level_Kind::List;
+        item.last = {};
+        item.end = Level_View::Open;
+        item.mode = Mode_In_Item(window_, at, item);
+        levels.push_back(item);
+    }
+    return Read_Straight(window_, std::move(levels), at, Most_Headers);
+}
+
+/** Elements behind a header that is overwritten stand in an item, and not behind the sequence. */
+bool Element_Reader::Stand_In_Item(std::int64_t at)
+{
+    if (Top().end != Level_View::Open || levels_.size() < 2) {
+        return true;
+    }
+    const Straight_Reading as_item = Straight_From(at, 0, true);
+    const Straight_Reading as_end = Straight_From(at, 1, false);
+    if (as_item.holds != as_end.holds || as_item.headers != as_end.headers) {
+        return as_item.holds || (!as_end.holds && as_item.headers > as_end.headers);
+    }
+    const Element_Header next = Decode_Header(window_.At(as_item.to, Item_Header_Size), Top().mode);
+    return next.size != 0 && next.tag.group == Delimiter_Group;
+}
+
 /**
  * Starts an item whose header is overwritten; false when there is none. Its elements make more sense
  * in an item than behind the sequence when a delimitation and other items follow them.
@@ -292,9 +330,10 @@ int Element_Reader::Same_Bytes(Tag tag, Tag other)
 bool Element_Reader::Start_Overwritten_Item()
 {
     const std::int64_t content = position_ + Item_Header_Size;
-    const int points = Points_In_New_Item(content);
-    if (Top().claimed_end != Level_View::Open || points < Outlook::All_Points ||
-        points <= Points_After(content, 1) || points <= Points_After(content, 0)) {
+    const bool has_wrong_length =
+        Top().claimed_end != Level_View::Open && Top().end == Level_View::Open;
+    if (has_wrong_length || Points_In_New_Item(content) < Outlook::All_Points ||
+        !Stand_In_Item(content)) {
         return false;
     }
     const Element_Header supposed = {.tag = Item_Tag,
@@ -304,6 +343,7 @@ bool Element_Reader::Start_Overwritten_Item()
     Report(Fault::Header, Level::Change, supposed,
            "damaged bytes are taken as the header of an item");
     Start_Item(supposed);
+    Top().said = true;
     return true;
 }
 
@@ -336,9 +376,12 @@ void Element_Reader::Settle_In_Sequence()
     const bool like_item = header.size != 0 && Same_Bytes(header.tag, Item_Tag) >= Damaged_Tag;
     const bool like_end = header.size != 0 && is_open && header.length == 0 &&
                           Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;
-    const int item =
-        like_item ? Points_In_New_Item(behind) : Points_In_Damaged_Item(Look(), position_);
-    const int end = like_end ? Points_After(behind, 1) : 0;
+    int item = like_item ? Points_In_New_Item(behind) : Points_In_Damaged_Item(Look(), position_);
+    int end = like_end ? Points_After(behind, 1) : 0;
+    if (item != 0 && !like_item && !Stand_In_Item(behind)) {
+        item = 0;
+        end = Points_After(behind, 1);
+    }
     // What ascends from the last item goes on in it, or stands behind the sequence.
     const Element_Header first = Decode_Header(Header_Bytes(position_), Top().mode);
     const bool is_first = Top().items == 0;

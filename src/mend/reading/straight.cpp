@@ -18,7 +18,7 @@ public:
     {
     }
 
-    Straight_Reading Run()
+    Straight_Reading Run(int most)
     {
         Straight_Reading result;
         int sound = 0;
@@ -26,11 +26,13 @@ public:
         const std::int64_t end = levels_.front().limit;
         while (at_ != end || levels_.size() > 1) {
             const std::int64_t here = at_;
-            if (levels_.size() > Most_Levels || at_ > levels_.back().limit || !Step()) {
+            if (levels_.size() > Most_Levels || result.headers == most ||
+                at_ > levels_.back().limit || !Step()) {
                 result.to = here;
                 result.sound = all_sound_;
                 return result;
             }
+            ++result.headers;
             sound = is_sound_ ? sound + 1 : 0;
             run_from = sound <= 1 ? here : run_from;
             result.sound_from = sound >= Several ? run_from : result.sound_from;
@@ -152,9 +154,10 @@ private:
 
 }  // namespace
 
-Straight_Reading Read_Straight(Window& window, std::vector<Level_View> levels, std::int64_t at)
+Straight_Reading Read_Straight(Window& window, std::vector<Level_View> levels, std::int64_t at,
+                               int most)
 {
-    return Walk(window, std::move(levels), at, false).Run();
+    return Walk(window, std::move(levels), at, false).Run(most);
 }
 
 bool Are_Items(Window& window, std::int64_t at, std::int64_t end, unsigned char mode)
@@ -167,7 +170,7 @@ bool Are_Items(Window& window, std::int64_t at, std::int64_t end, unsigned char 
     // A delimiter behind the items needs not be there.
     Level_View around = value;
     around.kind = Level_Kind::List;
-    return Walk(window, {around, value}, at, true).Run().holds;
+    return Walk(window, {around, value}, at, true).Run(std::numeric_limits<int>::max()).holds;
 }
 
 }  // namespace lib_mend
