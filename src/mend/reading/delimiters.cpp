@@ -36,10 +36,31 @@ int Element_Reader::Points_After(std::int64_t at, std::size_t pop)
     return look.Follow(at);
 }
 
+/** A delimitation whose length is none may have lost some of its bytes: what follows shows it. */
+int Element_Reader::Size_Of_Delimiter(const Element_Header& header)
+{
+    constexpr int Tag_Size = 4;
+    constexpr int Enough = 2 * Outlook::Sound_Points;
+    const bool is_end = header.tag == Item_End_Tag || header.tag == Sequence_End_Tag;
+    if (!is_end || header.length == 0 || Points_After(position_ + header.size, 1) >= Enough) {
+        return header.size;
+    }
+    int size = header.size - 1;
+    while (size >= Tag_Size && Points_After(position_ + size, 1) < Enough) {
+        --size;
+    }
+    return size >= Tag_Size ? size : header.size;
+}
+
 void Element_Reader::Check_Delimiter_Length(const Element_Header& header)
 {
     // Nothing belongs to a delimiter, whatever its length says.
-    if (header.length != 0) {
+    if (header.size != Item_Header_Size) {
+        Report(Fault::Header, Level::Change, header,
+               "the delimitation has " + Bytes_Text(header.size) + " instead of " +
+                   std::to_string(Item_Header_Size));
+        Note_Shift(header.size - Item_Header_Size);
+    } else if (header.length != 0) {
         Report(Fault::Nesting, Level::Change, header,
                "delimitation of length " + std::to_string(header.length));
     }
@@ -162,8 +183,10 @@ bool Element_Reader::Leave_Wrong_Lengths(const Element_Header& header)
     return true;
 }
 
-void Element_Reader::Read_Delimiter_In_List(const Element_Header& header)
+void Element_Reader::Read_Delimiter_In_List(const Element_Header& as_read)
 {
+    Element_Header header = as_read;
+    header.size = Size_Of_Delimiter(header);
     if (header.tag == Item_Tag) {
         Read_Item_In_List(header);
     } else if (header.tag == Item_End_Tag) {
@@ -221,11 +244,12 @@ bool Element_Reader::Reopen_Sequence()
 
 void Element_Reader::Read_Item_In_List(const Element_Header& header)
 {
-    if (levels_.size() > 1 && Top().end == Level_View::Open) {
-        Close_Unclosed("item is not closed");
+    const bool is_open = levels_.size() > 1 && Top().end == Level_View::Open;
+    if ((!is_open && Reopen_Sequence()) || Supply_Sequence()) {
         return;
     }
-    if (Reopen_Sequence()) {
+    if (is_open) {
+        Close_Unclosed("item is not closed");
         return;
     }
     Skip_Delimiter(header, levels_.size() > 1

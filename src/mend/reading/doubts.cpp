@@ -55,7 +55,9 @@ bool Is_Foreign(unsigned char byte, unsigned short vr)
     constexpr std::string_view Characters("0123456789.+-eE\\: \0", 19);
     const bool has_digits =
         std::find(std::begin(Of_Digits), std::end(Of_Digits), vr) != std::end(Of_Digits);
-    return Is_Control(byte) ||
+    constexpr unsigned char Last_Of_ASCII = 0x7F;
+    const bool is_plain = vr == VR_CS || vr == VR_AE || vr == VR_AS;
+    return Is_Control(byte) || (is_plain && byte > Last_Of_ASCII) ||
            (has_digits && Characters.find(static_cast<char>(byte)) == Characters.npos);
 }
 
@@ -229,6 +231,12 @@ bool Element_Reader::Length_Holds(const Element_Header& header, std::int64_t cla
     const std::int64_t gap = place - claimed;
     if (header.length == 0 || gap <= 0 || gap % Cut == 0) {
         return false;
+    }
+    Element_Header grown = header;
+    grown.length = place - position_ - header.size;
+    if (Holds_Too_Many(grown) && !Holds_Too_Many(header)) {
+        // One number is all there is of it.
+        return true;
     }
     constexpr std::int64_t Enough = 64;
     const std::span<const unsigned char> rest =

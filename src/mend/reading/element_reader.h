@@ -13,6 +13,7 @@
 //     pixel_length.cpp     the length of native pixel data, by the image
 //     hidden_items.cpp     sequences that do not look like one, and what looks like one and is none
 //     items.cpp            what stands directly in a sequence: items, and what is none
+//     overwritten.cpp      headers of items and sequences that are overwritten as a whole
 //     delimiters.cpp       delimiters that are missing, doubled, exchanged or misplaced
 //     fragments.cpp        encapsulated data
 //     resync.cpp           the next place where headers follow each other
@@ -179,16 +180,16 @@ private:
     Content Content_Of(DICOM_List& record, const Element_Header& header);
 
     // ---- items.cpp
+    bool Starts_Doubled(const Element_Header& header);
     void Start_Item(const Element_Header& header);
     std::int64_t Find_Torn_Item(const Outlook& look, std::int64_t content);
     int Points_In_Torn_Item(Outlook look, std::int64_t content);
-    bool Start_Torn_Item(std::int64_t content);
+    bool Start_Torn_Item(std::int64_t content, std::int64_t claimed_end);
     bool Shows_Delimiter(Tag tag, std::int64_t until);
     std::int64_t Find_Torn_End(std::int64_t content);
     bool End_At_Torn_Delimiter(std::int64_t content);
-    Straight_Reading Straight_From(std::int64_t at, std::size_t pop, bool in_item);
-    bool Stand_In_Item(std::int64_t at);
-    bool Start_Overwritten_Item();
+    bool Is_Damaged_End(const Element_Header& header);
+    void End_At_Damaged_Delimiter(const Element_Header& header);
     void Read_In_Sequence();
     void Read_Item_End_In_Sequence(const Element_Header& header);
     int Points_In_Last_Item();
@@ -198,8 +199,19 @@ private:
     void Supply_Item();
     void Settle_In_Sequence();
 
+    // ---- overwritten.cpp
+    Straight_Reading Straight_From(std::int64_t at, std::size_t pop,
+                                   std::optional<Level_Kind> inside);
+    bool Stand_In_Item(std::int64_t at, std::int64_t behind);
+    bool Start_Overwritten_Item();
+    std::int64_t End_Of_Items(std::int64_t at);
+    bool Follows_Torn_Header(std::int64_t at);
+    bool Is_Lost_Sequence(std::int64_t at);
+    bool Supply_Sequence();
+
     // ---- delimiters.cpp
     int Points_After(std::int64_t at, std::size_t pop);
+    int Size_Of_Delimiter(const Element_Header& header);
     void Check_Delimiter_Length(const Element_Header& header);
     void Skip_Delimiter(const Element_Header& header, const char* what);
     bool Ends_As_Claimed(const Nesting_Level& level) const;
@@ -231,6 +243,7 @@ private:
     std::optional<Place_Found> Find_Place(std::int64_t from, Tag last, std::int64_t until);
     void Skip_Rest();
     void Skip_Garbage();
+    void Leave_For(const Place_Found& place);
 
     // ---- private_elements.cpp
     void Note_Creator(Nesting_Level& list, const DICOM_List& record);
@@ -312,8 +325,13 @@ private:
     /** Place of the last byte of the source that is not zero, found when first asked for. */
     std::int64_t last_nonzero_ = Not_Looked_For;
     int depth_ = 0;
+    /** Behind bytes that are no elements, or that a value of another length took in. */
+    std::int64_t damaged_to_ = -1;
+    /** Sequences whose tags are lost. */
+    int lost_sequences_ = 0;
 
     static constexpr std::int64_t Not_Looked_For = -2;
+    static constexpr int Most_Lost_Sequences = 256;
 };
 
 }  // namespace lib_mend

@@ -19,6 +19,8 @@ namespace {
 
 /** What leaves no doubt that elements stand in a sequence without an item. */
 constexpr int Bare_Points = 7;
+/** The same where a whole header is overwritten. */
+constexpr int Enough_In_Overwritten = 9;
 
 bool May_Hide_Items(const DICOM_List& record)
 {
@@ -146,7 +148,7 @@ int Element_Reader::Points_In_Overwritten_Item(Outlook look, std::int64_t at)
     item.end = Level_View::Open;
     const bool is_delimiter = header.size == 0 || header.tag.group == Delimiter_Group;
     const int points = is_delimiter ? 0 : Points_In_Item(look, item, at + Item_Header_Size);
-    return points >= Outlook::All_Points ? points : 0;
+    return points >= Enough_In_Overwritten ? points : 0;
 }
 
 /** An item of the sequence look.Top() stands behind a few bytes that are none, before anything else
@@ -178,8 +180,9 @@ int Element_Reader::Points_Without_Item(const Element_Header& header)
     sequence.end = Level_View::Open;
     Outlook look = Look();
     look.Push(sequence);
+    const bool has_room = header.Is_Undefined() || header.length > Item_Header_Size;
     const int points = std::max({Points_In_Bare_Item(header), Points_In_Damaged_Item(look, value),
-                                 Points_In_Overwritten_Item(look, value)});
+                                 has_room ? Points_In_Overwritten_Item(look, value) : 0});
     if (points >= Bare_Points || Is_Item_Near(look, value, end)) {
         return std::max(points, Bare_Points);
     }

@@ -26,6 +26,15 @@ constexpr std::int64_t Most_Torn = Item_Header_Size - 1;
 
 }  // namespace
 
+/** The same header follows once more. */
+bool Element_Reader::Starts_Doubled(const Element_Header& header)
+{
+    const Element_Header next =
+        Decode_Header(window_.At(position_ + header.size, Item_Header_Size), Top().mode);
+    return header.size == Item_Header_Size && header.length != 0 && next.size != 0 &&
+           next.tag == Item_Tag && next.length == header.length;
+}
+
 void Element_Reader::Start_Item(const Element_Header& header)
 {
     if (!Spend_Element()) {
@@ -37,9 +46,16 @@ void Element_Reader::Start_Item(const Element_Header& header)
     item.limit = sequence.limit;
     item.is_weak = sequence.is_weak;
     const std::int64_t content = position_ + header.size;
+    if (Starts_Doubled(header)) {
+        Report(Fault::Nesting, Level::Change, header, "the header of the item stands twice");
+        // The other one is read next.
+        position_ = content;
+        Note_Shift(header.size);
+        return;
+    }
     if (!header.Is_Undefined()) {
         Believe_Length(item, content, header.length);
-        if (item.end == Level_View::Open && Start_Torn_Item(content)) {
+        if (item.end == Level_View::Open && Start_Torn_Item(content, item.claimed_end)) {
             return;
         }
     }
@@ -82,7 +98,7 @@ int Element_Reader::Points_In_Torn_Item(Outlook look, std::int64_t content)
 }
 
 /** Starts an item with a torn header; false when there is none. */
-bool Element_Reader::Start_Torn_Item(std::int64_t content)
+bool Element_Reader::Start_Torn_Item(std::int64_t content, std::int64_t claimed_end)
 {
     if (Points_In_Torn_Item(Look(), content) != 0) {
         return false;
@@ -99,8 +115,11 @@ bool Element_Reader::Start_Torn_Item(std::int64_t content)
     Report(Fault::Header, Level::Change, torn,
            "the header of an item has " + Bytes_Text(size) + " instead of " +
                std::to_string(Item_Header_Size));
+    const Shift shift = shift_;
     Note_Shift(moved);
     Start_Item(torn);
+    Top().claimed_end = claimed_end;
+    Top().shift = shift;
     Top().said = true;
     return true;
 }
@@ -144,9 +163,7 @@ std::int64_t Element_Reader::Find_Torn_End(std::int64_t content)
     if (found == 0 || Shows_Delimiter(Sequence_End_Tag, content + found)) {
         return found;
     }
-    const int as_item = torn_item != 0 ? Points_In_Torn_Item(Look(), content + torn_item) : 0;
-    const bool shows_item = Shows_Delimiter(Item_Tag, content + torn_item);
-    return torn_item == 0 || as_item > most || (as_item == most && shows_item) ? 0 : found;
+    return torn_item != 0 && Stand_In_Item(content + torn_item, content + found) ? 0 : found;
 }
 
 /** Ends a sequence of undefined length at its torn delimitation; false when there is none. */
@@ -170,20 +187,44 @@ bool Element_Reader::End_At_Torn_Delimiter(std::int64_t content)
     return true;
 }
 
+/** An empty item, behind which no other one stands nor the end of the sequence, is that end itself. */
+bool Element_Reader::Is_Damaged_End(const Element_Header& header)
+{
+    constexpr int Enough = 2 * Outlook::Sound_Points;
+    const std::int64_t behind = position_ + header.size;
+    if (header.length != 0 || Top().claimed_end != Level_View::Open || Top().items == 0) {
+        return false;
+    }
+    const Element_Header next = Decode_Header(Header_Bytes(behind), Top().mode);
+    return next.tag.group != Delimiter_Group && Points_After(behind, 1) >= Enough &&
+           !Stand_In_Item(behind, behind);
+}
+
+void Element_Reader::End_At_Damaged_Delimiter(const Element_Header& header)
+{
+    Report(Fault::Header, Level::Change, header,
+           "a damaged tag is taken as a sequence delimitation");
+    position_ += header.size;
+    Pop();
+}
+
 void Element_Reader::Read_In_Sequence()
 {
-    const Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
+    Element_Header header = Decode_Header(window_.At(position_, 8), Top().mode);
     if (header.size == 0) {
         Settle_In_Sequence();
         return;
     }
+    header.size = Size_Of_Delimiter(header);
     const Nesting_Level& around = levels_[levels_.size() - 2];
     if (header.tag == Item_Tag && Ends_As_Claimed(Top()) && Ends_As_Claimed(around) &&
         Leave_Exact_Lengths(header)) {
         // The item is the next one of the sequence further out.
         return;
     }
-    if (header.tag == Item_Tag) {
+    if (header.tag == Item_Tag && Is_Damaged_End(header)) {
+        End_At_Damaged_Delimiter(header);
+    } else if (header.tag == Item_Tag) {
         Start_Item(header);
     } else if (header.tag == Sequence_End_Tag) {
         Check_Delimiter_Length(header);
@@ -285,68 +326,6 @@ int Element_Reader::Same_Bytes(Tag tag, Tag other)
            ((elements & 0xFF) == 0);
 }
 
-/** How far headers lead on from a place with some levels closed, or in a new item. */
-Straight_Reading Element_Reader::Straight_From(std::int64_t at, std::size_t pop, bool in_item)
-{
-    constexpr std::size_t Most_Levels = 32;
-    constexpr int Most_Headers = 256;
-    const std::size_t count = levels_.size() - pop;
-    std::size_t base = count - 1;
-    while (base > 0 && levels_[base].end == Level_View::Open && count - base < Most_Levels) {
-        --base;
-    }
-    std::vector<Level_View> levels(levels_.begin() + static_cast<std::ptrdiff_t>(base),
-                                   levels_.begin() + static_cast<std::ptrdiff_t>(count));
-    if (in_item) {
-        Level_View item = levels.back();
-        item.kind = Level_Kind::List;
-        item.last = {};
-        item.end = Level_View::Open;
-        item.mode = Mode_In_Item(window_, at, item);
-        levels.push_back(item);
-    }
-    return Read_Straight(window_, std::move(levels), at, Most_Headers);
-}
-
-/** Elements behind a header that is overwritten stand in an item, and not behind the sequence. */
-bool Element_Reader::Stand_In_Item(std::int64_t at)
-{
-    if (Top().end != Level_View::Open || levels_.size() < 2) {
-        return true;
-    }
-    const Straight_Reading as_item = Straight_From(at, 0, true);
-    const Straight_Reading as_end = Straight_From(at, 1, false);
-    if (as_item.holds != as_end.holds || as_item.headers != as_end.headers) {
-        return as_item.holds || (!as_end.holds && as_item.headers > as_end.headers);
-    }
-    const Element_Header next = Decode_Header(window_.At(as_item.to, Item_Header_Size), Top().mode);
-    return next.size != 0 && next.tag.group == Delimiter_Group;
-}
-
-/**
- * Starts an item whose header is overwritten; false when there is none. Its elements make more sense
- * in an item than behind the sequence when a delimitation and other items follow them.
- */
-bool Element_Reader::Start_Overwritten_Item()
-{
-    const std::int64_t content = position_ + Item_Header_Size;
-    const bool has_wrong_length =
-        Top().claimed_end != Level_View::Open && Top().end == Level_View::Open;
-    if (has_wrong_length || Points_In_New_Item(content) < Outlook::All_Points ||
-        !Stand_In_Item(content)) {
-        return false;
-    }
-    const Element_Header supposed = {.tag = Item_Tag,
-                                     .mode = Top().mode,
-                                     .size = static_cast<int>(Item_Header_Size),
-                                     .length = Element_Header::Undefined};
-    Report(Fault::Header, Level::Change, supposed,
-           "damaged bytes are taken as the header of an item");
-    Start_Item(supposed);
-    Top().said = true;
-    return true;
-}
-
 void Element_Reader::Supply_Item()
 {
     Report(Fault::Nesting, Level::Change, *Top().owner,
@@ -378,7 +357,7 @@ void Element_Reader::Settle_In_Sequence()
                           Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;
     int item = like_item ? Points_In_New_Item(behind) : Points_In_Damaged_Item(Look(), position_);
     int end = like_end ? Points_After(behind, 1) : 0;
-    if (item != 0 && !like_item && !Stand_In_Item(behind)) {
+    if (item != 0 && (!like_item || like_end) && !Stand_In_Item(behind, behind)) {
         item = 0;
         end = Points_After(behind, 1);
     }
@@ -394,7 +373,7 @@ void Element_Reader::Settle_In_Sequence()
     if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();
     } else if (most < Doubtful && header.size != 0 &&
-               (End_At_Torn_Delimiter(behind) || Start_Torn_Item(behind) ||
+               (End_At_Torn_Delimiter(behind) || Start_Torn_Item(behind, Level_View::Open) ||
                 Start_Overwritten_Item())) {
         return;
     } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
@@ -409,10 +388,7 @@ void Element_Reader::Settle_In_Sequence()
         mended.tag = Item_Tag;
         Start_Item(mended);
     } else {
-        Report(Fault::Header, Level::Change, header,
-               "a damaged tag is taken as a sequence delimitation");
-        position_ = behind;
-        Pop();
+        End_At_Damaged_Delimiter(header);
     }
 }
 

@@ -119,9 +119,17 @@ int Outlook::Step_Element(const Element_Header& read)
             most = Fair_Points;
             break;
         }
+        if (const int size = Torn_Size(header); size != 0) {
+            Enter_Torn(header, size);
+            return Fair_Points;
+        }
         stopped_ = true;
         return Is_Explicit(header.mode) ? Length_Points : Doubtful_Points;
     case Grade::VR_Impossible: {
+        if (const int size = Torn_Size(header); size != 0) {
+            Enter_Torn(header, size);
+            return Fair_Points;
+        }
         const TAG_db_Elems* const entry = header.Entry();
         const unsigned short vr = Meant_VR(header.vr, entry);
         const bool is_long = vr != VR_UN && Is_Long_VR(vr);
@@ -155,6 +163,30 @@ bool Outlook::Holds_Item(const Element_Header& header)
     const TAG_db_Elems* const entry = header.Entry();
     const std::span<const unsigned char> bytes = window_.At(at_ + header.size, Longest_Header);
     return Has_Nested_Content(header, entry) && Decode_Header(bytes, Top().mode).tag == Item_Tag;
+}
+
+/** Where the first item stands behind the tag of a sequence whose header lost some bytes; or 0. */
+int Outlook::Torn_Size(const Element_Header& header)
+{
+    constexpr int Tag_Size = 4;
+    const TAG_db_Elems* const entry = header.Entry();
+    const int usual = Is_Explicit(header.mode) ? static_cast<int>(Longest_Header) : 8;
+    for (int size = Tag_Size; entry != nullptr && entry->vr[0] == VR_SQ && size < usual; ++size) {
+        if (Decode_Header(window_.At(at_ + size, Longest_Header), header.mode).tag == Item_Tag) {
+            return size;
+        }
+    }
+    return 0;
+}
+
+void Outlook::Enter_Torn(const Element_Header& header, int size)
+{
+    Top().last = header.tag;
+    Element_Header torn = header;
+    torn.size = size;
+    torn.vr = Is_Explicit(header.mode) ? VR_SQ : static_cast<unsigned short>(0);
+    torn.length = Element_Header::Undefined;
+    Enter(torn);
 }
 
 /** One header may be damaged, when its length leads to a sound one all the same. */

@@ -53,6 +53,8 @@ private:
     int Step_Delimiter(const Element_Header& header);
     int Step_Item(const Element_Header& header);
     bool Holds_Item(const Element_Header& header);
+    int Torn_Size(const Element_Header& header);
+    void Enter_Torn(const Element_Header& header, int size);
     void Enter(const Element_Header& header);
     bool Leave_Ended();
 

@@ -29,14 +29,15 @@ Grade Judge_Tag(Tag tag, const Level_View& list, const TAG_db_Elems* entry, bool
 {
     const Tag last = list.last;
     constexpr unsigned short Last_Reserved_Odd_Group = 0x0007;
+    constexpr unsigned short Last_Group = 0x7FE0;
     constexpr unsigned short First_Private_Element = 0x1000;
     const bool ascends = tag > last;
     if (tag.group == Delimiter_Group || tag.group == 0xFFFF) {
         return Grade::Impossible;
     }
     if (tag.group % 2 == 0) {
-        const bool is_known =
-            entry != nullptr || tag == Trailing_Padding_Tag || tag.element == 0x0000;
+        const bool is_group_length = tag.element == 0x0000 && tag.group <= Last_Group;
+        const bool is_known = entry != nullptr || tag == Trailing_Padding_Tag || is_group_length;
         // Command and file meta elements stand outside a data set.
         const bool is_foreign = tag.group <= 0x0002;
         return is_known && ascends && !is_foreign ? Grade::Sound

@@ -97,6 +97,10 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
         // What was skipped may have been its creator: others of its group follow it.
         behind = std::max(behind, creator);
     }
+    if (header.tag == Item_Tag && level.kind == Level_Kind::List &&
+        (levels < 2 || level.end != Level_View::Open)) {
+        return levels == levels_.size() && Is_Lost_Sequence(at);
+    }
     if (header.tag.group != Delimiter_Group) {
         Level_View list = level;
         list.last = behind;
@@ -223,8 +227,17 @@ void Element_Reader::Skip_Garbage()
     skipped_.push_back({start, size});
     Note_Garbage(size);
     position_ = end;
+    damaged_to_ = end;
     if (place.has_value()) {
-        Pop_To(place->levels);
+        Leave_For(*place);
+    }
+}
+
+/** Closes what a place is not in. */
+void Element_Reader::Leave_For(const Place_Found& place)
+{
+    if (place.levels < levels_.size() && !Is_Lost_Sequence(place.position)) {
+        Pop_To(place.levels);
     }
 }
 

@@ -139,9 +139,8 @@ private:
         if (is_lenient_) {
             return header.tag.group != 0;
         }
-        constexpr unsigned short Meta_Group = 0x0002;
         const bool is_even = header.Is_Undefined() || header.length % 2 == 0;
-        return is_even && header.tag > list.last && header.tag.group > Meta_Group;
+        return is_even && header.tag > list.last;
     }
 
     Window& window_;

@@ -64,8 +64,12 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     const int bare = may_hold_items && !items ? Points_Without_Item(header) : 0;
     if (header.Is_Undefined() || !fits) {
         // Only items can stand in what has no length of its own; one wrong thing at a time.
-        const bool may_be_foreign = entry == nullptr || is_known_sequence || header.vr == VR_SQ ||
-                                    header.vr == VR_UN || header.tag == Pixel_Data_Tag;
+        Element_Header open = reading.header;
+        open.length = Element_Header::Undefined;
+        const bool may_be_unknown =
+            entry == nullptr && Judge(open, position_, list) != Grade::Impossible;
+        const bool may_be_foreign = may_be_unknown || is_known_sequence || header.vr == VR_SQ ||
+                                    reading.header.vr == VR_UN || header.tag == Pixel_Data_Tag;
         if ((!header.Is_Undefined() && (reading.assumed == Assumed::Encoding || !may_be_foreign)) ||
             (!items && bare < No_Doubt)) {
             return;
@@ -312,10 +316,11 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     }
     const std::int64_t claim = header.length;
     Note_Shift(found - claimed);
+    damaged_to_ = end != claimed ? end : damaged_to_;
     Accept(mended);
     Note_Claim(mended.length, claim);
     if (place.has_value() && end == place->position) {
-        Pop_To(place->levels);
+        Leave_For(*place);
     }
     return true;
 }

@@ -18,6 +18,16 @@ constexpr std::int64_t Undefined = 0xFFFFFFFF;
 constexpr std::int64_t Longest_Short_Value = 65534;
 constexpr std::int64_t Group_Length_Size = 4;
 
+/** Groups that do not belong in a data set get no length that would not belong there either. */
+bool May_Have_Length(unsigned short group)
+{
+    constexpr unsigned short Meta_Group = 0x0002;
+    constexpr unsigned short Directory_Group = 0x0004;
+    constexpr unsigned short First_Group_Of_Data = 0x0008;
+    return group == Meta_Group || group == Directory_Group ||
+           (group >= First_Group_Of_Data && group != Padding_Group);
+}
+
 constexpr std::int64_t Even(std::int64_t size)
 {
     return size + size % 2;
@@ -115,7 +125,7 @@ private:
         if (record.group != level.group) {
             level.group = record.group;
             const bool is_wanted = options_.group_lengths && levels_.size() == 1 &&
-                                   record.group != Padding_Group && record.element != 0x0000;
+                                   May_Have_Length(record.group) && record.element != 0x0000;
             if (is_wanted || Is_Group_Length(record)) {
                 visitor_.Group_Length(record.group);
             } else {
