@@ -237,14 +237,54 @@ private:
     std::vector<Mutant> mutants_;
 };
 
-/** A module is there whose condition requires it, or that has no condition. */
-bool Asks_As_Module(const DICOM_Rule& rule, std::span<const DICOM_Part> parts, Made_Set& object)
+bool Is_True(const DICOM_Condition& condition, const Made_Place& place)
+{
+    return Plain_Truth(condition, place, Plain::No) == Plain::Yes;
+}
+
+/** Tells whether a rule asks for its attribute by a type or a condition that holds. */
+bool Requires(const DICOM_Rule& rule, const Made_Place& place, std::span<const DICOM_Part> parts)
+{
+    if (Is_Conditional(rule.type)) {
+        return Is_True(rule.required, place);
+    }
+    if (!Is_Required(rule.type) || rule.part < 0 || rule.is_own_level == 0) {
+        return Is_Required(rule.type);
+    }
+    const DICOM_Part& part = parts[static_cast<std::size_t>(rule.part)];
+    return part.usage == 'M' || Is_True(part.required, {{place.levels.front()}, {}});
+}
+
+/** Tells whether a condition of a rule holds, or is not decided. */
+bool May_Require(const DICOM_Rule& rule, const Made_Place& place)
+{
+    return Is_Conditional(rule.type) && rule.required.step_count != 0 &&
+           Plain_Truth(rule.required, place, Plain::Open) != Plain::No;
+}
+
+/** Tells whether one of the sets, or of the numbers of items, holds in any case or here. */
+template <class Limit>
+bool Any_Holds(const Limit* limits, int count, const Made_Place& place)
+{
+    return std::any_of(limits, limits + count, [&](const Limit& limit) {
+        return limit.when.step_count == 0 || Is_True(limit.when, place);
+    });
+}
+
+/** Of a module or functional group that is missing, or not foreseen. */
+std::string Objection_To_Part(const Finding& finding, Made_Set& object, DICOM_List* module)
 {
     const Made_Place top = {{&object}, {}};
-    return rule.part >= 0 && Is_Required(rule.type) &&
-           (parts[static_cast<std::size_t>(rule.part)].usage == 'M' || rule.is_own_level == 0 ||
-            Plain_Truth(parts[static_cast<std::size_t>(rule.part)].required, top, Plain::No) ==
-                Plain::Yes);
+    const bool is_too_much = finding.text.starts_with("belongs to");
+    for (const DICOM_Part& part : Part_Lines(module)) {
+        const bool is_right = is_too_much
+                                  ? Plain_Truth(part.required, top, Plain::Open) == Plain::No
+                                  : part.usage == 'M' || Is_True(part.required, top);
+        if (is_right && finding.text.find("the " + std::string(part.name)) != std::string::npos) {
+            return {};
+        }
+    }
+    return "no condition of a module is known to call for it";
 }
 
 }  // namespace
@@ -270,11 +310,9 @@ std::vector<Mutant> Mutants_Of(Made_Set& object, DICOM_List* module)
 
 std::string Objection(const Finding& finding, Made_Set& object, DICOM_List* module)
 {
-    const bool is_missing = finding.fault == Fault::Missing;
-    const bool is_too_much =
-        finding.fault == Fault::Not_Allowed || finding.fault == Fault::Not_Expected;
-    if ((!is_missing && !is_too_much) || finding.text.starts_with("belongs to")) {
-        return {};
+    if (finding.fault == Fault::Module || finding.fault == Fault::Functional_Group ||
+        finding.text.starts_with("belongs to")) {
+        return Objection_To_Part(finding, object, module);
     }
     const auto [way, tag] = Path_Of(finding.path);
     const DICOM_List* const node = Node_At(module, way, tag);
@@ -282,21 +320,29 @@ std::string Objection(const Finding& finding, Made_Set& object, DICOM_List* modu
         return "no line of the IOD is about it";
     }
     const Made_Place place = Made_Place::At(object, way);
-    const std::span<const DICOM_Part> parts = Part_Lines(module);
-    for (const DICOM_Rule& rule : Rule_Lines(*node)) {
-        const bool is_conditional = Is_Conditional(rule.type) && rule.required.step_count != 0;
-        if (is_missing && is_conditional &&
-            Plain_Truth(rule.required, place, Plain::No) == Plain::Yes) {
-            return {};
-        }
-        if (is_missing &&
-            (Asks_As_Module(rule, parts, object) || (rule.part < 0 && Is_Required(rule.type)))) {
-            return {};
-        }
-        if (is_too_much && is_conditional &&
-            Plain_Truth(rule.required, place, Plain::Open) != Plain::No) {
-            return "a condition that is not decided, or holds, lets it be there";
-        }
+    const std::span<const DICOM_Rule> rules = Rule_Lines(*node);
+    const auto needs = [&](auto&& right, const char* objection) {
+        return std::any_of(rules.begin(), rules.end(), right) ? "" : objection;
+    };
+    switch (finding.fault) {
+    case Fault::Missing:
+        return needs([&](auto& rule) { return Requires(rule, place, Part_Lines(module)); },
+                     "no condition that holds asks for it");
+    case Fault::Not_Allowed:
+    case Fault::Not_Expected:
+        return std::any_of(rules.begin(), rules.end(),
+                           [&](auto& rule) { return May_Require(rule, place); })
+                   ? "a condition that is not decided, or holds, lets it be there"
+                   : "";
+    case Fault::Enumerated_Value:
+        return needs(
+            [&](auto& rule) { return Any_Holds(rule.value_sets, rule.value_set_count, place); },
+            "no set of values is known to hold");
+    case Fault::Item_Number:
+        return needs(
+            [&](auto& rule) { return Any_Holds(rule.item_counts, rule.item_count_count, place); },
+            "no number of items is known to hold");
+    default:
+        return {};
     }
-    return is_missing ? "no condition that holds asks for it" : std::string();
 }

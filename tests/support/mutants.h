@@ -34,8 +34,8 @@ struct Mutant {
 std::vector<Mutant> Mutants_Of(Made_Set& object, DICOM_List* module);
 
 /**
- * Why a finding should not have been made: the rules of the attribute do not ask for it, or their
- * conditions are not decided in this object. Empty when it is right, or of another kind.
+ * Why a finding should not have been made: the rules that it is about do not call for it, or their
+ * conditions are not decided in this object. Empty when they do, and for other kinds of findings.
  */
 std::string Objection(const lib_mend::Finding& finding, Made_Set& object, DICOM_List* module);
 
