@@ -6,6 +6,7 @@
 #include "support/read_in_memory.h"
 #include "support/scratch_folder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -118,6 +119,31 @@ TEST_F(Tool, RefusesWhatIsNoFile)
         }
     }
     EXPECT_FALSE(fs::exists(out));
+}
+
+/** Folders stand for their files, and nothing leads out of them. */
+TEST_F(Tool, ComparesTheFilesOfFolders)
+{
+    const std::string study = Path("study");
+    fs::create_directories(study + "/b/c");
+    const std::string sound = Made_Sound_Files().front().bytes;
+    std::ofstream(study + "/b/c/2.dcm", std::ios::binary) << sound;
+    std::ofstream(study + "/b/1.dcm", std::ios::binary) << sound;
+    std::ofstream(study + "/text") << "no DICOM";
+    fs::create_directory_symlink("..", study + "/loop");
+    fs::create_symlink("b/1.dcm", study + "/link.dcm");
+    ASSERT_EQ(mkfifo((study + "/fifo").c_str(), 0600), 0);
+    const std::string named = study + "/b/../b/1.dcm";
+    const Outcome run = Run_Tool("check -v --study " + study + " " + named + " | grep -v 0x");
+    const std::string left_out = study + "/text: info: is no DICOM file, and is left out\n";
+    EXPECT_THAT(run.text, testing::HasSubstr(left_out));
+    const Outcome twins = Run_Tool("check -v --study " + study + " " + named + " | grep same");
+    EXPECT_THAT(twins.text,
+                testing::MatchesRegex(study + "/b/c/2.dcm: info: .* the same instance is in " +
+                                      study + "/b/../b/1.dcm.*\n"));
+    // What is named itself has to be there, and to be DICOM.
+    EXPECT_EQ(Run_Tool("check --study " + study + "/none").status, 2);
+    EXPECT_EQ(Run_Tool("check --study " + study + "/text").status, 2);
 }
 
 TEST_F(Tool, ReadsPipesToTheirEnd)

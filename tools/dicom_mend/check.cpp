@@ -6,6 +6,7 @@
 #include "mend/consistency/study_values.h"
 #include "mend/findings/faults.h"
 #include "mend/findings/letters.h"
+#include "mend/findings/report_html.h"
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
 #include "mend/findings/report_text.h"
@@ -73,6 +74,7 @@ std::string Printed(const std::string& path, const Finding& finding, const Check
         return Finding_JSON(path, finding, request.show_values) + "\n";
     case Format::SARIF:
         return log.Result(path, finding);
+    case Format::HTML:
     case Format::Text:
         break;
     }
@@ -83,12 +85,33 @@ std::string Printed(const std::string& path, const Finding& finding, const Check
 struct Progress {
     Summary summary;
     lib_mend::Sarif_Log log;
+    lib_mend::Html_Page page;
     lib_mend::Study study = {};
 };
 
-void Print(const std::string& path, const Findings& findings, const Check_Request& request,
-           Progress& progress)
+/** The findings of a file as a part of a page. @param source  where their places are, null when unknown */
+void Print_HTML(const std::string& path, const Findings& findings, const lib_mend::Source* source,
+                const Check_Request& request, lib_mend::Html_Page& page)
 {
+    std::vector<lib_mend::Finding_In_Page> shown;
+    for (const Finding& finding : findings.All()) {
+        if (Is_Shown(Severity_Of(finding), request.verbosity)) {
+            page.Count(path, finding);
+            shown.push_back({&finding, source != nullptr ? Header_Bytes(*source, finding) : ""});
+        }
+    }
+    if (!request.summary) {
+        std::fputs(page.Findings_Of(path, shown).c_str(), stdout);
+    }
+}
+
+void Print(const std::string& path, const Findings& findings, const lib_mend::Source* source,
+           const Check_Request& request, Progress& progress)
+{
+    if (request.format == Format::HTML) {
+        Print_HTML(path, findings, source, request, progress.page);
+        return;
+    }
     Add_To(progress.summary, findings);
     for (const Finding& finding : findings.All()) {
         if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
@@ -128,7 +151,7 @@ Exit_Status Check_File(const Found_File& file, bool is_last, const Check_Request
         Findings left_out;
         left_out.Report(lib_mend::Fault::Not_Compared, lib_mend::Level::Info, {},
                         "is no DICOM file, and is left out");
-        Print(file.path, left_out, request, progress);
+        Print(file.path, left_out, nullptr, request, progress);
         return Exit_Clean;
     }
     lib_mend::Check(set, request.heal, findings);
@@ -141,11 +164,15 @@ Exit_Status Check_File(const Found_File& file, bool is_last, const Check_Request
     if (request.study) {
         progress.study.Add(file.path, set);
     }
+    if (request.format == Format::HTML) {
+        progress.page.Belongs_To(file.path, set.Text({0x0020, 0x000D}));
+    }
+    const std::shared_ptr<lib_mend::Source> bytes = set.source;
     if (is_last) {
         Keep_To_The_End(std::move(set));
     }
     findings.Sum_Up();
-    Print(file.path, findings, request, progress);
+    Print(file.path, findings, bytes.get(), request, progress);
     return Status_Of(findings);
 }
 
@@ -171,7 +198,7 @@ Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
         return Sum_Of_File(path, request);
     };
     for (const lib_mend::Study::Told& told : progress.study.Compare(sum_of)) {
-        Print(told.file, told.findings, request, progress);
+        Print(told.file, told.findings, nullptr, request, progress);
         status = std::max(status, Status_Of(told.findings));
     }
     return status;
@@ -182,7 +209,9 @@ Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
 Exit_Status Run_Check(const Check_Request& request)
 {
     const bool is_log = request.format == Format::SARIF && !request.summary;
-    Progress progress = {{}, lib_mend::Sarif_Log(request.show_values)};
+    const bool is_page = request.format == Format::HTML;
+    Progress progress = {
+        {}, lib_mend::Sarif_Log(request.show_values), lib_mend::Html_Page(request.show_values)};
     bool complete = true;
     std::vector<Found_File> files;
     if (request.study) {
@@ -193,15 +222,21 @@ Exit_Status Run_Check(const Check_Request& request)
         }
     }
     Exit_Status status = complete ? Exit_Clean : Exit_Failure;
-    std::fputs(is_log ? progress.log.Head().c_str() : "", stdout);
+    std::fputs(is_log    ? progress.log.Head().c_str()
+               : is_page ? lib_mend::Html_Page::Head().c_str()
+                         : "",
+               stdout);
     for (const Found_File& file : files) {
         status = std::max(status, Check_File(file, &file == &files.back(), request, progress));
     }
     if (request.study) {
         status = std::max(status, Compare_Files(request, progress));
     }
-    std::fputs(is_log ? progress.log.Tail(status != Exit_Failure).c_str() : "", stdout);
-    if (request.summary) {
+    std::fputs(is_log    ? progress.log.Tail(status != Exit_Failure).c_str()
+               : is_page ? progress.page.Tail(status != Exit_Failure).c_str()
+                         : "",
+               stdout);
+    if (request.summary && !is_page) {
         Print_Summary(progress.summary, request.format != Format::Text, request.verbosity);
     }
     return Finish_Output(status);

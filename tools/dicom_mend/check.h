@@ -10,7 +10,7 @@
 
 namespace dicom_mend {
 
-enum class Format { Text, JSON, SARIF };
+enum class Format { Text, JSON, SARIF, HTML };
 
 struct Check_Request {
     std::vector<std::string> files;

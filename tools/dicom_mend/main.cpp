@@ -186,13 +186,15 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
 {
     CLI::App* const command =
         app.add_subcommand("check", "Report what is wrong with files, and change nothing");
-    const std::map<std::string, dicom_mend::Format> formats = {
-        {"text", dicom_mend::Format::Text},
-        {"json", dicom_mend::Format::JSON},
-        {"sarif", dicom_mend::Format::SARIF}};
+    const std::map<std::string, dicom_mend::Format> formats = {{"text", dicom_mend::Format::Text},
+                                                               {"json", dicom_mend::Format::JSON},
+                                                               {"sarif", dicom_mend::Format::SARIF},
+                                                               {"html", dicom_mend::Format::HTML}};
     command
-        ->add_option("--format", request.format,
-                     "text (default), json, one object a line, or sarif, one SARIF 2.1.0 log")
+        ->add_option(
+            "--format", request.format,
+            "text (default), json, one object a line, sarif, one SARIF 2.1.0 log, or html, "
+            "one page")
         ->transform(CLI::CheckedTransformer(formats))
         ->option_text("FORMAT");
     command

@@ -1,5 +1,6 @@
 // How findings look: one line for people, one object for programs.
 #include "mend/findings/json_text.h"
+#include "mend/findings/report_html.h"
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
 #include "mend/findings/report_text.h"
@@ -14,6 +15,7 @@
 namespace {
 
 using namespace lib_mend;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -119,6 +121,53 @@ TEST(Reports, AreALogOfSARIF)
             R"("locations":[{"physicalLocation":{"artifactLocation":{"uri":"file:///a.dcm"}}}],)"
             R"("partialFingerprints":{"primaryLocationLineHash":"157afb14ffb13e0d:1"}})");
     EXPECT_EQ(log.Tail(false), "\n],\"invocations\":[{\"executionSuccessful\":false}]}]}\n");
+}
+
+/** The browser's test shows that the style has the hash of the policy; here is what is said. */
+TEST(Reports, AreAPageOfHTML)
+{
+    const Path inside = {{{0x0040, 0x0275}, 0}};
+    const Finding finding = Made(inside, Fault::Odd_Length, {"<o>'&\"", "new"});
+    const std::string header("\x08\0\0\x01", 4);
+    Html_Page hidden(false);
+    const std::string start =
+        "<tr class=\"error\"><td>error<br><code>odd-length</code></td><td>Code Value<br>"
+        "<code>0040,0275[0]/0008,0100</code></td><td>is wrong";
+    const std::string place = "</td><td>at 0x1F2, 4 bytes<br><code>08 00 00 01</code>";
+    const std::string end =
+        "</td><td class=\"clause\">every length is even<br>PS3.5 7.1.1</td></tr>\n";
+    const std::vector<Finding_In_Page> findings = {{&finding, header}};
+    EXPECT_THAT(hidden.Findings_Of("a<b.dcm", findings), HasSubstr(start + place + end));
+    Html_Page shown(true);
+    EXPECT_THAT(shown.Findings_Of("a<b.dcm", findings),
+                AllOf(HasSubstr("<h3 id=\"f0\">a&lt;b.dcm</h3>"),
+                      HasSubstr(start +
+                                ": &quot;&lt;o&gt;&#39;&amp;&quot;&quot; becomes "
+                                "&quot;new&quot;" +
+                                place + "<br><code>3C 6F 3E 27 26 22</code>" + end)));
+    shown.Count("a<b.dcm", finding);
+    shown.Count("a<b.dcm", finding);
+    shown.Count("c.dcm", finding);
+    shown.Belongs_To("a<b.dcm", "1.2.3");
+    EXPECT_THAT(
+        shown.Tail(true),
+        AllOf(HasSubstr("<td>odd length</td><td class=\"n\">3</td><td class=\"n\">2</td>"),
+              HasSubstr("<tr><td>study 1<br><code>1.2.3</code></td><td class=\"n\">1</td>"
+                        "<td class=\"n\">2</td><td class=\"n\">0</td><td class=\"n\">0</td></tr>"),
+              HasSubstr("<tr><td><a href=\"#f0\">a&lt;b.dcm</a></td><td>study 1</td>"),
+              HasSubstr("<tr><td>c.dcm</td><td></td><td class=\"n\">1</td>")));
+}
+
+/** Only a header is shown without being asked for: what stands there instead may be a name. */
+TEST(Reports, ShowTheBytesOfHeadersAlone)
+{
+    For_Each_Case("mend/findings/printers.cases", "headers", 2, [](const Case_Row& row) {
+        Finding finding = Made({}, Fault::Odd_Length, {});
+        finding.offset = 1;
+        const auto source = Source::From_Image(
+            {reinterpret_cast<const unsigned char*>(row[0].data()), row[0].size()}, "test");
+        EXPECT_EQ(Header_Bytes(*source, finding), row[1]);
+    });
 }
 
 }  // namespace
