@@ -81,7 +81,7 @@ void Parts::Look_At(const DICOM_List& node)
         }
         State& state = states_[static_cast<std::size_t>(rule.part)];
         state.is_there = state.is_there || record != nullptr;
-        state.asks = state.asks || Is_Required_Type(rule.type);
+        state.asks = state.asks || (Is_Required_Type(rule.type) && modules == 1);
         if (record != nullptr && modules == 1 && state.own == nullptr) {
             state.own = record;
         }

@@ -43,7 +43,10 @@ private:
         bool is_there = false;
         /** Some attribute that no other module has is there: the first of them. */
         const DICOM_List* own = nullptr;
-        /** It has attributes of type 1 or 2. */
+        /**
+         * It has attributes of type 1 or 2 that no other module has. Without one it is nothing that
+         * is missing as a whole: Modality is, and not the series module that only says its value.
+         */
         bool asks = false;
         Truth required = Truth::Unknown;
     };
