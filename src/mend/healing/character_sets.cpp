@@ -63,11 +63,11 @@ std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Sc
     const Character_Set utf_8(UTF_8_Term);
     std::vector<Evidence> all(scopes.size());
     For_Each_Text(set, [&](const DICOM_List& record, const Path&, std::size_t scope) {
-        const Text_Bytes bytes(set, record);
-        const std::string_view text = bytes.View();
-        if (Is_Plain(text)) {
+        if (Is_Plain(set, record)) {
             return;
         }
+        const Text_Bytes bytes(set, record);
+        const std::string_view text = bytes.View();
         Evidence& evidence = all[scope];
         evidence.has_letters = true;
         evidence.is_utf_8 =
@@ -133,11 +133,12 @@ void Declare_As_Told(Data_Set& set, std::vector<Text_Scope>& scopes,
 void Check_Texts(const Data_Set& set, const std::vector<Text_Scope>& scopes, Findings& findings)
 {
     For_Each_Text(set, [&](const DICOM_List& record, const Path& path, std::size_t scope) {
+        if (Is_Plain(set, record)) {
+            return;
+        }
         const Text_Bytes bytes(set, record);
-        const std::string_view text = bytes.View();
-        const bool fits = Is_Plain(text) || scopes[scope].characters.First_Invalid(
-                                                text, VR_Of(record)) == std::string_view::npos;
-        if (!fits) {
+        if (scopes[scope].characters.First_Invalid(bytes.View(), VR_Of(record)) !=
+            std::string_view::npos) {
             findings.Report(Fault::Character_Set_Bytes, Level::Kept, At(record, path),
                             "the text holds bytes that are no characters of its character set");
         }

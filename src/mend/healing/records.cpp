@@ -1,7 +1,6 @@
 #include "mend/healing/records.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -34,14 +33,6 @@ Loaded::~Loaded()
     if (was_left_) {
         std::free(std::exchange(record_.data, nullptr));
     }
-}
-
-bool Is_Bulk(const DICOM_List& record)
-{
-    constexpr int Longest_To_Look_At = 16 << 20;
-    constexpr std::array VRs = {VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_UN};
-    return record.data == nullptr && record.size > Longest_To_Look_At &&
-           std::find(VRs.begin(), VRs.end(), VR_Of(record)) != VRs.end();
 }
 
 }  // namespace lib_mend

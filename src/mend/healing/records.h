@@ -45,9 +45,6 @@ private:
     bool ready_;
 };
 
-/** A value that may be long, and whose bytes nothing is known about but the width of its numbers. */
-bool Is_Bulk(const DICOM_List& record);
-
 /** Private creators reserve blocks (PS3.5 section 7.8.1). */
 inline bool Is_Creator(const DICOM_List& record)
 {

@@ -42,6 +42,11 @@ bool Is_Plain(std::string_view text)
     return is_plain;
 }
 
+bool Is_Plain(const Data_Set& set, const DICOM_List& record)
+{
+    return All_Pieces(set, record, [](std::string_view piece) { return Is_Plain(piece); });
+}
+
 std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set)
 {
     constexpr std::size_t Enough = 1024;

@@ -5,6 +5,8 @@
 #include "mend/healing/character_set.h"
 #include "mend/reading/tree.h"
 
+#include <algorithm>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +44,32 @@ private:
 
 /** Tells whether a text is the same in every set whose G0 is ASCII. */
 bool Is_Plain(std::string_view text);
+
+/** Tells whether `holds(piece)` for all pieces of a value, which is not held for that. */
+template <class Holds>
+bool All_Pieces(const Data_Set& set, const DICOM_List& record, Holds&& holds)
+{
+    const auto text = [](std::span<const unsigned char> bytes) {
+        return std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    };
+    const std::int64_t size = std::max<std::int64_t>(Size_Of(record), 0);
+    if (record.data != nullptr) {
+        return holds(text({record.data, static_cast<std::size_t>(size)}));
+    }
+    constexpr std::int64_t Block = std::int64_t{1} << 16;
+    Bytes block(static_cast<std::size_t>(std::min(size, Block)));
+    for (std::int64_t at = 0; at < size; at += Block) {
+        const auto wanted = static_cast<std::size_t>(std::min(size - at, Block));
+        const std::span<unsigned char> piece = std::span(block).first(wanted);
+        if (set.Read(record, at, piece) != wanted || !holds(text(piece))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** The same of the text of an element, however long it is. */
+bool Is_Plain(const Data_Set& set, const DICOM_List& record);
 
 /** The scopes of a data set, in the order of the tree. */
 std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set);

@@ -1,9 +1,11 @@
 #include "mend/healing/values.h"
 
+#include "mend/healing/forms.h"
 #include "mend/healing/multiplicity.h"
 #include "mend/healing/records.h"
 #include "mend/healing/repair.h"
 #include "mend/healing/strict.h"
+#include "mend/healing/texts.h"
 #include "mend/healing/value.h"
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
@@ -76,6 +78,18 @@ void Check_Unknown(const DICOM_List& record, const Place& place, Findings& findi
     }
 }
 
+/** A long text in plain letters, which is in form however long it is, and need not be in memory. */
+bool Is_Long_And_Sound(const Data_Set& set, const DICOM_List& record,
+                       const Character_Set& characters)
+{
+    constexpr int Long = 1 << 20;
+    return record.data == nullptr && record.size > Long && record.size % 2 == 0 &&
+           VR_Of(record) == VR_UT && characters.Is_Plain("a") && Fits_Multiplicity(record, 1) &&
+           All_Pieces(set, record, [](std::string_view piece) {
+               return Is_Plain(piece) && !Has_Control_Characters(piece, VR_UT);
+           });
+}
+
 /** The VR whose rules a value follows: terms of character sets are respelt by those who know them. */
 unsigned short Rules_Of(const DICOM_List& record)
 {
@@ -91,6 +105,9 @@ void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
     const Place place = At(record, way);
     if (Is_Bulk(record)) {
         Check_Bulk(record, place, findings);
+        return;
+    }
+    if (Is_Long_And_Sound(set, record, characters)) {
         return;
     }
     if (Size_Of(record) >= Far_Size) {

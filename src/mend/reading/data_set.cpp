@@ -3,6 +3,7 @@
 #include "mend/reading/tree.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -97,6 +98,14 @@ std::size_t Data_Set::Read(const DICOM_List& record, std::int64_t offset,
     }
     std::fill(out.begin() + static_cast<std::ptrdiff_t>(count), out.end(), '\0');
     return out.size();
+}
+
+bool Is_Bulk(const DICOM_List& record)
+{
+    constexpr int Longest_To_Look_At = 16 << 20;
+    constexpr std::array VRs = {VR_OB, VR_OD, VR_OF, VR_OL, VR_OV, VR_OW, VR_UN};
+    return record.data == nullptr && record.size > Longest_To_Look_At &&
+           std::find(VRs.begin(), VRs.end(), VR_Of(record)) != VRs.end();
 }
 
 bool Is_UID(std::string_view text)

@@ -183,6 +183,9 @@ struct Data_Set {
     bool Load(DICOM_List& record) const;
 };
 
+/** A value that may be long, and whose bytes nothing is known about but the width of its numbers. */
+bool Is_Bulk(const DICOM_List& record);
+
 /** Digits and dots, 64 at the most (PS3.5 section 9.1). */
 bool Is_UID(std::string_view text);
 

@@ -359,8 +359,8 @@ void Element_Reader::Read_Value(DICOM_List& record, const Element_Header& header
         Set_Claim(*source_, record, header.length);
     }
     const std::int64_t end = position_ + header.size + Size_Of(record);
-    // Pixel data goes to the output as it is.
-    if (levels_.size() > 1 || record.group != Pixel_Data_Tag.group) {
+    // Pixel data, and whatever nobody looks into, goes to the output as it is.
+    if (!Is_Bulk(record) && (levels_.size() > 1 || record.group != Pixel_Data_Tag.group)) {
         budget_.Take_Value(Size_Of(record));
     }
     if (budget_.Is_Spent()) {
