@@ -61,8 +61,15 @@ const DICOM_Step* Only_Comparison(const DICOM_Condition& condition)
 class Mutant_Finder {
 public:
     Mutant_Finder(Made_Set& object, DICOM_List* module)
-        : object_(object), module_(module), parts_(Part_Lines(module))
+        : object_(object), module_(module), parts_(Part_Lines(module)), witnesses_(parts_.size())
     {
+        for (const DICOM_List& node : Records(module)) {
+            const std::span<const DICOM_Rule> rules = Rule_Lines(node);
+            if (rules.size() == 1 && rules[0].part >= 0 && rules[0].is_own_level != 0 &&
+                object.Find(Tag_Of(node)) != nullptr) {
+                ++witnesses_[static_cast<std::size_t>(rules[0].part)];
+            }
+        }
     }
 
     std::vector<Mutant> Find()
@@ -75,11 +82,15 @@ public:
     }
 
 private:
-    /** Whether a rule is in force whatever else the object holds. */
+    /** Whether a rule is in force, also without one of the attributes that are there. */
     bool Is_In_Force(const DICOM_Rule& rule) const
     {
-        return rule.part < 0 || parts_[static_cast<std::size_t>(rule.part)].usage == 'M' ||
-               parts_[static_cast<std::size_t>(rule.part)].sequence != nullptr;
+        if (rule.part < 0) {
+            return true;
+        }
+        const auto index = static_cast<std::size_t>(rule.part);
+        return parts_[index].usage == 'M' || parts_[index].sequence != nullptr ||
+               witnesses_[index] > 1;
     }
     bool Is_Of_Optional_Group(const DICOM_Rule& rule) const
     {
@@ -234,6 +245,8 @@ private:
     Made_Set& object_;
     DICOM_List* module_;
     std::span<const DICOM_Part> parts_;
+    /** Attributes of each module that are there and belong to no other. */
+    std::vector<int> witnesses_;
     std::vector<Mutant> mutants_;
 };
 
