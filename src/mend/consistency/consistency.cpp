@@ -1,6 +1,7 @@
 #include "mend/consistency/consistency.h"
 
 #include "mend/consistency/rules.h"
+#include "mend/healing/records.h"
 #include "mend/reading/tree.h"
 
 #include <algorithm>
