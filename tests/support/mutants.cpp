@@ -98,6 +98,21 @@ private:
                parts_[static_cast<std::size_t>(rule.part)].usage != 'M';
     }
 
+    /** Whether a functional group is required and stands in one place: shared, or in a frame. */
+    bool Is_Only_Group(const DICOM_Part& part, Tag tag) const
+    {
+        const Made_Place top = {{&object_}, {}};
+        std::ptrdiff_t places = 0;
+        for (const Tag sequence : {Tag{0x5200, 0x9229}, Tag{0x5200, 0x9230}}) {
+            if (const Made_Element* const groups = object_.Find(sequence)) {
+                places += std::count_if(groups->items.begin(), groups->items.end(),
+                                        [&](auto& item) { return item.Find(tag) != nullptr; });
+            }
+        }
+        return part.sequence != nullptr && part.sequence->group == 0x5200 && places == 1 &&
+               Plain_Truth(part.required, top, Plain::Open) == Plain::Yes;
+    }
+
     void Look_At(const DICOM_List& node, const Made_Place& place)
     {
         const Tag tag = Tag_Of(node);
@@ -126,8 +141,11 @@ private:
             return false;
         }
         if (Is_Required(rule.type)) {
+            if (Is_Of_Optional_Group(rule)) {
+                return Is_Only_Group(parts_[static_cast<std::size_t>(rule.part)], Tag_Of(node));
+            }
             // A line outside of the modules may have made a condition of it.
-            return Is_Required(node.type) && !Is_Of_Optional_Group(rule);
+            return Is_Required(node.type);
         }
         return Is_Conditional(rule.type) &&
                Plain_Truth(rule.required, place, Plain::Open) == Plain::Yes;
