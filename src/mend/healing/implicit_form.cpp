@@ -20,6 +20,10 @@ bool Starts_Like_Item(const Data_Set& set, const DICOM_List& record)
 bool Is_Unfit(const Data_Set& set, const DICOM_List& record)
 {
     constexpr int Tag_Size = 4;
+    if (record.depth > 0 && Holds_Fragments(record)) {
+        // Those of the data set itself ask for explicit VR anyway.
+        return true;
+    }
     if (Is_Delimiter(record) || record.size < Tag_Size || !Has_Value(record)) {
         return false;
     }

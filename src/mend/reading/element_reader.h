@@ -175,7 +175,8 @@ private:
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
     int Points_Without_Item(const Element_Header& header);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
-    void Take_As_Bytes(DICOM_List& record, std::int64_t value);
+    std::int64_t End_Of_Bytes(Tag tag, std::int64_t value);
+    bool Take_As_Bytes(DICOM_List& record, std::int64_t value, unsigned char mode);
     Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
     Content Content_Of(DICOM_List& record, const Element_Header& header);
 

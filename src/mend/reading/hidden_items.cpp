@@ -215,8 +215,8 @@ bool Element_Reader::Elements_Stand_In_Items(std::int64_t at, unsigned char mode
            Judge(element, first, inside) >= needed;
 }
 
-/** Takes what stands in front of the delimitation for a value, whatever items it is in. */
-void Element_Reader::Take_As_Bytes(DICOM_List& record, std::int64_t value)
+/** Where what stands in front of a delimitation ends, whatever items it is in. */
+std::int64_t Element_Reader::End_Of_Bytes(Tag tag, std::int64_t value)
 {
     const std::int64_t limit = Top().limit;
     const unsigned char mode = Top().mode;
@@ -228,14 +228,25 @@ void Element_Reader::Take_As_Bytes(DICOM_List& record, std::int64_t value)
         item = Decode_Header(window_.At(end, Item_Header_Size), mode);
     }
     if (item.size == 0 || item.tag != Sequence_End_Tag) {
-        const std::optional<Place_Found> place = Find_Place(end, Tag_Of(record), limit);
+        const std::optional<Place_Found> place = Find_Place(end, tag, limit);
         end = place.has_value() ? place->position : limit;
+    }
+    return end;
+}
+
+/** Takes what would be no items under a defined length either for a value; false when it would be. */
+bool Element_Reader::Take_As_Bytes(DICOM_List& record, std::int64_t value, unsigned char mode)
+{
+    const std::int64_t end = End_Of_Bytes(Tag_Of(record), value);
+    if (end > value && Are_Items(window_, value, end, mode)) {
+        return false;
     }
     Set_Size(*source_, record, end - value);
     Set_Claim(*source_, record, Element_Header::Undefined);
     Report(Fault::Undefined_Length, Level::Change, record,
            "undefined length, though it is no pixel data; its " + std::to_string(end - value) +
                " bytes are kept as a value");
+    return true;
 }
 
 Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
@@ -252,9 +263,9 @@ Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
     Note_Byte_Order(record, around, mode);
     if (header.tag == Pixel_Data_Tag || is_OB) {
         const bool is_pixels = Is_Pixel_Value(header.tag);
-        if (!is_pixels && !Elements_Stand_In_Items(value, mode)) {
+        if (!is_pixels && !Elements_Stand_In_Items(value, mode) &&
+            Take_As_Bytes(record, value, mode)) {
             // Other values than pixel data are not encapsulated.
-            Take_As_Bytes(record, value);
             return {Content::Kind::Plain, header.mode};
         }
         if (is_pixels) {
