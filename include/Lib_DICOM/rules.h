@@ -126,6 +126,10 @@ struct DICOM_Part {
     DICOM_Condition required;
     /** The sequence whose item includes it; null for a module of the data set itself. */
     const DICOM_List* sequence;
+    /** Index of the part whose file includes it, -1 for none. The condition of a part in a sequence or
+     *  inside another part is one of the item in hand, but for functional groups; that of all others is
+     *  one of the top level. */
+    int outer;
 };
 
 /**

@@ -1,7 +1,7 @@
 """Compares the clauses of the definition files with the rules in the tables of facts."""
 
 from definition_maker.compose import FRAME_GROUPS, SHARED_GROUPS
-from definition_maker.macros import file_name
+from definition_maker.macros import CONDITIONAL_IN, file_name, include_condition
 from definition_maker.rules import ALWAYS
 from definition_maker.tables import join
 
@@ -48,12 +48,20 @@ def placed(lines):
         open_tags.append(line.tag)
 
 
+def macro_conditions(owner):
+    """Those that depend on the item which includes a macro."""
+    name = owner[1] if owner else ""
+    path, conditions = CONDITIONAL_IN.get(name, ("", {}))
+    return {file_name("macros", included): include_condition(name, path, included)
+            for included in conditions}
+
+
 def check_file(file, owner, rules, library, result):
     """A module or macro: its name, and the clause of each row at the place of the row."""
     lines = library.lines(file)
     result.same("names of modules and macros", file, owner and owner[1], lines[0].name)
-    result.same("includes without conditions", file, [],
-                [line.include for line in lines if line.condition])
+    result.same("conditions of included macros", file, macro_conditions(owner),
+                {line.include: line.condition for line in lines if line.condition})
     written = clauses_of(lines)
     for key, same in (rules.of(*owner) if owner else {}).items():
         clauses = written.pop(key, [])

@@ -3,6 +3,7 @@
 from collections import OrderedDict, defaultdict
 from dataclasses import replace
 
+from definition_maker.clauses import parse_include_condition
 from definition_maker.grammar import Block, Entry, Include, lower
 from definition_maker.tables import join
 
@@ -15,12 +16,29 @@ SHORT_FORMS = {
 # Macros whose includes hold for some items only: by Value Type (PS3.3 C.17.3.2), by the way a
 # content item relates to its parent (C.17.3.2.4). What they ask for is not asked of every item.
 CONDITIONAL_IN = {
-    "Document Content": "",
-    "Document Relationship": "0040,A730",
+    "Document Content": ("", {
+        "3D Spatial Coordinates": '(0040,A040) = "SCOORD3D"',
+        "Code": '(0040,A040) = "CODE"',
+        "Composite Object Reference": '(0040,A040) = "COMPOSITE"|"IMAGE"|"WAVEFORM"',
+        "Container": '(0040,A040) = "CONTAINER"',
+        "Image Reference": '(0040,A040) = "IMAGE"',
+        "Numeric Measurement": '(0040,A040) = "NUM"',
+        "Spatial Coordinates": '(0040,A040) = "SCOORD"',
+        "Waveform Reference": '(0040,A040) = "WAVEFORM"',
+    }),
+    "Document Relationship": ("0040,A730", {
+        "Document Content": "not (0040,DB73) present",
+    }),
 }
 
 # What is asked of a directory record depends on its type (PS3.3 F.4).
 RECORD_SUFFIX = " Directory Record"
+
+
+def include_condition(macro, path, included):
+    """When a macro includes another one, parsed; None for always."""
+    at, conditions = CONDITIONAL_IN.get(macro, (None, {}))
+    return parse_include_condition("if " + conditions[included]) if at == path else None
 
 
 def file_name(folder, name):
@@ -80,8 +98,9 @@ class Macro_Book:
                 block.remarks.append(f"The items nest without end, by the {included} Macro; "
                                      "they are opened once.")
             elif at == path:
-                usage = "C" if CONDITIONAL_IN.get(macro.name) == path else "M"
-                block.includes.append(self.include(included, usage))
+                condition = include_condition(macro.name, path, included)
+                block.includes.append(self.include(included, "C" if condition else "M",
+                                                   condition=condition))
         for row in by_path.get(path, ()):
             block.entries.append(entry_of(row, self._block_at(row.place, macro, by_path)))
         return block

@@ -190,8 +190,8 @@ const DICOM_List* Node_At(DICOM_List* module, const Path& way, Tag tag)
     for (const Path_Step& step : way) {
         const DICOM_List* const node = Find_Record(nodes, step.sequence);
         // Content items hold content items: their lines stand in the list once.
-        const bool nests = node != nullptr && step.sequence == Tag{0x0040, 0xA730} &&
-                           &step != way.data() && Item_Of(*node, 0) == nullptr;
+        const bool nests = step.sequence == Tag{0x0040, 0xA730} && &step != way.data() &&
+                           (node == nullptr || Item_Of(*node, 0) == nullptr);
         nodes = nests ? nodes : node != nullptr ? Item_Of(*node, 0) : nullptr;
     }
     return Find_Record(nodes, tag);

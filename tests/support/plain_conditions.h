@@ -50,6 +50,19 @@ void For_Each_Line(DICOM_List* nodes, Made_Place& place, const Visit& visit)
             place.way.pop_back();
         }
     }
+    // Content items hold content items: their lines stand in the list once.
+    constexpr lib_mend::Tag Content = {0x0040, 0xA730};
+    const bool nests = !place.way.empty() && place.way.back().sequence == Content &&
+                       lib_mend::Find_Record(nodes, Content) == nullptr;
+    const auto inner = place.Here().elements.find(Content);
+    for (std::size_t i = 0;
+         nests && inner != place.Here().elements.end() && i < inner->second.items.size(); ++i) {
+        place.levels.push_back(&inner->second.items[i]);
+        place.way.push_back({Content, static_cast<int>(i)});
+        For_Each_Line(nodes, place, visit);
+        place.levels.pop_back();
+        place.way.pop_back();
+    }
 }
 
 #endif

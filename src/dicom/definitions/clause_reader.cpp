@@ -118,7 +118,8 @@ DICOM_Item_Count Clause_Reader::Read_Items()
     count.min = number();
     count.max = !cursor_.Take_Sign("..") ? count.min : cursor_.Take('*') ? -1 : number();
     if (count.min < 0 || (count.max != -1 && count.max < count.min)) {
-        throw Definition_Fault{This_Unit, column, "no sequence has so many items"};
+        throw Definition_Fault{This_Unit, column,
+                               "the numbers of items begin at 0 and do not descend"};
     }
     count.when = Read_When();
     return count;

@@ -298,8 +298,9 @@ void Module_Reader::Read_Include(Line_Cursor& cursor, const Scope& scope, int de
     if (usage != "" || is_module) {
         const char* const file_name = store_.Arena().Keep(name);
         const DICOM_List* const sequence = depth == depth_ ? nullptr : Open_Record(depth - 1);
-        inner.part = rules_.Open(
-            {file_name, file_name, is_optional ? usage.front() : 'M', required, sequence}, depth);
+        inner.part = rules_.Open({file_name, file_name, is_optional ? usage.front() : 'M', required,
+                                  sequence, scope.part.index},
+                                 depth);
     }
     Include(name, *file, inner);
 }
@@ -325,6 +326,7 @@ Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor, boo
     }
     Read_Mark(cursor, line);
     if (!cursor.At_End()) {
+        line.clause_column = cursor.Column();
         line.clauses = Read_Clauses(cursor, is_kept, line.mark != 0);
     }
     return line;
@@ -386,6 +388,21 @@ unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_
     return vr;
 }
 
+void Module_Reader::Check_Clauses(const Attribute_Line& line, unsigned short vr,
+                                  const DICOM_List* record)
+{
+    const unsigned short type = line.type.value_or(record != nullptr ? record->type : 0);
+    if (line.clauses.required.step_count != 0 && type != Type_1C && type != Type_2C) {
+        throw Definition_Fault{This_Unit, line.clause_column,
+                               "a condition belongs to type 1C or 2C"};
+    }
+    if (vr == VR_SQ ? line.clauses.value_set_count != 0 : line.clauses.item_count_count != 0) {
+        throw Definition_Fault{This_Unit, line.clause_column,
+                               "an attribute of VR " + VR_Text(vr) +
+                                   (vr == VR_SQ ? " has no values" : " has no items")};
+    }
+}
+
 void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth)
 {
     const Attribute_Line line = Take_Apart(cursor, scope.is_kept);
@@ -402,6 +419,7 @@ void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int 
     } catch (const Value_Fault& fault) {
         throw Definition_Fault{fault.place, line.value_column, fault.text};
     }
+    Check_Clauses(line, vr, record);
     // Nothing is changed before the whole line is known to be right.
     const auto type = is_optional ? Optional_Type(line.type, record) : line.type;
     if (record == nullptr) {

@@ -65,6 +65,7 @@ private:
         std::size_t tag_column = 0;
         std::size_t vr_column = 0;
         std::size_t value_column = 0;
+        std::size_t clause_column = 0;
     };
     /** A record by the sequence around it, null at the top, and its tag. */
     struct Key {
@@ -97,6 +98,9 @@ private:
     Attribute_Line Take_Apart(Line_Cursor& cursor, bool is_kept);
     static void Read_Mark(Line_Cursor& cursor, Attribute_Line& line);
     Clauses Read_Clauses(Line_Cursor& cursor, bool is_kept, bool has_mark);
+    /** Refuses clauses that the type or the VR of the attribute has no place for. */
+    static void Check_Clauses(const Attribute_Line& line, unsigned short vr,
+                              const DICOM_List* record);
     /** The VR that a record has after a line. */
     static unsigned short Settle_VR(const Attribute_Line& line, const DICOM_List* record);
     DICOM_List* Find(const Key& key) const;

@@ -152,6 +152,18 @@ public:
         }
     }
 
+    /** Lets a step of the library put a value of a definition in. */
+    template <class Step>
+    void Apply(Step step, const DICOM_List& node)
+    {
+        DICOM_List alone = node;
+        alone.next = nullptr;
+        step(nullptr, place_.Root(), place_.List(), &alone, Value_Marks);
+        const std::string value = Value_Text(node);
+        findings_.Report(Fault::Set, Level::Change, place_.Of(node),
+                         value.empty() ? "added without a value" : "set", {{}, value});
+    }
+
 private:
     bool Replaces(const DICOM_List& node, const DICOM_List& record) const
     {
@@ -164,17 +176,6 @@ private:
         if (Item_Of(node, 0) == nullptr ? Creates_Attribute(node) : Creates_Sequence(node)) {
             Apply(&DICOM_Postproc_Step_1, node);
         }
-    }
-
-    template <class Step>
-    void Apply(Step step, const DICOM_List& node)
-    {
-        DICOM_List alone = node;
-        alone.next = nullptr;
-        step(nullptr, place_.Root(), place_.List(), &alone, Value_Marks);
-        const std::string value = Value_Text(node);
-        findings_.Report(Fault::Set, Level::Change, place_.Of(node),
-                         value.empty() ? "added without a value" : "set", {{}, value});
     }
 
     static std::string Value_Text(const DICOM_List& node)
@@ -196,7 +197,8 @@ private:
 class Empty_Adder {
 public:
     Empty_Adder(Place_In_Set& place, DICOM_List* module, Findings& findings)
-        : place_(place), object_(place.Set()), judge_(object_, module, false), findings_(findings)
+        : place_(place), object_(place.Set()), judge_(object_, module, false),
+          merger_(place, findings), findings_(findings)
     {
     }
 
@@ -221,7 +223,10 @@ private:
     void Add_Absent(DICOM_List& node)
     {
         const Judge::Demand demand = judge_.Demand_For(node, node.group);
-        if (demand.type == Type_2 || demand.type == Type_2C) {
+        if (demand.type != 0 && Has_Mark(node, DICOM_Mark_Default)) {
+            // The condition holds, so that the default stands in for what is required.
+            merger_.Apply(&DICOM_Postproc_Step_1, node);
+        } else if (demand.type == Type_2 || demand.type == Type_2C) {
             DICOM_Module_Add(nullptr, place_.Root(), place_.List(), &node, nullptr);
             findings_.Report(Fault::Set, Level::Change, place_.Of(node),
                              "added without a value" + (demand.reason.empty()
@@ -234,6 +239,7 @@ private:
     /** The data set as it was before: what is added has no value that decides anything. */
     Object object_;
     Judge judge_;
+    Merger merger_;
     Findings& findings_;
 };
 

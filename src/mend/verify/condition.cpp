@@ -305,7 +305,7 @@ std::string Conditions::Describe(const DICOM_Step& step, Truth truth, unsigned s
     const std::string name =
         (step.value_number != 0 ? "value " + std::to_string(step.value_number) + " of "
                                 : std::string()) +
-        Spoken_Name(tag);
+        Spoken_Name(tag) + (step.up != 0 ? " of the item around" : "");
     switch (step.kind) {
     case DICOM_Step::Present:
         return name + is + "there";

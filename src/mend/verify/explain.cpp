@@ -4,6 +4,8 @@
 #include "mend/verify/module_walk.h"
 #include "mend/verify/verify.h"
 
+#include <algorithm>
+
 namespace lib_mend {
 
 namespace {
@@ -50,12 +52,16 @@ private:
     /** ": true, since ..." */
     std::string Verdict_Text(const DICOM_Condition& condition, unsigned short group)
     {
-        const Truth truth = judge_.Evaluator().Evaluate(condition, group).truth;
+        const Verdict verdict = judge_.Evaluator().Evaluate(condition, group);
+        const Truth truth = verdict.truth;
         const std::string reason = judge_.Evaluator().Reason(condition, group);
         const std::string word = truth == Truth::True    ? "true"
                                  : truth == Truth::False ? "false"
                                                          : "cannot be decided";
         return Words(condition) + ": " + word +
+               (verdict.lacks_operand ? ", but something that it compares is absent, and nothing "
+                                        "is concluded from that"
+                                      : "") +
                (reason.empty() || truth == Truth::Unknown ? "" : ", since " + reason);
     }
     std::string When(const DICOM_Condition& condition, unsigned short group)
@@ -71,7 +77,10 @@ private:
         text_ += rule.type != 0 ? ", type " + Type_Text(rule.type) : "";
         text_ += " (" + std::string(rule.file) + ":" + std::to_string(rule.line) + ")\n";
         if (part != nullptr && part->required.step_count != 0) {
-            text_ += "    the module is required if " + Verdict_Text(part->required, 0) + "\n";
+            constexpr const char* Words_Of_Truth[] = {"false", "cannot be decided", "true"};
+            const Truth truth = judge_.Modules().Required(*part, group);
+            text_ += "    it is included if " + Words(part->required) + ": " +
+                     Words_Of_Truth[static_cast<int>(truth)] + "\n";
         }
         Requirement(rule, group);
         for (int i = 0; i < rule.value_set_count; ++i) {
@@ -118,7 +127,12 @@ private:
     {
         Findings findings;
         judge_.Check(node, record, group, findings);
-        if (findings.All().empty()) {
+        const std::span<const DICOM_Rule> rules = Rules_Of(node);
+        if (std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
+                return judge_.Modules().Is_Missing(rule);
+            })) {
+            text_ += "  reported: its module is missing as a whole\n";
+        } else if (findings.All().empty()) {
             text_ += "  nothing is reported\n";
         }
         for (const Finding& finding : findings.All()) {

@@ -67,11 +67,11 @@ Judge::Demand Judge::Conditional_Demand(const DICOM_Rule& rule, unsigned short g
     if (says_modules_ && parts_.Is_Missing(rule)) {
         return {};
     }
-    if (const DICOM_Part* const part = parts_.Required_Part(rule)) {
-        return {rule.type, conditions_.Reason(part->required, 0)};
+    if (const DICOM_Part* const part = parts_.Required_Part(rule, group)) {
+        return {rule.type, conditions_.Reason(part->required, group)};
     }
     if (!Is_Conditional(rule.type) || rule.required.step_count == 0 ||
-        parts_.Applies(rule) != Truth::True || !Holds(rule.required, group)) {
+        parts_.Applies(rule, group) != Truth::True || !Holds(rule.required, group)) {
         return {};
     }
     return {rule.type, conditions_.Reason(rule.required, group)};
@@ -116,8 +116,10 @@ void Judge::Check_Allowed(const DICOM_List& node, const DICOM_List& record, Find
     if (by == nullptr) {
         return;
     }
-    const std::string reason = conditions_.Reason(
-        by->otherwise == DICOM_Rule::Limited ? by->allowed : by->required, record.group);
+    std::string reason = conditions_.Reason(by->required, record.group);
+    if (by->otherwise == DICOM_Rule::Limited) {
+        reason += " and " + conditions_.Reason(by->allowed, record.group);
+    }
     const bool is_forbidden = ban == Ban::Forbidden;
     findings.Report(is_forbidden ? Fault::Not_Allowed : Fault::Not_Expected, Level::Kept,
                     At(record, object_.Way()),
@@ -202,11 +204,12 @@ void Judge::Check_Present(const DICOM_List& node, const DICOM_List& record, Find
     Check_Allowed(node, record, findings);
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
     const bool is_asked = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
-        return parts_.Applies(rule) == Truth::True;
+        return parts_.Applies(rule, record.group) == Truth::True;
     });
     for (const DICOM_Rule& rule : rules) {
-        // An optional module says nothing of what another one has put there.
-        if (is_asked && parts_.Applies(rule) != Truth::True) {
+        // A module that need not be there says nothing of what another one may have put there.
+        const bool is_certain = parts_.Applies(rule, record.group) == Truth::True;
+        if (!is_certain && (is_asked || rules.size() > 1)) {
             continue;
         }
         if (rule.value_set_count != 0) {

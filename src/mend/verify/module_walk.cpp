@@ -2,23 +2,9 @@
 
 #include "mend/reading/tree.h"
 
-namespace lib_mend {
+#include <utility>
 
-std::vector<unsigned short> Module_Walk::Repetitions(unsigned short group) const
-{
-    // PS3.5 section 7.6: sixteen groups, of even number.
-    constexpr unsigned short Last = 0x001E;
-    std::vector<unsigned short> groups;
-    for (unsigned short more = 0; more <= Last; more += 2) {
-        if (object_.Has_Group(static_cast<unsigned short>(group + more))) {
-            groups.push_back(static_cast<unsigned short>(group + more));
-        }
-    }
-    if (groups.empty()) {
-        groups.push_back(group);
-    }
-    return groups;
-}
+namespace lib_mend {
 
 const DICOM_List* Module_Walk::Next()
 {
@@ -26,9 +12,9 @@ const DICOM_List* Module_Walk::Next()
         Level& level = levels_.back();
         if (level.sequence != nullptr) {
             Next_Item();
-        } else if (level.node == nullptr) {
+        } else if (level.node == nullptr && !Nests(level)) {
             Leave();
-        } else {
+        } else if (level.node != nullptr) {
             const DICOM_List* const node = level.node;
             level.node = node->next;
             return node;
@@ -37,26 +23,36 @@ const DICOM_List* Module_Walk::Next()
     return nullptr;
 }
 
+bool Module_Walk::Nests(Level& level)
+{
+    // Content items hold content items (PS3.3 section C.17.3): their lines stand in the list once.
+    constexpr Tag Content_Sequence = {0x0040, 0xA730};
+    const Path& way = object_.Way();
+    const bool is_content = !way.empty() && way.back().sequence == Content_Sequence;
+    const DICOM_List* const record = is_content && !std::exchange(level.has_nested, true)
+                                         ? object_.Find(Content_Sequence)
+                                         : nullptr;
+    const DICOM_List* const node = Find_Record(level.nodes, Content_Sequence);
+    if (record == nullptr || !Holds_Items(*record) ||
+        (node != nullptr && Item_Of(*node, 0) != nullptr)) {
+        return false;
+    }
+    level.inner = level.nodes;
+    level.sequence = record;
+    level.item = 0;
+    return true;
+}
+
 const DICOM_List* Module_Walk::Open(const DICOM_List& node)
 {
     const DICOM_List* const record = object_.Find(Tag_Of(node));
-    DICOM_List* const inner = Inner_Nodes(node);
+    DICOM_List* const inner = Item_Of(node, 0);
     if (record != nullptr && inner != nullptr && Holds_Items(*record)) {
         levels_.back().inner = inner;
         levels_.back().sequence = record;
         levels_.back().item = 0;
     }
     return record;
-}
-
-DICOM_List* Module_Walk::Inner_Nodes(const DICOM_List& node) const
-{
-    // Content items hold content items (PS3.3 section C.17.3): their lines stand in the list once.
-    constexpr Tag Content_Sequence = {0x0040, 0xA730};
-    const Path& way = object_.Way();
-    const bool nests_in_itself =
-        Tag_Of(node) == Content_Sequence && !way.empty() && way.back().sequence == Content_Sequence;
-    return Item_Of(node, 0) == nullptr && nests_in_itself ? levels_.back().nodes : Item_Of(node, 0);
 }
 
 void Module_Walk::Next_Item()

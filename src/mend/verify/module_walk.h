@@ -25,11 +25,11 @@ public:
     void Run(Visit&& visit)
     {
         while (const DICOM_List* const node = Next()) {
-            if (!Repeats(node->group)) {
+            if (!Object::Repeats(node->group)) {
                 visit(*node, Open(*node), node->group);
                 continue;
             }
-            for (const unsigned short group : Repetitions(node->group)) {
+            for (const unsigned short group : object_.Repetitions(node->group)) {
                 visit(*node, object_.Find({group, node->element}), group);
             }
         }
@@ -44,18 +44,14 @@ private:
         const DICOM_List* sequence = nullptr;
         DICOM_List* inner = nullptr;
         int item = 0;
+        bool has_nested = false;
     };
 
-    static bool Repeats(unsigned short group)
-    {
-        return group == 0x5000 || group == 0x6000;
-    }
-    /** The groups of the item in hand that a group stands for; the group itself when there is none. */
-    std::vector<unsigned short> Repetitions(unsigned short group) const;
     const DICOM_List* Next();
     /** The element of a record of the list; its items come next. */
     const DICOM_List* Open(const DICOM_List& node);
-    DICOM_List* Inner_Nodes(const DICOM_List& node) const;
+    /** Turns to the items of an item that hold what it holds itself, once. */
+    bool Nests(Level& level);
     void Next_Item();
     void Leave();
 

@@ -83,6 +83,22 @@ bool Object::Has_Group(unsigned short group) const
     return found != by_tag.end() && found->first.group == group;
 }
 
+std::vector<unsigned short> Object::Repetitions(unsigned short group) const
+{
+    // Sixteen of even number.
+    constexpr unsigned short Last = 0x001E;
+    std::vector<unsigned short> groups;
+    for (unsigned short more = 0; more <= Last; more += 2) {
+        if (Has_Group(static_cast<unsigned short>(group + more))) {
+            groups.push_back(static_cast<unsigned short>(group + more));
+        }
+    }
+    if (groups.empty()) {
+        groups.push_back(group);
+    }
+    return groups;
+}
+
 Object::Group_Index Object::Index_Of(DICOM_List* item)
 {
     Group_Index index;

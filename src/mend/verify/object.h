@@ -45,6 +45,13 @@ public:
     }
     /** Tells whether the item in hand holds an element of a group. */
     bool Has_Group(unsigned short group) const;
+    /** Groups that repeat (PS3.5 section 7.6): definitions describe the first. */
+    static bool Repeats(unsigned short group)
+    {
+        return group == 0x5000 || group == 0x6000;
+    }
+    /** The groups of the item in hand that one stands for; the group itself when there is none. */
+    std::vector<unsigned short> Repetitions(unsigned short group) const;
     const std::string& SOP_Class() const
     {
         return sop_class_;

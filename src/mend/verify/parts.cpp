@@ -15,6 +15,12 @@ bool Is_Functional_Group(const DICOM_Part& part)
                                         Tag_Of(*part.sequence) == Frame_Groups_Tag);
 }
 
+/** A macro that is included for some items of a module, and judged in each of them. */
+bool Is_Inside(const DICOM_Part& part)
+{
+    return (part.sequence != nullptr || part.outer >= 0) && !Is_Functional_Group(part);
+}
+
 bool Is_Required_Type(unsigned short type)
 {
     return type == Type_1 || type == Type_2;
@@ -58,55 +64,95 @@ Parts::Parts(Object& object, Conditions& conditions, DICOM_List* module)
     const int count = DICOM_Module_Parts(module, &first);
     parts_ = {first, static_cast<std::size_t>(count)};
     states_.resize(parts_.size());
-    for (const DICOM_List& node : Records(module)) {
-        Look_At(node);
-    }
     for (std::size_t i = 0; i < parts_.size(); ++i) {
         const DICOM_Part& part = parts_[i];
         states_[i].required = part.usage == 'M'   ? Truth::True
                               : part.usage == 'U' ? Truth::False
                                                   : conditions_.Evaluate(part.required, 0).truth;
     }
+    for (const DICOM_List& node : Records(module)) {
+        Look_At(node);
+    }
+}
+
+const DICOM_List* Parts::Find_Repeated(const DICOM_List& node) const
+{
+    const std::vector<unsigned short> groups = object_.Repetitions(node.group);
+    for (const unsigned short group : groups) {
+        if (const DICOM_List* const record = object_.Find({group, node.element})) {
+            return record;
+        }
+    }
+    return nullptr;
+}
+
+bool Parts::Is_Possible(const DICOM_Rule& rule) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    return part == nullptr || part->usage != 'C' || State_Of(*part).required != Truth::False;
+}
+
+int Parts::Possible_Modules(std::span<const DICOM_Rule> rules) const
+{
+    return static_cast<int>(std::count_if(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
+        return rule.part >= 0 && Is_Possible(rule);
+    }));
 }
 
 void Parts::Look_At(const DICOM_List& node)
 {
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
-    const DICOM_List* const record = object_.Find(Tag_Of(node));
-    const auto modules =
-        std::count_if(rules.begin(), rules.end(), [](auto& rule) { return rule.part >= 0; });
+    const DICOM_List* const record =
+        Object::Repeats(node.group) ? Find_Repeated(node) : object_.Find(Tag_Of(node));
+    const int modules = record != nullptr ? Possible_Modules(rules) : 0;
+    const bool is_alone = std::count_if(rules.begin(), rules.end(),
+                                        [](const DICOM_Rule& rule) { return rule.part >= 0; }) == 1;
     for (const DICOM_Rule& rule : rules) {
         if (rule.part < 0 || rule.is_own_level == 0) {
             continue;
         }
-        State& state = states_[static_cast<std::size_t>(rule.part)];
-        state.is_there = state.is_there || record != nullptr;
-        state.asks = state.asks || (Is_Required_Type(rule.type) && modules == 1);
-        if (record != nullptr && modules == 1 && state.own == nullptr) {
-            state.own = record;
+        // What a macro brings belongs to the module around it.
+        for (int part = rule.part; part >= 0; part = parts_[static_cast<std::size_t>(part)].outer) {
+            State& state = states_[static_cast<std::size_t>(part)];
+            state.is_there = state.is_there || record != nullptr;
+            state.asks =
+                state.asks || (part == rule.part && is_alone && Is_Required_Type(rule.type));
+            const bool is_own = is_alone || (modules == 1 && Is_Possible(rule));
+            if (record != nullptr && is_own && state.own == nullptr) {
+                state.own = record;
+            }
         }
     }
 }
 
-Truth Parts::Applies(const DICOM_Rule& rule) const
+Truth Parts::Required(const DICOM_Part& part, unsigned short group)
 {
-    const DICOM_Part* const part = Part_Of(rule);
-    if (part == nullptr || part->usage == 'M' || part->sequence != nullptr) {
-        return Truth::True;
-    }
-    const State& state = states_[static_cast<std::size_t>(rule.part)];
-    if (state.own != nullptr || state.required == Truth::True) {
-        return Truth::True;
-    }
-    return state.required;
+    return Is_Inside(part) && part.usage == 'C' ? conditions_.Evaluate(part.required, group).truth
+                                                : State_Of(part).required;
 }
 
-const DICOM_Part* Parts::Required_Part(const DICOM_Rule& rule) const
+Truth Parts::Applies(const DICOM_Rule& rule, unsigned short group)
 {
     const DICOM_Part* const part = Part_Of(rule);
-    const bool is_conditional = part != nullptr && part->usage == 'C' && part->sequence == nullptr;
+    if (part == nullptr || part->usage == 'M' || Is_Functional_Group(*part)) {
+        return Truth::True;
+    }
+    if (Is_Inside(*part)) {
+        // One without a condition tells by its own rules, and what is nested is there by its sequence.
+        const bool is_asked = part->required.step_count != 0 && rule.is_own_level != 0;
+        return is_asked ? Required(*part, group) : Truth::True;
+    }
+    const State& state = State_Of(*part);
+    return state.own != nullptr ? Truth::True : state.required;
+}
+
+const DICOM_Part* Parts::Required_Part(const DICOM_Rule& rule, unsigned short group)
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    const bool is_conditional = part != nullptr && part->usage == 'C' &&
+                                part->required.step_count != 0 && !Is_Functional_Group(*part);
     return is_conditional && rule.is_own_level != 0 && Is_Required_Type(rule.type) &&
-                   states_[static_cast<std::size_t>(rule.part)].required == Truth::True
+                   Required(*part, group) == Truth::True
                ? part
                : nullptr;
 }
@@ -114,17 +160,17 @@ const DICOM_Part* Parts::Required_Part(const DICOM_Rule& rule) const
 bool Parts::Is_Missing(const DICOM_Rule& rule) const
 {
     const DICOM_Part* const part = Part_Of(rule);
-    if (part == nullptr || part->sequence != nullptr) {
+    if (part == nullptr || part->sequence != nullptr || Is_Inside(*part)) {
         return false;
     }
-    const State& state = states_[static_cast<std::size_t>(rule.part)];
+    const State& state = State_Of(*part);
     return state.asks && !state.is_there && state.required == Truth::True;
 }
 
 void Parts::Report(Findings& findings)
 {
     for (std::size_t i = 0; i < parts_.size(); ++i) {
-        if (parts_[i].sequence == nullptr) {
+        if (parts_[i].sequence == nullptr && parts_[i].outer < 0) {
             Report_Module(parts_[i], states_[i], findings);
         }
     }
@@ -159,10 +205,14 @@ void Parts::Report_Groups(Findings& findings)
         const DICOM_Part& part = parts_[i];
         // A group is included in both sequences; it is said once.
         const auto group = Is_Functional_Group(part) ? tags.find(part.file) : tags.end();
-        if (group != tags.end() && states_[i].required == Truth::True && part.usage == 'C') {
-            Report_Group(part, group->second, findings);
-            tags.erase(group);
+        if (group == tags.end()) {
+            continue;
         }
+        if (states_[i].required == Truth::True && part.usage == 'C') {
+            Report_Group(part, group->second, findings);
+        }
+        Report_Both(part, group->second, findings);
+        tags.erase(group);
     }
 }
 
@@ -188,6 +238,23 @@ void Parts::Report_Group(const DICOM_Part& part, const std::vector<Tag>& tags, F
     findings.Report(Fault::Functional_Group, Level::Kept, {true, tags.front(), VR_SQ},
                     "the " + std::string(part.name) + " functional group" + where +
                         (reason.empty() ? "" : ", required since " + reason));
+}
+
+void Parts::Report_Both(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings)
+{
+    const DICOM_List* const shared = object_.Find(Shared_Groups_Tag);
+    const DICOM_List* const frames = object_.Find(Frame_Groups_Tag);
+    if (shared == nullptr || frames == nullptr || !Holds_Any(Item_Of(*shared, 0), tags)) {
+        return;
+    }
+    for (int i = 0; Item_Of(*frames, i) != nullptr; ++i) {
+        if (Holds_Any(Item_Of(*frames, i), tags)) {
+            findings.Report(Fault::Functional_Group, Level::Kept, {true, tags.front(), VR_SQ},
+                            "the " + std::string(part.name) +
+                                " functional group is both shared and in frames");
+            return;
+        }
+    }
 }
 
 }  // namespace lib_mend

@@ -24,13 +24,15 @@ public:
     {
         return rule.part >= 0 ? &parts_[static_cast<std::size_t>(rule.part)] : nullptr;
     }
-    /** Whether what a rule asks for is asked of this object. */
-    Truth Applies(const DICOM_Rule& rule) const;
+    /** Whether what a rule asks for is asked of the item in hand. */
+    Truth Applies(const DICOM_Rule& rule, unsigned short group);
     /**
-     * A module of usage C that is required: its own attributes of type 1 and 2 are, though the list
-     * has them as 1C and 2C. Null for all others.
+     * A module or macro of usage C that is required: its own attributes of type 1 and 2 are, though the
+     * list has them as 1C and 2C. Null for all others.
      */
-    const DICOM_Part* Required_Part(const DICOM_Rule& rule) const;
+    const DICOM_Part* Required_Part(const DICOM_Rule& rule, unsigned short group);
+    /** Whether a part of usage C is required; one of a functional group by the top level. */
+    Truth Required(const DICOM_Part& part, unsigned short group);
     /** A module that is required and of which nothing is there is said as a whole. */
     bool Is_Missing(const DICOM_Rule& rule) const;
 
@@ -52,6 +54,16 @@ private:
     };
 
     void Look_At(const DICOM_List& node);
+    const DICOM_List* Find_Repeated(const DICOM_List& node) const;
+    /** Nothing rules the module of a rule out. */
+    bool Is_Possible(const DICOM_Rule& rule) const;
+    /** Modules that may have put an attribute there. */
+    int Possible_Modules(std::span<const DICOM_Rule> rules) const;
+    void Report_Both(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings);
+    const State& State_Of(const DICOM_Part& part) const
+    {
+        return states_[static_cast<std::size_t>(&part - parts_.data())];
+    }
     void Report_Module(const DICOM_Part& part, const State& state, Findings& findings);
     void Report_Groups(Findings& findings);
     void Report_Group(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings);
