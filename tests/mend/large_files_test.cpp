@@ -223,12 +223,15 @@ TEST_F(Large_Files, values_and_places_beyond_32_bits)
          "which no length of 32 bits can tell; so large an image is stored in fragments, "
          "compressed or not (PS3.5 sections A.4 and A.4.11), or in several files\n",
          false},
-        {"low bits of its length, and damage behind it", Native_Syntax, 5,
+        {"low bits of its length, and damage behind it",
+         Native_Syntax,
+         5,
          {{Header(0x0010, "OB", 5 * GiB) + "first", 5 * GiB - 9}, {"last????????????" + Tail()}},
          "error value-length (7fe0,0010) the length is 1073741824, but 5368709120 bytes fit what "
          "follows, which no length of 32 bits can tell; so large an image is stored in fragments, "
          "compressed or not (PS3.5 sections A.4 and A.4.11), or in several files\n"
-         "error garbage (0000,0000) 12 bytes from 5368709532 on are no elements; they are skipped\n",
+         "error garbage (0000,0000) 12 bytes from 5368709532 on are no elements; they are "
+         "skipped\n",
          false},
         {"20 GB in fragments", JPEG, 20,
          Joined({{{Tables(offsets, twenty) + Pixels("")}}, Fragments(twenty)}), ""},
