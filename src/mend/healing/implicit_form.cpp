@@ -17,9 +17,19 @@ bool Starts_Like_Item(const Data_Set& set, const DICOM_List& record)
            Get_UShort(Little_Endian, first.data() + 2) == Item_Tag.element;
 }
 
+/** In the place of a group length, where readers without a VR take anything for one. */
+bool Passes_For_Group_Length(const DICOM_List& record)
+{
+    return record.element == 0x0000 && record.vr != 0 && record.vr != VR_UL &&
+           !Is_Group_Length(record);
+}
+
 bool Is_Unfit(const Data_Set& set, const DICOM_List& record)
 {
     constexpr int Tag_Size = 4;
+    if (Passes_For_Group_Length(record)) {
+        return true;
+    }
     if (record.depth > 0 && Holds_Fragments(record)) {
         // Those of the data set itself ask for explicit VR anyway.
         return true;
@@ -32,6 +42,11 @@ bool Is_Unfit(const Data_Set& set, const DICOM_List& record)
 }
 
 }  // namespace
+
+std::string Mistaken_For(const DICOM_List& unfit)
+{
+    return Passes_For_Group_Length(unfit) ? "a group length" : "items";
+}
 
 DICOM_List* Find_Unfit_For_Implicit(const Data_Set& set, Path& way)
 {
@@ -52,8 +67,8 @@ void Check_Implicit_Form(const Data_Set& set, Findings& findings)
         set.encoding.explicit_vr ? nullptr : Find_Unfit_For_Implicit(set, way);
     if (record != nullptr) {
         findings.Report(Fault::Transfer_Syntax, Level::Change, At(*record, way),
-                        "implicit VR cannot carry these bytes, which would be taken for items; the "
-                        "data set is written in explicit VR");
+                        "implicit VR cannot carry these bytes, which would be taken for " +
+                            Mistaken_For(*record) + "; the data set is written in explicit VR");
     }
 }
 

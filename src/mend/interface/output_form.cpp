@@ -32,7 +32,7 @@ Encoding Wanted_Encoding(const Data_Set& set, Output_Syntax syntax)
     return encoding;
 }
 
-/** The encoding that is wanted, or explicit VR where implicit VR would make items of a value. */
+/** The encoding that is wanted, or explicit VR where implicit VR cannot carry a value. */
 Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax, Findings& findings)
 {
     Encoding encoding = Wanted_Encoding(set, syntax);
@@ -45,8 +45,8 @@ Encoding Output_Encoding(const Data_Set& set, Output_Syntax syntax, Findings& fi
     encoding.explicit_vr = true;
     if (set.encoding.explicit_vr) {
         findings.Report(Fault::Transfer_Syntax, Level::Kept, At(*unfit, way),
-                        "implicit VR cannot carry these bytes, which would be taken for items; the "
-                        "data set stays in explicit VR");
+                        "implicit VR cannot carry these bytes, which would be taken for " +
+                            Mistaken_For(*unfit) + "; the data set stays in explicit VR");
     }
     return encoding;
 }

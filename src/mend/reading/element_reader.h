@@ -177,6 +177,7 @@ private:
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
     std::int64_t End_Of_Bytes(Tag tag, std::int64_t value);
     bool Take_As_Bytes(DICOM_List& record, std::int64_t value, unsigned char mode);
+    bool Is_Pixel_Data(DICOM_List& record);
     Content Content_Of_Undefined(DICOM_List& record, const Element_Header& header);
     Content Content_Of(DICOM_List& record, const Element_Header& header);
 
@@ -232,7 +233,7 @@ private:
     bool Is_Damaged_Item(const Element_Header& header, std::int64_t at);
     bool Fragments_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     std::int64_t Find_Fragment_End(std::int64_t from);
-    void Supply_Offset_Table(const Element_Header& header);
+    void Supply_Offset_Table(std::int64_t content, std::int64_t end);
     void Read_Fragment(const Element_Header& header);
     void Report_Fragment_End(const DICOM_List& record, const Element_Header& header,
                              std::int64_t claimed, std::int64_t end);
@@ -330,6 +331,8 @@ private:
     std::int64_t damaged_to_ = -1;
     /** Sequences whose tags are lost. */
     int lost_sequences_ = 0;
+    /** Each of them looks through its list. */
+    int damaged_pixel_tags_ = 0;
 
     static constexpr std::int64_t Not_Looked_For = -2;
     static constexpr int Most_Lost_Sequences = 256;

@@ -129,30 +129,29 @@ std::int64_t Element_Reader::Find_Fragment_End(std::int64_t from)
 }
 
 /** The first item of encapsulated pixel data holds a frame: the offset table is missing. */
-void Element_Reader::Supply_Offset_Table(const Element_Header& header)
+void Element_Reader::Supply_Offset_Table(std::int64_t content, std::int64_t end)
 {
     Nesting_Level& level = Top();
-    if (level.items != 0 || header.length == 0 || header.Is_Undefined() ||
-        Tag_Of(*level.owner) != Pixel_Data_Tag) {
+    if (level.items != 0 || end == content || Tag_Of(*level.owner) != Pixel_Data_Tag) {
         return;
     }
     constexpr std::int64_t Enough = 65536;
-    const auto size = static_cast<std::size_t>(std::min(header.length, Enough));
-    const std::span<const unsigned char> bytes = window_.At(position_ + header.size, size);
+    const auto size = static_cast<std::size_t>(std::min(end - content, Enough));
+    const std::span<const unsigned char> bytes = window_.At(content, size);
     const bool is_table =
         bytes.size() >= 4 &&
         std::all_of(bytes.begin(), bytes.begin() + 4, [](unsigned char byte) { return byte == 0; });
-    const std::int64_t next = position_ + header.size + header.length;
-    const bool is_broken_table = !Is_Compressed_Frame(bytes) &&
-                                 Starts_With_Item(next, level.mode) &&
-                                 Is_Compressed_Frame(window_.At(next + Item_Header_Size, Enough));
-    if (is_table || is_broken_table || (header.length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
+    const bool is_broken_table = !Is_Compressed_Frame(bytes) && Starts_With_Item(end, level.mode) &&
+                                 Is_Compressed_Frame(window_.At(end + Item_Header_Size, Enough));
+    // As the length will be once it is even.
+    const std::int64_t length = end - content + (end - content) % 2;
+    if (is_table || is_broken_table || (length % 4 == 0 && !Is_Compressed_Frame(bytes))) {
         return;
     }
     Report(Fault::Offset_Table, Level::Change, *level.owner,
            "the item of the offset table is missing; an empty one is supplied");
     Nesting_Level item;
-    const Element_Header empty = {Item_Tag, 0, header.mode, Header_Form::Implicit, 0, 0};
+    const Element_Header empty = {Item_Tag, 0, level.mode, Header_Form::Implicit, 0, 0};
     Add_Item(level, item, empty);
     item.owner->vr_default = VR_OB;
 }
@@ -162,18 +161,18 @@ void Element_Reader::Read_Fragment(const Element_Header& header)
     if (!Spend_Element()) {
         return;
     }
-    Supply_Offset_Table(header);
     Nesting_Level& level = Top();
+    const std::int64_t content = position_ + header.size;
+    const std::int64_t claimed = header.Is_Undefined() ? level.limit + 1 : content + header.length;
+    const bool holds = claimed <= level.limit && Fragment_May_End(claimed);
+    const std::int64_t end = holds ? claimed : Find_Fragment_End(content);
+    Supply_Offset_Table(content, end);
     Nesting_Level item;
     Add_Item(level, item, header);
     DICOM_List& record = *item.owner;
     // A fragment is a value; its VR keeps it apart from the items of sequences.
     record.vr_default = VR_OB;
-    const std::int64_t content = position_ + header.size;
-    std::int64_t end = header.Is_Undefined() ? level.limit + 1 : content + header.length;
-    if (end > level.limit || !Fragment_May_End(end)) {
-        const std::int64_t claimed = end;
-        end = Find_Fragment_End(content);
+    if (!holds) {
         Report_Fragment_End(record, header, claimed, end);
     }
     Set_Size(*source_, record, end - content);
@@ -249,7 +248,7 @@ void Element_Reader::Read_Bare_Fragment(const Element_Header& header)
                " stand in no fragment; they are taken as one");
     const Element_Header bare = {Item_Tag,       0, Top().mode, Header_Form::Implicit, 0,
                                  end - position_};
-    Supply_Offset_Table(bare);
+    Supply_Offset_Table(position_, end);
     Nesting_Level item;
     Add_Item(Top(), item, bare);
     item.owner->vr_default = VR_OB;

@@ -31,7 +31,7 @@ bool May_Hide_Items(const DICOM_List& record)
 
 bool Is_Pixel_Value(Tag tag)
 {
-    return tag.group == 0x7FE0;
+    return tag.group == Pixel_Data_Tag.group;
 }
 
 }  // namespace
@@ -249,6 +249,26 @@ bool Element_Reader::Take_As_Bytes(DICOM_List& record, std::int64_t value, unsig
     return true;
 }
 
+/** Fragments under a tag that nobody knows are pixel data with a damaged tag, where there is no other. */
+bool Element_Reader::Is_Pixel_Data(DICOM_List& record)
+{
+    constexpr int Most = 16;
+    if (Tag_Of(record) == Pixel_Data_Tag) {
+        return true;
+    }
+    const bool may_be =
+        Is_Pixel_Value(Tag_Of(record)) && record.dict == nullptr && damaged_pixel_tags_ < Most;
+    if (!may_be || Find_Record(Top().head, Pixel_Data_Tag) != nullptr) {
+        return false;
+    }
+    ++damaged_pixel_tags_;
+    Report(Fault::Header, Level::Change, record,
+           "holds fragments, as only pixel data does, and is taken for it");
+    record.element = Pixel_Data_Tag.element;
+    record.dict = NEMA_db_Locate(record.group, record.element);
+    return true;
+}
+
 Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
                                                              const Element_Header& header)
 {
@@ -262,7 +282,7 @@ Element_Reader::Content Element_Reader::Content_Of_Undefined(DICOM_List& record,
     mode = Mode_Of_Items(value, around);
     Note_Byte_Order(record, around, mode);
     if (header.tag == Pixel_Data_Tag || is_OB) {
-        const bool is_pixels = Is_Pixel_Value(header.tag);
+        const bool is_pixels = Is_Pixel_Data(record);
         if (!is_pixels && !Elements_Stand_In_Items(value, mode) &&
             Take_As_Bytes(record, value, mode)) {
             // Other values than pixel data are not encapsulated.

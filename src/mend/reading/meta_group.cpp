@@ -147,8 +147,10 @@ bool Meta_Reader::Skip_To_Second_Group()
     for (const std::int64_t front : {std::int64_t{0}, Preamble_Size}) {
         std::array<unsigned char, 4> bytes = {};
         const std::int64_t at = position_ + front + std::ssize(Prefix);
+        // A value may hold the beginning of a file just as far behind as a preamble would.
+        const bool is_value = front > 0 && headers_.Is_Data_Set(position_);
         if (elements_ > 0 && source_.Read(position_ + front, bytes) == bytes.size() &&
-            bytes == Prefix && Is_Meta_Group(source_, at)) {
+            bytes == Prefix && Is_Meta_Group(source_, at) && !is_value) {
             first_end_ = first_end_ < 0 ? position_ : first_end_;
             second_group_ = second_group_ < 0 ? at : second_group_;
             set_.skipped.push_back({position_, at - position_, set_.source});
