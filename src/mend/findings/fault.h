@@ -68,6 +68,7 @@ enum class Fault : unsigned char {
     Retired,
     Group_Length,
     Creator,
+    Unknown_Tag,
     Removed,
     Missing,
     Empty,

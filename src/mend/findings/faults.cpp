@@ -141,6 +141,8 @@ constexpr Finding_Kind Kinds[] = {
      "a group length counts the bytes of its group", "PS3.5 7.2", false},
     {Fault::Creator, "creator", Severity::Warning, "private element without a creator",
      "a creator element reserves the block", "PS3.5 7.8.1", false},
+    {Fault::Unknown_Tag, "unknown-tag", Severity::Warning, "tag that the registry does not know",
+     "elements of even groups are those of the registry", "PS3.5 7.1", false},
     {Fault::Removed, "removed", Severity::Info, "left out", "", "", false},
     {Fault::Missing, "missing", Severity::Error, "a required attribute is missing",
      "type 1 and 2 attributes are present", "PS3.5 7.4", false},

@@ -37,7 +37,10 @@ void Respell(Data_Set& set, Text_Scope& scope, const Path& path, Findings& findi
 {
     const Character_Terms terms = Read_Character_Terms(scope.terms);
     if (terms.respelt && !scope.is_former) {
-        Change_Declaration(set, scope, path, terms.value, "the defined term is respelt", findings);
+        Change_Declaration(set, scope, path, terms.value,
+                           terms.value.empty() ? "no value stands for the default repertoire"
+                                               : "the defined term is respelt",
+                           findings);
     }
     if (terms.has_unknown) {
         Say_Of_Declaration(scope, path, "a character set is declared that is none of the standard",

@@ -79,12 +79,14 @@ std::size_t Count_Of(const std::vector<std::string_view>& values)
 /** A value with its term respelt; its blanks around go with the term. */
 std::string Respelt(std::string_view value, bool has_many)
 {
-    // By the rule of the terms, though not in their list.
-    constexpr std::string_view Default_Term = "ISO_IR 6";
     const std::string_view term = Without_Blanks(value);
     const Repertoire* const set = Set_Of(term);
-    if (set == nullptr || (term == Default_Term && !has_many)) {
+    if (set == nullptr) {
         return std::string(value);
+    }
+    if (set == &Default_Repertoire() && !has_many && !Is_Written_As_Extension(term)) {
+        // "ISO_IR 6" follows the rule of the terms, but is none of them: no value stands for it.
+        return {};
     }
     std::string defined = Defined_Term(*set, has_many || Is_Written_As_Extension(term));
     return term == defined ? std::string(value) : defined;

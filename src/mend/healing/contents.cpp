@@ -1,5 +1,6 @@
 #include "mend/healing/contents.h"
 
+#include "mend/healing/groups.h"
 #include "mend/reading/tree.h"
 
 namespace lib_mend {
@@ -26,6 +27,7 @@ Contents Contents_Of(DICOM_List* list)
         contents.group_lengths |= record.element == 0x0000;
         contents.low_groups |= record.group < First_Group_Of_Data;
         contents.private_groups |= record.group % 2 != 0;
+        contents.unknown_tags |= Is_Unknown_Tag(record);
         contents.images |= Is_Of_Images(record.group);
     });
     return contents;

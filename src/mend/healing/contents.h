@@ -12,6 +12,8 @@ struct Contents {
     /** Groups below 0008: commands, file meta information, directories. */
     bool low_groups = false;
     bool private_groups = false;
+    /** Elements of even groups that the registry does not know. */
+    bool unknown_tags = false;
     /** Pixel data, overlays, or what describes them. */
     bool images = false;
 };

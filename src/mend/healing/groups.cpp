@@ -93,6 +93,22 @@ void Heal_Low_Groups(Data_Set& set, bool is_directory, Findings& findings)
     });
 }
 
+bool Is_Unknown_Tag(const DICOM_List& record)
+{
+    return record.dict == nullptr && record.group % 2 == 0 && record.group >= First_Group_Of_Data &&
+           record.element != 0x0000;
+}
+
+void Check_Unknown_Tags(DICOM_List* list, Findings& findings)
+{
+    For_Each_Element(list, [&](const DICOM_List& record, const Path& path) {
+        if (Is_Unknown_Tag(record)) {
+            findings.Report(Fault::Unknown_Tag, Level::Kept, At(record, path),
+                            "the registry does not know the tag");
+        }
+    });
+}
+
 void Leave_Out_Private(Record_List& list, Findings& findings)
 {
     const auto is_private = [](const DICOM_List& record) {

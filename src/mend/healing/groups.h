@@ -1,4 +1,4 @@
-// Groups as a whole: which belong in a data set, their lengths, and private ones.
+// Groups as a whole: which belong in a data set, their lengths, private ones, and tags that nobody knows.
 #ifndef LIB_MEND_GROUPS_H
 #define LIB_MEND_GROUPS_H
 
@@ -20,6 +20,12 @@ void Heal_Low_Groups(Data_Set& set, bool is_directory, Findings& findings);
  * values are those of the output, so that writing puts them in. Wants the order of the source.
  */
 void Check_Group_Lengths(const Data_Set& set, DICOM_List** list, Findings& findings);
+
+/** Tells whether an element of an even group is none of the registry, which may be older than the file. */
+bool Is_Unknown_Tag(const DICOM_List& record);
+
+/** Says so of each of them. They stay. */
+void Check_Unknown_Tags(DICOM_List* list, Findings& findings);
 
 /** Takes private elements out of a list and of all items below, and says so. */
 void Leave_Out_Private(Record_List& list, Findings& findings);

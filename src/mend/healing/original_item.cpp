@@ -1,6 +1,7 @@
 #include "mend/healing/original_item.h"
 
 #include "mend/healing/original_attributes.h"
+#include "mend/reading/vr_forms.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -13,6 +14,7 @@ namespace {
 
 constexpr Tag Selector_Attribute = {0x0072, 0x0026};
 constexpr Tag Selector_Value_Number = {0x0072, 0x0028};
+constexpr Tag Selector_Attribute_VR = {0x0072, 0x0050};
 constexpr Tag Selector_Sequence_Pointer = {0x0072, 0x0052};
 constexpr Tag Selector_Sequence_Pointer_Creator = {0x0072, 0x0054};
 constexpr Tag Selector_Attribute_Creator = {0x0072, 0x0056};
@@ -122,6 +124,18 @@ std::vector<Tag> Tags_Of(const Data_Set& set, const DICOM_List* record)
     return tags;
 }
 
+/** The VR whose letters a value holds; 0 when there is none. */
+unsigned short VR_In(const Data_Set& set, const DICOM_List* record)
+{
+    const std::string letters = record != nullptr ? Trimmed(set.Value(*record)) : std::string();
+    if (letters.size() != 2) {
+        return 0;
+    }
+    const auto vr = static_cast<unsigned short>(static_cast<unsigned char>(letters[0]) << 8 |
+                                                static_cast<unsigned char>(letters[1]));
+    return Is_Known_VR(vr) && vr != VR_SQ ? vr : static_cast<unsigned short>(0);
+}
+
 std::vector<int> Numbers_Of(const Data_Set& set, const DICOM_List* record)
 {
     std::vector<int> numbers;
@@ -159,6 +173,12 @@ void Original_Item::Add_Nonconforming(const Changed_Value& change, const std::st
     Append_Tag(tag, change.tag);
     Append_Bytes(item, Selector_Attribute, VR_AT, tag, In_Modified);
     Append_Bytes(item, Selector_Value_Number, VR_US, {0, 0}, In_Modified);
+    if (change.vr != 0 && change.vr != change.new_vr) {
+        // Nothing else in the item tells it, and the value alone would be read under the VR of today.
+        const std::string letters = {static_cast<char>(change.vr >> 8),
+                                     static_cast<char>(change.vr & 0xFF)};
+        Append_Text(item, Selector_Attribute_VR, VR_CS, letters, In_Modified);
+    }
     if (!change.path.empty()) {
         Append_Path(item, change.path);
     }
@@ -221,7 +241,8 @@ std::optional<Nonconforming_Value> Read_Nonconforming(const Data_Set& set, DICOM
     if (tags.size() != 1 || value == nullptr || pointer.size() != numbers.size()) {
         return std::nullopt;
     }
-    Nonconforming_Value found = {tags[0], {}, set.Value(*value)};
+    Nonconforming_Value found = {
+        tags[0], VR_In(set, Find_Record(item, Selector_Attribute_VR)), {}, set.Value(*value)};
     for (std::size_t i = 0; i < pointer.size(); ++i) {
         found.path.push_back({pointer[i], numbers[i] - 1});
     }

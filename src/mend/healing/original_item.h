@@ -50,6 +50,8 @@ void Append_Item(DICOM_List& sequence, DICOM_List* item);
 /** A value of the Nonconforming Modified Attributes Sequence. */
 struct Nonconforming_Value {
     Tag tag;
+    /** 0 when it is not recorded. */
+    unsigned short vr = 0;
     Path path;
     Bytes value;
 };

@@ -70,7 +70,7 @@ public:
             if (former.size == 0) {
                 Take_Back_Addition(Tag_Of(former));
             } else {
-                Put_Back({Tag_Of(former), {}, Value_Of(former)}, VR_Of(former));
+                Put_Back({Tag_Of(former), VR_Of(former), {}, Value_Of(former)});
             }
         }
     }
@@ -78,7 +78,7 @@ public:
     void Take_Nonconforming(DICOM_List* item)
     {
         if (const std::optional<Nonconforming_Value> former = Read_Nonconforming(set_, item)) {
-            Put_Back(*former, 0);
+            Put_Back(*former);
         } else {
             findings_.Report(Fault::Original_Attributes, Level::Error, Place(),
                              "an item of Original Attributes does not say what it is about");
@@ -104,9 +104,9 @@ private:
         }
     }
 
-    /** @param vr  the VR of the former value, 0 when it is not known */
-    void Put_Back(const Nonconforming_Value& former, unsigned short vr)
+    void Put_Back(const Nonconforming_Value& former)
     {
+        const unsigned short vr = former.vr;
         DICOM_List** const list = index_.List_At(former.path);
         if (list == nullptr) {
             findings_.Report(Fault::Original_Attributes, Level::Error,

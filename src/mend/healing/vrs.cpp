@@ -1,6 +1,7 @@
 // VRs that are not the registry's, PS3.5 section 6.2.2 and PS3.6.
 //
 //     Rows IS "512", UL 512            -> US 512             exactly the same number
+//     Frame Time FL 1.5, FD 1.5        -> DS "1.5"            the same, or not at all
 //     Series Description SH, UT        -> LO                 where the text fits
 //     Rows FD 512.5, LO "many"         stays as it is, with its VR
 //     Patient's Name UN                -> PN
@@ -11,6 +12,7 @@
 #include "mend/findings/attributes.h"
 #include "mend/healing/multiplicity.h"
 #include "mend/healing/numbers.h"
+#include "mend/healing/real_numbers.h"
 #include "mend/healing/records.h"
 #include "mend/healing/repair.h"
 #include "mend/healing/strict.h"
@@ -88,6 +90,20 @@ Converted Convert_Number(const DICOM_List& record, std::string_view bytes, unsig
     return {true, *converted, text, text};
 }
 
+/** Numbers with decimals, shown as text. */
+Converted Convert_Real(const DICOM_List& record, std::string_view bytes, unsigned short to)
+{
+    const std::optional<Real_Numbers> numbers = Real_Bytes(bytes, record.vr, to, record.byte_order);
+    if (!numbers || !Fits_Multiplicity(record, numbers->count)) {
+        return {};
+    }
+    const std::optional<Real_Numbers> text =
+        Real_Bytes(numbers->bytes, to, VR_DS, record.byte_order);
+    const std::string shown = text ? text->bytes : std::string();
+    const char* const padding = numbers->bytes.size() % 2 != 0 ? " " : "";
+    return {true, numbers->bytes + padding, shown, shown};
+}
+
 Converted Convert_Text(const DICOM_List& record, std::string_view bytes, unsigned short to,
                        const Character_Set& characters)
 {
@@ -113,7 +129,8 @@ Converted Convert_Bytes(const DICOM_List& record, std::string_view bytes, unsign
                         const Character_Set& characters)
 {
     Converted converted = Convert_Text(record, bytes, to, characters);
-    return converted.done ? converted : Convert_Number(record, bytes, to);
+    converted = converted.done ? converted : Convert_Number(record, bytes, to);
+    return converted.done ? converted : Convert_Real(record, bytes, to);
 }
 
 /** Converts what comes out of healing under the VR that the value has, or else it would later. */

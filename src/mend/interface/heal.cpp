@@ -52,6 +52,9 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     if (healed.private_groups) {
         Check_Creators(set.records.Address(), findings);
     }
+    if (healed.unknown_tags) {
+        Check_Unknown_Tags(set.records.Head(), findings);
+    }
     if (healed.images) {
         Heal_Pixel_Data(set, options.pad_pixels, findings);
     }
