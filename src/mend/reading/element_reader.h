@@ -141,6 +141,13 @@ private:
     void Settle(const Element_Header& as_read);
     bool Settle_Damaged_Delimiter(const Element_Header& header, int enough);
     bool Settle_By_Search(const Element_Header& as_read);
+    bool Is_Known_Here(Tag tag, const Element_Header& header);
+    std::optional<Tag> Whole_Tag(std::span<const unsigned char> rest, const Element_Header& header,
+                                 Tag after, Tag before);
+    std::optional<Element_Header> Torn_Header(std::int64_t at, Tag after);
+    void Take_Torn(const Element_Header& torn);
+    bool Settle_Torn_Tag();
+    bool Take_Before_Torn_Tag(const Element_Header& header, const Place_Found& place);
     bool Is_Strong(const Place_Found& place);
     void Report_Cut(const Element_Header& header, std::int64_t claimed);
     void Note_Claim(std::int64_t length, std::int64_t claimed);
@@ -331,6 +338,8 @@ private:
     std::int64_t damaged_to_ = -1;
     /** Sequences whose tags are lost. */
     int lost_sequences_ = 0;
+    /** Each of them asks for many tags. */
+    int torn_tags_ = 0;
     /** Each of them looks through its list. */
     int damaged_pixel_tags_ = 0;
 

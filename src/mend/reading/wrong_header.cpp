@@ -241,7 +241,7 @@ void Element_Reader::Settle(const Element_Header& as_read)
         return;
     } else if (best.points >= 0 && !Hides_Place(best)) {
         Take(best, as_read);
-    } else {
+    } else if (!Settle_Torn_Tag()) {
         Skip_Garbage();
     }
 }
@@ -285,6 +285,9 @@ bool Element_Reader::Settle_By_Search(const Element_Header& as_read)
     const std::int64_t value = position_ + header.size;
     const std::int64_t claimed = header.Is_Undefined() ? Top().limit + 1 : value + header.length;
     const std::optional<Place_Found> place = Find_Place(value, header.tag, Top().limit);
+    if (place.has_value() && header.vr == as_read.vr && Take_Before_Torn_Tag(header, *place)) {
+        return true;
+    }
     if (place.has_value() && !Fits_Place(header, *place)) {
         return false;
     }
