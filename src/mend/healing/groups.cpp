@@ -54,12 +54,15 @@ void Move_To_Meta(Data_Set& set, Record_List record, Findings& findings)
 {
     DICOM_List& moved = *record.Head();
     const DICOM_List* const there = Find_Record(set.meta.Head(), Tag_Of(moved));
-    if (NEMA_db_Locate(moved.group, moved.element) == nullptr) {
+    const TAG_db_Elems* const entry = NEMA_db_Locate(moved.group, moved.element);
+    if (entry == nullptr) {
         findings.Report(Fault::Lost, Level::Error, At(moved, {}),
                         "does not belong in the file meta information, and is left out");
     } else if (there == nullptr && Has_Value(moved) && set.Load(moved) && moved.element != 0) {
         findings.Report(Fault::Foreign_Group, Level::Change, At(moved, {}),
                         "stands in the data set; it is moved to the file meta information");
+        // There the registry gives the VR, whatever stands in the header.
+        moved.vr = entry->vr[0];
         Append(set.meta, record.Release());
     } else if (moved.element == 0 ||
                (there != nullptr && Trimmed(set.Value(*there)) == Trimmed(set.Value(moved)))) {

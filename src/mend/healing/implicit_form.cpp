@@ -34,11 +34,12 @@ bool Is_Unfit(const Data_Set& set, const DICOM_List& record)
         // Those of the data set itself ask for explicit VR anyway.
         return true;
     }
-    if (Is_Delimiter(record) || record.size < Tag_Size || !Has_Value(record)) {
+    if (Is_Delimiter(record) || record.size <= 0 || !Has_Value(record)) {
         return false;
     }
     const TAG_db_Elems* const entry = NEMA_db_Locate(record.group, record.element);
-    return entry != nullptr ? entry->vr[0] == VR_SQ : Starts_Like_Item(set, record);
+    return entry != nullptr ? entry->vr[0] == VR_SQ
+                            : record.size >= Tag_Size && Starts_Like_Item(set, record);
 }
 
 }  // namespace

@@ -64,8 +64,8 @@ private:
         if (!is_plain || !has_same_vr) {
             return false;
         }
-        if (change.tag == Character_Set_Tag) {
-            return Declaration_Is_Valid();
+        if (change.tag == Character_Set_Tag && !Declaration_Is_Valid()) {
+            return false;
         }
         const std::string_view text(reinterpret_cast<const char*>(change.value.data()),
                                     change.value.size());

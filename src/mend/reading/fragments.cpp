@@ -79,19 +79,19 @@ bool Element_Reader::Is_Damaged_Item(const Element_Header& header, std::int64_t 
 /** A value of defined length that consists of fragments. */
 bool Element_Reader::Fragments_Fill(std::int64_t at, std::int64_t end, unsigned char mode)
 {
-    int items = 0;
+    bool holds_any = false;
     while (at + Item_Header_Size <= end) {
         const Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), mode);
         if (item.tag == Sequence_End_Tag) {
-            return items > 0 && at + item.size == end;
+            return holds_any && at + item.size == end;
         }
         if (item.tag != Item_Tag || item.Is_Undefined()) {
             return false;
         }
         at += item.size + item.length;
-        ++items;
+        holds_any = holds_any || item.length > 0;
     }
-    return at == end;
+    return holds_any && at == end;
 }
 
 /** The next place from which the fragments, or the elements behind them, go on; or the end. */

@@ -336,7 +336,7 @@ Element_Reader::Content Element_Reader::Content_Of(DICOM_List& record, const Ele
     if (is_sequence && Points_Without_Item(header) >= Bare_Points) {
         return {Content::Kind::Items, mode};
     }
-    const std::int64_t end = value + header.length;
+    const std::int64_t end = std::min(value + header.length, end_);
     if (header.tag == Pixel_Data_Tag && Starts_With_Item(value, header.mode) &&
         Fragments_Fill(value, end, header.mode)) {
         Report(Fault::Fragments, Level::Change, record, "fragments under a defined length");

@@ -419,6 +419,7 @@ void Return_Strays(Data_Set& set, Findings& findings)
         place->size = record.size;
         place->vr = record.vr;
         place->vr_default = record.vr_default;
+        place->dict = record.dict;
         place->byte_order = record.byte_order;
         place->flags = record.flags;
         Take_Place(*place, record);

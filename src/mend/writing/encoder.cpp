@@ -172,6 +172,14 @@ struct Lengths {
     std::vector<std::int64_t> groups;
 };
 
+/** Without a VR and with a length, readers take items for a value where the registry has no sequence. */
+bool Has_Length(const DICOM_List& sequence, const Encoder_Options& options)
+{
+    const bool shows =
+        options.encoding.explicit_vr || sequence.dict == nullptr || sequence.dict->vr[0] == VR_SQ;
+    return options.defined_lengths && shows;
+}
+
 /** Sums up the lengths from the innermost items outwards. */
 class Measure {
 public:
@@ -209,9 +217,9 @@ public:
     {
         Open();
     }
-    void End_Sequence(const DICOM_List&)
+    void End_Sequence(const DICOM_List& record)
     {
-        Add(Header_Size(true, options_.encoding) + Close());
+        Add(Header_Size(true, options_.encoding) + Close(Has_Length(record, options_)));
     }
     void Begin_Item(const DICOM_List&, bool)
     {
@@ -221,7 +229,7 @@ public:
     void End_Item()
     {
         lists_.pop_back();
-        const std::int64_t size = Item_Header_Size + Close();
+        const std::int64_t size = Item_Header_Size + Close(options_.defined_lengths);
         lengths_.containers[open_.back()] += size;
     }
 
@@ -234,10 +242,10 @@ private:
         lengths_.containers.push_back(0);
     }
     /** The size of the innermost contents, with what closes them. */
-    std::int64_t Close()
+    std::int64_t Close(bool may_be_defined)
     {
         const std::int64_t size = lengths_.containers[open_.back()];
-        const bool is_defined = options_.defined_lengths && size < Undefined;
+        const bool is_defined = may_be_defined && size < Undefined;
         open_.pop_back();
         return size + (is_defined ? 0 : Item_Header_Size);
     }
@@ -297,7 +305,7 @@ public:
     }
     void Begin_Sequence(const DICOM_List& record)
     {
-        Header(Tag_Of(record), VR_SQ, true, Open());
+        Header(Tag_Of(record), VR_SQ, true, Open(Has_Length(record, options_)));
     }
     void End_Sequence(const DICOM_List&)
     {
@@ -308,7 +316,7 @@ public:
         if (top_level && places_ != nullptr) {
             (*places_)[&first] = position_;
         }
-        Item(Item_Tag, Open());
+        Item(Item_Tag, Open(options_.defined_lengths));
     }
     void End_Item()
     {
@@ -317,10 +325,10 @@ public:
 
 private:
     /** The length for the header of a container. */
-    std::int64_t Open()
+    std::int64_t Open(bool may_be_defined)
     {
         const std::int64_t length = lengths_.containers[container_++];
-        const bool is_defined = options_.defined_lengths && length < Undefined;
+        const bool is_defined = may_be_defined && length < Undefined;
         is_defined_.push_back(is_defined);
         return is_defined ? length : Undefined;
     }
