@@ -108,7 +108,6 @@ TEST_F(Tool, RefusesWhatIsNoFile)
     const std::pair<std::string, std::string> cases[] = {
         {"/dev/zero", "/dev/zero: error: is a device, not a file\n"},
         {"/dev/urandom", "/dev/urandom: error: is a device, not a file\n"},
-        {"/", "/: error: Is a directory\n"},
         {text, text + ": error: is no DICOM file, but a text (PS3.10 7.1)\n"},
     };
     for (const auto& [path, expected] : cases) {
@@ -137,10 +136,11 @@ TEST_F(Tool, ComparesTheFilesOfFolders)
     const Outcome run = Run_Tool("check -v --study " + study + " " + named + " | grep -v 0x");
     const std::string left_out = study + "/text: info: is no DICOM file, and is left out\n";
     EXPECT_THAT(run.text, testing::HasSubstr(left_out));
-    const Outcome twins = Run_Tool("check -v --study " + study + " " + named + " | grep same");
+    const Outcome twins =
+        Run_Tool("check -v --study " + study + " " + named + " 2>/dev/null | grep same");
     EXPECT_THAT(twins.text,
                 testing::MatchesRegex(study + "/b/c/2.dcm: info: .* the same instance is in " +
-                                      study + "/b/../b/1.dcm.*\n"));
+                                      study + "/b/1.dcm.*\n"));
     // What is named itself has to be there, and to be DICOM.
     EXPECT_EQ(Run_Tool("check --study " + study + "/none").status, 2);
     EXPECT_EQ(Run_Tool("check --study " + study + "/text").status, 2);

@@ -1,7 +1,6 @@
 #include "check.h"
 
 #include "commands.h"
-#include "files.h"
 #include "mend/consistency/study.h"
 #include "mend/consistency/study_values.h"
 #include "mend/findings/faults.h"
@@ -40,10 +39,10 @@ struct Count {
 };
 using Summary = std::map<std::pair<Severity, const Finding_Kind*>, Count>;
 
-void Add_To(Summary& summary, const Findings& findings)
+void Add_To(Summary& summary, const std::vector<Finding>& findings)
 {
     Summary here;
-    for (const Finding& finding : findings.All()) {
+    for (const Finding& finding : findings) {
         ++here[{Severity_Of(finding), &Kind_Of(finding)}].findings;
     }
     for (const auto& [key, count] : here) {
@@ -71,14 +70,14 @@ std::string Printed(const std::string& path, const Finding& finding, const Check
 {
     switch (request.format) {
     case Format::JSON:
-        return Finding_JSON(path, finding, request.show_values) + "\n";
+        return Finding_JSON(path, finding, request.run.show_values) + "\n";
     case Format::SARIF:
         return log.Result(path, finding);
     case Format::HTML:
     case Format::Text:
         break;
     }
-    return Finding_Line(path, finding, request.show_values) + "\n";
+    return Finding_Line(path, finding, request.run.show_values) + "\n";
 }
 
 /** What the check of one file after the other brings about. */
@@ -89,95 +88,103 @@ struct Progress {
     lib_mend::Study study = {};
 };
 
-/** The findings of a file as a part of a page. @param source  where their places are, null when unknown */
-void Print_HTML(const std::string& path, const Findings& findings, const lib_mend::Source* source,
-                const Check_Request& request, lib_mend::Html_Page& page)
+/** The findings of a file as a part of a page. */
+void Print_HTML(const File_Record& record, const Check_Request& request, lib_mend::Html_Page& page)
 {
+    page.Belongs_To(record.path, record.study);
     std::vector<lib_mend::Finding_In_Page> shown;
-    for (const Finding& finding : findings.All()) {
-        if (Is_Shown(Severity_Of(finding), request.verbosity)) {
-            page.Count(path, finding);
-            shown.push_back({&finding, source != nullptr ? Header_Bytes(*source, finding) : ""});
+    for (std::size_t i = 0; i < record.findings.size(); ++i) {
+        const Finding& finding = record.findings[i];
+        if (Is_Shown(Severity_Of(finding), request.run.verbosity)) {
+            page.Count(record.path, finding);
+            shown.push_back(
+                {&finding, i < record.headers.size() ? record.headers[i] : std::string()});
         }
     }
     if (!request.summary) {
-        std::fputs(page.Findings_Of(path, shown).c_str(), stdout);
+        std::fputs(page.Findings_Of(record.path, shown).c_str(), stdout);
     }
 }
 
-void Print(const std::string& path, const Findings& findings, const lib_mend::Source* source,
-           const Check_Request& request, Progress& progress)
+void Print(const File_Record& record, const Check_Request& request, Progress& progress)
 {
     if (request.format == Format::HTML) {
-        Print_HTML(path, findings, source, request, progress.page);
-        return;
-    }
-    Add_To(progress.summary, findings);
-    for (const Finding& finding : findings.All()) {
-        if (!request.summary && Is_Shown(Severity_Of(finding), request.verbosity)) {
-            std::fputs(Printed(path, finding, request, progress.log).c_str(), stdout);
+        Print_HTML(record, request, progress.page);
+    } else {
+        Add_To(progress.summary, record.findings);
+        for (const Finding& finding : record.findings) {
+            if (!request.summary && Is_Shown(Severity_Of(finding), request.run.verbosity)) {
+                std::fputs(Printed(record.path, finding, request, progress.log).c_str(), stdout);
+            }
         }
+    }
+    if (!record.failure.empty()) {
+        std::fflush(stdout);
+        Report_Failure(record.path, record.failure);
     }
 }
 
 /** Prints what the IOD says of an attribute; what was found in the file is another question. */
-Exit_Status Explain(const std::string& path, const lib_mend::Data_Set& set,
-                    const Check_Request& request)
+void Explain(const lib_mend::Data_Set& set, const Check_Request& request, File_Record& record)
 {
     const std::optional<lib_mend::Tag> tag = lib_mend::Parse_Tag(request.explain);
     if (!tag) {
-        Report_Failure(path, request.explain + " is neither a tag nor a keyword");
-        return Exit_Failure;
+        record.failure = request.explain + " is neither a tag nor a keyword";
+        record.status = Exit_Failure;
+        return;
     }
     Findings said;
     const std::string module = request.module.empty() ? "auto" : request.module;
     const std::string text = lib_mend::Explain_IOD(set, module, *tag, said);
-    Report(path, said, request.verbosity, request.show_values);
-    std::fputs((lib_mend::Printable(path) + ": " + text).c_str(), stdout);
-    return text.empty() ? Exit_Failure : Exit_Clean;
+    std::fputs((lib_mend::Printable(record.path) + ": " + text).c_str(), stdout);
+    record.findings = said.All();
+    record.status = text.empty() ? Exit_Failure : Exit_Clean;
 }
 
-Exit_Status Check_File(const Found_File& file, bool is_last, const Check_Request& request,
-                       Progress& progress)
+void Check_File(const Work_Item& item, const Check_Request& request, bool is_last,
+                File_Record& record)
 {
     Findings findings;
     const lib_mend::Library_Session session(findings);
-    const std::shared_ptr<lib_mend::Source> source = Open(file.path);
+    const std::shared_ptr<lib_mend::Source> source = Open(item.path, record.failure);
     if (source == nullptr) {
-        return Exit_Failure;
+        record.status = Exit_Failure;
+        return;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    if (set.foreign && file.is_found) {
+    record.is_foreign = set.foreign && item.is_found;
+    if (record.is_foreign) {
         Findings left_out;
         left_out.Report(lib_mend::Fault::Not_Compared, lib_mend::Level::Info, {},
                         "is no DICOM file, and is left out");
-        Print(file.path, left_out, nullptr, request, progress);
-        return Exit_Clean;
+        record.findings = left_out.All();
+        return;
     }
     lib_mend::Check(set, request.heal, findings);
     if (!request.explain.empty()) {
-        return Explain(file.path, set, request);
+        Explain(set, request, record);
+        return;
     }
     if (!request.module.empty()) {
         lib_mend::Verify_IOD(set, request.module, findings);
     }
-    if (request.study) {
-        progress.study.Add(file.path, set);
+    if (request.study && !set.foreign && set.records.Head() != nullptr) {
+        record.facts = Facts_Of(set);
+        record.has_facts = true;
     }
-    if (request.format == Format::HTML) {
-        progress.page.Belongs_To(file.path, set.Text({0x0020, 0x000D}));
+    Describe(set, findings, record);
+    if (request.format == Format::HTML || request.run.report.ends_with(".html")) {
+        for (const Finding& finding : record.findings) {
+            record.headers.push_back(Header_Bytes(*set.source, finding));
+        }
     }
-    const std::shared_ptr<lib_mend::Source> bytes = set.source;
     if (is_last) {
         Keep_To_The_End(std::move(set));
     }
-    findings.Sum_Up();
-    Print(file.path, findings, bytes.get(), request, progress);
-    return Status_Of(findings);
 }
 
 /** What a file holds, once more; nothing when it cannot be read any more. */
-std::string Sum_Of_File(const std::string& path, const Check_Request& request)
+std::string Sum_Of_Contents(const std::string& path, const Check_Request& request)
 {
     Findings findings;
     const lib_mend::Library_Session session(findings);
@@ -195,13 +202,31 @@ Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
 {
     Exit_Status status = Exit_Clean;
     const auto sum_of = [&request](const std::string& path) {
-        return Sum_Of_File(path, request);
+        return Sum_Of_Contents(path, request);
     };
     for (const lib_mend::Study::Told& told : progress.study.Compare(sum_of)) {
-        Print(told.file, told.findings, nullptr, request, progress);
-        status = std::max(status, Status_Of(told.findings));
+        File_Record record;
+        record.path = told.file;
+        record.status = Status_Of(told.findings);
+        record.findings = told.findings.All();
+        Print(record, request, progress);
+        status = std::max(status, record.status);
     }
     return status;
+}
+
+/** Prints what was found in a file, and keeps what is compared with others. */
+void Tell(const File_Record& record, const Check_Request& request, Progress& progress)
+{
+    if (!request.explain.empty()) {
+        std::fwrite(record.printed.data(), 1, record.printed.size(), stdout);
+        Report(record, request.run.verbosity, request.run.show_values);
+        return;
+    }
+    if (record.has_facts) {
+        progress.study.Add(record.path, record.facts);
+    }
+    Print(record, request, progress);
 }
 
 }  // namespace
@@ -210,25 +235,19 @@ Exit_Status Run_Check(const Check_Request& request)
 {
     const bool is_log = request.format == Format::SARIF && !request.summary;
     const bool is_page = request.format == Format::HTML;
-    Progress progress = {
-        {}, lib_mend::Sarif_Log(request.show_values), lib_mend::Html_Page(request.show_values)};
-    bool complete = true;
-    std::vector<Found_File> files;
-    if (request.study) {
-        files = Files_Of(request.files, complete);
-    } else {
-        for (const std::string& path : request.files) {
-            files.push_back({path, false});
-        }
-    }
-    Exit_Status status = complete ? Exit_Clean : Exit_Failure;
+    Progress progress = {{},
+                         lib_mend::Sarif_Log(request.run.show_values),
+                         lib_mend::Html_Page(request.run.show_values)};
     std::fputs(is_log    ? progress.log.Head().c_str()
                : is_page ? lib_mend::Html_Page::Head().c_str()
                          : "",
                stdout);
-    for (const Found_File& file : files) {
-        status = std::max(status, Check_File(file, &file == &files.back(), request, progress));
-    }
+    Exit_Status status = Go_Through(
+        request.run,
+        [&](const Work_Item& item, File_Record& record, bool is_last) {
+            Check_File(item, request, is_last, record);
+        },
+        [&](const File_Record& record) { Tell(record, request, progress); });
     if (request.study) {
         status = std::max(status, Compare_Files(request, progress));
     }
@@ -237,7 +256,7 @@ Exit_Status Run_Check(const Check_Request& request)
                          : "",
                stdout);
     if (request.summary && !is_page) {
-        Print_Summary(progress.summary, request.format != Format::Text, request.verbosity);
+        Print_Summary(progress.summary, request.format != Format::Text, request.run.verbosity);
     }
     return Finish_Output(status);
 }

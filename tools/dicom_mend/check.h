@@ -2,18 +2,18 @@
 #ifndef TOOLS_DICOM_MEND_CHECK_H
 #define TOOLS_DICOM_MEND_CHECK_H
 
+#include "archive/run.h"
 #include "mend/interface/options.h"
-#include "report.h"
 
 #include <string>
-#include <vector>
 
 namespace dicom_mend {
 
 enum class Format { Text, JSON, SARIF, HTML };
 
 struct Check_Request {
-    std::vector<std::string> files;
+    /** The files, and how they are gone through. */
+    Run_Options run;
     /** How mending would heal. */
     lib_mend::Heal_Options heal;
     /** Code of the IOD to verify against, "auto" for that of the SOP class, empty for none. */
@@ -23,10 +23,7 @@ struct Check_Request {
     Format format = Format::Text;
     /** Counts by kind instead of the findings themselves. */
     bool summary = false;
-    Verbosity verbosity = Verbosity::Normal;
-    /** Findings quote values that may identify a person. */
-    bool show_values = false;
-    /** Compare what must agree in all files; folders stand for the files in them. */
+    /** Compare what must agree in all files. */
     bool study = false;
 };
 

@@ -1,9 +1,12 @@
 #include "commands.h"
 
+#include "archive/layout.h"
 #include "garbage.h"
 #include "list.h"
 #include "lookup.h"
 #include "mend/findings/letters.h"
+#include "mend/healing/character_set.h"
+#include "mend/healing/image.h"
 #include "mend/healing/original_attributes.h"
 #include "mend/interface/element_path.h"
 #include "mend/interface/heal.h"
@@ -17,8 +20,10 @@
 #include <cstdio>
 #include <deque>
 #include <memory>
+#include <span>
 #include <utility>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace dicom_mend {
@@ -30,33 +35,35 @@ using lib_mend::Library_Session;
 using lib_mend::Printable;
 using lib_mend::Source;
 
-Exit_Status List_File(const std::string& path, const List_Request& request,
-                      const Terminal& terminal)
+void List_File(const Work_Item& item, const List_Request& request, const Terminal& terminal,
+               bool is_last, File_Record& record)
 {
     Findings findings;
     const Library_Session session(findings);
-    const std::shared_ptr<Source> source = Open(path);
+    const std::shared_ptr<Source> source = Open(item.path, record.failure);
     if (source == nullptr) {
-        std::fputs(request.format == List_Format::JSON ? "null" : "", stdout);
-        return Exit_Failure;
+        record.status = Exit_Failure;
+        return;
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    record.is_foreign = set.foreign && item.is_found;
+    if (record.is_foreign) {
+        return;
+    }
     if (request.format == List_Format::TSV) {
         Print_TSV(set);
     } else if (request.format == List_Format::JSON) {
         Print_JSON(set, findings);
     } else {
-        if (request.files.size() > 1) {
-            std::printf("%s\n", Printable(path).c_str());
+        if (request.run.Asks_For_Run() || request.run.walk.paths.size() > 1) {
+            std::printf("%s\n", Printable(Name_Of(item.path)).c_str());
         }
         Print_Text(set, terminal);
     }
-    if (&path == &request.files.back()) {
+    Describe(set, findings, record);
+    if (is_last) {
         Keep_To_The_End(std::move(set));
     }
-    findings.Sum_Up();
-    Report(path, findings, request.verbosity, request.show_values);
-    return Status_Of(findings);
 }
 
 /** One line of a definition file for "TAG=VALUE"; empty when it has another form. */
@@ -117,13 +124,23 @@ std::string Find_Rules(const Completion& completion, std::string& rules)
     return {};
 }
 
+const std::string& Input_Of(const Mend_Request& request)
+{
+    return request.run.walk.paths.front();
+}
+
+const std::string& Output_Of(const Mend_Request& request)
+{
+    return request.run.walk.paths.back();
+}
+
 /** Finds out before the work what would make the writing of a file fail. */
 std::string Refusal(const Mend_Request& request, const std::string& target)
 {
-    if (lib_mend::Is_Same_File(request.input, target)) {
+    if (lib_mend::Is_Same_File(Input_Of(request), target)) {
         return "is the input, which is never overwritten";
     }
-    const std::string fault = lib_mend::Target_Fault(target, request.force);
+    const std::string fault = lib_mend::Target_Fault(target, request.run.force);
     const bool force_helps = !fault.empty() && lib_mend::Target_Fault(target, true).empty();
     return force_helps ? fault + "; --force replaces it" : fault;
 }
@@ -131,16 +148,21 @@ std::string Refusal(const Mend_Request& request, const std::string& target)
 /** The same for all files of a request; false after a report. */
 bool Can_Write(const Mend_Request& request)
 {
-    std::string refused = request.output;
-    std::string reason = Refusal(request, request.output);
+    std::string refused = Output_Of(request);
+    std::string reason;
+    if (refused != Standard_Stream) {
+        reason = Refusal(request, refused);
+    } else if (isatty(STDOUT_FILENO) == 1 && !request.run.force) {
+        reason = "is a terminal, which a file would upset; --force writes to it";
+    }
     if (reason.empty() && !request.garbage.empty()) {
         refused = request.garbage;
-        reason = Is_Same_Target(request.output, request.garbage)
+        reason = Is_Same_Target(Output_Of(request), request.garbage)
                      ? "is the output, and cannot take the garbage too"
                      : Refusal(request, request.garbage);
     }
     if (!reason.empty()) {
-        Report_Failure(refused, reason);
+        Report_Failure(refused == Standard_Stream ? "standard output" : refused, reason);
     }
     return reason.empty();
 }
@@ -148,6 +170,21 @@ bool Can_Write(const Mend_Request& request)
 lib_mend::Data_Set Read_As_It_Is(const std::shared_ptr<Source>& source, Findings& findings)
 {
     return lib_mend::Read_Data_Set(source, findings);
+}
+
+/** Writes a file that was encoded; the reason of a failure. */
+std::string Write_Output(const lib_mend::Encoded_File& file, const std::string& path, bool force)
+{
+    const auto give = [&](const lib_mend::File_Taker& taker) {
+        return file.Give(taker);
+    };
+    if (path != Standard_Stream) {
+        return lib_mend::Write_Safely(path, give, force);
+    }
+    const auto put = [](std::span<const unsigned char> bytes) {
+        return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
+    };
+    return file.Give(put) && std::fflush(stdout) == 0 ? "" : "cannot be written";
 }
 
 /**
@@ -158,10 +195,16 @@ lib_mend::Data_Set Read_As_It_Is(const std::shared_ptr<Source>& source, Findings
 template <class Read, class Prepare>
 Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepare)
 {
+    const std::string name = Name_Of(Input_Of(request));
     Findings findings;
     const Library_Session session(findings);
-    const std::shared_ptr<Source> source = Can_Write(request) ? Open(request.input) : nullptr;
+    std::string reason;
+    if (!Can_Write(request)) {
+        return Exit_Failure;
+    }
+    const std::shared_ptr<Source> source = Open(Input_Of(request), reason);
     if (source == nullptr) {
+        Report_Failure(name, reason);
         return Exit_Failure;
     }
     lib_mend::Data_Set set = read(source, findings);
@@ -169,38 +212,150 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
     const bool mended = !set.foreign && prepare(set, findings) &&
                         lib_mend::Mend(set, request.options, findings, file);
     const std::string unkept = mended && !request.garbage.empty()
-                                   ? Keep_Garbage(set, request.garbage, request.force, findings)
+                                   ? Keep_Garbage(set, request.garbage, request.run.force, findings)
                                    : std::string();
     Keep_To_The_End(std::move(set));
     findings.Sum_Up();
-    Report(request.input, findings, request.verbosity, request.show_values);
+    Report(name, findings, request.run.verbosity, request.run.show_values);
     if (!unkept.empty()) {
         Report_Failure(request.garbage, unkept);
     }
     if (!mended || !unkept.empty()) {
         return Exit_Failure;
     }
-    const auto give = [&](const lib_mend::File_Taker& taker) {
-        return file.Give(taker);
-    };
-    const std::string error = lib_mend::Write_Safely(request.output, give, request.force);
+    const std::string error = Write_Output(file, Output_Of(request), request.run.force);
     if (!error.empty()) {
-        Report_Failure(request.output, error);
+        Report_Failure(
+            Output_Of(request) == Standard_Stream ? "standard output" : Output_Of(request), error);
         return Exit_Failure;
     }
     return Status_Of(findings);
 }
 
+/** The same for a file of a run, in a worker: the output is left at the staged place. */
+template <class Prepare>
+void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layout& layout,
+                 const Prepare& prepare, File_Record& record)
+{
+    Findings findings;
+    const Library_Session session(findings);
+    const std::shared_ptr<Source> source = Open(item.path, record.failure);
+    if (source == nullptr) {
+        record.status = Exit_Failure;
+        return;
+    }
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    record.is_foreign = set.foreign && item.is_found;
+    if (record.is_foreign) {
+        return;
+    }
+    const bool is_left =
+        layout.Is_Given() &&
+        lib_mend::Find_Record(set.records.Head(), lib_mend::Directory_Sequence_Tag) != nullptr;
+    if (is_left) {
+        findings.Report(lib_mend::Fault::Directory_Left, lib_mend::Level::Error, {},
+                        "names files that have other places in the layout, and is left out");
+    }
+    lib_mend::Encoded_File file;
+    const bool mended = !set.foreign && !is_left && prepare(set, findings) &&
+                        lib_mend::Mend(set, request.options, findings, file);
+    Describe(set, findings, record);
+    if (!mended) {
+        record.status = Exit_Failure;
+        return;
+    }
+    record.layout = layout.Is_Given() ? layout.Path_Of(set) : std::string();
+    const auto give = [&](const lib_mend::File_Taker& taker) {
+        return file.Give(taker);
+    };
+    const std::string error =
+        lib_mend::Write_Safely(item.staged, give, true, lib_mend::Folder_Sync::Left_To_Caller);
+    struct stat status = {};
+    if (!error.empty() || lstat(item.staged.c_str(), &status) != 0) {
+        record.failure = "its output " + (error.empty() ? "is gone" : error);
+        record.is_unwritten = true;
+        record.status = Exit_Failure;
+        return;
+    }
+    record.has_output = true;
+    record.output_size = status.st_size;
+}
+
+/** @param prepare  what is to be done with a data set beside mending it */
+template <class Prepare>
+Exit_Status Mend_Files(const Mend_Request& request, const Prepare& prepare)
+{
+    if (request.run.to.empty()) {
+        return Mend_File(request, Read_As_It_Is, prepare);
+    }
+    Layout layout;
+    const std::string fault = request.layout.empty() ? std::string() : layout.Parse(request.layout);
+    if (!fault.empty()) {
+        Report_Failure("--layout " + request.layout, fault);
+        return Exit_Failure;
+    }
+    const Run_Options& run = request.run;
+    return Run_Files(
+        run,
+        [&](const Work_Item& item, File_Record& record) {
+            Mend_Staged(item, request, layout, prepare, record);
+        },
+        [&run](const File_Record& record) { Report(record, run.verbosity, run.show_values); });
+}
+
 }  // namespace
 
-std::shared_ptr<Source> Open(const std::string& path)
+std::string Name_Of(const std::string& path)
 {
-    std::string error;
-    std::shared_ptr<Source> source = Source::Open(path, error);
-    if (source == nullptr) {
-        Report_Failure(path, error);
+    return path == Standard_Stream ? "standard input" : path;
+}
+
+std::shared_ptr<Source> Open(const std::string& path, std::string& reason)
+{
+    return Source::Open(path == Standard_Stream ? "/dev/stdin" : path, reason);
+}
+
+void Describe(const lib_mend::Data_Set& set, Findings& findings, File_Record& record)
+{
+    findings.Sum_Up();
+    record.status = Status_Of(findings);
+    record.findings = findings.All();
+    if (set.foreign) {
+        return;
     }
-    return source;
+    const lib_mend::Character_Set characters(
+        lib_mend::Text_In(set, set.records.Head(), lib_mend::Character_Set_Tag));
+    const auto text = [&](lib_mend::Tag tag) {
+        return characters.To_UTF_8(set.Text(tag), VR_LO);
+    };
+    record.sop_class = set.Text({0x0008, 0x0016});
+    record.study = set.Text({0x0020, 0x000D});
+    record.device = {text({0x0008, 0x0070}), text({0x0008, 0x1090}), text({0x0018, 0x1020})};
+}
+
+Exit_Status Go_Through(const Run_Options& run,
+                       const std::function<void(const Work_Item&, File_Record&, bool)>& work,
+                       const Run_Teller& tell)
+{
+    if (run.Asks_For_Run()) {
+        return Run_Files(
+            run, [&](const Work_Item& item, File_Record& record) { work(item, record, false); },
+            tell);
+    }
+    // The names of elements are those of today's standard where findings are printed, too.
+    Findings unasked;
+    const Library_Session session(unasked);
+    Exit_Status status = Exit_Clean;
+    for (const std::string& path : run.walk.paths) {
+        Work_Item item;
+        item.path = path;
+        File_Record record;
+        record.path = Name_Of(path);
+        work(item, record, &path == &run.walk.paths.back());
+        tell(record);
+        status = std::max(status, record.status);
+    }
+    return status;
 }
 
 void Keep_To_The_End(lib_mend::Data_Set&& set)
@@ -213,21 +368,36 @@ Exit_Status Run_List(const List_Request& request)
 {
     const Terminal terminal = Look_At(STDOUT_FILENO);
     const bool is_json = request.format == List_Format::JSON;
-    const bool is_array = is_json && request.files.size() > 1;
-    Exit_Status status = Exit_Clean;
+    const bool is_array =
+        is_json && (request.run.walk.paths.size() != 1 || request.run.Asks_For_Run());
     const char* separator = is_array ? "[\n" : "";
-    for (const std::string& path : request.files) {
-        std::fputs(separator, stdout);
+    const auto work = [&](const Work_Item& item, File_Record& record, bool is_last) {
+        if (!request.run.Asks_For_Run()) {
+            std::fputs(separator, stdout);
+        }
+        List_File(item, request, terminal, is_last, record);
+    };
+    const auto tell = [&](const File_Record& record) {
+        if (record.is_foreign) {
+            return;
+        }
+        if (request.run.Asks_For_Run()) {
+            std::fputs(separator, stdout);
+        }
         separator = is_array ? ",\n" : "";
-        status = std::max(status, List_File(path, request, terminal));
-    }
-    std::fputs(is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
+        std::fputs(is_json && !record.failure.empty() ? "null" : "", stdout);
+        std::fwrite(record.printed.data(), 1, record.printed.size(), stdout);
+        Report(record, request.run.verbosity, request.run.show_values);
+    };
+    const Exit_Status status = Go_Through(request.run, work, tell);
+    const bool is_empty = is_array && *separator == '[';
+    std::fputs(is_empty ? "[\n]\n" : is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
     return Finish_Output(status);
 }
 
 Exit_Status Run_Mend(const Mend_Request& request)
 {
-    return Mend_File(request, Read_As_It_Is, [](lib_mend::Data_Set&, Findings&) { return true; });
+    return Mend_Files(request, [](lib_mend::Data_Set&, Findings&) { return true; });
 }
 
 Exit_Status Run_From_JSON(const Mend_Request& request)
@@ -253,7 +423,7 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
         return Exit_Failure;
     }
     const lib_mend::Override override(rules);
-    return Mend_File(request, Read_As_It_Is, [&](lib_mend::Data_Set& set, Findings& findings) {
+    return Mend_Files(request, [&](lib_mend::Data_Set& set, Findings& findings) {
         lib_mend::Heal(set, request.options.heal, findings);
         return lib_mend::Complete_IOD(set, completion.module, findings);
     });

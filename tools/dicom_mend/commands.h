@@ -2,9 +2,11 @@
 #ifndef TOOLS_DICOM_MEND_COMMANDS_H
 #define TOOLS_DICOM_MEND_COMMANDS_H
 
+#include "archive/run.h"
 #include "mend/interface/mend.h"
 #include "report.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,11 +16,9 @@ namespace dicom_mend {
 enum class List_Format { Text, TSV, JSON };
 
 struct List_Request {
-    std::vector<std::string> files;
+    /** The files, and how they are gone through. */
+    Run_Options run;
     List_Format format = List_Format::Text;
-    Verbosity verbosity = Verbosity::Normal;
-    /** Reports quote values that may identify a person. */
-    bool show_values = false;
 };
 
 /** What is to be done to a data set beside mending it. */
@@ -32,20 +32,36 @@ struct Completion {
 };
 
 struct Mend_Request {
-    std::string input;
-    std::string output;
+    /** With a folder for the outputs, a run over files and folders; else one file and its output. */
+    Run_Options run;
+    /** Where outputs stand in the folder; empty for the places of the inputs. */
+    std::string layout;
     lib_mend::Mend_Options options;
     /** File for the bytes of the input that belong to no element; empty for none. */
     std::string garbage;
-    /** Existing output files may be replaced. */
-    bool force = false;
-    Verbosity verbosity = Verbosity::Normal;
-    /** Reports quote values that may identify a person. */
-    bool show_values = false;
 };
 
-/** Opens a file for reading; null after a report. */
-std::shared_ptr<lib_mend::Source> Open(const std::string& path);
+/** A name that stands for standard input or standard output. */
+inline constexpr char Standard_Stream[] = "-";
+
+/** What people are told that a file is called. */
+std::string Name_Of(const std::string& path);
+
+/** Opens a file for reading; null with the reason of a failure. */
+std::shared_ptr<lib_mend::Source> Open(const std::string& path, std::string& reason);
+
+/** Takes over what was found in a file, and what the file says of itself. */
+void Describe(const lib_mend::Data_Set& set, lib_mend::Findings& findings, File_Record& record);
+
+/**
+ * Works on files: one after the other in this process, or as a run of workers where the request asks
+ * for one.
+ *
+ * @param work  the flag says that it is the last file of the process
+ */
+Exit_Status Go_Through(const Run_Options& run,
+                       const std::function<void(const Work_Item&, File_Record&, bool)>& work,
+                       const Run_Teller& tell);
 
 /**
  * Keeps the data set of the last file for the rest of the process, whose memory the system takes back

@@ -3,16 +3,20 @@
 #include "commands.h"
 #include "lookup.h"
 #include "mend/healing/character_terms.h"
+#include "report_command.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -44,9 +48,10 @@ constexpr char Examples[] =
     "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
     "1 findings, 2 something could not be read or written.";
 
-void Add_Verbosity(CLI::App& command, Verbosity& verbosity, bool& show_values)
+void Add_Verbosity(CLI::App& command, dicom_mend::Run_Options& run)
 {
-    command.add_flag("--show-values", show_values,
+    Verbosity& verbosity = run.verbosity;
+    command.add_flag("--show-values", run.show_values,
                      "Quote values in reports that may identify a person");
     CLI::Option* const quiet = command.add_flag_callback(
         "-q,--quiet", [&verbosity] { verbosity = Verbosity::Quiet; }, "Report errors only");
@@ -57,6 +62,107 @@ void Add_Verbosity(CLI::App& command, Verbosity& verbosity, bool& show_values)
             "Report also what is worth knowing but no fault")
         ->excludes(quiet)
         ->option_text(" ");
+}
+
+/** "2/8": the part and the number of parts. */
+std::string Take_Shard(const std::string& text, dicom_mend::Walk_Options& walk)
+{
+    unsigned long long shard = 0;
+    unsigned long long shards = 0;
+    char rest = 0;
+    if (std::sscanf(text.c_str(), "%llu/%llu%c", &shard, &shards, &rest) != 2 || shard == 0 ||
+        shard > shards) {
+        return "has to be K/N, the part and the number of parts, for example 2/8";
+    }
+    walk.shard = shard;
+    walk.shards = shards;
+    return {};
+}
+
+/** What commands have in common that take files and folders. */
+void Add_Run(CLI::App& command, dicom_mend::Run_Options& run)
+{
+    command
+        .add_option("--jobs", run.jobs,
+                    "Number of worker processes; the number of cores by default")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("N");
+    command
+        .add_option("--from-list", run.walk.list,
+                    "File with the names of files and folders, one a line; - is standard input")
+        ->option_text("FILE");
+    command.add_flag("-0,--null", run.walk.nul_separated, "The names in the list end with NUL");
+    command.add_flag("--follow", run.walk.follow, "Follow symbolic links in folders");
+    command
+        .add_option_function<std::string>(
+            "--shard",
+            [&run](const std::string& text) {
+                const std::string fault = Take_Shard(text, run.walk);
+                if (!fault.empty()) {
+                    throw CLI::ValidationError("--shard " + text, fault);
+                }
+            },
+            "Take the K-th of N parts of the files, the same on every machine")
+        ->option_text("K/N");
+}
+
+/** What is kept of a run. */
+void Add_Record(CLI::App& command, dicom_mend::Run_Options& run, const char* place)
+{
+    command
+        .add_option("--report", run.report,
+                    "File for what became of each file, and totals: .jsonl, .csv, .sarif or .html")
+        ->option_text("FILE");
+    command.add_option("--state", run.state, std::string("File for the state of the run") + place)
+        ->option_text("FILE");
+    command.add_flag("--resume", run.resume, "Go on with a run that was interrupted or killed");
+}
+
+/** The options that decide about outputs: a run has to go on with the same ones. */
+std::string Terms_Of(const CLI::App& command, const dicom_mend::Run_Options& run)
+{
+    constexpr std::string_view Others[] = {"--jobs",  "--report",    "--state", "--resume",
+                                           "--quiet", "--verbose",   "--force", "--to",
+                                           "--help",  "--quarantine"};
+    std::string terms = command.get_name();
+    for (const CLI::Option* const option : command.get_options()) {
+        const std::string name = option->get_name();
+        const bool is_other =
+            std::find(std::begin(Others), std::end(Others), name) != std::end(Others);
+        if (option->count() == 0 || is_other || !name.starts_with('-')) {
+            continue;
+        }
+        terms += "\n" + name;
+        for (const std::string& value : option->results()) {
+            terms += " " + value;
+        }
+    }
+    std::error_code error;
+    terms += "\n" + std::filesystem::weakly_canonical(run.to, error).string();
+    for (const std::string& path : run.walk.paths) {
+        terms += "\n" + std::filesystem::weakly_canonical(path, error).string();
+    }
+    return terms;
+}
+
+/** Says what options of a run do not go together; throws CLI::ValidationError. */
+void Check_Run(const CLI::App& command, dicom_mend::Run_Options& run)
+{
+    const auto refuse = [](const char* text) {
+        throw CLI::ValidationError(text);
+    };
+    if (run.walk.paths.empty() && run.walk.list.empty()) {
+        refuse("FILE, FOLDER or --from-list is required");
+    }
+    if (run.resume && run.state.empty() && run.to.empty()) {
+        refuse("--resume needs the --state of the run");
+    }
+    const auto inputs = std::count(run.walk.paths.begin(), run.walk.paths.end(), "-");
+    if (inputs > 0 && (run.Asks_For_Run() || inputs > 1)) {
+        refuse("standard input stands for one file, and for nothing else");
+    }
+    run.command = command.get_name();
+    run.terms = Terms_Of(command, run);
 }
 
 std::string Charset_Fault(const std::string& terms)
@@ -99,17 +205,72 @@ CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
                      "text (default), tsv, or json, the DICOM JSON model")
         ->transform(CLI::CheckedTransformer(formats))
         ->option_text("FORMAT");
-    command->add_option("FILE", request.files, "Files to read")->required()->option_text("...");
-    Add_Verbosity(*command, request.verbosity, request.show_values);
+    command
+        ->add_option("FILE", request.run.walk.paths,
+                     "Files to read, folders, or - for standard input")
+        ->option_text("...");
+    Add_Run(*command, request.run);
+    Add_Verbosity(*command, request.run);
+    command->final_callback([command, &request] { Check_Run(*command, request.run); });
     return command;
 }
 
+/** One file and its output. */
 void Add_Files(CLI::App& command, dicom_mend::Mend_Request& request)
 {
-    command.add_flag("--force", request.force, "Replace an existing output file");
-    command.add_option("IN", request.input, "File to read")->required()->option_text(" ");
-    command.add_option("OUT", request.output, "File to write")->required()->option_text(" ");
-    Add_Verbosity(command, request.verbosity, request.show_values);
+    command.add_flag("--force", request.run.force, "Replace an existing output file");
+    command.add_option("FILE", request.run.walk.paths, "File to read, and file to write")
+        ->required()
+        ->expected(2)
+        ->option_text("IN OUT");
+    Add_Verbosity(command, request.run);
+}
+
+/** One file and its output, or files and folders and the folder of their outputs. */
+void Add_Inputs(CLI::App& command, dicom_mend::Mend_Request& request)
+{
+    dicom_mend::Run_Options& run = request.run;
+    command.add_flag("--force", run.force, "Replace existing output files");
+    command
+        .add_option(
+            "FILE", run.walk.paths,
+            "File to read and file to write, - for the standard streams; or with --to, files "
+            "and folders to read")
+        ->option_text("IN OUT | PATH...");
+    command.add_option("--to", run.to, "Folder for the outputs of many files and folders")
+        ->option_text("OUT_DIR");
+    command
+        .add_option("--layout", request.layout,
+                    "Places of the outputs by their values instead of those of the inputs, for "
+                    "example '{PatientID}/{StudyDate}-{Modality}/{SOPInstanceUID}.dcm'")
+        ->option_text("TEXT");
+    command
+        .add_option("--quarantine", run.quarantine,
+                    "Folder for copies of what could not be mended whole, with the findings")
+        ->option_text("DIR");
+    Add_Run(command, run);
+    Add_Record(command, run, "; default in OUT_DIR");
+    Add_Verbosity(command, run);
+    command.final_callback([&command, &request, &run] {
+        if (run.to.empty()) {
+            if (run.walk.paths.size() != 2 || !run.walk.list.empty()) {
+                throw CLI::ValidationError("IN and OUT are required, or --to OUT_DIR and PATH...");
+            }
+            if (!request.layout.empty() || !run.quarantine.empty() || !run.report.empty() ||
+                !run.state.empty() || run.resume || run.walk.shards > 1 || run.jobs != 0) {
+                throw CLI::ValidationError(
+                    "--layout, --quarantine, --report, --state, --resume, --shard and --jobs need "
+                    "--to OUT_DIR");
+            }
+            return;
+        }
+        if (!request.garbage.empty()) {
+            throw CLI::ValidationError(
+                "--keep-garbage takes the bytes of one file, and not of many");
+        }
+        run.to = dicom_mend::Without_Slash(run.to);
+        Check_Run(command, run);
+    });
 }
 
 void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
@@ -135,7 +296,7 @@ void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
         .add_option("--keep-garbage", request.garbage,
                     "File for the bytes of IN that belong to no element")
         ->option_text("FILE");
-    Add_Files(command, request);
+    Add_Inputs(command, request);
 }
 
 CLI::App* Add_Mend(CLI::App& app, dicom_mend::Mend_Request& request)
@@ -159,6 +320,7 @@ CLI::App* Add_Complete(CLI::App& app, dicom_mend::Mend_Request& request,
                      "Set an attribute to a value; may be given several times")
         ->take_all()
         ->expected(1)
+        ->allow_extra_args(false)
         ->option_text("TAG=VALUE");
     command->add_option("--rules", completion.rules, "File of definition lines that override")
         ->option_text("FILE");
@@ -209,9 +371,40 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
     command->add_flag("--summary", request.summary, "Count the findings of all files by kind");
     command->add_flag("--study", request.study,
                       "Compare also what must agree in the files of a patient, study, series and "
-                      "frame of reference; folders stand for the files in them");
-    command->add_option("FILE", request.files, "Files to check")->required()->option_text("...");
-    Add_Verbosity(*command, request.verbosity, request.show_values);
+                      "frame of reference");
+    command
+        ->add_option("FILE", request.run.walk.paths,
+                     "Files to check, folders, or - for standard input")
+        ->option_text("...");
+    Add_Run(*command, request.run);
+    Add_Record(*command, request.run, "");
+    Add_Verbosity(*command, request.run);
+    command->final_callback([command, &request] {
+        Check_Run(*command, request.run);
+        if (request.run.resume && request.study) {
+            throw CLI::ValidationError("--study compares all files, and cannot go on with a run");
+        }
+    });
+    return command;
+}
+
+CLI::App* Add_Report(CLI::App& app, dicom_mend::Report_Request& request)
+{
+    CLI::App* const command =
+        app.add_subcommand("report", "Print what runs came to, and merge their reports");
+    command->add_flag("--json", request.json, "Print the totals as an object of JSON");
+    command
+        ->add_option("--to", request.to,
+                     "File for the records of all runs: .jsonl, .csv, .sarif or .html")
+        ->option_text("FILE");
+    command->add_flag("--force", request.force, "Replace an existing FILE");
+    command->add_flag("--show-values", request.show_values,
+                      "Quote values in FILE that may identify a person");
+    command
+        ->add_option("RUN", request.runs,
+                     "Reports in JSON lines, states of runs, or folders that runs wrote to")
+        ->required()
+        ->option_text("...");
     return command;
 }
 
@@ -263,6 +456,7 @@ int Run(int argc, char** argv)
     dicom_mend::Mend_Request from_json;
     dicom_mend::Mend_Request complete;
     dicom_mend::Completion completion;
+    dicom_mend::Report_Request report;
     dicom_mend::Lookup_Request dict;
     dicom_mend::Lookup_Request uid;
     dicom_mend::Code_Request code;
@@ -290,6 +484,10 @@ int Run(int argc, char** argv)
         {Add_Complete(app, complete, completion),
          [&] {
              return Run_Complete(complete, completion);
+         }},
+        {Add_Report(app, report),
+         [&] {
+             return Run_Report_Command(report);
          }},
         {Add_Lookup(app, "dict", "Look up data elements", "TAG|NAME", dict),
          [&] {

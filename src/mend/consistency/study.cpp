@@ -124,9 +124,28 @@ std::string Counted(std::size_t count)
 
 }  // namespace
 
+Study_Facts Facts_Of(const Data_Set& set)
+{
+    static_assert(Study_Facts::Elements == Element_Count);
+    Study_Facts facts;
+    facts.syntax = set.syntax;
+    facts.is_encapsulated = set.encoding.encapsulated;
+    const Character_Set characters(Text_In(set, set.records.Head(), Character_Set_Tag));
+    for (const DICOM_List& record : Records(set.records.Head())) {
+        const auto* const row =
+            std::find_if(std::begin(Rows), std::end(Rows),
+                         [&record](const Element_Row& each) { return each.tag == Tag_Of(record); });
+        if (row != std::end(Rows)) {
+            const auto element = static_cast<std::size_t>(row - Rows);
+            facts.values[element] = Compared_Value(set, record, row->form, characters);
+            facts.offsets[element] = Position_Of(record);
+        }
+    }
+    return facts;
+}
+
 Study::Study() : texts_(1)
 {
-    static_assert(Elements == Element_Count);
 }
 
 Study::Value Study::Number_Of(const std::string& text)
@@ -141,35 +160,21 @@ Study::Value Study::Number_Of(const std::string& text)
     return entry->second;
 }
 
-void Study::Add(const std::string& name, const Data_Set& set)
+void Study::Add(const std::string& name, const Study_Facts& facts)
 {
-    if (set.foreign || set.records.Head() == nullptr) {
-        return;
-    }
     File file;
     file.name = name;
-    file.syntax = set.syntax;
-    file.is_encapsulated = set.encoding.encapsulated;
-    const Character_Set characters(Text_In(set, set.records.Head(), Character_Set_Tag));
-    for (const DICOM_List& record : Records(set.records.Head())) {
-        const auto* const row =
-            std::find_if(std::begin(Rows), std::end(Rows),
-                         [&record](const Element_Row& each) { return each.tag == Tag_Of(record); });
-        if (row != std::end(Rows)) {
-            const auto element = static_cast<std::size_t>(row - Rows);
-            file.values[element] = Number_Of(Compared_Value(set, record, row->form, characters));
-            file.offsets[element] = Position_Of(record);
-        }
-    }
+    file.syntax = facts.syntax;
+    file.is_encapsulated = facts.is_encapsulated;
+    file.offsets = facts.offsets;
+    std::transform(facts.values.begin(), facts.values.end(), file.values.begin(),
+                   [this](const std::string& value) { return Number_Of(value); });
     if (file.values[Patient_ID] != 0) {
-        const std::string issuer =
-            file.values[Issuer] != 0 ? *texts_[file.values[Issuer]] : std::string();
-        file.patient = Number_Of(*texts_[file.values[Patient_ID]] + '\\' + issuer);
+        file.patient = Number_Of(facts.values[Patient_ID] + '\\' + facts.values[Issuer]);
     }
     // Frames of reference that the registry has, such as atlases, belong to everyone.
-    const std::string* const frame = texts_[file.values[Frame_UID]];
-    file.frame =
-        frame != nullptr && DICOM_UID_Get(frame->c_str()) == nullptr ? file.values[Frame_UID] : 0;
+    const std::string& frame = facts.values[Frame_UID];
+    file.frame = DICOM_UID_Get(frame.c_str()) == nullptr ? file.values[Frame_UID] : 0;
     files_.push_back(std::move(file));
 }
 

@@ -14,6 +14,20 @@
 
 namespace lib_mend {
 
+/** What of a data set is compared with others. */
+struct Study_Facts {
+    static constexpr std::size_t Elements = 28;
+
+    std::string syntax = {};
+    bool is_encapsulated = false;
+    /** In a form in which equal values are equal texts; empty where there is none. */
+    std::array<std::string, Elements> values = {};
+    std::array<std::int64_t, Elements> offsets = {};
+};
+
+/** Of a healed data set. */
+Study_Facts Facts_Of(const Data_Set& set);
+
 class Study {
 public:
     /** Finds the sum of a file's contents again; empty when it cannot be read any more. */
@@ -21,8 +35,8 @@ public:
 
     Study();
 
-    /** Takes a healed data set. The order of the files does not matter. */
-    void Add(const std::string& file, const Data_Set& set);
+    /** Takes what a file says. The order of the files does not matter. */
+    void Add(const std::string& file, const Study_Facts& facts);
 
     struct Told {
         std::string file;
@@ -35,7 +49,7 @@ private:
     /** Number of a value among all; 0 for none. */
     using Value = std::uint32_t;
 
-    static constexpr std::size_t Elements = 28;
+    static constexpr std::size_t Elements = Study_Facts::Elements;
 
     struct File {
         std::string name;

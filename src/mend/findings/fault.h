@@ -103,6 +103,9 @@ enum class Fault : unsigned char {
     Frame_Of_Reference_Differs,
     Duplicate_Instance,
     Not_Compared,
+    Worker_Died,
+    Name_Taken,
+    Directory_Left,
     /** What the library says in words of its own: its kind is recognised by its text. */
     Other
 };

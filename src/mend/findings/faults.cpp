@@ -221,6 +221,12 @@ constexpr Finding_Kind Kinds[] = {
      "two objects with one SOP Instance UID", "a UID identifies one object", "PS3.5 9", false},
     {Fault::Not_Compared, "not-compared", Severity::Info, "a file that is not compared", "", "",
      false},
+    {Fault::Worker_Died, "worker-died", Severity::Error, "a file whose worker process ended", "",
+     "", false},
+    {Fault::Name_Taken, "name-taken", Severity::Warning, "two files for one name", "", "", false},
+    {Fault::Directory_Left, "directory-left", Severity::Warning,
+     "a DICOMDIR whose files have other names now", "Referenced File ID names the files of the set",
+     "PS3.3 F.3.2.2", false},
     {Fault::Other, "other", Severity::Warning, "something is wrong", "", "", true},
 };
 
@@ -289,6 +295,11 @@ constexpr bool All_Patterns_Name_A_Kind()
 static_assert(All_Patterns_Name_A_Kind());
 
 }  // namespace
+
+Fault Fault_Of(std::string_view name)
+{
+    return Kind_Named(name).fault;
+}
 
 const Finding_Kind& Kind_Of(const Finding& finding)
 {

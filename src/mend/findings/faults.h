@@ -31,6 +31,9 @@ struct Finding_Kind {
 
 const Finding_Kind& Kind_Of(const Finding& finding);
 
+/** The fault whose kind has a stable name; Other when none has. */
+Fault Fault_Of(std::string_view name);
+
 /** The clause that a finding is about; that of its kind where it names none. */
 const char* Clause_Of(const Finding& finding);
 

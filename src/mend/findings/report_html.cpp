@@ -127,7 +127,8 @@ std::string Bytes_Of_Finding(const Finding_In_Page& each, bool show_values)
     return html;
 }
 
-std::string Head_Of_Table(std::initializer_list<const char*> names)
+template <class Names>
+std::string Head_Of_Table(const Names& names)
 {
     std::string html = "<table><thead><tr>";
     for (const std::string_view name : names) {
@@ -137,6 +138,11 @@ std::string Head_Of_Table(std::initializer_list<const char*> names)
         html += std::string(name.substr(is_number ? 1 : 0)) + "</th>";
     }
     return html + "</tr></thead><tbody>\n";
+}
+
+std::string Head_Of_Table(std::initializer_list<const char*> names)
+{
+    return Head_Of_Table<std::initializer_list<const char*>>(names);
 }
 
 constexpr char End_Of_Table[] = "</tbody></table>\n";
@@ -315,13 +321,28 @@ std::string Html_Page::File_Table() const
     return html + End_Of_Table;
 }
 
+void Html_Page::Add_Table(const std::string& title, const std::vector<std::string>& columns,
+                          const std::vector<std::vector<std::string>>& rows)
+{
+    tables_ += "<h2>" + Html(title) + "</h2>\n" + Head_Of_Table(columns);
+    for (const std::vector<std::string>& row : rows) {
+        tables_ += "<tr>";
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            tables_ += (columns[i].starts_with('#') ? "<td class=\"n\">" : "<td>") + Html(row[i]) +
+                       "</td>";
+        }
+        tables_ += "</tr>\n";
+    }
+    tables_ += End_Of_Table;
+}
+
 std::string Html_Page::Tail(bool complete) const
 {
     return std::string("</main>\n<section class=\"summary\">\n") +
            (complete ? ""
                      : "<p class=\"note\">Something was lost or could not be read; see the "
                        "errors, and what the command said.</p>\n") +
-           Kind_Table() + Study_Table() + File_Table() + "</section>\n</body></html>\n";
+           Kind_Table() + Study_Table() + File_Table() + tables_ + "</section>\n</body></html>\n";
 }
 
 }  // namespace lib_mend

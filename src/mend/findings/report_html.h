@@ -41,6 +41,9 @@ public:
     void Belongs_To(const std::string& file, const std::string& study);
     /** The findings of a file; may come more than once for a file. */
     std::string Findings_Of(const std::string& file, const std::vector<Finding_In_Page>& findings);
+    /** Adds a table to the summary; a column whose title begins with "#" holds numbers. */
+    void Add_Table(const std::string& title, const std::vector<std::string>& columns,
+                   const std::vector<std::vector<std::string>>& rows);
     /** @param complete  false when a file could not be read */
     std::string Tail(bool complete) const;
 
@@ -74,6 +77,7 @@ private:
     std::vector<std::string> studies_ = {""};
     std::unordered_map<std::string, std::size_t> study_numbers_ = {{"", 0}};
     std::map<std::pair<Severity, const Finding_Kind*>, Kind_Count> kinds_;
+    std::string tables_;
 };
 
 }  // namespace lib_mend

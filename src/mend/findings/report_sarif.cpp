@@ -17,25 +17,6 @@ const char* Level_Name(Severity severity)
     return severity == Severity::Info ? "note" : Severity_Name(severity);
 }
 
-/** A file name as a URI reference (RFC 3986): bytes that stand for themselves in a path stay. */
-std::string URI_Of(std::string_view file)
-{
-    constexpr std::string_view Plain = "-._~/!$&'()*+,;=@";
-    // A colon in the first part would make it a scheme, a slash in front is no relative reference.
-    std::string uri = file.starts_with('/')                                   ? "file://"
-                      : file.substr(0, file.find('/')).find(':') != file.npos ? "./"
-                                                                              : "";
-    for (const char c : file) {
-        const bool is_letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                               (c >= '0' && c <= '9') || Plain.find(c) != Plain.npos;
-        char escape[8];
-        std::snprintf(escape, sizeof escape, "%%%02X",
-                      static_cast<unsigned int>(static_cast<unsigned char>(c)));
-        uri += is_letter ? std::string(1, c) : escape;
-    }
-    return uri;
-}
-
 std::string Message(std::string_view text)
 {
     return "{\"text\":" + JSON_Text(text) + "}";
@@ -70,8 +51,8 @@ std::string Fingerprint(const Finding_Kind& kind, const Finding& finding)
 
 std::string Location(const std::string& file, const Finding& finding)
 {
-    std::string location =
-        "{\"physicalLocation\":{\"artifactLocation\":{\"uri\":" + JSON_Text(URI_Of(file)) + "}";
+    std::string location = "{\"physicalLocation\":{\"artifactLocation\":{\"uri\":" +
+                           JSON_Text(Sarif_Log::URI_Of(file)) + "}";
     if (finding.offset != Finding::Nowhere) {
         location += ",\"region\":{\"byteOffset\":" + std::to_string(finding.offset) + "}";
     }
@@ -86,6 +67,25 @@ std::string Location(const std::string& file, const Finding& finding)
 }
 
 }  // namespace
+
+std::string Sarif_Log::URI_Of(std::string_view file)
+{
+    // Bytes that stand for themselves in a path stay.
+    constexpr std::string_view Plain = "-._~/!$&'()*+,;=@";
+    // A colon in the first part would make it a scheme, a slash in front is no relative reference.
+    std::string uri = file.starts_with('/')                                   ? "file://"
+                      : file.substr(0, file.find('/')).find(':') != file.npos ? "./"
+                                                                              : "";
+    for (const char c : file) {
+        const bool is_letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                               (c >= '0' && c <= '9') || Plain.find(c) != Plain.npos;
+        char escape[8];
+        std::snprintf(escape, sizeof escape, "%%%02X",
+                      static_cast<unsigned int>(static_cast<unsigned char>(c)));
+        uri += is_letter ? std::string(1, c) : escape;
+    }
+    return uri;
+}
 
 std::string Sarif_Log::Head() const
 {
@@ -128,10 +128,10 @@ std::string Sarif_Log::Result(const std::string& file, const Finding& finding)
     return result + "}";
 }
 
-std::string Sarif_Log::Tail(bool complete) const
+std::string Sarif_Log::Tail(bool complete, const std::string& artifacts) const
 {
-    return std::string("\n],\"invocations\":[{\"executionSuccessful\":") +
-           (complete ? "true" : "false") + "}]}]}\n";
+    return "\n]," + (artifacts.empty() ? "" : "\"artifacts\":[" + artifacts + "\n],") +
+           "\"invocations\":[{\"executionSuccessful\":" + (complete ? "true" : "false") + "}]}]}\n";
 }
 
 }  // namespace lib_mend

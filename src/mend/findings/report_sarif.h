@@ -5,6 +5,7 @@
 #include "mend/findings/faults.h"
 
 #include <string>
+#include <string_view>
 
 namespace lib_mend {
 
@@ -22,8 +23,13 @@ public:
     std::string Head() const;
     /** @param file  name of the file that the finding is about */
     std::string Result(const std::string& file, const Finding& finding);
-    /** @param complete  false when a file could not be read */
-    std::string Tail(bool complete) const;
+    /**
+     * @param complete   false when a file could not be read
+     * @param artifacts  what is said of the files themselves, objects with commas between them
+     */
+    std::string Tail(bool complete, const std::string& artifacts = {}) const;
+    /** A file name as a URI reference (RFC 3986). */
+    static std::string URI_Of(std::string_view file);
 
 private:
     bool show_values_;

@@ -1,5 +1,6 @@
 #include "mend/healing/sha256.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <string>
@@ -66,31 +67,47 @@ void Add_Block(State& state, std::string_view block)
 
 }  // namespace
 
-SHA256_Digest SHA256(std::string_view bytes)
+void SHA256_Sum::Add(std::string_view bytes)
 {
-    // The first 32 bits of the fractional parts of the square roots of the first 8 primes.
-    State state = {0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
-                   0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19};
-    constexpr std::size_t Length_Size = 8;
-    const std::uint64_t bits = std::uint64_t{bytes.size()} * 8;
-    while (bytes.size() >= Block_Size) {
-        Add_Block(state, bytes);
-        bytes.remove_prefix(Block_Size);
+    size_ += bytes.size();
+    if (!rest_.empty()) {
+        const std::size_t count = std::min(bytes.size(), Block_Size - rest_.size());
+        rest_ += bytes.substr(0, count);
+        bytes.remove_prefix(count);
+        if (rest_.size() < Block_Size) {
+            return;
+        }
+        Add_Block(state_, rest_);
+        rest_.clear();
     }
-    std::string tail(bytes);
-    tail += '\x80';
-    tail.resize(tail.size() + (2 * Block_Size - Length_Size - tail.size()) % Block_Size);
+    for (; bytes.size() >= Block_Size; bytes.remove_prefix(Block_Size)) {
+        Add_Block(state_, bytes);
+    }
+    rest_ = bytes;
+}
+
+SHA256_Digest SHA256_Sum::Digest()
+{
+    constexpr std::size_t Length_Size = 8;
+    const std::uint64_t bits = size_ * 8;
+    std::string tail = "\x80";
+    tail.resize(1 + (2 * Block_Size - Length_Size - 1 - rest_.size()) % Block_Size);
     for (std::size_t i = 0; i < Length_Size; ++i) {
         tail += static_cast<char>(bits >> (8 * (Length_Size - 1 - i)));
     }
-    for (std::size_t at = 0; at < tail.size(); at += Block_Size) {
-        Add_Block(state, std::string_view(tail).substr(at));
-    }
+    Add(tail);
     SHA256_Digest digest;
     for (std::size_t i = 0; i < digest.size(); ++i) {
-        digest[i] = static_cast<unsigned char>(state[i / 4] >> (8 * (3 - i % 4)));
+        digest[i] = static_cast<unsigned char>(state_[i / 4] >> (8 * (3 - i % 4)));
     }
     return digest;
+}
+
+SHA256_Digest SHA256(std::string_view bytes)
+{
+    SHA256_Sum sum;
+    sum.Add(bytes);
+    return sum.Digest();
 }
 
 }  // namespace lib_mend

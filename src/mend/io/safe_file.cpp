@@ -340,7 +340,8 @@ std::string Write_Safely(const std::string& path,
 }
 
 std::string Write_Safely(const std::string& path,
-                         const std::function<bool(const File_Taker&)>& give, bool replace)
+                         const std::function<bool(const File_Taker&)>& give, bool replace,
+                         Folder_Sync sync)
 {
     const std::string name = Name_Of(path);
     const Folder folder(Folder_Of(path));
@@ -369,7 +370,9 @@ std::string Write_Safely(const std::string& path,
         !file.Close() || !file.Rename(name, replace)) {
         return "cannot be written: " + System_Text();
     }
-    return folder.Sync() ? "" : "is written, but its folder cannot be synced: " + System_Text();
+    return sync == Folder_Sync::Left_To_Caller || folder.Sync()
+               ? ""
+               : "is written, but its folder cannot be synced: " + System_Text();
 }
 
 }  // namespace lib_mend

@@ -49,12 +49,16 @@ struct File_Taker {
     Range_Taker copy;
 };
 
+/** Whether the folder has to be on the disk too; where a file waits to be moved, the other one has to. */
+enum class Folder_Sync { Now, Left_To_Caller };
+
 /**
  * Writes what `give` hands to its argument, so that it need not be in memory together. `give` returns
  * false when its argument did, or when it has not got what it should give.
  */
 std::string Write_Safely(const std::string& path,
-                         const std::function<bool(const File_Taker&)>& give, bool replace);
+                         const std::function<bool(const File_Taker&)>& give, bool replace,
+                         Folder_Sync sync = Folder_Sync::Now);
 
 }  // namespace lib_mend
 

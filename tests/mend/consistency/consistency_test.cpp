@@ -179,7 +179,7 @@ TEST(Consistency, OfManyFiles)
             }
             Study study;
             for (const std::string& name : names) {
-                study.Add(name, Read_Data_Set(Source_Of(files.at(name)), read));
+                study.Add(name, Facts_Of(Read_Data_Set(Source_Of(files.at(name)), read)));
             }
             std::string told;
             const auto sum_of = [&](const std::string& name) {

@@ -1,0 +1,403 @@
+"""Runs `dicom-mend` over a made archive: archive.py TOOL [FILES]
+
+The same trees, texts and reports with any number of workers; hostile names and values; runs that are killed,
+interrupted, out of room, or meet folders without rights.
+"""
+
+import collections
+import csv
+import hashlib
+import io
+import json
+import os
+import pathlib
+import random
+import re
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+TOOL = os.path.abspath(sys.argv[1])
+FILES = int(sys.argv[2]) if len(sys.argv) > 2 else 300
+KINDS = ("sound", "mendable", "cut", "foreign", "duplicate")
+FOLDERS = ("plain", "with blank", "line\nend", "ü\u202e", "quote\"'", "-dash", "a,b;c", "deep/er/and/deeper", "%41$(x)")
+
+
+def element(group, number, vr, value):
+    value = value if isinstance(value, bytes) else value.encode("utf-8")
+    value += b"" if len(value) % 2 == 0 else (b"\0" if vr in ("UI", "OB") else b" ")
+    head = struct.pack("<HH2s", group, number, vr.encode())
+    if vr in ("OB", "OW", "SQ", "UN"):
+        return head + struct.pack("<HI", 0, len(value)) + value
+    return head + struct.pack("<H", len(value)) + value
+
+
+def made(uid, patient="Doe", date="20200101", series="1", maker="ACME", pixels=64):
+    meta = (element(2, 1, "OB", b"\0\1") + element(2, 2, "UI", "1.2.840.10008.5.1.4.1.1.7") +
+            element(2, 3, "UI", uid) + element(2, 0x10, "UI", "1.2.840.10008.1.2.1") +
+            element(2, 0x12, "UI", "1.2.3"))
+    body = (element(8, 5, "CS", "ISO_IR 192") + element(8, 0x16, "UI", "1.2.840.10008.5.1.4.1.1.7") + element(8, 0x18, "UI", uid) +
+            element(8, 0x20, "DA", date) + element(8, 0x60, "CS", "OT") + element(8, 0x70, "LO", maker) +
+            element(8, 0x1090, "LO", "Model " + maker) + element(0x10, 0x10, "PN", patient) +
+            element(0x10, 0x20, "LO", patient) + element(0x18, 0x1020, "LO", "v1") +
+            element(0x20, 0xD, "UI", "1.2.3.4") + element(0x20, 0xE, "UI", "1.2.3.4.5") +
+            element(0x20, 0x11, "IS", series) + element(0x28, 2, "US", b"\1\0") +
+            element(0x28, 4, "CS", "MONOCHROME2") + element(0x28, 0x10, "US", b"\1\0") +
+            element(0x28, 0x11, "US", struct.pack("<H", pixels)) + element(0x28, 0x100, "US", b"\x08\0") +
+            element(0x28, 0x101, "US", b"\x08\0") + element(0x28, 0x102, "US", b"\x07\0") +
+            element(0x28, 0x103, "US", b"\0\0") + element(0x7FE0, 0x10, "OB", bytes(n % 251 for n in range(pixels))))
+    return (b"\0" * 128 + b"DICM" + element(2, 0, "UL", struct.pack("<I", len(meta))) + meta + body)
+
+
+def make_archive(folder, files, seed=1):
+    """Writes the files, whose names say their kinds; gives how many there are of each."""
+    chance, count = random.Random(seed), collections.Counter()
+    for number in range(files):
+        kind = KINDS[number % len(KINDS)]
+        count[kind] += 1
+        uid = f"1.2.3.{number - 4 if kind == 'duplicate' else number}"
+        maker = ("ACME", "Other, Inc.", "Ä-Works")[number % 3]
+        data = made(uid, date="2020.01.02" if kind == "mendable" else "20200101", maker=maker,
+                    pixels=chance.choice((64, 64, 64, 1000, 60000)))
+        data = data[:chance.randrange(len(data) - 60, len(data) - 10)] if kind == "cut" else data
+        data = b"no DICOM at all %d\n" % number if kind == "foreign" else data
+        place = folder / chance.choice(FOLDERS) / str(number % 17)
+        place.mkdir(parents=True, exist_ok=True)
+        (place / f"{number}-{kind}").write_bytes(data)
+    (folder / ".hidden").write_bytes(b"x")
+    (folder / "link").symlink_to(".")
+    (folder / "gone").symlink_to("nowhere")
+    return count
+
+
+def run(*arguments, status=None, **options):
+    done = subprocess.run([TOOL, *map(str, arguments)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+    assert status is None or done.returncode == status, (arguments, done.returncode, done.stderr[-2000:])
+    return done
+
+
+def tree(folder):
+    return {path.relative_to(folder): path.read_bytes()
+            for path in sorted(folder.rglob("*")) if path.is_file() and not path.is_symlink()}
+
+
+def report(path):
+    """A report without the time that each file took, which alone may differ."""
+    return re.sub(r',"seconds":[0-9.]+|,[0-9.]+\r?\n', "", path.read_text("utf-8"))
+
+
+def first_difference(one, another):
+    for lines in zip(one.splitlines(), another.splitlines()) if hasattr(one, "splitlines") else ():
+        if lines[0] != lines[1]:
+            return lines
+    return len(one), len(another)
+
+
+class Scratch:
+    def __enter__(self):
+        self.path = pathlib.Path(tempfile.mkdtemp(prefix="archive_"))
+        return self.path
+
+    def __exit__(self, *_):
+        shutil.rmtree(self.path, ignore_errors=True)
+
+
+def same_with_any_number_of_jobs():
+    with Scratch() as scratch:
+        count = make_archive(scratch / "in", FILES)
+        seen = []
+        for jobs in (1, 2, 5):
+            folder = scratch / f"run{jobs}"
+            folder.mkdir()
+            done = run("mend", "--to", "out", "--jobs", jobs, "--report", "r.jsonl", "--quarantine", "bad", "../in",
+                       cwd=folder, status=2)
+            csv_done = run("check", "../in", "--jobs", jobs, "--report", "r.csv", "--module", "auto", cwd=folder, status=2)
+            listed = run("list", "../in", "--jobs", jobs, "--format", "tsv", cwd=folder)
+            seen.append((tree(folder / "out"), tree(folder / "bad"), report(folder / "r.jsonl"), report(folder / "r.csv"),
+                         done.stderr, csv_done.stdout, csv_done.stderr, listed.stdout, listed.stderr))
+        for other in seen[1:]:
+            for part, (one, another) in enumerate(zip(seen[0], other)):
+                assert one == another, (part, first_difference(one, another))
+        out, bad, lines, rows = seen[0][:4]
+        dicom = FILES - count["foreign"]
+        assert len(out) == dicom, (len(out), dicom)
+        # What was cut off is mended as far as it is there, and is in quarantine with its findings.
+        kept = {name for name in bad if not str(name).endswith(".findings.jsonl")}
+        assert len(kept) == count["cut"] and len(bad) == 2 * len(kept)
+        assert all(bad[name] == (scratch / "in" / name).read_bytes() for name in kept)
+        records = [json.loads(line) for line in lines.splitlines()]
+        files, totals = [r for r in records if "file" in r], records[-1]["totals"]
+        assert len(files) == FILES and records[-1]["complete"] is True
+        by_status = collections.Counter(r["status"] for r in files)
+        assert by_status["left"] == count["foreign"] == totals["left"], by_status
+        assert by_status["failed"] == count["cut"] == totals["failed"], by_status
+        assert by_status["findings"] == count["mendable"], by_status
+        assert sum(d["files"] for d in totals["devices"]) == dicom == totals["files"]
+        assert {d["manufacturer"] for d in totals["devices"]} >= {"ACME", "Other, Inc.", "Ä-Works"}
+        for r in files:
+            data = (scratch / "run1" / r["file"]).read_bytes()
+            assert r["size"] == len(data)
+            if r["status"] != "left":
+                assert r["sha256_in"] == hashlib.sha256(data).hexdigest()
+                output = (scratch / "run1" / r["output"]).read_bytes()
+                assert r["sha256_out"] == hashlib.sha256(output).hexdigest()
+                # One by one they become the same.
+                if len(files) <= 500:
+                    run("mend", "-q", "--force", scratch / "run1" / r["file"], scratch / "one.dcm")
+                    assert (scratch / "one.dcm").read_bytes() == output
+        names = [r["file"] for r in files]
+        assert names == sorted(names, key=lambda name: [os.fsencode(part) for part in name.split("/")])
+        assert len(list(csv.reader(io.StringIO((scratch / "run1/r.csv").read_text("utf-8"))))) == FILES + 1
+        summary = seen[0][4].decode("utf-8").splitlines()[-1]
+        assert f"left: {count['foreign']} not DICOM, 1 hidden, 2 symbolic links" in summary, summary
+        # Runs put together come to the same, whatever they are read from.
+        one = run("report", "--json", scratch / "run1/r.jsonl").stdout
+        assert json.loads(one)["devices"] == totals["devices"] and json.loads(one)["files"] == dicom
+        both = json.loads(run("report", "--json", "--to", scratch / "all.html", scratch / "run1/out",
+                              scratch / "run2/r.jsonl").stdout)
+        assert both["files"] == 2 * dicom and b"Model ACME" in (scratch / "all.html").read_bytes()
+
+
+def shards_are_parts():
+    with Scratch() as scratch:
+        make_archive(scratch / "in", 200)
+        run("mend", "--to", scratch / "whole", scratch / "in", status=2)
+        processes = [subprocess.Popen([TOOL, "mend", "--to", str(scratch / "out"), "--shard", f"{k}/3", "--report",
+                                       str(scratch / f"{k}.jsonl"), str(scratch / "in")], stderr=subprocess.DEVNULL)
+                     for k in (1, 2, 3)]
+        assert all(process.wait() in (1, 2) for process in processes)
+        assert tree(scratch / "out") == tree(scratch / "whole")
+        sizes = [len((scratch / f"{k}.jsonl").read_text().splitlines()) - 2 for k in (1, 2, 3)]
+        assert sum(sizes) == 200 and min(sizes) > 40, sizes
+        assert json.loads(run("report", "--json", scratch / "out").stdout)["files"] == 160
+        run("mend", "--to", scratch / "o", "--shard", "4/3", scratch / "in", status=2)
+
+
+def killed_runs_lose_and_repeat_nothing(kills):
+    """The log has each file once when its work was done once; what is in the tree is whole at any moment."""
+    with Scratch() as scratch:
+        make_archive(scratch / "in", FILES)
+        run("mend", "--to", scratch / "whole", "--report", scratch / "whole.jsonl", scratch / "in", status=2)
+        whole, chance = tree(scratch / "whole"), random.Random(3)
+        start = time.monotonic()
+        run("mend", "--to", scratch / "timed", scratch / "in", status=2)
+        length = time.monotonic() - start
+        killed = 0
+        while killed < kills:
+            out = scratch / "out"
+            arguments = [TOOL, "mend", "--to", str(out), "--report", str(scratch / "out.jsonl"), "--resume", str(scratch / "in")]
+            for _ in range(5):
+                process = subprocess.Popen(arguments, stderr=subprocess.DEVNULL)
+                time.sleep(chance.uniform(0, length / 3))
+                process.send_signal(signal.SIGKILL)
+                killed += process.wait() == -signal.SIGKILL
+                for name, data in tree(out).items() if out.exists() else ():
+                    assert name.parts[0].startswith(".dicom-mend") or whole[name] == data, name
+            assert subprocess.run(arguments, stderr=subprocess.DEVNULL).returncode == 2
+            after = tree(out)
+            assert after == whole, [name for name in after.keys() | whole.keys() if after.get(name) != whole.get(name)]
+            assert report(scratch / "out.jsonl").replace("/out/", "/whole/") == report(scratch / "whole.jsonl")
+            done = [name for kind, name in state_records(scratch / "out.state") if kind == "D"]
+            assert len(done) == len(set(done)) == FILES, (len(done), len(set(done)))
+            shutil.rmtree(out)
+            (scratch / "out.state").unlink()
+
+
+def state_records(path):
+    data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
+    while at < len(data):
+        size = int.from_bytes(data[at:at + 4], "little")
+        body = data[at + 9:at + 9 + size]
+        length, shift, used = 0, 0, 0
+        while True:
+            length |= (body[used] & 127) << shift
+            used, shift = used + 1, shift + 7
+            if body[used - 1] < 128:
+                break
+        yield chr(data[at + 8]), body[used:used + length]
+        at += 9 + size
+
+
+def changed_and_missing_files_are_done_again():
+    with Scratch() as scratch:
+        make_archive(scratch / "in", 50)
+        arguments = ("mend", "--to", scratch / "out", scratch / "in")
+        run(*arguments, status=2)
+        whole = tree(scratch / "out")
+        assert b"--resume" in run(*arguments, status=2).stderr
+        names = sorted(whole)
+        (scratch / "out" / names[0]).unlink()
+        changed = scratch / "in" / names[1]
+        changed.write_bytes(made("1.2.3.999"))
+        again = run(*arguments, "--resume")
+        assert b"1 have changed since" in again.stderr and b"48 were done before" in again.stderr, again.stderr
+        after = tree(scratch / "out")
+        assert after.keys() == whole.keys() and after[names[0]] == whole[names[0]]
+        assert b"1.2.3.999" in after[names[1]]
+        assert b"other options" in run(*arguments, "--resume", "--drop-private", status=2).stderr
+        # A torn end of the log is no harm, a file that is none is not written over.
+        state = scratch / "out.state"
+        state.write_bytes(state.read_bytes()[:-3])
+        run(*arguments, "--resume")
+        assert tree(scratch / "out") == after
+        # One that was killed at its very beginning has done nothing.
+        state.write_bytes(b"dicom-mend run 1\n\5\0")
+        run(*arguments, "--resume")
+        assert tree(scratch / "out") == after
+        state.write_bytes(b"letter\n")
+        assert b"is no state of a run" in run(*arguments, "--resume", status=2).stderr
+        assert state.read_bytes() == b"letter\n"
+
+
+def interrupted_runs_end_in_order():
+    with Scratch() as scratch:
+        make_archive(scratch / "in", max(FILES, 300))
+        arguments = ["mend", "--to", str(scratch / "out"), "--report", str(scratch / "r.jsonl"), str(scratch / "in")]
+        process = subprocess.Popen([TOOL, *arguments], stderr=subprocess.PIPE, start_new_session=True)
+        while len(list((scratch / "out").rglob("*-sound"))) < 5:
+            time.sleep(0.001)
+        os.killpg(process.pid, signal.SIGINT)
+        said = process.communicate()[1]
+        if process.returncode != 2:
+            assert process.returncode == -signal.SIGINT and b"--resume goes on" in said, (process.returncode, said[-300:])
+            last = json.loads((scratch / "r.jsonl").read_text().splitlines()[-1])
+            assert last["complete"] is False
+        run(*arguments, "--resume")
+        run("mend", "--to", scratch / "whole", scratch / "in")
+        assert tree(scratch / "out") == tree(scratch / "whole")
+
+
+def a_worker_that_dies_costs_its_file():
+    with Scratch() as scratch:
+        (scratch / "in").mkdir()
+        for number in range(40):
+            (scratch / "in" / f"{number:02}").write_bytes(made(f"1.2.{number}"))
+        # A pipe that nobody writes to keeps its worker waiting until that is killed.
+        os.mkfifo(scratch / "pipe")
+        names = sorted(str(path) for path in (scratch / "in").iterdir())
+        listing = scratch / "list"
+        listing.write_text("\n".join([*names[:20], str(scratch / "pipe"), *names[20:]]) + "\n")
+        process = subprocess.Popen([TOOL, "check", "--from-list", listing, "--jobs", "2", "--report", scratch / "r.jsonl"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        with open(scratch / "pipe", "wb"):
+            # Who opened the other end is the worker.
+            waiting, end = [], time.monotonic() + 30
+            while not waiting and time.monotonic() < end:
+                waiting = [pid for pid in workers_of(process.pid) if scratch / "pipe" in files_of(pid)]
+            os.kill(waiting[0], signal.SIGKILL)
+        out = process.communicate(timeout=60)[0].decode()
+        assert process.returncode == 2
+        assert f"{scratch}/pipe: error: cannot be worked on: its process was ended by signal 9 (Killed)" in out, out
+        records = [json.loads(line) for line in (scratch / "r.jsonl").read_text().splitlines()]
+        assert collections.Counter(r["status"] for r in records if "file" in r) == {"clean": 40, "failed": 1}
+
+
+def workers_of(pid):
+    return [int(p) for p in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
+
+
+def files_of(pid):
+    try:
+        return [path.readlink() for path in pathlib.Path(f"/proc/{pid}/fd").iterdir()]
+    except OSError:
+        return []
+
+
+def layouts_stay_below_their_folder():
+    with Scratch() as scratch:
+        (scratch / "in").mkdir()
+        hostile = ["../../../etc", "/abs", "..", ".", "a/b", "nul", "x" * 64, "ü" * 32, "tab\tnew\nline", "", "~", "*?:|<>\"\\", " . "]
+        for number, patient in enumerate(hostile):
+            (scratch / "in" / f"{number:02}").write_bytes(made(f"1.2.{number}", patient=patient))
+        for number in range(3):
+            (scratch / "in" / f"same{number}").write_bytes(made("1.2.77", patient="twin", series=str(number)))
+        layout = "{PatientID}/{StudyDate}-{Modality}/{0020,0011}{SOPInstanceUID}/image.dcm"
+        done = run("mend", "--to", scratch / "out", "--layout", "{PatientID}/{StudyDate}-{Modality}/image.dcm",
+                   scratch / "in", "--jobs", 3)
+        made_tree = tree(scratch / "out")
+        assert {p.name for p in scratch.iterdir()} == {"in", "out", "out.state"}
+        assert len(made_tree) == len(hostile) + 3 and all(len(name.parts) == 3 for name in made_tree), made_tree.keys()
+        assert {str(name) for name in made_tree if name.parts[0] == "twin"} == {
+            "twin/20200101-OT/image.dcm", "twin/20200101-OT/image~2.dcm", "twin/20200101-OT/image~3.dcm"}
+        for number in (1, 2):
+            assert f"in/same{number}: warning: another file has the name twin/20200101-OT/image.dcm; " \
+                   f"this one is twin/20200101-OT/image~{number + 1}.dcm".encode() in done.stderr, done.stderr
+        for bad in ("", "/x/{PatientID}", "{Patient}", "{PatientID", "plain", "{PatientID}/"):
+            run("mend", "--to", scratch / "o", f"--layout={bad}" if bad else "--layout=/", scratch / "in", status=2)
+        assert not (scratch / "o").exists()
+        run("mend", "--to", scratch / "again", "--layout", layout, scratch / "in")
+        assert len(tree(scratch / "again")) == len(made_tree)
+
+
+def rooms_and_rights():
+    with Scratch() as scratch:
+        make_archive(scratch / "in", 60)
+        # A limit on the size of files is met as an error of the writing.
+        (scratch / "in" / "zlarge").write_bytes(made("1.2.5", pixels=65000))
+        done = run("mend", "--to", scratch / "out", scratch / "in", status=2,
+                   preexec_fn=lambda: __import__("resource").setrlimit(__import__("resource").RLIMIT_FSIZE, (62000, 62000)))
+        assert b"zlarge: error: its output cannot be written: File too large" in done.stderr
+        run("mend", "--to", scratch / "out", scratch / "in", "--resume", status=2)
+        assert (scratch / "out" / "zlarge").exists()
+        # What others wrote stays, unless it is to be replaced.
+        (scratch / "other").mkdir()
+        (scratch / "other" / "zlarge").write_bytes(b"mine")
+        done = run("mend", "--to", scratch / "other", scratch / "in", status=2)
+        assert b"exists already; --force replaces it" in done.stderr
+        assert (scratch / "other" / "zlarge").read_bytes() == b"mine"
+        if os.geteuid() != 0:
+            (scratch / "in" / "plain").chmod(0)
+            done = run("check", scratch / "in", status=2)
+            (scratch / "in" / "plain").chmod(0o700)
+            assert b"plain: error: Permission denied" in done.stderr
+        elif shutil.which("setpriv"):
+            os.chmod(scratch, 0o755)
+            os.chmod(scratch / "in" / "plain", 0)
+            done = subprocess.run(["setpriv", "--reuid=65534", "--clear-groups", TOOL, "check", scratch / "in"],
+                                  capture_output=True)
+            assert done.returncode == 2 and b"plain: error: Permission denied" in done.stderr, done.stderr[-500:]
+            assert b"files (" in done.stderr.splitlines()[-1]
+        # The outputs of a run may stand among its inputs.
+        run("mend", "--to", scratch / "in" / "mended", scratch / "in", status=2)
+        count = len(tree(scratch / "in" / "mended"))
+        run("mend", "--to", scratch / "in" / "mended", scratch / "in", "--resume")
+        assert len(tree(scratch / "in" / "mended")) == count
+
+
+def standard_streams():
+    data = made("1.2.3", date="2020.01.02")
+    mended = run("mend", "-", "-", input=data, status=1)
+    assert b"standard input: warning: (0008,0020)" in mended.stderr
+    assert run("check", "-", input=mended.stdout, status=0).stdout == b""
+    assert run("list", "--format", "tsv", "-", input=data).stdout.count(b"\n") == 28
+    assert b"20200102" in run("complete", "--module", "SC", "--set", "0010,0030=20200102", "-", "-", input=data).stdout
+    with Scratch() as scratch:
+        names = [scratch / "a\nb", scratch / "c"]
+        for name in names:
+            name.write_bytes(data)
+        zeros = b"".join(os.fsencode(name) + b"\0" for name in names)
+        assert run("check", "--from-list", "-", "-0", input=zeros, status=1).stdout.count(b"(0008,0020)") == 2
+        assert run("list", "--from-list", "-", "--null", "--format", "json", input=zeros).stdout.count(b"00080020") == 2
+        run("check", "--from-list", scratch / "none", status=2)
+
+
+KILLS = 100
+
+
+def killed_runs():
+    killed_runs_lose_and_repeat_nothing(KILLS)
+
+
+TESTS = (same_with_any_number_of_jobs, shards_are_parts, changed_and_missing_files_are_done_again,
+         interrupted_runs_end_in_order, a_worker_that_dies_costs_its_file, layouts_stay_below_their_folder,
+         rooms_and_rights, standard_streams, killed_runs)
+
+if __name__ == "__main__":
+    for test in TESTS:
+        begin = time.monotonic()
+        test()
+        print(f"{test.__name__}: {time.monotonic() - begin:.1f} s", flush=True)

@@ -1,0 +1,207 @@
+#include "archive/file_record.h"
+
+#include "mend/findings/report_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+
+namespace dicom_mend {
+
+namespace {
+
+using lib_mend::Finding;
+
+/** Clauses are constants where findings are made; those of a log are kept as long as the process lives. */
+const char* Kept_Clause(const std::string& clause)
+{
+    static auto& clauses = *new std::set<std::string>;
+    return clause.empty() ? nullptr : clauses.insert(clause).first->c_str();
+}
+
+void Pack_Finding(const Finding& finding, Packer& packer)
+{
+    packer.Put(std::uint64_t{static_cast<unsigned char>(finding.level)});
+    packer.Put(finding.has_tag);
+    packer.Put(std::uint64_t{finding.tag.group} << 16 | finding.tag.element);
+    packer.Put(std::uint64_t{finding.vr});
+    packer.Put(finding.offset);
+    packer.Put(finding.text);
+    // The number of a kind is another one in the next version; its name is not.
+    packer.Put(std::string_view(Kind_Of(finding).name));
+    packer.Put(finding.path);
+    packer.Put(finding.length);
+    packer.Put(finding.before);
+    packer.Put(finding.after);
+    packer.Put(std::string_view(finding.clause != nullptr ? finding.clause : ""));
+}
+
+Finding Unpack_Finding(Unpacker& bytes)
+{
+    Finding finding;
+    finding.level = static_cast<lib_mend::Level>(
+        std::min<std::uint64_t>(bytes.Number(), static_cast<int>(lib_mend::Level::Error)));
+    finding.has_tag = bytes.Flag();
+    const std::uint64_t tag = bytes.Number();
+    finding.tag = {static_cast<unsigned short>(tag >> 16), static_cast<unsigned short>(tag)};
+    finding.vr = static_cast<unsigned short>(bytes.Number());
+    finding.offset = bytes.Signed();
+    finding.text = bytes.Text();
+    finding.fault = lib_mend::Fault_Of(bytes.Text());
+    finding.path = bytes.Text();
+    finding.length = bytes.Signed();
+    finding.before = bytes.Text();
+    finding.after = bytes.Text();
+    finding.clause = Kept_Clause(bytes.Text());
+    return finding;
+}
+
+void Pack_Facts(const lib_mend::Study_Facts& facts, Packer& packer)
+{
+    packer.Put(facts.syntax);
+    packer.Put(facts.is_encapsulated);
+    for (std::size_t i = 0; i < facts.values.size(); ++i) {
+        packer.Put(facts.values[i]);
+        packer.Put(facts.offsets[i]);
+    }
+}
+
+lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
+{
+    lib_mend::Study_Facts facts;
+    facts.syntax = bytes.Text();
+    facts.is_encapsulated = bytes.Flag();
+    for (std::size_t i = 0; i < facts.values.size(); ++i) {
+        facts.values[i] = bytes.Text();
+        facts.offsets[i] = bytes.Signed();
+    }
+    return facts;
+}
+
+}  // namespace
+
+void Pack(const Work_Item& item, Packer& packer)
+{
+    packer.Put(item.index);
+    packer.Put(item.path);
+    packer.Put(item.relative);
+    packer.Put(item.size);
+    packer.Put(item.modified);
+    packer.Put(item.is_found);
+    packer.Put(item.staged);
+}
+
+Work_Item Unpack_Item(Unpacker& bytes)
+{
+    Work_Item item;
+    item.index = bytes.Number();
+    item.path = bytes.Text();
+    item.relative = bytes.Text();
+    item.size = bytes.Signed();
+    item.modified = bytes.Signed();
+    item.is_found = bytes.Flag();
+    item.staged = bytes.Text();
+    return item;
+}
+
+void Pack(const File_Record& record, Packer& packer)
+{
+    for (const std::string* const text :
+         {&record.path, &record.relative, &record.failure, &record.sop_class, &record.study,
+          &record.device.manufacturer, &record.device.model, &record.device.software,
+          &record.sum_in, &record.sum_out, &record.layout}) {
+        packer.Put(*text);
+    }
+    for (const std::int64_t number : {record.size, record.modified, record.microseconds,
+                                      record.output_size, std::int64_t{record.status}}) {
+        packer.Put(number);
+    }
+    for (const bool flag :
+         {record.is_foreign, record.is_unwritten, record.has_output, record.has_facts}) {
+        packer.Put(flag);
+    }
+    packer.Put(std::uint64_t{record.findings.size()});
+    for (const Finding& finding : record.findings) {
+        Pack_Finding(finding, packer);
+    }
+    packer.Put(std::uint64_t{record.headers.size()});
+    for (const std::string& header : record.headers) {
+        packer.Put(header);
+    }
+    if (record.has_facts) {
+        Pack_Facts(record.facts, packer);
+    }
+}
+
+File_Record Unpack_Record(Unpacker& bytes)
+{
+    File_Record record;
+    for (std::string* const text :
+         {&record.path, &record.relative, &record.failure, &record.sop_class, &record.study,
+          &record.device.manufacturer, &record.device.model, &record.device.software,
+          &record.sum_in, &record.sum_out, &record.layout}) {
+        *text = bytes.Text();
+    }
+    for (std::int64_t* const number :
+         {&record.size, &record.modified, &record.microseconds, &record.output_size}) {
+        *number = bytes.Signed();
+    }
+    record.status = static_cast<Exit_Status>(std::min<std::uint64_t>(bytes.Number(), Exit_Failure));
+    for (bool* const flag :
+         {&record.is_foreign, &record.is_unwritten, &record.has_output, &record.has_facts}) {
+        *flag = bytes.Flag();
+    }
+    record.findings.resize(bytes.Count());
+    for (Finding& finding : record.findings) {
+        finding = Unpack_Finding(bytes);
+    }
+    record.found = record.findings.size();
+    record.headers.resize(bytes.Count());
+    for (std::string& header : record.headers) {
+        header = bytes.Text();
+    }
+    if (record.has_facts) {
+        record.facts = Unpack_Facts(bytes);
+    }
+    return record;
+}
+
+void Leave_Out_Values(std::vector<Finding>& findings)
+{
+    for (Finding& finding : findings) {
+        const bool shows = Shows_Values(finding, false);
+        if (Text_Without_Values(finding) != finding.text.c_str()) {
+            const lib_mend::Fault fault = Kind_Of(finding).fault;
+            finding.text = Shown_Text(finding, false);
+            finding.fault = fault;
+        }
+        if (!shows) {
+            finding.before.clear();
+            finding.after.clear();
+        }
+    }
+}
+
+void Report(const File_Record& record, Verbosity verbosity, bool show_values)
+{
+    std::fflush(stdout);
+    for (const Finding& finding : record.findings) {
+        if (Is_Shown(Severity_Of(finding), verbosity)) {
+            std::fprintf(stderr, "%s\n", Finding_Line(record.path, finding, show_values).c_str());
+        }
+    }
+    if (!record.failure.empty()) {
+        Report_Failure(record.path, record.failure);
+    }
+}
+
+void Add_Finding(File_Record& record, lib_mend::Fault fault, lib_mend::Level level,
+                 std::string text)
+{
+    lib_mend::Findings findings;
+    findings.Report(fault, level, {}, std::move(text));
+    record.status = std::max(record.status, Status_Of(findings));
+    record.findings.push_back(findings.All().front());
+}
+
+}  // namespace dicom_mend

@@ -1,0 +1,206 @@
+#include "archive/placing.h"
+
+#include "mend/findings/json_text.h"
+#include "mend/findings/report_json.h"
+#include "mend/io/safe_file.h"
+#include "mend/io/source.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <span>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace dicom_mend {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/** "a/b~2.dcm" of "a/b.dcm". */
+std::string Numbered(const std::string& name, int number)
+{
+    const std::size_t slash = name.find_last_of('/');
+    const std::size_t dot = name.find_last_of('.');
+    const bool has_ending = dot != name.npos && dot > 0 && (slash == name.npos || dot > slash + 1);
+    const std::size_t end = has_ending ? dot : name.size();
+    return name.substr(0, end) + "~" + std::to_string(number) + name.substr(end);
+}
+
+bool Is_Same_Content(const std::string& path, const std::string& other)
+{
+    std::string error;
+    const std::shared_ptr<lib_mend::Source> first = lib_mend::Source::Open(path, error, 0);
+    const std::shared_ptr<lib_mend::Source> second = lib_mend::Source::Open(other, error, 0);
+    if (first == nullptr || second == nullptr || first->Size() != second->Size()) {
+        return false;
+    }
+    constexpr std::size_t Together = std::size_t{1} << 16;
+    lib_mend::Bytes one(Together);
+    lib_mend::Bytes two(Together);
+    std::int64_t at = 0;
+    while (at < first->Size()) {
+        const std::size_t count = first->Read(at, one);
+        if (count == 0 || second->Read(at, std::span(two).first(count)) != count ||
+            !std::equal(one.begin(), one.begin() + static_cast<std::ptrdiff_t>(count),
+                        two.begin())) {
+            return false;
+        }
+        at += static_cast<std::int64_t>(count);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string Make_Folders(const std::string& path)
+{
+    std::error_code error;
+    fs::create_directories(path, error);
+    return error ? error.message() : std::string();
+}
+
+Placing::Placing(std::string folder, std::string work, bool force)
+    : folder_(std::move(folder)), work_(std::move(work)), force_(force)
+{
+}
+
+std::string Placing::Staged(const std::string& session, std::uint64_t index) const
+{
+    return work_ + "/" + session + "-" + std::to_string(index);
+}
+
+void Placing::Clear_Work() const
+{
+    std::error_code error;
+    fs::remove_all(work_, error);
+}
+
+bool Placing::Is_In_Place(const File_Record& record)
+{
+    struct stat status = {};
+    return !record.has_output || (lstat(record.output.c_str(), &status) == 0 &&
+                                  S_ISREG(status.st_mode) && status.st_size == record.output_size);
+}
+
+std::string Placing::Put(const std::string& staged, const std::string& path, bool replace)
+{
+    const std::string around = path.substr(0, path.find_last_of('/'));
+    if (around != last_folder_) {
+        std::string error = Make_Folders(around);
+        if (!error.empty()) {
+            return "its folder cannot be made: " + error;
+        }
+        last_folder_ = around;
+    }
+    if (!replace) {
+        if (renameat2(AT_FDCWD, staged.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
+            return {};
+        }
+        // Some file systems do not know the flag; a second name is never put over another file.
+        if ((errno == EINVAL || errno == ENOSYS) && link(staged.c_str(), path.c_str()) == 0) {
+            unlink(staged.c_str());
+            return {};
+        }
+        if (errno != EEXIST) {
+            return std::strerror(errno);
+        }
+        if (!Is_Same_Content(staged, path)) {
+            return "exists already";
+        }
+        // Where the machine lost power, the log may know less than the folder.
+        unlink(staged.c_str());
+        return {};
+    }
+    const std::string fault = lib_mend::Target_Fault(path, true);
+    if (!fault.empty()) {
+        return fault;
+    }
+    return rename(staged.c_str(), path.c_str()) == 0 ? "" : std::strerror(errno);
+}
+
+void Placing::Choose(File_Record& record, const std::string& own)
+{
+    constexpr int Most = 1'000'000;
+    const std::string wanted = record.layout.empty() ? record.relative : record.layout;
+    std::string name = wanted;
+    const auto is_taken = [&] {
+        const std::string path = folder_ + "/" + name;
+        return path != own && taken_.contains(std::hash<std::string>()(path));
+    };
+    for (int number = 2; is_taken() && number < Most; ++number) {
+        name = Numbered(wanted, number);
+    }
+    record.output = folder_ + "/" + name;
+    taken_.insert(std::hash<std::string>()(record.output));
+    if (name != wanted) {
+        Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
+                    "another file has the name " + wanted + "; this one is " + name);
+    }
+}
+
+bool Placing::Place(File_Record& record, const std::string& staged, bool is_own)
+{
+    const std::string error = Put(staged, record.output, force_ || is_own);
+    if (error.empty()) {
+        return true;
+    }
+    unlink(staged.c_str());
+    Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                "cannot be written to " + record.output + ": " + error +
+                    (error == "exists already" ? "; --force replaces it" : ""));
+    record.output.clear();
+    record.has_output = false;
+    return false;
+}
+
+std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values)
+{
+    const std::string path = folder + "/" + record.relative;
+    std::string error = Make_Folders(path.substr(0, path.find_last_of('/')));
+    if (!error.empty()) {
+        return error;
+    }
+    std::string lines;
+    if (!record.failure.empty()) {
+        lines += "{\"file\":" + lib_mend::JSON_Name(record.path) +
+                 ",\"severity\":\"error\",\"text\":" + lib_mend::JSON_Text(record.failure) + "}\n";
+    }
+    for (const lib_mend::Finding& finding : record.findings) {
+        lines += Finding_JSON(record.path, finding, show_values) + "\n";
+    }
+    const std::span<const unsigned char> bytes(reinterpret_cast<const unsigned char*>(lines.data()),
+                                               lines.size());
+    error = lib_mend::Write_Safely(path + ".findings.jsonl", {bytes}, true);
+    if (!error.empty()) {
+        return "the findings: " + error;
+    }
+    const std::shared_ptr<lib_mend::Source> source = lib_mend::Source::Open(record.path, error);
+    if (source == nullptr) {
+        return error;
+    }
+    const auto give = [&](const lib_mend::File_Taker& taker) {
+        lib_mend::Bytes block(std::size_t{1} << 20);
+        std::int64_t at = 0;
+        if (source->Descriptor() >= 0) {
+            at = taker.copy(source->Descriptor(), 0, source->Size());
+        }
+        while (at < source->Size()) {
+            const std::size_t count = source->Read(at, block);
+            if (count == 0 || !taker.take(std::span(block).first(count))) {
+                return false;
+            }
+            at += static_cast<std::int64_t>(count);
+        }
+        return true;
+    };
+    return lib_mend::Write_Safely(path, give, true);
+}
+
+}  // namespace dicom_mend

@@ -1,0 +1,64 @@
+// Where the outputs of a run stand: staged below OUT_DIR by the workers, and put in their places by one
+// process alone, in the order of the run, so that names do not depend on who is faster.
+#ifndef TOOLS_DICOM_MEND_ARCHIVE_PLACING_H
+#define TOOLS_DICOM_MEND_ARCHIVE_PLACING_H
+
+#include "archive/file_record.h"
+
+#include <string>
+#include <unordered_set>
+
+namespace dicom_mend {
+
+class Placing {
+public:
+    /**
+     * @param folder  OUT_DIR
+     * @param work    the folder of this run below it
+     * @param force   files that other runs left may be replaced
+     */
+    Placing(std::string folder, std::string work, bool force);
+
+    /** Where the worker leaves the output of a file. @param session  of the run, as its log counts */
+    std::string Staged(const std::string& session, std::uint64_t index) const;
+    /** Removes what the workers of this run and of killed ones left. */
+    void Clear_Work() const;
+    /** Paths that other files of the run have, by their hash values. */
+    void Set_Taken(std::unordered_set<std::size_t> taken)
+    {
+        taken_ = std::move(taken);
+    }
+    /**
+     * Chooses the place of an output, and says it in the record.
+     *
+     * @param own  path that an earlier mending of the file left; empty for none
+     */
+    void Choose(File_Record& record, const std::string& own);
+    /**
+     * Puts an output in the place that was chosen. False after a finding.
+     *
+     * @param is_own  what stands there is the file's own
+     */
+    bool Place(File_Record& record, const std::string& staged, bool is_own);
+    /** The output of an earlier run stands in its place. */
+    static bool Is_In_Place(const File_Record& record);
+
+private:
+    std::string Put(const std::string& staged, const std::string& path, bool replace);
+
+    std::string folder_;
+    std::string work_;
+    bool force_;
+    std::string last_folder_;
+    std::unordered_set<std::size_t> taken_;
+};
+
+/** Creates a folder and those around it; the reason of a failure. */
+std::string Make_Folders(const std::string& path);
+
+/** Copies a file and its findings, so that it can be looked at apart; the reason of a failure. */
+std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values);
+
+}  // namespace dicom_mend
+
+#endif

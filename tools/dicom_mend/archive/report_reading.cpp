@@ -1,0 +1,132 @@
+#include "archive/run.h"
+#include "archive/run_report.h"
+#include "archive/run_state.h"
+#include "mend/interface/element_path.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace dicom_mend {
+
+namespace {
+
+using nlohmann::json;
+
+std::string Text(const json& object, const char* name)
+{
+    const auto entry = object.find(name);
+    return entry != object.end() && entry->is_string() ? entry->get<std::string>() : std::string();
+}
+
+std::int64_t Number(const json& object, const char* name, std::int64_t otherwise)
+{
+    const auto entry = object.find(name);
+    return entry != object.end() && entry->is_number_integer() ? entry->get<std::int64_t>()
+                                                               : otherwise;
+}
+
+/** The texts have the values already that may be shown. */
+lib_mend::Finding Finding_Of(const json& object)
+{
+    lib_mend::Finding finding;
+    finding.fault = lib_mend::Fault_Of(Text(object, "kind"));
+    finding.text = Text(object, "text");
+    finding.path = Text(object, "path");
+    finding.offset = Number(object, "offset", lib_mend::Finding::Nowhere);
+    finding.length = Number(object, "length", lib_mend::Finding::Nowhere);
+    if (const auto tag = lib_mend::Parse_Tag_Digits(Text(object, "tag"))) {
+        finding.has_tag = true;
+        finding.tag = *tag;
+    }
+    const std::string severity = Text(object, "severity");
+    finding.level = lib_mend::Level::Kept;
+    if (severity == "error" && Severity_Of(finding) != lib_mend::Severity::Error) {
+        finding.level = lib_mend::Level::Error;
+    }
+    return finding;
+}
+
+File_Record Record_Of(const json& object)
+{
+    File_Record record;
+    record.path = Text(object, "file");
+    record.output = Text(object, "output");
+    record.sum_in = Text(object, "sha256_in");
+    record.sum_out = Text(object, "sha256_out");
+    record.sop_class = Text(object, "sop_class");
+    record.device = {Text(object, "manufacturer"), Text(object, "model"), Text(object, "software")};
+    record.failure = Text(object, "failure");
+    record.size = Number(object, "size", 0);
+    const std::string status = Text(object, "status");
+    record.is_foreign = status == "left";
+    record.status = status == "failed"     ? Exit_Failure
+                    : status == "findings" ? Exit_Findings
+                                           : Exit_Clean;
+    const auto seconds = object.find("seconds");
+    if (seconds != object.end() && seconds->is_number()) {
+        record.microseconds = static_cast<std::int64_t>(seconds->get<double>() * 1e6 + 0.5);
+    }
+    const auto findings = object.find("findings");
+    if (findings != object.end() && findings->is_array()) {
+        for (const json& finding : *findings) {
+            record.findings.push_back(Finding_Of(finding));
+        }
+    }
+    return record;
+}
+
+std::string Read_Lines(const std::string& path, const std::function<void(File_Record&&)>& take)
+{
+    std::ifstream stream(path, std::ios::binary);
+    std::string line;
+    for (std::size_t number = 1; std::getline(stream, line); ++number) {
+        const json object = json::parse(line, nullptr, false);
+        if (!object.is_object()) {
+            return "line " + std::to_string(number) + " is no record of a report in JSON lines";
+        }
+        if (object.contains("file")) {
+            take(Record_Of(object));
+        } else if (!object.contains("run") && !object.contains("totals")) {
+            return "line " + std::to_string(number) + " is no record of a report in JSON lines";
+        }
+    }
+    return stream.bad() ? std::strerror(errno) : std::string();
+}
+
+}  // namespace
+
+std::string Read_Run(const std::string& path, const std::function<void(File_Record&&)>& take)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::is_directory(path, error)) {
+        const fs::path folder = Without_Slash(path);
+        const std::string beginning = folder.filename().string() + State_Ending;
+        const fs::path around = folder.has_parent_path() ? folder.parent_path() : fs::path(".");
+        std::vector<std::string> states;
+        for (fs::directory_iterator entry(around, error);
+             !error && entry != fs::directory_iterator(); entry.increment(error)) {
+            if (entry->path().filename().string().starts_with(beginning)) {
+                states.push_back(entry->path().string());
+            }
+        }
+        std::sort(states.begin(), states.end());
+        for (const std::string& state : states) {
+            if (!Run_State::Read(state, take)) {
+                return state + " is no state of a run";
+            }
+        }
+        return states.empty() ? "has no state of a run beside it" : "";
+    }
+    if (!std::ifstream(path)) {
+        return std::strerror(errno);
+    }
+    return Run_State::Read(path, take) ? "" : Read_Lines(path, take);
+}
+
+}  // namespace dicom_mend

@@ -1,0 +1,584 @@
+#include "archive/run.h"
+
+#include "archive/file_sum.h"
+#include "archive/placing.h"
+#include "archive/plan.h"
+#include "archive/progress.h"
+#include "archive/run_report.h"
+#include "archive/run_state.h"
+#include "mend/findings/letters.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace dicom_mend {
+
+namespace {
+
+/** The signal that asks for an end; 0 for none. How often it came. */
+volatile std::sig_atomic_t asked_by = 0;
+volatile std::sig_atomic_t asked_times = 0;
+
+void Ask_For_End(int number)
+{
+    asked_by = number;
+    asked_times = asked_times + 1;
+}
+
+/** Keeps signals that ask for an end from ending the process, as long as it lives. */
+class Interruptible {
+public:
+    Interruptible()
+    {
+        asked_by = 0;
+        asked_times = 0;
+        struct sigaction action = {};
+        action.sa_handler = Ask_For_End;
+        for (std::size_t i = 0; i < std::size(Signals); ++i) {
+            sigaction(Signals[i], nullptr, &saved_[i]);
+            // One that is ignored was meant to be (nohup).
+            if (saved_[i].sa_handler != SIG_IGN) {
+                sigaction(Signals[i], &action, nullptr);
+            }
+        }
+    }
+    Interruptible(const Interruptible&) = delete;
+    Interruptible& operator=(const Interruptible&) = delete;
+    ~Interruptible()
+    {
+        for (std::size_t i = 0; i < std::size(Signals); ++i) {
+            sigaction(Signals[i], &saved_[i], nullptr);
+        }
+    }
+
+private:
+    static constexpr int Signals[] = {SIGINT, SIGTERM, SIGHUP};
+
+    struct sigaction saved_[std::size(Signals)] = {};
+};
+
+bool Is_Full(const std::string& reason)
+{
+    return reason.find(std::strerror(ENOSPC)) != reason.npos ||
+           reason.find(std::strerror(EDQUOT)) != reason.npos;
+}
+
+struct Slot {
+    enum class Stage { Waiting, Working, Done };
+
+    Work_Item item;
+    Stage stage = Stage::Waiting;
+    File_Record record;
+    std::string staged;
+    /** Where an earlier mending of the file left its output. */
+    std::string own;
+    /** An earlier run has told of it, and its output is in its place. */
+    bool is_finished = false;
+    /** The file itself decided what became of it; a full disk did not. */
+    bool is_final = false;
+};
+
+class Run {
+public:
+    Run(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
+        : options_(options), tell_(tell),
+          workers_(options.jobs != 0 ? options.jobs
+                                     : std::max(1U, std::thread::hardware_concurrency()),
+                   [this, work](const Work_Item& item, File_Record& record) {
+                       Work(work, item, record);
+                   }),
+          placing_(options.to, Work_Folder(options), options.force),
+          line_(options.verbosity != Verbosity::Quiet)
+    {
+    }
+
+    Exit_Status All();
+
+private:
+    /** So many files are looked at beyond the first one that is not done yet. */
+    static constexpr std::size_t Look_Ahead = 4096;
+    /** A file as large as this is begun before smaller ones in front of it. */
+    static constexpr std::int64_t Large_File = std::int64_t{8} << 20;
+
+    static std::string Shard_Text(const Run_Options& options);
+    static std::string Work_Folder(const Run_Options& options);
+    static std::string State_Path(const Run_Options& options);
+    std::string Prepare();
+    void Work(const File_Work& work, const Work_Item& item, File_Record& record) const;
+    void Fill(Plan& plan);
+    void Take_Entry(Walk_Entry&& entry);
+    void Look_Up(Slot& slot);
+    void Hand_Out();
+    std::size_t Next_Waiting();
+    void Wait(Plan& plan);
+    void Take_Done(Done_File&& file);
+    void Tell_Ready(bool all);
+    void Tell(Slot& slot);
+    void Place(Slot& slot);
+    void Add(const File_Record& record);
+    void Show(const Plan& plan);
+    bool Is_Ended(const Plan& plan) const;
+    Exit_Status Finish(const Plan& plan);
+    void Print_Summary(const Plan& plan) const;
+
+    Slot& At(std::uint64_t index)
+    {
+        return slots_[index - first_];
+    }
+
+    const Run_Options& options_;
+    const Run_Teller& tell_;
+    Workers workers_;
+    Placing placing_;
+    Progress_Line line_;
+    Run_State state_;
+    Run_Report report_;
+    /** Tells the staged files of this session from those of earlier ones. */
+    std::string session_;
+    /** The files that were looked at and are not told of, in their order; the first one's number. */
+    std::deque<Slot> slots_;
+    std::uint64_t first_ = 0;
+    /** No file in front of this one waits. */
+    std::uint64_t next_waiting_ = 0;
+    /** Large files that wait, the largest last; of two that are as large the first one. */
+    std::map<std::pair<std::int64_t, std::int64_t>, std::uint64_t> large_;
+    Totals totals_;
+    std::uint64_t done_files_ = 0;
+    std::int64_t done_bytes_ = 0;
+    std::uint64_t findings_ = 0;
+    std::uint64_t changed_ = 0;
+    std::uint64_t finished_ = 0;
+    Exit_Status status_ = Exit_Clean;
+    /** Why no more files are begun; empty while they are. */
+    std::string stopped_;
+    Workers::Clock::time_point start_ = Workers::Clock::now();
+    Workers::Clock::time_point shown_ = start_;
+};
+
+std::string Run::Shard_Text(const Run_Options& options)
+{
+    return options.walk.shards > 1 ? "-" + std::to_string(options.walk.shard) + "-of-" +
+                                         std::to_string(options.walk.shards)
+                                   : "";
+}
+
+std::string Run::Work_Folder(const Run_Options& options)
+{
+    return options.to + "/.dicom-mend" + Shard_Text(options);
+}
+
+std::string Run::State_Path(const Run_Options& options)
+{
+    return !options.state.empty() || options.to.empty()
+               ? options.state
+               : options.to + State_Ending + Shard_Text(options);
+}
+
+std::string Run::Prepare()
+{
+    for (const std::string& folder :
+         {options_.to.empty() ? std::string() : Work_Folder(options_), options_.quarantine}) {
+        const std::string error = folder.empty() ? std::string() : Make_Folders(folder);
+        if (!error.empty()) {
+            return folder + ": error: cannot be made: " + error;
+        }
+    }
+    const std::string state = State_Path(options_);
+    if (!state.empty()) {
+        const std::string error =
+            state_.Open(state, options_.terms, options_.resume, options_.force);
+        if (!error.empty()) {
+            return state + ": error: " + error;
+        }
+        session_ = state_.Session();
+        placing_.Set_Taken(state_.Outputs());
+    }
+    if (!options_.report.empty()) {
+        const std::string error =
+            report_.Open(options_.report, options_.command, options_.show_values,
+                         options_.force || options_.resume);
+        if (!error.empty()) {
+            return options_.report + ": error: " + error;
+        }
+    }
+    return {};
+}
+
+/** In a worker. */
+void Run::Work(const File_Work& work, const Work_Item& item, File_Record& record) const
+{
+    work(item, record);
+    if (!options_.show_values) {
+        Leave_Out_Values(record.findings);
+    }
+    record.found = record.findings.size();
+    if (!options_.report.empty() && !record.is_foreign) {
+        record.sum_in = Sum_Of_File(item.path);
+        record.sum_out = record.has_output ? Sum_Of_File(item.staged) : std::string();
+    }
+}
+
+void Run::Fill(Plan& plan)
+{
+    Walk_Entry entry;
+    while (slots_.size() < Look_Ahead && stopped_.empty() && plan.Next(entry)) {
+        Take_Entry(std::move(entry));
+    }
+}
+
+void Run::Take_Entry(Walk_Entry&& entry)
+{
+    Slot slot;
+    slot.item = std::move(entry.item);
+    slot.item.index = first_ + slots_.size();
+    slot.record.path = slot.item.path;
+    slot.record.relative = slot.item.relative;
+    if (!entry.trouble.empty()) {
+        slot.record.failure = std::move(entry.trouble);
+        slot.record.status = Exit_Failure;
+        slot.stage = Slot::Stage::Done;
+    } else {
+        if (!options_.to.empty()) {
+            slot.item.staged = placing_.Staged(session_, slot.item.index);
+        }
+        if (options_.resume) {
+            Look_Up(slot);
+        }
+        if (slot.stage == Slot::Stage::Waiting && slot.item.size >= Large_File) {
+            large_[{slot.item.size, -static_cast<std::int64_t>(slot.item.index)}] = slot.item.index;
+        }
+    }
+    slots_.push_back(std::move(slot));
+}
+
+/** What an earlier run did need not be done again, unless the file has changed or its output is gone. */
+void Run::Look_Up(Slot& slot)
+{
+    std::optional<Logged_File> logged = state_.Find(slot.item.relative);
+    if (!logged) {
+        return;
+    }
+    slot.own = logged->own;
+    if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
+        ++changed_;
+        return;
+    }
+    struct stat status = {};
+    const bool is_staged = logged->record.has_output &&
+                           lstat(logged->staged.c_str(), &status) == 0 &&
+                           status.st_size == logged->record.output_size;
+    if (logged->is_placed && !is_staged && placing_.Is_In_Place(logged->record)) {
+        slot.is_finished = true;
+    } else if (logged->record.has_output && !is_staged) {
+        return;
+    }
+    slot.record = std::move(logged->record);
+    slot.staged = std::move(logged->staged);
+    slot.is_final = true;
+    slot.stage = Slot::Stage::Done;
+}
+
+std::size_t Run::Next_Waiting()
+{
+    if (!large_.empty()) {
+        const std::uint64_t index = std::prev(large_.end())->second;
+        large_.erase(std::prev(large_.end()));
+        return index - first_;
+    }
+    next_waiting_ = std::max(next_waiting_, first_);
+    while (next_waiting_ - first_ < slots_.size() &&
+           At(next_waiting_).stage != Slot::Stage::Waiting) {
+        ++next_waiting_;
+    }
+    return next_waiting_ - first_;
+}
+
+void Run::Hand_Out()
+{
+    while (stopped_.empty() && workers_.Has_Idle()) {
+        const std::size_t next = Next_Waiting();
+        if (next == slots_.size()) {
+            return;
+        }
+        Slot& slot = slots_[next];
+        slot.stage = Slot::Stage::Working;
+        workers_.Give(slot.item);
+    }
+}
+
+void Run::Wait(Plan& plan)
+{
+    std::vector<pollfd> polled;
+    workers_.Add_To(polled);
+    if (plan.Descriptor() >= 0) {
+        polled.push_back({plan.Descriptor(), POLLIN, 0});
+    }
+    if (polled.empty()) {
+        return;
+    }
+    constexpr int Milliseconds = 200;
+    if (poll(polled.data(), polled.size(), line_.Is_On() ? Milliseconds : -1) > 0) {
+        plan.Take();
+        for (Done_File& file : workers_.Take()) {
+            Take_Done(std::move(file));
+        }
+    }
+    if (asked_by != 0 && stopped_.empty()) {
+        stopped_ = "interrupted";
+    }
+    if (asked_times > 1) {
+        workers_.Kill();
+    }
+}
+
+void Run::Take_Done(Done_File&& file)
+{
+    Slot& slot = At(file.index);
+    slot.stage = Slot::Stage::Done;
+    slot.staged = slot.item.staged;
+    slot.record = std::move(file.record);
+    slot.is_final = slot.record.failure.empty() && !slot.record.is_unwritten;
+    ++done_files_;
+    done_bytes_ += slot.item.size;
+    findings_ += slot.record.findings.size();
+    if (slot.is_final) {
+        state_.Put_Done(slot.record, slot.staged);
+    }
+    if (slot.record.is_unwritten && Is_Full(slot.record.failure) && stopped_.empty()) {
+        stopped_ = "there is no room left in " + options_.to;
+    }
+}
+
+void Run::Place(Slot& slot)
+{
+    File_Record& record = slot.record;
+    if (!record.has_output) {
+        state_.Put_Placed(record);
+        return;
+    }
+    placing_.Choose(record, slot.is_finished ? std::string() : slot.own);
+    // The log says first where the file will be, so that it is found there whenever the run is killed.
+    state_.Put_Placed(record);
+    if (!placing_.Place(record, slot.staged, record.output == slot.own)) {
+        state_.Put_Gone(record);
+    }
+}
+
+void Run::Add(const File_Record& record)
+{
+    status_ = std::max(status_, record.status);
+    totals_.Add(record);
+    if (!report_.Is_Open()) {
+        return;
+    }
+    File_Record shown = record;
+    std::erase_if(shown.findings, [this](const lib_mend::Finding& finding) {
+        return options_.verbosity != Verbosity::Verbose &&
+               Severity_Of(finding) == lib_mend::Severity::Info;
+    });
+    report_.Add(shown);
+}
+
+void Run::Tell(Slot& slot)
+{
+    File_Record& record = slot.record;
+    if (slot.is_finished) {
+        ++finished_;
+        ++done_files_;
+        done_bytes_ += slot.item.size;
+        Add(record);
+        return;
+    }
+    if (slot.is_final) {
+        Place(slot);
+    }
+    if (!options_.quarantine.empty() && record.status == Exit_Failure && !slot.item.path.empty()) {
+        const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
+        if (!error.empty()) {
+            Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                        "cannot be copied to " + options_.quarantine + ": " + error);
+        }
+    }
+    line_.Clear();
+    tell_(record);
+    Add(record);
+}
+
+/** @param all  also those that stand behind a file that will not be done */
+void Run::Tell_Ready(bool all)
+{
+    while (!slots_.empty() && (all || slots_.front().stage == Slot::Stage::Done)) {
+        if (slots_.front().stage == Slot::Stage::Done) {
+            Tell(slots_.front());
+        }
+        slots_.pop_front();
+        ++first_;
+    }
+}
+
+void Run::Show(const Plan& plan)
+{
+    constexpr auto Often = std::chrono::milliseconds(200);
+    constexpr auto Long = std::chrono::seconds(3);
+    const auto now = Workers::Clock::now();
+    if (!line_.Is_On() || now - shown_ < Often) {
+        return;
+    }
+    shown_ = now;
+    Progress_State state;
+    state.files = done_files_;
+    state.bytes = done_bytes_;
+    state.all_files = plan.Files();
+    state.all_bytes = plan.Bytes();
+    state.all_known = plan.Is_Known();
+    state.findings = findings_;
+    state.elapsed = now - start_;
+    Workers::Clock::time_point since;
+    const Work_Item* const slow = workers_.Slowest(since);
+    if (slow != nullptr && now - since > Long) {
+        state.slow_file = slow->path;
+        state.slow_time = now - since;
+    }
+    line_.Show(state);
+}
+
+bool Run::Is_Ended(const Plan& plan) const
+{
+    return workers_.Busy() == 0 && (!stopped_.empty() || (plan.Is_Over() && slots_.empty()));
+}
+
+void Run::Print_Summary(const Plan& plan) const
+{
+    if (options_.verbosity == Verbosity::Quiet && stopped_.empty()) {
+        return;
+    }
+    std::string text = Count_Text(totals_.files) + " files (" + Size_Text(totals_.bytes) +
+                       "): " + Count_Text(totals_.clean) + " clean, " +
+                       Count_Text(totals_.with_findings) + " with findings, " +
+                       Count_Text(totals_.failed) + " not whole";
+    const std::pair<std::uint64_t, const char*> others[] = {
+        {totals_.foreign, "not DICOM"},
+        {plan.Counts().hidden, "hidden"},
+        {plan.Counts().links, "symbolic links"},
+        {plan.Counts().special, "not regular"},
+    };
+    std::string left;
+    for (const auto& [count, what] : others) {
+        if (count > 0) {
+            left += (left.empty() ? "; left: " : ", ") + Count_Text(count) + " " + what;
+        }
+    }
+    text += left;
+    text += finished_ > 0 ? "; " + Count_Text(finished_) + " were done before" : "";
+    text += changed_ > 0 ? "; " + Count_Text(changed_) + " have changed since" : "";
+    std::fprintf(stderr, "%s\n", text.c_str());
+    if (!stopped_.empty()) {
+        std::fprintf(stderr, "%s: the run is not at its end%s\n", stopped_.c_str(),
+                     state_.Is_Open() ? "; --resume goes on with it" : "");
+    }
+}
+
+Exit_Status Run::Finish(const Plan& plan)
+{
+    line_.Clear();
+    if (plan.Is_Cut_Off() && stopped_.empty()) {
+        stopped_ = "the walk through the folders was ended";
+    }
+    state_.Sync();
+    const bool is_whole = stopped_.empty();
+    if (is_whole && !options_.to.empty()) {
+        placing_.Clear_Work();
+    }
+    const std::string unreported = report_.Close(totals_, is_whole);
+    if (!unreported.empty()) {
+        Report_Failure(options_.report, unreported);
+        status_ = Exit_Failure;
+    }
+    if (!state_.Failure().empty()) {
+        Report_Failure(State_Path(options_), state_.Failure());
+        status_ = Exit_Failure;
+    }
+    Print_Summary(plan);
+    return is_whole ? status_ : Exit_Failure;
+}
+
+Exit_Status Run::All()
+{
+    const std::string error = Prepare();
+    if (!error.empty()) {
+        std::fprintf(stderr, "%s\n", lib_mend::Printable(error).c_str());
+        return Exit_Failure;
+    }
+    Walk_Options walk = options_.walk;
+    for (const std::string& folder : {options_.to, options_.quarantine}) {
+        File_Identity identity;
+        if (!folder.empty() && Identity_Of(folder, identity)) {
+            walk.own_folders.push_back(identity);
+        }
+    }
+    Plan plan(walk);
+    while (!Is_Ended(plan)) {
+        Fill(plan);
+        Hand_Out();
+        Tell_Ready(false);
+        Wait(plan);
+        Show(plan);
+    }
+    Tell_Ready(true);
+    return Finish(plan);
+}
+
+}  // namespace
+
+std::string Without_Slash(std::string path)
+{
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    return path;
+}
+
+bool Run_Options::Asks_For_Run() const
+{
+    constexpr std::size_t Many = 16;
+    const auto is_folder = [](const std::string& path) {
+        std::error_code error;
+        return std::filesystem::is_directory(path, error);
+    };
+    return jobs != 0 || !to.empty() || !report.empty() || !state.empty() || !walk.list.empty() ||
+           walk.shards > 1 || walk.paths.size() >= Many ||
+           std::any_of(walk.paths.begin(), walk.paths.end(), is_folder);
+}
+
+Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
+{
+    Exit_Status status = Exit_Clean;
+    int signal = 0;
+    {
+        const Interruptible signals;
+        // The names of elements are those of today's standard where findings are printed, too.
+        lib_mend::Findings unasked;
+        const lib_mend::Library_Session session(unasked);
+        Run run(options, work, tell);
+        status = run.All();
+        signal = asked_by;
+    }
+    if (signal != 0) {
+        // Who waits for the process learns that it was interrupted.
+        std::fflush(nullptr);
+        std::raise(signal);
+    }
+    return status;
+}
+
+}  // namespace dicom_mend

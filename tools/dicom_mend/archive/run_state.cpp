@@ -1,0 +1,330 @@
+#include "archive/run_state.h"
+
+#include "archive/processes.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+namespace dicom_mend {
+
+namespace {
+
+constexpr std::string_view Magic = "dicom-mend run 1\n";
+constexpr std::size_t Sum_Size = 4;
+/** Length, sum and kind. */
+constexpr std::size_t Head_Size = Frame_Head + Sum_Size + 1;
+
+enum Kind : char { Terms_Kind = 'T', Done_Kind = 'D', Placed_Kind = 'P', Gone_Kind = 'G' };
+
+std::string Sum_Of(char kind, std::string_view bytes)
+{
+    uLong sum = crc32(0, reinterpret_cast<const Bytef*>(&kind), 1);
+    sum = crc32(sum, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size()));
+    std::string text;
+    for (std::size_t i = 0; i < Sum_Size; ++i) {
+        text += static_cast<char>(sum >> (8 * i));
+    }
+    return text;
+}
+
+/** FNV-1a; that two names of an archive share a number is told by the name in the record. */
+std::uint64_t Number_Of(std::string_view name)
+{
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char c : name) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
+    }
+    return hash;
+}
+
+std::string System_Text()
+{
+    return std::strerror(errno);
+}
+
+bool Pread_All(int descriptor, char* to, std::size_t size, std::int64_t offset)
+{
+    while (size > 0) {
+        const ssize_t count = pread(descriptor, to, size, offset);
+        if (count <= 0) {
+            return false;
+        }
+        to += count;
+        size -= static_cast<std::size_t>(count);
+        offset += count;
+    }
+    return true;
+}
+
+}  // namespace
+
+Run_State::~Run_State()
+{
+    if (Is_Open()) {
+        Sync();
+        close(descriptor_);
+    }
+}
+
+/** The workers of a run that was killed hold its lock until they have ended, which takes a moment. */
+bool Run_State::Lock()
+{
+    constexpr int Tries = 100;
+    for (int i = 0; i < Tries; ++i) {
+        if (flock(descriptor_, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+}
+
+std::string Run_State::Open(const std::string& path, const std::string& terms, bool resume,
+                            bool force)
+{
+    descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (!Is_Open()) {
+        return "cannot be opened: " + System_Text();
+    }
+    if (!Lock()) {
+        return "belongs to a run that is at work";
+    }
+    struct stat status = {};
+    if (fstat(descriptor_, &status) != 0) {
+        return "cannot be read: " + System_Text();
+    }
+    if (status.st_size > 0 && !resume && !force) {
+        return "tells of a run; --resume goes on with it, --force begins anew";
+    }
+    if (resume && status.st_size > 0) {
+        Learn();
+        if (end_ == 0) {
+            return "is no state of a run";
+        }
+        // A run that was killed before it had said what it does has done nothing.
+        if (!terms_.empty()) {
+            return terms_ == terms
+                       ? ""
+                       : "tells of a run with other options, and cannot go on with these";
+        }
+    }
+    if (ftruncate(descriptor_, 0) != 0 || !Write_All(descriptor_, Magic)) {
+        return "cannot be written: " + System_Text();
+    }
+    end_ = static_cast<std::int64_t>(Magic.size());
+    Put(Terms_Kind, terms);
+    return failure_;
+}
+
+void Run_State::Put(char kind, std::string_view bytes)
+{
+    std::string record = Framed(bytes);
+    record.insert(Frame_Head, Sum_Of(kind, bytes) + kind);
+    if (lseek(descriptor_, end_, SEEK_SET) != end_ || !Write_All(descriptor_, record)) {
+        // A file that is not in the log is done again, and nothing else is lost.
+        failure_ = "cannot be written: " + System_Text();
+        static_cast<void>(ftruncate(descriptor_, end_) == 0);
+        return;
+    }
+    end_ += static_cast<std::int64_t>(record.size());
+    constexpr auto Often = std::chrono::seconds(2);
+    const auto now = std::chrono::steady_clock::now();
+    if (now - synced_at_ > Often) {
+        Sync();
+    }
+}
+
+void Run_State::Sync()
+{
+    if (synced_ != end_ && fdatasync(descriptor_) != 0 && failure_.empty()) {
+        failure_ = "cannot be synced: " + System_Text();
+    }
+    synced_ = end_;
+    synced_at_ = std::chrono::steady_clock::now();
+}
+
+std::optional<std::string> Run_State::Record_At(std::int64_t offset, char& kind,
+                                                std::int64_t& next) const
+{
+    std::array<char, Head_Size> head;
+    struct stat status = {};
+    if (fstat(descriptor_, &status) != 0 ||
+        !Pread_All(descriptor_, head.data(), head.size(), offset)) {
+        return {};
+    }
+    const std::size_t size = Frame_Size(head.data());
+    const std::int64_t begin = offset + static_cast<std::int64_t>(Head_Size);
+    if (static_cast<std::int64_t>(size) > status.st_size - begin) {
+        return {};
+    }
+    std::string bytes(size, '\0');
+    kind = head[Head_Size - 1];
+    next = begin + static_cast<std::int64_t>(size);
+    if (!Pread_All(descriptor_, bytes.data(), size, begin) ||
+        Sum_Of(kind, bytes) != std::string_view(head.data() + Frame_Head, Sum_Size)) {
+        return {};
+    }
+    return bytes;
+}
+
+void Run_State::Learn()
+{
+    std::string magic(Magic.size(), '\0');
+    if (!Pread_All(descriptor_, magic.data(), magic.size(), 0) || magic != Magic) {
+        return;
+    }
+    auto at = static_cast<std::int64_t>(Magic.size());
+    char kind = 0;
+    std::int64_t next = 0;
+    try {
+        while (const std::optional<std::string> bytes = Record_At(at, kind, next)) {
+            Unpacker unpacker(*bytes);
+            if (kind == Terms_Kind) {
+                terms_ = *bytes;
+            } else if (kind == Gone_Kind) {
+                places_.erase(Number_Of(unpacker.Text()));
+            } else {
+                Places& places = places_[Number_Of(unpacker.Text())];
+                places.placed = kind == Placed_Kind ? at : places.placed;
+                places.done = kind == Done_Kind ? at : places.done;
+                outputs_.insert(kind == Placed_Kind ? std::hash<std::string>()(unpacker.Text())
+                                                    : 0);
+            }
+            at = next;
+        }
+    } catch (const Torn_Pack&) {
+        // What cannot be understood ends the log too.
+    }
+    end_ = at;
+    synced_ = at;
+}
+
+Logged_File Run_State::File_At(const Places& places) const
+{
+    Logged_File file;
+    char kind = 0;
+    std::int64_t next = 0;
+    const std::optional<std::string> done = Record_At(places.done, kind, next);
+    Unpacker unpacker(done ? *done : std::string_view());
+    unpacker.Text();
+    file.staged = unpacker.Text();
+    file.record = Unpack_Record(unpacker);
+    if (places.placed < 0) {
+        return file;
+    }
+    const std::optional<std::string> placed = Record_At(places.placed, kind, next);
+    Unpacker rest(placed ? *placed : std::string_view());
+    rest.Text();
+    file.own = rest.Text();
+    file.is_placed = places.placed > places.done;
+    if (!file.is_placed) {
+        return file;
+    }
+    file.record.output = file.own;
+    file.record.has_output = !file.own.empty();
+    file.record.status = static_cast<Exit_Status>(rest.Number());
+    // What the placing had to say stands behind what the worker found.
+    const std::string findings = rest.Text();
+    Unpacker said(findings);
+    for (lib_mend::Finding& finding : Unpack_Record(said).findings) {
+        file.record.findings.push_back(std::move(finding));
+    }
+    return file;
+}
+
+std::optional<Logged_File> Run_State::Find(const std::string& relative) const
+{
+    const auto entry = places_.find(Number_Of(relative));
+    if (entry == places_.end() || entry->second.done < 0) {
+        return {};
+    }
+    try {
+        Logged_File file = File_At(entry->second);
+        if (file.record.relative == relative) {
+            return file;
+        }
+    } catch (const Torn_Pack&) {
+        // It has to be done again.
+    }
+    return {};
+}
+
+void Run_State::Put_Done(const File_Record& record, const std::string& staged)
+{
+    if (!Is_Open()) {
+        return;
+    }
+    Packer packer;
+    packer.Put(record.relative);
+    packer.Put(staged);
+    Pack(record, packer);
+    Put(Done_Kind, packer.Bytes());
+}
+
+void Run_State::Put_Gone(const File_Record& record)
+{
+    if (Is_Open()) {
+        Packer packer;
+        packer.Put(record.relative);
+        Put(Gone_Kind, packer.Bytes());
+    }
+}
+
+std::string Run_State::Session() const
+{
+    return std::to_string(end_);
+}
+
+void Run_State::Put_Placed(const File_Record& record)
+{
+    if (!Is_Open()) {
+        return;
+    }
+    File_Record said;
+    said.findings.assign(record.findings.begin() + static_cast<std::ptrdiff_t>(record.found),
+                         record.findings.end());
+    Packer findings;
+    Pack(said, findings);
+    Packer packer;
+    packer.Put(record.relative);
+    packer.Put(record.output);
+    packer.Put(std::uint64_t{static_cast<unsigned int>(record.status)});
+    packer.Put(findings.Bytes());
+    Put(Placed_Kind, packer.Bytes());
+}
+
+bool Run_State::Read(const std::string& path, const std::function<void(File_Record&&)>& take)
+{
+    Run_State state;
+    state.descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (!state.Is_Open()) {
+        return false;
+    }
+    state.Learn();
+    char kind = 0;
+    std::int64_t next = 0;
+    for (auto at = static_cast<std::int64_t>(Magic.size()); at < state.end_; at = next) {
+        const std::optional<std::string> bytes = state.Record_At(at, kind, next);
+        if (!bytes) {
+            break;
+        }
+        Unpacker unpacker(*bytes);
+        const std::string name = kind == Done_Kind ? unpacker.Text() : std::string();
+        const auto entry = state.places_.find(Number_Of(name));
+        // Of a file that was done again, the last record counts.
+        if (kind == Done_Kind && entry != state.places_.end() && entry->second.done == at) {
+            take(std::move(state.File_At(entry->second).record));
+        }
+    }
+    return state.end_ > 0;
+}
+
+}  // namespace dicom_mend

@@ -1,0 +1,108 @@
+// The state of a run: a log to which is only appended, so that whatever moment the run is killed in, what
+// stands in front of a torn end is true. Each record has a length and a sum. An embedded data base would do
+// the same with a library, a journal and locks that network file systems do not keep.
+#ifndef TOOLS_DICOM_MEND_ARCHIVE_RUN_STATE_H
+#define TOOLS_DICOM_MEND_ARCHIVE_RUN_STATE_H
+
+#include "archive/file_record.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace dicom_mend {
+
+/** What the state of a run has behind the name of its folder. It stands beside it, so that the folder
+ * holds nothing but outputs. */
+inline constexpr char State_Ending[] = ".state";
+
+/** What the log says of a file. */
+struct Logged_File {
+    File_Record record;
+    /** Where the worker left its output. */
+    std::string staged;
+    /** Where its output, or that of an earlier mending, was put; empty for nowhere. */
+    std::string own;
+    /** It has been printed, and its output stands where the record says. */
+    bool is_placed = false;
+};
+
+class Run_State {
+public:
+    Run_State() = default;
+    Run_State(const Run_State&) = delete;
+    Run_State& operator=(const Run_State&) = delete;
+    ~Run_State();
+
+    /**
+     * Opens the log for this run alone.
+     *
+     * @param terms   what the run does, in a form in which it has to agree when it goes on
+     * @param resume  an existing log is gone on with; a new run begins otherwise
+     * @param force   an existing log may be replaced
+     * @return the reason of a failure
+     */
+    std::string Open(const std::string& path, const std::string& terms, bool resume, bool force);
+    bool Is_Open() const
+    {
+        return descriptor_ >= 0;
+    }
+
+    /** What is known of a file of an earlier run; nothing when it was not done. Read from the log. */
+    std::optional<Logged_File> Find(const std::string& relative) const;
+    /** A file is done: its output waits at the staged place. */
+    void Put_Done(const File_Record& record, const std::string& staged);
+    /** A file has been said, and its output is in its place. */
+    void Put_Placed(const File_Record& record);
+    /** What was put of a file does not hold any more. */
+    void Put_Gone(const File_Record& record);
+    /** Another text for each run that went on with the log. */
+    std::string Session() const;
+    /** Hash values of the paths of all outputs. */
+    const std::unordered_set<std::size_t>& Outputs() const
+    {
+        return outputs_;
+    }
+    /** Brings what was put to the disk. */
+    void Sync();
+    /** Why something could not be put; empty when all could. */
+    const std::string& Failure() const
+    {
+        return failure_;
+    }
+
+    /** Goes through the files of a log; false when it is none. */
+    static bool Read(const std::string& path, const std::function<void(File_Record&&)>& take);
+
+private:
+    struct Places {
+        std::int64_t done = -1;
+        /** Behind that, or of an earlier mending. */
+        std::int64_t placed = -1;
+    };
+
+    bool Lock();
+    void Put(char kind, std::string_view bytes);
+    std::optional<std::string> Record_At(std::int64_t offset, char& kind, std::int64_t& next) const;
+    /** Learns what the log says; where it is torn, it ends. */
+    void Learn();
+    Logged_File File_At(const Places& places) const;
+
+    int descriptor_ = -1;
+    std::int64_t end_ = 0;
+    std::int64_t synced_ = 0;
+    std::chrono::steady_clock::time_point synced_at_;
+    std::string terms_;
+    std::string failure_;
+    /** By the names of the files. */
+    std::unordered_map<std::uint64_t, Places> places_;
+    std::unordered_set<std::size_t> outputs_;
+};
+
+}  // namespace dicom_mend
+
+#endif

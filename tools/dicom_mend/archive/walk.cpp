@@ -1,0 +1,272 @@
+#include "archive/walk.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+namespace dicom_mend {
+
+namespace {
+
+constexpr std::int64_t Nanoseconds = 1'000'000'000;
+
+File_Identity Identity_In(const struct stat& status)
+{
+    return {status.st_dev, status.st_ino};
+}
+
+void Describe(const struct stat& status, Work_Item& item)
+{
+    item.size = status.st_size;
+    item.modified = status.st_mtim.tv_sec * Nanoseconds + status.st_mtim.tv_nsec;
+}
+
+std::string Last_Name(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::canonical(path, error);
+    return whole.filename().string();
+}
+
+}  // namespace
+
+bool Identity_Of(const std::string& path, File_Identity& identity)
+{
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) {
+        return false;
+    }
+    identity = Identity_In(status);
+    return true;
+}
+
+std::string Below(const std::string& path)
+{
+    std::string below;
+    for (const std::filesystem::path& part : std::filesystem::path(path).lexically_normal()) {
+        const std::string name = part.string();
+        if (!name.empty() && name != "/" && name != "." && name != "..") {
+            below += (below.empty() ? "" : "/") + name;
+        }
+    }
+    return below;
+}
+
+bool Is_In_Shard(const Walk_Options& options, const Walk_Entry& entry)
+{
+    // A folder that cannot be read is told of once; FNV-1a gives each shard its part of the rest.
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char c : entry.item.relative) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
+    }
+    // The low bits of this hash follow the last letter closely.
+    hash ^= hash >> 32;
+    return hash % options.shards == options.shard - 1;
+}
+
+namespace {
+
+/** Leaves out what is named twice, and what stands in a folder that is named too. */
+std::vector<std::string> Named_Once(const std::vector<std::string>& paths)
+{
+    namespace fs = std::filesystem;
+    std::vector<fs::path> normal;
+    std::transform(paths.begin(), paths.end(), std::back_inserter(normal),
+                   [](const std::string& path) {
+                       const fs::path whole = fs::path(path).lexically_normal();
+                       return whole.has_filename() ? whole : whole.parent_path();
+                   });
+    std::vector<std::string> once;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const auto is_covered = [&](std::size_t other) {
+            const auto [end, rest] = std::mismatch(normal[other].begin(), normal[other].end(),
+                                                   normal[i].begin(), normal[i].end());
+            const bool is_same = rest == normal[i].end();
+            return end == normal[other].end() && (!is_same || other < i);
+        };
+        bool is_named_before = false;
+        for (std::size_t other = 0; other < paths.size() && !is_named_before; ++other) {
+            is_named_before = other != i && is_covered(other);
+        }
+        if (!is_named_before) {
+            once.push_back(paths[i]);
+        }
+    }
+    return once;
+}
+
+}  // namespace
+
+Walk::Walk(Walk_Options options) : options_(std::move(options))
+{
+    constexpr std::size_t Few = 1000;
+    if (options_.paths.size() <= Few) {
+        options_.paths = Named_Once(options_.paths);
+    }
+}
+
+Walk::~Walk()
+{
+    if (list_ != nullptr && list_ != stdin) {
+        std::fclose(list_);
+    }
+}
+
+bool Walk::Next(Walk_Entry& entry)
+{
+    entry = {};
+    return Next_Found(entry) || Next_Named(entry);
+}
+
+bool Walk::Next_Listed(std::string& name)
+{
+    if (options_.list.empty()) {
+        return false;
+    }
+    if (list_ == nullptr) {
+        list_ = options_.list == "-" ? stdin : std::fopen(options_.list.c_str(), "re");
+        if (list_ == nullptr) {
+            return false;
+        }
+    }
+    const int end = options_.nul_separated ? '\0' : '\n';
+    do {
+        name.clear();
+        int c = std::getc(list_);
+        if (c == EOF) {
+            return false;
+        }
+        for (; c != EOF && c != end; c = std::getc(list_)) {
+            name += static_cast<char>(c);
+        }
+        if (!options_.nul_separated && name.ends_with('\r')) {
+            name.pop_back();
+        }
+    } while (name.empty());
+    return true;
+}
+
+bool Walk::Next_Named(Walk_Entry& entry)
+{
+    for (;;) {
+        std::string path;
+        const bool is_path = next_path_ < options_.paths.size();
+        if (is_path) {
+            path = options_.paths[next_path_++];
+        } else if (!Next_Listed(path)) {
+            const bool failed = !options_.list.empty() && list_ == nullptr;
+            entry.item.path = options_.list;
+            entry.trouble = failed ? std::strerror(errno) : "";
+            options_.list.clear();
+            return failed;
+        }
+        struct stat status = {};
+        entry.item.path = path;
+        if (stat(path.c_str(), &status) != 0) {
+            entry.trouble = std::strerror(errno);
+            return true;
+        }
+        const bool is_alone = options_.paths.size() == 1 && options_.list.empty();
+        if (S_ISDIR(status.st_mode)) {
+            const std::string relative = !is_path   ? Below(path)
+                                         : is_alone ? std::string()
+                                                    : Last_Name(path);
+            if (!Open_Folder(path, relative, entry.trouble)) {
+                return true;
+            }
+            if (Next_Found(entry)) {
+                return true;
+            }
+            entry = {};
+            continue;
+        }
+        Describe(status, entry.item);
+        entry.item.relative =
+            is_path ? std::filesystem::path(path).filename().string() : Below(path);
+        return true;
+    }
+}
+
+bool Walk::Open_Folder(const std::string& path, const std::string& relative, std::string& trouble)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
+    struct stat status = {};
+    if (folder == nullptr || fstat(dirfd(folder.get()), &status) != 0) {
+        trouble = std::strerror(errno);
+        return false;
+    }
+    Level level;
+    level.path = path.ends_with('/') ? path : path + "/";
+    level.relative = relative.empty() ? "" : relative + "/";
+    level.identity = Identity_In(status);
+    errno = 0;
+    while (const dirent* const entry = readdir(folder.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            level.names.emplace_back(name);
+        }
+        errno = 0;
+    }
+    if (errno != 0) {
+        trouble = std::strerror(errno);
+    }
+    std::sort(level.names.begin(), level.names.end());
+    levels_.push_back(std::move(level));
+    return trouble.empty();
+}
+
+bool Walk::Next_Found(Walk_Entry& entry)
+{
+    while (!levels_.empty()) {
+        Level& level = levels_.back();
+        if (level.next == level.names.size()) {
+            levels_.pop_back();
+            continue;
+        }
+        const std::string name = level.names[level.next++];
+        if (name.starts_with('.')) {
+            ++counts_.hidden;
+            continue;
+        }
+        entry.item.path = level.path + name;
+        entry.item.relative = level.relative + name;
+        entry.item.is_found = true;
+        struct stat status = {};
+        const bool is_there = (options_.follow ? stat(entry.item.path.c_str(), &status)
+                                               : lstat(entry.item.path.c_str(), &status)) == 0;
+        if (!is_there) {
+            entry.trouble = std::strerror(errno);
+            return true;
+        }
+        if (S_ISDIR(status.st_mode)) {
+            const File_Identity identity = Identity_In(status);
+            const auto is_same = [&](const Level& around) {
+                return around.identity == identity;
+            };
+            const bool is_own = std::find(options_.own_folders.begin(), options_.own_folders.end(),
+                                          identity) != options_.own_folders.end();
+            if (std::any_of(levels_.begin(), levels_.end(), is_same)) {
+                ++counts_.links;
+            } else if (!is_own &&
+                       !Open_Folder(entry.item.path, entry.item.relative, entry.trouble)) {
+                return true;
+            }
+            continue;
+        }
+        if (!S_ISREG(status.st_mode)) {
+            ++(S_ISLNK(status.st_mode) ? counts_.links : counts_.special);
+            continue;
+        }
+        Describe(status, entry.item);
+        return true;
+    }
+    return false;
+}
+
+}  // namespace dicom_mend
