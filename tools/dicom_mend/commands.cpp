@@ -269,7 +269,7 @@ void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layou
         return file.Give(taker);
     };
     const std::string error =
-        lib_mend::Write_Safely(item.staged, give, true, lib_mend::Folder_Sync::Left_To_Caller);
+        lib_mend::Write_Safely(item.staged, give, true, lib_mend::Syncing::Left_To_Caller);
     struct stat status = {};
     if (!error.empty() || lstat(item.staged.c_str(), &status) != 0) {
         record.failure = "its output " + (error.empty() ? "is gone" : error);

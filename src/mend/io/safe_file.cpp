@@ -341,8 +341,9 @@ std::string Write_Safely(const std::string& path,
 
 std::string Write_Safely(const std::string& path,
                          const std::function<bool(const File_Taker&)>& give, bool replace,
-                         Folder_Sync sync)
+                         Syncing syncing)
 {
+    const bool is_synced = syncing == Syncing::Now;
     const std::string name = Name_Of(path);
     const Folder folder(Folder_Of(path));
     const Target target = Look_At(folder, name, replace);
@@ -366,11 +367,11 @@ std::string Write_Safely(const std::string& path,
     if (writable && !given) {
         return "cannot be written, for a part of it cannot be read";
     }
-    if (!writable || (target.exists && !file.Take_Over(target.status)) || !file.Sync() ||
-        !file.Close() || !file.Rename(name, replace)) {
+    if (!writable || (target.exists && !file.Take_Over(target.status)) ||
+        (is_synced && !file.Sync()) || !file.Close() || !file.Rename(name, replace)) {
         return "cannot be written: " + System_Text();
     }
-    return sync == Folder_Sync::Left_To_Caller || folder.Sync()
+    return !is_synced || folder.Sync()
                ? ""
                : "is written, but its folder cannot be synced: " + System_Text();
 }

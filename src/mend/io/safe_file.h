@@ -49,8 +49,8 @@ struct File_Taker {
     Range_Taker copy;
 };
 
-/** Whether the folder has to be on the disk too; where a file waits to be moved, the other one has to. */
-enum class Folder_Sync { Now, Left_To_Caller };
+/** Whether file and folder are on the disk when the writing is done; of many files together that costs less. */
+enum class Syncing { Now, Left_To_Caller };
 
 /**
  * Writes what `give` hands to its argument, so that it need not be in memory together. `give` returns
@@ -58,7 +58,7 @@ enum class Folder_Sync { Now, Left_To_Caller };
  */
 std::string Write_Safely(const std::string& path,
                          const std::function<bool(const File_Taker&)>& give, bool replace,
-                         Folder_Sync sync = Folder_Sync::Now);
+                         Syncing syncing = Syncing::Now);
 
 }  // namespace lib_mend
 

@@ -18,7 +18,7 @@ std::string Sum_Of_File(const std::string& path)
         return {};
     }
     lib_mend::SHA256_Sum sum;
-    std::vector<char> block(std::size_t{1} << 18);
+    static std::vector<char> block(std::size_t{1} << 16);
     ssize_t count = 0;
     while ((count = read(descriptor, block.data(), block.size())) > 0) {
         sum.Add({block.data(), static_cast<std::size_t>(count)});

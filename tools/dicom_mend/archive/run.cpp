@@ -1,5 +1,6 @@
 #include "archive/run.h"
 
+#include "archive/disk_sync.h"
 #include "archive/file_sum.h"
 #include "archive/placing.h"
 #include "archive/plan.h"
@@ -15,6 +16,7 @@
 #include <deque>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <thread>
 
 #include <poll.h>
@@ -143,6 +145,7 @@ private:
     Progress_Line line_;
     Run_State state_;
     Run_Report report_;
+    std::optional<Disk_Sync> sync_;
     /** Tells the staged files of this session from those of earlier ones. */
     std::string session_;
     /** The files that were looked at and are not told of, in their order; the first one's number. */
@@ -494,10 +497,14 @@ Exit_Status Run::Finish(const Plan& plan)
     if (plan.Is_Cut_Off() && stopped_.empty()) {
         stopped_ = "the walk through the folders was ended";
     }
-    state_.Sync();
     const bool is_whole = stopped_.empty();
     if (is_whole && !options_.to.empty()) {
         placing_.Clear_Work();
+    }
+    const std::string unsynced = sync_->Now();
+    if (!unsynced.empty()) {
+        Report_Failure(options_.to, "cannot be synced: " + unsynced);
+        status_ = Exit_Failure;
     }
     const std::string unreported = report_.Close(totals_, is_whole);
     if (!unreported.empty()) {
@@ -526,6 +533,7 @@ Exit_Status Run::All()
             walk.own_folders.push_back(identity);
         }
     }
+    sync_.emplace(options_.to, state_.Descriptor());
     Plan plan(walk);
     while (!Is_Ended(plan)) {
         Fill(plan);
@@ -533,6 +541,7 @@ Exit_Status Run::All()
         Tell_Ready(false);
         Wait(plan);
         Show(plan);
+        sync_->From_Time_To_Time();
     }
     Tell_Ready(true);
     return Finish(plan);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -69,7 +70,6 @@ bool Pread_All(int descriptor, char* to, std::size_t size, std::int64_t offset)
 Run_State::~Run_State()
 {
     if (Is_Open()) {
-        Sync();
         close(descriptor_);
     }
 }
@@ -135,20 +135,6 @@ void Run_State::Put(char kind, std::string_view bytes)
         return;
     }
     end_ += static_cast<std::int64_t>(record.size());
-    constexpr auto Often = std::chrono::seconds(2);
-    const auto now = std::chrono::steady_clock::now();
-    if (now - synced_at_ > Often) {
-        Sync();
-    }
-}
-
-void Run_State::Sync()
-{
-    if (synced_ != end_ && fdatasync(descriptor_) != 0 && failure_.empty()) {
-        failure_ = "cannot be synced: " + System_Text();
-    }
-    synced_ = end_;
-    synced_at_ = std::chrono::steady_clock::now();
 }
 
 std::optional<std::string> Run_State::Record_At(std::int64_t offset, char& kind,
@@ -204,7 +190,6 @@ void Run_State::Learn()
         // What cannot be understood ends the log too.
     }
     end_ = at;
-    synced_ = at;
 }
 
 Logged_File Run_State::File_At(const Places& places) const

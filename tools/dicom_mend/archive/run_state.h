@@ -6,7 +6,6 @@
 
 #include "archive/file_record.h"
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -67,8 +66,11 @@ public:
     {
         return outputs_;
     }
-    /** Brings what was put to the disk. */
-    void Sync();
+    /** The log, for who brings it to the disk; -1 when there is none. */
+    int Descriptor() const
+    {
+        return descriptor_;
+    }
     /** Why something could not be put; empty when all could. */
     const std::string& Failure() const
     {
@@ -94,8 +96,6 @@ private:
 
     int descriptor_ = -1;
     std::int64_t end_ = 0;
-    std::int64_t synced_ = 0;
-    std::chrono::steady_clock::time_point synced_at_;
     std::string terms_;
     std::string failure_;
     /** By the names of the files. */
