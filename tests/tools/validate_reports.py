@@ -86,12 +86,30 @@ def check_both(paths, cwd=None):
     return count
 
 
+def check_run(folder):
+    """Reports of a run over a folder: the same findings, and each file once."""
+    names = sorted(os.fsencode(os.path.join(folder, os.fsdecode(name))) for name in NAMES)
+    with tempfile.TemporaryDirectory() as out:
+        for name in ("r.sarif", "r.jsonl"):
+            run("--report", os.path.join(out, name), folder)
+        log = json.loads(pathlib.Path(out, "r.sarif").read_text("utf-8"))
+        lines = [json.loads(line) for line in pathlib.Path(out, "r.jsonl").read_text("utf-8").splitlines()]
+    fits(LOG, log, folder)
+    files = [line for line in lines if "file" in line]
+    assert check_links(log, names) == sum(len(file["findings"]) for file in files) > 0
+    for finding in (finding for file in files for finding in file["findings"]):
+        fits(LINE, finding, folder)
+    uris = [artifact["location"]["uri"].removeprefix("file://") for artifact in log["runs"][0]["artifacts"]]
+    assert sorted(urllib.parse.unquote_to_bytes(uri) for uri in uris) == names and len(files) == len(names)
+
+
 def main():
     with tempfile.TemporaryDirectory() as work:
         for name in NAMES:
             pathlib.Path(work, os.fsdecode(name)).write_bytes(DAMAGED)
             assert check_both([name], work) and check_both([os.path.join(os.fsencode(work), os.fsencode(name))])
         assert check_both(NAMES, work) and not check_both(["no such file"], work)
+        check_run(work)
         for name, body in BODIES.items():
             pathlib.Path(work, name).write_bytes(body)
             assert check_both([name], work)

@@ -329,6 +329,10 @@ void Describe(const lib_mend::Data_Set& set, Findings& findings, File_Record& re
         return characters.To_UTF_8(set.Text(tag), VR_LO);
     };
     record.sop_class = set.Text({0x0008, 0x0016});
+    if (record.sop_class.empty()) {
+        // A directory has no other.
+        record.sop_class = lib_mend::Text_In(set, set.meta.Head(), {0x0002, 0x0002});
+    }
     record.study = set.Text({0x0020, 0x000D});
     record.device = {text({0x0008, 0x0070}), text({0x0008, 0x1090}), text({0x0018, 0x1020})};
 }

@@ -249,7 +249,7 @@ void Add_Inputs(CLI::App& command, dicom_mend::Mend_Request& request)
                     "Folder for copies of what could not be mended whole, with the findings")
         ->option_text("DIR");
     Add_Run(command, run);
-    Add_Record(command, run, "; default in OUT_DIR");
+    Add_Record(command, run, "; OUT_DIR.state by default");
     Add_Verbosity(command, run);
     command.final_callback([&command, &request, &run] {
         if (run.to.empty()) {

@@ -1,7 +1,6 @@
 // Single values of every VR: what becomes of them, and what is said.
 #include "mend/findings/faults.h"
 #include "mend/healing/forms.h"
-#include "mend/healing/sha256.h"
 #include "mend/healing/value.h"
 #include "support/case_page.h"
 
@@ -57,28 +56,6 @@ TEST(UIDs, AreReplacedOnRequest)
     EXPECT_EQ(replaced.bytes.substr(0, replaced.bytes.find('\0')), "1.2.3\\" + uid + "\\" + uid);
     EXPECT_TRUE(Is_Fit_UID(uid));
     EXPECT_NE(Replacement_UID("1.2.b"), uid);
-}
-
-TEST(Hash, IsSHA256)
-{
-    const auto text = [](const SHA256_Digest& digest) {
-        std::string hex;
-        for (const unsigned char byte : digest) {
-            constexpr char Digits[] = "0123456789abcdef";
-            hex += {Digits[byte >> 4], Digits[byte & 15]};
-        }
-        return hex;
-    };
-    // FIPS 180-4, and the lengths around the padding of a block.
-    EXPECT_EQ(text(SHA256("")), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
-    EXPECT_EQ(text(SHA256("abc")),
-              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    EXPECT_EQ(text(SHA256("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq")),
-              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
-    EXPECT_EQ(text(SHA256(std::string(55, 'a'))),
-              "9f4390f8d30c2dd92ec9f095b65e2b9ae9b0a925a5258e241c9f1e910f734318");
-    EXPECT_EQ(text(SHA256(std::string(64, 'a'))),
-              "ffe054fe7ae0cb6dc65c3af9b61d5209f439851db43d0ba5997337df154668eb");
 }
 
 TEST(Values, AreCountedByTheirVR)
