@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include <unistd.h>
 
@@ -76,6 +77,28 @@ std::string Progress_Text(const Progress_State& state)
     if (!state.slow_file.empty()) {
         text += ", " + Duration_Text(state.slow_time.count()) + " in " +
                 lib_mend::Printable(state.slow_file);
+    }
+    return text;
+}
+
+std::string Summary_Text(const Totals& totals, const Walk_Counts& left)
+{
+    std::string text = Count_Text(totals.files) + " files (" + Size_Text(totals.bytes) +
+                       "): " + Count_Text(totals.clean) + " clean, " +
+                       Count_Text(totals.with_findings) + " with findings, " +
+                       Count_Text(totals.failed) + " not whole";
+    const std::pair<std::uint64_t, const char*> others[] = {
+        {totals.foreign, "not DICOM"},
+        {left.hidden, "hidden"},
+        {left.links, "symbolic links"},
+        {left.special, "not regular"},
+    };
+    const char* separator = "; left: ";
+    for (const auto& [count, what] : others) {
+        if (count > 0) {
+            text += separator + Count_Text(count) + " " + what;
+            separator = ", ";
+        }
     }
     return text;
 }

@@ -2,6 +2,9 @@
 #ifndef TOOLS_DICOM_MEND_ARCHIVE_PROGRESS_H
 #define TOOLS_DICOM_MEND_ARCHIVE_PROGRESS_H
 
+#include "archive/totals.h"
+#include "archive/walk.h"
+
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -24,6 +27,9 @@ struct Progress_State {
 
 /** "1,200 of 20,000 files, 1.2 of 40.3 GB, 35.1 MB/s, 19 min left, 83 findings, 12 s in a/b.dcm". */
 std::string Progress_Text(const Progress_State& state);
+
+/** "1,200 files (1.2 GB): 900 clean, ...": what the run came to, and what it left. */
+std::string Summary_Text(const Totals& totals, const Walk_Counts& left);
 
 /** "40.3 GB": bytes in decimal units. */
 std::string Size_Text(std::int64_t bytes);

@@ -2,20 +2,20 @@
 
 #include "archive/disk_sync.h"
 #include "archive/file_sum.h"
+#include "archive/interruption.h"
 #include "archive/placing.h"
 #include "archive/plan.h"
 #include "archive/progress.h"
 #include "archive/run_report.h"
 #include "archive/run_state.h"
+#include "archive/window.h"
 #include "mend/findings/letters.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <deque>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <thread>
 
@@ -27,68 +27,11 @@ namespace dicom_mend {
 
 namespace {
 
-/** The signal that asks for an end; 0 for none. How often it came. */
-volatile std::sig_atomic_t asked_by = 0;
-volatile std::sig_atomic_t asked_times = 0;
-
-void Ask_For_End(int number)
-{
-    asked_by = number;
-    asked_times = asked_times + 1;
-}
-
-/** Keeps signals that ask for an end from ending the process, as long as it lives. */
-class Interruptible {
-public:
-    Interruptible()
-    {
-        asked_by = 0;
-        asked_times = 0;
-        struct sigaction action = {};
-        action.sa_handler = Ask_For_End;
-        for (std::size_t i = 0; i < std::size(Signals); ++i) {
-            sigaction(Signals[i], nullptr, &saved_[i]);
-            // One that is ignored was meant to be (nohup).
-            if (saved_[i].sa_handler != SIG_IGN) {
-                sigaction(Signals[i], &action, nullptr);
-            }
-        }
-    }
-    Interruptible(const Interruptible&) = delete;
-    Interruptible& operator=(const Interruptible&) = delete;
-    ~Interruptible()
-    {
-        for (std::size_t i = 0; i < std::size(Signals); ++i) {
-            sigaction(Signals[i], &saved_[i], nullptr);
-        }
-    }
-
-private:
-    static constexpr int Signals[] = {SIGINT, SIGTERM, SIGHUP};
-
-    struct sigaction saved_[std::size(Signals)] = {};
-};
-
 bool Is_Full(const std::string& reason)
 {
     return reason.find(std::strerror(ENOSPC)) != reason.npos ||
            reason.find(std::strerror(EDQUOT)) != reason.npos;
 }
-
-struct Slot {
-    enum class Stage { Waiting, Working, Done };
-
-    Work_Item item;
-    Stage stage = Stage::Waiting;
-    File_Record record;
-    std::string staged;
-    /** Where an earlier mending of the file left its output. */
-    std::string own;
-    /** An earlier run has told of it, and its output is in its place. */
-    bool is_finished = false;
-    /** The file itself decided what became of it; a full disk did not. */
-    bool is_final = false;
-};
 
 class Run {
 public:
@@ -107,11 +50,6 @@ public:
     Exit_Status All();
 
 private:
-    /** So many files are looked at beyond the first one that is not done yet. */
-    static constexpr std::size_t Look_Ahead = 4096;
-    /** A file as large as this is begun before smaller ones in front of it. */
-    static constexpr std::int64_t Large_File = std::int64_t{8} << 20;
-
     static std::string Shard_Text(const Run_Options& options);
     static std::string Work_Folder(const Run_Options& options);
     static std::string State_Path(const Run_Options& options);
@@ -121,7 +59,6 @@ private:
     void Take_Entry(Walk_Entry&& entry);
     void Look_Up(Slot& slot);
     void Hand_Out();
-    std::size_t Next_Waiting();
     void Wait(Plan& plan);
     void Take_Done(Done_File&& file);
     void Tell_Ready(bool all);
@@ -133,11 +70,6 @@ private:
     Exit_Status Finish(const Plan& plan);
     void Print_Summary(const Plan& plan) const;
 
-    Slot& At(std::uint64_t index)
-    {
-        return slots_[index - first_];
-    }
-
     const Run_Options& options_;
     const Run_Teller& tell_;
     Workers workers_;
@@ -148,13 +80,7 @@ private:
     std::optional<Disk_Sync> sync_;
     /** Tells the staged files of this session from those of earlier ones. */
     std::string session_;
-    /** The files that were looked at and are not told of, in their order; the first one's number. */
-    std::deque<Slot> slots_;
-    std::uint64_t first_ = 0;
-    /** No file in front of this one waits. */
-    std::uint64_t next_waiting_ = 0;
-    /** Large files that wait, the largest last; of two that are as large the first one. */
-    std::map<std::pair<std::int64_t, std::int64_t>, std::uint64_t> large_;
+    Window window_;
     Totals totals_;
     std::uint64_t done_files_ = 0;
     std::int64_t done_bytes_ = 0;
@@ -234,7 +160,7 @@ void Run::Work(const File_Work& work, const Work_Item& item, File_Record& record
 void Run::Fill(Plan& plan)
 {
     Walk_Entry entry;
-    while (slots_.size() < Look_Ahead && stopped_.empty() && plan.Next(entry)) {
+    while (!window_.Is_Full() && stopped_.empty() && plan.Next(entry)) {
         Take_Entry(std::move(entry));
     }
 }
@@ -243,7 +169,7 @@ void Run::Take_Entry(Walk_Entry&& entry)
 {
     Slot slot;
     slot.item = std::move(entry.item);
-    slot.item.index = first_ + slots_.size();
+    slot.item.index = window_.Next_Index();
     slot.record.path = slot.item.path;
     slot.record.relative = slot.item.relative;
     if (!entry.trouble.empty()) {
@@ -257,11 +183,8 @@ void Run::Take_Entry(Walk_Entry&& entry)
         if (options_.resume) {
             Look_Up(slot);
         }
-        if (slot.stage == Slot::Stage::Waiting && slot.item.size >= Large_File) {
-            large_[{slot.item.size, -static_cast<std::int64_t>(slot.item.index)}] = slot.item.index;
-        }
     }
-    slots_.push_back(std::move(slot));
+    window_.Push(std::move(slot));
 }
 
 /** What an earlier run did need not be done again, unless the file has changed or its output is gone. */
@@ -291,31 +214,14 @@ void Run::Look_Up(Slot& slot)
     slot.stage = Slot::Stage::Done;
 }
 
-std::size_t Run::Next_Waiting()
-{
-    if (!large_.empty()) {
-        const std::uint64_t index = std::prev(large_.end())->second;
-        large_.erase(std::prev(large_.end()));
-        return index - first_;
-    }
-    next_waiting_ = std::max(next_waiting_, first_);
-    while (next_waiting_ - first_ < slots_.size() &&
-           At(next_waiting_).stage != Slot::Stage::Waiting) {
-        ++next_waiting_;
-    }
-    return next_waiting_ - first_;
-}
-
 void Run::Hand_Out()
 {
     while (stopped_.empty() && workers_.Has_Idle()) {
-        const std::size_t next = Next_Waiting();
-        if (next == slots_.size()) {
+        const Slot* const slot = window_.Take_Waiting();
+        if (slot == nullptr) {
             return;
         }
-        Slot& slot = slots_[next];
-        slot.stage = Slot::Stage::Working;
-        workers_.Give(slot.item);
+        workers_.Give(slot->item);
     }
 }
 
@@ -336,17 +242,17 @@ void Run::Wait(Plan& plan)
             Take_Done(std::move(file));
         }
     }
-    if (asked_by != 0 && stopped_.empty()) {
+    if (Interruptible::Asked_By() != 0 && stopped_.empty()) {
         stopped_ = "interrupted";
     }
-    if (asked_times > 1) {
+    if (Interruptible::Is_Urgent()) {
         workers_.Kill();
     }
 }
 
 void Run::Take_Done(Done_File&& file)
 {
-    Slot& slot = At(file.index);
+    Slot& slot = window_.At(file.index);
     slot.stage = Slot::Stage::Done;
     slot.staged = slot.item.staged;
     slot.record = std::move(file.record);
@@ -420,12 +326,11 @@ void Run::Tell(Slot& slot)
 /** @param all  also those that stand behind a file that will not be done */
 void Run::Tell_Ready(bool all)
 {
-    while (!slots_.empty() && (all || slots_.front().stage == Slot::Stage::Done)) {
-        if (slots_.front().stage == Slot::Stage::Done) {
-            Tell(slots_.front());
+    while (!window_.Is_Empty() && (all || window_.Front().stage == Slot::Stage::Done)) {
+        if (window_.Front().stage == Slot::Stage::Done) {
+            Tell(window_.Front());
         }
-        slots_.pop_front();
-        ++first_;
+        window_.Pop();
     }
 }
 
@@ -457,7 +362,7 @@ void Run::Show(const Plan& plan)
 
 bool Run::Is_Ended(const Plan& plan) const
 {
-    return workers_.Busy() == 0 && (!stopped_.empty() || (plan.Is_Over() && slots_.empty()));
+    return workers_.Busy() == 0 && (!stopped_.empty() || (plan.Is_Over() && window_.Is_Empty()));
 }
 
 void Run::Print_Summary(const Plan& plan) const
@@ -465,23 +370,7 @@ void Run::Print_Summary(const Plan& plan) const
     if (options_.verbosity == Verbosity::Quiet && stopped_.empty()) {
         return;
     }
-    std::string text = Count_Text(totals_.files) + " files (" + Size_Text(totals_.bytes) +
-                       "): " + Count_Text(totals_.clean) + " clean, " +
-                       Count_Text(totals_.with_findings) + " with findings, " +
-                       Count_Text(totals_.failed) + " not whole";
-    const std::pair<std::uint64_t, const char*> others[] = {
-        {totals_.foreign, "not DICOM"},
-        {plan.Counts().hidden, "hidden"},
-        {plan.Counts().links, "symbolic links"},
-        {plan.Counts().special, "not regular"},
-    };
-    std::string left;
-    for (const auto& [count, what] : others) {
-        if (count > 0) {
-            left += (left.empty() ? "; left: " : ", ") + Count_Text(count) + " " + what;
-        }
-    }
-    text += left;
+    std::string text = Summary_Text(totals_, plan.Counts());
     text += finished_ > 0 ? "; " + Count_Text(finished_) + " were done before" : "";
     text += changed_ > 0 ? "; " + Count_Text(changed_) + " have changed since" : "";
     std::fprintf(stderr, "%s\n", text.c_str());
@@ -580,7 +469,7 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
         const lib_mend::Library_Session session(unasked);
         Run run(options, work, tell);
         status = run.All();
-        signal = asked_by;
+        signal = Interruptible::Asked_By();
     }
     if (signal != 0) {
         // Who waits for the process learns that it was interrupted.
