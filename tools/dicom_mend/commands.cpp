@@ -14,6 +14,7 @@
 #include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/iod.h"
+#include "suggestions.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -66,19 +67,28 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
     }
 }
 
-/** One line of a definition file for "TAG=VALUE"; empty when it has another form. */
-std::string Rule_Of(const std::string& setting)
+/**
+ * Makes one line of a definition file of "TAG=VALUE" or "KEYWORD=VALUE".
+ *
+ * @return the reason of a failure
+ */
+std::string Make_Rule(const std::string& setting, std::string& rules)
 {
     const std::size_t equals = setting.find('=');
-    const auto tag = lib_mend::Parse_Tag_Digits(setting.substr(0, equals));
-    if (equals == setting.npos || !tag) {
-        return {};
+    if (equals == setting.npos) {
+        return "expected TAG=VALUE or KEYWORD=VALUE, for example Modality=CT";
     }
-    std::string rule = "(" + Tag_Text(*tag) + ") - -- ! \"";
+    const std::string name = setting.substr(0, equals);
+    const auto tag = lib_mend::Parse_Tag(name);
+    if (!tag) {
+        return No_Attribute(name);
+    }
+    rules += "(" + Tag_Text(*tag) + ") - -- ! \"";
     for (const char c : setting.substr(equals + 1)) {
-        rule += c == '"' ? "\"\"" : std::string(1, c);
+        rules += c == '"' ? "\"\"" : std::string(1, c);
     }
-    return rule + "\"\n";
+    rules += "\"\n";
+    return {};
 }
 
 /** Reads a file of definition lines; returns the reason of a failure. */
@@ -115,11 +125,10 @@ std::string Find_Rules(const Completion& completion, std::string& rules)
         return error;
     }
     for (const std::string& setting : completion.values) {
-        const std::string rule = Rule_Of(setting);
-        if (rule.empty()) {
-            return "--set " + setting + ": expected TAG=VALUE, for example 0008,0060=CT";
+        error = Make_Rule(setting, rules);
+        if (!error.empty()) {
+            return "--set " + setting + ": " + error;
         }
-        rules += rule;
     }
     return {};
 }

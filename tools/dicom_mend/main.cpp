@@ -1,11 +1,14 @@
 // The command line of dicom-mend.
 #include "check.h"
+#include "command_faults.h"
 #include "commands.h"
+#include "explain_kind.h"
 #include "lookup.h"
 #include "mend/healing/character_terms.h"
 #include "report_command.h"
 
 #include <CLI/CLI.hpp>
+#include <Lib_DICOM_Mend/dicom_mend.h>
 
 #include <algorithm>
 #include <csignal>
@@ -13,12 +16,13 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <new>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <zlib.h>
 
 namespace {
 
@@ -28,25 +32,61 @@ using lib_mend::Output_Syntax;
 constexpr char Description[] =
     "Reads damaged DICOM files, says what is wrong with them, and writes "
     "clean Part 10 files.";
-constexpr char Examples[] =
-    "Examples:\n"
-    "  dicom-mend list image.dcm                      show what a file holds\n"
-    "  dicom-mend list --format tsv image.dcm         the same for programs\n"
-    "  dicom-mend list --format json image.dcm        the same in the DICOM JSON model\n"
-    "  dicom-mend from-json image.json image.dcm      and back\n"
-    "  dicom-mend check image.dcm                     say what is wrong with it\n"
-    "  dicom-mend mend old.dcm new.dcm                write a clean copy\n"
-    "  dicom-mend mend --syntax explicit-little old.dcm new.dcm\n"
-    "  dicom-mend mend --record old.dcm new.dcm       the same, and keep what was changed\n"
-    "  dicom-mend undo new.dcm old-values.dcm         put it back\n"
-    "  dicom-mend complete --module SC --set 0008,0064=WSD old.dcm new.dcm\n"
-    "                                                 supply what the IOD requires\n"
-    "  dicom-mend dict 0010,0010 WindowCenter         what the standard says of elements\n"
-    "  dicom-mend uid 1.2.840.10008.1.2               which name belongs to a UID\n"
-    "  dicom-mend code 4021 fluorodeoxyglucose        the code of a radiopharmaceutical\n"
+constexpr char Foot[] =
+    "dicom-mend help COMMAND shows the options of a command, with examples.\n"
     "\n"
-    "Findings go to standard error, one a line. Exit status: 0 nothing to report,\n"
-    "1 findings, 2 something could not be read or written.";
+    "Findings go to standard error, one a line, those of check to standard output.\n"
+    "Exit status: 0 nothing to report, 1 findings, 2 something could not be read or\n"
+    "written.";
+
+/** Examples of each command, and where its output goes. */
+constexpr std::pair<const char*, const char*> Feet[] = {
+    {"list", "Examples:\n"
+             "  dicom-mend list image.dcm                what a file holds, for people\n"
+             "  dicom-mend list --format tsv image.dcm   for programs\n"
+             "  dicom-mend list --format json image.dcm  in the DICOM JSON model\n"
+             "\n"
+             "The listing goes to standard output, findings to standard error."},
+    {"check",
+     "Examples:\n"
+     "  dicom-mend check image.dcm               what is wrong with a file\n"
+     "  dicom-mend check --module auto --study folder\n"
+     "                                           also against the standard, and each other\n"
+     "  dicom-mend check --format html folder >findings.html\n"
+     "\n"
+     "Findings go to standard output."},
+    {"mend", "Examples:\n"
+             "  dicom-mend mend old.dcm new.dcm          a clean copy of a file\n"
+             "  dicom-mend mend --to clean --report clean.jsonl archive\n"
+             "                                           of all files of a folder\n"
+             "  dicom-mend mend --syntax explicit-little --record old.dcm new.dcm\n"
+             "\n"
+             "Findings go to standard error."},
+    {"undo", "Examples:\n"
+             "  dicom-mend mend --record old.dcm new.dcm\n"
+             "  dicom-mend undo new.dcm old-values.dcm"},
+    {"from-json", "Examples:\n"
+                  "  dicom-mend list --format json image.dcm >image.json\n"
+                  "  dicom-mend from-json image.json image.dcm"},
+    {"complete",
+     "Examples:\n"
+     "  dicom-mend complete old.dcm new.dcm      supply what its kind of image requires\n"
+     "  dicom-mend complete --module SC --set ConversionType=WSD old.dcm new.dcm\n"
+     "\n"
+     "What is supplied and what is still missing goes to standard error."},
+    {"report", "Examples:\n"
+               "  dicom-mend report clean.jsonl            what a run came to\n"
+               "  dicom-mend report --to all.html shard-*.jsonl"},
+    {"dict", "Examples:\n"
+             "  dicom-mend dict 0010,0010 WindowCenter"},
+    {"uid", "Examples:\n"
+            "  dicom-mend uid 1.2.840.10008.1.2 \"CT Image\""},
+    {"code", "Examples:\n"
+             "  dicom-mend code 4021 fluorodeoxyglucose  of a context group, by its number"},
+    {"explain", "Examples:\n"
+                "  dicom-mend explain                       all kinds\n"
+                "  dicom-mend explain offset-table duplicate"},
+};
 
 void Add_Verbosity(CLI::App& command, dicom_mend::Run_Options& run)
 {
@@ -196,14 +236,14 @@ void Add_Healing(CLI::App& command, lib_mend::Heal_Options& heal)
 CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
 {
     CLI::App* const command = app.add_subcommand("list", "Show the elements of files");
-    const std::map<std::string, dicom_mend::List_Format> formats = {
+    const std::vector<std::pair<const char*, dicom_mend::List_Format>> formats = {
         {"text", dicom_mend::List_Format::Text},
         {"tsv", dicom_mend::List_Format::TSV},
         {"json", dicom_mend::List_Format::JSON}};
     command
         ->add_option("--format", request.format,
                      "text (default), tsv, or json, the DICOM JSON model")
-        ->transform(CLI::CheckedTransformer(formats))
+        ->transform(dicom_mend::Choice(formats))
         ->option_text("FORMAT");
     command
         ->add_option("FILE", request.run.walk.paths,
@@ -275,7 +315,7 @@ void Add_Inputs(CLI::App& command, dicom_mend::Mend_Request& request)
 
 void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
 {
-    const std::map<std::string, Output_Syntax> syntaxes = {
+    const std::vector<std::pair<const char*, Output_Syntax>> syntaxes = {
         {"keep", Output_Syntax::Keep},
         {"implicit-little", Output_Syntax::Implicit_Little},
         {"explicit-little", Output_Syntax::Explicit_Little},
@@ -284,7 +324,7 @@ void Add_Output(CLI::App& command, dicom_mend::Mend_Request& request)
         .add_option("--syntax", request.options.syntax,
                     "Transfer syntax of the output: keep (default), implicit-little, "
                     "explicit-little, explicit-big")
-        ->transform(CLI::CheckedTransformer(syntaxes))
+        ->transform(dicom_mend::Choice(syntaxes))
         ->option_text("SYNTAX");
     command.add_flag("--drop-private", request.options.drop_private, "Leave private elements out");
     command.add_flag("--group-lengths", request.options.group_lengths,
@@ -321,7 +361,7 @@ CLI::App* Add_Complete(CLI::App& app, dicom_mend::Mend_Request& request,
         ->take_all()
         ->expected(1)
         ->allow_extra_args(false)
-        ->option_text("TAG=VALUE");
+        ->option_text("TAG|KEYWORD=VALUE");
     command->add_option("--rules", completion.rules, "File of definition lines that override")
         ->option_text("FILE");
     Add_Output(*command, request);
@@ -348,16 +388,17 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
 {
     CLI::App* const command =
         app.add_subcommand("check", "Report what is wrong with files, and change nothing");
-    const std::map<std::string, dicom_mend::Format> formats = {{"text", dicom_mend::Format::Text},
-                                                               {"json", dicom_mend::Format::JSON},
-                                                               {"sarif", dicom_mend::Format::SARIF},
-                                                               {"html", dicom_mend::Format::HTML}};
+    const std::vector<std::pair<const char*, dicom_mend::Format>> formats = {
+        {"text", dicom_mend::Format::Text},
+        {"json", dicom_mend::Format::JSON},
+        {"sarif", dicom_mend::Format::SARIF},
+        {"html", dicom_mend::Format::HTML}};
     command
         ->add_option(
             "--format", request.format,
             "text (default), json, one object a line, sarif, one SARIF 2.1.0 log, or html, "
             "one page")
-        ->transform(CLI::CheckedTransformer(formats))
+        ->transform(dicom_mend::Choice(formats))
         ->option_text("FORMAT");
     command
         ->add_option("--module", request.module,
@@ -408,6 +449,34 @@ CLI::App* Add_Report(CLI::App& app, dicom_mend::Report_Request& request)
     return command;
 }
 
+CLI::App* Add_Explain(CLI::App& app, std::vector<std::string>& kinds)
+{
+    CLI::App* const command =
+        app.add_subcommand("explain", "Tell what a kind of finding is, or which kinds there are");
+    command->add_option("KIND", kinds, "Names of kinds, as check --format json prints them")
+        ->option_text("...");
+    return command;
+}
+
+CLI::App* Add_Help(CLI::App& app, std::string& name)
+{
+    CLI::App* const command = app.add_subcommand("help", "Show the options of a command");
+    command->add_option("COMMAND", name, "Name of the command")->option_text(" ");
+    return command;
+}
+
+dicom_mend::Exit_Status Print_Help(const CLI::App& app, const std::string& name)
+{
+    const std::string unknown = dicom_mend::Unknown_Word(app, {name});
+    if (!name.empty() && !unknown.empty()) {
+        std::fprintf(stderr, "%s\n", unknown.c_str());
+        return dicom_mend::Exit_Failure;
+    }
+    const CLI::App& shown = name.empty() ? app : *app.get_subcommand(name);
+    std::fputs(shown.help(name.empty() ? "" : "dicom-mend " + name).c_str(), stdout);
+    return dicom_mend::Finish_Output(dicom_mend::Exit_Clean);
+}
+
 CLI::App* Add_Lookup(CLI::App& app, const char* name, const char* description, const char* value,
                      dicom_mend::Lookup_Request& request)
 {
@@ -446,9 +515,13 @@ dicom_mend::Exit_Status Run_Chosen(const Commands& commands)
 int Run(int argc, char** argv)
 {
     CLI::App app(Description, "dicom-mend");
-    app.footer(Examples);
+    app.footer(Foot);
     app.require_subcommand(1);
-    app.set_version_flag("--version", [] { return std::string(Get_Version_DICOM(nullptr)); });
+    app.set_version_flag("--version", [] {
+        return std::string("dicom-mend ") + DICOM_MEND_VERSION + "\nwith " +
+               Get_Version_DICOM(nullptr) + ", zlib " + zlibVersion() +
+               ", compiled by " __VERSION__;
+    });
     dicom_mend::List_Request list;
     dicom_mend::Check_Request check;
     dicom_mend::Mend_Request mend;
@@ -457,6 +530,8 @@ int Run(int argc, char** argv)
     dicom_mend::Mend_Request complete;
     dicom_mend::Completion completion;
     dicom_mend::Report_Request report;
+    std::vector<std::string> kinds;
+    std::string helped;
     dicom_mend::Lookup_Request dict;
     dicom_mend::Lookup_Request uid;
     dicom_mend::Code_Request code;
@@ -485,6 +560,14 @@ int Run(int argc, char** argv)
          [&] {
              return Run_Complete(complete, completion);
          }},
+        {Add_Explain(app, kinds),
+         [&] {
+             return dicom_mend::Run_Explain(kinds);
+         }},
+        {Add_Help(app, helped),
+         [&] {
+             return Print_Help(app, helped);
+         }},
         {Add_Report(app, report),
          [&] {
              return Run_Report_Command(report);
@@ -502,6 +585,14 @@ int Run(int argc, char** argv)
              return Run_Code(code);
          }},
     };
+    for (const auto& [name, foot] : Feet) {
+        app.get_subcommand(name)->footer(foot);
+    }
+    const std::string unknown = dicom_mend::Unknown_Word(app, {argv + 1, argv + argc});
+    if (!unknown.empty()) {
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n", unknown.c_str());
+        return dicom_mend::Exit_Failure;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -205,9 +205,13 @@ std::string Keyword_Of(std::string_view name)
     return keyword;
 }
 
-std::optional<Tag> Tag_Of_Keyword(std::string_view keyword)
+namespace {
+
+using Tags_By_Keyword = std::map<std::string, Tag, std::less<>>;
+
+const Tags_By_Keyword& All_Keywords()
 {
-    static const std::map<std::string, Tag, std::less<>> Tags = [] {
+    static const Tags_By_Keyword Tags = [] {
         std::map<std::string, Tag, std::less<>> tags;
         // Every name has one of the letters.
         for (char part[] = "a"; part[0] <= 'z'; ++part[0]) {
@@ -225,8 +229,24 @@ std::optional<Tag> Tag_Of_Keyword(std::string_view keyword)
         }
         return tags;
     }();
-    const auto found = Tags.find(keyword);
-    return found != Tags.end() ? std::optional(found->second) : std::nullopt;
+    return Tags;
+}
+
+}  // namespace
+
+std::vector<std::string> Keywords()
+{
+    std::vector<std::string> keywords;
+    for (const auto& [keyword, tag] : All_Keywords()) {
+        keywords.push_back(keyword);
+    }
+    return keywords;
+}
+
+std::optional<Tag> Tag_Of_Keyword(std::string_view keyword)
+{
+    const auto found = All_Keywords().find(keyword);
+    return found != All_Keywords().end() ? std::optional(found->second) : std::nullopt;
 }
 
 std::vector<Attribute> Search_Attributes(const std::string& text)

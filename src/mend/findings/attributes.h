@@ -41,6 +41,9 @@ std::optional<Attribute> Find_Attribute(Tag tag);
  */
 std::string Keyword_Of(std::string_view name);
 
+/** The keywords of all attributes. */
+std::vector<std::string> Keywords();
+
 /** The tag of a keyword, letter by letter; nothing when no attribute has it. */
 std::optional<Tag> Tag_Of_Keyword(std::string_view keyword);
 

@@ -4,6 +4,7 @@
 #include "mend/healing/character_set.h"
 #include "mend/healing/image.h"
 #include "mend/interface/element_path.h"
+#include "suggestions.h"
 
 #include <algorithm>
 
@@ -127,7 +128,7 @@ std::string Layout::Parse(std::string_view text)
         const std::string name(text.substr(1, end - 1));
         const auto tag = lib_mend::Parse_Tag(name);
         if (!tag) {
-            return "names {" + name + "}, which is neither a keyword nor a tag";
+            return No_Attribute(name);
         }
         parts_.push_back({name, true, *tag});
         has_element = true;

@@ -1,0 +1,52 @@
+#include "explain_kind.h"
+
+#include "mend/findings/faults.h"
+#include "suggestions.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace dicom_mend {
+
+namespace {
+
+using lib_mend::Finding_Kind;
+
+void Print(const Finding_Kind& kind)
+{
+    std::printf("%s (%s)\n  %s\n", kind.name, lib_mend::Severity_Name(kind.severity), kind.what);
+    if (*kind.rule != '\0') {
+        std::printf("  The standard: %s%s%s%s\n", kind.rule, *kind.clause != '\0' ? " (" : "",
+                    kind.clause, *kind.clause != '\0' ? ")" : "");
+    }
+}
+
+}  // namespace
+
+Exit_Status Run_Explain(const std::vector<std::string>& kinds)
+{
+    std::vector<std::string> names;
+    for (const Finding_Kind& kind : lib_mend::All_Kinds()) {
+        names.emplace_back(kind.name);
+        if (kinds.empty()) {
+            std::printf("%-24s %-7s  %s\n", kind.name, lib_mend::Severity_Name(kind.severity),
+                        kind.what);
+        }
+    }
+    Exit_Status status = Exit_Clean;
+    for (const std::string& name : kinds) {
+        const auto all = lib_mend::All_Kinds();
+        const auto kind = std::find_if(all.begin(), all.end(),
+                                       [&](const Finding_Kind& each) { return each.name == name; });
+        if (kind != all.end()) {
+            Print(*kind);
+        } else {
+            std::fflush(stdout);
+            Report_Failure(name, "there is no such kind of finding" + Suggestion(name, names));
+            status = Exit_Failure;
+        }
+    }
+    return Finish_Output(status);
+}
+
+}  // namespace dicom_mend

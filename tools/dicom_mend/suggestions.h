@@ -1,0 +1,24 @@
+// What somebody may have meant who mistyped a name.
+#ifndef TOOLS_DICOM_MEND_SUGGESTIONS_H
+#define TOOLS_DICOM_MEND_SUGGESTIONS_H
+
+#include <string>
+#include <vector>
+
+namespace dicom_mend {
+
+/**
+ * The names that are nearest to a text: a letter left out, put in, or changed, and two that changed places,
+ * count one each, capitals nothing. Three at most, none that differ in more than a third of the letters.
+ */
+std::vector<std::string> Nearest(const std::string& text, const std::vector<std::string>& names);
+
+/** "; did you mean list?", or nothing when nothing is near. */
+std::string Suggestion(const std::string& text, const std::vector<std::string>& names);
+
+/** "PatientNam is neither a tag nor a keyword; did you mean PatientName?" */
+std::string No_Attribute(const std::string& text);
+
+}  // namespace dicom_mend
+
+#endif
