@@ -205,6 +205,32 @@ inline std::vector<Hostile_Input> Faulty_Headers(std::size_t size)
     in.Fill_With("items too long", [&](auto& s, auto i) {
         tag_of(s, i).Raw("SQ").Short(0).Int(18).Item(1000).Element(0x0008, 0x0060, "CS", "MR");
     });
+    const std::string overwritten(12, '\xFF');
+    in.Fill_With("sequences overwritten", [&](auto& s, auto) {
+        s.Raw(overwritten).Item().Element(0x0008, 0x0060, "CS", "MR").Item_End().Sequence_End();
+    });
+    in.Fill_With("items overwritten", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("SQ").Short(0).Int(DICOM_Undefined_Length).Raw(overwritten.substr(4));
+        s.Element(0x0008, 0x0060, "CS", "MR").Item_End().Sequence_End();
+    });
+    in.Fill_With("ends overwritten", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("SQ").Short(0).Int(DICOM_Undefined_Length).Item();
+        s.Element(0x0008, 0x0060, "CS", "MR").Item_End().Raw(overwritten.substr(4));
+    });
+    in.Fill_With("torn headers of sequences", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("SQ").Short(0).Short(0).Item(10).Element(0x0008, 0x0060, "CS", "MR");
+    });
+    in.Fill_With("torn headers of items", [&](auto& s, auto i) {
+        tag_of(s, i).Raw("SQ").Short(0).Int(DICOM_Undefined_Length).Short(0xFFFE).Int(0);
+        s.Element(0x0008, 0x0060, "CS", "MR").Item_End().Sequence_End();
+    });
+    in.Fill_With("torn tags", [](auto& s, auto) {
+        s.Element(0x0008, 0x0060, "CS", "MR").Raw({"\x20\0\x0D", 3}).Raw("UI").Short(2).Raw("1.");
+    });
+    in.Fill_With("fragments under unknown tags", [](auto& s, auto i) {
+        s.Header(0x7FE0, 0x0018 + i % 0xF000U, "OB", DICOM_Undefined_Length).Item(0).Item(2);
+        s.Raw("AB").Sequence_End();
+    });
     return in.all;
 }
 
