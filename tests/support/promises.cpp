@@ -227,8 +227,9 @@ std::string Broken_Promises(const std::string& file, const Mend_Options& options
         }
     }
     if (options.syntax == Output_Syntax::Keep) {
-        broken +=
-            Compare_Findings(Check_In_Memory(file, options.heal), mended, options.drop_private);
+        Heal_Options heal = options.heal;
+        heal.without_private = options.drop_private;
+        broken += Compare_Findings(Check_In_Memory(file, heal), mended, options.drop_private);
     }
     return broken;
 }

@@ -60,12 +60,13 @@ struct Evidence {
     bool fits_declaration = true;
 };
 
-std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Scope>& scopes)
+std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Scope>& scopes,
+                                  bool without_private)
 {
     constexpr std::size_t All_Valid = std::string_view::npos;
     const Character_Set utf_8(UTF_8_Term);
     std::vector<Evidence> all(scopes.size());
-    For_Each_Text(set, [&](const DICOM_List& record, const Path&, std::size_t scope) {
+    const auto take = [&](const DICOM_List& record, const Path&, std::size_t scope) {
         if (Is_Plain(set, record)) {
             return;
         }
@@ -78,7 +79,8 @@ std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Sc
         evidence.fits_declaration =
             evidence.fits_declaration &&
             scopes[scope].characters.First_Invalid(text, VR_Of(record)) == All_Valid;
-    });
+    };
+    For_Each_Text_That_Stays(set, without_private, take);
     return all;
 }
 
@@ -158,7 +160,7 @@ void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& f
             Respell(set, scope, path, findings);
         });
     }
-    const std::vector<Evidence> evidence = Evidence_Of(set, scopes);
+    const std::vector<Evidence> evidence = Evidence_Of(set, scopes, options.without_private);
     if (options.charset.empty()) {
         Declare_UTF_8(set, scopes, evidence, findings);
     } else {
@@ -170,7 +172,7 @@ void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& f
         Check_Texts(set, scopes, findings);
     }
     if (options.to_utf8) {
-        Convert_To_UTF_8(set, scopes, findings);
+        Convert_To_UTF_8(set, scopes, options.without_private, findings);
     }
 }
 

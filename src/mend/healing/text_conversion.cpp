@@ -31,10 +31,11 @@ std::optional<std::string> Converted(std::string_view text, unsigned short vr,
 }
 
 /** Finds the texts that do not convert; false when there are some. */
-bool Can_Convert(const Data_Set& set, const std::vector<Text_Scope>& scopes, Findings& findings)
+bool Can_Convert(const Data_Set& set, const std::vector<Text_Scope>& scopes, bool without_private,
+                 Findings& findings)
 {
     bool all_convert = true;
-    For_Each_Text(set, [&](const DICOM_List& record, const Path& path, std::size_t scope) {
+    const auto take = [&](const DICOM_List& record, const Path& path, std::size_t scope) {
         if (Stays(scopes[scope])) {
             return;
         }
@@ -52,7 +53,8 @@ bool Can_Convert(const Data_Set& set, const std::vector<Text_Scope>& scopes, Fin
             return;
         }
         all_convert = false;
-    });
+    };
+    For_Each_Text_That_Stays(set, without_private, take);
     return all_convert;
 }
 
@@ -71,16 +73,18 @@ void Convert_Text(const Data_Set& set, DICOM_List& record, const Path& path,
 
 }  // namespace
 
-void Convert_To_UTF_8(Data_Set& set, std::vector<Text_Scope>& scopes, Findings& findings)
+void Convert_To_UTF_8(Data_Set& set, std::vector<Text_Scope>& scopes, bool without_private,
+                      Findings& findings)
 {
-    if (!Can_Convert(set, scopes, findings)) {
+    if (!Can_Convert(set, scopes, without_private, findings)) {
         return;
     }
-    For_Each_Text(set, [&](DICOM_List& record, const Path& path, std::size_t scope) {
+    const auto convert = [&](DICOM_List& record, const Path& path, std::size_t scope) {
         if (!Stays(scopes[scope])) {
             Convert_Text(set, record, path, scopes[scope].characters, findings);
         }
-    });
+    };
+    For_Each_Text_That_Stays(set, without_private, convert);
     For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
         if (Stays(scope)) {
             return;

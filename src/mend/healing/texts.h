@@ -102,6 +102,26 @@ void For_Each_Text(const Data_Set& set, Visit&& visit)
     });
 }
 
+/**
+ * The same for the texts that stay.
+ *
+ * @param without_private  private elements are left out later, and what their sequences hold
+ */
+template <class Visit>
+void For_Each_Text_That_Stays(const Data_Set& set, bool without_private, Visit&& visit)
+{
+    Inherited<bool> is_private(false);
+    For_Each_In_Scopes(set, [&](DICOM_List& record, const Path& path, std::size_t scope) {
+        const bool is_inside = is_private.At(record, path, [&](DICOM_List&, bool around) {
+            return around || (!path.empty() && path.back().sequence.group % 2 != 0);
+        });
+        const bool goes = without_private && (is_inside || record.group % 2 != 0);
+        if (Is_Text(record) && !goes) {
+            visit(record, path, scope);
+        }
+    });
+}
+
 /** Calls `visit(scope, path)` for each scope, that of the data set first where it has none of its own. */
 template <class Visit>
 void For_Each_Scope(const Data_Set& set, std::vector<Text_Scope>& scopes, Visit&& visit)

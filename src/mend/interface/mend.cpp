@@ -92,7 +92,9 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     if (set.foreign) {
         return false;
     }
-    Heal(set, options.heal, findings);
+    Heal_Options heal = options.heal;
+    heal.without_private = options.drop_private;
+    Heal(set, heal, findings);
     if (options.drop_private) {
         Leave_Out_Private(set.records, findings);
     }

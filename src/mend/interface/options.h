@@ -25,6 +25,8 @@ struct Heal_Options {
     bool record = false;
     /** The date and time of the mending that is recorded, a value of VR DT; empty for now. */
     std::string record_time = {};
+    /** Private elements are left out behind the healing: their texts keep no others from conversion. */
+    bool without_private = false;
 };
 
 struct Mend_Options {
