@@ -172,12 +172,22 @@ struct Lengths {
     std::vector<std::int64_t> groups;
 };
 
-/** Without a VR and with a length, readers take items for a value where the registry has no sequence. */
+/** Readers take anything in the place of a private creator, or beside pixel data, for a value. */
+bool Is_Place_Of_Value(const DICOM_List& record)
+{
+    constexpr unsigned short First_Creator = 0x0010;
+    constexpr unsigned short Last_Creator = 0x00FF;
+    return record.group == Pixel_Data_Tag.group ||
+           (record.group % 2 != 0 && record.element >= First_Creator &&
+            record.element <= Last_Creator);
+}
+
+/** With a length and without a VR, items are seen where the registry has a sequence, or nothing. */
 bool Has_Length(const DICOM_List& sequence, const Encoder_Options& options)
 {
     const bool shows =
-        options.encoding.explicit_vr || sequence.dict == nullptr || sequence.dict->vr[0] == VR_SQ;
-    return options.defined_lengths && shows;
+        sequence.dict != nullptr ? sequence.dict->vr[0] == VR_SQ : !Is_Place_Of_Value(sequence);
+    return options.defined_lengths && (options.encoding.explicit_vr || shows);
 }
 
 /** Sums up the lengths from the innermost items outwards. */
