@@ -26,6 +26,12 @@ inline std::string JSON_Of(const lib_mend::Data_Set& set, lib_mend::Findings& fi
     return text;
 }
 
+inline std::string Without_Padding(std::string value)
+{
+    value.resize(value.find_last_not_of(std::string_view(" \0", 2)) + 1);
+    return value;
+}
+
 namespace json_round_trip {
 
 using namespace lib_mend;

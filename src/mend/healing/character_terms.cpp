@@ -7,13 +7,13 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::string_view Blanks(" \0", 2);
+constexpr std::string_view Blank_Bytes(" \0", 2);
 
 std::string_view Without_Blanks(std::string_view text)
 {
-    const std::size_t first = text.find_first_not_of(Blanks);
+    const std::size_t first = text.find_first_not_of(Blank_Bytes);
     return first == text.npos ? std::string_view()
-                              : text.substr(first, text.find_last_not_of(Blanks) - first + 1);
+                              : text.substr(first, text.find_last_not_of(Blank_Bytes) - first + 1);
 }
 
 std::vector<std::string_view> Values_Of(std::string_view value)

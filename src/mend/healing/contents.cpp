@@ -1,13 +1,13 @@
 #include "mend/healing/contents.h"
 
 #include "mend/healing/groups.h"
+#include "mend/healing/records.h"
 #include "mend/reading/tree.h"
 
 namespace lib_mend {
 
 namespace {
 
-constexpr unsigned short First_Group_Of_Data = 0x0008;
 constexpr unsigned short Image_Group = 0x0028;
 constexpr unsigned short First_Overlay_Group = 0x6000;
 constexpr unsigned short Last_Overlay_Group = 0x60FF;

@@ -1,5 +1,6 @@
 #include "mend/healing/creators.h"
 
+#include "mend/healing/records.h"
 #include "mend/reading/tree.h"
 
 #include <set>
@@ -18,11 +19,6 @@ bool Is_Outside_Blocks(unsigned short element)
 {
     return (element > 0 && element < First_Creator) ||
            (element > Last_Creator && element < First_Private_Element);
-}
-
-bool Is_Creator(const DICOM_List& record)
-{
-    return record.element >= First_Creator && record.element <= Last_Creator;
 }
 
 /** The element that would reserve the block of a private one. */

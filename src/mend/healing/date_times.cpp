@@ -16,7 +16,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::size_t Date_Size = 8;
 constexpr std::size_t Offset_Size = 5;
 
 bool Is_Start_Of_Date(std::string_view text)

@@ -17,7 +17,6 @@ namespace lib_mend {
 namespace {
 
 constexpr std::size_t Year_Size = 4;
-constexpr std::size_t Date_Size = 8;
 constexpr std::size_t Separated_Size = 10;
 
 bool Is_Range(std::string_view text)

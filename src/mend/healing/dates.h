@@ -7,6 +7,9 @@
 
 namespace lib_mend {
 
+/** Digits of a date. */
+inline constexpr std::size_t Date_Size = 8;
+
 /** @param month  1 to 12 */
 int Days_In(int year, int month);
 

@@ -127,7 +127,7 @@ std::string Exponent_Text(const Decimal& decimal, std::size_t whole)
 }
 
 /** The text of a number, in the plainest of the forms that are short enough; empty for none. */
-std::string Text_Of(const Decimal& decimal)
+std::string Digits_Of(const Decimal& decimal)
 {
     if (decimal.digits.empty()) {
         return "0";
@@ -160,7 +160,7 @@ std::string Nearest_Text(Decimal decimal)
     for (std::size_t count = Longest; text.empty() && count > 0; --count) {
         Decimal rounded = decimal;
         Round(rounded, count);
-        text = Text_Of(rounded);
+        text = Digits_Of(rounded);
     }
     return text;
 }

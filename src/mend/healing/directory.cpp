@@ -15,7 +15,7 @@ namespace {
 constexpr Tag Offset_Tags[] = {
     {0x0004, 0x1200}, {0x0004, 0x1202}, {0x0004, 0x1400}, {0x0004, 0x1420}, {0x0004, 0x1504}};
 
-std::optional<unsigned int> Number_In(const std::string& text)
+std::optional<unsigned int> Number_Of_Text(const std::string& text)
 {
     unsigned int number = 0;
     const char* const end = text.data() + text.size();
@@ -30,7 +30,7 @@ std::optional<unsigned int> Offset_In(const Data_Set& set, const DICOM_List& rec
     const Bytes value = set.Value(record, Longest);
     const unsigned short vr = VR_Of(record);
     if (vr == VR_IS || vr == VR_DS) {
-        return Number_In(Trimmed(value));
+        return Number_Of_Text(Trimmed(value));
     }
     if (record.size == 4) {
         return static_cast<unsigned int>(Get_Int(record.byte_order, value.data()));

@@ -1,5 +1,6 @@
 #include "mend/healing/groups.h"
 
+#include "mend/healing/records.h"
 #include "mend/reading/tree.h"
 
 namespace lib_mend {
@@ -8,7 +9,6 @@ namespace {
 
 constexpr unsigned short Meta_Group = 0x0002;
 constexpr unsigned short Directory_Group = 0x0004;
-constexpr unsigned short First_Group_Of_Data = 0x0008;
 
 /** Takes the records that `is_wanted` accepts out of a list; the first of those taken out. */
 template <class Predicate>

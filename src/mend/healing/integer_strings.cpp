@@ -11,8 +11,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::size_t Longest = 12;
-
 /** Tells whether digits without leading zeros are beyond 32 bits. */
 bool Is_Out_Of_Range(std::string_view digits, bool negative)
 {
@@ -24,6 +22,7 @@ bool Is_Out_Of_Range(std::string_view digits, bool negative)
 
 void Heal_Integer_String(Piece& piece)
 {
+    constexpr std::size_t Longest = 12;
     std::string_view digits = piece.Text();
     const bool has_sign = digits[0] == '-' || digits[0] == '+';
     const bool negative = digits[0] == '-';

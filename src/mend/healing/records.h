@@ -45,6 +45,9 @@ private:
     bool ready_;
 };
 
+/** Groups in front of this one are those of messages, files and directories. */
+inline constexpr unsigned short First_Group_Of_Data = 0x0008;
+
 /** Private creators reserve blocks (PS3.5 section 7.8.1). */
 inline bool Is_Creator(const DICOM_List& record)
 {

@@ -3,6 +3,7 @@
 #include "mend/healing/character_sets.h"
 #include "mend/healing/values.h"
 #include "mend/healing/vrs.h"
+#include "mend/reading/header.h"
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
@@ -12,11 +13,6 @@
 namespace lib_mend {
 
 namespace {
-
-std::string VR_Text(unsigned short vr)
-{
-    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
-}
 
 /** Turns a value round by the VR that it has, for nothing of that VR will be known. */
 void Bring_To_Little_Endian(const Data_Set& set, DICOM_List& record)

@@ -12,11 +12,11 @@ bool Stays(const Text_Scope& scope)
 }
 
 /** Longest value of the VRs whose explicit header has a length of 2 bytes. */
-constexpr std::size_t Longest_Short_Value = 65534;
+constexpr std::size_t Longest_Short_Text = 65534;
 
 bool Fits_Header(const std::string& text, unsigned short vr)
 {
-    return vr == VR_UC || vr == VR_UT || text.size() <= Longest_Short_Value;
+    return vr == VR_UC || vr == VR_UT || text.size() <= Longest_Short_Text;
 }
 
 /** A text in UTF-8, without what was padding for the old length and is none for the new one. */

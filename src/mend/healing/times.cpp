@@ -19,7 +19,7 @@ constexpr std::size_t Fraction_Digits = 6;
 constexpr std::size_t Clock_Size = 6;
 
 /** HHMM or HHMMSS of a text with separators; a point alone may stand for anything. */
-std::string Without_Separators(std::string_view text)
+std::string Time_Without_Separators(std::string_view text)
 {
     constexpr std::size_t Short_Size = 5;
     constexpr std::size_t Long_Size = 8;
@@ -74,7 +74,7 @@ Time_Form Form_Of_Time(std::string_view text, std::string& time)
                                              : last_colon != text.npos ? last_colon
                                                                        : 0);
     std::string clock(text.substr(0, std::min(point, text.size())));
-    const std::string separated = Without_Separators(clock);
+    const std::string separated = Time_Without_Separators(clock);
     const bool was_separated = !separated.empty();
     if (was_separated) {
         clock = separated;

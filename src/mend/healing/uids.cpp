@@ -14,8 +14,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::size_t Longest = 64;
-
 bool Is_Component(std::string_view text)
 {
     return Is_Number(text) && (text.size() == 1 || text[0] != '0');
@@ -43,6 +41,7 @@ std::string Decimal_Text(std::array<unsigned char, 16> number)
 
 bool Is_Fit_UID(std::string_view text)
 {
+    constexpr std::size_t Longest = 64;
     if (text.size() > Longest) {
         return false;
     }

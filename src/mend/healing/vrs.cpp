@@ -17,6 +17,7 @@
 #include "mend/healing/repair.h"
 #include "mend/healing/strict.h"
 #include "mend/healing/value.h"
+#include "mend/reading/header.h"
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
 
@@ -32,11 +33,6 @@ namespace {
 constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
 /** Longest value that an explicit header with a 2-byte length can have. */
 constexpr int Longest_Short_Value = 65534;
-
-std::string VR_Text(unsigned short vr)
-{
-    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
-}
 
 bool Has_Alternative(const TAG_db_Elems& entry, unsigned short vr)
 {
@@ -67,7 +63,7 @@ unsigned short VR_For_Unknown(const DICOM_List& record)
 }
 
 /** The value in another VR, empty when it would not say the same. */
-struct Converted {
+struct Conversion {
     bool done = false;
     std::string bytes = {};
     std::string before = {};
@@ -76,7 +72,7 @@ struct Converted {
     bool loses = false;
 };
 
-Converted Convert_Number(const DICOM_List& record, std::string_view bytes, unsigned short to)
+Conversion Convert_Number(const DICOM_List& record, std::string_view bytes, unsigned short to)
 {
     const std::optional<Numbers> numbers = Numbers_In(bytes, record.vr, record.byte_order);
     if (!numbers || !Fits_Multiplicity(record, numbers->size())) {
@@ -91,7 +87,7 @@ Converted Convert_Number(const DICOM_List& record, std::string_view bytes, unsig
 }
 
 /** Numbers with decimals, shown as text. */
-Converted Convert_Real(const DICOM_List& record, std::string_view bytes, unsigned short to)
+Conversion Convert_Real(const DICOM_List& record, std::string_view bytes, unsigned short to)
 {
     const std::optional<Real_Numbers> numbers = Real_Bytes(bytes, record.vr, to, record.byte_order);
     if (!numbers || !Fits_Multiplicity(record, numbers->count)) {
@@ -104,8 +100,8 @@ Converted Convert_Real(const DICOM_List& record, std::string_view bytes, unsigne
     return {true, numbers->bytes + padding, shown, shown};
 }
 
-Converted Convert_Text(const DICOM_List& record, std::string_view bytes, unsigned short to,
-                       const Character_Set& characters)
+Conversion Convert_Text(const DICOM_List& record, std::string_view bytes, unsigned short to,
+                        const Character_Set& characters)
 {
     constexpr std::string_view Padding(" \0", 2);
     const unsigned short from = record.vr;
@@ -125,17 +121,17 @@ Converted Convert_Text(const DICOM_List& record, std::string_view bytes, unsigne
     return {true, healed.bytes, std::string(Bytes_Of(record)), healed.bytes};
 }
 
-Converted Convert_Bytes(const DICOM_List& record, std::string_view bytes, unsigned short to,
-                        const Character_Set& characters)
+Conversion Convert_Bytes(const DICOM_List& record, std::string_view bytes, unsigned short to,
+                         const Character_Set& characters)
 {
-    Converted converted = Convert_Text(record, bytes, to, characters);
+    Conversion converted = Convert_Text(record, bytes, to, characters);
     converted = converted.done ? converted : Convert_Number(record, bytes, to);
     return converted.done ? converted : Convert_Real(record, bytes, to);
 }
 
 /** Converts what comes out of healing under the VR that the value has, or else it would later. */
-Converted Convert(const DICOM_List& record, unsigned short to, const Character_Set& characters,
-                  const Heal_Options& options)
+Conversion Convert(const DICOM_List& record, unsigned short to, const Character_Set& characters,
+                   const Heal_Options& options)
 {
     if (record.size == 0) {
         return {true};
@@ -145,7 +141,7 @@ Converted Convert(const DICOM_List& record, unsigned short to, const Character_S
     if (healed.bytes.empty()) {
         return {true, {}, std::string(Bytes_Of(record)), {}};
     }
-    Converted converted = Convert_Bytes(record, healed.bytes, to, characters);
+    Conversion converted = Convert_Bytes(record, healed.bytes, to, characters);
     if (converted.done || !options.strict || !Has_Level(healed.notes, Level::Kept)) {
         return converted;
     }
@@ -214,8 +210,9 @@ private:
             loaded.emplace(set_, record);
         }
         const Place place = At(record, way);
-        const Converted converted =
-            loaded && loaded->Ready() ? Convert(record, wanted, characters, options_) : Converted();
+        const Conversion converted = loaded && loaded->Ready()
+                                         ? Convert(record, wanted, characters, options_)
+                                         : Conversion();
         const std::string text = "VR=" + VR_Text(record.vr);
         if (!converted.done) {
             findings_.Report(Fault::VR_Other, Level::Kept, place,

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "mend/reading/meta_header.h"
 #include "mend/reading/vr_forms.h"
 
 namespace lib_mend {
@@ -19,8 +20,6 @@ constexpr std::int64_t Survey_Size = std::int64_t{1} << 16;
 constexpr unsigned short Item_Group = 0xFFFE;
 /** Longest value that is likely for a text, a number or a date. */
 constexpr std::int64_t Longest_Small_Value = std::int64_t{1} << 20;
-
-constexpr unsigned short Meta_Group = 0x0002;
 
 bool Is_Bulk_VR(unsigned short vr)
 {
@@ -175,6 +174,13 @@ Survey Survey_Of(const Source& source, std::int64_t offset, const Encoding& enco
         at = is_pair ? next : at + 1;
     }
     return survey;
+}
+
+bool Is_Data_Set(const Source& source, std::int64_t at)
+{
+    return std::any_of(std::begin(Header_Forms), std::end(Header_Forms), [&](const Encoding& form) {
+        return Score_Of(source, at, form) >= Sure_Score;
+    });
 }
 
 }  // namespace lib_mend

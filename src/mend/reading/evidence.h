@@ -33,6 +33,9 @@ int Score_Of(const Source& source, std::int64_t offset, const Encoding& encoding
 /** A score that chance does not reach. */
 inline constexpr int Sure_Score = 5;
 
+/** Tells whether the first elements in a source speak for one of the encodings. */
+bool Is_Data_Set(const Source& source, std::int64_t at);
+
 /** Pairs of headers that follow each other, wherever they stand behind an offset. */
 struct Survey {
     int pairs = 0;

@@ -10,6 +10,7 @@
 #include "mend/reading/meta_group.h"
 
 #include "mend/reading/evidence.h"
+#include "mend/reading/header.h"
 #include "mend/reading/meta_header.h"
 
 #include <algorithm>
@@ -23,17 +24,10 @@ namespace {
 
 constexpr Tag Group_Length_Tag = {Meta_Group, 0x0000};
 constexpr Tag Version_Tag = {Meta_Group, 0x0001};
-constexpr Tag Transfer_Syntax_Tag = {Meta_Group, 0x0010};
-constexpr std::int64_t Preamble_Size = 128;
 /** Groups up to this one describe messages, files and directories, not what they hold. */
 constexpr unsigned short Last_Control_Group = 0x0007;
 /** Each stray is looked for in the data set. */
 constexpr int Most_Strays = 64;
-
-std::string VR_Text(unsigned short vr)
-{
-    return {static_cast<char>(vr >> 8), static_cast<char>(vr & 0xFF)};
-}
 
 Place Place_Of(const Meta_Header& header, std::int64_t at)
 {

@@ -15,7 +15,7 @@ namespace lib_mend {
 namespace {
 
 /** How far behind a damaged header the next one is looked for. */
-constexpr std::int64_t Search_Size = std::int64_t{1} << 16;
+constexpr std::int64_t Group_Search_Size = std::int64_t{1} << 16;
 /** The last element that the registry knows in the group. */
 constexpr unsigned short Last_Element = 0x0102;
 /** The longest value of an element of the group, but for private information. */
@@ -274,7 +274,7 @@ std::int64_t Meta_Headers::Find_Next(std::int64_t at, Tag after) const
     if (searches_left_ == 0) {
         return -1;
     }
-    const std::int64_t limit = std::min(at + Search_Size, source_.Size());
+    const std::int64_t limit = std::min(at + Group_Search_Size, source_.Size());
     for (std::int64_t place = at; place < limit; ++place) {
         Tag tag;
         if (Tag_At(place, tag) && tag > after && Is_Start_Of_Meta_Group(source_, place)) {

@@ -22,6 +22,9 @@
 namespace lib_mend {
 
 inline constexpr unsigned short Meta_Group = 0x0002;
+inline constexpr Tag Transfer_Syntax_Tag = {Meta_Group, 0x0010};
+/** In front of the prefix and the group. */
+inline constexpr std::int64_t Preamble_Size = 128;
 
 struct Meta_Header {
     /** What is wrong with the way in which the VR and the length are given. */

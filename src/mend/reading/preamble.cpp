@@ -14,6 +14,7 @@
 
 #include "mend/reading/evidence.h"
 #include "mend/reading/meta_group.h"
+#include "mend/reading/meta_header.h"
 
 #include <algorithm>
 #include <array>
@@ -24,7 +25,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr std::int64_t Preamble_Size = 128;
 constexpr std::int64_t Search_Size = std::int64_t{1} << 20;
 constexpr std::string_view Prefix = "DICM";
 constexpr auto Prefix_Size = static_cast<std::int64_t>(Prefix.size());
@@ -34,13 +34,6 @@ std::string Read_Text(const Source& file, std::int64_t at, std::int64_t size)
     Bytes bytes(static_cast<std::size_t>(std::clamp<std::int64_t>(file.Size() - at, 0, size)));
     bytes.resize(file.Read(at, bytes));
     return {bytes.begin(), bytes.end()};
-}
-
-bool Is_Data_Set(const Source& file, std::int64_t at)
-{
-    return std::any_of(std::begin(Header_Forms), std::end(Header_Forms), [&](const Encoding& form) {
-        return Score_Of(file, at, form) >= Sure_Score;
-    });
 }
 
 /** In small letters, or with one wrong byte. */

@@ -4,6 +4,7 @@
 #include "mend/reading/elements.h"
 #include "mend/reading/evidence.h"
 #include "mend/reading/meta_group.h"
+#include "mend/reading/meta_header.h"
 #include "mend/reading/preamble.h"
 #include "mend/reading/wrapper.h"
 
@@ -16,7 +17,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Transfer_Syntax_Tag = {0x0002, 0x0010};
 constexpr Place Syntax_Place = {.has_tag = true, .tag = Transfer_Syntax_Tag, .vr = VR_UI};
 
 /** What stands in front of group 0002 or the data set: read, and said. */
@@ -37,14 +37,6 @@ void Take_Preamble(Data_Set& set, const File_Start& start, Findings& findings)
     if (start.in_front > 0) {
         set.skipped.push_back({0, start.in_front, set.source});
     }
-}
-
-/** Tells whether the first elements in a source speak for one of the encodings. */
-bool Is_Data_Set(const Source& source, std::int64_t at)
-{
-    return std::any_of(std::begin(Header_Forms), std::end(Header_Forms), [&](const Encoding& form) {
-        return Score_Of(source, at, form) >= Sure_Score;
-    });
 }
 
 /** What a data set is read with. */

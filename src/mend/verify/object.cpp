@@ -6,8 +6,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
-
 bool Is_Before(const std::pair<Tag, DICOM_List*>& entry, Tag tag)
 {
     return entry.first < tag;

@@ -14,6 +14,7 @@
 
 namespace lib_mend {
 
+inline constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
 inline constexpr Tag Shared_Groups_Tag = {0x5200, 0x9229};
 inline constexpr Tag Frame_Groups_Tag = {0x5200, 0x9230};
 

@@ -8,7 +8,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag SOP_Class_Tag = {0x0008, 0x0016};
 constexpr Tag Media_Class_Tag = {0x0002, 0x0002};
 
 }  // namespace

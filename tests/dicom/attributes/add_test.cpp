@@ -23,7 +23,7 @@ namespace {
 constexpr unsigned short Group = 0x0009;
 constexpr unsigned short Element = 0x1001;
 
-constexpr char Page[] = "dicom/attributes/add.cases";
+constexpr char Add_Page[] = "dicom/attributes/add.cases";
 
 struct List {
     DICOM_Root root = {};
@@ -166,7 +166,7 @@ TEST_F(Add, StoresDatesAndTimes)
     Expect("19980517100560\\20240229100507.250 ",
            [&](List& l) { l.Add(VR_DT, -2, dates.data(), times.data()); });
     // The fields as they are, with decimals rounded to the nearest, of two to the even one.
-    For_Each_Case(Page, "times", 3, [](const Case_Row& row) {
+    For_Each_Case(Add_Page, "times", 3, [](const Case_Row& row) {
         OrisWare_Time time = {};
         int state = 0;
         ASSERT_EQ(std::sscanf(row[0].c_str(), "%d %hhu %hhu %f", &state, &time.hour, &time.minute,
@@ -193,7 +193,7 @@ TEST_F(Add, RefusesWhatIsMissingOrUnknown)
     const OrisWare_Time time = {};
     const std::map<std::string, const void*> arguments = {
         {"", nullptr}, {"texts", texts}, {"date", &date}, {"time", &time}};
-    For_Each_Case(Page, "refused", 5, [&](const Case_Row& row) {
+    For_Each_Case(Add_Page, "refused", 5, [&](const Case_Row& row) {
         List list;
         const Message_Log log(9);
         list.Add(row.VR(0), row.Number(1), arguments.at(row[2]), arguments.at(row[3]));

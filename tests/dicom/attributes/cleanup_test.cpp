@@ -79,7 +79,7 @@ std::string Said(const Message_Log& log, unsigned short vr, unsigned short group
     return said;
 }
 
-constexpr char Page[] = "dicom/attributes/cleanup.cases";
+constexpr char Cleanup_Page[] = "dicom/attributes/cleanup.cases";
 
 void Check(const Case_Row& row)
 {
@@ -98,15 +98,15 @@ void Check(const Case_Row& row)
 TEST_F(Cleanup, AppliesTheRulesOfEachVR)
 {
     for (const char* const table : {"rules", "dates", "integers", "lengths", "sizes"}) {
-        For_Each_Case(Page, table, 6, &Check);
+        For_Each_Case(Cleanup_Page, table, 6, &Check);
     }
     DICOM_Flag_Current_Standard = 1;
-    For_Each_Case(Page, "current", 6, &Check);
+    For_Each_Case(Cleanup_Page, "current", 6, &Check);
 }
 
 TEST_F(Cleanup, ChecksTheNumberOfValues)
 {
-    For_Each_Case(Page, "numbers", 5, [](const Case_Row& row) {
+    For_Each_Case(Cleanup_Page, "numbers", 5, [](const Case_Row& row) {
         TAG_db_Elems entry = {};
         entry.nb_vr = static_cast<signed char>(row.Number(0));
         entry.vm[0] = {static_cast<unsigned short>(row.Number(1)),
@@ -119,7 +119,7 @@ TEST_F(Cleanup, ChecksTheNumberOfValues)
         EXPECT_EQ(record->flags & DICOM_Mark_Invalid, row[4].empty() ? 0 : 0x0800);
         EXPECT_EQ(Value_Of(*record.head).find(row[3]), 0U);
     });
-    For_Each_Case(Page, "counts", 3, [](const Case_Row& row) {
+    For_Each_Case(Cleanup_Page, "counts", 3, [](const Case_Row& row) {
         TAG_db_Elems entry = {};
         entry.nb_vr = 1;
         const auto count = static_cast<unsigned short>(row.Number(2));
@@ -207,7 +207,7 @@ TEST_F(Cleanup, TakesTimeInProportionToHostileValues)
 
 TEST_F(Cleanup, SwapsBigEndianValues)
 {
-    For_Each_Case(Page, "swapped", 6, [](const Case_Row& row) {
+    For_Each_Case(Cleanup_Page, "swapped", 6, [](const Case_Row& row) {
         DICOM_Flag_Current_Standard = static_cast<char>(row.Number(1));
         Record record(row.VR(0), row[2]);
         const auto left = [](const std::string& reason) {

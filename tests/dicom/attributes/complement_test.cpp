@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr char Page[] = "dicom/attributes/complement.cases";
+constexpr char Complement_Page[] = "dicom/attributes/complement.cases";
 
 void Expect_Complement(const DICOM_List& record, const Case_Row& row)
 {
@@ -16,7 +16,7 @@ void Expect_Complement(const DICOM_List& record, const Case_Row& row)
 
 TEST(Complement, NamesWhatHasAFixedMeaning)
 {
-    For_Each_Case(Page, "fixed", 3, [](const Case_Row& row) {
+    For_Each_Case(Complement_Page, "fixed", 3, [](const Case_Row& row) {
         DICOM_Root root = {};
         const Record_List list(row[0]);
         EXPECT_EQ(DICOM_Attribute_Complement(nullptr, &root, list.head), 0);
@@ -27,16 +27,16 @@ TEST(Complement, NamesWhatHasAFixedMeaning)
 TEST(Complement, NamesPrivateElementsByTheCreatorOfTheirBlock)
 {
     Record_List list;
-    For_Each_Case(Page, "private", 3, [&](const Case_Row& row) { list.Add(row[0]); });
+    For_Each_Case(Complement_Page, "private", 3, [&](const Case_Row& row) { list.Add(row[0]); });
     DICOM_Root root = {};
     DICOM_Attribute_Complement(nullptr, &root, list.head);
     const DICOM_List* record = list.head;
-    For_Each_Case(Page, "private", 3, [&](const Case_Row& row) {
+    For_Each_Case(Complement_Page, "private", 3, [&](const Case_Row& row) {
         Expect_Complement(*record, row);
         record = record->next;
     });
     list.Add("0028,0010=EVEN");
-    For_Each_Case(Page, "single", 3, [&](const Case_Row& row) {
+    For_Each_Case(Complement_Page, "single", 3, [&](const Case_Row& row) {
         DICOM_List& single = list.Add(row[0]);
         DICOM_Attribute_Complement_Tag(nullptr, &single, 0, "before");
         EXPECT_EQ(DICOM_Attribute_Complement_Private(nullptr, &root, list.head, &single), 1);

@@ -52,11 +52,11 @@ TEST(Append, JoinsValuesByTheirVR)
     }
 }
 
-constexpr char Page[] = "dicom/attributes/copy.cases";
+constexpr char Copy_Page[] = "dicom/attributes/copy.cases";
 
 TEST(Append, IsForValuesThatAreThereAndMayGrow)
 {
-    For_Each_Case(Page, "appended", 4, [](const Case_Row& row) {
+    For_Each_Case(Copy_Page, "appended", 4, [](const Case_Row& row) {
         const Message_Log log;
         DICOM_Root root = {};
         Record_List target(row[0]);
@@ -98,7 +98,7 @@ TEST(Copy, MergesFieldsAndReplacesWhatIsNotProtected)
 
 TEST(Copy, EndsAtTheFunctionalGroups)
 {
-    For_Each_Case(Page, "copied", 2, [](const Case_Row& row) {
+    For_Each_Case(Copy_Page, "copied", 2, [](const Case_Row& row) {
         DICOM_Root root = {};
         Record_List target;
         const Record_List source(row[0]);

@@ -7,11 +7,11 @@
 
 namespace {
 
-constexpr char Page[] = "dicom/attributes/delete_remove.cases";
+constexpr char Delete_Remove_Page[] = "dicom/attributes/delete_remove.cases";
 
 TEST(Delete, TakesWildcards)
 {
-    For_Each_Case(Page, "deleted", 4, [](const Case_Row& row) {
+    For_Each_Case(Delete_Remove_Page, "deleted", 4, [](const Case_Row& row) {
         DICOM_Root root = {};
         Record_List list(row[0]);
         const auto remove = [&] {
@@ -69,7 +69,7 @@ TEST(Remove, FollowsTheStatus)
 {
     constexpr char List[] = "0008,0000 0008,0001!20 0008,0002!100 0008,0003!800 0009,0004!40 "
                             "FFFE,E000~I- FFFE,E00D~Ia 0010,0010";
-    For_Each_Case(Page, "removed", 2, [&](const Case_Row& row) {
+    For_Each_Case(Delete_Remove_Page, "removed", 2, [&](const Case_Row& row) {
         Inserted_List list(List);
         Add_Items(*list.head->last, {List, "0008,0003!800"});
         const Message_Log log(5);

@@ -30,11 +30,11 @@ std::string Whole_Value(DICOM_List& record)
     return copy;
 }
 
-constexpr char Page[] = "dicom/attributes/listing.cases";
+constexpr char Listing_Page[] = "dicom/attributes/listing.cases";
 
 TEST(Listing, ShowsValuesByTheirVR)
 {
-    For_Each_Case(Page, "values", 3, [](const Case_Row& row) {
+    For_Each_Case(Listing_Page, "values", 3, [](const Case_Row& row) {
         Record_List list("0009,1001:" + row[0].substr(0, 2));
         Set_Value(*list.head, row[1]);
         list.head->byte_order = row[0].ends_with("big") ? DICOM_Order_Big_Endian : 0;
@@ -61,7 +61,7 @@ TEST(Listing, CutsLongValues)
 
 TEST(Listing, NamesOriginStatusAndColumns)
 {
-    For_Each_Case(Page, "lines", 2, [](const Case_Row& row) {
+    For_Each_Case(Listing_Page, "lines", 2, [](const Case_Row& row) {
         const Record_List list(row[0]);
         const Message_Log log;
         EXPECT_EQ(DICOM_Attribute_Stool_Tag(nullptr, nullptr, list.head, Severity), 1);

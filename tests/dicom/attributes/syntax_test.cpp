@@ -40,13 +40,13 @@ Outcome Outcome_Of(const std::string& notation, const std::string& value, bool c
     return {log.Text(), Value_Of(*list.head), list.head->flags};
 }
 
-constexpr char Page[] = "dicom/attributes/syntax.cases";
+constexpr char Syntax_Page[] = "dicom/attributes/syntax.cases";
 
 TEST(Syntax, SaysWhatTheRepairSaysAndChangesNothing)
 {
     for (const char current : {'\0', '\1'}) {
         DICOM_Flag_Current_Standard = current;
-        For_Each_Case(Page, "as the repair", 3, [](const Case_Row& row) {
+        For_Each_Case(Syntax_Page, "as the repair", 3, [](const Case_Row& row) {
             const Outcome checked = Outcome_Of(row[0], row[1], true);
             const Outcome mended = Outcome_Of(row[0], row[1], false);
             EXPECT_EQ(checked.messages, As_Checked(mended.messages));
@@ -60,7 +60,7 @@ TEST(Syntax, SaysWhatTheRepairSaysAndChangesNothing)
 
 TEST(Syntax, DiffersFromTheRepairWhereItMust)
 {
-    For_Each_Case(Page, "unlike the repair", 4, [](const Case_Row& row) {
+    For_Each_Case(Syntax_Page, "unlike the repair", 4, [](const Case_Row& row) {
         const Outcome checked = Outcome_Of(row[0], row[1], true);
         EXPECT_EQ(checked.messages, row[2]);
         EXPECT_EQ(checked.value, row[1]);
@@ -72,7 +72,7 @@ TEST(Syntax, DiffersFromTheRepairWhereItMust)
 
 TEST(Syntax, TracesWhyItLeaves)
 {
-    For_Each_Case(Page, "traces", 6, [](const Case_Row& row) {
+    For_Each_Case(Syntax_Page, "traces", 6, [](const Case_Row& row) {
         Record_List list(row[0]);
         if (row.Text(1) != nullptr) {
             Set_Value(*list.head, row[1]);

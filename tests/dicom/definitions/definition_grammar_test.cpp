@@ -11,13 +11,13 @@ namespace {
 
 using testing::MatchesRegex;
 
-constexpr char Page[] = "dicom/definitions/grammar.cases";
+constexpr char Definition_Grammar_Page[] = "dicom/definitions/grammar.cases";
 
 TEST(Definition_Grammar, LinesBecomeRecords)
 {
     const Definition_Directory directory;
     const Message_Log log;
-    For_Each_Case(Page, "records", 2, [&](const Case_Row& row) {
+    For_Each_Case(Definition_Grammar_Page, "records", 2, [&](const Case_Row& row) {
         EXPECT_EQ(Module_Text(directory.Read(row[0])), row[1]);
     });
     EXPECT_EQ(log.Text(), "");
@@ -29,7 +29,7 @@ TEST(Definition_Grammar, FaultsAreReportedOnceWithTheirPlace)
     const std::string file = directory.Write("iods/T", "");
     const std::string folder = file.substr(0, file.size() - std::strlen("iods/T.txt"));
     std::set<std::string> places;
-    For_Each_Case(Page, "faults", 3, [&](const Case_Row& row) {
+    For_Each_Case(Definition_Grammar_Page, "faults", 3, [&](const Case_Row& row) {
         const Message_Log log;
         // What is nested below a faulty line is left out with it, without a word.
         const DICOM_List* const list = directory.Read(
@@ -51,7 +51,7 @@ TEST(Definition_Grammar, ValuesTakeTheFormOfTheirVR)
 {
     Record_List list("0029,1010");
     list.head->byte_order = DICOM_Order_Big_Endian;
-    For_Each_Case(Page, "values", 3, [&](const Case_Row& row) {
+    For_Each_Case(Definition_Grammar_Page, "values", 3, [&](const Case_Row& row) {
         list.head->vr = row.VR(0);
         EXPECT_EQ(DICOM_Module_Read_Value(nullptr, list.head, row.Text(1)), 1);
         EXPECT_EQ(Value_Of(*list.head), row[2]);

@@ -54,7 +54,7 @@ class Read_Tag : public testing::TestWithParam<int> {};
 INSTANTIATE_TEST_SUITE_P(Sources, Read_Tag, testing::Values(NEMA_Source_File, NEMA_Source_Memory),
                          [](const auto& source) { return source.param == 1 ? "File" : "Memory"; });
 
-constexpr char Page[] = "dicom/read/read_tag.cases";
+constexpr char Read_Tag_Page[] = "dicom/read/read_tag.cases";
 
 /** What the number of bytes is where a row gives none. */
 int Size_In(const std::string& field)
@@ -64,7 +64,7 @@ int Size_In(const std::string& field)
 
 void Expect_Read(int source, const std::string& table, Reader reader = NEMA_Get_Data_Element)
 {
-    For_Each_Case(Page, table, 5, [&](const Case_Row& row) {
+    For_Each_Case(Read_Tag_Page, table, 5, [&](const Case_Row& row) {
         const Message_Log log;
         const auto mode = static_cast<unsigned char>(std::stoi(row[0], nullptr, 16));
         const Outcome outcome = Read(source, Hex(row[1]), mode, Size_In(row[3]), reader);
@@ -86,7 +86,7 @@ TEST_P(Read_Tag, ReadsEveryEncodingAndMendsKnownFaults)
 
 TEST_P(Read_Tag, FailsWithAReason)
 {
-    For_Each_Case(Page, "failures", 5, [](const Case_Row& row) {
+    For_Each_Case(Read_Tag_Page, "failures", 5, [](const Case_Row& row) {
         if (!row[3].empty() && GetParam() == NEMA_Source_Memory) {
             return;  // no image is read past its size, so its value is not looked at
         }

@@ -49,11 +49,11 @@ struct Record : DICOM_List {
 constexpr unsigned short Split_VRs[] = {VR_AE, VR_CS, VR_LO, VR_SH, VR_UI};
 constexpr unsigned short Whole_VRs[] = {VR_AS, VR_LT, VR_OB, VR_ST, VR_UN, VR_UT};
 
-constexpr char Page[] = "dicom/read/read_value.cases";
+constexpr char Read_Value_Page[] = "dicom/read/read_value.cases";
 
 TEST(Read_Value, ConvertsByVR)
 {
-    For_Each_Case(Page, "values", 6, [](const Case_Row& row) {
+    For_Each_Case(Read_Value_Page, "values", 6, [](const Case_Row& row) {
         Record record(row.VR(1), Hex(row[2]), static_cast<unsigned char>(row.Number(3)));
         const Message_Log log(9);
         EXPECT_EQ(Extract(row[0], record), row[4]);
@@ -61,7 +61,7 @@ TEST(Read_Value, ConvertsByVR)
         EXPECT_EQ(log.Count("<<< out NEMA_Value_" + row[0] + "(" + row[5] + ")"), 1);
     });
     // The newer VRs, for which older readers have no name.
-    For_Each_Case(Page, "current", 5, [](const Case_Row& row) {
+    For_Each_Case(Read_Value_Page, "current", 5, [](const Case_Row& row) {
         Record record(row.VR(1), Hex(row[2]), static_cast<unsigned char>(row.Number(3)));
         EXPECT_TRUE(row.VR(1) == VR_AT || Extract(row[0], record) == "null");
         DICOM_Flag_Current_Standard = 1;
@@ -80,7 +80,7 @@ TEST(Read_Value, ConvertsByVR)
 
 TEST(Read_Value, RefusesOtherVRs)
 {
-    For_Each_Case(Page, "refused", 3, [](const Case_Row& row) {
+    For_Each_Case(Read_Value_Page, "refused", 3, [](const Case_Row& row) {
         Record record(VR_SQ, "A\\345678");
         const Message_Log log(9);
         EXPECT_EQ(Extract(row[0], record, row.VR(1)), "null");
@@ -134,7 +134,7 @@ TEST(Read_Value, SharesStringsWithNames)
 
 TEST(Read_Value, ComesBackAfterCleanup)
 {
-    For_Each_Case(Page, "cleanup", 4, [](const Case_Row& row) {
+    For_Each_Case(Read_Value_Page, "cleanup", 4, [](const Case_Row& row) {
         Record record(row.VR(1), row[2]);
         for (int call = 0; call < 260; ++call) {
             ASSERT_EQ(Extract(row[0], record), row[3]);

@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr char Page[] = "dicom/write/post_processing.cases";
+constexpr char Post_Processing_Page[] = "dicom/write/post_processing.cases";
 
 /** A nested list: records of the one item of a sequence follow it, with a ">" per level. */
 DICOM_List* Make_List(const std::string& notation)
@@ -133,7 +133,7 @@ std::string Marked(const DICOM_List* list)
 
 TEST(Post_Processing, Step2MarksWhatIsEmpty)
 {
-    For_Each_Case(Page, "step 2", 3, [](const Case_Row& row) {
+    For_Each_Case(Post_Processing_Page, "step 2", 3, [](const Case_Row& row) {
         DICOM_Root root = {};
         const Record_List list(Make_List(row[0]));
         EXPECT_EQ(DICOM_Postproc_Step_2(nullptr, &root, list.head, 0), row.Number(2));
@@ -250,7 +250,7 @@ TEST(Post_Processing, VerificationNamesWhatIsRequired)
                                        "0008,1199:SQ@2C >0008,1150@1 0040,0275:SQ@1 0040,0280@2"));
     const std::string Begin = "7     \361\005WARNING:\002 ";
     std::string expected;
-    For_Each_Case(Page, "verified", 1,
+    For_Each_Case(Post_Processing_Page, "verified", 1,
                   [&](const Case_Row& row) { expected += Begin + row[0] + "\n"; });
     Flag_Error_Warning = 7;
     for (const bool current : {false, true}) {
@@ -358,7 +358,7 @@ TEST(Post_Processing, ModuleAddAsksHandlersFirst)
         EXPECT_EQ(calls, row.Number(2));
         EXPECT_EQ(Tags(list.head), row[3]);
     };
-    For_Each_Case(Page, "module add", 4, add);
+    For_Each_Case(Post_Processing_Page, "module add", 4, add);
     EXPECT_THAT(log.Lines(),
                 testing::MatchesRegex(
                     "90002001 \361\004ERROR: \002Unknown tag type .\0010008\002,\0010020\002.\n"

@@ -48,7 +48,7 @@ DICOM_List* Linked(const Records& records)
     return records.front();
 }
 
-constexpr char Page[] = "dicom/write/write.cases";
+constexpr char Write_Page[] = "dicom/write/write.cases";
 
 class Write : public testing::Test {
 protected:
@@ -87,7 +87,7 @@ private:
 
 TEST_F(Write, ElementsInEveryCode)
 {
-    For_Each_Case(Page, "elements", 6, [this](const Case_Row& row) {
+    For_Each_Case(Write_Page, "elements", 6, [this](const Case_Row& row) {
         const unsigned short vr = row.VR(0);
         DICOM_List* const record = row[1].starts_with("size ")
                                        ? Empty(0x00280010, vr, std::stoi(row[1].substr(5)))
@@ -124,7 +124,7 @@ TEST_F(Write, SequencesAndFragments)
     const std::map<std::string, DICOM_List*> lists = {
         {"two", two},         {"nested", nested}, {"empty", Empty(0x00081140, VR_SQ, -1)},
         {"unknown", unknown}, {"pixels", pixels}, {"icon", icon}};
-    For_Each_Case(Page, "sequences", 5, [&](const Case_Row& row) {
+    For_Each_Case(Write_Page, "sequences", 5, [&](const Case_Row& row) {
         DICOM_Flag_Seq_Size = static_cast<char>(row.Number(2));
         DICOM_Flag_Current_Standard = static_cast<char>(row.Number(3));
         EXPECT_EQ(Stream(static_cast<char>(row.Number(1)), lists.at(row[0])), row[4]);
@@ -207,7 +207,7 @@ std::string Traces(const std::string& call, std::initializer_list<const char*> t
 {
     std::string lines = "90002009 >>> in  Lib_DICOM: " + call + "\n";
     for (const char* const table : tables) {
-        For_Each_Case(Page, table, 1, [&](const Case_Row& row) { lines += row[0] + "\n"; });
+        For_Each_Case(Write_Page, table, 1, [&](const Case_Row& row) { lines += row[0] + "\n"; });
     }
     return lines + "90002009 <<< out Lib_DICOM: " + call + "\n";
 }

@@ -27,7 +27,6 @@ namespace {
 using namespace lib_mend;
 using namespace std::string_literals;
 
-constexpr char Explicit_Little[] = "1.2.840.10008.1.2.1";
 constexpr char Time[] = "20260102030405+0100";
 
 Mend_Options Recording()
@@ -100,7 +99,7 @@ Undone Undo_In_Memory(const std::string& file)
 
 std::string File_Of(const Stream_Builder& stream)
 {
-    return Part10_Head(Explicit_Little) + stream.Bytes();
+    return Part10_Head(Explicit_Little_UID) + stream.Bytes();
 }
 
 TEST(Undoing, PutsValidValuesAndOthersBack)

@@ -21,7 +21,6 @@ namespace {
 using namespace lib_mend;
 using namespace std::string_literals;
 
-constexpr char Explicit_Little[] = "1.2.840.10008.1.2.1";
 constexpr char Explicit_Big[] = "1.2.840.10008.1.2.2";
 
 /** "kind path value" of each change, a line each. */
@@ -49,7 +48,7 @@ TEST(Original_Values, DifferInMoreThanPadding)
         Stream_Builder s;
         s.Element(0x0008, 0x0018, "UI", Padded_UID("1.2.3"));
         s.Element(0x0042, 0x0010, row[0], row[1]);
-        const std::string file = Part10_Head(Explicit_Little) + s.Bytes();
+        const std::string file = Part10_Head(Explicit_Little_UID) + s.Bytes();
         Data_Set set = Read_Data_Set(Source_Of(file), findings);
         const Original_Values originals(set);
         Set(set, {0x0042, 0x0010}, row[2]);
@@ -127,7 +126,7 @@ TEST(Original_Values, AreToldUpToADepth)
     for (const std::size_t depth : {Deepest_Change, Deepest_Change + 1}) {
         Findings findings;
         const Library_Session session(findings);
-        const std::string file = Part10_Head(Explicit_Little);
+        const std::string file = Part10_Head(Explicit_Little_UID);
         Data_Set set = Read_Data_Set(Source_Of(file), findings);
         set.records = Nested(depth);
         const Original_Values originals(set);

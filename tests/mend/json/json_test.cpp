@@ -13,8 +13,6 @@ namespace {
 using namespace lib_mend;
 using namespace std::string_literals;
 
-constexpr char Explicit_Little[] = "1.2.840.10008.1.2.1";
-
 std::string Kept_Lines(const Findings& findings)
 {
     std::string lines;
@@ -22,12 +20,6 @@ std::string Kept_Lines(const Findings& findings)
         lines += Finding_Text(finding);
     }
     return lines;
-}
-
-std::string Without_Padding(std::string value)
-{
-    value.resize(value.find_last_not_of(std::string_view(" \0", 2)) + 1);
-    return value;
 }
 
 /** Each value as that of (0011,1010) goes to JSON and back. */
@@ -38,7 +30,7 @@ TEST(JSON, HoldsTheValuesOfEveryVR)
         const Library_Session session(findings);
         Stream_Builder stream;
         stream.Element(0x0011, 0x0010, "LO", "ME").Element(0x0011, 0x1010, row[0], row[1]);
-        const std::string file = Part10_Head(Explicit_Little) + stream.Bytes();
+        const std::string file = Part10_Head(Explicit_Little_UID) + stream.Bytes();
         const Data_Set set = Read_Data_Set(Source_Of(file), findings);
         Findings said;
         const std::string text = JSON_Of(set, said);

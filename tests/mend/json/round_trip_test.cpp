@@ -21,12 +21,6 @@ std::string Differences_In(const std::string& file)
     return nlohmann::json::accept(JSON_Of(set, of_json)) ? JSON_Differences(set) : "is no JSON\n";
 }
 
-std::string Without_Padding(std::string value)
-{
-    value.resize(value.find_last_not_of(std::string_view(" \0", 2)) + 1);
-    return value;
-}
-
 bool Is_Directory_Offset_Path(const std::string& path)
 {
     return path.starts_with("0004,120") || path.ends_with("/0004,1400") ||
