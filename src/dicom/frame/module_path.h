@@ -6,6 +6,9 @@
 
 namespace lib_dicom {
 
+/** Tells whether the library is a part of the program itself, not a file of its own. */
+bool Is_In_Program();
+
 /** Path of the file that this library was loaded from; empty when the system does not tell. */
 std::string Module_Path();
 
