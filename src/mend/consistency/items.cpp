@@ -3,6 +3,7 @@
 #include "mend/healing/image.h"
 #include "mend/reading/tree.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <unordered_map>
@@ -14,6 +15,7 @@ namespace {
 constexpr Tag Dimensions = {0x0020, 0x9222};
 constexpr Tag Dimension_Values = {0x0020, 0x9157};
 constexpr Tag Frame_Content = {0x0020, 0x9111};
+constexpr Tag Shared_Groups = {0x5200, 0x9229};
 constexpr Tag Segmentation_Type = {0x0062, 0x0001};
 constexpr Tag Segments = {0x0062, 0x0002};
 constexpr Tag Segment_Number = {0x0062, 0x0004};
@@ -24,8 +26,9 @@ constexpr Tag Channel_Count = {0x003A, 0x0005};
 constexpr Tag Content = {0x0040, 0xA730};
 constexpr Tag Content_Reference = {0x0040, 0xDB73};
 
-constexpr std::array Tags = {Dimensions, Dimension_Values,   Segmentation_Type, Segment_Number,
-                             Waveforms,  Annotated_Channels, Content_Reference, Content};
+constexpr std::array Tags = {Dimensions,         Dimension_Values,  Frame_Content,
+                             Segmentation_Type,  Segment_Number,    Waveforms,
+                             Annotated_Channels, Content_Reference, Content};
 
 DICOM_List* Item(const DICOM_List& sequence, std::int64_t index)
 {
@@ -44,6 +47,19 @@ void Check_Dimensions(Subject_Set& subject, std::size_t dimensions, const Watche
                                       (dimensions == 1 ? " dimension" : " dimensions"),
                                   "PS3.3 C.7.6.16.2.2"});
     }
+}
+
+/** Indices count from 1; one finding for all that do not. */
+bool Has_Index_Zero(Subject_Set& subject, const Watched& element)
+{
+    const Numbers indices = subject.Whole_Numbers(*element.record);
+    const bool has_zero = std::find(indices.begin(), indices.end(), 0) != indices.end();
+    if (has_zero) {
+        subject.doubts.push_back({element.record, Fault::Item_Count, Level::Kept,
+                                  "the indices of a dimension are counted from 1", "PS3.3 C.7.6.17",
+                                  Text_Of(indices)});
+    }
+    return has_zero;
 }
 
 /** Segments are numbered from 1, one after the other, where pixels do not hold their numbers. */
@@ -147,10 +163,16 @@ void Check(Subject_Set& subject)
     const auto dimensions =
         static_cast<std::size_t>(sequence != nullptr ? Item_Count(*sequence) : 0);
     Contents_Of_Items contents;
+    bool has_zero = false;
     subject.For_Each([&](const Watched& element) {
         const Tag tag = Tag_Of(*element.record);
         if (tag == Dimension_Values && element.sequence == Frame_Content && dimensions != 0) {
             Check_Dimensions(subject, dimensions, element);
+            has_zero = has_zero || Has_Index_Zero(subject, element);
+        } else if (tag == Frame_Content && element.sequence == Shared_Groups) {
+            subject.doubts.push_back({element.record, Fault::Functional_Group, Level::Kept,
+                                      "is of one frame, and cannot be shared by all",
+                                      "PS3.3 C.7.6.16.2.2"});
         } else if (tag == Annotated_Channels && element.sequence == Waveform_Annotations &&
                    element.outermost == Waveform_Annotations && !channels.empty()) {
             Check_Channels(subject, channels, element);

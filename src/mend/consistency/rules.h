@@ -17,6 +17,8 @@ struct Rule {
 
 /** References inside a data set: of a beam to its tolerance table, of a frame to its segment. */
 extern const Rule Reference_Rule;
+/** Instances that are referred to, and listed elsewhere in the data set. */
+extern const Rule Instance_Rule;
 /** Numbers of frames, and values that stand for one frame each. */
 extern const Rule Frame_Rule;
 /** Items and values that count each other: segments, dimensions, multiplex groups, content items. */

@@ -1,0 +1,183 @@
+// Instances that a part of a data set refers to, and that another part of it lists: the evidence of a
+// report, the images of a presentation, those that a structure set was drawn on.
+#include "mend/consistency/rules.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <set>
+#include <string_view>
+#include <utility>
+
+namespace lib_mend {
+
+namespace {
+
+constexpr Tag SOP_Class = {0x0008, 0x0016};
+constexpr Tag Referenced_Class = {0x0008, 0x1150};
+constexpr Tag Referenced_Instance = {0x0008, 0x1155};
+
+constexpr std::array Tags = {SOP_Class, Referenced_Class, Referenced_Instance};
+
+constexpr std::string_view Key_Objects = "1.2.840.10008.5.1.4.1.1.88.59";
+
+enum class Family { Report, Presentation, Structure_Set };
+
+struct Family_Row {
+    /** Null where a data set that lists nothing is not wrong. */
+    const char* nothing_listed;
+    const char* not_listed;
+    const char* other_class;
+};
+/** By family. */
+constexpr Family_Row Families[] = {
+    {"the document refers to instances, and has no sequence of evidence",
+     "the evidence of the document does not name this instance",
+     "the evidence of the document names another SOP class for the instance"},
+    {nullptr, "the presentation has no image of this UID",
+     "the presentation names another SOP class for the image"},
+    {nullptr, "the referenced frames of reference do not name this image",
+     "the referenced frames of reference name another SOP class for the image"},
+};
+
+/** Where a family lists instances, and where it refers to them. */
+struct Instance_Row {
+    Tag sequence;
+    Tag outermost;
+    Family family;
+    bool lists;
+    const char* clause;
+};
+
+constexpr Tag Presented_Images = {0x0008, 0x1140};
+constexpr Tag Referenced_SOPs = {0x0008, 0x1199};
+constexpr Tag Contour_Images = {0x3006, 0x0016};
+
+constexpr Instance_Row Rows[] = {
+    {Presented_Images, {0x0008, 0x1115}, Family::Presentation, true, nullptr},
+    {Presented_Images, {0x0028, 0x3110}, Family::Presentation, false, "PS3.3 C.11.8"},
+    {Presented_Images, {0x0070, 0x0001}, Family::Presentation, false, "PS3.3 C.10.5"},
+    {Presented_Images, {0x0070, 0x005A}, Family::Presentation, false, "PS3.3 C.10.4"},
+    {Presented_Images, {0x0070, 0x0402}, Family::Presentation, true, nullptr},
+    // What replaces another document, or is a copy of it, is listed as well.
+    {Referenced_SOPs, {0x0040, 0xA360}, Family::Report, true, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA375}, Family::Report, true, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA385}, Family::Report, true, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA525}, Family::Report, true, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA730}, Family::Report, false, "PS3.3 C.17.2"},
+    {Contour_Images, {0x3006, 0x0010}, Family::Structure_Set, true, nullptr},
+    {Contour_Images, {0x3006, 0x0039}, Family::Structure_Set, false, "PS3.3 C.8.8.6"},
+};
+
+const Instance_Row* Row_Of(const Watched& element)
+{
+    const auto* const row =
+        std::find_if(std::begin(Rows), std::end(Rows), [&](const Instance_Row& each) {
+            return each.sequence == element.sequence && each.outermost == element.outermost;
+        });
+    return row != std::end(Rows) ? row : nullptr;
+}
+
+struct Use {
+    const Instance_Row* row;
+    const DICOM_List* instance;
+    const DICOM_List* sop_class;
+};
+
+class Instance_Check {
+public:
+    explicit Instance_Check(Subject_Set& subject) : subject_(subject)
+    {
+    }
+
+    void Gather()
+    {
+        const DICOM_List* sop_class = nullptr;
+        subject_.For_Each([&](const Watched& element) {
+            const Tag tag = Tag_Of(*element.record);
+            if (tag == Referenced_Class) {
+                sop_class = element.record;
+            }
+            const Instance_Row* const row = tag == Referenced_Instance ? Row_Of(element) : nullptr;
+            if (row == nullptr || subject_.Text(*element.record).empty()) {
+                return;
+            }
+            // The class stands right in front of the instance; that of another item is none of it.
+            const bool is_of_it = sop_class != nullptr && sop_class->next == element.record;
+            Add({row, element.record, is_of_it ? sop_class : nullptr});
+        });
+    }
+    void Judge()
+    {
+        for (const Use& use : uses_) {
+            Judge(use);
+        }
+    }
+
+private:
+    using UID = std::string_view;
+
+    static std::size_t Index(const Use& use)
+    {
+        return static_cast<std::size_t>(use.row->family);
+    }
+    UID Class_Of(const Use& use) const
+    {
+        return use.sop_class != nullptr ? subject_.Text(*use.sop_class) : UID();
+    }
+    void Add(const Use& use)
+    {
+        if (use.row->lists) {
+            listed_[Index(use)].emplace(subject_.Text(*use.instance), Class_Of(use));
+        } else {
+            uses_.push_back(use);
+        }
+    }
+    void Judge(const Use& use)
+    {
+        const Family_Row& family = Families[Index(use)];
+        const std::set<std::pair<UID, UID>>& listed = listed_[Index(use)];
+        const UID instance = subject_.Text(*use.instance);
+        const UID sop_class = Class_Of(use);
+        const auto first = listed.lower_bound({instance, UID()});
+        if (listed.empty() && family.nothing_listed == nullptr) {
+            return;
+        }
+        if (first == listed.end() || first->first != instance) {
+            // A thousand contours on an image that is not listed are one fault.
+            if (told_.emplace(listed.empty() ? UID() : instance).second) {
+                Doubt_Of(use, *use.instance,
+                         listed.empty() ? family.nothing_listed : family.not_listed);
+            }
+        } else if (!sop_class.empty() && !first->second.empty() &&
+                   listed.count({instance, sop_class}) == 0 && told_.emplace(instance).second) {
+            Doubt_Of(use, *use.sop_class, family.other_class);
+        }
+    }
+    void Doubt_Of(const Use& use, const DICOM_List& record, const char* text)
+    {
+        const bool is_key_object = subject_.Top_Text(SOP_Class) == Key_Objects;
+        subject_.doubts.push_back({&record, Fault::Reference, Level::Kept, text,
+                                   is_key_object ? "PS3.3 C.17.6.2" : use.row->clause,
+                                   std::string(subject_.Text(record))});
+    }
+
+    Subject_Set& subject_;
+    /** UIDs of instances with those of their classes. */
+    std::set<std::pair<UID, UID>> listed_[std::size(Families)];
+    std::vector<Use> uses_;
+    std::set<UID> told_;
+};
+
+void Check(Subject_Set& subject)
+{
+    Instance_Check check(subject);
+    check.Gather();
+    check.Judge();
+}
+
+}  // namespace
+
+constinit const Rule Instance_Rule = {Tags, Check};
+
+}  // namespace lib_mend
