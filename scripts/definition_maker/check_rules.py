@@ -24,7 +24,9 @@ def check_rules(facts, library, result):
     sources = Owners(facts)
     for iod in facts.iods:
         own = clauses_of(library.lines(f"iods/{iod.code}"))
-        result.same("IODs without clauses of their own", f"iods/{iod.code}", {}, own)
+        fixed = {(path, tag): [values] for (code, path, tag), values in facts.fixed.items()
+                 if code == iod.code}
+        result.same("IODs with the values that they alone fix", f"iods/{iod.code}", fixed, own)
         check_modules(iod, facts.rules, library, result)
         check_functional_groups(iod, facts.rules, library, result)
         check_reached(iod, sources, library, result)

@@ -48,7 +48,7 @@ def write_standard(facts, writer):
         add_clauses(block, facts.rules.of("modules", name), {row.key: row for row in rows})
         writer.write(file_name("modules", name),
                      [f"{name} Module", EDITIONS.get(name, EDITION)], named_lines(name, block))
-    drafts = [(iod, draft_iod(iod, common, book, facts.rules)) for iod in facts.iods]
+    drafts = [(iod, draft_iod(iod, common, book, facts)) for iod in facts.iods]
     write_macros(book, facts.rules, writer)
     library = Library(writer.directory)
     for iod, draft in drafts:
@@ -118,9 +118,10 @@ def shared_part(use):
     return [row for row in use.rows if not row.path.startswith(groups)]
 
 
-def draft_iod(iod, common, book, rules):
+def draft_iod(iod, common, book, facts):
     """The block of an IOD without the lines that settle disagreements between its modules."""
     block = Block()
+    rules = facts.rules
     for use in iod.modules:
         condition = rules.modules[iod.code, use.module].condition if use.usage == "C" else None
         block.includes.append(Include(file_name("modules", use.module), use.usage, use.entity,
@@ -130,6 +131,8 @@ def draft_iod(iod, common, book, rules):
             if (row.type, row.value) != (base[row.key].type, base[row.key].value):
                 put(block, row.path, Entry(row.tag, "-", "--", row.value, row.name),
                     "" if row.type == base[row.key].type else row.type)
+            if fixed := facts.fixed.get((iod.code, *row.key)):
+                entry_at(block, *row.key, row.name).clauses = [fixed]
         if use.module == GROUPS_MODULE:
             for sequence in SHARED_GROUPS, FRAME_GROUPS:
                 add_functional_groups(block, iod, use, sequence, book, rules)

@@ -5,6 +5,7 @@ from collections import OrderedDict, defaultdict
 from dataclasses import dataclass
 from pathlib import Path
 
+from definition_maker.fixed import add_fixed
 from definition_maker.rules import Rules
 from definition_maker.tables import TAG, Facts_Error, join, read_table
 
@@ -207,3 +208,4 @@ class Facts:
         self.creators = read_private(directory / "private")
         self.codes = read_codes(directory / "codes")
         self.rules = Rules(directory / "conditions", self.iods, self.macros)
+        self.fixed = add_fixed(self.rules, self.iods, self.macros)

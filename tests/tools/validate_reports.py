@@ -113,6 +113,12 @@ def main():
         for name, body in BODIES.items():
             pathlib.Path(work, name).write_bytes(body)
             assert check_both([name], work)
+        text, status = run("--module", "CT", "--explain", "Modality", "--format", "json", "plain.dcm", cwd=work)
+        explained = json.loads(text)
+        assert status == 0 and explained["file"] == "plain.dcm" and explained["tag"] == "0008,0060", explained
+        assert "usage M, type 1" in explained["explanation"], explained
+        assert run("--explain", "Modality", "--format", "sarif", "plain.dcm", cwd=work) == ("", 2)
+        assert run("--explain", "", "plain.dcm", cwd=work) == ("", 2)
         subprocess.run([TOOL, "mend", "--force", "plain.dcm", "sound.dcm"], cwd=work, stderr=subprocess.DEVNULL)
         check_both(["sound.dcm"], work)
     samples = pathlib.Path(os.environ.get("LIB_DICOM_SAMPLES", "/nowhere"))

@@ -4,6 +4,7 @@
 #include "mend/consistency/study.h"
 #include "mend/consistency/study_values.h"
 #include "mend/findings/faults.h"
+#include "mend/findings/json_text.h"
 #include "mend/findings/letters.h"
 #include "mend/findings/report_html.h"
 #include "mend/findings/report_json.h"
@@ -136,7 +137,12 @@ void Explain(const lib_mend::Data_Set& set, const Check_Request& request, File_R
     Findings said;
     const std::string module = request.module.empty() ? "auto" : request.module;
     const std::string text = lib_mend::Explain_IOD(set, module, *tag, said);
-    std::fputs((lib_mend::Printable(record.path) + ": " + text).c_str(), stdout);
+    const std::string line = request.format == Format::JSON
+                                 ? "{\"file\":" + lib_mend::JSON_Name(record.path) + ",\"tag\":\"" +
+                                       lib_mend::Tag_Text(*tag) +
+                                       "\",\"explanation\":" + lib_mend::JSON_Text(text) + "}\n"
+                                 : lib_mend::Printable(record.path) + ": " + text;
+    std::fputs(line.c_str(), stdout);
     record.findings = said.All();
     record.status = text.empty() ? Exit_Failure : Exit_Clean;
 }
@@ -235,6 +241,10 @@ Exit_Status Run_Check(const Check_Request& request)
 {
     const bool is_log = request.format == Format::SARIF && !request.summary;
     const bool is_page = request.format == Format::HTML;
+    if (!request.explain.empty() && (is_page || request.format == Format::SARIF)) {
+        Report_Failure("--explain", "an explanation is text or JSON");
+        return Exit_Failure;
+    }
     Progress progress = {{},
                          lib_mend::Sarif_Log(request.run.show_values),
                          lib_mend::Html_Page(request.run.show_values)};

@@ -407,6 +407,9 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
     command
         ->add_option("--explain", request.explain,
                      "Tell what the IOD says of an attribute, and why it is reported or not")
+        ->check([](const std::string& term) {
+            return term.empty() ? std::string("names no attribute") : std::string();
+        })
         ->option_text("TAG|KEYWORD");
     Add_Healing(*command, request.heal);
     command->add_flag("--summary", request.summary, "Count the findings of all files by kind");

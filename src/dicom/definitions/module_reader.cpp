@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <new>
 #include <utility>
 
@@ -26,20 +25,6 @@ constexpr std::size_t Max_Includes = 32;
 constexpr unsigned short All_Marks =
     DICOM_Mark_Forced | DICOM_Mark_Default | DICOM_Mark_Append | DICOM_Mark_Delete_Request;
 
-struct Type_Word {
-    std::string_view word;
-    unsigned short type;
-};
-constexpr Type_Word Type_Words[] = {
-    {"1", Type_1}, {"1C", Type_1C}, {"2", Type_2}, {"2C", Type_2C}, {"3", Type_3}};
-
-struct Mark_Sign {
-    char sign;
-    unsigned short mark;
-};
-constexpr Mark_Sign Mark_Signs[] = {
-    {'!', DICOM_Mark_Forced}, {'=', DICOM_Mark_Default}, {'+', DICOM_Mark_Append}};
-
 std::string Tag_Text(unsigned short group, unsigned short element)
 {
     char text[16];
@@ -52,23 +37,6 @@ T* Allocate()
 {
     void* const block = std::calloc(1, sizeof(T));
     return block != nullptr ? static_cast<T*>(block) : throw std::bad_alloc();
-}
-
-std::optional<unsigned short> Read_Type(Line_Cursor& cursor)
-{
-    cursor.At_End();
-    const std::size_t column = cursor.Column();
-    const std::string_view word = cursor.Word();
-    if (word == "-") {
-        return std::nullopt;
-    }
-    const auto* const type =
-        std::find_if(std::begin(Type_Words), std::end(Type_Words),
-                     [&](const Type_Word& entry) { return entry.word == word; });
-    if (type == std::end(Type_Words)) {
-        cursor.Expected(This_Unit, "a type (1, 1C, 2, 2C, 3 or -)", column);
-    }
-    return type->type;
 }
 
 bool Is_Required(unsigned short type)
@@ -305,67 +273,6 @@ void Module_Reader::Read_Include(Line_Cursor& cursor, const Scope& scope, int de
     Include(name, *file, inner);
 }
 
-Module_Reader::Attribute_Line Module_Reader::Take_Apart(Line_Cursor& cursor, bool is_kept)
-{
-    Attribute_Line line;
-    line.tag_column = cursor.Column();
-    const std::string_view tag = cursor.Tag();
-    const auto group = Hex_Number(tag.substr(1, 4));
-    const auto element = Hex_Number(tag.substr(6, 4));
-    if (!group || !element || *group == Item_Group) {
-        cursor.Expected(This_Unit, "the tag (gggg,eeee) of an attribute", line.tag_column);
-    }
-    line.group = *group;
-    line.element = *element;
-    line.type = Read_Type(cursor);
-    cursor.At_End();
-    line.vr_column = cursor.Column();
-    const std::string_view vr = cursor.Word();
-    if (vr != "--") {
-        line.vr = Read_VR(cursor, vr, line.vr_column);
-    }
-    Read_Mark(cursor, line);
-    if (!cursor.At_End()) {
-        line.clause_column = cursor.Column();
-        line.clauses = Read_Clauses(cursor, is_kept, line.mark != 0);
-    }
-    return line;
-}
-
-Clauses Module_Reader::Read_Clauses(Line_Cursor& cursor, bool is_kept, bool has_mark)
-{
-    const auto kept = store_.Lines().find(cursor.Address());
-    if (is_kept && kept != store_.Lines().end()) {
-        return kept->second;
-    }
-    const Clauses clauses =
-        Clause_Reader(cursor, store_.Arena())
-            .Read(has_mark ? "a clause (if, in, like or items) or the end of the line"
-                           : "a mark (!, =, + or x) or a clause (if, in, like or items)");
-    if (is_kept) {
-        store_.Lines().emplace(cursor.Address(), clauses);
-    }
-    return clauses;
-}
-
-void Module_Reader::Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
-{
-    const char sign = cursor.Peek();
-    const auto* const entry =
-        std::find_if(std::begin(Mark_Signs), std::end(Mark_Signs),
-                     [=](const Mark_Sign& known) { return known.sign == sign; });
-    if (entry != std::end(Mark_Signs)) {
-        cursor.Take(sign);
-        line.mark = entry->mark;
-        cursor.At_End();
-        line.value_column = cursor.Column();
-        line.value = cursor.Quoted("a value");
-    } else if (cursor.Take_Name("x")) {
-        line.mark = DICOM_Mark_Delete_Request;
-        line.value.emplace();
-    }
-}
-
 unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_List* record)
 {
     if (record == nullptr) {
@@ -388,24 +295,9 @@ unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_
     return vr;
 }
 
-void Module_Reader::Check_Clauses(const Attribute_Line& line, unsigned short vr,
-                                  const DICOM_List* record)
-{
-    const unsigned short type = line.type.value_or(record != nullptr ? record->type : 0);
-    if (line.clauses.required.step_count != 0 && type != Type_1C && type != Type_2C) {
-        throw Definition_Fault{This_Unit, line.clause_column,
-                               "a condition belongs to type 1C or 2C"};
-    }
-    if (vr == VR_SQ ? line.clauses.value_set_count != 0 : line.clauses.item_count_count != 0) {
-        throw Definition_Fault{This_Unit, line.clause_column,
-                               "an attribute of VR " + VR_Text(vr) +
-                                   (vr == VR_SQ ? " has no values" : " has no items")};
-    }
-}
-
 void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth)
 {
-    const Attribute_Line line = Take_Apart(cursor, scope.is_kept);
+    const Attribute_Line line = Read_Attribute_Line(cursor, store_, scope.is_kept);
     const bool is_optional = scope.is_optional && depth == scope.depth;
     DICOM_List* const parent = depth == depth_ ? nullptr : Open_Record(depth - 1);
     const Key key{parent, Tag_Number(line.group, line.element)};
@@ -419,7 +311,7 @@ void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int 
     } catch (const Value_Fault& fault) {
         throw Definition_Fault{fault.place, line.value_column, fault.text};
     }
-    Check_Clauses(line, vr, record);
+    Check_Clauses(line, line.type.value_or(record != nullptr ? record->type : 0), vr);
     // Nothing is changed before the whole line is known to be right.
     const auto type = is_optional ? Optional_Type(line.type, record) : line.type;
     if (record == nullptr) {

@@ -2,6 +2,7 @@
 #ifndef LIB_DICOM_SRC_DEFINITIONS_MODULE_READER_H
 #define LIB_DICOM_SRC_DEFINITIONS_MODULE_READER_H
 
+#include "definitions/attribute_line.h"
 #include "definitions/definition_files.h"
 #include "definitions/definition_text.h"
 #include "definitions/rule_collector.h"
@@ -52,21 +53,6 @@ public:
     }
 
 private:
-    /** What one line says of an attribute, and the columns where it says so. */
-    struct Attribute_Line {
-        unsigned short group = 0;
-        unsigned short element = 0;
-        /** None: what there is, is kept. */
-        std::optional<unsigned short> type;
-        std::optional<unsigned short> vr;
-        unsigned short mark = 0;
-        std::optional<std::string> value;
-        Clauses clauses;
-        std::size_t tag_column = 0;
-        std::size_t vr_column = 0;
-        std::size_t value_column = 0;
-        std::size_t clause_column = 0;
-    };
     /** A record by the sequence around it, null at the top, and its tag. */
     struct Key {
         const DICOM_List* parent;
@@ -95,12 +81,6 @@ private:
     void Check_Level(int depth) const;
 
     void Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth);
-    Attribute_Line Take_Apart(Line_Cursor& cursor, bool is_kept);
-    static void Read_Mark(Line_Cursor& cursor, Attribute_Line& line);
-    Clauses Read_Clauses(Line_Cursor& cursor, bool is_kept, bool has_mark);
-    /** Refuses clauses that the type or the VR of the attribute has no place for. */
-    static void Check_Clauses(const Attribute_Line& line, unsigned short vr,
-                              const DICOM_List* record);
     /** The VR that a record has after a line. */
     static unsigned short Settle_VR(const Attribute_Line& line, const DICOM_List* record);
     DICOM_List* Find(const Key& key) const;

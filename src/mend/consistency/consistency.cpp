@@ -154,11 +154,12 @@ void Watch(Subject_Set& subject)
             return;
         }
         if (path.empty()) {
-            subject.watched.push_back({&record, {}, {}, 0, rules});
+            subject.watched.push_back({&record, {}, {}, {}, 0, rules});
             subject.top.push_back(&record);
         } else {
-            subject.watched.push_back(
-                {&record, path.back().sequence, path.front().sequence, path.front().item, rules});
+            const Tag around = path.size() > 1 ? path[path.size() - 2].sequence : Tag{};
+            subject.watched.push_back({&record, path.back().sequence, path.front().sequence, around,
+                                       path.front().item, rules});
         }
     });
     const auto is_before = [](const DICOM_List* a, const DICOM_List* b) {

@@ -40,12 +40,19 @@ constexpr Family_Row Families[] = {
      "the referenced frames of reference name another SOP class for the image"},
 };
 
+enum class Role {
+    Lists,
+    /** Names instances besides those of the list. */
+    Names,
+    Refers
+};
+
 /** Where a family lists instances, and where it refers to them. */
 struct Instance_Row {
     Tag sequence;
     Tag outermost;
     Family family;
-    bool lists;
+    Role role;
     const char* clause;
 };
 
@@ -54,26 +61,28 @@ constexpr Tag Referenced_SOPs = {0x0008, 0x1199};
 constexpr Tag Contour_Images = {0x3006, 0x0016};
 
 constexpr Instance_Row Rows[] = {
-    {Presented_Images, {0x0008, 0x1115}, Family::Presentation, true, nullptr},
-    {Presented_Images, {0x0028, 0x3110}, Family::Presentation, false, "PS3.3 C.11.8"},
-    {Presented_Images, {0x0070, 0x0001}, Family::Presentation, false, "PS3.3 C.10.5"},
-    {Presented_Images, {0x0070, 0x005A}, Family::Presentation, false, "PS3.3 C.10.4"},
-    {Presented_Images, {0x0070, 0x0402}, Family::Presentation, true, nullptr},
-    // What replaces another document, or is a copy of it, is listed as well.
-    {Referenced_SOPs, {0x0040, 0xA360}, Family::Report, true, nullptr},
-    {Referenced_SOPs, {0x0040, 0xA375}, Family::Report, true, nullptr},
-    {Referenced_SOPs, {0x0040, 0xA385}, Family::Report, true, nullptr},
-    {Referenced_SOPs, {0x0040, 0xA525}, Family::Report, true, nullptr},
-    {Referenced_SOPs, {0x0040, 0xA730}, Family::Report, false, "PS3.3 C.17.2"},
-    {Contour_Images, {0x3006, 0x0010}, Family::Structure_Set, true, nullptr},
-    {Contour_Images, {0x3006, 0x0039}, Family::Structure_Set, false, "PS3.3 C.8.8.6"},
+    {Presented_Images, {0x0008, 0x1115}, Family::Presentation, Role::Lists, nullptr},
+    {Presented_Images, {0x0028, 0x3110}, Family::Presentation, Role::Refers, "PS3.3 C.11.8"},
+    {Presented_Images, {0x0070, 0x0001}, Family::Presentation, Role::Refers, "PS3.3 C.10.5"},
+    {Presented_Images, {0x0070, 0x005A}, Family::Presentation, Role::Refers, "PS3.3 C.10.4"},
+    {Presented_Images, {0x0070, 0x0402}, Family::Presentation, Role::Lists, nullptr},
+    // A document that is replaced, or of which this is a copy, is no evidence, and is named all the same.
+    {Referenced_SOPs, {0x0040, 0xA360}, Family::Report, Role::Names, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA375}, Family::Report, Role::Lists, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA385}, Family::Report, Role::Lists, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA525}, Family::Report, Role::Names, nullptr},
+    {Referenced_SOPs, {0x0040, 0xA730}, Family::Report, Role::Refers, "PS3.3 C.17.2"},
+    {Contour_Images, {0x3006, 0x0010}, Family::Structure_Set, Role::Lists, nullptr},
+    {Contour_Images, {0x3006, 0x0039}, Family::Structure_Set, Role::Refers, "PS3.3 C.8.8.6"},
 };
 
+/** Null also for what belongs to a reference: the presentation state of an image. */
 const Instance_Row* Row_Of(const Watched& element)
 {
     const auto* const row =
         std::find_if(std::begin(Rows), std::end(Rows), [&](const Instance_Row& each) {
-            return each.sequence == element.sequence && each.outermost == element.outermost;
+            return each.sequence == element.sequence && each.outermost == element.outermost &&
+                   element.around != each.sequence;
         });
     return row != std::end(Rows) ? row : nullptr;
 }
@@ -86,7 +95,8 @@ struct Use {
 
 class Instance_Check {
 public:
-    explicit Instance_Check(Subject_Set& subject) : subject_(subject)
+    explicit Instance_Check(Subject_Set& subject)
+        : subject_(subject), is_key_object_(subject.Top_Text(SOP_Class) == Key_Objects)
     {
     }
 
@@ -127,7 +137,8 @@ private:
     }
     void Add(const Use& use)
     {
-        if (use.row->lists) {
+        has_list_[Index(use)] |= use.row->role == Role::Lists;
+        if (use.row->role != Role::Refers) {
             listed_[Index(use)].emplace(subject_.Text(*use.instance), Class_Of(use));
         } else {
             uses_.push_back(use);
@@ -140,14 +151,16 @@ private:
         const UID instance = subject_.Text(*use.instance);
         const UID sop_class = Class_Of(use);
         const auto first = listed.lower_bound({instance, UID()});
-        if (listed.empty() && family.nothing_listed == nullptr) {
+        // Key objects always have evidence, and the module says that it is missing.
+        const bool has_to_list = family.nothing_listed != nullptr && !is_key_object_;
+        const bool has_list = has_list_[Index(use)];
+        if (!has_list && !has_to_list) {
             return;
         }
         if (first == listed.end() || first->first != instance) {
             // A thousand contours on an image that is not listed are one fault.
-            if (told_.emplace(listed.empty() ? UID() : instance).second) {
-                Doubt_Of(use, *use.instance,
-                         listed.empty() ? family.nothing_listed : family.not_listed);
+            if (told_.emplace(has_list ? instance : UID()).second) {
+                Doubt_Of(use, *use.instance, has_list ? family.not_listed : family.nothing_listed);
             }
         } else if (!sop_class.empty() && !first->second.empty() &&
                    listed.count({instance, sop_class}) == 0 && told_.emplace(instance).second) {
@@ -156,14 +169,15 @@ private:
     }
     void Doubt_Of(const Use& use, const DICOM_List& record, const char* text)
     {
-        const bool is_key_object = subject_.Top_Text(SOP_Class) == Key_Objects;
-        subject_.doubts.push_back({&record, Fault::Reference, Level::Kept, text,
-                                   is_key_object ? "PS3.3 C.17.6.2" : use.row->clause,
+        subject_.doubts.push_back({&record, Fault::Unlisted, Level::Kept, text,
+                                   is_key_object_ ? "PS3.3 C.17.6.2" : use.row->clause,
                                    std::string(subject_.Text(record))});
     }
 
     Subject_Set& subject_;
+    bool is_key_object_;
     /** UIDs of instances with those of their classes. */
+    bool has_list_[std::size(Families)] = {};
     std::set<std::pair<UID, UID>> listed_[std::size(Families)];
     std::vector<Use> uses_;
     std::set<UID> told_;

@@ -19,6 +19,8 @@ struct Watched {
     /** The sequence around it and the outermost one, (0000,0000) at the top level. */
     Tag sequence = {};
     Tag outermost = {};
+    /** The sequence around the item that holds `sequence`. */
+    Tag around = {};
     /** Item of the outermost sequence. */
     int item = 0;
     /** A bit for each rule that wants it. */

@@ -89,6 +89,7 @@ enum class Fault : unsigned char {
     Not_Written,
     Memory,
     Reference,
+    Unlisted,
     Frame_Number,
     Item_Count,
     Segment_Number,

@@ -1,8 +1,9 @@
 #include "mend/healing/record_building.h"
 
+#include "mend/healing/records.h"
+
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 
 namespace lib_mend {
@@ -26,17 +27,7 @@ DICOM_List* New_Record(Tag tag, unsigned short vr)
 
 void Set_Bytes(DICOM_List& record, std::span<const unsigned char> bytes)
 {
-    unsigned char* data = nullptr;
-    if (!bytes.empty()) {
-        data = static_cast<unsigned char*>(std::malloc(bytes.size()));
-        if (data == nullptr) {
-            throw std::bad_alloc();
-        }
-        std::memcpy(data, bytes.data(), bytes.size());
-    }
-    std::free(record.data);
-    record.data = data;
-    record.size = static_cast<int>(bytes.size());
+    Set_Bytes(record, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
     record.byte_order =
         static_cast<unsigned char>(record.byte_order & ~unsigned{DICOM_Order_Big_Endian});
 }

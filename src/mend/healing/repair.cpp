@@ -99,24 +99,27 @@ bool Is_Streamed(const DICOM_List& record)
            (record.element == 0x0008 || record.element == 0x0009 || record.element == 0x0010);
 }
 
+void Remove_Marked(DICOM_List** head)
+{
+    DICOM_List* last = nullptr;
+    for (DICOM_List** link = head; *link != nullptr;) {
+        DICOM_List* const record = *link;
+        if ((record->flags & DICOM_Mark_Deleted) != 0) {
+            *link = record->next;
+            DICOM_Attribute_Free(nullptr, record);
+        } else {
+            last = record;
+            link = &record->next;
+        }
+    }
+    if (*head != nullptr) {
+        (*head)->last = last;
+    }
+}
+
 void Remove_Marked(Record_List& list)
 {
-    For_Each_List(list.Address(), [](DICOM_List** head, const Path&) {
-        DICOM_List* last = nullptr;
-        for (DICOM_List** link = head; *link != nullptr;) {
-            DICOM_List* const record = *link;
-            if ((record->flags & DICOM_Mark_Deleted) != 0) {
-                *link = record->next;
-                DICOM_Attribute_Free(nullptr, record);
-            } else {
-                last = record;
-                link = &record->next;
-            }
-        }
-        if (*head != nullptr) {
-            (*head)->last = last;
-        }
-    });
+    For_Each_List(list.Address(), [](DICOM_List** head, const Path&) { Remove_Marked(head); });
 }
 
 }  // namespace lib_mend

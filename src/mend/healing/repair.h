@@ -25,6 +25,8 @@ void Heal_New_Texts(Data_Set& set, const Heal_Options& options, Findings& findin
 
 /** Takes the records that are marked as deleted out of all lists. */
 void Remove_Marked(Record_List& list);
+/** Takes them out of one list. */
+void Remove_Marked(DICOM_List** head);
 
 }  // namespace lib_mend
 

@@ -2,6 +2,7 @@
 #include "mend/healing/original_attributes.h"
 #include "mend/healing/original_item.h"
 #include "mend/healing/record_building.h"
+#include "mend/healing/repair.h"
 #include "mend/healing/texts.h"
 #include "mend/healing/value.h"
 
@@ -34,25 +35,6 @@ Record_List Take_Item(DICOM_List& sequence, int index)
     sequence.item[count - 1] = nullptr;
     sequence.size = DICOM_Undefined_Length;
     return item;
-}
-
-/** Takes marked records out of the data set itself. */
-void Remove_Deleted(Data_Set& set)
-{
-    DICOM_List* last = nullptr;
-    for (DICOM_List** link = set.records.Address(); *link != nullptr;) {
-        DICOM_List* const record = *link;
-        if ((record->flags & DICOM_Mark_Deleted) != 0) {
-            *link = record->next;
-            DICOM_Attribute_Free(nullptr, record);
-        } else {
-            last = record;
-            link = &record->next;
-        }
-    }
-    if (last != nullptr) {
-        set.records.Head()->last = last;
-    }
 }
 
 class Undoing {
@@ -176,7 +158,7 @@ bool Undo(Data_Set& set, Findings& findings)
             undoing.Take_Nonconforming(Item_Of(*others, i));
         }
     }
-    Remove_Deleted(set);
+    Remove_Marked(set.records.Address());
     set.healed = true;
     return true;
 }

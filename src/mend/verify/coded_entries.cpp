@@ -14,6 +14,7 @@ namespace {
 constexpr Tag Code_Value = {0x0008, 0x0100};
 constexpr Tag Scheme = {0x0008, 0x0102};
 constexpr Tag Mapping_Resource = {0x0008, 0x0105};
+constexpr Tag Context_UID = {0x0008, 0x0117};
 constexpr Tag Extension_Flag = {0x0008, 0x010B};
 constexpr Tag Context_Identifier = {0x0008, 0x010F};
 constexpr Tag Long_Code_Value = {0x0008, 0x0119};
@@ -97,11 +98,37 @@ struct Named_Code {
     std::string code;
 };
 
+/** The number of a context group: "4" of an identifier "0004". */
+std::string Without_Zeros(std::string number)
+{
+    return number.erase(0, std::min(number.find_first_not_of('0'), number.size()));
+}
+
+/** "4" of a UID that the registry names "Anatomic Region (4)"; empty for none. */
+std::string Group_Of_UID(const std::string& uid)
+{
+    const DICOM_UID_Entry* const entry = uid.empty() ? nullptr : DICOM_UID_Get(uid.c_str());
+    const std::string_view name = entry != nullptr ? entry->name : "";
+    const std::size_t open = name.rfind('(');
+    const bool is_group = entry != nullptr && std::string_view(entry->kind) == "Context Group" &&
+                          open != name.npos && name.ends_with(')');
+    return is_group ? std::string(name.substr(open + 1, name.size() - open - 2)) : std::string();
+}
+
+/** The group of the standard that an entry names by its identifier, or else by its UID alone. */
+std::string Group_Of(const Data_Set& set, DICOM_List* item)
+{
+    const std::string number = Text_Of(set, item, Context_Identifier);
+    if (number.empty()) {
+        return Group_Of_UID(Text_Of(set, item, Context_UID));
+    }
+    return Text_Of(set, item, Mapping_Resource) == "DCMR" ? Without_Zeros(number) : std::string();
+}
+
 Named_Code Code_Of(const Data_Set& set, DICOM_List* item)
 {
-    const std::string group = Text_Of(set, item, Context_Identifier);
-    if (group.empty() || Text_Of(set, item, Mapping_Resource) != "DCMR" ||
-        Text_Of(set, item, Extension_Flag) == "Y") {
+    const std::string group = Group_Of(set, item);
+    if (group.empty() || Text_Of(set, item, Extension_Flag) == "Y") {
         return {};
     }
     std::string value = Text_Of(set, item, Code_Value);
@@ -119,10 +146,14 @@ void Check_Coded_Entries(const Data_Set& set, Findings& findings)
     std::optional<Context_Groups> groups;
     Tree_Walk walk(set.records.Head());
     while (DICOM_List* const record = walk.Next()) {
-        if (Tag_Of(*record) != Context_Identifier || walk.Around() == nullptr) {
+        const Tag tag = Tag_Of(*record);
+        if ((tag != Context_Identifier && tag != Context_UID) || walk.Around() == nullptr) {
             continue;
         }
         DICOM_List* const item = Item_Of(*walk.Around(), walk.Way().back().item);
+        if (tag == Context_UID && Find_Record(item, Context_Identifier) != nullptr) {
+            continue;
+        }
         const Named_Code named = Code_Of(set, item);
         if (named.code.empty()) {
             continue;

@@ -205,10 +205,14 @@ public:
     void Add(DICOM_List* list, DICOM_List* module)
     {
         const Record_Map present = Named_In(list, module);
-        for (DICOM_List& node : Records(module)) {
+        for (const DICOM_List& node : Records(module)) {
+            if (Object::Repeats(node.group)) {
+                Add_To_Groups(node);
+                continue;
+            }
             const DICOM_List* const record = Find_In(present, Tag_Of(node));
             if (record == nullptr) {
-                Add_Absent(node);
+                Add_Absent(node, node.group);
             } else if (Item_Of(node, 0) != nullptr) {
                 place_.For_Each_Item(*record, [&](DICOM_List* item) {
                     object_.Enter(*record, place_.Way().back().item);
@@ -220,15 +224,27 @@ public:
     }
 
 private:
-    void Add_Absent(DICOM_List& node)
+    /** One line describes all groups that repeat, such as overlays. */
+    void Add_To_Groups(const DICOM_List& node)
     {
-        const Judge::Demand demand = judge_.Demand_For(node, node.group);
+        for (const unsigned short group : object_.Repetitions(node.group)) {
+            if (object_.Find({group, node.element}) == nullptr) {
+                Add_Absent(node, group);
+            }
+        }
+    }
+
+    void Add_Absent(const DICOM_List& node, unsigned short group)
+    {
+        const Judge::Demand demand = judge_.Demand_For(node, group);
+        DICOM_List of_group = node;
+        of_group.group = group;
         if (demand.type != 0 && Has_Mark(node, DICOM_Mark_Default)) {
             // The condition holds, so that the default stands in for what is required.
-            merger_.Apply(&DICOM_Postproc_Step_1, node);
+            merger_.Apply(&DICOM_Postproc_Step_1, of_group);
         } else if (demand.type == Type_2 || demand.type == Type_2C) {
-            DICOM_Module_Add(nullptr, place_.Root(), place_.List(), &node, nullptr);
-            findings_.Report(Fault::Set, Level::Change, place_.Of(node),
+            DICOM_Module_Add(nullptr, place_.Root(), place_.List(), &of_group, nullptr);
+            findings_.Report(Fault::Set, Level::Change, place_.Of(of_group),
                              "added without a value" + (demand.reason.empty()
                                                             ? ""
                                                             : ", required since " + demand.reason));
@@ -249,7 +265,13 @@ void Assign_Types(DICOM_List* list, DICOM_List* module)
     DICOM_Root root = {};
     DICOM_Attribute_Assign_Info(nullptr, &root, module, list);
     const Record_Map nodes = Map_Of(module);
-    for (const DICOM_List& record : Records(list)) {
+    for (DICOM_List& record : Records(list)) {
+        const auto first = static_cast<unsigned short>(record.group & 0xFF00U);
+        const bool is_repeated = Object::Repeats(first) && record.group != first;
+        if (is_repeated) {
+            const DICOM_List* const of_first = Find_In(nodes, {first, record.element});
+            record.type = of_first != nullptr ? of_first->type : record.type;
+        }
         const DICOM_List* const node = Find_In(nodes, Tag_Of(record));
         for (int i = 0;
              node != nullptr && Item_Of(*node, 0) != nullptr && Item_Of(record, i) != nullptr;

@@ -1,11 +1,13 @@
 #include "mend/verify/content_items.h"
 
+#include "mend/healing/image.h"
+#include "mend/healing/numbers.h"
 #include "mend/reading/tree.h"
+#include "mend/verify/content_tables.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace lib_mend {
@@ -20,49 +22,40 @@ constexpr Tag Referenced_Item = {0x0040, 0xDB73};
 
 constexpr std::string_view Reports = "1.2.840.10008.5.1.4.1.1.88.";
 
-/** Reports whose items are related by value only (PS3.3 sections A.35.1, A.35.2, A.35.4). */
-constexpr std::string_view By_Value_Only[] = {"1.2.840.10008.5.1.4.1.1.88.11",
-                                              "1.2.840.10008.5.1.4.1.1.88.22",
-                                              "1.2.840.10008.5.1.4.1.1.88.59"};
-
-/**
- * Value types between which a relationship stands (PS3.3 table C.17.3-8 and the tables of section A.35,
- * all reports together). Blanks around each; an empty list stands for any.
- */
-struct Relationship {
-    std::string_view name;
-    std::string_view sources;
-    std::string_view targets;
-};
-constexpr Relationship Relationships[] = {
-    {"CONTAINS", " CONTAINER ", ""},
-    {"HAS OBS CONTEXT", "", " TEXT CODE NUM DATETIME DATE TIME UIDREF PNAME COMPOSITE CONTAINER "},
-    {"HAS CONCEPT MOD", "", " TEXT CODE "},
-    {"HAS PROPERTIES", "", ""},
-    {"HAS ACQ CONTEXT", "", " TEXT CODE NUM DATETIME DATE TIME UIDREF PNAME CONTAINER "},
-    {"INFERRED FROM", "", ""},
-    {"SELECTED FROM", " SCOORD SCOORD3D TCOORD ", " IMAGE WAVEFORM SCOORD SCOORD3D COMPOSITE "},
-};
-
 bool Is_Among(std::string_view list, std::string_view type)
 {
-    return list.empty() || type.empty() ||
-           list.find(" " + std::string(type) + " ") != std::string_view::npos;
+    return type.empty() || list.find(" " + std::string(type) + " ") != std::string_view::npos;
 }
 
-std::string Text_Of(const Data_Set& set, const DICOM_List* record)
+bool Is_Content(const Path& way)
 {
-    constexpr std::size_t Longest = 64;
-    return record != nullptr ? Trimmed(set.Value(*record, Longest)) : std::string();
+    return std::all_of(way.begin(), way.end(),
+                       [](const Path_Step& step) { return step.sequence == Content_Sequence; });
+}
+
+/** The way to a content item is 1 for the document, then the number of an item on each level. */
+bool Leads_Around(const Numbers& target, const Path& item)
+{
+    if (target.empty() || target.front() != 1 || target.size() > item.size() + 1 ||
+        !Is_Content(item)) {
+        return false;
+    }
+    return std::equal(
+        target.begin() + 1, target.end(), item.begin(),
+        [](std::int64_t number, const Path_Step& step) { return number == step.item + 1; });
 }
 
 class Content_Check {
 public:
     Content_Check(const Data_Set& set, std::string_view report, Findings& findings)
-        : set_(set), findings_(findings),
+        : set_(set), findings_(findings), report_(report),
           by_value_only_(std::find(std::begin(By_Value_Only), std::end(By_Value_Only), report) !=
                          std::end(By_Value_Only))
     {
+        const auto* const row =
+            std::find_if(std::begin(Value_Types), std::end(Value_Types),
+                         [&](const Type_Row& each) { return each.document == report; });
+        value_types_ = row != std::end(Value_Types) ? row : nullptr;
     }
 
     void Run()
@@ -74,45 +67,94 @@ public:
             if (Is_Delimiter(*record)) {
                 types_[depth].clear();
             } else if (Tag_Of(*record) == Value_Type) {
-                types_[depth] = Text_Of(set_, record);
+                types_[depth] = Trimmed(set_.Value(*record, Longest_Type));
+                Check_Type(types_[depth], *record, walk.Way());
             } else if (Tag_Of(*record) == Content_Sequence) {
                 walk.For_Each_Item(*record, [&](DICOM_List** item, const Path& way) {
-                    Check_Item(types_[depth], *item, way);
+                    Check_Relation(types_[depth], *item, way);
+                    Check_Reference(Find_Record(*item, Referenced_Item), way);
                 });
             }
         }
     }
 
 private:
-    void Check_Item(const std::string& source, DICOM_List* item, const Path& way)
+    static constexpr std::size_t Longest_Type = 64;
+
+    void Say(const DICOM_List& record, const Path& way, const std::string& text, const char* clause)
     {
-        const DICOM_List* const relation = Find_Record(item, Relationship_Type);
-        const DICOM_List* const reference = Find_Record(item, Referenced_Item);
-        if (by_value_only_ && reference != nullptr) {
-            findings_.Report(Fault::Content_Item, Level::Kept, At(*reference, way),
-                             "relates content items by reference, which this kind of report "
-                             "does not");
-        }
-        const std::string name = Text_Of(set_, relation);
-        const auto* const row =
-            std::find_if(std::begin(Relationships), std::end(Relationships),
-                         [&](const Relationship& known) { return known.name == name; });
-        if (row == std::end(Relationships)) {
+        findings_.Report(Fault::Content_Item, Level::Kept, At(record, way), text, {}, clause);
+    }
+
+    void Check_Type(const std::string& type, const DICOM_List& record, const Path& way)
+    {
+        // What is no value type at all, the definitions tell.
+        if (type.empty() || !Is_Content(way) || !Is_Among(All_Value_Types, type)) {
             return;
         }
-        const std::string target = Text_Of(set_, Find_Record(item, Value_Type));
-        const bool is_source = Is_Among(row->sources, source);
-        if (!is_source || !Is_Among(row->targets, target)) {
-            findings_.Report(Fault::Content_Item, Level::Kept, At(*relation, way),
-                             is_source ? name + " does not lead to an item of this value type"
-                                       : name + " does not start at an item of the value type "
-                                                "around");
+        if (way.empty() && type != "CONTAINER") {
+            Say(record, way, "the document itself is to be a CONTAINER, not " + type,
+                "PS3.3 C.17.3");
+        } else if (value_types_ != nullptr && !Is_Among(value_types_->types, type)) {
+            Say(record, way, "this kind of document has no content items of value type " + type,
+                value_types_->clause);
+        }
+    }
+
+    void Check_Relation(const std::string& source, DICOM_List* item, const Path& way)
+    {
+        const DICOM_List* const relation = Find_Record(item, Relationship_Type);
+        const std::string name = Text_In(set_, item, Relationship_Type);
+        const std::string target = Text_In(set_, item, Value_Type);
+        const auto is_meant = [&](const auto& row) {
+            return row.relation == name && (row.document.empty() || row.document == report_);
+        };
+        for (const Source_Row& row : Sources) {
+            if (is_meant(row) && !Is_Among(row.sources, source)) {
+                Say(*relation, way, name + " does not start at an item of the value type around",
+                    row.clause);
+                return;
+            }
+        }
+        // A value type that the document does not have is said once, of the item.
+        const bool has_type = value_types_ == nullptr || Is_Among(value_types_->types, target);
+        for (const Target_Row& row : Targets) {
+            if (has_type && is_meant(row) && (row.source.empty() || row.source == source) &&
+                !Is_Among(row.targets, target)) {
+                Say(*relation, way, name + " does not lead to an item of this value type",
+                    row.clause);
+                return;
+            }
+        }
+    }
+
+    void Check_Reference(const DICOM_List* reference, const Path& way)
+    {
+        constexpr std::size_t Enough = 1024;
+        if (reference == nullptr) {
+            return;
+        }
+        if (by_value_only_) {
+            Say(*reference, way,
+                "relates content items by reference, which this kind of report does not",
+                "PS3.3 C.17.3");
+            return;
+        }
+        const Bytes value = set_.Value(*reference, Enough);
+        const auto target = Numbers_In({reinterpret_cast<const char*>(value.data()), value.size()},
+                                       VR_Of(*reference), reference->byte_order);
+        if (target && Leads_Around(*target, way)) {
+            Say(*reference, way, "refers to a content item that it is itself a part of",
+                "PS3.3 C.17.3");
         }
     }
 
     const Data_Set& set_;
     Findings& findings_;
+    std::string_view report_;
     bool by_value_only_;
+    /** Null where nothing is said of them here. */
+    const Type_Row* value_types_;
     /** The value types of the item in hand and of those around it. */
     std::vector<std::string> types_;
 };

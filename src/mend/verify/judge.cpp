@@ -14,19 +14,27 @@ bool Is_Conditional(unsigned short type)
     return type == Type_1C || type == Type_2C;
 }
 
-/** The first value that a set does not name, as its number from 1; 0 when there is none. */
-int First_Outside(const Value_View& value, const DICOM_Value_Set& set)
+/** What the SOP class says of the modality is known without definitions, and told before. */
+bool Is_Said_Modality(const DICOM_List& record, const Findings& findings)
 {
-    const int first = set.value_number != 0 ? set.value_number - 1 : 0;
-    const int end = set.value_number != 0 ? std::min(first + 1, value.Count()) : value.Count();
-    for (int i = first; i < end; ++i) {
-        const bool is_empty = value.Text(i).empty();
-        if (!is_empty && std::none_of(set.values, set.values + set.count,
-                                      [&](const char* text) { return value.Equals(i, text); })) {
-            return i + 1;
+    constexpr Tag Modality = {0x0008, 0x0060};
+    return Tag_Of(record) == Modality &&
+           std::any_of(findings.All().begin(), findings.All().end(),
+                       [](const Finding& each) { return each.fault == Fault::Modality; });
+}
+
+/** Tells whether a condition names an attribute of the same item that is to be absent. */
+bool Names_Absent(const DICOM_Condition* condition, Tag tag)
+{
+    for (int i = 0; condition != nullptr && i + 1 < condition->step_count; ++i) {
+        const DICOM_Step& step = condition->steps[i];
+        if (step.kind == DICOM_Step::Present && condition->steps[i + 1].kind == DICOM_Step::Not &&
+            step.origin == DICOM_Step::Here && step.up == 0 && step.tag_count == 1 &&
+            step.tags[0] == (static_cast<unsigned int>(tag.group) << 16U | tag.element)) {
+            return true;
         }
     }
-    return 0;
+    return false;
 }
 
 std::string Items_Text(int count)
@@ -74,7 +82,25 @@ Judge::Demand Judge::Conditional_Demand(const DICOM_Rule& rule, unsigned short g
         parts_.Applies(rule, group) != Truth::True || !Holds(rule.required, group)) {
         return {};
     }
-    return {rule.type, conditions_.Reason(rule.required, group)};
+    return {rule.type, conditions_.Reason(rule.required, group), &rule.required};
+}
+
+bool Judge::Stands_In_For_Said(Tag tag, const Demand& demand)
+{
+    const Path& way = object_.Way();
+    if (!std::equal(way.begin(), way.end(), said_way_.begin(), said_way_.end(),
+                    [](const Path_Step& a, const Path_Step& b) {
+                        return a.sequence == b.sequence && a.item == b.item;
+                    })) {
+        said_way_ = way;
+        said_.clear();
+    }
+    const bool is_said = std::any_of(said_.begin(), said_.end(), [&](const auto& each) {
+        return Names_Absent(each.second, tag) &&
+               demand.reason.find(Spoken_Name(each.first) + " is not there") != std::string::npos;
+    });
+    said_.emplace_back(tag, demand.condition);
+    return is_said;
 }
 
 Judge::Ban Judge::Ban_Of(const DICOM_Rule& rule, unsigned short group)
@@ -133,7 +159,8 @@ void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findi
     for (int i = 0; value.Is_Known() && i < rule.value_set_count; ++i) {
         const DICOM_Value_Set& set = rule.value_sets[i];
         const int outside = First_Outside(value, set);
-        if (outside == 0 || set.has_more != 0 || !Holds(set.when, record.group)) {
+        if (outside == 0 || set.has_more != 0 || !Holds(set.when, record.group) ||
+            Is_Said_Modality(record, findings)) {
             continue;
         }
         const bool is_hint = set.is_extensible != 0;
@@ -180,7 +207,7 @@ void Judge::Check(const DICOM_List& node, const DICOM_List* record, unsigned sho
 void Judge::Check_Absent(const DICOM_List& node, unsigned short group, Findings& findings)
 {
     const Demand demand = Demand_For(node, group);
-    if (demand.type == 0) {
+    if (demand.type == 0 || Stands_In_For_Said({group, node.element}, demand)) {
         return;
     }
     // The item that should hold it tells the place.

@@ -5,6 +5,8 @@
 #include "mend/verify/parts.h"
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace lib_mend {
 
@@ -23,6 +25,7 @@ public:
         unsigned short type = 0;
         /** "Photometric Interpretation is PALETTE COLOR"; empty where no condition asks for it. */
         std::string reason;
+        const DICOM_Condition* condition = nullptr;
     };
     /**
      * What asks for an attribute of the module list in the item in hand.
@@ -53,6 +56,8 @@ public:
     }
 
 private:
+    /** Of two attributes each of which is required when the other is absent, one is said to be missing. */
+    bool Stands_In_For_Said(Tag tag, const Demand& demand);
     void Check_Absent(const DICOM_List& node, unsigned short group, Findings& findings);
     void Check_Present(const DICOM_List& node, const DICOM_List& record, Findings& findings);
     Demand Conditional_Demand(const DICOM_Rule& rule, unsigned short group);
@@ -68,6 +73,9 @@ private:
     Parts parts_;
     Object& object_;
     bool says_modules_;
+    /** What was said to be missing in the item in hand, and the conditions that asked for it. */
+    std::vector<std::pair<Tag, const DICOM_Condition*>> said_;
+    Path said_way_;
 };
 
 }  // namespace lib_mend

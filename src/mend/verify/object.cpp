@@ -52,7 +52,8 @@ Object::Object(const Data_Set& set) : set_(set)
     sop_class_ = sop_class != nullptr ? Trimmed(set.Value(*sop_class, 128)) : std::string();
     frames_ = Find(Frame_Groups_Tag);
     const DICOM_List* const shared = Find(Shared_Groups_Tag);
-    shared_ = Index_Of(shared != nullptr ? Item_Of(*shared, 0) : nullptr);
+    Add_To(shared_, shared != nullptr ? Item_Of(*shared, 0) : nullptr);
+    Sort(shared_);
 }
 
 void Object::Enter(const DICOM_List& sequence, int item)
@@ -97,9 +98,8 @@ std::vector<unsigned short> Object::Repetitions(unsigned short group) const
     return groups;
 }
 
-Object::Group_Index Object::Index_Of(DICOM_List* item)
+void Object::Add_To(Group_Index& index, DICOM_List* item)
 {
-    Group_Index index;
     for (const DICOM_List& group : Records(item)) {
         if (Is_Delimiter(group)) {
             continue;
@@ -111,16 +111,33 @@ Object::Group_Index Object::Index_Of(DICOM_List* item)
             }
         }
     }
+}
+
+void Object::Sort(Group_Index& index)
+{
     std::stable_sort(index.begin(), index.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
-    return index;
+}
+
+const Object::Group_Index& Object::All_Frames()
+{
+    if (!has_all_frames_) {
+        has_all_frames_ = true;
+        for (int i = 0; frames_ != nullptr && Item_Of(*frames_, i) != nullptr; ++i) {
+            Add_To(all_frames_, Item_Of(*frames_, i));
+        }
+        Sort(all_frames_);
+    }
+    return all_frames_;
 }
 
 const Object::Group_Index& Object::Current_Frame()
 {
     const int item = way_.front().item;
     if (frame_number_ != item) {
-        frame_ = Index_Of(Item_Of(*frames_, item));
+        frame_.clear();
+        Add_To(frame_, Item_Of(*frames_, item));
+        Sort(frame_);
         frame_number_ = item;
     }
     return frame_;
@@ -159,18 +176,8 @@ bool Object::Follow_In(const Group_Index& index, const DICOM_Step& operand, unsi
 
 bool Object::Any_In_Groups(const DICOM_Step& operand, unsigned short group, const Visit& visit)
 {
-    if (Follow_In(shared_, operand, group, visit)) {
-        return true;
-    }
-    if (In_Frame()) {
-        return Follow_In(Current_Frame(), operand, group, visit);
-    }
-    for (int i = 0; frames_ != nullptr && Item_Of(*frames_, i) != nullptr; ++i) {
-        if (Follow_In(Index_Of(Item_Of(*frames_, i)), operand, group, visit)) {
-            return true;
-        }
-    }
-    return false;
+    return Follow_In(shared_, operand, group, visit) ||
+           Follow_In(In_Frame() ? Current_Frame() : All_Frames(), operand, group, visit);
 }
 
 bool Object::Any_Of(const DICOM_Step& operand, unsigned short group, const Visit& visit)

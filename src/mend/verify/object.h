@@ -81,8 +81,11 @@ private:
     /** The elements of a functional group item and of the groups in it, by tag. */
     using Group_Index = std::vector<std::pair<Tag, const DICOM_List*>>;
 
-    static Group_Index Index_Of(DICOM_List* item);
+    static void Add_To(Group_Index& index, DICOM_List* item);
+    static void Sort(Group_Index& index);
     const Group_Index& Current_Frame();
+    /** Of conditions outside of frames, which look into all of them. */
+    const Group_Index& All_Frames();
     bool In_Frame() const
     {
         return !way_.empty() && way_.front().sequence == Frame_Groups_Tag;
@@ -102,6 +105,8 @@ private:
     const DICOM_List* frames_ = nullptr;
     Group_Index shared_;
     Group_Index frame_;
+    Group_Index all_frames_;
+    bool has_all_frames_ = false;
     int frame_number_ = -1;
 };
 

@@ -1,5 +1,6 @@
 #include "mend/verify/parts.h"
 
+#include "mend/verify/value_view.h"
 #include "mend/verify/verify.h"
 
 #include <algorithm>
@@ -92,10 +93,26 @@ bool Parts::Is_Possible(const DICOM_Rule& rule) const
     return part == nullptr || part->usage != 'C' || State_Of(*part).required != Truth::False;
 }
 
-int Parts::Possible_Modules(std::span<const DICOM_Rule> rules) const
+bool Parts::Is_Possible(const DICOM_Rule& rule, const DICOM_List& record) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    if (!Is_Possible(rule) || part == nullptr || part->usage == 'M' || rule.value_set_count == 0) {
+        return Is_Possible(rule);
+    }
+    const Value_View value(object_.Set(), record);
+    return !value.Is_Known() || std::all_of(rule.value_sets, rule.value_sets + rule.value_set_count,
+                                            [&](const DICOM_Value_Set& set) {
+                                                const bool is_closed = set.is_extensible == 0 &&
+                                                                       set.has_more == 0 &&
+                                                                       set.when.step_count == 0;
+                                                return !is_closed || First_Outside(value, set) == 0;
+                                            });
+}
+
+int Parts::Possible_Modules(std::span<const DICOM_Rule> rules, const DICOM_List& record) const
 {
     return static_cast<int>(std::count_if(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
-        return rule.part >= 0 && Is_Possible(rule);
+        return rule.part >= 0 && Is_Possible(rule, record);
     }));
 }
 
@@ -104,7 +121,7 @@ void Parts::Look_At(const DICOM_List& node)
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
     const DICOM_List* const record =
         Object::Repeats(node.group) ? Find_Repeated(node) : object_.Find(Tag_Of(node));
-    const int modules = record != nullptr ? Possible_Modules(rules) : 0;
+    const int modules = record != nullptr ? Possible_Modules(rules, *record) : 0;
     const bool is_alone = std::count_if(rules.begin(), rules.end(),
                                         [](const DICOM_Rule& rule) { return rule.part >= 0; }) == 1;
     for (const DICOM_Rule& rule : rules) {
@@ -117,8 +134,9 @@ void Parts::Look_At(const DICOM_List& node)
             state.is_there = state.is_there || record != nullptr;
             state.asks =
                 state.asks || (part == rule.part && is_alone && Is_Required_Type(rule.type));
-            const bool is_own = is_alone || (modules == 1 && Is_Possible(rule));
-            if (record != nullptr && is_own && state.own == nullptr) {
+            const bool is_own =
+                record != nullptr && (is_alone || (modules == 1 && Is_Possible(rule, *record)));
+            if (is_own && state.own == nullptr) {
                 state.own = record;
             }
         }

@@ -57,8 +57,10 @@ private:
     const DICOM_List* Find_Repeated(const DICOM_List& node) const;
     /** Nothing rules the module of a rule out. */
     bool Is_Possible(const DICOM_Rule& rule) const;
+    /** Nor does the value of an attribute: the shape of a shutter tells which module it is of. */
+    bool Is_Possible(const DICOM_Rule& rule, const DICOM_List& record) const;
     /** Modules that may have put an attribute there. */
-    int Possible_Modules(std::span<const DICOM_Rule> rules) const;
+    int Possible_Modules(std::span<const DICOM_Rule> rules, const DICOM_List& record) const;
     void Report_Both(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings);
     const State& State_Of(const DICOM_Part& part) const
     {

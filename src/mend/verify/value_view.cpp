@@ -151,6 +151,20 @@ bool Value_View::Equals(int index, std::string_view text) const
     return number && number == Number_Of(text);
 }
 
+int First_Outside(const Value_View& value, const DICOM_Value_Set& set)
+{
+    const int first = set.value_number != 0 ? set.value_number - 1 : 0;
+    const int end = set.value_number != 0 ? std::min(first + 1, value.Count()) : value.Count();
+    for (int i = first; i < end; ++i) {
+        const bool is_empty = value.Text(i).empty();
+        if (!is_empty && std::none_of(set.values, set.values + set.count,
+                                      [&](const char* text) { return value.Equals(i, text); })) {
+            return i + 1;
+        }
+    }
+    return 0;
+}
+
 std::optional<int> Value_Count(const Data_Set& set, const DICOM_List& record)
 {
     if (VR_Of(record) == VR_SQ || Item_Of(record, 0) != nullptr) {

@@ -4,6 +4,8 @@
 
 #include "mend/reading/data_set.h"
 
+#include <Lib_DICOM/rules.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,6 +45,9 @@ private:
     int count_ = 0;
     bool is_known_ = true;
 };
+
+/** The first value that a set does not name, as its number from 1; 0 when there is none. */
+int First_Outside(const Value_View& value, const DICOM_Value_Set& set);
 
 /** The number of values of a record, or of its items; nothing where it cannot be told. */
 std::optional<int> Value_Count(const Data_Set& set, const DICOM_List& record);

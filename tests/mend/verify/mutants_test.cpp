@@ -6,6 +6,7 @@
 #include "support/samples.h"
 
 #include "mend/interface/heal.h"
+#include "mend/verify/condition.h"
 #include "mend/verify/verify.h"
 
 #include <gtest/gtest.h>
@@ -121,7 +122,12 @@ private:
             });
         const bool is_group = finding.fault == Fault::Functional_Group &&
                               mutant.path.ends_with(Tag_Text(finding.tag));
-        return is_module || is_group ||
+        // Of two attributes one of which is to be there, the other one is said to be missing.
+        const bool is_other =
+            finding.fault == Fault::Missing && mutant.fault == Fault::Missing &&
+            finding.path.starts_with(mutant.path.substr(0, mutant.path.rfind('/') + 1)) &&
+            finding.text.ends_with("since " + Spoken_Name(mutant.tag) + " is not there");
+        return is_module || is_group || is_other ||
                (finding.fault == mutant.fault && finding.path == mutant.path);
     }
     static std::string Key(const Finding& finding)

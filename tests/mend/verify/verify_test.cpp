@@ -26,6 +26,10 @@ public:
         directory_.Write("modules/m", "name \"Picture\"\n(0028,0010) 1 US\n(0028,0011) 2 US\n");
         directory_.Write("modules/o", "name \"Overlay\"\n(6000,0010) 1 US\n(6000,0011) 1 US\n");
         directory_.Write("modules/n", "name \"Rows\"\n(0028,0010) 1 US\n");
+        directory_.Write("modules/r", "(0018,1600) 1 CS in \"ROUND\"\n"
+                                      "(0018,1612) 1C IS if (0018,1600) present\n");
+        directory_.Write("modules/b", "(0018,1600) 1 CS in \"BITS\"\n"
+                                      "(0018,1623) 1C US if (0018,1600) present\n");
         directory_.Write("macros/g", "name \"Measures\"\n(0028,9110) 1 SQ\n>(0028,0030) 1 DS\n");
         directory_.Write("codes/index", "42 cid-0042 \"A\"\n42 cid-0042-99sdm \"A\"\n");
         directory_.Write("codes/cid-0042", "# A\nDCM 1 one\nDCM 2 two\n");
