@@ -151,9 +151,11 @@ def same_with_any_number_of_jobs():
                     assert (scratch / "one.dcm").read_bytes() == output
         names = [r["file"] for r in files]
         assert names == sorted(names, key=lambda name: [os.fsencode(part) for part in name.split("/")])
-        assert len(list(csv.reader(io.StringIO((scratch / "run1/r.csv").read_text("utf-8"))))) == FILES + 1
+        table = list(csv.reader(io.StringIO((scratch / "run1/r.csv").read_text("utf-8"))))
+        assert len(table) == FILES + 1 + 1 + len(totals["devices"]) and {len(row) for row in table} == {14}
+        assert table[FILES + 1][0] == "(total)" and f"failed:{count['cut']}" in table[FILES + 1][9]
         summary = seen[0][4].decode("utf-8").splitlines()[-1]
-        assert f"left: {count['foreign']} not DICOM, 1 hidden, 2 symbolic links" in summary, summary
+        assert f"left: {count['foreign']} not DICOM, 1 hidden, 2 by symbolic links" in summary, summary
         # Runs put together come to the same, whatever they are read from.
         one = run("report", "--json", scratch / "run1/r.jsonl").stdout
         assert json.loads(one)["devices"] == totals["devices"] and json.loads(one)["files"] == dicom
@@ -181,7 +183,8 @@ def killed_runs_lose_and_repeat_nothing(kills):
     """The log has each file once when its work was done once; what is in the tree is whole at any moment."""
     with Scratch() as scratch:
         make_archive(scratch / "in", FILES)
-        run("mend", "--to", scratch / "whole", "--report", scratch / "whole.jsonl", scratch / "in", status=2)
+        run("mend", "--to", "whole", "--quarantine", "apart", "--report", "whole.jsonl", "in", status=2, cwd=scratch)
+        apart = tree(scratch / "apart")
         whole, chance = tree(scratch / "whole"), random.Random(3)
         start = time.monotonic()
         run("mend", "--to", scratch / "timed", scratch / "in", status=2)
@@ -189,20 +192,23 @@ def killed_runs_lose_and_repeat_nothing(kills):
         killed = 0
         while killed < kills:
             out = scratch / "out"
-            arguments = [TOOL, "mend", "--to", str(out), "--report", str(scratch / "out.jsonl"), "--resume", str(scratch / "in")]
+            # A relative name means the same before and after the folder is there.
+            arguments = [TOOL, "mend", "--to", "out", "--quarantine", "bad", "--report", str(scratch / "out.jsonl"), "--resume", "in"]
             for _ in range(5):
-                process = subprocess.Popen(arguments, stderr=subprocess.DEVNULL)
+                process = subprocess.Popen(arguments, cwd=scratch, stderr=subprocess.DEVNULL)
                 time.sleep(chance.uniform(0, length / 3))
                 process.send_signal(signal.SIGKILL)
                 killed += process.wait() == -signal.SIGKILL
                 for name, data in tree(out).items() if out.exists() else ():
                     assert name.parts[0].startswith(".dicom-mend") or whole[name] == data, name
-            assert subprocess.run(arguments, stderr=subprocess.DEVNULL).returncode == 2
+            assert subprocess.run(arguments, cwd=scratch, stderr=subprocess.DEVNULL).returncode == 2
             after = tree(out)
             assert after == whole, [name for name in after.keys() | whole.keys() if after.get(name) != whole.get(name)]
-            assert report(scratch / "out.jsonl").replace("/out/", "/whole/") == report(scratch / "whole.jsonl")
+            assert report(scratch / "out.jsonl").replace('"out/', '"whole/') == report(scratch / "whole.jsonl")
             done = [name for kind, name in state_records(scratch / "out.state") if kind == "D"]
             assert len(done) == len(set(done)) == FILES, (len(done), len(set(done)))
+            assert tree(scratch / "bad") == apart
+            shutil.rmtree(scratch / "bad")
             shutil.rmtree(out)
             (scratch / "out.state").unlink()
 
@@ -234,7 +240,7 @@ def changed_and_missing_files_are_done_again():
         changed = scratch / "in" / names[1]
         changed.write_bytes(made("1.2.3.999"))
         again = run(*arguments, "--resume")
-        assert b"1 have changed since" in again.stderr and b"48 were done before" in again.stderr, again.stderr
+        assert b"changed since: 1" in again.stderr and b"done before: 48" in again.stderr, again.stderr
         after = tree(scratch / "out")
         assert after.keys() == whole.keys() and after[names[0]] == whole[names[0]]
         assert b"1.2.3.999" in after[names[1]]
@@ -294,6 +300,18 @@ def a_worker_that_dies_costs_its_file():
         assert f"{scratch}/pipe: error: cannot be worked on: its process was ended by signal 9 (Killed)" in out, out
         records = [json.loads(line) for line in (scratch / "r.jsonl").read_text().splitlines()]
         assert collections.Counter(r["status"] for r in records if "file" in r) == {"clean": 40, "failed": 1}
+        # What nobody knows of the file is tried again.
+        for name in names:
+            pathlib.Path(name).write_bytes(made("1.2.3", pixels=60000))
+        arguments = ("mend", "--to", "new", "--jobs", "1", "in")
+        process = subprocess.Popen([TOOL, *arguments], cwd=scratch, stderr=subprocess.DEVNULL)
+        for pid in iter(lambda: workers_of(process.pid)[-1:], None):
+            if pid and len(list((scratch / "new").glob("*"))) > 3:
+                os.kill(pid[0], signal.SIGKILL)
+                break
+        process.wait()
+        run(*arguments, "--resume", cwd=scratch)
+        assert len(tree(scratch / "new")) == 40
 
 
 def workers_of(pid):
@@ -324,10 +342,9 @@ def layouts_stay_below_their_folder():
         assert {str(name) for name in made_tree if name.parts[0] == "twin"} == {
             "twin/20200101-OT/image.dcm", "twin/20200101-OT/image~2.dcm", "twin/20200101-OT/image~3.dcm"}
         for number in (1, 2):
-            assert f"in/same{number}: warning: another file has the name twin/20200101-OT/image.dcm; " \
-                   f"this one is twin/20200101-OT/image~{number + 1}.dcm".encode() in done.stderr, done.stderr
-        for bad in ("", "/x/{PatientID}", "{Patient}", "{PatientID", "plain", "{PatientID}/"):
-            run("mend", "--to", scratch / "o", f"--layout={bad}" if bad else "--layout=/", scratch / "in", status=2)
+            assert f"in/same{number}: warning: another file has its name; a number tells them apart".encode() in done.stderr
+        for bad in ("", "../{PatientID}", "a//{PatientID}", "/x/{PatientID}", "{Patient}", "{PatientID", "plain", "{PatientID}/"):
+            run("mend", "--to", scratch / "o", "--layout", bad, scratch / "in", status=2)
         assert not (scratch / "o").exists()
         run("mend", "--to", scratch / "again", "--layout", layout, scratch / "in")
         assert len(tree(scratch / "again")) == len(made_tree)
@@ -361,6 +378,14 @@ def rooms_and_rights():
                                   capture_output=True)
             assert done.returncode == 2 and b"plain: error: Permission denied" in done.stderr, done.stderr[-500:]
             assert b"files (" in done.stderr.splitlines()[-1]
+        # Inputs are not written over, nor is what others wrote when a run is gone on with.
+        before = tree(scratch / "in")
+        for inputs in (("in",), ("in/plain",), ("in/zlarge",)):
+            done = run("mend", "--to", "in", "--force", *inputs, cwd=scratch, status=2)
+            assert b"which is never overwritten" in done.stderr
+        assert tree(scratch / "in") == before
+        done = run("mend", "--to", scratch / "other", scratch / "in", "--resume", status=2)
+        assert b"exists already" in done.stderr and (scratch / "other" / "zlarge").read_bytes() == b"mine"
         # The outputs of a run may stand among its inputs.
         run("mend", "--to", scratch / "in" / "mended", scratch / "in", status=2)
         count = len(tree(scratch / "in" / "mended"))

@@ -282,7 +282,7 @@ void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layou
     struct stat status = {};
     if (!error.empty() || lstat(item.staged.c_str(), &status) != 0) {
         record.failure = "its output " + (error.empty() ? "is gone" : error);
-        record.is_unwritten = true;
+        record.try_again = true;
         record.status = Exit_Failure;
         return;
     }

@@ -158,6 +158,14 @@ void Add_Record(CLI::App& command, dicom_mend::Run_Options& run, const char* pla
     command.add_flag("--resume", run.resume, "Go on with a run that was interrupted or killed");
 }
 
+/** The same for a folder, whether it is there already or not. */
+std::string Whole_Path(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(path, error);
+    return std::filesystem::weakly_canonical(whole, error).string();
+}
+
 /** The options that decide about outputs: a run has to go on with the same ones. */
 std::string Terms_Of(const CLI::App& command, const dicom_mend::Run_Options& run)
 {
@@ -177,10 +185,9 @@ std::string Terms_Of(const CLI::App& command, const dicom_mend::Run_Options& run
             terms += " " + value;
         }
     }
-    std::error_code error;
-    terms += "\n" + std::filesystem::weakly_canonical(run.to, error).string();
+    terms += "\n" + Whole_Path(run.to);
     for (const std::string& path : run.walk.paths) {
-        terms += "\n" + std::filesystem::weakly_canonical(path, error).string();
+        terms += "\n" + Whole_Path(path);
     }
     return terms;
 }
@@ -303,6 +310,9 @@ void Add_Inputs(CLI::App& command, dicom_mend::Mend_Request& request)
                     "--to OUT_DIR");
             }
             return;
+        }
+        if (command.get_option("--layout")->count() > 0 && request.layout.empty()) {
+            throw CLI::ValidationError("--layout is empty");
         }
         if (!request.garbage.empty()) {
             throw CLI::ValidationError(

@@ -128,9 +128,11 @@ std::string Sarif_Log::Result(const std::string& file, const Finding& finding)
     return result + "}";
 }
 
-std::string Sarif_Log::Tail(bool complete, const std::string& artifacts) const
+std::string Sarif_Log::Tail(bool complete, const std::string& artifacts,
+                            const std::string& totals) const
 {
     return "\n]," + (artifacts.empty() ? "" : "\"artifacts\":[" + artifacts + "\n],") +
+           (totals.empty() ? "" : "\"properties\":{\"totals\":" + totals + "},") +
            "\"invocations\":[{\"executionSuccessful\":" + (complete ? "true" : "false") + "}]}]}\n";
 }
 

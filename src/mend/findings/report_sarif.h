@@ -26,8 +26,10 @@ public:
     /**
      * @param complete   false when a file could not be read
      * @param artifacts  what is said of the files themselves, objects with commas between them
+     * @param totals     of all files, an object; empty for none
      */
-    std::string Tail(bool complete, const std::string& artifacts = {}) const;
+    std::string Tail(bool complete, const std::string& artifacts = {},
+                     const std::string& totals = {}) const;
     /** A file name as a URI reference (RFC 3986). */
     static std::string URI_Of(std::string_view file);
 

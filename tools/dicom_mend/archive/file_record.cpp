@@ -117,7 +117,7 @@ void Pack(const File_Record& record, Packer& packer)
         packer.Put(number);
     }
     for (const bool flag :
-         {record.is_foreign, record.is_unwritten, record.has_output, record.has_facts}) {
+         {record.is_foreign, record.try_again, record.has_output, record.has_facts}) {
         packer.Put(flag);
     }
     packer.Put(std::uint64_t{record.findings.size()});
@@ -148,7 +148,7 @@ File_Record Unpack_Record(Unpacker& bytes)
     }
     record.status = static_cast<Exit_Status>(std::min<std::uint64_t>(bytes.Number(), Exit_Failure));
     for (bool* const flag :
-         {&record.is_foreign, &record.is_unwritten, &record.has_output, &record.has_facts}) {
+         {&record.is_foreign, &record.try_again, &record.has_output, &record.has_facts}) {
         *flag = bytes.Flag();
     }
     record.findings.resize(bytes.Count());

@@ -60,8 +60,8 @@ struct File_Record {
     std::string sum_in;
     std::string sum_out;
     std::int64_t microseconds = 0;
-    /** The mended file could not be written, for `failure`: the file itself is not to blame. */
-    bool is_unwritten = false;
+    /** Not the file itself is to blame: its output could not be written, or its worker died. */
+    bool try_again = false;
     /** The mended file waits at the staged place. */
     bool has_output = false;
     std::int64_t output_size = 0;

@@ -113,6 +113,11 @@ std::string Layout::Parse(std::string_view text)
     if (text.empty() || text.front() == '/' || text.back() == '/') {
         return "has to be a path of a file below OUT_DIR, such as {PatientID}/{SOPInstanceUID}.dcm";
     }
+    for (const char* const part : {"/../", "/./", "//"}) {
+        if (("/" + std::string(text) + "/").find(part) != std::string::npos) {
+            return "has to be a plain path below OUT_DIR, without \".\", \"..\" and empty parts";
+        }
+    }
     bool has_element = false;
     while (!text.empty()) {
         const std::size_t brace = text.find_first_of("{}");

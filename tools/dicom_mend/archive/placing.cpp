@@ -89,7 +89,8 @@ bool Placing::Is_In_Place(const File_Record& record)
                                   S_ISREG(status.st_mode) && status.st_size == record.output_size);
 }
 
-std::string Placing::Put(const std::string& staged, const std::string& path, bool replace)
+std::string Placing::Put(const std::string& staged, const std::string& path,
+                         const std::string& input, bool replace)
 {
     const std::string around = path.substr(0, path.find_last_of('/'));
     if (around != last_folder_) {
@@ -119,6 +120,9 @@ std::string Placing::Put(const std::string& staged, const std::string& path, boo
         return {};
     }
     const std::string fault = lib_mend::Target_Fault(path, true);
+    if (lib_mend::Is_Same_File(input, path)) {
+        return "is the input, which is never overwritten";
+    }
     if (!fault.empty()) {
         return fault;
     }
@@ -141,13 +145,13 @@ void Placing::Choose(File_Record& record, const std::string& own)
     taken_.insert(std::hash<std::string>()(record.output));
     if (name != wanted) {
         Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
-                    "another file has the name " + wanted + "; this one is " + name);
+                    "another file has its name; a number tells them apart");
     }
 }
 
 bool Placing::Place(File_Record& record, const std::string& staged, bool is_own)
 {
-    const std::string error = Put(staged, record.output, force_ || is_own);
+    const std::string error = Put(staged, record.output, record.path, force_ || is_own);
     if (error.empty()) {
         return true;
     }
@@ -158,6 +162,26 @@ bool Placing::Place(File_Record& record, const std::string& staged, bool is_own)
     record.output.clear();
     record.has_output = false;
     return false;
+}
+
+bool Stands_In(const std::string& path, const std::string& folder)
+{
+    std::error_code error;
+    const fs::path inside = fs::weakly_canonical(fs::absolute(path, error), error);
+    const fs::path around = fs::weakly_canonical(fs::absolute(folder, error), error);
+    return std::mismatch(around.begin(), around.end(), inside.begin(), inside.end()).first ==
+           around.end();
+}
+
+void Clear_Copies(const std::string& folder)
+{
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(folder, error);
+         !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (entry->path().filename().string().starts_with(".dicom-mend-")) {
+            unlink(entry->path().c_str());
+        }
+    }
 }
 
 std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values)

@@ -44,7 +44,8 @@ public:
     static bool Is_In_Place(const File_Record& record);
 
 private:
-    std::string Put(const std::string& staged, const std::string& path, bool replace);
+    std::string Put(const std::string& staged, const std::string& path, const std::string& input,
+                    bool replace);
 
     std::string folder_;
     std::string work_;
@@ -55,6 +56,12 @@ private:
 
 /** Creates a folder and those around it; the reason of a failure. */
 std::string Make_Folders(const std::string& path);
+
+/** Tells whether a path is a folder, or leads to something below it. */
+bool Stands_In(const std::string& path, const std::string& folder);
+
+/** Removes what is left of copies that were cut short. */
+void Clear_Copies(const std::string& folder);
 
 /** Copies a file and its findings, so that it can be looked at apart; the reason of a failure. */
 std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values);

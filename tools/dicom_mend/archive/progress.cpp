@@ -83,14 +83,14 @@ std::string Progress_Text(const Progress_State& state)
 
 std::string Summary_Text(const Totals& totals, const Walk_Counts& left)
 {
-    std::string text = Count_Text(totals.files) + " files (" + Size_Text(totals.bytes) +
-                       "): " + Count_Text(totals.clean) + " clean, " +
+    std::string text = Count_Text(totals.files) + (totals.files == 1 ? " file (" : " files (") +
+                       Size_Text(totals.bytes) + "): " + Count_Text(totals.clean) + " clean, " +
                        Count_Text(totals.with_findings) + " with findings, " +
                        Count_Text(totals.failed) + " not whole";
     const std::pair<std::uint64_t, const char*> others[] = {
         {totals.foreign, "not DICOM"},
         {left.hidden, "hidden"},
-        {left.links, "symbolic links"},
+        {left.links, "by symbolic links"},
         {left.special, "not regular"},
     };
     const char* separator = "; left: ";

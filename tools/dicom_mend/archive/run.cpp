@@ -64,6 +64,7 @@ private:
     void Tell_Ready(bool all);
     void Tell(Slot& slot);
     void Place(Slot& slot);
+    void Keep_Apart(Slot& slot);
     void Add(const File_Record& record);
     void Show(const Plan& plan);
     bool Is_Ended(const Plan& plan) const;
@@ -86,6 +87,9 @@ private:
     std::int64_t done_bytes_ = 0;
     std::uint64_t findings_ = 0;
     std::uint64_t changed_ = 0;
+    /** Files that the log knew when the run began, and those of them that were met again. */
+    std::uint64_t logged_ = 0;
+    std::uint64_t known_ = 0;
     std::uint64_t finished_ = 0;
     Exit_Status status_ = Exit_Clean;
     /** Why no more files are begun; empty while they are. */
@@ -122,6 +126,15 @@ std::string Run::Prepare()
             return folder + ": error: cannot be made: " + error;
         }
     }
+    for (const std::string& path : options_.walk.paths) {
+        if (!options_.to.empty() && Stands_In(path, options_.to)) {
+            return options_.to + ": error: holds the input " + path +
+                   ", which is never overwritten";
+        }
+    }
+    if (!options_.quarantine.empty() && options_.resume) {
+        Clear_Copies(options_.quarantine);
+    }
     const std::string state = State_Path(options_);
     if (!state.empty()) {
         const std::string error =
@@ -130,6 +143,7 @@ std::string Run::Prepare()
             return state + ": error: " + error;
         }
         session_ = state_.Session();
+        logged_ = state_.Files();
         placing_.Set_Taken(state_.Outputs());
     }
     if (!options_.report.empty()) {
@@ -194,6 +208,7 @@ void Run::Look_Up(Slot& slot)
     if (!logged) {
         return;
     }
+    ++known_;
     slot.own = logged->own;
     if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
         ++changed_;
@@ -256,14 +271,14 @@ void Run::Take_Done(Done_File&& file)
     slot.stage = Slot::Stage::Done;
     slot.staged = slot.item.staged;
     slot.record = std::move(file.record);
-    slot.is_final = slot.record.failure.empty() && !slot.record.is_unwritten;
+    slot.is_final = slot.record.failure.empty() && !slot.record.try_again;
     ++done_files_;
     done_bytes_ += slot.item.size;
     findings_ += slot.record.findings.size();
     if (slot.is_final) {
         state_.Put_Done(slot.record, slot.staged);
     }
-    if (slot.record.is_unwritten && Is_Full(slot.record.failure) && stopped_.empty()) {
+    if (slot.record.try_again && Is_Full(slot.record.failure) && stopped_.empty()) {
         stopped_ = "there is no room left in " + options_.to;
     }
 }
@@ -278,8 +293,9 @@ void Run::Place(Slot& slot)
     placing_.Choose(record, slot.is_finished ? std::string() : slot.own);
     // The log says first where the file will be, so that it is found there whenever the run is killed.
     state_.Put_Placed(record);
-    if (!placing_.Place(record, slot.staged, record.output == slot.own)) {
-        state_.Put_Gone(record);
+    const std::string output = record.output;
+    if (!placing_.Place(record, slot.staged, output == slot.own)) {
+        state_.Put_Gone(record, output);
     }
 }
 
@@ -298,6 +314,20 @@ void Run::Add(const File_Record& record)
     report_.Add(shown);
 }
 
+/** Copies what could not be mended whole to the quarantine. */
+void Run::Keep_Apart(Slot& slot)
+{
+    File_Record& record = slot.record;
+    if (options_.quarantine.empty() || record.status != Exit_Failure) {
+        return;
+    }
+    const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
+    if (!error.empty()) {
+        Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                    "cannot be copied to " + options_.quarantine + ": " + error);
+    }
+}
+
 void Run::Tell(Slot& slot)
 {
     File_Record& record = slot.record;
@@ -308,14 +338,13 @@ void Run::Tell(Slot& slot)
         Add(record);
         return;
     }
+    // The log says that a file is told of when nothing is left to do for it.
+    Keep_Apart(slot);
     if (slot.is_final) {
+        const Exit_Status before = record.status;
         Place(slot);
-    }
-    if (!options_.quarantine.empty() && record.status == Exit_Failure && !slot.item.path.empty()) {
-        const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
-        if (!error.empty()) {
-            Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
-                        "cannot be copied to " + options_.quarantine + ": " + error);
+        if (record.status != before) {
+            Keep_Apart(slot);
         }
     }
     line_.Clear();
@@ -371,8 +400,11 @@ void Run::Print_Summary(const Plan& plan) const
         return;
     }
     std::string text = Summary_Text(totals_, plan.Counts());
-    text += finished_ > 0 ? "; " + Count_Text(finished_) + " were done before" : "";
-    text += changed_ > 0 ? "; " + Count_Text(changed_) + " have changed since" : "";
+    text += finished_ > 0 ? "; done before: " + Count_Text(finished_) : "";
+    text += changed_ > 0 ? "; changed since: " + Count_Text(changed_) : "";
+    if (stopped_.empty() && logged_ > known_) {
+        text += "; not there any more: " + Count_Text(logged_ - known_);
+    }
     std::fprintf(stderr, "%s\n", text.c_str());
     if (!stopped_.empty()) {
         std::fprintf(stderr, "%s: the run is not at its end%s\n", stopped_.c_str(),
@@ -416,6 +448,7 @@ Exit_Status Run::All()
         return Exit_Failure;
     }
     Walk_Options walk = options_.walk;
+    walk.outputs = options_.to;
     for (const std::string& folder : {options_.to, options_.quarantine}) {
         File_Identity identity;
         if (!folder.empty() && Identity_Of(folder, identity)) {

@@ -99,23 +99,55 @@ public:
         for (const auto& [kind, count] : kinds) {
             all += (all.empty() ? "" : " ") + kind + ":" + std::to_string(count);
         }
+        return Row({record.path, record.output, std::to_string(record.size), record.sum_in,
+                    record.sum_out, record.sop_class, record.device.manufacturer,
+                    record.device.model, record.device.software, std::string(Status_Name(record)),
+                    std::to_string(severities[lib_mend::Severity::Error]),
+                    std::to_string(severities[lib_mend::Severity::Warning]), all,
+                    Seconds_Of(record)});
+    }
+    /** Rows whose file is "(total)": of all files, and of each device and software version. */
+    std::string Tail(const Totals& totals, bool) override
+    {
+        const std::string all = "clean:" + std::to_string(totals.clean) +
+                                " findings:" + std::to_string(totals.with_findings) +
+                                " failed:" + std::to_string(totals.failed) +
+                                " left:" + std::to_string(totals.foreign);
+        std::string rows = Total(std::to_string(totals.bytes), {}, all, totals.kinds);
+        for (const auto& [device, count] : totals.devices) {
+            const std::uint64_t clean = count.files - count.with_findings - count.failed;
+            rows += Total("", device,
+                          "clean:" + std::to_string(clean) +
+                              " findings:" + std::to_string(count.with_findings) +
+                              " failed:" + std::to_string(count.failed),
+                          count.kinds);
+        }
+        return rows;
+    }
+
+private:
+    static std::string Total(const std::string& bytes, const Device& device,
+                             const std::string& statuses, const Totals::Kinds& kinds)
+    {
+        std::map<lib_mend::Severity, std::uint64_t> severities;
+        std::string all;
+        for (const auto& [kind, count] : kinds) {
+            severities[kind.first] += count.findings;
+            all += (all.empty() ? "" : " ") + kind.second + ":" + std::to_string(count.findings);
+        }
+        return Row({"(total)", "", bytes, "", "", "", device.manufacturer, device.model,
+                    device.software, statuses,
+                    std::to_string(severities[lib_mend::Severity::Error]),
+                    std::to_string(severities[lib_mend::Severity::Warning]), all, ""});
+    }
+    static std::string Row(const std::vector<std::string>& cells)
+    {
         std::string row;
-        for (const std::string& cell :
-             {record.path, record.output, std::to_string(record.size), record.sum_in,
-              record.sum_out, record.sop_class, record.device.manufacturer, record.device.model,
-              record.device.software, std::string(Status_Name(record)),
-              std::to_string(severities[lib_mend::Severity::Error]),
-              std::to_string(severities[lib_mend::Severity::Warning]), all, Seconds_Of(record)}) {
+        for (const std::string& cell : cells) {
             row += (row.empty() ? "" : ",") + Cell(cell);
         }
         return row + "\r\n";
     }
-    std::string Tail(const Totals&, bool) override
-    {
-        return {};
-    }
-
-private:
     static std::string Cell(const std::string& text)
     {
         std::string cell = lib_mend::Printable(text);
@@ -155,7 +187,7 @@ public:
     std::string Tail(const Totals& totals, bool complete) override
     {
         failed_ = totals.failed > 0;
-        return log_.Tail(complete && !failed_, artifacts_);
+        return log_.Tail(complete && !failed_, artifacts_, Totals_JSON(totals));
     }
 
 private:

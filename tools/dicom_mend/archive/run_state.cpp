@@ -177,6 +177,7 @@ void Run_State::Learn()
                 terms_ = *bytes;
             } else if (kind == Gone_Kind) {
                 places_.erase(Number_Of(unpacker.Text()));
+                outputs_.erase(std::hash<std::string>()(unpacker.Text()));
             } else {
                 Places& places = places_[Number_Of(unpacker.Text())];
                 places.placed = kind == Placed_Kind ? at : places.placed;
@@ -254,11 +255,12 @@ void Run_State::Put_Done(const File_Record& record, const std::string& staged)
     Put(Done_Kind, packer.Bytes());
 }
 
-void Run_State::Put_Gone(const File_Record& record)
+void Run_State::Put_Gone(const File_Record& record, const std::string& output)
 {
     if (Is_Open()) {
         Packer packer;
         packer.Put(record.relative);
+        packer.Put(output);
         Put(Gone_Kind, packer.Bytes());
     }
 }

@@ -57,10 +57,15 @@ public:
     void Put_Done(const File_Record& record, const std::string& staged);
     /** A file has been said, and its output is in its place. */
     void Put_Placed(const File_Record& record);
-    /** What was put of a file does not hold any more. */
-    void Put_Gone(const File_Record& record);
+    /** What was put of a file does not hold any more. @param output  where it was to stand */
+    void Put_Gone(const File_Record& record, const std::string& output);
     /** Another text for each run that went on with the log. */
     std::string Session() const;
+    /** How many files the log knows. */
+    std::size_t Files() const
+    {
+        return places_.size();
+    }
     /** Hash values of the paths of all outputs. */
     const std::unordered_set<std::size_t>& Outputs() const
     {

@@ -1,5 +1,7 @@
 #include "archive/walk.h"
 
+#include "archive/placing.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -168,6 +170,10 @@ bool Walk::Next_Named(Walk_Entry& entry)
         }
         struct stat status = {};
         entry.item.path = path;
+        if (!is_path && !options_.outputs.empty() && Stands_In(path, options_.outputs)) {
+            entry.trouble = "stands in the folder of the outputs";
+            return true;
+        }
         if (stat(path.c_str(), &status) != 0) {
             entry.trouble = std::strerror(errno);
             return true;

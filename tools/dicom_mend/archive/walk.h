@@ -36,6 +36,8 @@ struct Walk_Options {
     std::uint64_t shards = 1;
     /** Folders that the run itself writes to. */
     std::vector<File_Identity> own_folders;
+    /** Where outputs go; what a list names in it is not taken. Empty for nowhere. */
+    std::string outputs;
 };
 
 /** What was passed over. */

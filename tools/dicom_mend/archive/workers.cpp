@@ -229,6 +229,7 @@ std::vector<Done_File> Workers::Take()
             file.record.relative = worker.item->relative;
             file.record.size = worker.item->size;
             file.record.modified = worker.item->modified;
+            file.record.try_again = true;
             Add_Finding(file.record, lib_mend::Fault::Worker_Died, lib_mend::Level::Error,
                         "cannot be worked on: its process " + how);
             done.push_back(std::move(file));
