@@ -2,7 +2,6 @@
 
 #include "archive/layout.h"
 #include "garbage.h"
-#include "list.h"
 #include "lookup.h"
 #include "mend/findings/letters.h"
 #include "mend/healing/character_set.h"
@@ -15,7 +14,6 @@
 #include "mend/reading/reader.h"
 #include "mend/verify/iod.h"
 #include "suggestions.h"
-#include "terminal.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -35,37 +33,6 @@ using lib_mend::Findings;
 using lib_mend::Library_Session;
 using lib_mend::Printable;
 using lib_mend::Source;
-
-void List_File(const Work_Item& item, const List_Request& request, const Terminal& terminal,
-               bool is_last, File_Record& record)
-{
-    Findings findings;
-    const Library_Session session(findings);
-    const std::shared_ptr<Source> source = Open(item.path, record.failure);
-    if (source == nullptr) {
-        record.status = Exit_Failure;
-        return;
-    }
-    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    record.is_foreign = set.foreign && item.is_found;
-    if (record.is_foreign) {
-        return;
-    }
-    if (request.format == List_Format::TSV) {
-        Print_TSV(set);
-    } else if (request.format == List_Format::JSON) {
-        Print_JSON(set, findings);
-    } else {
-        if (request.run.Asks_For_Run() || request.run.walk.paths.size() > 1) {
-            std::printf("%s\n", Printable(Name_Of(item.path)).c_str());
-        }
-        Print_Text(set, terminal);
-    }
-    Describe(set, findings, record);
-    if (is_last) {
-        Keep_To_The_End(std::move(set));
-    }
-}
 
 /**
  * Makes one line of a definition file of "TAG=VALUE" or "KEYWORD=VALUE".
@@ -375,37 +342,6 @@ void Keep_To_The_End(lib_mend::Data_Set&& set)
 {
     static auto& kept = *new std::deque<lib_mend::Data_Set>;
     kept.push_back(std::move(set));
-}
-
-Exit_Status Run_List(const List_Request& request)
-{
-    const Terminal terminal = Look_At(STDOUT_FILENO);
-    const bool is_json = request.format == List_Format::JSON;
-    const bool is_array =
-        is_json && (request.run.walk.paths.size() != 1 || request.run.Asks_For_Run());
-    const char* separator = is_array ? "[\n" : "";
-    const auto work = [&](const Work_Item& item, File_Record& record, bool is_last) {
-        if (!request.run.Asks_For_Run()) {
-            std::fputs(separator, stdout);
-        }
-        List_File(item, request, terminal, is_last, record);
-    };
-    const auto tell = [&](const File_Record& record) {
-        if (record.is_foreign) {
-            return;
-        }
-        if (request.run.Asks_For_Run()) {
-            std::fputs(separator, stdout);
-        }
-        separator = is_array ? ",\n" : "";
-        std::fputs(is_json && !record.failure.empty() ? "null" : "", stdout);
-        std::fwrite(record.printed.data(), 1, record.printed.size(), stdout);
-        Report(record, request.run.verbosity, request.run.show_values);
-    };
-    const Exit_Status status = Go_Through(request.run, work, tell);
-    const bool is_empty = is_array && *separator == '[';
-    std::fputs(is_empty ? "[\n]\n" : is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
-    return Finish_Output(status);
 }
 
 Exit_Status Run_Mend(const Mend_Request& request)

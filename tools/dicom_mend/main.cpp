@@ -3,9 +3,11 @@
 #include "command_faults.h"
 #include "commands.h"
 #include "explain_kind.h"
+#include "help_texts.h"
 #include "lookup.h"
 #include "mend/healing/character_terms.h"
 #include "report_command.h"
+#include "run_options.h"
 
 #include <CLI/CLI.hpp>
 #include <Lib_DICOM_Mend/dicom_mend.h>
@@ -32,62 +34,6 @@ using lib_mend::Output_Syntax;
 constexpr char Description[] =
     "Reads damaged DICOM files, says what is wrong with them, and writes "
     "clean Part 10 files.";
-constexpr char Foot[] =
-    "dicom-mend help COMMAND shows the options of a command, with examples.\n"
-    "\n"
-    "Findings go to standard error, one a line, those of check to standard output.\n"
-    "Exit status: 0 nothing to report, 1 findings, 2 something could not be read or\n"
-    "written.";
-
-/** Examples of each command, and where its output goes. */
-constexpr std::pair<const char*, const char*> Feet[] = {
-    {"list", "Examples:\n"
-             "  dicom-mend list image.dcm                what a file holds, for people\n"
-             "  dicom-mend list --format tsv image.dcm   for programs\n"
-             "  dicom-mend list --format json image.dcm  in the DICOM JSON model\n"
-             "\n"
-             "The listing goes to standard output, findings to standard error."},
-    {"check",
-     "Examples:\n"
-     "  dicom-mend check image.dcm               what is wrong with a file\n"
-     "  dicom-mend check --module auto --study folder\n"
-     "                                           also against the standard, and each other\n"
-     "  dicom-mend check --format html folder >findings.html\n"
-     "\n"
-     "Findings go to standard output."},
-    {"mend", "Examples:\n"
-             "  dicom-mend mend old.dcm new.dcm          a clean copy of a file\n"
-             "  dicom-mend mend --to clean --report clean.jsonl archive\n"
-             "                                           of all files of a folder\n"
-             "  dicom-mend mend --syntax explicit-little --record old.dcm new.dcm\n"
-             "\n"
-             "Findings go to standard error."},
-    {"undo", "Examples:\n"
-             "  dicom-mend mend --record old.dcm new.dcm\n"
-             "  dicom-mend undo new.dcm old-values.dcm"},
-    {"from-json", "Examples:\n"
-                  "  dicom-mend list --format json image.dcm >image.json\n"
-                  "  dicom-mend from-json image.json image.dcm"},
-    {"complete",
-     "Examples:\n"
-     "  dicom-mend complete old.dcm new.dcm      supply what its kind of image requires\n"
-     "  dicom-mend complete --module SC --set ConversionType=WSD old.dcm new.dcm\n"
-     "\n"
-     "What is supplied and what is still missing goes to standard error."},
-    {"report", "Examples:\n"
-               "  dicom-mend report clean.jsonl            what a run came to\n"
-               "  dicom-mend report --to all.html shard-*.jsonl"},
-    {"dict", "Examples:\n"
-             "  dicom-mend dict 0010,0010 WindowCenter"},
-    {"uid", "Examples:\n"
-            "  dicom-mend uid 1.2.840.10008.1.2 \"CT Image\""},
-    {"code", "Examples:\n"
-             "  dicom-mend code 4021 fluorodeoxyglucose  of a context group, by its number"},
-    {"explain", "Examples:\n"
-                "  dicom-mend explain                       all kinds\n"
-                "  dicom-mend explain offset-table duplicate"},
-};
-
 void Add_Verbosity(CLI::App& command, dicom_mend::Run_Options& run)
 {
     Verbosity& verbosity = run.verbosity;
@@ -102,114 +48,6 @@ void Add_Verbosity(CLI::App& command, dicom_mend::Run_Options& run)
             "Report also what is worth knowing but no fault")
         ->excludes(quiet)
         ->option_text(" ");
-}
-
-/** "2/8": the part and the number of parts. */
-std::string Take_Shard(const std::string& text, dicom_mend::Walk_Options& walk)
-{
-    unsigned long long shard = 0;
-    unsigned long long shards = 0;
-    char rest = 0;
-    if (std::sscanf(text.c_str(), "%llu/%llu%c", &shard, &shards, &rest) != 2 || shard == 0 ||
-        shard > shards) {
-        return "has to be K/N, the part and the number of parts, for example 2/8";
-    }
-    walk.shard = shard;
-    walk.shards = shards;
-    return {};
-}
-
-/** What commands have in common that take files and folders. */
-void Add_Run(CLI::App& command, dicom_mend::Run_Options& run)
-{
-    command
-        .add_option("--jobs", run.jobs,
-                    "Number of worker processes; the number of cores by default")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("N");
-    command
-        .add_option("--from-list", run.walk.list,
-                    "File with the names of files and folders, one a line; - is standard input")
-        ->option_text("FILE");
-    command.add_flag("-0,--null", run.walk.nul_separated, "The names in the list end with NUL");
-    command.add_flag("--follow", run.walk.follow, "Follow symbolic links in folders");
-    command
-        .add_option_function<std::string>(
-            "--shard",
-            [&run](const std::string& text) {
-                const std::string fault = Take_Shard(text, run.walk);
-                if (!fault.empty()) {
-                    throw CLI::ValidationError("--shard " + text, fault);
-                }
-            },
-            "Take the K-th of N parts of the files, the same on every machine")
-        ->option_text("K/N");
-}
-
-/** What is kept of a run. */
-void Add_Record(CLI::App& command, dicom_mend::Run_Options& run, const char* place)
-{
-    command
-        .add_option("--report", run.report,
-                    "File for what became of each file, and totals: .jsonl, .csv, .sarif or .html")
-        ->option_text("FILE");
-    command.add_option("--state", run.state, std::string("File for the state of the run") + place)
-        ->option_text("FILE");
-    command.add_flag("--resume", run.resume, "Go on with a run that was interrupted or killed");
-}
-
-/** The same for a folder, whether it is there already or not. */
-std::string Whole_Path(const std::string& path)
-{
-    std::error_code error;
-    const std::filesystem::path whole = std::filesystem::absolute(path, error);
-    return std::filesystem::weakly_canonical(whole, error).string();
-}
-
-/** The options that decide about outputs: a run has to go on with the same ones. */
-std::string Terms_Of(const CLI::App& command, const dicom_mend::Run_Options& run)
-{
-    constexpr std::string_view Others[] = {"--jobs",  "--report",    "--state", "--resume",
-                                           "--quiet", "--verbose",   "--force", "--to",
-                                           "--help",  "--quarantine"};
-    std::string terms = command.get_name();
-    for (const CLI::Option* const option : command.get_options()) {
-        const std::string name = option->get_name();
-        const bool is_other =
-            std::find(std::begin(Others), std::end(Others), name) != std::end(Others);
-        if (option->count() == 0 || is_other || !name.starts_with('-')) {
-            continue;
-        }
-        terms += "\n" + name;
-        for (const std::string& value : option->results()) {
-            terms += " " + value;
-        }
-    }
-    terms += "\n" + Whole_Path(run.to);
-    for (const std::string& path : run.walk.paths) {
-        terms += "\n" + Whole_Path(path);
-    }
-    return terms;
-}
-
-/** Says what options of a run do not go together; throws CLI::ValidationError. */
-void Check_Run(const CLI::App& command, dicom_mend::Run_Options& run)
-{
-    const auto refuse = [](const char* text) {
-        throw CLI::ValidationError(text);
-    };
-    if (run.walk.paths.empty() && run.walk.list.empty()) {
-        refuse("FILE, FOLDER or --from-list is required");
-    }
-    if (run.resume && run.state.empty() && run.to.empty()) {
-        refuse("--resume needs the --state of the run");
-    }
-    const auto inputs = std::count(run.walk.paths.begin(), run.walk.paths.end(), "-");
-    if (inputs > 0 && (run.Asks_For_Run() || inputs > 1)) {
-        refuse("standard input stands for one file, and for nothing else");
-    }
-    run.command = command.get_name();
-    run.terms = Terms_Of(command, run);
 }
 
 std::string Charset_Fault(const std::string& terms)
@@ -256,9 +94,9 @@ CLI::App* Add_List(CLI::App& app, dicom_mend::List_Request& request)
         ->add_option("FILE", request.run.walk.paths,
                      "Files to read, folders, or - for standard input")
         ->option_text("...");
-    Add_Run(*command, request.run);
+    dicom_mend::Add_Run(*command, request.run);
     Add_Verbosity(*command, request.run);
-    command->final_callback([command, &request] { Check_Run(*command, request.run); });
+    command->final_callback([command, &request] { dicom_mend::Check_Run(*command, request.run); });
     return command;
 }
 
@@ -295,8 +133,8 @@ void Add_Inputs(CLI::App& command, dicom_mend::Mend_Request& request)
         .add_option("--quarantine", run.quarantine,
                     "Folder for copies of what could not be mended whole, with the findings")
         ->option_text("DIR");
-    Add_Run(command, run);
-    Add_Record(command, run, "; OUT_DIR.state by default");
+    dicom_mend::Add_Run(command, run);
+    dicom_mend::Add_Record(command, run, "; OUT_DIR.state by default");
     Add_Verbosity(command, run);
     command.final_callback([&command, &request, &run] {
         if (run.to.empty()) {
@@ -319,7 +157,7 @@ void Add_Inputs(CLI::App& command, dicom_mend::Mend_Request& request)
                 "--keep-garbage takes the bytes of one file, and not of many");
         }
         run.to = dicom_mend::Without_Slash(run.to);
-        Check_Run(command, run);
+        dicom_mend::Check_Run(command, run);
     });
 }
 
@@ -430,11 +268,11 @@ CLI::App* Add_Check(CLI::App& app, dicom_mend::Check_Request& request)
         ->add_option("FILE", request.run.walk.paths,
                      "Files to check, folders, or - for standard input")
         ->option_text("...");
-    Add_Run(*command, request.run);
-    Add_Record(*command, request.run, "");
+    dicom_mend::Add_Run(*command, request.run);
+    dicom_mend::Add_Record(*command, request.run, "");
     Add_Verbosity(*command, request.run);
     command->final_callback([command, &request] {
-        Check_Run(*command, request.run);
+        dicom_mend::Check_Run(*command, request.run);
         if (request.run.resume && request.study) {
             throw CLI::ValidationError("--study compares all files, and cannot go on with a run");
         }
@@ -528,7 +366,7 @@ dicom_mend::Exit_Status Run_Chosen(const Commands& commands)
 int Run(int argc, char** argv)
 {
     CLI::App app(Description, "dicom-mend");
-    app.footer(Foot);
+    app.footer(dicom_mend::Foot);
     app.require_subcommand(1);
     app.set_version_flag("--version", [] {
         return std::string("dicom-mend ") + DICOM_MEND_VERSION + "\nwith " +
@@ -598,7 +436,7 @@ int Run(int argc, char** argv)
              return Run_Code(code);
          }},
     };
-    for (const auto& [name, foot] : Feet) {
+    for (const auto& [name, foot] : dicom_mend::Feet) {
         app.get_subcommand(name)->footer(foot);
     }
     const std::string unknown = dicom_mend::Unknown_Word(app, {argv + 1, argv + argc});

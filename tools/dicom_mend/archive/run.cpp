@@ -42,7 +42,7 @@ public:
                    [this, work](const Work_Item& item, File_Record& record) {
                        Work(work, item, record);
                    }),
-          placing_(options.to, Work_Folder(options), options.force),
+          placing_(options.to, options.Work_Folder(), options.force),
           line_(options.verbosity != Verbosity::Quiet)
     {
     }
@@ -50,9 +50,6 @@ public:
     Exit_Status All();
 
 private:
-    static std::string Shard_Text(const Run_Options& options);
-    static std::string Work_Folder(const Run_Options& options);
-    static std::string State_Path(const Run_Options& options);
     std::string Prepare();
     void Work(const File_Work& work, const Work_Item& item, File_Record& record) const;
     void Fill(Plan& plan);
@@ -98,29 +95,10 @@ private:
     Workers::Clock::time_point shown_ = start_;
 };
 
-std::string Run::Shard_Text(const Run_Options& options)
-{
-    return options.walk.shards > 1 ? "-" + std::to_string(options.walk.shard) + "-of-" +
-                                         std::to_string(options.walk.shards)
-                                   : "";
-}
-
-std::string Run::Work_Folder(const Run_Options& options)
-{
-    return options.to + "/.dicom-mend" + Shard_Text(options);
-}
-
-std::string Run::State_Path(const Run_Options& options)
-{
-    return !options.state.empty() || options.to.empty()
-               ? options.state
-               : options.to + State_Ending + Shard_Text(options);
-}
-
 std::string Run::Prepare()
 {
     for (const std::string& folder :
-         {options_.to.empty() ? std::string() : Work_Folder(options_), options_.quarantine}) {
+         {options_.to.empty() ? std::string() : options_.Work_Folder(), options_.quarantine}) {
         const std::string error = folder.empty() ? std::string() : Make_Folders(folder);
         if (!error.empty()) {
             return folder + ": error: cannot be made: " + error;
@@ -135,7 +113,7 @@ std::string Run::Prepare()
     if (!options_.quarantine.empty() && options_.resume) {
         Clear_Copies(options_.quarantine);
     }
-    const std::string state = State_Path(options_);
+    const std::string state = options_.State_Path();
     if (!state.empty()) {
         const std::string error =
             state_.Open(state, options_.terms, options_.resume, options_.force);
@@ -433,7 +411,7 @@ Exit_Status Run::Finish(const Plan& plan)
         status_ = Exit_Failure;
     }
     if (!state_.Failure().empty()) {
-        Report_Failure(State_Path(options_), state_.Failure());
+        Report_Failure(options_.State_Path(), state_.Failure());
         status_ = Exit_Failure;
     }
     Print_Summary(plan);
@@ -470,26 +448,6 @@ Exit_Status Run::All()
 }
 
 }  // namespace
-
-std::string Without_Slash(std::string path)
-{
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
-    return path;
-}
-
-bool Run_Options::Asks_For_Run() const
-{
-    constexpr std::size_t Many = 16;
-    const auto is_folder = [](const std::string& path) {
-        std::error_code error;
-        return std::filesystem::is_directory(path, error);
-    };
-    return jobs != 0 || !to.empty() || !report.empty() || !state.empty() || !walk.list.empty() ||
-           walk.shards > 1 || walk.paths.size() >= Many ||
-           std::any_of(walk.paths.begin(), walk.paths.end(), is_folder);
-}
 
 Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
 {

@@ -33,6 +33,14 @@ struct Run_Options {
 
     /** Anything asks for a run, and not for a few files one after the other. */
     bool Asks_For_Run() const;
+    /** Where outputs wait to be placed. */
+    std::string Work_Folder() const;
+    /** The file of the state; empty where there is none. */
+    std::string State_Path() const;
+
+private:
+    /** "-2-of-8", or nothing. */
+    std::string Shard_Text() const;
 };
 
 /** A path of a folder without slashes behind it. */

@@ -1,0 +1,81 @@
+#include "commands.h"
+#include "list.h"
+#include "mend/findings/letters.h"
+#include "mend/reading/reader.h"
+#include "terminal.h"
+
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include <unistd.h>
+
+namespace dicom_mend {
+
+namespace {
+
+void List_File(const Work_Item& item, const List_Request& request, const Terminal& terminal,
+               bool is_last, File_Record& record)
+{
+    lib_mend::Findings findings;
+    const lib_mend::Library_Session session(findings);
+    const std::shared_ptr<lib_mend::Source> source = Open(item.path, record.failure);
+    if (source == nullptr) {
+        record.status = Exit_Failure;
+        return;
+    }
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    record.is_foreign = set.foreign && item.is_found;
+    if (record.is_foreign) {
+        return;
+    }
+    if (request.format == List_Format::TSV) {
+        Print_TSV(set);
+    } else if (request.format == List_Format::JSON) {
+        Print_JSON(set, findings);
+    } else {
+        if (request.run.Asks_For_Run() || request.run.walk.paths.size() > 1) {
+            std::printf("%s\n", lib_mend::Printable(Name_Of(item.path)).c_str());
+        }
+        Print_Text(set, terminal);
+    }
+    Describe(set, findings, record);
+    if (is_last) {
+        Keep_To_The_End(std::move(set));
+    }
+}
+
+}  // namespace
+
+Exit_Status Run_List(const List_Request& request)
+{
+    const Terminal terminal = Look_At(STDOUT_FILENO);
+    const bool is_json = request.format == List_Format::JSON;
+    const bool is_array =
+        is_json && (request.run.walk.paths.size() != 1 || request.run.Asks_For_Run());
+    const char* separator = is_array ? "[\n" : "";
+    const auto work = [&](const Work_Item& item, File_Record& record, bool is_last) {
+        if (!request.run.Asks_For_Run()) {
+            std::fputs(separator, stdout);
+        }
+        List_File(item, request, terminal, is_last, record);
+    };
+    const auto tell = [&](const File_Record& record) {
+        if (record.is_foreign) {
+            return;
+        }
+        if (request.run.Asks_For_Run()) {
+            std::fputs(separator, stdout);
+        }
+        separator = is_array ? ",\n" : "";
+        std::fputs(is_json && !record.failure.empty() ? "null" : "", stdout);
+        std::fwrite(record.printed.data(), 1, record.printed.size(), stdout);
+        Report(record, request.run.verbosity, request.run.show_values);
+    };
+    const Exit_Status status = Go_Through(request.run, work, tell);
+    const bool is_empty = is_array && *separator == '[';
+    std::fputs(is_empty ? "[\n]\n" : is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
+    return Finish_Output(status);
+}
+
+}  // namespace dicom_mend

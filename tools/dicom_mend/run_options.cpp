@@ -1,0 +1,122 @@
+#include "run_options.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace dicom_mend {
+
+namespace {
+
+/** "2/8": the part and the number of parts. */
+std::string Take_Shard(const std::string& text, Walk_Options& walk)
+{
+    unsigned long long shard = 0;
+    unsigned long long shards = 0;
+    char rest = 0;
+    if (std::sscanf(text.c_str(), "%llu/%llu%c", &shard, &shards, &rest) != 2 || shard == 0 ||
+        shard > shards) {
+        return "has to be K/N, the part and the number of parts, for example 2/8";
+    }
+    walk.shard = shard;
+    walk.shards = shards;
+    return {};
+}
+
+/** The same for a folder, whether it is there already or not. */
+std::string Whole_Path(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(path, error);
+    return std::filesystem::weakly_canonical(whole, error).string();
+}
+
+/** The options that decide about outputs: a run has to go on with the same ones. */
+std::string Terms_Of(const CLI::App& command, const Run_Options& run)
+{
+    constexpr std::string_view Others[] = {"--jobs",  "--report",    "--state", "--resume",
+                                           "--quiet", "--verbose",   "--force", "--to",
+                                           "--help",  "--quarantine"};
+    std::string terms = command.get_name();
+    for (const CLI::Option* const option : command.get_options()) {
+        const std::string name = option->get_name();
+        const bool is_other =
+            std::find(std::begin(Others), std::end(Others), name) != std::end(Others);
+        if (option->count() == 0 || is_other || !name.starts_with('-')) {
+            continue;
+        }
+        terms += "\n" + name;
+        for (const std::string& value : option->results()) {
+            terms += " " + value;
+        }
+    }
+    terms += "\n" + Whole_Path(run.to);
+    for (const std::string& path : run.walk.paths) {
+        terms += "\n" + Whole_Path(path);
+    }
+    return terms;
+}
+
+}  // namespace
+
+void Add_Run(CLI::App& command, Run_Options& run)
+{
+    command
+        .add_option("--jobs", run.jobs,
+                    "Number of worker processes; the number of cores by default")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("N");
+    command
+        .add_option("--from-list", run.walk.list,
+                    "File with the names of files and folders, one a line; - is standard input")
+        ->option_text("FILE");
+    command.add_flag("-0,--null", run.walk.nul_separated, "The names in the list end with NUL");
+    command.add_flag("--follow", run.walk.follow, "Follow symbolic links in folders");
+    command
+        .add_option_function<std::string>(
+            "--shard",
+            [&run](const std::string& text) {
+                const std::string fault = Take_Shard(text, run.walk);
+                if (!fault.empty()) {
+                    throw CLI::ValidationError("--shard " + text, fault);
+                }
+            },
+            "Take the K-th of N parts of the files, the same on every machine")
+        ->option_text("K/N");
+}
+
+void Add_Record(CLI::App& command, Run_Options& run, const char* place)
+{
+    command
+        .add_option("--report", run.report,
+                    "File for what became of each file, and totals: .jsonl, .csv, .sarif or .html")
+        ->option_text("FILE");
+    command.add_option("--state", run.state, std::string("File for the state of the run") + place)
+        ->option_text("FILE");
+    command.add_flag("--resume", run.resume, "Go on with a run that was interrupted or killed");
+}
+
+void Check_Run(const CLI::App& command, Run_Options& run)
+{
+    const auto refuse = [](const char* text) {
+        throw CLI::ValidationError(text);
+    };
+    if (run.walk.paths.empty() && run.walk.list.empty()) {
+        refuse("FILE, FOLDER or --from-list is required");
+    }
+    if (run.resume && run.state.empty() && run.to.empty()) {
+        refuse("--resume needs the --state of the run");
+    }
+    const auto inputs = std::count(run.walk.paths.begin(), run.walk.paths.end(), "-");
+    if (inputs > 0 && (run.Asks_For_Run() || inputs > 1)) {
+        refuse("standard input stands for one file, and for nothing else");
+    }
+    run.command = command.get_name();
+    run.terms = Terms_Of(command, run);
+}
+
+}  // namespace dicom_mend
