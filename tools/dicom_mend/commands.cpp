@@ -244,8 +244,7 @@ void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layou
     const auto give = [&](const lib_mend::File_Taker& taker) {
         return file.Give(taker);
     };
-    const std::string error =
-        lib_mend::Write_Safely(item.staged, give, true, lib_mend::Syncing::Left_To_Caller);
+    const std::string error = lib_mend::Write_Staged(item.staged, give);
     struct stat status = {};
     if (!error.empty() || lstat(item.staged.c_str(), &status) != 0) {
         record.failure = "its output " + (error.empty() ? "is gone" : error);

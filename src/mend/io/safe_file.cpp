@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -121,6 +122,8 @@ private:
     sigset_t saved_;
 };
 
+constexpr mode_t Rights_Of_New_Files = 0666;
+
 /** What stands at the target's place. */
 struct Target {
     bool exists = false;
@@ -152,10 +155,22 @@ Target Look_At(const Folder& folder, const std::string& name, bool replace)
     return target;
 }
 
-/** A new file under a name of its own, which is removed again unless it was renamed. */
+/** A new file, which is removed again unless it was renamed or kept. */
 class Temporary_File {
 public:
-    /** @param mode  rights of the file as long as it is being written; the umask applies */
+    /** Under this name, over what stands there. */
+    Temporary_File(const Folder& folder, std::string name) : folder_(folder), name_(std::move(name))
+    {
+        descriptor_ =
+            openat(folder_.Descriptor(), name_.c_str(),
+                   O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, Rights_Of_New_Files);
+        is_there_ = descriptor_ >= 0;
+    }
+    /**
+     * Under a name of its own.
+     *
+     * @param mode  rights of the file as long as it is being written; the umask applies
+     */
     Temporary_File(const Folder& folder, mode_t mode) : folder_(folder)
     {
         constexpr int Tries = 100;
@@ -187,6 +202,10 @@ public:
     bool Opened() const
     {
         return is_there_;
+    }
+    void Keep()
+    {
+        is_there_ = false;
     }
     /** Stops with EINTR when a signal waits. */
     bool Write(std::span<const unsigned char> bytes, const Held_Signals& signals) const
@@ -312,6 +331,27 @@ private:
     bool is_there_ = false;
 };
 
+/** Writes what `give` hands over; the reason of a failure. */
+std::string Fill(Temporary_File& file, const Held_Signals& signals,
+                 const std::function<bool(const File_Taker&)>& give)
+{
+    bool writable = file.Opened();
+    const File_Taker taker = {
+        .take =
+            [&](std::span<const unsigned char> piece) {
+                writable = file.Write(piece, signals);
+                return writable;
+            },
+        .copy = [&](int from, std::int64_t offset,
+                    std::int64_t size) { return file.Copy(from, offset, size, signals); },
+    };
+    const bool given = writable && give(taker);
+    if (writable && !given) {
+        return "cannot be written, for a part of it cannot be read";
+    }
+    return writable ? "" : "cannot be written: " + System_Text();
+}
+
 }  // namespace
 
 bool Is_Same_File(const std::string& path, const std::string& other)
@@ -340,10 +380,8 @@ std::string Write_Safely(const std::string& path,
 }
 
 std::string Write_Safely(const std::string& path,
-                         const std::function<bool(const File_Taker&)>& give, bool replace,
-                         Syncing syncing)
+                         const std::function<bool(const File_Taker&)>& give, bool replace)
 {
-    const bool is_synced = syncing == Syncing::Now;
     const std::string name = Name_Of(path);
     const Folder folder(Folder_Of(path));
     const Target target = Look_At(folder, name, replace);
@@ -352,28 +390,32 @@ std::string Write_Safely(const std::string& path,
     }
     // The signals are let go after the file has been removed.
     const Held_Signals signals;
-    Temporary_File file(folder, target.exists ? S_IRUSR | S_IWUSR : 0666);
-    bool writable = file.Opened();
-    const File_Taker taker = {
-        .take =
-            [&](std::span<const unsigned char> piece) {
-                writable = file.Write(piece, signals);
-                return writable;
-            },
-        .copy = [&](int from, std::int64_t offset,
-                    std::int64_t size) { return file.Copy(from, offset, size, signals); },
-    };
-    const bool given = writable && give(taker);
-    if (writable && !given) {
-        return "cannot be written, for a part of it cannot be read";
+    Temporary_File file(folder, target.exists ? mode_t{S_IRUSR | S_IWUSR} : Rights_Of_New_Files);
+    std::string fault = Fill(file, signals, give);
+    if (!fault.empty()) {
+        return fault;
     }
-    if (!writable || (target.exists && !file.Take_Over(target.status)) ||
-        (is_synced && !file.Sync()) || !file.Close() || !file.Rename(name, replace)) {
+    if ((target.exists && !file.Take_Over(target.status)) || !file.Sync() || !file.Close() ||
+        !file.Rename(name, replace)) {
         return "cannot be written: " + System_Text();
     }
-    return !is_synced || folder.Sync()
-               ? ""
-               : "is written, but its folder cannot be synced: " + System_Text();
+    return folder.Sync() ? "" : "is written, but its folder cannot be synced: " + System_Text();
+}
+
+std::string Write_Staged(const std::string& path,
+                         const std::function<bool(const File_Taker&)>& give)
+{
+    const Folder folder(Folder_Of(path));
+    const Held_Signals signals;
+    Temporary_File file(folder, Name_Of(path));
+    std::string fault = Fill(file, signals, give);
+    if (fault.empty() && !file.Close()) {
+        fault = "cannot be written: " + System_Text();
+    }
+    if (fault.empty()) {
+        file.Keep();
+    }
+    return fault;
 }
 
 }  // namespace lib_mend

@@ -49,16 +49,21 @@ struct File_Taker {
     Range_Taker copy;
 };
 
-/** Whether file and folder are on the disk when the writing is done; of many files together that costs less. */
-enum class Syncing { Now, Left_To_Caller };
-
 /**
  * Writes what `give` hands to its argument, so that it need not be in memory together. `give` returns
  * false when its argument did, or when it has not got what it should give.
  */
 std::string Write_Safely(const std::string& path,
-                         const std::function<bool(const File_Taker&)>& give, bool replace,
-                         Syncing syncing = Syncing::Now);
+                         const std::function<bool(const File_Taker&)>& give, bool replace);
+
+/**
+ * Writes what `give` hands to its argument to a file that waits to be moved to its place: under its name at
+ * once, over what a killed process left there, and without syncing, which costs less for many files together.
+ *
+ * @return empty, or the reason of the failure; there is no file then
+ */
+std::string Write_Staged(const std::string& path,
+                         const std::function<bool(const File_Taker&)>& give);
 
 }  // namespace lib_mend
 

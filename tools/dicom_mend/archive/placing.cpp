@@ -73,7 +73,17 @@ Placing::Placing(std::string folder, std::string work, bool force)
 
 std::string Placing::Staged(const std::string& session, std::uint64_t index) const
 {
-    return work_ + "/" + session + "-" + std::to_string(index);
+    return work_ + "/" + std::to_string(index % Folders) + "/" + session + "-" +
+           std::to_string(index);
+}
+
+std::string Placing::Make_Work() const
+{
+    std::string error;
+    for (std::uint64_t i = 0; i < Folders && error.empty(); ++i) {
+        error = Make_Folders(work_ + "/" + std::to_string(i));
+    }
+    return error;
 }
 
 void Placing::Clear_Work() const

@@ -21,6 +21,8 @@ public:
 
     /** Where the worker leaves the output of a file. @param session  of the run, as its log counts */
     std::string Staged(const std::string& session, std::uint64_t index) const;
+    /** Makes the folders of staged outputs; the reason of a failure. */
+    std::string Make_Work() const;
     /** Removes what the workers of this run and of killed ones left. */
     void Clear_Work() const;
     /** Paths that other files of the run have, by their hash values. */
@@ -44,6 +46,9 @@ public:
     static bool Is_In_Place(const File_Record& record);
 
 private:
+    /** Workers that make files in one folder wait for each other. */
+    static constexpr std::uint64_t Folders = 8;
+
     std::string Put(const std::string& staged, const std::string& path, const std::string& input,
                     bool replace);
 

@@ -97,12 +97,13 @@ private:
 
 std::string Run::Prepare()
 {
-    for (const std::string& folder :
-         {options_.to.empty() ? std::string() : options_.Work_Folder(), options_.quarantine}) {
-        const std::string error = folder.empty() ? std::string() : Make_Folders(folder);
-        if (!error.empty()) {
-            return folder + ": error: cannot be made: " + error;
-        }
+    std::string error = options_.to.empty() ? std::string() : placing_.Make_Work();
+    if (!error.empty()) {
+        return options_.to + ": error: cannot be written to: " + error;
+    }
+    error = options_.quarantine.empty() ? std::string() : Make_Folders(options_.quarantine);
+    if (!error.empty()) {
+        return options_.quarantine + ": error: cannot be made: " + error;
     }
     for (const std::string& path : options_.walk.paths) {
         if (!options_.to.empty() && Stands_In(path, options_.to)) {
@@ -115,8 +116,7 @@ std::string Run::Prepare()
     }
     const std::string state = options_.State_Path();
     if (!state.empty()) {
-        const std::string error =
-            state_.Open(state, options_.terms, options_.resume, options_.force);
+        error = state_.Open(state, options_.terms, options_.resume, options_.force);
         if (!error.empty()) {
             return state + ": error: " + error;
         }
@@ -125,9 +125,8 @@ std::string Run::Prepare()
         placing_.Set_Taken(state_.Outputs());
     }
     if (!options_.report.empty()) {
-        const std::string error =
-            report_.Open(options_.report, options_.command, options_.show_values,
-                         options_.force || options_.resume);
+        error = report_.Open(options_.report, options_.command, options_.show_values,
+                             options_.force || options_.resume);
         if (!error.empty()) {
             return options_.report + ": error: " + error;
         }
