@@ -236,6 +236,10 @@ def changed_and_missing_files_are_done_again():
         whole = tree(scratch / "out")
         assert b"--resume" in run(*arguments, status=2).stderr
         names = sorted(whole)
+        # What the first run did not sum up for a report is summed up then.
+        run(*arguments, "--resume", "--report", scratch / "out.jsonl", status=2)
+        sums = {entry["sha256_out"] for entry in map(json.loads, open(scratch / "out.jsonl")) if "sha256_out" in entry}
+        assert sums == {hashlib.sha256(data).hexdigest() for data in whole.values()}
         (scratch / "out" / names[0]).unlink()
         changed = scratch / "in" / names[1]
         changed.write_bytes(made("1.2.3.999"))
@@ -408,6 +412,10 @@ def standard_streams():
         assert run("check", "--from-list", "-", "-0", input=zeros, status=1).stdout.count(b"(0008,0020)") == 2
         assert run("list", "--from-list", "-", "--null", "--format", "json", input=zeros).stdout.count(b"00080020") == 2
         run("check", "--from-list", scratch / "none", status=2)
+        # What has come through a named pipe is not asked for again.
+        os.mkfifo(scratch / "pipe")
+        with subprocess.Popen(["cp", scratch / "c", scratch / "pipe"]):
+            run("mend", "--to", scratch / "out", "--report", scratch / "out.jsonl", scratch / "pipe", status=1, timeout=60)
 
 
 KILLS = 100

@@ -1,5 +1,6 @@
 #include "check.h"
 
+#include "archive/file_sum.h"
 #include "commands.h"
 #include "mend/consistency/study.h"
 #include "mend/consistency/study_values.h"
@@ -152,20 +153,17 @@ void Check_File(const Work_Item& item, const Check_Request& request, bool is_las
 {
     Findings findings;
     const lib_mend::Library_Session session(findings);
-    const std::shared_ptr<lib_mend::Source> source = Open(item.path, record.failure);
-    if (source == nullptr) {
-        record.status = Exit_Failure;
-        return;
-    }
-    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    record.is_foreign = set.foreign && item.is_found;
+    std::optional<lib_mend::Data_Set> read = Read_Item(item, findings, record);
     if (record.is_foreign) {
         Findings left_out;
         left_out.Report(lib_mend::Fault::Not_Compared, lib_mend::Level::Info, {},
                         "is no DICOM file, and is left out");
         record.findings = left_out.All();
+    }
+    if (!read) {
         return;
     }
+    lib_mend::Data_Set& set = *read;
     lib_mend::Check(set, request.heal, findings);
     if (!request.explain.empty()) {
         Explain(set, request, record);
@@ -195,7 +193,8 @@ std::string Sum_Of_Contents(const std::string& path, const Check_Request& reques
     Findings findings;
     const lib_mend::Library_Session session(findings);
     std::string error;
-    const std::shared_ptr<lib_mend::Source> source = lib_mend::Source::Open(path, error);
+    const std::shared_ptr<lib_mend::Source> source =
+        Can_Be_Read_Again(path) ? lib_mend::Source::Open(path, error) : nullptr;
     if (source == nullptr) {
         return {};
     }
@@ -225,7 +224,7 @@ Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
 void Tell(const File_Record& record, const Check_Request& request, Progress& progress)
 {
     if (!request.explain.empty()) {
-        std::fwrite(record.printed.data(), 1, record.printed.size(), stdout);
+        record.printed.Print();
         Report(record, request.run.verbosity, request.run.show_values);
         return;
     }

@@ -215,16 +215,11 @@ void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layou
 {
     Findings findings;
     const Library_Session session(findings);
-    const std::shared_ptr<Source> source = Open(item.path, record.failure);
-    if (source == nullptr) {
-        record.status = Exit_Failure;
+    std::optional<lib_mend::Data_Set> read = Read_Item(item, findings, record);
+    if (!read) {
         return;
     }
-    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    record.is_foreign = set.foreign && item.is_found;
-    if (record.is_foreign) {
-        return;
-    }
+    lib_mend::Data_Set& set = *read;
     const bool is_left =
         layout.Is_Given() &&
         lib_mend::Find_Record(set.records.Head(), lib_mend::Directory_Sequence_Tag) != nullptr;
@@ -290,6 +285,19 @@ std::shared_ptr<Source> Open(const std::string& path, std::string& reason)
     return Source::Open(path == Standard_Stream ? "/dev/stdin" : path, reason);
 }
 
+std::optional<lib_mend::Data_Set> Read_Item(const Work_Item& item, Findings& findings,
+                                            File_Record& record)
+{
+    const std::shared_ptr<Source> source = Open(item.path, record.failure);
+    if (source == nullptr) {
+        record.status = Exit_Failure;
+        return std::nullopt;
+    }
+    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+    record.is_foreign = set.foreign && item.is_found;
+    return record.is_foreign ? std::nullopt : std::optional(std::move(set));
+}
+
 void Describe(const lib_mend::Data_Set& set, Findings& findings, File_Record& record)
 {
     findings.Sum_Up();
@@ -301,14 +309,18 @@ void Describe(const lib_mend::Data_Set& set, Findings& findings, File_Record& re
     const lib_mend::Character_Set characters(
         lib_mend::Text_In(set, set.records.Head(), lib_mend::Character_Set_Tag));
     const auto text = [&](lib_mend::Tag tag) {
-        return characters.To_UTF_8(set.Text(tag), VR_LO);
+        constexpr std::size_t Enough = 256;
+        const DICOM_List* const element = lib_mend::Find_Record(set.records.Head(), tag);
+        return element == nullptr || !lib_mend::Has_Value(*element)
+                   ? std::string()
+                   : characters.To_UTF_8(lib_mend::Trimmed(set.Value(*element, Enough)), VR_LO);
     };
-    record.sop_class = set.Text({0x0008, 0x0016});
+    record.sop_class = lib_mend::Text_In(set, set.records.Head(), {0x0008, 0x0016});
     if (record.sop_class.empty()) {
         // A directory has no other.
         record.sop_class = lib_mend::Text_In(set, set.meta.Head(), {0x0002, 0x0002});
     }
-    record.study = set.Text({0x0020, 0x000D});
+    record.study = lib_mend::Text_In(set, set.records.Head(), {0x0020, 0x000D});
     record.device = {text({0x0008, 0x0070}), text({0x0008, 0x1090}), text({0x0018, 0x1020})};
 }
 

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,13 @@ std::string Name_Of(const std::string& path);
 
 /** Opens a file for reading; null with the reason of a failure. */
 std::shared_ptr<lib_mend::Source> Open(const std::string& path, std::string& reason);
+
+/**
+ * Reads a file of a request. The record says why there is nothing more to do with it: that it cannot be
+ * opened, or that it is no DICOM file and was not named.
+ */
+std::optional<lib_mend::Data_Set> Read_Item(const Work_Item& item, lib_mend::Findings& findings,
+                                            File_Record& record);
 
 /** Takes over what was found in a file, and what the file says of itself. */
 void Describe(const lib_mend::Data_Set& set, lib_mend::Findings& findings, File_Record& record);

@@ -19,16 +19,11 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
 {
     lib_mend::Findings findings;
     const lib_mend::Library_Session session(findings);
-    const std::shared_ptr<lib_mend::Source> source = Open(item.path, record.failure);
-    if (source == nullptr) {
-        record.status = Exit_Failure;
+    std::optional<lib_mend::Data_Set> read = Read_Item(item, findings, record);
+    if (!read) {
         return;
     }
-    lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
-    record.is_foreign = set.foreign && item.is_found;
-    if (record.is_foreign) {
-        return;
-    }
+    lib_mend::Data_Set& set = *read;
     if (request.format == List_Format::TSV) {
         Print_TSV(set);
     } else if (request.format == List_Format::JSON) {
@@ -69,7 +64,7 @@ Exit_Status Run_List(const List_Request& request)
         }
         separator = is_array ? ",\n" : "";
         std::fputs(is_json && !record.failure.empty() ? "null" : "", stdout);
-        std::fwrite(record.printed.data(), 1, record.printed.size(), stdout);
+        record.printed.Print();
         Report(record, request.run.verbosity, request.run.show_values);
     };
     const Exit_Status status = Go_Through(request.run, work, tell);

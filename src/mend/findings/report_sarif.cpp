@@ -1,5 +1,6 @@
 #include "mend/findings/report_sarif.h"
 
+#include "mend/findings/fnv.h"
 #include "mend/findings/json_text.h"
 
 #include <Lib_DICOM_Mend/dicom_mend.h>
@@ -36,16 +37,13 @@ std::string Rule(const Finding_Kind& kind)
 
 /**
  * What makes two findings of a file the same one when the file is checked again, in the form in which code
- * hosts ask for it. Offsets move, kind and path stay; FNV-1a mixes them.
+ * hosts ask for it. Offsets move, kind and path stay.
  */
 std::string Fingerprint(const Finding_Kind& kind, const Finding& finding)
 {
-    std::uint64_t hash = 0xCBF29CE484222325U;
-    for (const char c : std::string(kind.name) + ' ' + finding.path) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
-    }
     char text[24];
-    std::snprintf(text, sizeof text, "%016" PRIx64 ":1", hash);
+    std::snprintf(text, sizeof text, "%016" PRIx64 ":1",
+                  FNV_1a(std::string(kind.name) + ' ' + finding.path));
     return text;
 }
 

@@ -57,16 +57,16 @@ Spool::~Spool()
     }
 }
 
-void Spool::Open_File()
+int Open_Nameless_File(std::string& folder)
 {
-    for (const std::string& folder : Folders()) {
-        folder_ = folder;
-        descriptor_ = Open_Without_Name(folder);
-        if (descriptor_ >= 0) {
-            return;
+    for (const std::string& each : Folders()) {
+        folder = each;
+        const int descriptor = Open_Without_Name(each);
+        if (descriptor >= 0) {
+            return descriptor;
         }
     }
-    Fail(folder_);
+    Fail(folder);
 }
 
 void Spool::Write(std::span<const unsigned char> bytes)
@@ -85,7 +85,7 @@ void Spool::Write(std::span<const unsigned char> bytes)
 void Spool::Put(std::span<const unsigned char> bytes)
 {
     if (descriptor_ < 0 && size_ + std::ssize(bytes) > most_in_memory_) {
-        Open_File();
+        descriptor_ = Open_Nameless_File(folder_);
         Write(bytes_);
         bytes_ = Bytes();
     }

@@ -24,6 +24,14 @@ public:
 };
 
 /**
+ * Opens a file without a name for reading and writing, where a Spool has its own.
+ * Throws Spool_Failure when no folder takes one.
+ *
+ * @param[out] folder  the one that it stands in
+ */
+int Open_Nameless_File(std::string& folder);
+
+/**
  * Takes bytes one after the other. The file that holds them has no name, so that it is gone with the
  * process whatever becomes of that, and nobody else may read it. It stands in TMPDIR, or where that is
  * not set in /var/tmp, which unlike /tmp is no part of the memory, and last in /tmp.
@@ -49,7 +57,6 @@ public:
     std::shared_ptr<Source> Finish(const std::string& name);
 
 private:
-    void Open_File();
     void Write(std::span<const unsigned char> bytes);
 
     std::int64_t most_in_memory_;

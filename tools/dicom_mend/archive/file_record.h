@@ -3,6 +3,7 @@
 #define TOOLS_DICOM_MEND_ARCHIVE_FILE_RECORD_H
 
 #include "archive/packing.h"
+#include "archive/printed.h"
 #include "mend/consistency/study.h"
 #include "mend/findings/faults.h"
 #include "report.h"
@@ -71,7 +72,7 @@ struct File_Record {
     lib_mend::Study_Facts facts;
     bool has_facts = false;
     /** The worker's standard output. */
-    std::string printed;
+    Printed printed;
     /** How many of the findings are of the worker; those of placing the output stand behind. */
     std::size_t found = 0;
     /** Path of the output, once it is in its place. */

@@ -6,6 +6,9 @@
 
 namespace dicom_mend {
 
+/** Not so what came through a pipe, which nobody may write to a second time. */
+bool Can_Be_Read_Again(const std::string& path);
+
 /** In hexadecimal; empty when the file cannot be read. */
 std::string Sum_Of_File(const std::string& path);
 

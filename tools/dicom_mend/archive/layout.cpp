@@ -1,5 +1,6 @@
 #include "archive/layout.h"
 
+#include "mend/findings/fnv.h"
 #include "mend/findings/letters.h"
 #include "mend/healing/character_set.h"
 #include "mend/healing/image.h"
@@ -39,10 +40,6 @@ std::string Fitting(std::string name)
     if (name.size() <= Most_Bytes) {
         return name;
     }
-    std::uint64_t hash = 0xCBF29CE484222325U;
-    for (const char c : name) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
-    }
     const auto is_inside = [](char c) {
         return (static_cast<unsigned char>(c) & 0xC0U) == 0x80;
     };
@@ -54,7 +51,8 @@ std::string Fitting(std::string name)
     while (cut > 0 && is_inside(name[cut])) {
         --cut;
     }
-    return name.substr(0, cut) + "~" + std::to_string(hash % 1'000'000'000'000) + ending;
+    return name.substr(0, cut) + "~" + std::to_string(lib_mend::FNV_1a(name) % 1'000'000'000'000) +
+           ending;
 }
 
 /** Names that some file systems keep for devices, and those that mean a folder itself. */

@@ -1,5 +1,6 @@
 #include "archive/placing.h"
 
+#include "archive/file_sum.h"
 #include "mend/findings/json_text.h"
 #include "mend/findings/report_json.h"
 #include "mend/io/safe_file.h"
@@ -214,6 +215,9 @@ std::string Quarantine(const std::string& folder, const File_Record& record, boo
     error = lib_mend::Write_Safely(path + ".findings.jsonl", {bytes}, true);
     if (!error.empty()) {
         return "the findings: " + error;
+    }
+    if (!Can_Be_Read_Again(record.path)) {
+        return "it is no regular file";
     }
     const std::shared_ptr<lib_mend::Source> source = lib_mend::Source::Open(record.path, error);
     if (source == nullptr) {

@@ -33,6 +33,15 @@ bool Is_Full(const std::string& reason)
            reason.find(std::strerror(EDQUOT)) != reason.npos;
 }
 
+/** @param output  where the output is, if there is one */
+void Add_Sums(File_Record& record, const std::string& output)
+{
+    if (!record.is_foreign) {
+        record.sum_in = Sum_Of_File(record.path);
+        record.sum_out = record.has_output ? Sum_Of_File(output) : std::string();
+    }
+}
+
 class Run {
 public:
     Run(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
@@ -142,9 +151,8 @@ void Run::Work(const File_Work& work, const Work_Item& item, File_Record& record
         Leave_Out_Values(record.findings);
     }
     record.found = record.findings.size();
-    if (!options_.report.empty() && !record.is_foreign) {
-        record.sum_in = Sum_Of_File(item.path);
-        record.sum_out = record.has_output ? Sum_Of_File(item.staged) : std::string();
+    if (!options_.report.empty()) {
+        Add_Sums(record, item.staged);
     }
 }
 
@@ -201,7 +209,12 @@ void Run::Look_Up(Slot& slot)
         return;
     }
     slot.record = std::move(logged->record);
+    slot.record.path = slot.item.path;
     slot.staged = std::move(logged->staged);
+    if (!options_.report.empty() && slot.record.sum_in.empty()) {
+        // The run that did it wrote no report.
+        Add_Sums(slot.record, is_staged ? slot.staged : slot.record.output);
+    }
     slot.is_final = true;
     slot.stage = Slot::Stage::Done;
 }

@@ -1,6 +1,7 @@
 #include "archive/run_state.h"
 
 #include "archive/processes.h"
+#include "mend/findings/fnv.h"
 
 #include <array>
 #include <cerrno>
@@ -34,16 +35,6 @@ std::string Sum_Of(char kind, std::string_view bytes)
         text += static_cast<char>(sum >> (8 * i));
     }
     return text;
-}
-
-/** FNV-1a; that two names of an archive share a number is told by the name in the record. */
-std::uint64_t Number_Of(std::string_view name)
-{
-    std::uint64_t hash = 0xCBF29CE484222325U;
-    for (const char c : name) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
-    }
-    return hash;
 }
 
 std::string System_Text()
@@ -176,10 +167,10 @@ void Run_State::Learn()
             if (kind == Terms_Kind) {
                 terms_ = *bytes;
             } else if (kind == Gone_Kind) {
-                places_.erase(Number_Of(unpacker.Text()));
+                places_.erase(lib_mend::FNV_1a(unpacker.Text()));
                 outputs_.erase(std::hash<std::string>()(unpacker.Text()));
             } else {
-                Places& places = places_[Number_Of(unpacker.Text())];
+                Places& places = places_[lib_mend::FNV_1a(unpacker.Text())];
                 places.placed = kind == Placed_Kind ? at : places.placed;
                 places.done = kind == Done_Kind ? at : places.done;
                 outputs_.insert(kind == Placed_Kind ? std::hash<std::string>()(unpacker.Text())
@@ -228,7 +219,7 @@ Logged_File Run_State::File_At(const Places& places) const
 
 std::optional<Logged_File> Run_State::Find(const std::string& relative) const
 {
-    const auto entry = places_.find(Number_Of(relative));
+    const auto entry = places_.find(lib_mend::FNV_1a(relative));
     if (entry == places_.end() || entry->second.done < 0) {
         return {};
     }
@@ -305,7 +296,7 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
         }
         Unpacker unpacker(*bytes);
         const std::string name = kind == Done_Kind ? unpacker.Text() : std::string();
-        const auto entry = state.places_.find(Number_Of(name));
+        const auto entry = state.places_.find(lib_mend::FNV_1a(name));
         // Of a file that was done again, the last record counts.
         if (kind == Done_Kind && entry != state.places_.end() && entry->second.done == at) {
             take(std::move(state.File_At(entry->second).record));

@@ -1,6 +1,7 @@
 #include "archive/walk.h"
 
 #include "archive/placing.h"
+#include "mend/findings/fnv.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -62,11 +63,8 @@ std::string Below(const std::string& path)
 
 bool Is_In_Shard(const Walk_Options& options, const Walk_Entry& entry)
 {
-    // A folder that cannot be read is told of once; FNV-1a gives each shard its part of the rest.
-    std::uint64_t hash = 0xCBF29CE484222325U;
-    for (const char c : entry.item.relative) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3U;
-    }
+    // A folder that cannot be read is told of once; each shard has its part of the rest.
+    std::uint64_t hash = lib_mend::FNV_1a(entry.item.relative);
     // The low bits of this hash follow the last letter closely.
     hash ^= hash >> 32;
     return hash % options.shards == options.shard - 1;

@@ -1,6 +1,7 @@
 #include "archive/workers.h"
 
 #include "archive/processes.h"
+#include "mend/io/spool.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +14,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,19 +22,6 @@
 namespace dicom_mend {
 
 namespace {
-
-/** A file without a name, on the disk rather than in memory: a listing may be larger than its file. */
-int Nameless_File()
-{
-    const char* const folder = std::getenv("TMPDIR");
-    for (const char* const path : {folder != nullptr ? folder : "/var/tmp", "/tmp"}) {
-        const int descriptor = open(path, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-        if (descriptor >= 0) {
-            return descriptor;
-        }
-    }
-    return memfd_create("dicom-mend", MFD_CLOEXEC);
-}
 
 void Do(const File_Work& work, const Work_Item& item, File_Record& record)
 {
@@ -107,7 +94,8 @@ void Workers::Start(Worker& worker)
     }
     worker.socket = ends[0];
     worker.received.clear();
-    worker.output = Nameless_File();
+    std::string folder;
+    worker.output = lib_mend::Open_Nameless_File(folder);
     worker.process = Start_Process([&] {
         for (const Worker& other : workers_) {
             if (other.socket >= 0) {
@@ -174,19 +162,10 @@ void Workers::Add_To(std::vector<pollfd>& polled) const
     }
 }
 
-std::string Workers::Printed_By(const Worker& worker)
+Printed Workers::Printed_By(const Worker& worker)
 {
     const off_t size = lseek(worker.output, 0, SEEK_CUR);
-    std::string printed(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
-    std::size_t done = 0;
-    while (done < printed.size()) {
-        const ssize_t count = pread(worker.output, printed.data() + done, printed.size() - done,
-                                    static_cast<off_t>(done));
-        if (count <= 0) {
-            throw std::runtime_error("what a worker printed cannot be read");
-        }
-        done += static_cast<std::size_t>(count);
-    }
+    Printed printed(worker.output, size, waiting_room_);
     // The position is shared with the worker, which has nothing to do before it is given more.
     if (size > 0 && (lseek(worker.output, 0, SEEK_SET) != 0 || ftruncate(worker.output, 0) != 0)) {
         throw std::runtime_error("what a worker printed cannot be emptied");

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -63,10 +64,11 @@ private:
     std::string End(Worker& worker);
     [[noreturn]] void Serve(const Worker& worker) const;
     bool Take_From(Worker& worker, std::vector<Done_File>& done);
-    static std::string Printed_By(const Worker& worker);
+    Printed Printed_By(const Worker& worker);
 
     File_Work work_;
     std::vector<Worker> workers_;
+    std::shared_ptr<Waiting_Room> waiting_room_;
 };
 
 }  // namespace dicom_mend
