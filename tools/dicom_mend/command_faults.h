@@ -15,7 +15,10 @@ namespace dicom_mend {
 /** Says which command or option there is not, and which there is; empty when all are there. */
 std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& words);
 
-/** Takes the names of an option's values; others are told with those that there are. */
+/**
+ * Takes the names of an option's values; others are told with those that there are. The validator's own
+ * name lists them, for the completion of words.
+ */
 template <class Value>
 CLI::Validator Choice(const std::vector<std::pair<const char*, Value>>& choices)
 {
@@ -34,7 +37,11 @@ CLI::Validator Choice(const std::vector<std::pair<const char*, Value>>& choices)
         }
         return "\"" + text + "\" has to be " + all + Suggestion(text, names);
     };
-    return CLI::Validator(take, "");
+    std::string listed;
+    for (const auto& [name, value] : choices) {
+        listed += (listed.empty() ? "" : "|") + std::string(name);
+    }
+    return CLI::Validator(take, "", listed);
 }
 
 }  // namespace dicom_mend

@@ -5,9 +5,11 @@
 #include "explain_kind.h"
 #include "help_texts.h"
 #include "lookup.h"
+#include "manual.h"
 #include "mend/healing/character_terms.h"
 #include "report_command.h"
 #include "run_options.h"
+#include "word_completion.h"
 
 #include <CLI/CLI.hpp>
 #include <Lib_DICOM_Mend/dicom_mend.h>
@@ -363,6 +365,26 @@ dicom_mend::Exit_Status Run_Chosen(const Commands& commands)
     return dicom_mend::Exit_Failure;
 }
 
+/**
+ * Answers what no person asks: the build for the manual, the shells for what a word may become.
+ *
+ * @return false when it is an ordinary command line
+ */
+bool Answer_Program(CLI::App& app, const std::vector<std::string>& words,
+                    dicom_mend::Exit_Status& status)
+{
+    if (words.size() == 2 && words.front() == "--manual") {
+        status = dicom_mend::Write_Manual(app, words.back());
+        return true;
+    }
+    if (!words.empty() && words.front() == "--completions") {
+        std::fputs(dicom_mend::Completions(app, {words.begin() + 1, words.end()}).c_str(), stdout);
+        status = dicom_mend::Finish_Output(dicom_mend::Exit_Clean);
+        return true;
+    }
+    return false;
+}
+
 int Run(int argc, char** argv)
 {
     CLI::App app(Description, "dicom-mend");
@@ -439,7 +461,13 @@ int Run(int argc, char** argv)
     for (const auto& [name, foot] : dicom_mend::Feet) {
         app.get_subcommand(name)->footer(foot);
     }
-    const std::string unknown = dicom_mend::Unknown_Word(app, {argv + 1, argv + argc});
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    dicom_mend::Exit_Status status = dicom_mend::Exit_Clean;
+    if (Answer_Program(app, words, status)) {
+        DICOM_Lib_Cleanup();
+        return status;
+    }
+    const std::string unknown = dicom_mend::Unknown_Word(app, words);
     if (!unknown.empty()) {
         std::fprintf(stderr, "%s\nRun with --help for more information.\n", unknown.c_str());
         return dicom_mend::Exit_Failure;
@@ -449,7 +477,7 @@ int Run(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
     }
-    const dicom_mend::Exit_Status status = Run_Chosen(commands);
+    status = Run_Chosen(commands);
     DICOM_Lib_Cleanup();
     return status;
 }
