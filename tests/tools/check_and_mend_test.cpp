@@ -266,6 +266,35 @@ TEST_F(Tool, ListsValuesAsTheyAreWritten)
     });
 }
 
+TEST_F(Tool, ShowsWhatIsAskedForAndWhatIsOther)
+{
+    Stream_Builder one;
+    one.Element(0x0008, 0x0020, "DA", "20200101").Element(0x0008, 0x1110, "SQ", "");
+    one.Sequence(0x0008, 0x1140).Item().Element(0x0008, 0x1155, "UI", "1.2.3 ").Item_End();
+    one.Item()
+        .Element(0x0008, 0x1155, "UI", "1.2.4 ")
+        .Element(0x0010, 0x0020, "LO", "A")
+        .Item_End();
+    one.Item().Item_End().Sequence_End();
+    one.Element(0x0010, 0x0020, "LO", "ACME  ").US(0x0028, 0x0010, 258);
+    one.Element(0x7FE0, 0x0010, "OW", std::string(200, 'x'));
+    Stream_Builder other(DICOM_Order_Explicit_VR | DICOM_Order_Big_Endian);
+    other.Element(0x0008, 0x0020, "DA", "20200102").Element(0x0008, 0x0060, "CS", "CT");
+    other.Sequence(0x0008, 0x1140).Item().Element(0x0008, 0x1155, "UI", "1.2.3").Item_End();
+    other.Item().Element(0x0008, 0x1155, "UI", "1.2.5 ").Element(0x0010, 0x0020, "LO", "A ");
+    other.Item_End().Sequence_End();
+    other.Element(0x0010, 0x0020, "SH", "ACME").US(0x0028, 0x0010, 258);
+    other.Element(0x7FE0, 0x0010, "OW", std::string(199, 'x') + "y");
+    Write("one.dcm", Part10_Head("1.2.840.10008.1.2.1") + one.Bytes());
+    Write("other.dcm", Part10_Head("1.2.840.10008.1.2.2") + other.Bytes());
+    For_Each_Case("tools/command_lines.cases", "lines", 3, [&](const Case_Row& row) {
+        const Outcome run =
+            Run_Shell("cd '" + Path(".") + "' && T=" DICOM_MEND_PROGRAM " && $T " + row[0]);
+        EXPECT_EQ(std::to_string(run.status), row[1]);
+        EXPECT_EQ(run.text, row[2]);
+    });
+}
+
 TEST_F(Tool, ListsNestedItems)
 {
     Stream_Builder stream(DICOM_Order_Explicit_VR | DICOM_Order_Big_Endian);

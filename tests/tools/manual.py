@@ -32,7 +32,7 @@ def check(page, text):
     formatted = shown(page)
     missing = []
     # The page leaves the name of operands out that have other words.
-    text = re.sub(r"^  FILE (?=IN OUT)", "  ", text, flags=re.M).replace(" ...", "...")
+    text = re.sub(r"^  FILE (?=IN OUT|A B)", "  ", text, flags=re.M).replace(" ...", "...")
     for line in text.splitlines():
         # The formatter's own words, and headings, are not those of the page.
         if line.startswith("Usage:") or re.fullmatch(r"\w+:", line):

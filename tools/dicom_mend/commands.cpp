@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "archive/layout.h"
+#include "diff.h"
 #include "garbage.h"
 #include "lookup.h"
 #include "mend/findings/letters.h"
@@ -10,10 +11,11 @@
 #include "mend/interface/element_path.h"
 #include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
+#include "mend/io/spool.h"
 #include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/iod.h"
-#include "suggestions.h"
+#include "settings.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -34,30 +36,6 @@ using lib_mend::Library_Session;
 using lib_mend::Printable;
 using lib_mend::Source;
 
-/**
- * Makes one line of a definition file of "TAG=VALUE" or "KEYWORD=VALUE".
- *
- * @return the reason of a failure
- */
-std::string Make_Rule(const std::string& setting, std::string& rules)
-{
-    const std::size_t equals = setting.find('=');
-    if (equals == setting.npos) {
-        return "expected TAG=VALUE or KEYWORD=VALUE, for example Modality=CT";
-    }
-    const std::string name = setting.substr(0, equals);
-    const auto tag = lib_mend::Parse_Tag(name);
-    if (!tag) {
-        return No_Attribute(name);
-    }
-    rules += "(" + Tag_Text(*tag) + ") - -- ! \"";
-    for (const char c : setting.substr(equals + 1)) {
-        rules += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    rules += "\"\n";
-    return {};
-}
-
 /** Reads a file of definition lines; returns the reason of a failure. */
 std::string Read_Text(const std::string& path, std::string& text)
 {
@@ -77,9 +55,11 @@ std::string Read_Text(const std::string& path, std::string& text)
  * Finds what overrides the lines of the IOD: a file, which the library reads and names in its
  * messages, or the lines of one together with those that the settings stand for.
  *
+ * @param inner  the settings of elements inside sequences, which no line stands for
  * @return the reason of a failure
  */
-std::string Find_Rules(const Completion& completion, std::string& rules)
+std::string Find_Rules(const Completion& completion, std::string& rules,
+                       std::vector<Inner_Setting>& inner)
 {
     if (completion.values.empty()) {
         const bool is_relative = !completion.rules.empty() && completion.rules.front() != '/';
@@ -92,7 +72,7 @@ std::string Find_Rules(const Completion& completion, std::string& rules)
         return error;
     }
     for (const std::string& setting : completion.values) {
-        error = Make_Rule(setting, rules);
+        error = Take_Setting(setting, rules, inner);
         if (!error.empty()) {
             return "--set " + setting + ": " + error;
         }
@@ -163,6 +143,28 @@ std::string Write_Output(const lib_mend::Encoded_File& file, const std::string& 
     return file.Give(put) && std::fflush(stdout) == 0 ? "" : "cannot be written";
 }
 
+/** The data set as it is, to be compared with what becomes of it; nothing when that is written. */
+std::optional<lib_mend::Data_Set> Read_For_Trial(const Mend_Request& request,
+                                                 const std::shared_ptr<Source>& source)
+{
+    Findings again;
+    return request.is_trial ? std::optional(lib_mend::Read_Data_Set(source, again)) : std::nullopt;
+}
+
+/** Prints what would be other in the output. */
+void Print_Trial(const lib_mend::Data_Set& original, const lib_mend::Encoded_File& file)
+{
+    lib_mend::Spool spool(lib_mend::Spool_Limits().in_memory);
+    file.Give([&](std::span<const unsigned char> bytes) {
+        spool.Put(bytes);
+        return true;
+    });
+    Findings of_output;
+    const lib_mend::Data_Set written =
+        lib_mend::Read_Data_Set(spool.Finish("the output"), of_output);
+    Print_Differences(original, written, Diff_Format::Text, Look_At(STDOUT_FILENO));
+}
+
 /**
  * Reads, prepares, encodes and writes a file; what is not healed yet is healed on the way.
  *
@@ -175,7 +177,7 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
     Findings findings;
     const Library_Session session(findings);
     std::string reason;
-    if (!Can_Write(request)) {
+    if (!request.is_trial && !Can_Write(request)) {
         return Exit_Failure;
     }
     const std::shared_ptr<Source> source = Open(Input_Of(request), reason);
@@ -183,6 +185,7 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
         Report_Failure(name, reason);
         return Exit_Failure;
     }
+    std::optional<lib_mend::Data_Set> original = Read_For_Trial(request, source);
     lib_mend::Data_Set set = read(source, findings);
     lib_mend::Encoded_File file;
     const bool mended = !set.foreign && prepare(set, findings) &&
@@ -198,6 +201,10 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
     }
     if (!mended || !unkept.empty()) {
         return Exit_Failure;
+    }
+    if (original) {
+        Print_Trial(*original, file);
+        return Finish_Output(Status_Of(findings));
     }
     const std::string error = Write_Output(file, Output_Of(request), request.run.force);
     if (!error.empty()) {
@@ -377,7 +384,8 @@ Exit_Status Run_From_JSON(const Mend_Request& request)
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion)
 {
     std::string rules;
-    const std::string error = Find_Rules(completion, rules);
+    std::vector<Inner_Setting> inner;
+    const std::string error = Find_Rules(completion, rules, inner);
     if (!error.empty()) {
         Report_Failure("complete", error);
         return Exit_Failure;
@@ -385,7 +393,9 @@ Exit_Status Run_Complete(const Mend_Request& request, const Completion& completi
     const lib_mend::Override override(rules);
     return Mend_Files(request, [&](lib_mend::Data_Set& set, Findings& findings) {
         lib_mend::Heal(set, request.options.heal, findings);
-        return lib_mend::Complete_IOD(set, completion.module, findings);
+        // What the IOD says of them is looked at with the values that they have in the end.
+        const bool are_set = Set_Inner(set, inner, findings);
+        return lib_mend::Complete_IOD(set, completion.module, findings) && are_set;
     });
 }
 

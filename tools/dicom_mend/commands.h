@@ -5,6 +5,8 @@
 #include "archive/run.h"
 #include "mend/interface/mend.h"
 #include "report.h"
+#include "selection.h"
+#include "terminal.h"
 
 #include <functional>
 #include <memory>
@@ -20,13 +22,15 @@ struct List_Request {
     /** The files, and how they are gone through. */
     Run_Options run;
     List_Format format = List_Format::Text;
+    Selection_Request selection;
+    Looks looks;
 };
 
 /** What is to be done to a data set beside mending it. */
 struct Completion {
     /** Code of the IOD, or "auto". */
     std::string module = "auto";
-    /** "TAG=VALUE" each. */
+    /** "TAG=VALUE", "KEYWORD=VALUE" or "PATH=VALUE" each. */
     std::vector<std::string> values;
     /** Name of a file of definition lines; empty for none. */
     std::string rules;
@@ -40,6 +44,8 @@ struct Mend_Request {
     lib_mend::Mend_Options options;
     /** File for the bytes of the input that belong to no element; empty for none. */
     std::string garbage;
+    /** Nothing is written: the differences between the file and what it would be are printed. */
+    bool is_trial = false;
 };
 
 /** A name that stands for standard input or standard output. */

@@ -1,58 +1,147 @@
 #include "definition_names.h"
 
+#include "suggestions.h"
+
 #include <Lib_DICOM/Lib_DICOM.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <system_error>
 
 namespace dicom_mend {
 
 namespace {
 
+namespace fs = std::filesystem;
+
+/** Empty when there is none. */
+fs::path Directory()
+{
+    const wchar_t* const directory = DICOM_Module_Setup(nullptr, nullptr);
+    return directory != nullptr ? fs::path(directory) : fs::path();
+}
+
 /** Names of the text files in a part of the definition directory, without their ending. */
 std::vector<std::string> Files_Of(const char* part)
 {
     std::vector<std::string> names;
-    const wchar_t* const directory = DICOM_Module_Setup(nullptr, nullptr);
-    if (directory == nullptr) {
-        return names;
-    }
     std::error_code error;
-    std::filesystem::directory_iterator file(std::filesystem::path(directory) / part, error);
-    for (; !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
+    fs::directory_iterator file(Directory() / part, error);
+    for (; !error && file != fs::directory_iterator(); file.increment(error)) {
         if (file->path().extension() == ".txt" && file->path().stem() != "index") {
             names.push_back(file->path().stem().string());
         }
     }
+    std::sort(names.begin(), names.end());
     return names;
+}
+
+/** Titles of the IODs by their codes: what stands first and last, in quotes, in a line of the index. */
+std::map<std::string, std::string> Titles()
+{
+    std::map<std::string, std::string> titles;
+    std::ifstream index(Directory() / "iods" / "index.txt");
+    for (std::string line; std::getline(index, line);) {
+        const std::size_t begin = line.find('"');
+        const std::size_t end = line.rfind('"');
+        if (!line.starts_with('#') && begin != end) {
+            titles.emplace(line.substr(0, line.find_first_of(" \t")),
+                           line.substr(begin + 1, end - begin - 1));
+        }
+    }
+    return titles;
+}
+
+/** The first line of a table is "# CID 29 Acquisition Modality". */
+std::string Title_Of_Table(const std::string& file, const std::string& number)
+{
+    std::ifstream table(Directory() / "codes" / (file + ".txt"));
+    std::string line;
+    std::getline(table, line);
+    const std::string head = "# CID " + number + " ";
+    return line.starts_with(head) ? line.substr(head.size()) : std::string();
+}
+
+std::vector<std::string> Names_Of(const std::vector<Definition_Name>& definitions)
+{
+    std::vector<std::string> names;
+    for (const Definition_Name& each : definitions) {
+        names.push_back(each.name);
+    }
+    return names;
+}
+
+bool Is_Number(const std::string& text)
+{
+    constexpr std::size_t Longest = 4;
+    return !text.empty() && text.size() <= Longest &&
+           text.find_first_not_of("0123456789") == text.npos;
 }
 
 }  // namespace
 
-std::vector<std::string> Module_Codes()
+std::vector<Definition_Name> Modules()
 {
-    std::vector<std::string> codes = Files_Of("iods");
-    std::sort(codes.begin(), codes.end());
-    return codes;
+    std::map<std::string, std::string> titles = Titles();
+    std::vector<Definition_Name> modules;
+    for (const std::string& code : Files_Of("iods")) {
+        modules.push_back({code, titles[code]});
+    }
+    return modules;
 }
 
-std::vector<std::string> Table_Numbers()
+std::vector<Definition_Name> Tables()
 {
-    // A file is called "cid-0029", or "cid-0029-srt" where it is an older one of the same number.
-    std::vector<int> numbers;
-    for (const std::string& name : Files_Of("codes")) {
-        if (name.starts_with("cid-") && name.find('-', 4) == name.npos) {
-            numbers.push_back(std::atoi(name.c_str() + 4));
+    constexpr std::size_t Head = 4;
+    std::map<int, Definition_Name> tables;
+    for (const std::string& file : Files_Of("codes")) {
+        // "cid-0029"; "cid-0029-srt" is an older one of the same number.
+        int number = 0;
+        const char* const end = file.data() + file.size();
+        if (file.starts_with("cid-") &&
+            std::from_chars(file.data() + Head, end, number).ptr == end) {
+            const std::string text = std::to_string(number);
+            tables[number] = {text, Title_Of_Table(file, text)};
         }
     }
-    std::sort(numbers.begin(), numbers.end());
-    std::vector<std::string> texts;
-    for (const int number : numbers) {
-        texts.push_back(std::to_string(number));
+    std::vector<Definition_Name> named;
+    for (const auto& [number, table] : tables) {
+        named.push_back(table);
     }
-    return texts;
+    return named;
+}
+
+std::string Module_Fault(const std::string& code)
+{
+    const std::vector<std::string> codes = Names_Of(Modules());
+    if (code == "auto" || std::find(codes.begin(), codes.end(), code) != codes.end()) {
+        return {};
+    }
+    return code + ": there is no such IOD" + Suggestion(code, codes) +
+           "\ndicom-mend modules lists all of them.";
+}
+
+std::string Table_File(const std::string& table)
+{
+    constexpr std::size_t Digits = 4;
+    return Is_Number(table)
+               ? "codes/cid-" + std::string(Digits - table.size(), '0') + table + ".txt"
+               : table;
+}
+
+std::string Table_Fault(const std::string& table)
+{
+    std::error_code error;
+    if (fs::is_regular_file(Directory() / Table_File(table), error)) {
+        return {};
+    }
+    const std::string suggestion =
+        Is_Number(table) ? Suggestion(table, Names_Of(Tables())) : std::string();
+    return table + ": there is no such table" + suggestion +
+           "\ndicom-mend tables lists all of them.";
 }
 
 }  // namespace dicom_mend

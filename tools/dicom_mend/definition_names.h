@@ -7,11 +7,25 @@
 
 namespace dicom_mend {
 
-/** Codes of the IODs, in the order of the alphabet; "CT" is one. */
-std::vector<std::string> Module_Codes();
+struct Definition_Name {
+    std::string name;
+    std::string title;
+};
 
-/** Numbers of the context groups, by size; "29" is one. */
-std::vector<std::string> Table_Numbers();
+/** IODs by their codes, in the order of the alphabet: "CT", "CT Image IOD". */
+std::vector<Definition_Name> Modules();
+
+/** Context groups by their numbers, in their order: "29", "Acquisition Modality". */
+std::vector<Definition_Name> Tables();
+
+/** The code of an IOD, or "auto"; else the reason why not, with what may have been meant. */
+std::string Module_Fault(const std::string& code);
+
+/** The number of a context group, or the name of a table's file; else the reason why not. */
+std::string Table_Fault(const std::string& table);
+
+/** File name of a table, relative to the definition directory. */
+std::string Table_File(const std::string& table);
 
 }  // namespace dicom_mend
 

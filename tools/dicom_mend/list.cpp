@@ -42,12 +42,15 @@ private:
     int item_ = 0;
 };
 
-void Print_TSV_List(const Data_Set& set, DICOM_List* list)
+void Print_TSV_List(const Data_Set& set, const Selection& selection, DICOM_List* list)
 {
     constexpr std::size_t Shown_Bytes = 64;
     Output_Buffer out;
     Prefix prefix;
     lib_mend::For_Each_Element(list, [&](const DICOM_List& record, const Path& path) {
+        if (!selection.Shows(record)) {
+            return;
+        }
         std::string& line = out.Text();
         line += prefix.Of(path);
         Append_Tag(line, Tag_Of(record));
@@ -67,27 +70,33 @@ void Print_TSV_List(const Data_Set& set, DICOM_List* list)
 
 }  // namespace
 
-void Print_Text(const Data_Set& set, const Terminal& terminal)
+void Print_Text(const Data_Set& set, const Selection& selection, const Terminal& terminal)
 {
     Output_Buffer out;
-    Listing listing(set, terminal, out);
+    Listing listing(set, selection, terminal, out);
     listing.Print(set.meta.Head());
     listing.Print(set.records.Head());
 }
 
-void Print_TSV(const Data_Set& set)
+void Print_TSV(const Data_Set& set, const Selection& selection)
 {
-    Print_TSV_List(set, set.meta.Head());
-    Print_TSV_List(set, set.records.Head());
+    Print_TSV_List(set, selection, set.meta.Head());
+    Print_TSV_List(set, selection, set.records.Head());
 }
 
-void Print_JSON(const Data_Set& set, Findings& findings)
+void Print_JSON(const Data_Set& set, const Selection& selection, Findings& findings)
 {
     if (set.foreign) {
         std::fputs("null", stdout);
         return;
     }
-    To_JSON(set, {}, findings, [](std::string_view text) {
+    lib_mend::JSON_Options options;
+    if (!selection.Is_All()) {
+        options.shows = [&selection](const DICOM_List& record) {
+            return selection.Shows(record);
+        };
+    }
+    To_JSON(set, options, findings, [](std::string_view text) {
         return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     });
 }

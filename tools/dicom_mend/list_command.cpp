@@ -1,11 +1,11 @@
 #include "commands.h"
 #include "list.h"
 #include "mend/findings/letters.h"
-#include "mend/reading/reader.h"
+#include "pager.h"
 #include "terminal.h"
 
 #include <cstdio>
-#include <memory>
+#include <optional>
 #include <utility>
 
 #include <unistd.h>
@@ -24,15 +24,16 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
         return;
     }
     lib_mend::Data_Set& set = *read;
+    const Selection selection(set, request.selection);
     if (request.format == List_Format::TSV) {
-        Print_TSV(set);
+        Print_TSV(set, selection);
     } else if (request.format == List_Format::JSON) {
-        Print_JSON(set, findings);
+        Print_JSON(set, selection, findings);
     } else {
         if (request.run.Asks_For_Run() || request.run.walk.paths.size() > 1) {
             std::printf("%s\n", lib_mend::Printable(Name_Of(item.path)).c_str());
         }
-        Print_Text(set, terminal);
+        Print_Text(set, selection, terminal);
     }
     Describe(set, findings, record);
     if (is_last) {
@@ -44,7 +45,11 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
 
 Exit_Status Run_List(const List_Request& request)
 {
-    const Terminal terminal = Look_At(STDOUT_FILENO);
+    const Terminal terminal = Look_At(STDOUT_FILENO, request.looks.colours);
+    std::optional<Pager> pager;
+    if (!request.run.Asks_For_Run()) {
+        pager.emplace(terminal, request.looks);
+    }
     const bool is_json = request.format == List_Format::JSON;
     const bool is_array =
         is_json && (request.run.walk.paths.size() != 1 || request.run.Asks_For_Run());

@@ -49,10 +49,39 @@ bool Holds_Elements(const DICOM_List& record)
     return VR_Of(record) == VR_SQ || VR_Of(record) == VR_UN;
 }
 
+/** The row of the dictionary; null for what is private or unknown. */
+const TAG_db_Elems* Entry_Of(const DICOM_List& record)
+{
+    const bool is_private = record.group % 2 != 0 && record.element != 0;
+    return record.dict != nullptr || is_private ? record.dict
+                                                : NEMA_db_Locate(record.group, record.element);
+}
+
 }  // namespace
 
-Listing::Listing(const lib_mend::Data_Set& set, const Terminal& terminal, Output_Buffer& out)
-    : set_(set), terminal_(terminal), out_(out), name_width_(Name_Width(terminal))
+std::string Element_Name(const DICOM_List& record)
+{
+    if (record.description != nullptr) {
+        return record.description;
+    }
+    if (const TAG_db_Elems* const entry = Entry_Of(record)) {
+        const lib_mend::Attribute attribute = lib_mend::Attribute_Of(*entry);
+        return attribute.name + (attribute.retired ? " (retired)" : "");
+    }
+    if (record.element == 0) {
+        return "Group Length";
+    }
+    if (record.group % 2 != 0) {
+        return record.element >= 0x10 && record.element <= 0xFF ? "Private Creator"
+                                                                : "Private Element";
+    }
+    return "Unknown Element";
+}
+
+Listing::Listing(const lib_mend::Data_Set& set, const Selection& selection,
+                 const Terminal& terminal, Output_Buffer& out)
+    : set_(set), selection_(selection), terminal_(terminal), out_(out),
+      name_width_(Name_Width(terminal))
 {
 }
 
@@ -66,11 +95,11 @@ void Listing::Print(DICOM_List* list)
             continue;
         }
         levels_.back().next = record->next;
-        if (lib_mend::Is_Delimiter(*record)) {
+        if (lib_mend::Is_Delimiter(*record) || !selection_.Shows(*record)) {
             continue;
         }
         Print_Record(*record, *levels_.back().characters);
-        if (Holds_Elements(*record) && Item_Of(*record, 0) != nullptr) {
+        if (Holds_Elements(*record)) {
             Enter(*record, 0);
         }
     }
@@ -86,16 +115,23 @@ Listing::Shared_Set Listing::Characters_Of(DICOM_List* list, const Shared_Set& o
                                   lib_mend::Trimmed(set_.Value(*terms, Enough)));
 }
 
-void Listing::Enter(const DICOM_List& sequence, int item)
+bool Listing::Enter(const DICOM_List& sequence, int item)
 {
+    DICOM_List* list = Item_Of(sequence, item);
+    while (list != nullptr && !selection_.Shows(*list)) {
+        list = Item_Of(sequence, ++item);
+    }
+    if (list == nullptr) {
+        return false;
+    }
     line_.append(Indent() + Indent_Step, ' ');
     Append_Colour(Item_Colour);
     line_ += "item ";
     Append_Number(line_, item + 1);
     Append_Colour(No_Colour);
     End_Line();
-    DICOM_List* const list = Item_Of(sequence, item);
     levels_.push_back({list, &sequence, item, Characters_Of(list, levels_.back().characters)});
+    return true;
 }
 
 /** Goes on with the next item, or behind the sequence. */
@@ -103,7 +139,7 @@ void Listing::Leave()
 {
     const Level left = std::move(levels_.back());
     levels_.pop_back();
-    if (left.sequence != nullptr && Item_Of(*left.sequence, left.item + 1) != nullptr) {
+    if (left.sequence != nullptr) {
         Enter(*left.sequence, left.item + 1);
     }
 }
@@ -155,19 +191,10 @@ std::string_view Listing::Name_Of(const DICOM_List& record)
     if (record.description != nullptr) {
         return record.description;
     }
-    if (record.group % 2 != 0 && record.dict == nullptr && record.element != 0) {
-        return record.element >= 0x10 && record.element <= 0xFF ? "Private Creator"
-                                                                : "Private Element";
-    }
-    const TAG_db_Elems* const entry =
-        record.dict != nullptr ? record.dict : NEMA_db_Locate(record.group, record.element);
-    if (entry == nullptr) {
-        return record.element == 0 ? "Group Length" : "Unknown Element";
-    }
+    const TAG_db_Elems* const entry = Entry_Of(record);
     std::string& name = names_[entry];
-    if (name.empty()) {
-        const lib_mend::Attribute attribute = lib_mend::Attribute_Of(*entry);
-        name = attribute.name + (attribute.retired ? " (retired)" : "");
+    if (name.empty() || entry == nullptr) {
+        name = Element_Name(record);
     }
     return name;
 }
@@ -185,7 +212,11 @@ void Listing::Append_Contents(const DICOM_List& record, const Character_Set& cha
         line_ += has_items ? " item" : " fragment";
         line_ += count == 1 ? "" : "s";
     } else {
-        Append_Value(line_, set_, record, characters);
+        Append_Value(line_, set_, record, characters, UID_Form::Number_First);
+        if (VR_Of(record) == VR_UI && Columns_Of(line_) > terminal_.width) {
+            line_.erase(value_at);
+            Append_Value(line_, set_, record, characters, UID_Form::Name_First);
+        }
     }
     if (line_.size() == value_at) {
         // Nothing stands behind the name, not even blanks.

@@ -4,12 +4,13 @@
 //     VR            2
 //     length        7  as the header gave it; "-" where it is not defined
 //     name             as wide as the terminal allows; 40 elsewhere, where longer ones are not cut
-//     value            as it is written
+//     value            as it is written; on a terminal that is too narrow for it, the name of a UID first
 #ifndef TOOLS_DICOM_MEND_LISTING_H
 #define TOOLS_DICOM_MEND_LISTING_H
 
 #include "mend/healing/character_set.h"
 #include "output_buffer.h"
+#include "selection.h"
 #include "terminal.h"
 
 #include <memory>
@@ -20,9 +21,13 @@
 
 namespace dicom_mend {
 
+/** What people call an element, with what is known of a private one. */
+std::string Element_Name(const DICOM_List& record);
+
 class Listing {
 public:
-    Listing(const lib_mend::Data_Set& set, const Terminal& terminal, Output_Buffer& out);
+    Listing(const lib_mend::Data_Set& set, const Selection& selection, const Terminal& terminal,
+            Output_Buffer& out);
 
     /** Goes down without calling itself: sequences may nest as deep as memory allows. */
     void Print(DICOM_List* list);
@@ -38,7 +43,8 @@ private:
     };
 
     Shared_Set Characters_Of(DICOM_List* list, const Shared_Set& outer) const;
-    void Enter(const DICOM_List& sequence, int item);
+    /** The item, or the next one behind it that is shown; false when there is none. */
+    bool Enter(const DICOM_List& sequence, int item);
     void Leave();
     void Print_Record(const DICOM_List& record, const lib_mend::Character_Set& characters);
     void Append_Name(const DICOM_List& record);
@@ -49,13 +55,14 @@ private:
     std::size_t Indent() const;
 
     const lib_mend::Data_Set& set_;
+    const Selection& selection_;
     const Terminal& terminal_;
     Output_Buffer& out_;
     std::size_t name_width_;
     std::vector<Level> levels_;
     /** The line that is being made. */
     std::string line_;
-    /** The names of entries, which the dictionary has in the words of an older edition. */
+    /** The names of rows, which the dictionary has in the words of an older edition. */
     std::unordered_map<const TAG_db_Elems*, std::string> names_;
 };
 

@@ -1,5 +1,6 @@
 #include "lookup.h"
 
+#include "definition_names.h"
 #include "mend/findings/attributes.h"
 #include "mend/findings/letters.h"
 #include "mend/interface/element_path.h"
@@ -127,17 +128,6 @@ Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
     return Finish_Output(status);
 }
 
-/** File name of a table, relative to the definition directory. */
-std::string Table_File(const std::string& table)
-{
-    constexpr std::size_t Longest_Number = 4;
-    const bool is_number =
-        table.size() <= Longest_Number && table.find_first_not_of("0123456789") == table.npos;
-    return is_number
-               ? "codes/cid-" + std::string(Longest_Number - table.size(), '0') + table + ".txt"
-               : table;
-}
-
 void Print_Code(const char* label, const Code_Seq& code, const std::string& score)
 {
     const auto text = [](const char* part) {
@@ -175,7 +165,50 @@ Exit_Status Print_Concepts(const std::string& table, const std::string& name)
     return coded ? Exit_Clean : Exit_Findings;
 }
 
+/** Letters, whatever their case. */
+bool Holds(const std::string& text, const std::string& part)
+{
+    const auto lower = [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(),
+                       [&](char a, char b) { return lower(a) == lower(b); }) != text.end();
+}
+
+/** Those whose name or title holds one of the parts; all where there is none. */
+Exit_Status Print_Names(const std::vector<Definition_Name>& definitions,
+                        const std::vector<std::string>& parts)
+{
+    std::size_t width = 0;
+    for (const Definition_Name& each : definitions) {
+        width = std::max(width, each.name.size());
+    }
+    Exit_Status status = Exit_Findings;
+    for (const Definition_Name& each : definitions) {
+        const bool is_asked_for =
+            parts.empty() || std::any_of(parts.begin(), parts.end(), [&](const std::string& part) {
+                return Holds(each.name, part) || Holds(each.title, part);
+            });
+        if (is_asked_for) {
+            std::printf("%-*s  %s\n", static_cast<int>(width), each.name.c_str(),
+                        Printable(each.title).c_str());
+            status = Exit_Clean;
+        }
+    }
+    return Finish_Output(status);
+}
+
 }  // namespace
+
+Exit_Status Run_Modules(const std::vector<std::string>& parts)
+{
+    return Print_Names(Modules(), parts);
+}
+
+Exit_Status Run_Tables(const std::vector<std::string>& parts)
+{
+    return Print_Names(Tables(), parts);
+}
 
 Exit_Status Run_Dict(const Lookup_Request& request)
 {

@@ -26,6 +26,10 @@ Exit_Status Run_Dict(const Lookup_Request& request);
 Exit_Status Run_UID(const Lookup_Request& request);
 /** Prints the coded concept that fits each name best, with its score, and what comes after it. */
 Exit_Status Run_Code(const Code_Request& request);
+/** Prints the codes that `--module` takes, of the IODs whose code or title holds one of the parts. */
+Exit_Status Run_Modules(const std::vector<std::string>& parts);
+/** The same for the numbers of tables that `code` takes. */
+Exit_Status Run_Tables(const std::vector<std::string>& parts);
 
 }  // namespace dicom_mend
 

@@ -53,11 +53,15 @@ Piece First_Piece(std::string_view text)
 
 }  // namespace
 
-Terminal Look_At(int descriptor)
+Terminal Look_At(int descriptor, Colours colours)
 {
     Terminal terminal;
     terminal.is_terminal = isatty(descriptor) != 0;
-    terminal.colours = terminal.is_terminal && std::getenv("NO_COLOR") == nullptr;
+    // An empty value does not count, see no-color.org.
+    const char* const refused = std::getenv("NO_COLOR");
+    terminal.colours =
+        colours == Colours::Always || (colours == Colours::Auto && terminal.is_terminal &&
+                                       (refused == nullptr || *refused == '\0'));
     winsize size = {};
     if (terminal.is_terminal && ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
         terminal.width = size.ws_col;

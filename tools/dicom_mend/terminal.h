@@ -9,6 +9,15 @@
 
 namespace dicom_mend {
 
+/** When text has colours: on a terminal, unless NO_COLOR is in the environment. */
+enum class Colours { Auto, Always, Never };
+
+/** How users want to see text. */
+struct Looks {
+    Colours colours = Colours::Auto;
+    bool pager = true;
+};
+
 struct Terminal {
     bool is_terminal = false;
     bool colours = false;
@@ -16,8 +25,7 @@ struct Terminal {
     std::size_t width = SIZE_MAX;
 };
 
-/** Looks at a file descriptor; NO_COLOR in the environment turns colours off. */
-Terminal Look_At(int descriptor);
+Terminal Look_At(int descriptor, Colours colours = Colours::Auto);
 
 /** Columns of a printable text in UTF-8. */
 std::size_t Columns_Of(std::string_view text);

@@ -160,16 +160,20 @@ std::string_view Whole_Letters(std::string_view text)
 }
 
 /** Well-known UIDs have their name behind them. */
-void Append_UIDs(std::string& out, std::string_view text)
+void Append_UIDs(std::string& out, std::string_view text, UID_Form form)
 {
     constexpr std::string_view Registry = "1.2.840.10008.";
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\\'), text.size());
         const std::string_view uid = Without_Padding(text.substr(0, end));
-        lib_mend::Append_Printable(out, uid);
         const char* const name =
             uid.starts_with(Registry) ? DICOM_UID_Name(std::string(uid).c_str()) : nullptr;
-        if (name != nullptr) {
+        if (name != nullptr && form == UID_Form::Name_First) {
+            out.append(name).append(" (").append(uid).append(")");
+        } else {
+            lib_mend::Append_Printable(out, uid);
+        }
+        if (name != nullptr && form == UID_Form::Number_First) {
             out.append(" (").append(name).append(")");
         }
         out += end < text.size() ? "\\" : "";
@@ -178,11 +182,11 @@ void Append_UIDs(std::string& out, std::string_view text)
 }
 
 void Append_Text(std::string& out, unsigned short vr, std::string_view text,
-                 const lib_mend::Character_Set& characters)
+                 const lib_mend::Character_Set& characters, UID_Form form)
 {
     text = Without_Padding(text);
     if (vr == VR_UI) {
-        Append_UIDs(out, text);
+        Append_UIDs(out, text, form);
     } else if (characters.Is_Plain(text)) {
         out += text;
     } else {
@@ -200,6 +204,21 @@ bool Looks_Like_Text(std::string_view value)
     const std::string_view text = Without_Padding(value);
     const std::size_t least = value.ends_with('\0') ? Least_Before_NUL : 1;
     return text.size() >= least && lib_mend::Is_Plain_ASCII(text);
+}
+
+/** The definition of a private element may know numbers that the file has as UN. */
+unsigned short Shown_VR(const DICOM_List& record)
+{
+    const unsigned short vr = lib_mend::VR_Of(record);
+    // Which order UN has in a big-endian file depends on where it came from.
+    if (vr != VR_UN || record.group % 2 == 0 || (record.byte_order & DICOM_Order_Big_Endian) != 0) {
+        return vr;
+    }
+    const Number_Form* const form = Number_Form_Of(record.vr_default);
+    return form != nullptr &&
+                   lib_mend::Size_Of(record) % static_cast<std::int64_t>(form->width) == 0
+               ? form->vr
+               : vr;
 }
 
 std::string_view Characters(Bytes bytes)
@@ -270,9 +289,9 @@ Front_Of_Value::Front_Of_Value(const lib_mend::Data_Set& set, const DICOM_List& 
 }
 
 void Append_Value(std::string& out, const lib_mend::Data_Set& set, const DICOM_List& record,
-                  const lib_mend::Character_Set& characters)
+                  const lib_mend::Character_Set& characters, UID_Form form)
 {
-    const unsigned short vr = lib_mend::VR_Of(record);
+    const unsigned short vr = Shown_VR(record);
     const bool is_known = vr != VR_UN && lib_mend::Is_Known_VR(vr);
     const bool may_be_text = lib_mend::Is_Text(vr) || !is_known;
     const Front_Of_Value front(set, record, may_be_text ? Longest_Text : Longest_Other);
@@ -282,7 +301,7 @@ void Append_Value(std::string& out, const lib_mend::Data_Set& set, const DICOM_L
         Append_Numbers(out, vr, front.Bytes(), is_big);
     } else if (lib_mend::Is_Text(vr) || (!is_known && Looks_Like_Text(Characters(front.Bytes())))) {
         const std::string_view text = Characters(front.Bytes());
-        Append_Text(out, vr, is_cut ? Whole_Letters(text) : text, characters);
+        Append_Text(out, vr, is_cut ? Whole_Letters(text) : text, characters, form);
     } else {
         is_cut = is_cut || front.Bytes().size() > Longest_Other;
         Append_Hexadecimal(out, front.Bytes().first(std::min(front.Bytes().size(), Longest_Other)));

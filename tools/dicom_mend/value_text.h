@@ -54,12 +54,16 @@ private:
     bool is_cut_ = false;
 };
 
+/** What of a UID of the registry stands first: what stands behind may be cut off. */
+enum class UID_Form { Number_First, Name_First };
+
 /**
  * A value as it is written, for one line: texts in UTF-8 and without padding, numbers in decimal
- * digits, other bytes in hexadecimal ones. Long values end in "...".
+ * digits, other bytes in hexadecimal ones. Long values end in "...". Private numbers that the file has
+ * as UN are numbers where their definition says so.
  */
 void Append_Value(std::string& out, const lib_mend::Data_Set& set, const DICOM_List& record,
-                  const lib_mend::Character_Set& characters);
+                  const lib_mend::Character_Set& characters, UID_Form form);
 
 }  // namespace dicom_mend
 

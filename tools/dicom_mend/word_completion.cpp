@@ -40,11 +40,25 @@ Words Kinds()
     return words;
 }
 
-Words Modules()
+Words Named(const std::vector<Definition_Name>& definitions)
 {
-    Words words = Module_Codes();
+    Words words;
+    for (const Definition_Name& each : definitions) {
+        words.push_back(each.name + "\t" + each.title);
+    }
+    return words;
+}
+
+Words Module_Codes()
+{
+    Words words = Named(Modules());
     words.emplace_back("auto\tthat of the SOP class");
     return words;
+}
+
+Words Table_Numbers()
+{
+    return Named(Tables());
 }
 
 Words Assigned_Keywords()
@@ -74,12 +88,12 @@ constexpr Operand_Kind Operand_Kinds[] = {
     {"B", "files", &None},
     {"DIR", "folders", &None},
     {"OUT_DIR", "folders", &None},
-    {"CODE", "words", &Modules},
+    {"CODE", "words", &Module_Codes},
     {"TABLE", "words", &Table_Numbers},
     {"KIND", "words", &Kinds},
     {"TAG|NAME", "words", &lib_mend::Keywords},
     {"TAG|KEYWORD", "words", &lib_mend::Keywords},
-    {"TAG|KEYWORD=VALUE", "open", &Assigned_Keywords},
+    {"TAG|KEYWORD|PATH=VALUE", "open", &Assigned_Keywords},
 };
 
 /** The names of the values of an option that has few; see Choice. */

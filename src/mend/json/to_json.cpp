@@ -107,6 +107,10 @@ private:
                     value.size() == 2 && Get_UShort(record->byte_order, value.data()) == 1;
             }
         }
+        if (options_.shows) {
+            std::erase_if(level.elements,
+                          [this](const DICOM_List* record) { return !options_.shows(*record); });
+        }
         return level;
     }
 

@@ -25,6 +25,8 @@ struct JSON_Options {
     std::string bulk_base = {};
     /** Line breaks and indentation: one line an element. */
     bool pretty = true;
+    /** Tells which elements are in the text; nothing for all. */
+    std::function<bool(const DICOM_List&)> shows = {};
     /**
      * All of group 0002. The model leaves it out; the transfer syntax alone is there even without
      * this option where pixel data are encapsulated, since they say nothing without it.

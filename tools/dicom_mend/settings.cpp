@@ -1,0 +1,132 @@
+#include "settings.h"
+
+#include "mend/healing/character_set.h"
+#include "mend/healing/image.h"
+#include "mend/interface/element_change.h"
+#include "mend/reading/tree.h"
+#include "mend/reading/vr_forms.h"
+#include "suggestions.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace dicom_mend {
+
+namespace {
+
+using lib_mend::Bytes;
+using lib_mend::Data_Set;
+using lib_mend::Fault;
+using lib_mend::Findings;
+using lib_mend::Level;
+using lib_mend::Path;
+using lib_mend::Path_Step;
+using lib_mend::Target;
+
+/** The item of a step below a list; nothing when the step cannot be taken. */
+std::optional<Target> Step_Into(Data_Set& set, const Target& around, const Path_Step& step)
+{
+    DICOM_List* const list = around.item != nullptr ? around.item : set.records.Head();
+    const DICOM_List* const sequence = lib_mend::Find_Record(list, step.sequence);
+    const Target target = {around.item, step.sequence};
+    if (lib_mend::VR_For(set, target, "") != VR_SQ ||
+        (sequence != nullptr && !lib_mend::Holds_Items(*sequence) &&
+         lib_mend::Size_Of(*sequence) > 0)) {
+        return std::nullopt;
+    }
+    const int count = sequence != nullptr ? lib_mend::Item_Count(*sequence) : 0;
+    if (step.item > count) {
+        return std::nullopt;
+    }
+    if (step.item < count) {
+        return Target{lib_mend::Item_Of(*sequence, step.item), {}};
+    }
+    DICOM_List* const item = lib_mend::Add_Item(set, target);
+    // What is found in it can stand nowhere but in the sequence.
+    lib_mend::Take_Place(
+        *item, *lib_mend::Find_Record(around.item != nullptr ? around.item : set.records.Head(),
+                                      step.sequence));
+    return Target{item, {}};
+}
+
+/** The bytes of a value; nothing when it has no form in the VR, or in the character set of the file. */
+std::optional<Bytes> Encoded(const Data_Set& set, unsigned short vr, const std::string& value)
+{
+    if (!lib_mend::Is_Text(vr)) {
+        return lib_mend::Encoded_Text_Of_Numbers(vr, value);
+    }
+    const bool is_plain =
+        std::all_of(value.begin(), value.end(), [](char c) { return (c & 0x80) == 0; });
+    const lib_mend::Character_Set characters(
+        lib_mend::Text_In(set, set.records.Head(), lib_mend::Character_Set_Tag));
+    if (!is_plain && characters.To_UTF_8_Without_Loss(value, vr) != value) {
+        return std::nullopt;
+    }
+    return Bytes(value.begin(), value.end());
+}
+
+bool Set_One(Data_Set& set, const Inner_Setting& setting, Findings& findings)
+{
+    const auto fail = [&](const char* text) {
+        findings.Report(Fault::Not_Written, Level::Error,
+                        {.has_tag = true, .tag = setting.path.tag, .path = &setting.path.way},
+                        text);
+        return false;
+    };
+    Target target;
+    for (const Path_Step& step : setting.path.way) {
+        const std::optional<Target> item = Step_Into(set, target, step);
+        if (!item) {
+            return fail("cannot be set: there is no such sequence, or no item so far behind");
+        }
+        target = *item;
+    }
+    target.tag = setting.path.tag;
+    const unsigned short vr = lib_mend::VR_For(set, target, "");
+    if (vr == 0 || vr == VR_SQ) {
+        return fail("cannot be set: it is a sequence, or its VR is not known");
+    }
+    const std::optional<Bytes> bytes = Encoded(set, vr, setting.value);
+    if (!bytes) {
+        return fail("cannot be set: the value has no form in its VR, or its letters none in the "
+                    "character set of the file; --to-utf8 takes all letters");
+    }
+    Set_Value(set, target, vr, *bytes);
+    return true;
+}
+
+}  // namespace
+
+std::string Take_Setting(const std::string& setting, std::string& rules,
+                         std::vector<Inner_Setting>& inner)
+{
+    const std::size_t equals = setting.find('=');
+    if (equals == setting.npos) {
+        return "expected TAG=VALUE or KEYWORD=VALUE, for example Modality=CT";
+    }
+    const std::string name = setting.substr(0, equals);
+    if (const auto tag = lib_mend::Parse_Tag(name)) {
+        rules += "(" + Tag_Text(*tag) + ") - -- ! \"";
+        for (const char c : setting.substr(equals + 1)) {
+            rules += c == '"' ? "\"\"" : std::string(1, c);
+        }
+        rules += "\"\n";
+        return {};
+    }
+    if (const auto path = lib_mend::Parse_Path(name)) {
+        inner.push_back({*path, setting.substr(equals + 1)});
+        return {};
+    }
+    return name.find('/') != name.npos
+               ? name + " is no path, as RequestAttributesSequence[0]/ScheduledProcedureStepID is"
+               : No_Attribute(name);
+}
+
+bool Set_Inner(Data_Set& set, const std::vector<Inner_Setting>& inner, Findings& findings)
+{
+    return std::all_of(inner.begin(), inner.end(), [&](const Inner_Setting& setting) {
+        return Set_One(set, setting, findings);
+    });
+}
+
+}  // namespace dicom_mend
