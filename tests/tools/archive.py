@@ -176,7 +176,17 @@ def shards_are_parts():
         sizes = [len((scratch / f"{k}.jsonl").read_text().splitlines()) - 2 for k in (1, 2, 3)]
         assert sum(sizes) == 200 and min(sizes) > 40, sizes
         assert json.loads(run("report", "--json", scratch / "out").stdout)["files"] == 160
-        run("mend", "--to", scratch / "o", "--shard", "4/3", scratch / "in", status=2)
+        for shard in ("4/3", "+1/3", "1/99999999999999999999999"):
+            run("mend", "--to", scratch / "o", "--shard", shard, scratch / "in", status=2)
+        # Two shards that come by the same names of a layout, one after the other and at once.
+        for out in ("o1", "o2"):
+            arguments = [TOOL, "mend", "--to", str(scratch / out), "--layout", "{PatientID}/{Modality}.dcm", str(scratch / "in"), "--shard"]
+            processes = []
+            for k in (1, 2, 3):
+                processes.append(subprocess.Popen([*arguments, f"{k}/3"], stderr=subprocess.DEVNULL))
+                assert out == "o2" or processes[-1].wait() in (1, 2)
+            assert all(process.wait() in (1, 2) for process in processes)
+            assert len(tree(scratch / out)) == len(tree(scratch / "whole")), len(tree(scratch / out))
 
 
 def killed_runs_lose_and_repeat_nothing(kills):
@@ -255,12 +265,48 @@ def changed_and_missing_files_are_done_again():
         run(*arguments, "--resume")
         assert tree(scratch / "out") == after
         # One that was killed at its very beginning has done nothing.
-        state.write_bytes(b"dicom-mend run 1\n\5\0")
+        state.write_bytes(b"dicom-mend run 2\n\5\0")
         run(*arguments, "--resume")
         assert tree(scratch / "out") == after
+        # Another file is never taken for a state or a report.
         state.write_bytes(b"letter\n")
-        assert b"is no state of a run" in run(*arguments, "--resume", status=2).stderr
+        for more in ("--resume", "--force"):
+            assert b"is no state of a run" in run(*arguments, more, status=2).stderr
         assert state.read_bytes() == b"letter\n"
+        letter = scratch / "letter.csv"
+        letter.write_bytes(b"file,price\n")
+        assert b"never replaced" in run("mend", "--to", scratch / "new", "--force", "--report", letter, changed, status=2).stderr
+        assert letter.read_bytes() == b"file,price\n"
+
+
+def runs_go_on_from_other_folders():
+    with Scratch() as scratch:
+        make_archive(scratch / "in", 50)
+        (scratch / "a" / "b").mkdir(parents=True)
+        run("mend", "--to", "out", scratch / "in", cwd=scratch, status=2)
+        whole = tree(scratch / "out")
+        for place, name in (("a", "../out"), ("a/b", "../../out"), (".", scratch / "out")):
+            again = run("mend", "--to", name, "--resume", scratch / "in", cwd=scratch / place, status=2)
+            assert b"done before: 50" in again.stderr and tree(scratch / "out") == whole, (place, again.stderr)
+
+
+def what_is_mended_leaves_quarantine():
+    with Scratch() as scratch:
+        (scratch / "in").mkdir()
+        names = ["x" * 250, "y" * 240, "z"]
+        for name in names:
+            (scratch / "in" / name).write_bytes(made("1.2.3")[:-20])
+        arguments = ("mend", "--to", scratch / "out", scratch / "in", "--quarantine", scratch / "bad")
+        assert b"has to stand apart" in run(*arguments[:-1], scratch / "out" / "bad", status=2).stderr
+        assert b"holds the input" in run(*arguments[:-1], scratch, status=2).stderr
+        assert not (scratch / "out").exists()
+        run(*arguments, status=2)
+        kept = tree(scratch / "bad")
+        assert len(kept) == 6 and all(kept[pathlib.Path(name)] for name in names), list(kept)
+        (scratch / "in" / "y").write_bytes(b"")
+        (scratch / "in" / names[0]).write_bytes(made("1.2.3.4"))
+        run(*arguments, "--resume", status=2)
+        assert len(tree(scratch / "bad")) == 4 and not (scratch / "bad" / names[0]).exists()
 
 
 def interrupted_runs_end_in_order():
@@ -412,6 +458,8 @@ def standard_streams():
         assert run("check", "--from-list", "-", "-0", input=zeros, status=1).stdout.count(b"(0008,0020)") == 2
         assert run("list", "--from-list", "-", "--null", "--format", "json", input=zeros).stdout.count(b"00080020") == 2
         run("check", "--from-list", scratch / "none", status=2)
+        assert b"--null" in run("check", "--from-list", "-", input=zeros, status=2).stderr
+        assert b"directory" in run("check", "--from-list", scratch, status=2).stderr
         # What has come through a named pipe is not asked for again.
         os.mkfifo(scratch / "pipe")
         with subprocess.Popen(["cp", scratch / "c", scratch / "pipe"]):
@@ -425,7 +473,7 @@ def killed_runs():
     killed_runs_lose_and_repeat_nothing(KILLS)
 
 
-TESTS = (same_with_any_number_of_jobs, shards_are_parts, changed_and_missing_files_are_done_again,
+TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, what_is_mended_leaves_quarantine, changed_and_missing_files_are_done_again,
          interrupted_runs_end_in_order, a_worker_that_dies_costs_its_file, layouts_stay_below_their_folder,
          rooms_and_rights, standard_streams, killed_runs)
 

@@ -271,7 +271,8 @@ Exit_Status Mend_Files(const Mend_Request& request, const Prepare& prepare)
         Report_Failure("--layout " + request.layout, fault);
         return Exit_Failure;
     }
-    const Run_Options& run = request.run;
+    Run_Options run = request.run;
+    run.has_layout = layout.Is_Given();
     return Run_Files(
         run,
         [&](const Work_Item& item, File_Record& record) {

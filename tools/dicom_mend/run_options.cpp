@@ -1,7 +1,8 @@
 #include "run_options.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
+#include <cstdint>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -15,11 +16,13 @@ namespace {
 /** "2/8": the part and the number of parts. */
 std::string Take_Shard(const std::string& text, Walk_Options& walk)
 {
-    unsigned long long shard = 0;
-    unsigned long long shards = 0;
-    char rest = 0;
-    if (std::sscanf(text.c_str(), "%llu/%llu%c", &shard, &shards, &rest) != 2 || shard == 0 ||
-        shard > shards) {
+    std::uint64_t shard = 0;
+    std::uint64_t shards = 0;
+    const char* const end = text.data() + text.size();
+    const auto [slash, bad_part] = std::from_chars(text.data(), end, shard);
+    const bool has_slash = bad_part == std::errc() && slash != end && *slash == '/';
+    const auto [behind, bad_number] = std::from_chars(has_slash ? slash + 1 : end, end, shards);
+    if (!has_slash || bad_number != std::errc() || behind != end || shard == 0 || shard > shards) {
         return "has to be K/N, the part and the number of parts, for example 2/8";
     }
     walk.shard = shard;

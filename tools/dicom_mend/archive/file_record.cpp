@@ -12,13 +12,6 @@ namespace {
 
 using lib_mend::Finding;
 
-/** Clauses are constants where findings are made; those of a log are kept as long as the process lives. */
-const char* Kept_Clause(const std::string& clause)
-{
-    static auto& clauses = *new std::set<std::string>;
-    return clause.empty() ? nullptr : clauses.insert(clause).first->c_str();
-}
-
 void Pack_Finding(const Finding& finding, Packer& packer)
 {
     packer.Put(std::uint64_t{static_cast<unsigned char>(finding.level)});
@@ -79,6 +72,13 @@ lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
 }
 
 }  // namespace
+
+/** Clauses are constants where findings are made; those of a log are kept as long as the process lives. */
+const char* Kept_Clause(const std::string& clause)
+{
+    static auto& clauses = *new std::set<std::string>;
+    return clause.empty() ? nullptr : clauses.insert(clause).first->c_str();
+}
 
 void Pack(const Work_Item& item, Packer& packer)
 {

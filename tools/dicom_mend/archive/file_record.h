@@ -86,6 +86,9 @@ Work_Item Unpack_Item(Unpacker& bytes);
 void Pack(const File_Record& record, Packer& packer);
 File_Record Unpack_Record(Unpacker& bytes);
 
+/** A clause for as long as the process lives, as findings have it; null for an empty one. */
+const char* Kept_Clause(const std::string& clause);
+
 /** Takes the values out of findings that may identify a person; the texts name none then. */
 void Leave_Out_Values(std::vector<lib_mend::Finding>& findings);
 

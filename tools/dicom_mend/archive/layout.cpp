@@ -34,27 +34,6 @@ std::string Value_Of(const lib_mend::Data_Set& set, lib_mend::Tag tag)
     return characters.To_UTF_8(lib_mend::Trimmed(set.Value(*record, Enough)), vr);
 }
 
-/** Cuts a name, at a letter; a number made of the whole keeps different ones apart. */
-std::string Fitting(std::string name)
-{
-    if (name.size() <= Most_Bytes) {
-        return name;
-    }
-    const auto is_inside = [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0U) == 0x80;
-    };
-    // The ending tells what a file is.
-    const std::size_t dot = name.rfind('.');
-    const std::string ending =
-        dot != name.npos && name.size() - dot <= 8 ? name.substr(dot) : std::string();
-    std::size_t cut = Most_Bytes - 20 - ending.size();
-    while (cut > 0 && is_inside(name[cut])) {
-        --cut;
-    }
-    return name.substr(0, cut) + "~" + std::to_string(lib_mend::FNV_1a(name) % 1'000'000'000'000) +
-           ending;
-}
-
 /** Names that some file systems keep for devices, and those that mean a folder itself. */
 bool Is_Reserved(std::string_view name)
 {
@@ -84,7 +63,7 @@ std::string Whole_Name(std::string name)
     if (name.front() == '.') {
         name.front() = '_';
     }
-    return Fitting(std::move(name));
+    return Cut_Name(std::move(name), Most_Bytes);
 }
 
 }  // namespace
@@ -104,6 +83,26 @@ std::string Safe_Name(std::string_view text)
     const std::size_t first = name.find_first_not_of(' ');
     const std::size_t last = name.find_last_not_of(' ');
     return first == name.npos ? "_" : name.substr(first, last - first + 1);
+}
+
+std::string Cut_Name(std::string name, std::size_t most)
+{
+    if (name.size() <= most) {
+        return name;
+    }
+    const auto is_inside = [](char c) {
+        return (static_cast<unsigned char>(c) & 0xC0U) == 0x80;
+    };
+    // The ending tells what a file is.
+    const std::size_t dot = name.rfind('.');
+    const std::string ending =
+        dot != name.npos && name.size() - dot <= 8 ? name.substr(dot) : std::string();
+    std::size_t cut = most - 20 - ending.size();
+    while (cut > 0 && is_inside(name[cut])) {
+        --cut;
+    }
+    return name.substr(0, cut) + "~" + std::to_string(lib_mend::FNV_1a(name) % 1'000'000'000'000) +
+           ending;
 }
 
 std::string Layout::Parse(std::string_view text)

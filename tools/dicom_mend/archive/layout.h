@@ -37,6 +37,9 @@ private:
     std::vector<Part> parts_;
 };
 
+/** Cuts a name, at a letter; a number made of the whole keeps different ones apart. */
+std::string Cut_Name(std::string name, std::size_t most);
+
 /** A text as a part of a name: see Layout::Path_Of. */
 std::string Safe_Name(std::string_view text);
 

@@ -1,6 +1,7 @@
 #include "archive/placing.h"
 
 #include "archive/file_sum.h"
+#include "archive/layout.h"
 #include "mend/findings/json_text.h"
 #include "mend/findings/report_json.h"
 #include "mend/io/safe_file.h"
@@ -23,6 +24,27 @@ namespace dicom_mend {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr char Exists[] = "exists already";
+
+/** Where the copy of a file stands in quarantine, and its findings: names have room for an ending. */
+struct Copy_Names {
+    Copy_Names(const std::string& folder, const File_Record& record)
+        : copy(folder + "/" + record.relative)
+    {
+        constexpr std::string_view Ending = ".findings.jsonl";
+        constexpr std::size_t Longest = 255;
+        const std::size_t slash = copy.find_last_of('/');
+        const std::string name = copy.substr(slash + 1);
+        findings = name.size() + Ending.size() <= Longest
+                       ? copy
+                       : copy.substr(0, slash + 1) + Cut_Name(name, Longest - Ending.size());
+        findings += Ending;
+    }
+
+    std::string copy;
+    std::string findings;
+};
 
 /** "a/b~2.dcm" of "a/b.dcm". */
 std::string Numbered(const std::string& name, int number)
@@ -67,8 +89,8 @@ std::string Make_Folders(const std::string& path)
     return error ? error.message() : std::string();
 }
 
-Placing::Placing(std::string folder, std::string work, bool force)
-    : folder_(std::move(folder)), work_(std::move(work)), force_(force)
+Placing::Placing(std::string folder, std::string work, bool force, bool shared)
+    : folder_(std::move(folder)), work_(std::move(work)), force_(force), shared_(shared)
 {
 }
 
@@ -124,7 +146,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
             return std::strerror(errno);
         }
         if (!Is_Same_Content(staged, path)) {
-            return "exists already";
+            return Exists;
         }
         // Where the machine lost power, the log may know less than the folder.
         unlink(staged.c_str());
@@ -147,32 +169,41 @@ void Placing::Choose(File_Record& record, const std::string& own)
     std::string name = wanted;
     const auto is_taken = [&] {
         const std::string path = folder_ + "/" + name;
-        return path != own && taken_.contains(std::hash<std::string>()(path));
+        return path != own && taken_.contains(std::hash<std::string>()(name));
     };
     for (int number = 2; is_taken() && number < Most; ++number) {
         name = Numbered(wanted, number);
     }
     record.output = folder_ + "/" + name;
-    taken_.insert(std::hash<std::string>()(record.output));
-    if (name != wanted) {
+    taken_.insert(std::hash<std::string>()(name));
+    const bool is_said =
+        !record.findings.empty() && record.findings.back().fault == lib_mend::Fault::Name_Taken;
+    if (name != wanted && !is_said) {
         Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
                     "another file has its name; a number tells them apart");
     }
 }
 
-bool Placing::Place(File_Record& record, const std::string& staged, bool is_own)
+Placing::Outcome Placing::Place(File_Record& record, const std::string& staged, bool is_own)
 {
-    const std::string error = Put(staged, record.output, record.path, force_ || is_own);
+    // What stands there may be of another shard, whatever the log of this one says.
+    const std::string error =
+        Put(staged, record.output, record.path, !shared_ && (force_ || is_own));
     if (error.empty()) {
-        return true;
+        return Outcome::In_Place;
+    }
+    if (shared_ && error == Exists) {
+        return Outcome::Taken;
     }
     unlink(staged.c_str());
+    // A layout makes names of values, which may tell who somebody is.
     Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
-                "cannot be written to " + record.output + ": " + error +
-                    (error == "exists already" ? "; --force replaces it" : ""));
+                "cannot be written to " +
+                    (record.layout.empty() ? record.output : "its place in the layout") + ": " +
+                    error + (error == Exists ? "; --force replaces it" : ""));
     record.output.clear();
     record.has_output = false;
-    return false;
+    return Outcome::Failed;
 }
 
 bool Stands_In(const std::string& path, const std::string& folder)
@@ -195,10 +226,17 @@ void Clear_Copies(const std::string& folder)
     }
 }
 
+void Leave_Quarantine(const std::string& folder, const File_Record& record)
+{
+    const Copy_Names names(folder, record);
+    unlink(names.copy.c_str());
+    unlink(names.findings.c_str());
+}
+
 std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values)
 {
-    const std::string path = folder + "/" + record.relative;
-    std::string error = Make_Folders(path.substr(0, path.find_last_of('/')));
+    const Copy_Names names(folder, record);
+    std::string error = Make_Folders(names.copy.substr(0, names.copy.find_last_of('/')));
     if (!error.empty()) {
         return error;
     }
@@ -212,7 +250,7 @@ std::string Quarantine(const std::string& folder, const File_Record& record, boo
     }
     const std::span<const unsigned char> bytes(reinterpret_cast<const unsigned char*>(lines.data()),
                                                lines.size());
-    error = lib_mend::Write_Safely(path + ".findings.jsonl", {bytes}, true);
+    error = lib_mend::Write_Safely(names.findings, {bytes}, true);
     if (!error.empty()) {
         return "the findings: " + error;
     }
@@ -238,7 +276,7 @@ std::string Quarantine(const std::string& folder, const File_Record& record, boo
         }
         return true;
     };
-    return lib_mend::Write_Safely(path, give, true);
+    return lib_mend::Write_Safely(names.copy, give, true);
 }
 
 }  // namespace dicom_mend

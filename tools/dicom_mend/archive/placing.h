@@ -16,8 +16,9 @@ public:
      * @param folder  OUT_DIR
      * @param work    the folder of this run below it
      * @param force   files that other runs left may be replaced
+     * @param shared  other shards put their outputs there under names of a layout
      */
-    Placing(std::string folder, std::string work, bool force);
+    Placing(std::string folder, std::string work, bool force, bool shared);
 
     /** Where the worker leaves the output of a file. @param session  of the run, as its log counts */
     std::string Staged(const std::string& session, std::uint64_t index) const;
@@ -36,12 +37,14 @@ public:
      * @param own  path that an earlier mending of the file left; empty for none
      */
     void Choose(File_Record& record, const std::string& own);
+    enum class Outcome { In_Place, Failed, Taken };
     /**
-     * Puts an output in the place that was chosen. False after a finding.
+     * Puts an output in the place that was chosen. A failure is a finding, unless the place turned out to be
+     * taken by another shard of the run: another one can be chosen then.
      *
      * @param is_own  what stands there is the file's own
      */
-    bool Place(File_Record& record, const std::string& staged, bool is_own);
+    Outcome Place(File_Record& record, const std::string& staged, bool is_own);
     /** The output of an earlier run stands in its place. */
     static bool Is_In_Place(const File_Record& record);
 
@@ -55,6 +58,7 @@ private:
     std::string folder_;
     std::string work_;
     bool force_;
+    bool shared_;
     std::string last_folder_;
     std::unordered_set<std::size_t> taken_;
 };
@@ -67,6 +71,9 @@ bool Stands_In(const std::string& path, const std::string& folder);
 
 /** Removes what is left of copies that were cut short. */
 void Clear_Copies(const std::string& folder);
+
+/** Removes the copy of a file, of which an earlier run found faults that are there no more. */
+void Leave_Quarantine(const std::string& folder, const File_Record& record);
 
 /** Copies a file and its findings, so that it can be looked at apart; the reason of a failure. */
 std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values);

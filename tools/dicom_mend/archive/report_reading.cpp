@@ -39,6 +39,12 @@ lib_mend::Finding Finding_Of(const json& object)
     finding.path = Text(object, "path");
     finding.offset = Number(object, "offset", lib_mend::Finding::Nowhere);
     finding.length = Number(object, "length", lib_mend::Finding::Nowhere);
+    finding.before = Text(object, "before");
+    finding.after = Text(object, "after");
+    const std::string clause = Text(object, "clause");
+    if (clause != Clause_Of(finding)) {
+        finding.clause = Kept_Clause(clause);
+    }
     if (const auto tag = lib_mend::Parse_Tag_Digits(Text(object, "tag"))) {
         finding.has_tag = true;
         finding.tag = *tag;
@@ -103,6 +109,13 @@ std::string Read_Lines(const std::string& path, const std::function<void(File_Re
 std::string Read_Run(const std::string& path, const std::function<void(File_Record&&)>& take)
 {
     namespace fs = std::filesystem;
+    // The log knows all that was found; a report says what the run did.
+    const auto take_said = [&take](File_Record&& record) {
+        std::erase_if(record.findings, [](const lib_mend::Finding& finding) {
+            return Severity_Of(finding) == lib_mend::Severity::Info;
+        });
+        take(std::move(record));
+    };
     std::error_code error;
     if (fs::is_directory(path, error)) {
         const fs::path folder = Without_Slash(path);
@@ -117,7 +130,7 @@ std::string Read_Run(const std::string& path, const std::function<void(File_Reco
         }
         std::sort(states.begin(), states.end());
         for (const std::string& state : states) {
-            if (!Run_State::Read(state, take)) {
+            if (!Run_State::Read(state, take_said)) {
                 return state + " is no state of a run";
             }
         }
@@ -126,7 +139,7 @@ std::string Read_Run(const std::string& path, const std::function<void(File_Reco
     if (!std::ifstream(path)) {
         return std::strerror(errno);
     }
-    return Run_State::Read(path, take) ? "" : Read_Lines(path, take);
+    return Run_State::Read(path, take_said) ? "" : Read_Lines(path, take);
 }
 
 }  // namespace dicom_mend

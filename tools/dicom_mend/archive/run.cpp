@@ -51,7 +51,8 @@ public:
                    [this, work](const Work_Item& item, File_Record& record) {
                        Work(work, item, record);
                    }),
-          placing_(options.to, options.Work_Folder(), options.force),
+          placing_(options.to, options.Work_Folder(), options.force,
+                   options.has_layout && options.walk.shards > 1),
           line_(options.verbosity != Verbosity::Quiet)
     {
     }
@@ -59,6 +60,7 @@ public:
     Exit_Status All();
 
 private:
+    std::string Refusal() const;
     std::string Prepare();
     void Work(const File_Work& work, const Work_Item& item, File_Record& record) const;
     void Fill(Plan& plan);
@@ -70,7 +72,8 @@ private:
     void Tell_Ready(bool all);
     void Tell(Slot& slot);
     void Place(Slot& slot);
-    void Keep_Apart(Slot& slot);
+    bool Stop_Without_State();
+    bool Keep_Apart(Slot& slot);
     void Add(const File_Record& record);
     void Show(const Plan& plan);
     bool Is_Ended(const Plan& plan) const;
@@ -104,9 +107,35 @@ private:
     Workers::Clock::time_point shown_ = start_;
 };
 
+/** Why the folders cannot be what they are to be; before anything is made. */
+std::string Run::Refusal() const
+{
+    const std::string& to = options_.to;
+    const std::string& quarantine = options_.quarantine;
+    for (const std::string& folder : {to, quarantine}) {
+        for (const std::string& path : options_.walk.paths) {
+            if (!folder.empty() && Stands_In(path, folder)) {
+                return folder + ": error: holds the input " + path + ", which is never overwritten";
+            }
+        }
+    }
+    if (!quarantine.empty() && (Stands_In(quarantine, to) || Stands_In(to, quarantine))) {
+        return quarantine + ": error: the folder of quarantine has to stand apart from that of the "
+                            "outputs";
+    }
+    if (options_.has_layout && options_.walk.shards > 1 && options_.force) {
+        return to + ": error: --force cannot tell what other shards put there from older files";
+    }
+    return {};
+}
+
 std::string Run::Prepare()
 {
-    std::string error = options_.to.empty() ? std::string() : placing_.Make_Work();
+    std::string error = Refusal();
+    if (!error.empty()) {
+        return error;
+    }
+    error = options_.to.empty() ? std::string() : placing_.Make_Work();
     if (!error.empty()) {
         return options_.to + ": error: cannot be written to: " + error;
     }
@@ -114,18 +143,12 @@ std::string Run::Prepare()
     if (!error.empty()) {
         return options_.quarantine + ": error: cannot be made: " + error;
     }
-    for (const std::string& path : options_.walk.paths) {
-        if (!options_.to.empty() && Stands_In(path, options_.to)) {
-            return options_.to + ": error: holds the input " + path +
-                   ", which is never overwritten";
-        }
-    }
     if (!options_.quarantine.empty() && options_.resume) {
         Clear_Copies(options_.quarantine);
     }
     const std::string state = options_.State_Path();
     if (!state.empty()) {
-        error = state_.Open(state, options_.terms, options_.resume, options_.force);
+        error = state_.Open(state, options_.to, options_.terms, options_.resume, options_.force);
         if (!error.empty()) {
             return state + ": error: " + error;
         }
@@ -195,6 +218,7 @@ void Run::Look_Up(Slot& slot)
     }
     ++known_;
     slot.own = logged->own;
+    slot.was_kept_apart = logged->record.status == Exit_Failure;
     if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
         ++changed_;
         return;
@@ -267,6 +291,7 @@ void Run::Take_Done(Done_File&& file)
     findings_ += slot.record.findings.size();
     if (slot.is_final) {
         state_.Put_Done(slot.record, slot.staged);
+        Stop_Without_State();
     }
     if (slot.record.try_again && Is_Full(slot.record.failure) && stopped_.empty()) {
         stopped_ = "there is no room left in " + options_.to;
@@ -280,42 +305,68 @@ void Run::Place(Slot& slot)
         state_.Put_Placed(record);
         return;
     }
-    placing_.Choose(record, slot.is_finished ? std::string() : slot.own);
-    // The log says first where the file will be, so that it is found there whenever the run is killed.
-    state_.Put_Placed(record);
-    const std::string output = record.output;
-    if (!placing_.Place(record, slot.staged, output == slot.own)) {
-        state_.Put_Gone(record, output);
+    std::string own = slot.own;
+    auto outcome = Placing::Outcome::Taken;
+    while (outcome == Placing::Outcome::Taken) {
+        placing_.Choose(record, own);
+        // The log says first where the file will be, so that it is found there whenever the run is killed.
+        state_.Put_Placed(record);
+        if (Stop_Without_State()) {
+            Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                        "is not put into its place, for the state of the run cannot be written");
+            record.output.clear();
+            record.has_output = false;
+            return;
+        }
+        const std::string output = record.output;
+        outcome = placing_.Place(record, slot.staged, output == own);
+        if (outcome == Placing::Outcome::Failed) {
+            state_.Put_Gone(record, output);
+        }
+        own.clear();
     }
+}
+
+/** Nothing is done that the log does not know. True when that has to end. */
+bool Run::Stop_Without_State()
+{
+    if (!state_.Failure().empty() && stopped_.empty()) {
+        stopped_ = "the state of the run " + state_.Failure();
+    }
+    return !state_.Failure().empty();
 }
 
 void Run::Add(const File_Record& record)
 {
     status_ = std::max(status_, record.status);
-    totals_.Add(record);
-    if (!report_.Is_Open()) {
-        return;
-    }
     File_Record shown = record;
     std::erase_if(shown.findings, [this](const lib_mend::Finding& finding) {
         return options_.verbosity != Verbosity::Verbose &&
                Severity_Of(finding) == lib_mend::Severity::Info;
     });
+    totals_.Add(shown);
     report_.Add(shown);
 }
 
-/** Copies what could not be mended whole to the quarantine. */
-void Run::Keep_Apart(Slot& slot)
+/** Copies what could not be mended whole to the quarantine; false when that fails. */
+bool Run::Keep_Apart(Slot& slot)
 {
     File_Record& record = slot.record;
-    if (options_.quarantine.empty() || record.status != Exit_Failure) {
-        return;
+    if (options_.quarantine.empty()) {
+        return true;
+    }
+    if (record.status != Exit_Failure) {
+        if (slot.was_kept_apart) {
+            Leave_Quarantine(options_.quarantine, record);
+        }
+        return true;
     }
     const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
     if (!error.empty()) {
         Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
                     "cannot be copied to " + options_.quarantine + ": " + error);
     }
+    return error.empty();
 }
 
 void Run::Tell(Slot& slot)
@@ -329,12 +380,14 @@ void Run::Tell(Slot& slot)
         return;
     }
     // The log says that a file is told of when nothing is left to do for it.
-    Keep_Apart(slot);
+    bool is_kept = Keep_Apart(slot);
     if (slot.is_final) {
         const Exit_Status before = record.status;
         Place(slot);
-        if (record.status != before) {
-            Keep_Apart(slot);
+        is_kept = (record.status == before || Keep_Apart(slot)) && is_kept;
+        if (!is_kept) {
+            // It is done again when the run goes on.
+            state_.Put_Gone(record, record.output);
         }
     }
     line_.Clear();

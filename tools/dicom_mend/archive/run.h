@@ -17,6 +17,8 @@ struct Run_Options {
     std::string to;
     /** File for what became of each file; empty for none. */
     std::string report;
+    /** Outputs have names of a layout. */
+    bool has_layout = false;
     /** Folder for copies of what could not be mended whole; empty for none. */
     std::string quarantine;
     /** File for the state of the run; empty for that below `to`, or none. */

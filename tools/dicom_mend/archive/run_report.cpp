@@ -9,8 +9,10 @@
 
 #include <Lib_DICOM_Mend/dicom_mend.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <string_view>
 #include <vector>
@@ -289,6 +291,20 @@ Run_Report::~Run_Report()
     }
 }
 
+namespace {
+
+/** What begins as reports do may be replaced, and what is empty. */
+bool Is_Absent_Or_Report(const std::string& path, const std::string& head)
+{
+    constexpr std::size_t Enough = 40;
+    std::ifstream file(path, std::ios::binary);
+    std::string begin(std::min(head.size(), Enough), '\0');
+    file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+    return file.gcount() == 0 || head.starts_with(begin);
+}
+
+}  // namespace
+
 std::string Run_Report::Open(const std::string& path, const std::string& command, bool show_values,
                              bool replace)
 {
@@ -300,8 +316,13 @@ std::string Run_Report::Open(const std::string& path, const std::string& command
     if (!fault.empty()) {
         return fault + (lib_mend::Target_Fault(path, true).empty() ? "; --force replaces it" : "");
     }
+    if (!Is_Absent_Or_Report(path, form_->Head())) {
+        return "is no report of a run, and is never replaced";
+    }
     path_ = path;
-    part_ = path + ".part";
+    // Hidden files are no inputs, which a report must not be written over.
+    const std::size_t name = path.find_last_of('/') + 1;
+    part_ = path.substr(0, name) + ".dicom-mend-" + path.substr(name) + ".part";
     file_ = std::fopen(part_.c_str(), "we");
     if (file_ == nullptr) {
         return std::string("cannot be written: ") + std::strerror(errno);

@@ -19,12 +19,20 @@ namespace dicom_mend {
 
 namespace {
 
-constexpr std::string_view Magic = "dicom-mend run 1\n";
+constexpr std::string_view Magic = "dicom-mend run 2\n";
+/** That of other versions too, which may be replaced. */
+constexpr std::string_view Magic_Name = Magic.substr(0, Magic.find("2"));
 constexpr std::size_t Sum_Size = 4;
 /** Length, sum and kind. */
 constexpr std::size_t Head_Size = Frame_Head + Sum_Size + 1;
 
-enum Kind : char { Terms_Kind = 'T', Done_Kind = 'D', Placed_Kind = 'P', Gone_Kind = 'G' };
+enum Kind : char {
+    Terms_Kind = 'T',
+    Folder_Kind = 'F',
+    Done_Kind = 'D',
+    Placed_Kind = 'P',
+    Gone_Kind = 'G'
+};
 
 std::string Sum_Of(char kind, std::string_view bytes)
 {
@@ -78,8 +86,24 @@ bool Run_State::Lock()
     return false;
 }
 
-std::string Run_State::Open(const std::string& path, const std::string& terms, bool resume,
-                            bool force)
+bool Run_State::Begins_With(std::string_view text) const
+{
+    std::string begin(text.size(), '\0');
+    return Pread_All(descriptor_, begin.data(), begin.size(), 0) && begin == text;
+}
+
+std::string Run_State::Below(const std::string& path) const
+{
+    return path.starts_with(folder_) ? path.substr(folder_.size()) : path;
+}
+
+std::string Run_State::Whole(const std::string& below) const
+{
+    return below.empty() ? below : folder_ + below;
+}
+
+std::string Run_State::Open(const std::string& path, const std::string& folder,
+                            const std::string& terms, bool resume, bool force)
 {
     descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (!Is_Open()) {
@@ -95,28 +119,37 @@ std::string Run_State::Open(const std::string& path, const std::string& terms, b
     if (status.st_size > 0 && !resume && !force) {
         return "tells of a run; --resume goes on with it, --force begins anew";
     }
+    if (status.st_size > 0 && !Begins_With(resume ? Magic : Magic_Name)) {
+        return "is no state of a run";
+    }
     if (resume && status.st_size > 0) {
         Learn();
-        if (end_ == 0) {
-            return "is no state of a run";
-        }
         // A run that was killed before it had said what it does has done nothing.
         if (!terms_.empty()) {
-            return terms_ == terms
-                       ? ""
-                       : "tells of a run with other options, and cannot go on with these";
+            if (terms_ != terms) {
+                return "tells of a run with other options, and cannot go on with these";
+            }
+            folder_ = folder.empty() ? "" : folder + "/";
+            Put(Folder_Kind, folder_);
+            return failure_;
         }
     }
     if (ftruncate(descriptor_, 0) != 0 || !Write_All(descriptor_, Magic)) {
         return "cannot be written: " + System_Text();
     }
     end_ = static_cast<std::int64_t>(Magic.size());
+    folder_ = folder.empty() ? "" : folder + "/";
+    Put(Folder_Kind, folder_);
     Put(Terms_Kind, terms);
     return failure_;
 }
 
 void Run_State::Put(char kind, std::string_view bytes)
 {
+    // What does not fit may stand in front of what would; the log ends where it is known to be whole.
+    if (!failure_.empty()) {
+        return;
+    }
     std::string record = Framed(bytes);
     record.insert(Frame_Head, Sum_Of(kind, bytes) + kind);
     if (lseek(descriptor_, end_, SEEK_SET) != end_ || !Write_All(descriptor_, record)) {
@@ -154,8 +187,7 @@ std::optional<std::string> Run_State::Record_At(std::int64_t offset, char& kind,
 
 void Run_State::Learn()
 {
-    std::string magic(Magic.size(), '\0');
-    if (!Pread_All(descriptor_, magic.data(), magic.size(), 0) || magic != Magic) {
+    if (!Begins_With(Magic)) {
         return;
     }
     auto at = static_cast<std::int64_t>(Magic.size());
@@ -166,6 +198,8 @@ void Run_State::Learn()
             Unpacker unpacker(*bytes);
             if (kind == Terms_Kind) {
                 terms_ = *bytes;
+            } else if (kind == Folder_Kind) {
+                folder_ = *bytes;
             } else if (kind == Gone_Kind) {
                 places_.erase(lib_mend::FNV_1a(unpacker.Text()));
                 outputs_.erase(std::hash<std::string>()(unpacker.Text()));
@@ -192,7 +226,7 @@ Logged_File Run_State::File_At(const Places& places) const
     const std::optional<std::string> done = Record_At(places.done, kind, next);
     Unpacker unpacker(done ? *done : std::string_view());
     unpacker.Text();
-    file.staged = unpacker.Text();
+    file.staged = Whole(unpacker.Text());
     file.record = Unpack_Record(unpacker);
     if (places.placed < 0) {
         return file;
@@ -200,7 +234,7 @@ Logged_File Run_State::File_At(const Places& places) const
     const std::optional<std::string> placed = Record_At(places.placed, kind, next);
     Unpacker rest(placed ? *placed : std::string_view());
     rest.Text();
-    file.own = rest.Text();
+    file.own = Whole(rest.Text());
     file.is_placed = places.placed > places.done;
     if (!file.is_placed) {
         return file;
@@ -241,7 +275,7 @@ void Run_State::Put_Done(const File_Record& record, const std::string& staged)
     }
     Packer packer;
     packer.Put(record.relative);
-    packer.Put(staged);
+    packer.Put(Below(staged));
     Pack(record, packer);
     Put(Done_Kind, packer.Bytes());
 }
@@ -251,7 +285,7 @@ void Run_State::Put_Gone(const File_Record& record, const std::string& output)
     if (Is_Open()) {
         Packer packer;
         packer.Put(record.relative);
-        packer.Put(output);
+        packer.Put(Below(output));
         Put(Gone_Kind, packer.Bytes());
     }
 }
@@ -273,7 +307,7 @@ void Run_State::Put_Placed(const File_Record& record)
     Pack(said, findings);
     Packer packer;
     packer.Put(record.relative);
-    packer.Put(record.output);
+    packer.Put(Below(record.output));
     packer.Put(std::uint64_t{static_cast<unsigned int>(record.status)});
     packer.Put(findings.Bytes());
     Put(Placed_Kind, packer.Bytes());

@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -40,12 +41,15 @@ public:
     /**
      * Opens the log for this run alone.
      *
+     * @param folder  where the outputs are; the log names them below it, so that it may be called otherwise
+     *                when the run goes on
      * @param terms   what the run does, in a form in which it has to agree when it goes on
      * @param resume  an existing log is gone on with; a new run begins otherwise
-     * @param force   an existing log may be replaced
+     * @param force   an existing log may be replaced, but never another file
      * @return the reason of a failure
      */
-    std::string Open(const std::string& path, const std::string& terms, bool resume, bool force);
+    std::string Open(const std::string& path, const std::string& folder, const std::string& terms,
+                     bool resume, bool force);
     bool Is_Open() const
     {
         return descriptor_ >= 0;
@@ -66,7 +70,7 @@ public:
     {
         return places_.size();
     }
-    /** Hash values of the paths of all outputs. */
+    /** Hash values of the paths of all outputs, below the folder. */
     const std::unordered_set<std::size_t>& Outputs() const
     {
         return outputs_;
@@ -98,9 +102,15 @@ private:
     /** Learns what the log says; where it is torn, it ends. */
     void Learn();
     Logged_File File_At(const Places& places) const;
+    bool Begins_With(std::string_view text) const;
+    /** A path as the log has it, and back. */
+    std::string Below(const std::string& path) const;
+    std::string Whole(const std::string& below) const;
 
     int descriptor_ = -1;
     std::int64_t end_ = 0;
+    /** With a slash behind it. */
+    std::string folder_;
     std::string terms_;
     std::string failure_;
     /** By the names of the files. */

@@ -160,7 +160,8 @@ bool Walk::Next_Named(Walk_Entry& entry)
         if (is_path) {
             path = options_.paths[next_path_++];
         } else if (!Next_Listed(path)) {
-            const bool failed = !options_.list.empty() && list_ == nullptr;
+            const bool failed =
+                !options_.list.empty() && (list_ == nullptr || std::ferror(list_) != 0);
             entry.item.path = options_.list;
             entry.trouble = failed ? std::strerror(errno) : "";
             options_.list.clear();
@@ -168,6 +169,11 @@ bool Walk::Next_Named(Walk_Entry& entry)
         }
         struct stat status = {};
         entry.item.path = path;
+        if (path.find('\0') != path.npos) {
+            entry.item.path = options_.list;
+            entry.trouble = "the names in it end with NUL, which --null is for";
+            return true;
+        }
         if (!is_path && !options_.outputs.empty() && Stands_In(path, options_.outputs)) {
             entry.trouble = "stands in the folder of the outputs";
             return true;

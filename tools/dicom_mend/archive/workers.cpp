@@ -23,6 +23,21 @@ namespace dicom_mend {
 
 namespace {
 
+/** Like Write_All; a worker that has died is no reason to end. */
+bool Send_All(int socket, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        pollfd writable = {socket, POLLOUT, 0};
+        if (count >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR && (errno != EAGAIN || poll(&writable, 1, -1) < 0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void Do(const File_Work& work, const Work_Item& item, File_Record& record)
 {
     const auto start = Workers::Clock::now();
@@ -77,7 +92,7 @@ void Workers::Give(const Work_Item& item)
         if (worker.process < 0) {
             Start(worker);
         }
-        if (Write_All(worker.socket, Framed(packer.Bytes()))) {
+        if (Send_All(worker.socket, Framed(packer.Bytes()))) {
             break;
         }
         End(worker);
