@@ -1,111 +1,15 @@
 #include "archive/run.h"
 
-#include "archive/disk_sync.h"
-#include "archive/file_sum.h"
 #include "archive/interruption.h"
-#include "archive/placing.h"
-#include "archive/plan.h"
-#include "archive/progress.h"
-#include "archive/run_report.h"
-#include "archive/run_state.h"
-#include "archive/window.h"
+#include "archive/run_course.h"
 #include "mend/findings/letters.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <optional>
-#include <thread>
 
 #include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace dicom_mend {
-
-namespace {
-
-bool Is_Full(const std::string& reason)
-{
-    return reason.find(std::strerror(ENOSPC)) != reason.npos ||
-           reason.find(std::strerror(EDQUOT)) != reason.npos;
-}
-
-/** @param output  where the output is, if there is one */
-void Add_Sums(File_Record& record, const std::string& output)
-{
-    if (!record.is_foreign) {
-        record.sum_in = Sum_Of_File(record.path);
-        record.sum_out = record.has_output ? Sum_Of_File(output) : std::string();
-    }
-}
-
-class Run {
-public:
-    Run(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
-        : options_(options), tell_(tell),
-          workers_(options.jobs != 0 ? options.jobs
-                                     : std::max(1U, std::thread::hardware_concurrency()),
-                   [this, work](const Work_Item& item, File_Record& record) {
-                       Work(work, item, record);
-                   }),
-          placing_(options.to, options.Work_Folder(), options.force,
-                   options.has_layout && options.walk.shards > 1),
-          line_(options.verbosity != Verbosity::Quiet)
-    {
-    }
-
-    Exit_Status All();
-
-private:
-    std::string Refusal() const;
-    std::string Prepare();
-    void Work(const File_Work& work, const Work_Item& item, File_Record& record) const;
-    void Fill(Plan& plan);
-    void Take_Entry(Walk_Entry&& entry);
-    void Look_Up(Slot& slot);
-    void Hand_Out();
-    void Wait(Plan& plan);
-    void Take_Done(Done_File&& file);
-    void Tell_Ready(bool all);
-    void Tell(Slot& slot);
-    void Place(Slot& slot);
-    bool Stop_Without_State();
-    bool Keep_Apart(Slot& slot);
-    void Add(const File_Record& record);
-    void Show(const Plan& plan);
-    bool Is_Ended(const Plan& plan) const;
-    Exit_Status Finish(const Plan& plan);
-    void Print_Summary(const Plan& plan) const;
-
-    const Run_Options& options_;
-    const Run_Teller& tell_;
-    Workers workers_;
-    Placing placing_;
-    Progress_Line line_;
-    Run_State state_;
-    Run_Report report_;
-    std::optional<Disk_Sync> sync_;
-    /** Tells the staged files of this session from those of earlier ones. */
-    std::string session_;
-    Window window_;
-    Totals totals_;
-    std::uint64_t done_files_ = 0;
-    std::int64_t done_bytes_ = 0;
-    std::uint64_t findings_ = 0;
-    std::uint64_t changed_ = 0;
-    /** Files that the log knew when the run began, and those of them that were met again. */
-    std::uint64_t logged_ = 0;
-    std::uint64_t known_ = 0;
-    std::uint64_t finished_ = 0;
-    Exit_Status status_ = Exit_Clean;
-    /** Why no more files are begun; empty while they are. */
-    std::string stopped_;
-    Workers::Clock::time_point start_ = Workers::Clock::now();
-    Workers::Clock::time_point shown_ = start_;
-};
 
 /** Why the folders cannot be what they are to be; before anything is made. */
 std::string Run::Refusal() const
@@ -166,81 +70,12 @@ std::string Run::Prepare()
     return {};
 }
 
-/** In a worker. */
-void Run::Work(const File_Work& work, const Work_Item& item, File_Record& record) const
-{
-    work(item, record);
-    if (!options_.show_values) {
-        Leave_Out_Values(record.findings);
-    }
-    record.found = record.findings.size();
-    if (!options_.report.empty()) {
-        Add_Sums(record, item.staged);
-    }
-}
-
 void Run::Fill(Plan& plan)
 {
     Walk_Entry entry;
     while (!window_.Is_Full() && stopped_.empty() && plan.Next(entry)) {
         Take_Entry(std::move(entry));
     }
-}
-
-void Run::Take_Entry(Walk_Entry&& entry)
-{
-    Slot slot;
-    slot.item = std::move(entry.item);
-    slot.item.index = window_.Next_Index();
-    slot.record.path = slot.item.path;
-    slot.record.relative = slot.item.relative;
-    if (!entry.trouble.empty()) {
-        slot.record.failure = std::move(entry.trouble);
-        slot.record.status = Exit_Failure;
-        slot.stage = Slot::Stage::Done;
-    } else {
-        if (!options_.to.empty()) {
-            slot.item.staged = placing_.Staged(session_, slot.item.index);
-        }
-        if (options_.resume) {
-            Look_Up(slot);
-        }
-    }
-    window_.Push(std::move(slot));
-}
-
-/** What an earlier run did need not be done again, unless the file has changed or its output is gone. */
-void Run::Look_Up(Slot& slot)
-{
-    std::optional<Logged_File> logged = state_.Find(slot.item.relative);
-    if (!logged) {
-        return;
-    }
-    ++known_;
-    slot.own = logged->own;
-    slot.was_kept_apart = logged->record.status == Exit_Failure;
-    if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
-        ++changed_;
-        return;
-    }
-    struct stat status = {};
-    const bool is_staged = logged->record.has_output &&
-                           lstat(logged->staged.c_str(), &status) == 0 &&
-                           status.st_size == logged->record.output_size;
-    if (logged->is_placed && !is_staged && placing_.Is_In_Place(logged->record)) {
-        slot.is_finished = true;
-    } else if (logged->record.has_output && !is_staged) {
-        return;
-    }
-    slot.record = std::move(logged->record);
-    slot.record.path = slot.item.path;
-    slot.staged = std::move(logged->staged);
-    if (!options_.report.empty() && slot.record.sum_in.empty()) {
-        // The run that did it wrote no report.
-        Add_Sums(slot.record, is_staged ? slot.staged : slot.record.output);
-    }
-    slot.is_final = true;
-    slot.stage = Slot::Stage::Done;
 }
 
 void Run::Hand_Out()
@@ -276,133 +111,6 @@ void Run::Wait(Plan& plan)
     }
     if (Interruptible::Is_Urgent()) {
         workers_.Kill();
-    }
-}
-
-void Run::Take_Done(Done_File&& file)
-{
-    Slot& slot = window_.At(file.index);
-    slot.stage = Slot::Stage::Done;
-    slot.staged = slot.item.staged;
-    slot.record = std::move(file.record);
-    slot.is_final = slot.record.failure.empty() && !slot.record.try_again;
-    ++done_files_;
-    done_bytes_ += slot.item.size;
-    findings_ += slot.record.findings.size();
-    if (slot.is_final) {
-        state_.Put_Done(slot.record, slot.staged);
-        Stop_Without_State();
-    }
-    if (slot.record.try_again && Is_Full(slot.record.failure) && stopped_.empty()) {
-        stopped_ = "there is no room left in " + options_.to;
-    }
-}
-
-void Run::Place(Slot& slot)
-{
-    File_Record& record = slot.record;
-    if (!record.has_output) {
-        state_.Put_Placed(record);
-        return;
-    }
-    std::string own = slot.own;
-    auto outcome = Placing::Outcome::Taken;
-    while (outcome == Placing::Outcome::Taken) {
-        placing_.Choose(record, own);
-        // The log says first where the file will be, so that it is found there whenever the run is killed.
-        state_.Put_Placed(record);
-        if (Stop_Without_State()) {
-            Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
-                        "is not put into its place, for the state of the run cannot be written");
-            record.output.clear();
-            record.has_output = false;
-            return;
-        }
-        const std::string output = record.output;
-        outcome = placing_.Place(record, slot.staged, output == own);
-        if (outcome == Placing::Outcome::Failed) {
-            state_.Put_Gone(record, output);
-        }
-        own.clear();
-    }
-}
-
-/** Nothing is done that the log does not know. True when that has to end. */
-bool Run::Stop_Without_State()
-{
-    if (!state_.Failure().empty() && stopped_.empty()) {
-        stopped_ = "the state of the run " + state_.Failure();
-    }
-    return !state_.Failure().empty();
-}
-
-void Run::Add(const File_Record& record)
-{
-    status_ = std::max(status_, record.status);
-    File_Record shown = record;
-    std::erase_if(shown.findings, [this](const lib_mend::Finding& finding) {
-        return options_.verbosity != Verbosity::Verbose &&
-               Severity_Of(finding) == lib_mend::Severity::Info;
-    });
-    totals_.Add(shown);
-    report_.Add(shown);
-}
-
-/** Copies what could not be mended whole to the quarantine; false when that fails. */
-bool Run::Keep_Apart(Slot& slot)
-{
-    File_Record& record = slot.record;
-    if (options_.quarantine.empty()) {
-        return true;
-    }
-    if (record.status != Exit_Failure) {
-        if (slot.was_kept_apart) {
-            Leave_Quarantine(options_.quarantine, record);
-        }
-        return true;
-    }
-    const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
-    if (!error.empty()) {
-        Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
-                    "cannot be copied to " + options_.quarantine + ": " + error);
-    }
-    return error.empty();
-}
-
-void Run::Tell(Slot& slot)
-{
-    File_Record& record = slot.record;
-    if (slot.is_finished) {
-        ++finished_;
-        ++done_files_;
-        done_bytes_ += slot.item.size;
-        Add(record);
-        return;
-    }
-    // The log says that a file is told of when nothing is left to do for it.
-    bool is_kept = Keep_Apart(slot);
-    if (slot.is_final) {
-        const Exit_Status before = record.status;
-        Place(slot);
-        is_kept = (record.status == before || Keep_Apart(slot)) && is_kept;
-        if (!is_kept) {
-            // It is done again when the run goes on.
-            state_.Put_Gone(record, record.output);
-        }
-    }
-    line_.Clear();
-    tell_(record);
-    Add(record);
-}
-
-/** @param all  also those that stand behind a file that will not be done */
-void Run::Tell_Ready(bool all)
-{
-    while (!window_.Is_Empty() && (all || window_.Front().stage == Slot::Stage::Done)) {
-        if (window_.Front().stage == Slot::Stage::Done) {
-            Tell(window_.Front());
-        }
-        window_.Pop();
     }
 }
 
@@ -511,8 +219,6 @@ Exit_Status Run::All()
     Tell_Ready(true);
     return Finish(plan);
 }
-
-}  // namespace
 
 Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
 {

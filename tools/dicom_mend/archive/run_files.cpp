@@ -1,0 +1,226 @@
+#include "archive/file_sum.h"
+#include "archive/run_course.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sys/stat.h>
+
+namespace dicom_mend {
+
+namespace {
+
+bool Is_Full(const std::string& reason)
+{
+    return reason.find(std::strerror(ENOSPC)) != reason.npos ||
+           reason.find(std::strerror(EDQUOT)) != reason.npos;
+}
+
+/** @param output  where the output is, if there is one */
+void Add_Sums(File_Record& record, const std::string& output)
+{
+    if (!record.is_foreign) {
+        record.sum_in = Sum_Of_File(record.path);
+        record.sum_out = record.has_output ? Sum_Of_File(output) : std::string();
+    }
+}
+
+}  // namespace
+
+/** In a worker. */
+void Run::Work(const File_Work& work, const Work_Item& item, File_Record& record) const
+{
+    work(item, record);
+    if (!options_.show_values) {
+        Leave_Out_Values(record.findings);
+    }
+    record.found = record.findings.size();
+    if (!options_.report.empty()) {
+        Add_Sums(record, item.staged);
+    }
+}
+
+void Run::Take_Entry(Walk_Entry&& entry)
+{
+    Slot slot;
+    slot.item = std::move(entry.item);
+    slot.item.index = window_.Next_Index();
+    slot.record.path = slot.item.path;
+    slot.record.relative = slot.item.relative;
+    if (!entry.trouble.empty()) {
+        slot.record.failure = std::move(entry.trouble);
+        slot.record.status = Exit_Failure;
+        slot.stage = Slot::Stage::Done;
+    } else {
+        if (!options_.to.empty()) {
+            slot.item.staged = placing_.Staged(session_, slot.item.index);
+        }
+        if (options_.resume) {
+            Look_Up(slot);
+        }
+    }
+    window_.Push(std::move(slot));
+}
+
+/** What an earlier run did need not be done again, unless the file has changed or its output is gone. */
+void Run::Look_Up(Slot& slot)
+{
+    std::optional<Logged_File> logged = state_.Find(slot.item.relative);
+    if (!logged) {
+        return;
+    }
+    ++known_;
+    slot.own = logged->own;
+    slot.was_kept_apart = logged->record.status == Exit_Failure;
+    if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
+        ++changed_;
+        return;
+    }
+    struct stat status = {};
+    const bool is_staged = logged->record.has_output &&
+                           lstat(logged->staged.c_str(), &status) == 0 &&
+                           status.st_size == logged->record.output_size;
+    if (logged->is_placed && !is_staged && placing_.Is_In_Place(logged->record)) {
+        slot.is_finished = true;
+    } else if (logged->record.has_output && !is_staged) {
+        return;
+    }
+    slot.record = std::move(logged->record);
+    slot.record.path = slot.item.path;
+    slot.staged = std::move(logged->staged);
+    if (!options_.report.empty() && slot.record.sum_in.empty()) {
+        // The run that did it wrote no report.
+        Add_Sums(slot.record, is_staged ? slot.staged : slot.record.output);
+    }
+    slot.is_final = true;
+    slot.stage = Slot::Stage::Done;
+}
+
+void Run::Take_Done(Done_File&& file)
+{
+    Slot& slot = window_.At(file.index);
+    slot.stage = Slot::Stage::Done;
+    slot.staged = slot.item.staged;
+    slot.record = std::move(file.record);
+    slot.is_final = slot.record.failure.empty() && !slot.record.try_again;
+    ++done_files_;
+    done_bytes_ += slot.item.size;
+    findings_ += slot.record.findings.size();
+    if (slot.is_final) {
+        state_.Put_Done(slot.record, slot.staged);
+        Stop_Without_State();
+    }
+    if (slot.record.try_again && Is_Full(slot.record.failure) && stopped_.empty()) {
+        stopped_ = "there is no room left in " + options_.to;
+    }
+}
+
+void Run::Place(Slot& slot)
+{
+    File_Record& record = slot.record;
+    if (!record.has_output) {
+        state_.Put_Placed(record);
+        return;
+    }
+    std::string own = slot.own;
+    auto outcome = Placing::Outcome::Taken;
+    while (outcome == Placing::Outcome::Taken) {
+        placing_.Choose(record, own);
+        // The log says first where the file will be, so that it is found there whenever the run is killed.
+        state_.Put_Placed(record);
+        if (Stop_Without_State()) {
+            Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                        "is not put into its place, for the state of the run cannot be written");
+            record.output.clear();
+            record.has_output = false;
+            return;
+        }
+        const std::string output = record.output;
+        outcome = placing_.Place(record, slot.staged, output == own);
+        if (outcome == Placing::Outcome::Failed) {
+            state_.Put_Gone(record, output);
+        }
+        own.clear();
+    }
+}
+
+/** Nothing is done that the log does not know. True when that has to end. */
+bool Run::Stop_Without_State()
+{
+    if (!state_.Failure().empty() && stopped_.empty()) {
+        stopped_ = "the state of the run " + state_.Failure();
+    }
+    return !state_.Failure().empty();
+}
+
+void Run::Add(const File_Record& record)
+{
+    status_ = std::max(status_, record.status);
+    File_Record shown = record;
+    std::erase_if(shown.findings, [this](const lib_mend::Finding& finding) {
+        return options_.verbosity != Verbosity::Verbose &&
+               Severity_Of(finding) == lib_mend::Severity::Info;
+    });
+    totals_.Add(shown);
+    report_.Add(shown);
+}
+
+/** Copies what could not be mended whole to the quarantine; false when that fails. */
+bool Run::Keep_Apart(Slot& slot)
+{
+    File_Record& record = slot.record;
+    if (options_.quarantine.empty()) {
+        return true;
+    }
+    if (record.status != Exit_Failure) {
+        if (slot.was_kept_apart) {
+            Leave_Quarantine(options_.quarantine, record);
+        }
+        return true;
+    }
+    const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
+    if (!error.empty()) {
+        Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                    "cannot be copied to " + options_.quarantine + ": " + error);
+    }
+    return error.empty();
+}
+
+void Run::Tell(Slot& slot)
+{
+    File_Record& record = slot.record;
+    if (slot.is_finished) {
+        ++finished_;
+        ++done_files_;
+        done_bytes_ += slot.item.size;
+        Add(record);
+        return;
+    }
+    // The log says that a file is told of when nothing is left to do for it.
+    bool is_kept = Keep_Apart(slot);
+    if (slot.is_final) {
+        const Exit_Status before = record.status;
+        Place(slot);
+        is_kept = (record.status == before || Keep_Apart(slot)) && is_kept;
+        if (!is_kept) {
+            // It is done again when the run goes on.
+            state_.Put_Gone(record, record.output);
+        }
+    }
+    line_.Clear();
+    tell_(record);
+    Add(record);
+}
+
+/** @param all  also those that stand behind a file that will not be done */
+void Run::Tell_Ready(bool all)
+{
+    while (!window_.Is_Empty() && (all || window_.Front().stage == Slot::Stage::Done)) {
+        if (window_.Front().stage == Slot::Stage::Done) {
+            Tell(window_.Front());
+        }
+        window_.Pop();
+    }
+}
+
+}  // namespace dicom_mend
