@@ -227,9 +227,12 @@ struct Fault_Kind {
     bool whole = false;
 };
 
+/** @param place  nowhere, and nothing is dropped, where there is no such thing */
 void Drop(Damage& d, std::size_t place, std::size_t count)
 {
-    d.file.erase(place, count);
+    if (place != std::string::npos) {
+        d.file.erase(place, count);
+    }
 }
 
 void In_Small_Letters(Damage& d)
@@ -334,13 +337,18 @@ std::size_t Delimiter_In(const Damage& d, unsigned int element, bool last)
 {
     Stream_Builder tag(d.plain.is_big ? 9 : 8);
     tag.Short(0xFFFE).Short(element).Int(0);
-    return last ? d.file.rfind(tag.Bytes(), d.at.end - 8)
-                : d.file.find(tag.Bytes(), d.at.value_start);
+    const std::size_t found =
+        last ? d.file.rfind(tag.Bytes(), d.at.end - 8) : d.file.find(tag.Bytes(), d.at.value_start);
+    // Items of defined length have none.
+    return found < d.at.end ? found : std::string::npos;
 }
 
 void Exchange_Delimiters(Damage& d)
 {
     const std::size_t item = Delimiter_In(d, 0xE00D, false);
+    if (item == std::string::npos) {
+        return;
+    }
     const std::size_t sequence = d.at.end - 8;
     d.Set_Number(item + 2, 0xE0DD, 2);
     d.Set_Number(sequence + 2, 0xE00D, 2);
@@ -589,6 +597,9 @@ void For_Each_Fault(const Sound_File& sound, int places,
             const Plain_Element& element = *candidates[index];
             Damage damage(sound, element, ++seed);
             kind.inject(damage);
+            if (damage.file == sound.bytes) {
+                continue;
+            }
             visit({kind.name, &sound, std::move(damage.file),
                    kind.whole || (kind.scope & File) != 0 ? "" : element.path});
         }

@@ -51,14 +51,13 @@ Recovery Recovery_Of(const Fault_Case& fault, const Mended_File& mended)
     return recovery;
 }
 
-void Kind_Of_Fault_Count::Add(const Recovery& recovery)
+void Kind_Of_Fault_Count::Add(const Recovery& recovery, const Recovery& plainly)
 {
-    const double fraction = recovery.wanted == 0 ? 1
-                                                 : static_cast<double>(recovery.recovered) /
-                                                       static_cast<double>(recovery.wanted);
     ++cases;
-    recovered += fraction;
-    worst = std::min(worst, fraction);
+    recovered += recovery.Fraction();
+    worst = std::min(worst, recovery.Fraction());
+    read_plainly += plainly.Fraction();
+    pictures_read_plainly += plainly.has_picture && plainly.picture_recovered ? 1U : 0U;
     pictures += recovery.has_picture ? 1U : 0U;
     pictures_recovered += recovery.has_picture && recovery.picture_recovered ? 1U : 0U;
     unsaid += recovery.said ? 0U : 1U;
@@ -72,8 +71,11 @@ std::vector<Kind_Of_Fault_Count> Count_Recovery(const std::vector<Sound_File>& f
     for (const Sound_File& file : files) {
         For_Each_Fault(file, places, [&](const Fault_Case& fault) {
             const Recovery recovery = Recovery_Of(fault, Mend_In_Memory(fault.bytes));
-            counts[fault.kind].Add(recovery);
-            all.Add(recovery);
+            Mended_File unmended;
+            unmended.bytes = fault.bytes;
+            const Recovery plainly = Recovery_Of(fault, unmended);
+            counts[fault.kind].Add(recovery, plainly);
+            all.Add(recovery, plainly);
         });
     }
     std::vector<Kind_Of_Fault_Count> rows;

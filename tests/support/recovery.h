@@ -16,6 +16,10 @@ struct Recovery {
     /** The pixel data: there are any outside the damaged element, and they came back. */
     bool has_picture = false;
     bool picture_recovered = false;
+    double Fraction() const
+    {
+        return wanted == 0 ? 1 : static_cast<double>(recovered) / static_cast<double>(wanted);
+    }
     /** Something was said. */
     bool said = false;
     /** What is missing or has another value, a path a line. */
@@ -30,15 +34,19 @@ struct Kind_Of_Fault_Count {
     std::size_t cases = 0;
     double recovered = 0;
     double worst = 1;
+    /** What a plain reader gets of the damaged file itself. */
+    double read_plainly = 0;
+    std::size_t pictures_read_plainly = 0;
     std::size_t pictures = 0;
     std::size_t pictures_recovered = 0;
     std::size_t unsaid = 0;
 
-    double Average() const
+    /** Of a sum over all cases. */
+    double Average(double sum) const
     {
-        return cases == 0 ? 1 : recovered / static_cast<double>(cases);
+        return cases == 0 ? 1 : sum / static_cast<double>(cases);
     }
-    void Add(const Recovery& recovery);
+    void Add(const Recovery& recovery, const Recovery& plainly);
 };
 
 /** The counts of all kinds over a list of sound files; the last row is that of all. */
