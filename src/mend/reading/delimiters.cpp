@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 namespace lib_mend {
 
@@ -84,6 +85,17 @@ bool Element_Reader::Ends_As_Claimed(const Nesting_Level& level) const
             late == shift_.if_left_over - level.shift.if_left_over);
 }
 
+/** Keeps in mind that nothing ended the innermost level. */
+void Element_Reader::Note_Left()
+{
+    const Nesting_Level& level = Top();
+    const bool is_short = level.claimed_end == Level_View::Open || position_ < level.claimed_end;
+    if (level.kind == Level_Kind::Sequence && is_short && levels_.size() > 1) {
+        levels_[levels_.size() - 2].left = {level.owner, level.items, level.mode, level.claimed_end,
+                                            level.shift};
+    }
+}
+
 /** Closes the innermost level, which nothing has closed. */
 void Element_Reader::Close_Unclosed(const char* what)
 {
@@ -101,6 +113,7 @@ void Element_Reader::Close_Unclosed(const char* what)
         Report(level.kind == Level_Kind::Fragments ? Fault::Fragments : Fault::Nesting,
                Level::Change, *level.owner, what);
     }
+    Note_Left();
     Pop();
 }
 
@@ -228,28 +241,85 @@ bool Element_Reader::Reopen_Sequence()
     const unsigned short vr = is_pixels ? VR_OB : VR_SQ;
     last->vr = last->vr != 0 ? vr : static_cast<unsigned short>(0);
     last->vr_default = vr;
-    Nesting_Level level;
-    level.kind = is_pixels ? Level_Kind::Fragments : Level_Kind::Sequence;
-    level.mode = Top().mode;
-    level.last = Tag_Of(*last);
-    level.owner = last;
-    level.limit = Top().limit;
-    level.items = Item_Count(*last);
-    level.said = true;
+    const int items = Item_Count(*last);
     last->size = DICOM_Undefined_Length;
+    Enter_Again(*last, is_pixels ? Level_Kind::Fragments : Level_Kind::Sequence, items, Top().mode);
+    return true;
+}
+
+/** An item stands at a place in a list, and may be one of a sequence that was left in front of it. */
+bool Element_Reader::Goes_On_At(std::int64_t at, bool within_length)
+{
+    constexpr int Enough = 2 * Outlook::Sound_Points;
+    const Nesting_Level& list = Top();
+    const Left_Sequence& left = list.left;
+    if (list.kind != Level_Kind::List || left.owner == nullptr ||
+        !Starts_With_Item(at, left.mode)) {
+        return false;
+    }
+    const std::int64_t put_in = std::max<std::int64_t>(shift_.if_put_in - left.shift.if_put_in, 0);
+    if (within_length && left.claimed_end != Level_View::Open && at >= left.claimed_end + put_in) {
+        return false;
+    }
+    Outlook look = Look();
+    Level_View sequence = list;
+    sequence.kind = Level_Kind::Sequence;
+    sequence.end = Level_View::Open;
+    sequence.mode = left.mode;
+    look.Push(sequence);
+    return look.Follow(at) >= Enough;
+}
+
+/** Opens the level of a sequence or an encapsulated value once more, for what stands behind it. */
+void Element_Reader::Enter_Again(DICOM_List& record, Level_Kind kind, int items, unsigned char mode)
+{
+    Nesting_Level level;
+    level.kind = kind;
+    level.mode = mode;
+    level.last = Tag_Of(record);
+    level.owner = &record;
+    level.limit = Top().limit;
+    level.items = items;
+    level.said = true;
     levels_.push_back(std::move(level));
     ++depth_;
+}
+
+/** What was taken for the end of a sequence was none: more of its items follow. */
+bool Element_Reader::Go_On_In_Left_Sequence(bool within_length)
+{
+    if (!Goes_On_At(position_, within_length)) {
+        return false;
+    }
+    const Left_Sequence left = std::exchange(Top().left, {});
+    Report(Fault::Nesting, Level::Change, *left.owner,
+           "more of its items stand " + Bytes_Text(position_ - Value_Position_Of(*left.owner)) +
+               " behind its header, after what is none of it");
+    Enter_Again(*left.owner, Level_Kind::Sequence, left.items, left.mode);
+    Top().claimed_end = left.claimed_end;
+    Top().shift = left.shift;
     return true;
 }
 
 void Element_Reader::Read_Item_In_List(const Element_Header& header)
 {
     const bool is_open = levels_.size() > 1 && Top().end == Level_View::Open;
-    if ((!is_open && Reopen_Sequence()) || Supply_Sequence()) {
+    if (!is_open && (Reopen_Sequence() || Go_On_In_Left_Sequence(true))) {
         return;
     }
-    if (is_open) {
+    // What goes beyond an item with a length is the next one.
+    const bool is_beyond = levels_.size() > 2 && !header.Is_Undefined() &&
+                           position_ + header.size + header.length > Top().limit &&
+                           Points_After(position_, 1) >= Outlook::All_Points;
+    if (!is_beyond && Supply_Sequence()) {
+        return;
+    }
+    if (is_open || is_beyond) {
         Close_Unclosed("item is not closed");
+        return;
+    }
+    // Whatever length it claimed, the contents of items are no elements of the list.
+    if (Go_On_In_Left_Sequence(false)) {
         return;
     }
     Skip_Delimiter(header, levels_.size() > 1

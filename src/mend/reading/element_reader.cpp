@@ -161,7 +161,11 @@ bool Element_Reader::Fits_What_Follows(const Element_Header& header)
         return next.tag == Item_End_Tag && next.length == 0 && levels_.size() > 1 &&
                Top().end == Level_View::Open;
     }
-    return Judge_At(end, header.tag) == Grade::Sound;
+    const Grade grade = Judge_At(end, header.tag);
+    // What the end of the source cuts off says nothing against the element in front.
+    return grade == Grade::Sound ||
+           (grade == Grade::Length_Impossible && end_ == source_->Size() &&
+            end + next.size + next.length > end_ && header.tag > Top().last);
 }
 
 /** The source ends in the middle of a header that makes sense so far. */

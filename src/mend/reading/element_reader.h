@@ -138,6 +138,7 @@ private:
     void Offer_Encodings(Reading& best);
     bool Ask_Library(const Element_Header& as_read, Element_Header& header);
     void Offer_Library(Reading& best, const Element_Header& as_read);
+    bool Ends_Beyond_Source(const Element_Header& header);
     void Settle(const Element_Header& as_read);
     bool Settle_Damaged_Delimiter(const Element_Header& header, int enough);
     bool Settle_By_Search(const Element_Header& as_read);
@@ -224,11 +225,15 @@ private:
     void Check_Delimiter_Length(const Element_Header& header);
     void Skip_Delimiter(const Element_Header& header, const char* what);
     bool Ends_As_Claimed(const Nesting_Level& level) const;
+    void Note_Left();
     void Close_Unclosed(const char* what);
     void Close_Moved();
     bool Leave_Exact_Lengths(const Element_Header& header);
     bool Leave_Wrong_Lengths(const Element_Header& header);
     void Read_Delimiter_In_List(const Element_Header& header);
+    bool Goes_On_At(std::int64_t at, bool within_length);
+    void Enter_Again(DICOM_List& record, Level_Kind kind, int items, unsigned char mode);
+    bool Go_On_In_Left_Sequence(bool within_length);
     bool Reopen_Sequence();
     void Read_Item_In_List(const Element_Header& header);
     bool Stands_Sequence_End(std::int64_t at);

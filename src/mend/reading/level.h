@@ -55,6 +55,16 @@ struct Creators {
     const std::string* answer = nullptr;
 };
 
+/** A sequence that was left though nothing ended it: items behind it are its own. */
+struct Left_Sequence {
+    DICOM_List* owner = nullptr;
+    int items = 0;
+    unsigned char mode = 0;
+    /** By its length, or Level_View::Open. */
+    std::int64_t claimed_end = Level_View::Open;
+    Shift shift;
+};
+
 struct Nesting_Level : Level_View {
     /** The sequence, the encapsulated element, or the header of the item; null for the data set. */
     DICOM_List* owner = nullptr;
@@ -82,6 +92,8 @@ struct Nesting_Level : Level_View {
     bool said = false;
     /** Tag of the last element of the last item of a sequence. */
     Tag last_in_item;
+    /** The last sequence of a list, if it was left. */
+    Left_Sequence left;
     /** Most have none. */
     std::unique_ptr<Creators> creators;
 };

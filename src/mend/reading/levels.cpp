@@ -83,6 +83,7 @@ void Element_Reader::Pop()
 void Element_Reader::Pop_To(std::size_t levels)
 {
     while (levels_.size() > levels) {
+        Note_Left();
         Pop();
     }
 }

@@ -199,7 +199,8 @@ int Outlook::Step_Damaged(const Element_Header& read)
         }
         const Element_Header header = Decode_Header_As(bytes, read.mode, form);
         const std::int64_t end = at_ + header.size + header.length;
-        if (header.size == 0 || header.Is_Undefined() || end > Top().limit) {
+        const bool is_zeros = header.length == 0 && !Is_Known_VR(header.vr);
+        if (header.size == 0 || header.Is_Undefined() || end > Top().limit || is_zeros) {
             continue;
         }
         const Element_Header next = Decode_Header(window_.At(end, Longest_Header), read.mode);

@@ -118,7 +118,7 @@ bool Element_Reader::Is_Lost_Sequence(std::int64_t at)
         lost_sequences_ == Most_Lost_Sequences || !Starts_With_Item(at, Top().mode)) {
         return false;
     }
-    if (Follows_Torn_Header(at)) {
+    if (Follows_Torn_Header(at) || Goes_On_At(at, true)) {
         return false;
     }
     if (End_Of_Items(at) >= 0) {

@@ -103,7 +103,9 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
     constexpr std::uint32_t Group_Length_Size = 4;
     const bool is_wrong_group_length =
         header.tag.element == 0x0000 && header.length != Group_Length_Size && header.length != 0;
-    if (tag == Grade::Impossible || is_wrong_group_length) {
+    // Zeros behind a number look like the length of some group, of no bytes.
+    const bool is_zeros = header.tag.element == 0x0000 && header.length == 0 && !has_vr;
+    if (tag == Grade::Impossible || is_wrong_group_length || is_zeros) {
         return Grade::Impossible;
     }
     if (is_explicit && !has_vr) {

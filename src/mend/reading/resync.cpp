@@ -99,7 +99,7 @@ bool Element_Reader::Is_Place(std::int64_t at, std::size_t levels, Tag last)
     }
     if (header.tag == Item_Tag && level.kind == Level_Kind::List &&
         (levels < 2 || level.end != Level_View::Open)) {
-        return levels == levels_.size() && Is_Lost_Sequence(at);
+        return levels == levels_.size() && (Is_Lost_Sequence(at) || Goes_On_At(at, true));
     }
     if (header.tag.group != Delimiter_Group) {
         Level_View list = level;

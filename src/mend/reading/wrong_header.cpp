@@ -211,6 +211,13 @@ void Element_Reader::Offer_Library(Reading& best, const Element_Header& as_read)
     }
 }
 
+/** A header that is sound, but for a length that reaches beyond the end of the source. */
+bool Element_Reader::Ends_Beyond_Source(const Element_Header& header)
+{
+    return end_ == source_->Size() && position_ + header.size + header.length > end_ &&
+           Judge(header, position_, Top()) == Grade::Length_Impossible;
+}
+
 void Element_Reader::Settle(const Element_Header& as_read)
 {
     const bool is_delimiter = as_read.tag.group == Delimiter_Group;
@@ -231,6 +238,11 @@ void Element_Reader::Settle(const Element_Header& as_read)
         Offer_Encodings(best);
     }
     Offer_Torn(best, as_read);
+    if (Ends_Beyond_Source(as_read) && With_VR(best.header).length == 0 &&
+        best.behind < Outlook::All_Points / 2) {
+        // A file that is cut off in zeros, which make a length of none, and headers of nothing.
+        best = {};
+    }
     if (Settle_Damaged_Delimiter(as_read, std::max(best.points, Likely))) {
         return;
     }
