@@ -107,8 +107,13 @@ bool Is_Information(std::string_view text)
 
 std::string Tag_Text(Tag tag)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%04x,%04x", tag.group, tag.element);
+    constexpr char Digits[] = "0123456789abcdef";
+    std::string text(9, ',');
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::size_t shift = 4 * (3 - i);
+        text[i] = Digits[tag.group >> shift & 0xF];
+        text[i + 5] = Digits[tag.element >> shift & 0xF];
+    }
     return text;
 }
 

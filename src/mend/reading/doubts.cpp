@@ -16,11 +16,12 @@ namespace {
 
 constexpr std::int64_t Shortest_Element = 8;
 
-/** VR of the header, or that of the dictionary. */
+/** VR of the header, or that of the dictionary, which takes the place of UN when values are healed. */
 unsigned short VR_In(const Element_Header& header)
 {
     const TAG_db_Elems* const entry = header.Entry();
-    return header.vr != 0 ? header.vr : entry != nullptr ? entry->vr[0] : VR_UN;
+    const bool says = header.vr != 0 && header.vr != VR_UN;
+    return says ? header.vr : entry != nullptr ? entry->vr[0] : VR_UN;
 }
 
 bool Is_Control(unsigned char byte)
@@ -102,6 +103,13 @@ bool Element_Reader::Holds_Controls(const Element_Header& header)
            (length > Enough && holds(value + length - Enough, Enough));
 }
 
+/** End of a value, with the byte that one of odd length gets when the file is cut off in it. */
+std::int64_t Element_Reader::Padded_End(const Element_Header& header) const
+{
+    const std::int64_t end = position_ + header.size + header.length;
+    return end == source_->Size() ? end + header.length % 2 : end;
+}
+
 /** Where elements follow each other in a value, at least two of them, and where they cease to. */
 std::vector<Element_Reader::Run> Element_Reader::Find_Runs(const Element_Header& header,
                                                            unsigned char mode)
@@ -112,7 +120,7 @@ std::vector<Element_Reader::Run> Element_Reader::Find_Runs(const Element_Header&
     list.mode = mode;
     list.last = header.tag;
     std::int64_t at = position_ + header.size;
-    list.end = at + header.length;
+    list.end = Padded_End(header);
     list.limit = list.end;
     while (at + Several * Shortest_Element <= list.end) {
         const Element_Header first = Decode_Header(Header_Bytes(at), list.mode);
@@ -149,8 +157,7 @@ std::int64_t Element_Reader::Length_Before_Elements(const Element_Header& header
         }
         const auto mode = static_cast<unsigned char>(header.mode ^ change);
         const std::vector<Run> runs = Find_Runs(left, mode);
-        for (auto run = runs.rbegin(); run != runs.rend() && run->to == value + left.length;
-             ++run) {
+        for (auto run = runs.rbegin(); run != runs.rend() && run->to == Padded_End(left); ++run) {
             left.length = run->from - value;
             foreign_.push_back(*run);
         }

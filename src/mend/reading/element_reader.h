@@ -157,6 +157,7 @@ private:
     // ---- doubts.cpp
     bool Looks_Wrong(const Element_Header& header);
     bool Holds_Controls(const Element_Header& header);
+    std::int64_t Padded_End(const Element_Header& header) const;
     std::vector<Run> Find_Runs(const Element_Header& header, unsigned char mode);
     std::int64_t Length_Before_Elements(const Element_Header& header);
     void Follow_Foreign();
@@ -176,10 +177,10 @@ private:
     bool Items_Fill(std::int64_t at, std::int64_t end, unsigned char mode);
     unsigned char Mode_Of_Items(std::int64_t at, unsigned char mode);
     void Note_Byte_Order(const DICOM_List& record, unsigned char around, unsigned char mode);
-    int Points_In_Item(Outlook look, Level_View item, std::int64_t at);
+    int Points_In_Item(const Outlook& look, Level_View item, std::int64_t at);
     int Points_In_Bare_Item(const Element_Header& header);
-    int Points_In_Damaged_Item(Outlook look, std::int64_t at);
-    int Points_In_Overwritten_Item(Outlook look, std::int64_t at);
+    int Points_In_Damaged_Item(const Outlook& look, std::int64_t at);
+    int Points_In_Overwritten_Item(const Outlook& look, std::int64_t at);
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
     int Points_Without_Item(const Element_Header& header);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
@@ -193,7 +194,7 @@ private:
     bool Starts_Doubled(const Element_Header& header);
     void Start_Item(const Element_Header& header);
     std::int64_t Find_Torn_Item(const Outlook& look, std::int64_t content);
-    int Points_In_Torn_Item(Outlook look, std::int64_t content);
+    int Points_In_Torn_Item(const Outlook& look, std::int64_t content);
     bool Start_Torn_Item(std::int64_t content, std::int64_t claimed_end);
     bool Shows_Delimiter(Tag tag, std::int64_t until);
     std::int64_t Find_Torn_End(std::int64_t content);

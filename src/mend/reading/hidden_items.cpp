@@ -91,7 +91,7 @@ void Element_Reader::Note_Byte_Order(const DICOM_List& record, unsigned char aro
 }
 
 /** How well elements make sense from a place on in an item of the sequence look.Top(). */
-int Element_Reader::Points_In_Item(Outlook look, Level_View item, std::int64_t at)
+int Element_Reader::Points_In_Item(const Outlook& look, Level_View item, std::int64_t at)
 {
     item.kind = Level_Kind::List;
     item.last = {};
@@ -100,8 +100,10 @@ int Element_Reader::Points_In_Item(Outlook look, Level_View item, std::int64_t a
     if (first.tag.group == Delimiter_Group || Judge(first, at, item) != Grade::Sound) {
         return 0;
     }
-    look.Push(item);
-    return look.Follow(at);
+    // Most places fail above, at the cost of one header.
+    Outlook inside = look;
+    inside.Push(item);
+    return inside.Follow(at);
 }
 
 /** How well the first elements of a sequence make sense in an item whose tag is missing. */
@@ -120,7 +122,7 @@ int Element_Reader::Points_In_Bare_Item(const Element_Header& header)
 
 /** How well elements make sense behind a header that should be that of an item; look.Top() is its
  *  sequence. */
-int Element_Reader::Points_In_Damaged_Item(Outlook look, std::int64_t at)
+int Element_Reader::Points_In_Damaged_Item(const Outlook& look, std::int64_t at)
 {
     const Level_View sequence = look.Top();
     const Element_Header header =
@@ -140,7 +142,7 @@ int Element_Reader::Points_In_Damaged_Item(Outlook look, std::int64_t at)
 }
 
 /** The same where nothing of the header is left, not even its length. */
-int Element_Reader::Points_In_Overwritten_Item(Outlook look, std::int64_t at)
+int Element_Reader::Points_In_Overwritten_Item(const Outlook& look, std::int64_t at)
 {
     const Element_Header header =
         Decode_Header_As(window_.At(at, Item_Header_Size), look.Top().mode, Header_Form::Implicit);
@@ -157,15 +159,21 @@ bool Element_Reader::Is_Item_Near(Outlook look, std::int64_t from, std::int64_t 
 {
     constexpr std::int64_t Most_Bytes = 512;
     const Level_View sequence = look.Top();
-    for (std::int64_t at = from; at < std::min(until, from + Most_Bytes); ++at) {
-        if (Starts_With_Item(at, sequence.mode)) {
-            const std::optional<Place_Found> place = look.Follow(at) >= Bare_Points
-                                                         ? Find_Place(from, sequence.last, at)
-                                                         : Place_Found{from, 0};
-            return !place.has_value() || place->position >= at;
-        }
+    const std::int64_t size = std::min(until - from, Most_Bytes) + Item_Header_Size - 1;
+    const std::span<const unsigned char> bytes =
+        window_.At(from, static_cast<std::size_t>(std::max<std::int64_t>(size, 0)));
+    const bool is_big = Is_Big_Endian(sequence.mode);
+    constexpr unsigned char Little[] = {0xFE, 0xFF, 0x00, 0xE0};
+    constexpr unsigned char Big[] = {0xFF, 0xFE, 0xE0, 0x00};
+    const auto item = is_big ? std::search(bytes.begin(), bytes.end(), Big, std::end(Big))
+                             : std::search(bytes.begin(), bytes.end(), Little, std::end(Little));
+    if (bytes.end() - item < Item_Header_Size) {
+        return false;
     }
-    return false;
+    const std::int64_t at = from + (item - bytes.begin());
+    const std::optional<Place_Found> place =
+        look.Follow(at) >= Bare_Points ? Find_Place(from, sequence.last, at) : Place_Found{from, 0};
+    return !place.has_value() || place->position >= at;
 }
 
 /** How well a sequence makes sense whose first item is damaged, missing, or behind other bytes. */

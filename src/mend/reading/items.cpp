@@ -89,7 +89,7 @@ std::int64_t Element_Reader::Find_Torn_Item(const Outlook& look, std::int64_t co
 }
 
 /** An item that ends behind its elements, or with its sequence. */
-int Element_Reader::Points_In_Torn_Item(Outlook look, std::int64_t content)
+int Element_Reader::Points_In_Torn_Item(const Outlook& look, std::int64_t content)
 {
     Level_View item = look.Top();
     const int within = item.end != Level_View::Open ? Points_In_Item(look, item, content) : 0;
@@ -233,6 +233,10 @@ void Element_Reader::Read_In_Sequence()
             return;
         }
         position_ += header.size;
+        if (Top().claimed_end != Level_View::Open) {
+            // Its length says otherwise, and may be right.
+            Note_Left();
+        }
         Pop();
     } else if (header.tag == Swapped_Item_Tag) {
         Top().mode ^= DICOM_Order_Big_Endian;

@@ -28,6 +28,10 @@ public:
     {
         return levels_[depth_ - 1];
     }
+    const Level_View& Top() const
+    {
+        return levels_[depth_ - 1];
+    }
     std::size_t Depth() const
     {
         return depth_;

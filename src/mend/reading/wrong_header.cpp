@@ -58,6 +58,11 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
     const bool is_made_up = header.vr != reading.header.vr &&
                             Judge(reading.header, position_, list) == Grade::Impossible;
     const Grade grade = is_made_up ? Grade::Impossible : Judge(header, position_, list);
+    constexpr std::int64_t Group_Length_Size = 4;
+    if (is_made_up && header.tag.element == 0x0000 && header.length != Group_Length_Size) {
+        // Zeros behind a number, and not the length of a group.
+        return;
+    }
     const TAG_db_Elems* const entry = header.Entry();
     const bool is_known_sequence = entry != nullptr && entry->vr[0] == VR_SQ;
     const bool may_hold_items = header.vr == VR_SQ || (header.vr == 0 && is_known_sequence);
