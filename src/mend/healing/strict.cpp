@@ -57,7 +57,7 @@ Strict_Value Repair_Strictly(const DICOM_List& record, std::string_view bytes,
                              const Character_Set& characters, bool replace_uids)
 {
     // Each round leaves less that is wrong; the bound is for what no repair can help.
-    constexpr int Most_Rounds = 4;
+    constexpr int Most_Rounds = 16;
     Strict_Value value = {std::string(bytes)};
     if (Is_Text(VR_Of(record))) {
         // Of NULs behind a text a round takes one only.

@@ -59,7 +59,8 @@ void Element_Reader::Offer_Under(Reading& best, const Reading& offered, int cost
                             Judge(reading.header, position_, list) == Grade::Impossible;
     const Grade grade = is_made_up ? Grade::Impossible : Judge(header, position_, list);
     constexpr std::int64_t Group_Length_Size = 4;
-    if (is_made_up && header.tag.element == 0x0000 && header.length != Group_Length_Size) {
+    if ((is_made_up || header.tag.group == 0x0000) && header.tag.element == 0x0000 &&
+        header.length != Group_Length_Size) {
         // Zeros behind a number, and not the length of a group.
         return;
     }
