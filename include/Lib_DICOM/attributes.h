@@ -259,12 +259,18 @@ typedef void* (*DICOM_Parse_Handler)(HWND handle, DICOM_Root* root, DICOM_List* 
  * Of several that fit, the one registered first is called. The registry is shared by all lists and
  * lives until DICOM_Attribute_List_Cleanup or DICOM_Lib_Cleanup.
  *
- * @param creator  at most 71 bytes, copied
- * @return 1; 0 without memory, and for a text that is too long: what was registered stays
+ * @return 1; 0 without memory: what was registered stays
  */
 LIB_DICOM_API int DICOM_Attribute_List_SPI_Grow(unsigned short group, DICOM_Parse_Handler handler);
+/** The same for a standard group: see DICOM_Attribute_List_SPI_Grow. */
 LIB_DICOM_API int DICOM_Attribute_List_Group_Grow(unsigned short group,
                                                   DICOM_Parse_Handler handler);
+/**
+ * The same for the elements of private creators: see DICOM_Attribute_List_SPI_Grow.
+ *
+ * @param creator  beginning of the creator's text, at most 71 bytes, copied
+ * @return 1; 0 without memory, and for a text that is too long: what was registered stays
+ */
 LIB_DICOM_API int DICOM_Attribute_List_Private_Grow(const char* creator,
                                                     DICOM_Parse_Handler handler);
 

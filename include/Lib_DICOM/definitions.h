@@ -24,7 +24,7 @@
 LIB_DICOM_API const wchar_t* DICOM_Module_Setup(HWND handle, const wchar_t* directory);
 
 /**
- * Reads the module list of an IOD: the file iods/<name>.txt and what it includes, then the lines of
+ * Reads the module list of an IOD: the file iods/NAME.txt and what it includes, then the lines of
  * `DICOM_Override`. That is a text when it holds a line end or begins with "(", ">" or "#", else
  * the name of a file.
  *
