@@ -58,18 +58,27 @@ const DICOM_Step* Only_Comparison(const DICOM_Condition& condition)
                : nullptr;
 }
 
+/** How many attributes of each module are there, with a value, that belong to no other. */
+std::vector<int> Witnesses_In(const Made_Set& object, DICOM_List* module)
+{
+    std::vector<int> witnesses(Part_Lines(module).size());
+    for (const DICOM_List& node : Records(module)) {
+        const std::span<const DICOM_Rule> rules = Rule_Lines(node);
+        const Made_Element* const element = object.Find(Tag_Of(node));
+        if (rules.size() == 1 && rules[0].part >= 0 && rules[0].is_own_level != 0 &&
+            element != nullptr && !element->Is_Empty()) {
+            ++witnesses[static_cast<std::size_t>(rules[0].part)];
+        }
+    }
+    return witnesses;
+}
+
 class Mutant_Finder {
 public:
     Mutant_Finder(Made_Set& object, DICOM_List* module)
-        : object_(object), module_(module), parts_(Part_Lines(module)), witnesses_(parts_.size())
+        : object_(object), module_(module), parts_(Part_Lines(module)),
+          witnesses_(Witnesses_In(object, module))
     {
-        for (const DICOM_List& node : Records(module)) {
-            const std::span<const DICOM_Rule> rules = Rule_Lines(node);
-            if (rules.size() == 1 && rules[0].part >= 0 && rules[0].is_own_level != 0 &&
-                object.Find(Tag_Of(node)) != nullptr) {
-                ++witnesses_[static_cast<std::size_t>(rules[0].part)];
-            }
-        }
     }
 
     std::vector<Mutant> Find()
@@ -92,10 +101,20 @@ private:
         return parts_[index].usage == 'M' || parts_[index].sequence != nullptr ||
                witnesses_[index] > 1;
     }
-    bool Is_Of_Optional_Group(const DICOM_Rule& rule) const
+    bool Is_Of_Optional_Part(const DICOM_Rule& rule) const
     {
         return rule.part >= 0 && rule.is_own_level != 0 &&
                parts_[static_cast<std::size_t>(rule.part)].usage != 'M';
+    }
+    /** Whether a module that need not be there is, also without the attribute of a line. */
+    bool Is_Told_Otherwise(const DICOM_Rule& rule, const DICOM_List& node) const
+    {
+        const auto index = static_cast<std::size_t>(rule.part);
+        if (parts_[index].sequence != nullptr || parts_[index].outer >= 0) {
+            return false;
+        }
+        const bool is_one = Rule_Lines(node).size() == 1 && !object_.Find(Tag_Of(node))->Is_Empty();
+        return witnesses_[index] > (is_one ? 1 : 0);
     }
 
     /** Whether a functional group is required and stands in one place: shared, or in a frame. */
@@ -141,8 +160,9 @@ private:
             return false;
         }
         if (Is_Required(rule.type)) {
-            if (Is_Of_Optional_Group(rule)) {
-                return Is_Only_Group(parts_[static_cast<std::size_t>(rule.part)], Tag_Of(node));
+            if (Is_Of_Optional_Part(rule)) {
+                return Is_Told_Otherwise(rule, node) ||
+                       Is_Only_Group(parts_[static_cast<std::size_t>(rule.part)], Tag_Of(node));
             }
             // A line outside of the modules may have made a condition of it.
             return Is_Required(node.type);
@@ -274,16 +294,19 @@ bool Is_True(const DICOM_Condition& condition, const Made_Place& place)
 }
 
 /** Tells whether a rule asks for its attribute by a type or a condition that holds. */
-bool Requires(const DICOM_Rule& rule, const Made_Place& place, std::span<const DICOM_Part> parts)
+bool Requires(const DICOM_Rule& rule, const Made_Place& place, DICOM_List* module)
 {
+    const std::span<const DICOM_Part> parts = Part_Lines(module);
     if (Is_Conditional(rule.type)) {
         return Is_True(rule.required, place);
     }
     if (!Is_Required(rule.type) || rule.part < 0 || rule.is_own_level == 0) {
         return Is_Required(rule.type);
     }
-    const DICOM_Part& part = parts[static_cast<std::size_t>(rule.part)];
-    return part.usage == 'M' || Is_True(part.required, {{place.levels.front()}, {}});
+    const auto index = static_cast<std::size_t>(rule.part);
+    return parts[index].usage == 'M' ||
+           Is_True(parts[index].required, {{place.levels.front()}, {}}) ||
+           Witnesses_In(*place.levels.front(), module)[index] != 0;
 }
 
 /** Tells whether a condition of a rule holds, or is not decided. */
@@ -357,7 +380,8 @@ std::string Objection(const Finding& finding, Made_Set& object, DICOM_List* modu
     };
     switch (finding.fault) {
     case Fault::Missing:
-        return needs([&](auto& rule) { return Requires(rule, place, Part_Lines(module)); },
+    case Fault::Module_Incomplete:
+        return needs([&](auto& rule) { return Requires(rule, place, module); },
                      "no condition that holds asks for it");
     case Fault::Not_Allowed:
     case Fault::Not_Expected:

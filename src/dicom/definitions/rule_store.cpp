@@ -2,6 +2,9 @@
 
 #include "definitions/definitions.h"
 
+#include <bit>
+#include <cstdint>
+
 namespace lib_dicom {
 
 namespace {
@@ -13,14 +16,14 @@ const typename Map::mapped_type* Find(const Map& map, const DICOM_List* key)
     return found != map.end() ? &found->second : nullptr;
 }
 
-/** Hands out a vector of the store as an array. */
+/** Hands out what the store keeps as an array. */
 template <class T>
-int Hand_Out(const std::vector<T>* values, const T** first)
+int Hand_Out(std::span<const T> values, const T** first)
 {
     if (first != nullptr) {
-        *first = values != nullptr ? values->data() : nullptr;
+        *first = values.data();
     }
-    return values != nullptr ? static_cast<int>(values->size()) : 0;
+    return static_cast<int>(values.size());
 }
 
 }  // namespace
@@ -50,12 +53,45 @@ void Rule_Store::Add(const DICOM_List* list, Parts parts,
                      std::unordered_map<const DICOM_List*, Rules> rules)
 {
     parts_[list] = std::move(parts);
-    rules_.merge(rules);
+    Make_Room(used_ + rules.size());
+    for (const auto& [record, of_record] : rules) {
+        Entry& entry = entries_[Place_Of(record)];
+        used_ += entry.record == nullptr ? 1 : 0;
+        entry = {record, {arena_.Keep(of_record), of_record.size()}};
+    }
 }
 
-const Rule_Store::Rules* Rule_Store::Rules_Of(const DICOM_List* record) const
+void Rule_Store::Make_Room(std::size_t count)
 {
-    return Find(rules_, record);
+    if (count * 2 <= entries_.size()) {
+        return;
+    }
+    const std::vector<Entry> before = std::exchange(entries_, {});
+    entries_.resize(std::bit_ceil(count * 2));
+    for (const Entry& entry : before) {
+        if (entry.record != nullptr) {
+            entries_[Place_Of(entry.record)] = entry;
+        }
+    }
+}
+
+std::size_t Rule_Store::Place_Of(const DICOM_List* record) const
+{
+    // Records lie in memory at multiples of 16.
+    constexpr std::uint64_t Golden = 0x9E3779B97F4A7C15U;
+    const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(record));
+    const std::size_t mask = entries_.size() - 1;
+    auto place = static_cast<std::size_t>((address >> 4U) * Golden >> 32U) & mask;
+    while (entries_[place].record != nullptr && entries_[place].record != record) {
+        place = (place + 1) & mask;
+    }
+    return place;
+}
+
+std::span<const DICOM_Rule> Rule_Store::Rules_Of(const DICOM_List* record) const
+{
+    return entries_.empty() || record == nullptr ? std::span<const DICOM_Rule>()
+                                                 : entries_[Place_Of(record)].rules;
 }
 
 const Rule_Store::Parts* Rule_Store::Parts_Of(const DICOM_List* list) const
@@ -74,5 +110,6 @@ int DICOM_Module_Rules(const DICOM_List* record, const DICOM_Rule** rules)
 
 int DICOM_Module_Parts(const DICOM_List* list, const DICOM_Part** parts)
 {
-    return Hand_Out(Get_Definitions().rules.Parts_Of(list), parts);
+    const Rule_Store::Parts* const kept = Get_Definitions().rules.Parts_Of(list);
+    return Hand_Out(kept != nullptr ? std::span(*kept) : std::span<const DICOM_Part>(), parts);
 }

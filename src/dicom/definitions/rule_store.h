@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <type_traits>
 #include <unordered_map>
@@ -68,13 +69,24 @@ public:
     }
     void Add(const DICOM_List* list, Parts parts,
              std::unordered_map<const DICOM_List*, Rules> rules);
-    const Rules* Rules_Of(const DICOM_List* record) const;
+    std::span<const DICOM_Rule> Rules_Of(const DICOM_List* record) const;
     const Parts* Parts_Of(const DICOM_List* list) const;
 
 private:
+    /** Rules of a record. They are asked for by the million, so that the table is open: no chains. */
+    struct Entry {
+        const DICOM_List* record = nullptr;
+        std::span<const DICOM_Rule> rules;
+    };
+    /** Where a record stands, or would. */
+    std::size_t Place_Of(const DICOM_List* record) const;
+    void Make_Room(std::size_t count);
+
     Rule_Arena arena_;
     std::unordered_map<const char*, Clauses> lines_;
-    std::unordered_map<const DICOM_List*, Rules> rules_;
+    /** As many as a power of two, half of them free at least. */
+    std::vector<Entry> entries_;
+    std::size_t used_ = 0;
     std::unordered_map<const DICOM_List*, Parts> parts_;
 };
 

@@ -61,6 +61,7 @@ constexpr Modality_Row Modalities[] = {
     {"1.2.840.10008.5.1.4.1.1.66.1", "REG", "PS3.3 C.20.1"},
     {"1.2.840.10008.5.1.4.1.1.66.2", "FID", "PS3.3 C.21.1"},
     {"1.2.840.10008.5.1.4.1.1.66.4", "SEG", "PS3.3 C.8.20.1"},
+    {"1.2.840.10008.5.1.4.1.1.67", "RWV", nullptr},
     {"1.2.840.10008.5.1.4.1.1.77.1.1", "ES", "PS3.3 A.32.1"},
     {"1.2.840.10008.5.1.4.1.1.77.1.1.1", "ES", "PS3.3 A.32.5"},
     {"1.2.840.10008.5.1.4.1.1.77.1.2", "GM", "PS3.3 A.32.2"},
@@ -148,7 +149,7 @@ void Check_Modality(Subject_Set& subject)
     const Modality_Row* const usual = Row_Of(Usual_Modalities, sop_class);
     if (usual != nullptr && !Is_One_Of(modality, usual->modalities)) {
         subject.doubts.push_back(
-            {record, Fault::Unlikely, Level::Info,
+            {record, Fault::Unusual_Modality, Level::Kept,
              "the SOP class is mostly one of " + Alternatives(usual->modalities),
              "PS3.3 C.7.3.1.1.1", std::string(modality)});
     }

@@ -224,6 +224,11 @@ public:
     }
 
 private:
+    static std::string Why(const Judge::Demand& demand)
+    {
+        const char* const word = demand.is_certain ? ", required since " : ", required in ";
+        return demand.reason.empty() ? std::string() : word + demand.reason;
+    }
     /** One line describes all groups that repeat, such as overlays. */
     void Add_To_Groups(const DICOM_List& node)
     {
@@ -239,15 +244,13 @@ private:
         const Judge::Demand demand = judge_.Demand_For(node, group);
         DICOM_List of_group = node;
         of_group.group = group;
-        if (demand.type != 0 && Has_Mark(node, DICOM_Mark_Default)) {
+        if (demand.type != 0 && demand.is_certain && Has_Mark(node, DICOM_Mark_Default)) {
             // The condition holds, so that the default stands in for what is required.
             merger_.Apply(&DICOM_Postproc_Step_1, of_group);
         } else if (demand.type == Type_2 || demand.type == Type_2C) {
             DICOM_Module_Add(nullptr, place_.Root(), place_.List(), &of_group, nullptr);
             findings_.Report(Fault::Set, Level::Change, place_.Of(of_group),
-                             "added without a value" + (demand.reason.empty()
-                                                            ? ""
-                                                            : ", required since " + demand.reason));
+                             "added without a value" + Why(demand));
         }
     }
 

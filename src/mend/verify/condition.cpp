@@ -73,13 +73,10 @@ bool Any_Value(const Value_View& value, const DICOM_Step& step, Test&& test)
     return false;
 }
 
-/** Tells whether a value equals one of the texts of a step; null for none. */
+/** The first text of a step that a value equals; null for none. */
 const char* Equal_Text(const Value_View& value, int index, const DICOM_Step& step)
 {
-    const auto* const end = step.texts + step.text_count;
-    const auto* const text =
-        std::find_if(step.texts, end, [&](const char* one) { return value.Equals(index, one); });
-    return text != end ? *text : nullptr;
+    return value.Equal_Of(index, step.texts, step.text_count);
 }
 
 /** Adds the texts that are not there yet. */

@@ -82,6 +82,11 @@ private:
             text_ += "    it is included if " + Words(part->required) + ": " +
                      Words_Of_Truth[static_cast<int>(truth)] + "\n";
         }
+        if (const Parts::Evidence evidence = judge_.Modules().Evidence_For(rule, group);
+            evidence.record != nullptr) {
+            text_ += (evidence.is_clear ? "    " : "    it may be asked for by ") +
+                     evidence.Reason() + "\n";
+        }
         Requirement(rule, group);
         for (int i = 0; i < rule.value_set_count; ++i) {
             const DICOM_Value_Set& set = rule.value_sets[i];

@@ -37,6 +37,14 @@ bool Names_Absent(const DICOM_Condition* condition, Tag tag)
     return false;
 }
 
+/** What is certain counts first, then type 1. */
+bool Is_Stricter(const Judge::Demand& demand, const Judge::Demand& other)
+{
+    return other.type == 0 || (demand.is_certain && !other.is_certain) ||
+           (demand.is_certain == other.is_certain && demand.type >> 8 == '1' &&
+            other.type >> 8 == '2');
+}
+
 std::string Items_Text(int count)
 {
     return std::to_string(count) + (count == 1 ? " item" : " items");
@@ -51,6 +59,10 @@ bool Judge::Holds(const DICOM_Condition& condition, unsigned short group)
 
 Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
 {
+    // Most of what an IOD names is of type 3.
+    if (node.type == Type_3 || node.type == 0) {
+        return {};
+    }
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
     if (node.type == Type_1 || node.type == Type_2) {
         const bool is_said = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
@@ -61,9 +73,7 @@ Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
     Demand demand;
     for (const DICOM_Rule& rule : rules) {
         Demand other = Conditional_Demand(rule, group);
-        const bool is_stricter =
-            demand.type == 0 || (demand.type >> 8 == '2' && other.type >> 8 == '1');
-        if (other.type != 0 && is_stricter) {
+        if (other.type != 0 && Is_Stricter(other, demand)) {
             demand = std::move(other);
         }
     }
@@ -78,11 +88,22 @@ Judge::Demand Judge::Conditional_Demand(const DICOM_Rule& rule, unsigned short g
     if (const DICOM_Part* const part = parts_.Required_Part(rule, group)) {
         return {rule.type, conditions_.Reason(part->required, group)};
     }
-    if (!Is_Conditional(rule.type) || rule.required.step_count == 0 ||
-        parts_.Applies(rule, group) != Truth::True || !Holds(rule.required, group)) {
+    if (!Is_Conditional(rule.type)) {
+        return Demand_Of_Present(rule, group);
+    }
+    if (rule.required.step_count == 0 || parts_.Applies(rule, group) != Truth::True ||
+        !Holds(rule.required, group)) {
         return {};
     }
     return {rule.type, conditions_.Reason(rule.required, group), &rule.required};
+}
+
+Judge::Demand Judge::Demand_Of_Present(const DICOM_Rule& rule, unsigned short group) const
+{
+    const Parts::Evidence evidence = parts_.Evidence_For(rule, group);
+    return evidence.record == nullptr
+               ? Demand()
+               : Demand{rule.type, evidence.Reason(), nullptr, evidence.is_clear};
 }
 
 bool Judge::Stands_In_For_Said(Tag tag, const Demand& demand)
@@ -120,7 +141,8 @@ Judge::Ban Judge::Ban_Of(const DICOM_Rule& rule, unsigned short group)
     return rule.otherwise == DICOM_Rule::Absent ? Ban::Forbidden : Ban::Unsaid;
 }
 
-void Judge::Check_Allowed(const DICOM_List& node, const DICOM_List& record, Findings& findings)
+void Judge::Check_Allowed(const DICOM_List& node, std::span<const DICOM_Rule> rules,
+                          const DICOM_List& record, Findings& findings)
 {
     if (!Is_Conditional(node.type)) {
         return;
@@ -128,7 +150,7 @@ void Judge::Check_Allowed(const DICOM_List& node, const DICOM_List& record, Find
     // Any module that lets the attribute be there is enough.
     const DICOM_Rule* by = nullptr;
     Ban ban = Ban::None;
-    for (const DICOM_Rule& rule : Rules_Of(node)) {
+    for (const DICOM_Rule& rule : rules) {
         if (rule.type == 0) {
             continue;
         }
@@ -217,9 +239,15 @@ void Judge::Check_Absent(const DICOM_List& node, unsigned short group, Findings&
                          0,
                          &object_.Way(),
                          in_item ? Position_Of(*object_.List()) : Finding::Nowhere};
-    findings.Report(Fault::Missing, Level::Kept, place,
-                    "Missing required value for type " + Type_Text(demand.type) + " tag" +
-                        (demand.reason.empty() ? "" : ", required since " + demand.reason));
+    const std::string type = " type " + Type_Text(demand.type);
+    if (demand.is_certain) {
+        findings.Report(Fault::Missing, Level::Kept, place,
+                        "Missing required value for" + type + " tag" +
+                            (demand.reason.empty() ? "" : ", required since " + demand.reason));
+    } else {
+        findings.Report(Fault::Module_Incomplete, Level::Kept, place,
+                        "may be missing: it is of" + type + " in " + demand.reason);
+    }
 }
 
 void Judge::Check_Present(const DICOM_List& node, const DICOM_List& record, Findings& findings)
@@ -228,8 +256,13 @@ void Judge::Check_Present(const DICOM_List& node, const DICOM_List& record, Find
         findings.Report(Fault::Empty, Level::Kept, At(record, object_.Way()),
                         "Empty required value for type " + Type_Text(node.type) + " tag");
     }
-    Check_Allowed(node, record, findings);
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
+    Check_Allowed(node, rules, record, findings);
+    if (std::none_of(rules.begin(), rules.end(), [](const DICOM_Rule& rule) {
+            return rule.value_set_count != 0 || rule.item_count_count != 0;
+        })) {
+        return;
+    }
     const bool is_asked = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
         return parts_.Applies(rule, record.group) == Truth::True;
     });

@@ -26,6 +26,8 @@ public:
         /** "Photometric Interpretation is PALETTE COLOR"; empty where no condition asks for it. */
         std::string reason;
         const DICOM_Condition* condition = nullptr;
+        /** False when the module that asks may well not be meant to be there. */
+        bool is_certain = true;
     };
     /**
      * What asks for an attribute of the module list in the item in hand.
@@ -60,11 +62,14 @@ private:
     bool Stands_In_For_Said(Tag tag, const Demand& demand);
     void Check_Absent(const DICOM_List& node, unsigned short group, Findings& findings);
     void Check_Present(const DICOM_List& node, const DICOM_List& record, Findings& findings);
+    /** What a module asks for that need not be there, and is. */
+    Demand Demand_Of_Present(const DICOM_Rule& rule, unsigned short group) const;
     Demand Conditional_Demand(const DICOM_Rule& rule, unsigned short group);
     /** Whether a rule forbids an attribute that is there. */
     enum class Ban : unsigned char { None, Unsaid, Forbidden };
     Ban Ban_Of(const DICOM_Rule& rule, unsigned short group);
-    void Check_Allowed(const DICOM_List& node, const DICOM_List& record, Findings& findings);
+    void Check_Allowed(const DICOM_List& node, std::span<const DICOM_Rule> rules,
+                       const DICOM_List& record, Findings& findings);
     void Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings);
     void Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings);
     bool Holds(const DICOM_Condition& condition, unsigned short group);

@@ -45,7 +45,7 @@ bool Module_Walk::Nests(Level& level)
 
 const DICOM_List* Module_Walk::Open(const DICOM_List& node)
 {
-    const DICOM_List* const record = object_.Find(Tag_Of(node));
+    const DICOM_List* const record = object_.Find_Next(Tag_Of(node));
     DICOM_List* const inner = Item_Of(node, 0);
     if (record != nullptr && inner != nullptr && Holds_Items(*record)) {
         levels_.back().inner = inner;

@@ -25,6 +25,7 @@ Tag Tag_At(const DICOM_Step& operand, int index, unsigned short group)
 void Object::Level::Fill(DICOM_List* from)
 {
     list = from;
+    next_ = 0;
     by_tag.clear();
     for (DICOM_List& record : Records(from)) {
         if (!Is_Delimiter(record)) {
@@ -43,6 +44,17 @@ DICOM_List* Object::Level::Find(Tag tag) const
 {
     const auto found = std::lower_bound(by_tag.begin(), by_tag.end(), tag, Is_Before);
     return found != by_tag.end() && found->first == tag ? found->second : nullptr;
+}
+
+DICOM_List* Object::Level::Find_Next(Tag tag)
+{
+    if (next_ > 0 && tag < by_tag[next_ - 1].first) {
+        next_ = 0;
+    }
+    while (next_ < by_tag.size() && by_tag[next_].first < tag) {
+        ++next_;
+    }
+    return next_ < by_tag.size() && by_tag[next_].first == tag ? by_tag[next_].second : nullptr;
 }
 
 Object::Object(const Data_Set& set) : set_(set)
@@ -65,6 +77,7 @@ void Object::Enter(const DICOM_List& sequence, int item)
         spare_.pop_back();
     }
     levels_.back().Fill(Item_Of(sequence, item));
+    ++turn_;
     way_.push_back({Tag_Of(sequence), item});
 }
 
@@ -72,6 +85,7 @@ void Object::Leave()
 {
     spare_.push_back(std::move(levels_.back()));
     levels_.pop_back();
+    ++turn_;
     way_.pop_back();
 }
 
@@ -87,7 +101,10 @@ std::vector<unsigned short> Object::Repetitions(unsigned short group) const
     // Sixteen of even number.
     constexpr unsigned short Last = 0x001E;
     std::vector<unsigned short> groups;
-    for (unsigned short more = 0; more <= Last; more += 2) {
+    const auto& by_tag = levels_.back().by_tag;
+    const auto first = std::lower_bound(by_tag.begin(), by_tag.end(), Tag{group, 0}, Is_Before);
+    const bool has_any = first != by_tag.end() && first->first.group <= group + Last;
+    for (unsigned short more = 0; has_any && more <= Last; more += 2) {
         if (Has_Group(static_cast<unsigned short>(group + more))) {
             groups.push_back(static_cast<unsigned short>(group + more));
         }

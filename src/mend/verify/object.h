@@ -44,6 +44,16 @@ public:
     {
         return levels_.back().Find(tag);
     }
+    /** The same for one who asks for tags in ascending order. */
+    DICOM_List* Find_Next(Tag tag)
+    {
+        return levels_.back().Find_Next(tag);
+    }
+    /** Changes whenever another item is in hand. */
+    unsigned long Turn() const
+    {
+        return turn_;
+    }
     /** Tells whether the item in hand holds an element of a group. */
     bool Has_Group(unsigned short group) const;
     /** Groups that repeat (PS3.5 section 7.6): definitions describe the first. */
@@ -71,12 +81,17 @@ public:
 
 private:
     /** Elements by tag. */
-    struct Level {
+    class Level {
+    public:
         DICOM_List* list = nullptr;
         std::vector<std::pair<Tag, DICOM_List*>> by_tag;
 
         void Fill(DICOM_List* from);
         DICOM_List* Find(Tag tag) const;
+        DICOM_List* Find_Next(Tag tag);
+
+    private:
+        std::size_t next_ = 0;
     };
     /** The elements of a functional group item and of the groups in it, by tag. */
     using Group_Index = std::vector<std::pair<Tag, const DICOM_List*>>;
@@ -101,6 +116,7 @@ private:
     /** Levels that were left, whose memory is used again. */
     std::vector<Level> spare_;
     Path way_;
+    unsigned long turn_ = 0;
     std::string sop_class_;
     const DICOM_List* frames_ = nullptr;
     Group_Index shared_;

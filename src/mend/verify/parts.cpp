@@ -49,6 +49,13 @@ std::map<std::string_view, std::vector<Tag>> Tags_Of_Groups(DICOM_List* module, 
     return tags;
 }
 
+/** Groups that repeat are overlays each; all others make up one module. */
+unsigned short Group_Of_Evidence(unsigned short group)
+{
+    const auto first = static_cast<unsigned short>(group & 0xFF00U);
+    return Object::Repeats(first) ? group : static_cast<unsigned short>(0);
+}
+
 }  // namespace
 
 std::span<const DICOM_Rule> Rules_Of(const DICOM_List& node)
@@ -74,17 +81,29 @@ Parts::Parts(Object& object, Conditions& conditions, DICOM_List* module)
     for (const DICOM_List& node : Records(module)) {
         Look_At(node);
     }
+    if (std::any_of(states_.begin(), states_.end(), [](const State& state) {
+            return !state.is_there && state.required == Truth::True;
+        })) {
+        Ask_Absent();
+    }
 }
 
-const DICOM_List* Parts::Find_Repeated(const DICOM_List& node) const
+void Parts::Ask_Absent()
 {
-    const std::vector<unsigned short> groups = object_.Repetitions(node.group);
-    for (const unsigned short group : groups) {
-        if (const DICOM_List* const record = object_.Find({group, node.element})) {
-            return record;
+    for (const DICOM_List& node : Records(module_)) {
+        if (node.type == Type_3 || node.type == 0) {
+            continue;
+        }
+        const DICOM_Rule* alone = nullptr;
+        int modules = 0;
+        for (const DICOM_Rule& rule : Rules_Of(node)) {
+            modules += rule.part >= 0 ? 1 : 0;
+            alone = rule.part >= 0 ? &rule : alone;
+        }
+        if (modules == 1 && alone->is_own_level != 0 && Is_Required_Type(alone->type)) {
+            states_[static_cast<std::size_t>(alone->part)].asks = true;
         }
     }
-    return nullptr;
 }
 
 bool Parts::Is_Possible(const DICOM_Rule& rule) const
@@ -118,35 +137,99 @@ int Parts::Possible_Modules(std::span<const DICOM_Rule> rules, const DICOM_List&
 
 void Parts::Look_At(const DICOM_List& node)
 {
+    if (!Object::Repeats(node.group)) {
+        if (const DICOM_List* const record = object_.Find(Tag_Of(node))) {
+            Look_At(node, *record);
+        }
+        return;
+    }
+    for (const unsigned short group : object_.Repetitions(node.group)) {
+        if (const DICOM_List* const record = object_.Find({group, node.element})) {
+            Look_At(node, *record);
+        }
+    }
+}
+
+void Parts::Look_At(const DICOM_List& node, const DICOM_List& record)
+{
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
-    const DICOM_List* const record =
-        Object::Repeats(node.group) ? Find_Repeated(node) : object_.Find(Tag_Of(node));
-    const int modules = record != nullptr ? Possible_Modules(rules, *record) : 0;
+    const int modules = Possible_Modules(rules, record);
     const bool is_alone = std::count_if(rules.begin(), rules.end(),
                                         [](const DICOM_Rule& rule) { return rule.part >= 0; }) == 1;
     for (const DICOM_Rule& rule : rules) {
         if (rule.part < 0 || rule.is_own_level == 0) {
             continue;
         }
+        const bool is_own = is_alone || (modules == 1 && Is_Possible(rule, record));
         // What a macro brings belongs to the module around it.
         for (int part = rule.part; part >= 0; part = parts_[static_cast<std::size_t>(part)].outer) {
             State& state = states_[static_cast<std::size_t>(part)];
-            state.is_there = state.is_there || record != nullptr;
-            state.asks =
-                state.asks || (part == rule.part && is_alone && Is_Required_Type(rule.type));
-            const bool is_own =
-                record != nullptr && (is_alone || (modules == 1 && Is_Possible(rule, *record)));
+            state.is_there = true;
             if (is_own && state.own == nullptr) {
-                state.own = record;
+                state.own = &record;
             }
+        }
+        if (is_own) {
+            Add_Evidence(rule, record);
         }
     }
 }
 
+void Parts::Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record)
+{
+    const DICOM_Part& part = parts_[static_cast<std::size_t>(rule.part)];
+    if (part.usage == 'M' || part.sequence != nullptr || part.outer >= 0 ||
+        Is_Empty(object_.Set(), record)) {
+        return;
+    }
+    State& state = states_[static_cast<std::size_t>(rule.part)];
+    const bool is_ruled_out = part.usage == 'C' && state.required == Truth::False;
+    const bool is_clear = rule.type != Type_3 && !is_ruled_out;
+    const auto known =
+        std::find_if(state.evidence.begin(), state.evidence.end(), [&](const Evidence& each) {
+            return Group_Of_Evidence(each.record->group) == Group_Of_Evidence(record.group);
+        });
+    if (known == state.evidence.end()) {
+        state.evidence.push_back({&record, &part, is_clear});
+    } else if (is_clear && !known->is_clear) {
+        *known = {&record, &part, is_clear};
+    }
+}
+
+std::string Parts::Evidence::Reason() const
+{
+    const std::string module = "the " + std::string(part->name) + " Module";
+    const std::string name = Spoken_Name(Tag_Of(*record));
+    return is_clear ? name + " tells that " + module + " is there"
+                    : module + ", to which " + name + " belongs";
+}
+
+Parts::Evidence Parts::Evidence_For(const DICOM_Rule& rule, unsigned short group) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    if (part == nullptr || rule.is_own_level == 0 || !Is_Required_Type(rule.type)) {
+        return {};
+    }
+    for (const Evidence& each : State_Of(*part).evidence) {
+        if (Group_Of_Evidence(each.record->group) == Group_Of_Evidence(group)) {
+            return each;
+        }
+    }
+    return {};
+}
+
 Truth Parts::Required(const DICOM_Part& part, unsigned short group)
 {
-    return Is_Inside(part) && part.usage == 'C' ? conditions_.Evaluate(part.required, group).truth
-                                                : State_Of(part).required;
+    State& state = states_[static_cast<std::size_t>(&part - parts_.data())];
+    if (!Is_Inside(part) || part.usage != 'C') {
+        return state.required;
+    }
+    // The lines of a macro ask one after the other, in the same item.
+    if (Object::Repeats(group & 0xFF00U) || state.turn != object_.Turn() + 1) {
+        state.turn = object_.Turn() + 1;
+        state.here = conditions_.Evaluate(part.required, group).truth;
+    }
+    return state.here;
 }
 
 Truth Parts::Applies(const DICOM_Rule& rule, unsigned short group)
@@ -207,8 +290,9 @@ void Parts::Report_Module(const DICOM_Part& part, const State& state, Findings& 
                         "the " + module + " is missing" + reason(", required since "));
     } else if (part.usage == 'C' && state.required == Truth::False && state.own != nullptr &&
                !conditions_.Evaluate(part.required, 0).lacks_operand) {
-        findings.Report(Fault::Not_Expected, Level::Kept, At(*state.own, Path()),
-                        "belongs to the " + module + ", which is not foreseen" + reason(" since "));
+        // The definitions tell when a module is required, not whether it may be there otherwise.
+        findings.Report(Fault::Unlikely, Level::Info, At(*state.own, Path()),
+                        "belongs to the " + module + ", which is not required" + reason(" since "));
     }
 }
 

@@ -33,6 +33,27 @@ public:
     const DICOM_Part* Required_Part(const DICOM_Rule& rule, unsigned short group);
     /** Whether a part of usage C is required; one of a functional group by the top level. */
     Truth Required(const DICOM_Part& part, unsigned short group);
+    /** What shows that a module that need not be there is. */
+    struct Evidence {
+        /** An attribute with a value that no other module has; null for none. */
+        const DICOM_List* record = nullptr;
+        const DICOM_Part* part = nullptr;
+        /**
+         * The module requires it in some case. One that is optional in its own module, or a module
+         * whose condition does not hold, is weaker: whoever made the object may have added just that.
+         */
+        bool is_clear = false;
+
+        /** "Specimen Description Sequence tells that the Specimen Module is there" */
+        std::string Reason() const;
+    };
+    /**
+     * Why the module of a rule is held to be there, which then asks for its attributes of type 1 and 2
+     * though the list has them as 1C and 2C.
+     *
+     * @param group  of the attribute; each repeating group tells for itself
+     */
+    Evidence Evidence_For(const DICOM_Rule& rule, unsigned short group) const;
     /** A module that is required and of which nothing is there is said as a whole. */
     bool Is_Missing(const DICOM_Rule& rule) const;
 
@@ -48,13 +69,22 @@ private:
         /**
          * It has attributes of type 1 or 2 that no other module has. Without one it is nothing that
          * is missing as a whole: Modality is, and not the series module that only says its value.
+         * Known only of modules that are required and not there.
          */
         bool asks = false;
         Truth required = Truth::Unknown;
+        /** Of a part that is judged in each item: of this one, and which it is; 0 for none. */
+        Truth here = Truth::Unknown;
+        unsigned long turn = 0;
+        /** The best of each repeating group, and of all other groups together. */
+        std::vector<Evidence> evidence;
     };
 
     void Look_At(const DICOM_List& node);
-    const DICOM_List* Find_Repeated(const DICOM_List& node) const;
+    void Look_At(const DICOM_List& node, const DICOM_List& record);
+    /** Finds out which of the modules that are not there ask for something. */
+    void Ask_Absent();
+    void Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record);
     /** Nothing rules the module of a rule out. */
     bool Is_Possible(const DICOM_Rule& rule) const;
     /** Nor does the value of an attribute: the shape of a shutter tells which module it is of. */

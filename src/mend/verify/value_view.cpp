@@ -82,6 +82,9 @@ Value_View::Value_View(const Data_Set& set, const DICOM_List& record)
 std::string_view Value_View::Part(int index) const
 {
     std::string_view rest = bytes_;
+    if (count_ == 1) {
+        return Without_Padding(rest);
+    }
     for (; index > 0; --index) {
         rest.remove_prefix(std::min(rest.find('\\'), rest.size() - 1) + 1);
     }
@@ -144,11 +147,18 @@ bool Value_View::Equals(int index, std::string_view text) const
     if (vr_ == VR_AT) {
         return Text(index) == text;
     }
-    if (width_ == 0 && vr_ != VR_IS && vr_ != VR_DS) {
-        return Part(index) == text;
-    }
     const std::optional<double> number = Number(index);
     return number && number == Number_Of(text);
+}
+
+const char* Value_View::Equal_Of(int index, const char* const* texts, int count) const
+{
+    const bool is_text = width_ == 0 && vr_ != VR_IS && vr_ != VR_DS;
+    const std::string_view part = is_text ? Part(index) : std::string_view();
+    const auto* const found = std::find_if(texts, texts + count, [&](const char* text) {
+        return is_text ? part == text : Equals(index, text);
+    });
+    return found != texts + count ? *found : nullptr;
 }
 
 int First_Outside(const Value_View& value, const DICOM_Value_Set& set)
@@ -156,9 +166,7 @@ int First_Outside(const Value_View& value, const DICOM_Value_Set& set)
     const int first = set.value_number != 0 ? set.value_number - 1 : 0;
     const int end = set.value_number != 0 ? std::min(first + 1, value.Count()) : value.Count();
     for (int i = first; i < end; ++i) {
-        const bool is_empty = value.Text(i).empty();
-        if (!is_empty && std::none_of(set.values, set.values + set.count,
-                                      [&](const char* text) { return value.Equals(i, text); })) {
+        if (!value.Is_Empty(i) && value.Equal_Of(i, set.values, set.count) == nullptr) {
             return i + 1;
         }
     }

@@ -29,13 +29,19 @@ public:
     /** Value `index`, from 0, without padding; a binary number in decimal, AT as eight digits. */
     std::string Text(int index) const;
     std::optional<double> Number(int index) const;
-    /** Texts are compared letter by letter, numbers by their number. */
-    bool Equals(int index, std::string_view text) const;
+    bool Is_Empty(int index) const
+    {
+        return width_ == 0 && Part(index).empty();
+    }
+    /** The first of some texts that a value equals; null for none. Texts are compared letter by
+     *  letter, numbers by their number. */
+    const char* Equal_Of(int index, const char* const* texts, int count) const;
 
 private:
     /** A text value as it stands in the bytes, without padding. */
     std::string_view Part(int index) const;
     double Binary(int index) const;
+    bool Equals(int index, std::string_view text) const;
 
     const DICOM_List& record_;
     unsigned short vr_;

@@ -34,6 +34,7 @@ inline constexpr unsigned short Type_1 = DICOM_VR('1', ' ');
 inline constexpr unsigned short Type_1C = DICOM_VR('1', 'C');
 inline constexpr unsigned short Type_2 = DICOM_VR('2', ' ');
 inline constexpr unsigned short Type_2C = DICOM_VR('2', 'C');
+inline constexpr unsigned short Type_3 = DICOM_VR('3', ' ');
 
 /** A type as people write it: "1" for "1 ", "1C". */
 std::string Type_Text(unsigned short type);

@@ -116,7 +116,8 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
     s.Element(0x0008, 0x1030, "LO", "").Sequence(0x0008, 0x1140);
     s.Item().Element(0x0008, 0x1150, "UI", "1.2\0").Item_End();
     s.Item().Element(0x0008, 0x1155, "UI", "1.3\0").Item_End().Sequence_End();
-    s.Element(0x0010, 0x4000, "LT", "NOTE").Element(0x0020, 0x0010, "SH", "");
+    s.Element(0x0010, 0x4000, "LT", "NOTE").Element(0x0018, 0x1041, "DS", "5 ");
+    s.Element(0x0020, 0x0010, "SH", "");
     s.US(0x6002, 0x0010, 4);
     Data_Set set = Read(s.Bytes());
     std::string rules;
@@ -127,13 +128,16 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
               "0008,0060=MR 0008,0070=MAKER 0008,0080=HERE 0008,0081=STREET "
               "0008,1140=[0008,1150=1.2 0008,1155=1.5 0008,1199=0 items ]"
               "[0008,1150=1.4 0008,1155=1.5 0008,1199=0 items ] "
-              "0010,0010= 0020,0010= 0040,0275=[0040,0007=FORCED ] "
+              "0010,0010= 0018,0010= 0018,1041=5 0020,0010= 0040,0275=[0040,0007=FORCED ] "
               "6002,0010=4 6002,0022= ");
     const std::string changes = Texts(findings_);
     EXPECT_THAT(changes, HasSubstr("0008,0060 set\n"));
     EXPECT_THAT(changes, HasSubstr("0008,0090 left out: it is empty"));
     EXPECT_THAT(changes, HasSubstr("0010,4000 left out on request"));
     EXPECT_THAT(changes, HasSubstr("0010,0010 added without a value"));
+    EXPECT_THAT(changes,
+                HasSubstr("0018,0010 added without a value, required in the "
+                          "Contrast/Bolus Module, to which Contrast/Bolus Volume belongs"));
 }
 
 TEST_F(Completing, VerifiesItemsAndRefusesFaultyRules)

@@ -127,8 +127,10 @@ private:
             finding.fault == Fault::Missing && mutant.fault == Fault::Missing &&
             finding.path.starts_with(mutant.path.substr(0, mutant.path.rfind('/') + 1)) &&
             finding.text.ends_with("since " + Spoken_Name(mutant.tag) + " is not there");
-        return is_module || is_group || is_other ||
-               (finding.fault == mutant.fault && finding.path == mutant.path);
+        const bool is_same =
+            finding.fault == mutant.fault ||
+            (finding.fault == Fault::Module_Incomplete && mutant.fault == Fault::Missing);
+        return is_module || is_group || is_other || (is_same && finding.path == mutant.path);
     }
     static std::string Key(const Finding& finding)
     {
