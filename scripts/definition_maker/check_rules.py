@@ -1,7 +1,8 @@
 """Compares the clauses of the definition files with the rules in the tables of facts."""
 
 from definition_maker.compose import FRAME_GROUPS, SHARED_GROUPS
-from definition_maker.macros import CONDITIONAL_IN, file_name, include_condition
+from definition_maker.macros import (CONDITIONAL_IN, DIRECTORY_MODULE, RECORD_SUFFIX,
+                                     RECORD_TYPES, file_name, include_condition, record_condition)
 from definition_maker.rules import ALWAYS
 from definition_maker.tables import join
 
@@ -53,6 +54,9 @@ def placed(lines):
 def macro_conditions(owner):
     """Those that depend on the item which includes a macro."""
     name = owner[1] if owner else ""
+    if name == DIRECTORY_MODULE:
+        records = [kind + RECORD_SUFFIX for kind in RECORD_TYPES]
+        return {file_name("macros", record): record_condition(record) for record in records}
     path, conditions = CONDITIONAL_IN.get(name, ("", {}))
     return {file_name("macros", included): include_condition(name, path, included)
             for included in conditions}

@@ -33,12 +33,43 @@ CONDITIONAL_IN = {
 
 # What is asked of a directory record depends on its type (PS3.3 F.4).
 RECORD_SUFFIX = " Directory Record"
+RECORD_TYPES = {
+    "Encapsulated Document": "ENCAP DOC",
+    "Fiducial": "FIDUCIAL",
+    "HL7Structured Document": "HL7 STRUC DOC",
+    "Hanging Protocol": "HANGING PROTOCOL",
+    "Image": "IMAGE",
+    "Key Object Document": "KEY OBJECT DOC",
+    "Patient": "PATIENT",
+    "Presentation": "PRESENTATION",
+    "RTDose": "RT DOSE",
+    "RTPlan": "RT PLAN",
+    "RTStructure Set": "RT STRUCTURE SET",
+    "RTTreatment Record": "RT TREAT RECORD",
+    "Raw Data": "RAW DATA",
+    "Real World Value Mapping": "VALUE MAP",
+    "Registration": "REGISTRATION",
+    "SRDocument": "SR DOCUMENT",
+    "Series": "SERIES",
+    "Spectroscopy": "SPECTROSCOPY",
+    "Stereometric Relationship": "STEREOMETRIC",
+    "Study": "STUDY",
+    "Surface": "SURFACE",
+    "Waveform": "WAVEFORM",
+}
+DIRECTORY_MODULE = "Directory Information"
 
 
 def include_condition(macro, path, included):
     """When a macro includes another one, parsed; None for always."""
     at, conditions = CONDITIONAL_IN.get(macro, (None, {}))
     return parse_include_condition("if " + conditions[included]) if at == path else None
+
+
+def record_condition(macro):
+    """When a directory record is one that a macro describes, parsed."""
+    kind = RECORD_TYPES[macro.removesuffix(RECORD_SUFFIX)]
+    return parse_include_condition(f'if (0004,1430) = "{kind}"')
 
 
 def file_name(folder, name):
@@ -124,8 +155,10 @@ class Macro_Book:
         conditional = set()
         block = Block()
         for name in names:
-            usage = "C" if name.endswith(RECORD_SUFFIX) else "M"
-            block.includes.append(self.include(name, usage))
+            is_record = name.endswith(RECORD_SUFFIX)
+            usage = "C" if is_record else "M"
+            block.includes.append(self.include(
+                name, usage, condition=record_condition(name) if is_record else None))
             for key, row in self.expand(name).items():
                 brought[key] = row
                 if usage == "C" and not row.path:
