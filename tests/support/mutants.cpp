@@ -73,6 +73,12 @@ std::vector<int> Witnesses_In(const Made_Set& object, DICOM_List* module)
     return witnesses;
 }
 
+/** A macro for some items of a sequence: its condition is one of the item. */
+bool Is_Of_Items(const DICOM_Part& part)
+{
+    return part.outer >= 0 || (part.sequence != nullptr && part.sequence->group != 0x5200);
+}
+
 class Mutant_Finder {
 public:
     Mutant_Finder(Made_Set& object, DICOM_List* module)
@@ -161,8 +167,10 @@ private:
         }
         if (Is_Required(rule.type)) {
             if (Is_Of_Optional_Part(rule)) {
-                return Is_Told_Otherwise(rule, node) ||
-                       Is_Only_Group(parts_[static_cast<std::size_t>(rule.part)], Tag_Of(node));
+                const DICOM_Part& part = parts_[static_cast<std::size_t>(rule.part)];
+                return Is_Of_Items(part)
+                           ? Plain_Truth(part.required, place, Plain::Open) == Plain::Yes
+                           : Is_Told_Otherwise(rule, node) || Is_Only_Group(part, Tag_Of(node));
             }
             // A line outside of the modules may have made a condition of it.
             return Is_Required(node.type);
@@ -304,6 +312,9 @@ bool Requires(const DICOM_Rule& rule, const Made_Place& place, DICOM_List* modul
         return Is_Required(rule.type);
     }
     const auto index = static_cast<std::size_t>(rule.part);
+    if (Is_Of_Items(parts[index])) {
+        return Is_True(parts[index].required, place);
+    }
     return parts[index].usage == 'M' ||
            Is_True(parts[index].required, {{place.levels.front()}, {}}) ||
            Witnesses_In(*place.levels.front(), module)[index] != 0;

@@ -13,8 +13,8 @@ namespace lib_mend {
 
 namespace {
 
-const Rule* const Rules[] = {&Reference_Rule, &Instance_Rule, &Frame_Rule,
-                             &Item_Rule,      &Identity_Rule, &Date_Rule};
+const Rule* const Rules[] = {&Reference_Rule, &Instance_Rule, &Frame_Rule, &Item_Rule,
+                             &LUT_Rule,       &Identity_Rule, &Date_Rule};
 
 constexpr std::size_t Filter_Size = 4096;
 

@@ -17,7 +17,25 @@ constexpr Tag SOP_Class = {0x0008, 0x0016};
 constexpr Tag Referenced_Class = {0x0008, 0x1150};
 constexpr Tag Referenced_Instance = {0x0008, 0x1155};
 
-constexpr std::array Tags = {SOP_Class, Referenced_Class, Referenced_Instance};
+constexpr Tag Referenced_Frames = {0x0008, 0x1160};
+constexpr Tag SOP_Instance = {0x0008, 0x0018};
+
+constexpr std::array Tags = {SOP_Class, SOP_Instance, Referenced_Class, Referenced_Instance};
+
+/**
+ * Sequences of what an object was made of, comes after, presents or lists beside itself: it is none of
+ * that. Elsewhere makers name an object itself, as the localizer of itself, and no rule forbids it.
+ */
+constexpr Tag Of_Others[] = {
+    {0x0008, 0x1115}, {0x0008, 0x2112}, {0x0008, 0x9092}, {0x0008, 0x9124}, {0x0020, 0x9172},
+    {0x0040, 0xA360}, {0x0040, 0xA375}, {0x0040, 0xA385}, {0x0040, 0xA525}, {0x0040, 0xA730},
+    {0x0070, 0x0001}, {0x3006, 0x0010}, {0x300C, 0x0002}, {0x300C, 0x0060},
+};
+
+bool Is_Of_Others(Tag sequence)
+{
+    return std::find(std::begin(Of_Others), std::end(Of_Others), sequence) != std::end(Of_Others);
+}
 
 constexpr std::string_view Key_Objects = "1.2.840.10008.5.1.4.1.1.88.59";
 
@@ -76,13 +94,16 @@ constexpr Instance_Row Rows[] = {
     {Contour_Images, {0x3006, 0x0039}, Family::Structure_Set, Role::Refers, "PS3.3 C.8.8.6"},
 };
 
-/** Null also for what belongs to a reference: the presentation state of an image. */
+/**
+ * Null also for what belongs to a reference of a presentation. Of a document it counts: the presentation
+ * state of an image is evidence too.
+ */
 const Instance_Row* Row_Of(const Watched& element)
 {
     const auto* const row =
         std::find_if(std::begin(Rows), std::end(Rows), [&](const Instance_Row& each) {
             return each.sequence == element.sequence && each.outermost == element.outermost &&
-                   element.around != each.sequence;
+                   (element.around != each.sequence || each.family == Family::Report);
         });
     return row != std::end(Rows) ? row : nullptr;
 }
@@ -96,7 +117,8 @@ struct Use {
 class Instance_Check {
 public:
     explicit Instance_Check(Subject_Set& subject)
-        : subject_(subject), is_key_object_(subject.Top_Text(SOP_Class) == Key_Objects)
+        : subject_(subject), own_(subject.Top_Text(SOP_Instance)),
+          is_key_object_(subject.Top_Text(SOP_Class) == Key_Objects)
     {
     }
 
@@ -109,6 +131,9 @@ public:
                 sop_class = element.record;
             }
             const Instance_Row* const row = tag == Referenced_Instance ? Row_Of(element) : nullptr;
+            if (tag == Referenced_Instance) {
+                Check_Self(element);
+            }
             if (row == nullptr || subject_.Text(*element.record).empty()) {
                 return;
             }
@@ -127,6 +152,25 @@ public:
 private:
     using UID = std::string_view;
 
+    void Check_Self(const Watched& element)
+    {
+        const UID instance = subject_.Text(*element.record);
+        // A frame may be made of another one of the same object.
+        const DICOM_List* const next = element.record->next;
+        const bool is_frame = next != nullptr && Tag_Of(*next) == Referenced_Frames;
+        // What makers write into sequences of their own is theirs to know.
+        const bool is_private = (element.outermost.group | element.around.group) % 2 != 0;
+        if (instance.empty() || instance != own_ || is_frame || is_private ||
+            std::exchange(names_itself_, true)) {
+            return;
+        }
+        const bool is_wrong = Is_Of_Others(element.sequence) || Is_Of_Others(element.around) ||
+                              Is_Of_Others(element.outermost);
+        subject_.doubts.push_back({element.record, is_wrong ? Fault::Reference : Fault::Unlikely,
+                                   is_wrong ? Level::Kept : Level::Info,
+                                   "the object refers to itself", "PS3.3 C.12.1",
+                                   std::string(instance)});
+    }
     static std::size_t Index(const Use& use)
     {
         return static_cast<std::size_t>(use.row->family);
@@ -175,7 +219,9 @@ private:
     }
 
     Subject_Set& subject_;
+    UID own_;
     bool is_key_object_;
+    bool names_itself_ = false;
     /** UIDs of instances with those of their classes. */
     bool has_list_[std::size(Families)] = {};
     std::set<std::pair<UID, UID>> listed_[std::size(Families)];

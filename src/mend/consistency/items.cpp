@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <optional>
+#include <set>
 #include <unordered_map>
 
 namespace lib_mend {
@@ -15,6 +17,10 @@ namespace {
 constexpr Tag Dimensions = {0x0020, 0x9222};
 constexpr Tag Dimension_Values = {0x0020, 0x9157};
 constexpr Tag Frame_Content = {0x0020, 0x9111};
+constexpr Tag Dimension_Pointer = {0x0020, 0x9165};
+constexpr Tag Organization_Type = {0x0020, 0x9311};
+constexpr Tag Stack_Position = {0x0020, 0x9057};
+constexpr Tag Frame_Groups = {0x5200, 0x9230};
 constexpr Tag Shared_Groups = {0x5200, 0x9229};
 constexpr Tag Segmentation_Type = {0x0062, 0x0001};
 constexpr Tag Segments = {0x0062, 0x0002};
@@ -26,9 +32,10 @@ constexpr Tag Channel_Count = {0x003A, 0x0005};
 constexpr Tag Content = {0x0040, 0xA730};
 constexpr Tag Content_Reference = {0x0040, 0xDB73};
 
-constexpr std::array Tags = {Dimensions,         Dimension_Values,  Frame_Content,
-                             Segmentation_Type,  Segment_Number,    Waveforms,
-                             Annotated_Channels, Content_Reference, Content};
+constexpr std::array Tags = {
+    Dimensions,        Dimension_Values,   Frame_Content,     Segmentation_Type, Segment_Number,
+    Waveforms,         Annotated_Channels, Content_Reference, Content,           Dimension_Pointer,
+    Organization_Type, Stack_Position,     Frame_Groups};
 
 DICOM_List* Item(const DICOM_List& sequence, std::int64_t index)
 {
@@ -49,17 +56,97 @@ void Check_Dimensions(Subject_Set& subject, std::size_t dimensions, const Watche
     }
 }
 
-/** Indices count from 1; one finding for all that do not. */
-bool Has_Index_Zero(Subject_Set& subject, const Watched& element)
+/** What counts from 1 and holds a zero; of frames that do there is one finding for all. */
+bool Has_Zero(Subject_Set& subject, const Watched& element, const char* text, const char* clause)
 {
-    const Numbers indices = subject.Whole_Numbers(*element.record);
-    const bool has_zero = std::find(indices.begin(), indices.end(), 0) != indices.end();
+    const Numbers numbers = subject.Whole_Numbers(*element.record);
+    const bool has_zero = std::find(numbers.begin(), numbers.end(), 0) != numbers.end();
     if (has_zero) {
-        subject.doubts.push_back({element.record, Fault::Item_Count, Level::Kept,
-                                  "the indices of a dimension are counted from 1", "PS3.3 C.7.6.17",
-                                  Text_Of(indices)});
+        subject.doubts.push_back(
+            {element.record, Fault::Item_Count, Level::Kept, text, clause, Text_Of(numbers)});
     }
     return has_zero;
+}
+
+/** What is wrong with the indices of frames; each is told once. */
+class Frame_Indices {
+public:
+    Frame_Indices(Subject_Set& subject, std::size_t dimensions)
+        : subject_(subject), dimensions_(dimensions)
+    {
+    }
+
+    void Take(const Watched& element)
+    {
+        Check_Dimensions(subject_, dimensions_, element);
+        has_zero_ = has_zero_ ||
+                    Has_Zero(subject_, element, "the indices of a dimension are counted from 1",
+                             "PS3.3 C.7.6.17");
+        const Numbers indices = subject_.Whole_Numbers(*element.record);
+        if (!has_twins_ && !indices.empty() && !seen_.insert(indices).second) {
+            has_twins_ = true;
+            subject_.doubts.push_back({element.record, Fault::Unlikely, Level::Info,
+                                       "a frame before has the same indices", "PS3.3 C.7.6.17",
+                                       Text_Of(indices)});
+        }
+    }
+    void Take_Position(const Watched& element)
+    {
+        has_zero_position_ =
+            has_zero_position_ ||
+            Has_Zero(subject_, element, "positions are counted from 1", "PS3.3 C.7.6.16.2.2");
+    }
+
+private:
+    Subject_Set& subject_;
+    std::size_t dimensions_;
+    std::set<Numbers> seen_;
+    bool has_zero_ = false;
+    bool has_twins_ = false;
+    bool has_zero_position_ = false;
+};
+
+/** The tags that a value of VR AT names, group in the upper half. */
+Numbers Pointed_Tags(const Subject_Set& subject, const DICOM_List& record)
+{
+    const Bytes bytes = Has_Value(record) ? subject.set.Value(record, 64) : Bytes();
+    Numbers tags;
+    for (std::size_t i = 0; VR_Of(record) == VR_AT && i + 4 <= bytes.size(); i += 4) {
+        tags.push_back(std::int64_t{Get_UShort(record.byte_order, bytes.data() + i)} << 16 |
+                       Get_UShort(record.byte_order, bytes.data() + i + 2));
+    }
+    return tags;
+}
+
+/** Dimensions are attributes of frames. Of tiles that fill the whole image none need be written. */
+void Check_Pointers(Subject_Set& subject)
+{
+    std::map<Tag, const DICOM_List*> wanted;
+    subject.For_Each([&](const Watched& element) {
+        const Numbers tags =
+            Tag_Of(*element.record) == Dimension_Pointer && element.outermost == Dimensions
+                ? Pointed_Tags(subject, *element.record)
+                : Numbers();
+        for (const std::int64_t tag : tags) {
+            wanted.emplace(Tag{static_cast<unsigned short>(tag >> 16),
+                               static_cast<unsigned short>(tag & 0xFFFF)},
+                           element.record);
+        }
+    });
+    if (wanted.empty() || subject.Top(Frame_Groups) == nullptr ||
+        subject.Top_Text(Organization_Type) == "TILED_FULL") {
+        return;
+    }
+    Tree_Walk walk(subject.set.records.Head());
+    for (const DICOM_List* record = walk.Next(); record != nullptr && !wanted.empty();
+         record = walk.Next()) {
+        wanted.erase(Tag_Of(*record));
+    }
+    for (const auto& [tag, record] : wanted) {
+        subject.doubts.push_back({record, Fault::Reference, Level::Kept,
+                                  "no frame has the attribute of this dimension", "PS3.3 C.7.6.17",
+                                  Tag_Text(tag)});
+    }
 }
 
 /** Segments are numbered from 1, one after the other, where pixels do not hold their numbers. */
@@ -163,12 +250,14 @@ void Check(Subject_Set& subject)
     const auto dimensions =
         static_cast<std::size_t>(sequence != nullptr ? Item_Count(*sequence) : 0);
     Contents_Of_Items contents;
-    bool has_zero = false;
+    Frame_Indices indices(subject, dimensions);
+    Check_Pointers(subject);
     subject.For_Each([&](const Watched& element) {
         const Tag tag = Tag_Of(*element.record);
         if (tag == Dimension_Values && element.sequence == Frame_Content && dimensions != 0) {
-            Check_Dimensions(subject, dimensions, element);
-            has_zero = has_zero || Has_Index_Zero(subject, element);
+            indices.Take(element);
+        } else if (tag == Stack_Position && element.sequence == Frame_Content) {
+            indices.Take_Position(element);
         } else if (tag == Frame_Content && element.sequence == Shared_Groups) {
             subject.doubts.push_back({element.record, Fault::Functional_Group, Level::Kept,
                                       "is of one frame, and cannot be shared by all",

@@ -23,6 +23,8 @@ extern const Rule Instance_Rule;
 extern const Rule Frame_Rule;
 /** Items and values that count each other: segments, dimensions, multiplex groups, content items. */
 extern const Rule Item_Rule;
+/** Tables of values against their descriptors. */
+extern const Rule LUT_Rule;
 /** SOP classes, the modality that belongs to one, and UIDs that identify two things. */
 extern const Rule Identity_Rule;
 /** Dates that come one after the other. */

@@ -1,10 +1,12 @@
 #include "mend/consistency/study.h"
 
+#include "mend/consistency/study_references.h"
 #include "mend/consistency/study_values.h"
 #include "mend/healing/character_set.h"
 #include "mend/healing/image.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <map>
 
@@ -47,6 +49,8 @@ enum Element : std::size_t {
     Frame_UID,
     Reference_Indicator,
     Instance_UID,
+    SOP_Class,
+    Frame_Count,
     Element_Count
 };
 
@@ -79,6 +83,8 @@ constexpr Element_Row Rows[] = {
     {{0x0020, 0x0052}, VR_UI},
     {{0x0020, 0x1040}, VR_LO},
     {{0x0008, 0x0018}, VR_UI},
+    {{0x0008, 0x0016}, VR_UI},
+    {{0x0028, 0x0008}, VR_IS, Compared_Form::Number},
 };
 static_assert(std::size(Rows) == Element_Count);
 
@@ -122,6 +128,9 @@ std::string Counted(std::size_t count)
     return std::to_string(count) + (count == 1 ? " other file of the " : " other files of the ");
 }
 
+constexpr Tag Referenced_Class = {0x0008, 0x1150};
+constexpr Tag Referenced_Frames = {0x0008, 0x1160};
+
 }  // namespace
 
 Study_Facts Facts_Of(const Data_Set& set)
@@ -141,6 +150,7 @@ Study_Facts Facts_Of(const Data_Set& set)
             facts.offsets[element] = Position_Of(record);
         }
     }
+    Gather_References(set, facts);
     return facts;
 }
 
@@ -175,6 +185,10 @@ void Study::Add(const std::string& name, const Study_Facts& facts)
     // Frames of reference that the registry has, such as atlases, belong to everyone.
     const std::string& frame = facts.values[Frame_UID];
     file.frame = DICOM_UID_Get(frame.c_str()) == nullptr ? file.values[Frame_UID] : 0;
+    for (const Study_Facts::Reference& each : facts.references) {
+        file.references.push_back({Number_Of(each.instance), Number_Of(each.sop_class),
+                                   each.class_offset, each.frame, each.frame_offset});
+    }
     files_.push_back(std::move(file));
 }
 
@@ -316,6 +330,48 @@ void Study::Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told
     }
 }
 
+void Study::Compare_Reference(const Reference& reference, const File& target, Told& told) const
+{
+    const Value sop_class = target.values[SOP_Class];
+    Place place;
+    place.has_tag = true;
+    if (reference.sop_class != 0 && sop_class != 0 && reference.sop_class != sop_class) {
+        place.tag = Referenced_Class;
+        place.vr = VR_UI;
+        place.offset = reference.class_offset;
+        told.findings.Report(Fault::Reference, Level::Kept, place,
+                             "is not the SOP class of the instance, which is in " + target.name,
+                             {*texts_[reference.sop_class], {}}, "PS3.3 C.12.1");
+    }
+    const std::string* const text = texts_[target.values[Frame_Count]];
+    const std::int64_t count = text != nullptr ? std::strtoll(text->c_str(), nullptr, 10) : 1;
+    if (reference.frame > count && count > 0) {
+        place.tag = Referenced_Frames;
+        place.vr = VR_IS;
+        place.offset = reference.frame_offset;
+        told.findings.Report(Fault::Frame_Number, Level::Kept, place,
+                             "there is no such frame in " + target.name,
+                             {std::to_string(reference.frame), {}});
+    }
+}
+
+/** What is said of instances that are among the files; of others nothing is known. */
+void Study::Compare_References(std::vector<Told>& told) const
+{
+    std::unordered_map<Value, std::size_t> targets;
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        targets.try_emplace(files_[i].values[Instance_UID], i);
+    }
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        for (const Reference& reference : files_[i].references) {
+            const auto target = targets.find(reference.instance);
+            if (reference.instance != 0 && target != targets.end() && target->second != i) {
+                Compare_Reference(reference, files_[target->second], told[i]);
+            }
+        }
+    }
+}
+
 std::vector<Study::Told> Study::Compare(const Sum_Of_File& sum_of)
 {
     std::sort(files_.begin(), files_.end(),
@@ -331,6 +387,7 @@ std::vector<Study::Told> Study::Compare(const Sum_Of_File& sum_of)
         }
     }
     Compare_UIDs(told);
+    Compare_References(told);
     Compare_Instances(sum_of, told);
     std::erase_if(told, [](const Told& each) { return each.findings.All().empty(); });
     return told;

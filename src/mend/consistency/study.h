@@ -1,5 +1,6 @@
 // What the files of a patient, a study, a series and a frame of reference must agree about
-// (PS3.3 section A.1.2). Of each file a few hundred bytes are kept, whatever its size.
+// (PS3.3 section A.1.2), and whether what they refer to in each other is so. Of each file a few hundred
+// bytes are kept, and some for each instance that it refers to.
 #ifndef LIB_MEND_STUDY_H
 #define LIB_MEND_STUDY_H
 
@@ -16,13 +17,25 @@ namespace lib_mend {
 
 /** What of a data set is compared with others. */
 struct Study_Facts {
-    static constexpr std::size_t Elements = 28;
+    static constexpr std::size_t Elements = 30;
+
+    /** What it says of another instance; once for each. */
+    struct Reference {
+        std::string instance;
+        /** Empty where it does not tell. */
+        std::string sop_class = {};
+        std::int64_t class_offset = 0;
+        /** The highest number of a frame; 0 for none. */
+        std::int64_t frame = 0;
+        std::int64_t frame_offset = 0;
+    };
 
     std::string syntax = {};
     bool is_encapsulated = false;
     /** In a form in which equal values are equal texts; empty where there is none. */
     std::array<std::string, Elements> values = {};
     std::array<std::int64_t, Elements> offsets = {};
+    std::vector<Reference> references = {};
 };
 
 /** Of a healed data set. */
@@ -51,6 +64,14 @@ private:
 
     static constexpr std::size_t Elements = Study_Facts::Elements;
 
+    /** As in Study_Facts. */
+    struct Reference {
+        Value instance = 0;
+        Value sop_class = 0;
+        std::int64_t class_offset = 0;
+        std::int64_t frame = 0;
+        std::int64_t frame_offset = 0;
+    };
     struct File {
         std::string name;
         std::string syntax;
@@ -60,6 +81,7 @@ private:
         Value frame = 0;
         std::array<Value, Elements> values = {};
         std::array<std::int64_t, Elements> offsets = {};
+        std::vector<Reference> references = {};
     };
 
     /** What a finding says beside its text. */
@@ -77,6 +99,8 @@ private:
     void Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
                          std::vector<Told>& told) const;
     void Compare_UIDs(std::vector<Told>& told) const;
+    void Compare_References(std::vector<Told>& told) const;
+    void Compare_Reference(const Reference& reference, const File& target, Told& told) const;
     void Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told) const;
     void Tell(Told& told, const File& file, std::size_t element, const Wording& wording,
               std::string text) const;

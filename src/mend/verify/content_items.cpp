@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace lib_mend {
@@ -45,10 +46,49 @@ bool Leads_Around(const Numbers& target, const Path& item)
         [](std::int64_t number, const Path_Step& step) { return number == step.item + 1; });
 }
 
+/** Content items by their place in the document. Each list is gone through once. */
+class Content_Places {
+public:
+    explicit Content_Places(const Data_Set& set) : set_(set)
+    {
+    }
+
+    /** The value type of a content item; empty where there is none. */
+    const std::string& Type_At(const Numbers& way)
+    {
+        static const std::string none;
+        DICOM_List* list = !way.empty() && way.front() == 1 ? set_.records.Head() : nullptr;
+        for (std::size_t i = 1; i < way.size() && list != nullptr; ++i) {
+            const DICOM_List* const content = Of(list).content;
+            const bool is_item = content != nullptr && way[i] >= 1 && way[i] <= content->nb_item;
+            list = is_item ? Item_Of(*content, static_cast<int>(way[i] - 1)) : nullptr;
+        }
+        return list != nullptr ? Of(list).type : none;
+    }
+
+private:
+    struct Item {
+        const DICOM_List* content = nullptr;
+        std::string type;
+    };
+
+    const Item& Of(DICOM_List* list)
+    {
+        const auto [entry, is_new] = items_.try_emplace(list);
+        if (is_new) {
+            entry->second = {Find_Record(list, Content_Sequence), Text_In(set_, list, Value_Type)};
+        }
+        return entry->second;
+    }
+
+    const Data_Set& set_;
+    std::unordered_map<const DICOM_List*, Item> items_;
+};
+
 class Content_Check {
 public:
     Content_Check(const Data_Set& set, std::string_view report, Findings& findings)
-        : set_(set), findings_(findings), report_(report),
+        : set_(set), findings_(findings), report_(report), places_(set),
           by_value_only_(std::find(std::begin(By_Value_Only), std::end(By_Value_Only), report) !=
                          std::end(By_Value_Only))
     {
@@ -105,7 +145,10 @@ private:
     {
         const DICOM_List* const relation = Find_Record(item, Relationship_Type);
         const std::string name = Text_In(set_, item, Relationship_Type);
-        const std::string target = Text_In(set_, item, Value_Type);
+        const DICOM_List* const reference = Find_Record(item, Referenced_Item);
+        const std::string target = reference != nullptr && !by_value_only_
+                                       ? places_.Type_At(Target_Of(*reference))
+                                       : Text_In(set_, item, Value_Type);
         const auto is_meant = [&](const auto& row) {
             return row.relation == name && (row.document.empty() || row.document == report_);
         };
@@ -128,9 +171,18 @@ private:
         }
     }
 
-    void Check_Reference(const DICOM_List* reference, const Path& way)
+    /** The place of the content item that a reference leads to; empty for no numbers. */
+    Numbers Target_Of(const DICOM_List& reference) const
     {
         constexpr std::size_t Enough = 1024;
+        const Bytes value = set_.Value(reference, Enough);
+        return Numbers_In({reinterpret_cast<const char*>(value.data()), value.size()},
+                          VR_Of(reference), reference.byte_order)
+            .value_or(Numbers());
+    }
+
+    void Check_Reference(const DICOM_List* reference, const Path& way)
+    {
         if (reference == nullptr) {
             return;
         }
@@ -140,10 +192,7 @@ private:
                 "PS3.3 C.17.3");
             return;
         }
-        const Bytes value = set_.Value(*reference, Enough);
-        const auto target = Numbers_In({reinterpret_cast<const char*>(value.data()), value.size()},
-                                       VR_Of(*reference), reference->byte_order);
-        if (target && Leads_Around(*target, way)) {
+        if (Leads_Around(Target_Of(*reference), way)) {
             Say(*reference, way, "refers to a content item that it is itself a part of",
                 "PS3.3 C.17.3");
         }
@@ -152,6 +201,7 @@ private:
     const Data_Set& set_;
     Findings& findings_;
     std::string_view report_;
+    Content_Places places_;
     bool by_value_only_;
     /** Null where nothing is said of them here. */
     const Type_Row* value_types_;

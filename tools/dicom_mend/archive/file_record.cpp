@@ -57,6 +57,14 @@ void Pack_Facts(const lib_mend::Study_Facts& facts, Packer& packer)
         packer.Put(facts.values[i]);
         packer.Put(facts.offsets[i]);
     }
+    packer.Put(facts.references.size());
+    for (const lib_mend::Study_Facts::Reference& reference : facts.references) {
+        packer.Put(reference.instance);
+        packer.Put(reference.sop_class);
+        packer.Put(reference.class_offset);
+        packer.Put(reference.frame);
+        packer.Put(reference.frame_offset);
+    }
 }
 
 lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
@@ -67,6 +75,14 @@ lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
     for (std::size_t i = 0; i < facts.values.size(); ++i) {
         facts.values[i] = bytes.Text();
         facts.offsets[i] = bytes.Signed();
+    }
+    facts.references.resize(bytes.Count());
+    for (lib_mend::Study_Facts::Reference& reference : facts.references) {
+        reference.instance = bytes.Text();
+        reference.sop_class = bytes.Text();
+        reference.class_offset = bytes.Signed();
+        reference.frame = bytes.Signed();
+        reference.frame_offset = bytes.Signed();
     }
     return facts;
 }
