@@ -68,7 +68,9 @@ void Check_Table(Subject_Set& subject, const DICOM_List& record, Tag data, const
     // Entries of 8 bits have a byte each, or a word.
     const std::int64_t packed = descriptor.entries + descriptor.entries % 2;
     const bool is_packed = descriptor.bits <= 8 && size == packed;
-    if (size != descriptor.entries * 2 && !is_packed) {
+    // That a palette is too short for the image is told where pixel data is looked at.
+    const bool is_told = data != LUT_Data && size < descriptor.entries * 2;
+    if (size != descriptor.entries * 2 && !is_packed && !is_told) {
         subject.doubts.push_back({table, Fault::Item_Count, Level::Kept,
                                   std::to_string(size) + " bytes for " +
                                       std::to_string(descriptor.entries) + " entries of " +
