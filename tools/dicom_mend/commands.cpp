@@ -12,6 +12,7 @@
 #include "mend/interface/heal.h"
 #include "mend/io/safe_file.h"
 #include "mend/io/spool.h"
+#include "mend/io/system_files.h"
 #include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/iod.h"
@@ -20,11 +21,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <deque>
+#include <filesystem>
 #include <memory>
 #include <span>
 #include <utility>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace dicom_mend {
@@ -247,15 +248,16 @@ void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layou
         return file.Give(taker);
     };
     const std::string error = lib_mend::Write_Staged(item.staged, give);
-    struct stat status = {};
-    if (!error.empty() || lstat(item.staged.c_str(), &status) != 0) {
+    std::error_code unknown;
+    const auto size = std::filesystem::file_size(lib_mend::Native_Path(item.staged), unknown);
+    if (!error.empty() || unknown) {
         record.failure = "its output " + (error.empty() ? "is gone" : error);
         record.try_again = true;
         record.status = Exit_Failure;
         return;
     }
     record.has_output = true;
-    record.output_size = status.st_size;
+    record.output_size = static_cast<std::int64_t>(size);
 }
 
 /** @param prepare  what is to be done with a data set beside mending it */

@@ -2,12 +2,12 @@
 #include "command_faults.h"
 #include "manual.h"
 #include "options/command.h"
+#include "process.h"
 #include "word_completion.h"
 
 #include <CLI/CLI.hpp>
 #include <Lib_DICOM_Mend/dicom_mend.h>
 
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -84,13 +84,12 @@ bool Answer_Program(CLI::App& app, const std::vector<std::string>& words, Exit_S
     return false;
 }
 
-Exit_Status Answer(CLI::App& app, int argc, char** argv)
+Exit_Status Answer(CLI::App& app, const std::vector<std::string>& words)
 {
     std::string helped;
     app.get_subcommand(Help)
         ->add_option("COMMAND", helped, "Name of the command")
         ->option_text(" ");
-    const std::vector<std::string> words(argv + 1, argv + argc);
     const std::string asked = words.empty() ? std::string() : words.front();
     Exit_Status status = dicom_mend::Exit_Clean;
     if (Answer_Program(app, words, status)) {
@@ -104,18 +103,20 @@ Exit_Status Answer(CLI::App& app, int argc, char** argv)
         return dicom_mend::Exit_Failure;
     }
     try {
-        app.parse(argc, argv);
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
     }
     return asked == Help ? Print_Help(app, helped) : run();
 }
 
-Exit_Status Run(int argc, char** argv)
+Exit_Status Run(const std::vector<std::string>& words)
 {
     CLI::App app(Description, "dicom-mend");
     app.footer(Foot);
     app.require_subcommand(1);
+    // Options are the same everywhere; a slash begins a path.
+    app.allow_windows_style_options(false);
     app.set_version_flag("--version", [] {
         return std::string("dicom-mend ") + DICOM_MEND_VERSION + "\nwith " +
                Get_Version_DICOM(nullptr) + ", zlib " + zlibVersion() +
@@ -125,7 +126,7 @@ Exit_Status Run(int argc, char** argv)
         app.add_subcommand(command.name, command.description)->footer(command.foot);
     }
     app.add_subcommand(Help, "Show the options of a command");
-    const Exit_Status status = Answer(app, argc, argv);
+    const Exit_Status status = Answer(app, words);
     DICOM_Lib_Cleanup();
     return status;
 }
@@ -134,10 +135,8 @@ Exit_Status Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // A limit on the size of files is to be met as an error of the writing, not as a sudden end.
-    std::signal(SIGXFSZ, SIG_IGN);
     try {
-        return Run(argc, argv);
+        return Run(dicom_mend::Start_Tool(argc, argv));
     } catch (const std::bad_alloc&) {
         std::fputs("dicom-mend: error: there is not enough memory\n", stderr);
         return dicom_mend::Exit_Failure;

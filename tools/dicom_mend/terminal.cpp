@@ -1,12 +1,12 @@
 #include "terminal.h"
 
 #include "mend/findings/letters.h"
+#include "process.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace dicom_mend {
@@ -62,9 +62,9 @@ Terminal Look_At(int descriptor, Colours colours)
     terminal.colours =
         colours == Colours::Always || (colours == Colours::Auto && terminal.is_terminal &&
                                        (refused == nullptr || *refused == '\0'));
-    winsize size = {};
-    if (terminal.is_terminal && ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-        terminal.width = size.ws_col;
+    const std::size_t width = terminal.is_terminal ? Terminal_Width(descriptor) : 0;
+    if (width > 0) {
+        terminal.width = width;
     }
     return terminal;
 }

@@ -31,7 +31,7 @@ fs::path Full_Directory(const fs::path& path)
 fs::path Installed_Directory()
 {
     const fs::path part = fs::path("share") / "Lib_DICOM" / "definitions";
-    const fs::path library = Full_Directory(fs::path(Module_Path()).parent_path());
+    const fs::path library = Full_Directory(Module_Path().parent_path());
     for (const fs::path& path :
          {library / ".." / part, library / ".." / ".." / part, fs::path(LIB_DICOM_DEFINITIONS)}) {
         if (Is_Directory(path)) {

@@ -72,7 +72,9 @@ char* Get_Version_DICOM(char* expected)
         return trace.Leave(static_cast<char*>(nullptr), "! version");
     }
     return Guarded(hwnd, This_Unit, static_cast<char*>(nullptr), [] {
-        const std::string name = Is_In_Program() ? "Lib_DICOM" : Library_Name(Module_Path());
+        const std::u8string path = Module_Path().u8string();
+        const std::string name =
+            Is_In_Program() ? "Lib_DICOM" : Library_Name({path.begin(), path.end()});
         std::snprintf(version, sizeof version, "%s.dll%s %s (rev-%s)", name.c_str(), "", Version,
                       Revision);
         return version;

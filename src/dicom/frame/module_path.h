@@ -2,7 +2,7 @@
 #ifndef LIB_DICOM_SRC_FRAME_MODULE_PATH_H
 #define LIB_DICOM_SRC_FRAME_MODULE_PATH_H
 
-#include <string>
+#include <filesystem>
 
 namespace lib_dicom {
 
@@ -10,7 +10,7 @@ namespace lib_dicom {
 bool Is_In_Program();
 
 /** Path of the file that this library was loaded from; empty when the system does not tell. */
-std::string Module_Path();
+std::filesystem::path Module_Path();
 
 }  // namespace lib_dicom
 

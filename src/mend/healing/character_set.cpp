@@ -1,14 +1,11 @@
 #include "mend/healing/character_set.h"
 
 #include "mend/findings/letters.h"
+#include "mend/healing/converter.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
 #include <cstdio>
 #include <memory>
-
-#include <iconv.h>
 
 namespace lib_mend {
 
@@ -22,55 +19,6 @@ void Append_Escaped(std::string& out, std::string_view bytes)
         out += text;
     }
 }
-
-/** An open conversion; what cannot be opened converts nothing. */
-class Converter {
-public:
-    Converter(const char* to, const char* from) : handle_(iconv_open(to, from))
-    {
-    }
-    Converter(const Converter&) = delete;
-    Converter& operator=(const Converter&) = delete;
-    ~Converter()
-    {
-        if (Is_Open()) {
-            iconv_close(handle_);
-        }
-    }
-
-    /** Appends one character; false when it is none of the encoding. */
-    bool Append(std::string& out, std::string_view character) const
-    {
-        std::array<char, Most_Bytes> bytes;
-        if (!Is_Open() || character.size() > bytes.size()) {
-            return false;
-        }
-        std::copy(character.begin(), character.end(), bytes.begin());
-        char* from = bytes.data();
-        std::size_t left = character.size();
-        std::array<char, Most_Bytes> buffer;
-        char* to = buffer.data();
-        std::size_t room = buffer.size();
-        const bool done = iconv(handle_, &from, &left, &to, &room) == 0 && left == 0;
-        if (!done) {
-            iconv(handle_, nullptr, nullptr, nullptr, nullptr);
-            return false;
-        }
-        out.append(buffer.data(), to);
-        return true;
-    }
-
-private:
-    static constexpr std::size_t Most_Bytes = 16;
-
-    bool Is_Open() const
-    {
-        // The interface tells of a failure by the pointer -1.
-        return reinterpret_cast<std::intptr_t>(handle_) != -1;
-    }
-
-    iconv_t handle_;
-};
 
 /** The bytes of a character as the converter of its set wants them. */
 std::string For_Converter(const Repertoire& set, std::string_view bytes)

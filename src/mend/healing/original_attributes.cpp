@@ -6,8 +6,8 @@
 #include "mend/healing/original_item.h"
 #include "mend/healing/record_building.h"
 #include "mend/healing/texts.h"
+#include "mend/io/system_files.h"
 
-#include <ctime>
 #include <utility>
 
 namespace lib_mend {
@@ -127,12 +127,7 @@ DICOM_List* Sequence_For_Item(Data_Set& set, Findings& findings)
 
 std::string Date_Time_Now()
 {
-    const std::time_t now = std::time(nullptr);
-    std::tm local = {};
-    char text[32] = "";
-    localtime_r(&now, &local);
-    std::strftime(text, sizeof text, "%Y%m%d%H%M%S%z", &local);
-    return text;
+    return Local_Date_Time();
 }
 
 void Record_Changes(Data_Set& set, const Original_Values& originals, std::string_view date_time,

@@ -1,6 +1,7 @@
 #include "mend/io/source.h"
 
 #include "mend/io/spool.h"
+#include "mend/io/system_files.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +12,6 @@
 #include <new>
 #include <utility>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,11 +32,13 @@ std::wstring Wide(const std::string& text)
 }
 
 /** Like read, whatever signals come. */
-ssize_t Read_Some(int descriptor, std::span<unsigned char> out)
+std::int64_t Read_Some(int descriptor, std::span<unsigned char> out)
 {
-    ssize_t count = -1;
+    constexpr std::size_t Largest = std::size_t{1} << 30;
+    std::int64_t count = -1;
     do {
-        count = read(descriptor, out.data(), out.size());
+        count =
+            read(descriptor, out.data(), static_cast<unsigned int>(std::min(out.size(), Largest)));
     } while (count < 0 && errno == EINTR);
     return count;
 }
@@ -50,7 +52,7 @@ bool Read_All(int descriptor, std::int64_t expected, std::int64_t most, Bytes& b
         if (bytes.size() == used) {
             bytes.resize(2 * used);
         }
-        const ssize_t count = Read_Some(descriptor, std::span(bytes).subspan(used));
+        const std::int64_t count = Read_Some(descriptor, std::span(bytes).subspan(used));
         if (count < 0) {
             error = std::strerror(errno);
             return false;
@@ -72,7 +74,7 @@ std::shared_ptr<Source> Read_Pipe(int descriptor, const std::string& name,
     Spool spool(most_in_memory);
     try {
         while (true) {
-            const ssize_t count = Read_Some(descriptor, block);
+            const std::int64_t count = Read_Some(descriptor, block);
             if (count < 0) {
                 error = std::strerror(errno);
                 return nullptr;
@@ -116,7 +118,7 @@ bool Source::Take_File(std::int64_t most_in_memory, std::string& error)
 std::shared_ptr<Source> Source::Open(const std::string& path, std::string& error,
                                      std::int64_t most_in_memory)
 {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = Open_To_Read(path);
     struct stat status = {};
     const bool is_there = descriptor >= 0 && fstat(descriptor, &status) == 0;
     error = is_there ? "" : std::strerror(errno);
@@ -172,11 +174,8 @@ std::size_t Source::Read(std::int64_t offset, std::span<unsigned char> out) cons
     }
     std::size_t done = 0;
     while (done < wanted) {
-        const ssize_t count = pread(descriptor_, out.data() + done, wanted - done,
-                                    offset + static_cast<std::int64_t>(done));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
+        const std::int64_t count = Read_At(descriptor_, out.data() + done, wanted - done,
+                                           offset + static_cast<std::int64_t>(done));
         if (count <= 0) {
             failure_ = count < 0 ? errno : failure_;
             break;
@@ -249,7 +248,7 @@ bool Cursor::Read_Header(unsigned char mode, Header& header, std::int64_t size)
         NEMA_Get_Data_Element(nullptr, Kind(), where_, Pointer(), mode, &header.group,
                               &header.element, &header.vr, &header.length, static_cast<int>(whole));
     // After a failed seek the library closes the descriptor. Its number may soon be another file's.
-    if (result == 0 && position_ == nullptr && fcntl(where_, F_GETFD) < 0) {
+    if (result == 0 && position_ == nullptr && !Is_Open_File(where_)) {
         source_->descriptor_ = -1;
         source_->failure_ = EIO;
         where_ = -1;

@@ -1,44 +1,23 @@
 #include "mend/io/spool.h"
 
+#include "mend/io/system_files.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace lib_mend {
 
 namespace {
 
-/** Folders for files that are large and last for the time of the work only. */
-std::vector<std::string> Folders()
+/** As many bytes as one call may write on every system. */
+unsigned int Portion(std::size_t size)
 {
-    const char* const chosen = secure_getenv("TMPDIR");
-    if (chosen != nullptr && *chosen != '\0') {
-        // Who names a folder does not want the bytes of patients in another one.
-        return {chosen};
-    }
-    return {"/var/tmp", "/tmp"};
-}
-
-int Open_Without_Name(const std::string& folder)
-{
-    // With O_EXCL it cannot be given a name later.
-    const int descriptor =
-        open(folder.c_str(), O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (descriptor >= 0 || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL)) {
-        return descriptor;
-    }
-    // Some file systems have no files without a name; here it has one for a moment.
-    std::string name = folder + "/dicom-mend-XXXXXX";
-    const int named = mkostemp(name.data(), O_CLOEXEC);
-    if (named >= 0) {
-        unlink(name.c_str());
-    }
-    return named;
+    constexpr std::size_t Largest = std::size_t{1} << 30;
+    return static_cast<unsigned int>(std::min(size, Largest));
 }
 
 [[noreturn]] void Fail(const std::string& folder)
@@ -59,7 +38,7 @@ Spool::~Spool()
 
 int Open_Nameless_File(std::string& folder)
 {
-    for (const std::string& each : Folders()) {
+    for (const std::string& each : Folders_For_Spools()) {
         folder = each;
         const int descriptor = Open_Without_Name(each);
         if (descriptor >= 0) {
@@ -72,7 +51,7 @@ int Open_Nameless_File(std::string& folder)
 void Spool::Write(std::span<const unsigned char> bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t count = write(descriptor_, bytes.data(), bytes.size());
+        const std::int64_t count = write(descriptor_, bytes.data(), Portion(bytes.size()));
         if (count > 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(count));
         } else if (count == 0 || errno != EINTR) {
@@ -107,10 +86,7 @@ std::size_t Spool::Read(std::int64_t offset, std::span<unsigned char> out) const
         std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), out.size(), out.begin());
         return out.size();
     }
-    ssize_t count = -1;
-    do {
-        count = pread(descriptor_, out.data(), out.size(), offset);
-    } while (count < 0 && errno == EINTR);
+    const std::int64_t count = Read_At(descriptor_, out.data(), out.size(), offset);
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 

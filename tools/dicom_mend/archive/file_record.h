@@ -9,6 +9,7 @@
 #include "report.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -94,6 +95,9 @@ void Leave_Out_Values(std::vector<lib_mend::Finding>& findings);
 
 /** Prints what was found in a file, and why nothing could be. */
 void Report(const File_Record& record, Verbosity verbosity, bool show_values);
+
+/** What is done with one file; what it prints is handed over with the record. */
+using File_Work = std::function<void(const Work_Item&, File_Record&)>;
 
 /** Adds a finding about the file as a whole, which decides about the status too. */
 void Add_Finding(File_Record& record, lib_mend::Fault fault, lib_mend::Level level,

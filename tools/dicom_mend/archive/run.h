@@ -3,7 +3,6 @@
 #define TOOLS_DICOM_MEND_ARCHIVE_RUN_H
 
 #include "archive/walk.h"
-#include "archive/workers.h"
 
 #include <string>
 

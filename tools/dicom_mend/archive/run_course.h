@@ -10,6 +10,7 @@
 #include "archive/run_report.h"
 #include "archive/run_state.h"
 #include "archive/window.h"
+#include "archive/workers.h"
 
 #include <algorithm>
 #include <optional>

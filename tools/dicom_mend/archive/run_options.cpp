@@ -1,5 +1,6 @@
 #include "archive/run.h"
 #include "archive/run_state.h"
+#include "mend/io/system_files.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -20,7 +21,7 @@ bool Run_Options::Asks_For_Run() const
     constexpr std::size_t Many = 16;
     const auto is_folder = [](const std::string& path) {
         std::error_code error;
-        return std::filesystem::is_directory(path, error);
+        return std::filesystem::is_directory(lib_mend::Native_Path(path), error);
     };
     return jobs != 0 || !to.empty() || !report.empty() || !state.empty() || !walk.list.empty() ||
            walk.shards > 1 || walk.paths.size() >= Many ||

@@ -6,18 +6,19 @@
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
 #include "mend/io/safe_file.h"
+#include "mend/io/system_files.h"
 
 #include <Lib_DICOM_Mend/dicom_mend.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <string_view>
+#include <system_error>
 #include <vector>
-
-#include <unistd.h>
 
 namespace dicom_mend {
 
@@ -283,11 +284,21 @@ std::unique_ptr<Report_Form> Form_Of(const std::string& name, const std::string&
     return ending == "html" ? std::make_unique<HTML>(show_values) : nullptr;
 }
 
+namespace {
+
+void Remove(const std::string& path)
+{
+    std::error_code ignored;
+    std::filesystem::remove(lib_mend::Native_Path(path), ignored);
+}
+
+}  // namespace
+
 Run_Report::~Run_Report()
 {
     if (Is_Open()) {
         std::fclose(file_);
-        unlink(part_.c_str());
+        Remove(part_);
     }
 }
 
@@ -297,7 +308,7 @@ namespace {
 bool Is_Absent_Or_Report(const std::string& path, const std::string& head)
 {
     constexpr std::size_t Enough = 40;
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(lib_mend::Native_Path(path), std::ios::binary);
     std::string begin(std::min(head.size(), Enough), '\0');
     file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
     return file.gcount() == 0 || head.starts_with(begin);
@@ -323,7 +334,7 @@ std::string Run_Report::Open(const std::string& path, const std::string& command
     // Hidden files are no inputs, which a report must not be written over.
     const std::size_t name = path.find_last_of('/') + 1;
     part_ = path.substr(0, name) + ".dicom-mend-" + path.substr(name) + ".part";
-    file_ = std::fopen(part_.c_str(), "we");
+    file_ = lib_mend::Open_To_Write(part_);
     if (file_ == nullptr) {
         return std::string("cannot be written: ") + std::strerror(errno);
     }
@@ -350,14 +361,16 @@ std::string Run_Report::Close(const Totals& totals, bool complete)
         return {};
     }
     Put(form_->Tail(totals, complete));
-    const bool is_written =
-        std::ferror(file_) == 0 && std::fflush(file_) == 0 && fsync(fileno(file_)) == 0;
+    const bool is_written = std::ferror(file_) == 0 && lib_mend::Sync_File(file_);
     const bool is_closed = std::fclose(file_) == 0;
     file_ = nullptr;
-    if (!is_written || !is_closed || std::rename(part_.c_str(), path_.c_str()) != 0) {
-        std::string reason = std::strerror(errno);
-        unlink(part_.c_str());
-        return "cannot be written: " + reason;
+    std::error_code error(is_written && is_closed ? 0 : errno, std::generic_category());
+    if (!error) {
+        std::filesystem::rename(lib_mend::Native_Path(part_), lib_mend::Native_Path(path_), error);
+    }
+    if (error) {
+        Remove(part_);
+        return "cannot be written: " + error.message();
     }
     return {};
 }

@@ -6,7 +6,6 @@
 #include "archive/file_record.h"
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -15,9 +14,6 @@
 #include <sys/types.h>
 
 namespace dicom_mend {
-
-/** What is done with one file; what it prints is handed over with the record. */
-using File_Work = std::function<void(const Work_Item&, File_Record&)>;
 
 /** A file that a worker is done with. */
 struct Done_File {

@@ -1,18 +1,18 @@
 # Completion for bash: the tool itself knows which words there may be.
 _dicom_mend()
 {
-    local IFS=$'\n' words=() word last answer
+    local IFS=$'\n' words=() word last= answer
     # Bash takes "=" and ":" for words of their own; the tool gets the words as they were typed.
     for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
-        last=${words[${#words[@]} - 1]-}
         if [[ ($word == [=:] || $last == *[=:]) && -n $last && $COMP_LINE == *"$last$word"* ]]; then
-            words[${#words[@]} - 1]=$last$word
+            last=$last$word
+            words[${#words[@]} - 1]=$last
         else
+            last=$word
             words+=("$word")
         fi
     done
-    last=${words[${#words[@]} - 1]-}
-    mapfile -t answer < <(dicom-mend --completions "${words[@]}" 2>/dev/null)
+    mapfile -t answer <<<"$(dicom-mend --completions "${words[@]}" 2>/dev/null)"
     COMPREPLY=()
     for word in "${answer[@]:1}"; do
         word=${word%%$'\t'*}

@@ -1,0 +1,10 @@
+# Headers of the machine that builds, apart from all others that stand beside them.
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers)
+file(CREATE_LINK /usr/include/CLI ${CMAKE_BINARY_DIR}/headers/CLI SYMBOLIC)
+if(NOT TARGET CLI11::CLI11)
+  add_library(CLI11::CLI11 INTERFACE IMPORTED)
+  target_include_directories(CLI11::CLI11 SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/headers)
+endif()
+file(STRINGS /usr/include/CLI/Version.hpp CLI11_VERSION REGEX "define CLI11_VERSION \"")
+string(REGEX REPLACE ".*\"(.*)\".*" "\\1" CLI11_VERSION "${CLI11_VERSION}")
+set(CLI11_FOUND ON)

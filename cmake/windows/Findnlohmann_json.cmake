@@ -1,0 +1,15 @@
+# Headers of the machine that builds, apart from all others that stand beside them.
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers)
+file(CREATE_LINK /usr/include/nlohmann ${CMAKE_BINARY_DIR}/headers/nlohmann SYMBOLIC)
+if(NOT TARGET nlohmann_json::nlohmann_json)
+  add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED)
+  target_include_directories(nlohmann_json::nlohmann_json SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/headers)
+endif()
+file(STRINGS /usr/include/nlohmann/detail/macro_scope.hpp numbers
+  REGEX "define NLOHMANN_JSON_VERSION_(MAJOR|MINOR|PATCH)")
+if(NOT numbers)
+  file(STRINGS /usr/include/nlohmann/json.hpp numbers REGEX "define NLOHMANN_JSON_VERSION_(MAJOR|MINOR|PATCH)")
+endif()
+string(REGEX MATCHALL "[0-9]+" numbers "${numbers}")
+list(JOIN numbers . nlohmann_json_VERSION)
+set(nlohmann_json_FOUND ON)

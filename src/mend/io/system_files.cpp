@@ -1,0 +1,84 @@
+#include "mend/io/system_files.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace lib_mend {
+
+std::filesystem::path Native_Path(const std::string& path)
+{
+    return path;
+}
+
+std::FILE* Open_To_Write(const std::string& path)
+{
+    return std::fopen(path.c_str(), "we");
+}
+
+bool Sync_File(std::FILE* file)
+{
+    return std::fflush(file) == 0 && fsync(fileno(file)) == 0;
+}
+
+int Open_To_Read(const std::string& path)
+{
+    return open(path.c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+std::int64_t Read_At(int descriptor, void* out, std::size_t size, std::int64_t offset)
+{
+    ssize_t count = -1;
+    do {
+        count = pread(descriptor, out, size, offset);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+bool Is_Open_File(int descriptor)
+{
+    return fcntl(descriptor, F_GETFD) >= 0;
+}
+
+std::vector<std::string> Folders_For_Spools()
+{
+    const char* const chosen = secure_getenv("TMPDIR");
+    if (chosen != nullptr && *chosen != '\0') {
+        // Who names a folder does not want the bytes of patients in another one.
+        return {chosen};
+    }
+    return {"/var/tmp", "/tmp"};
+}
+
+int Open_Without_Name(const std::string& folder)
+{
+    // With O_EXCL it cannot be given a name later.
+    const int descriptor =
+        open(folder.c_str(), O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor >= 0 || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL)) {
+        return descriptor;
+    }
+    // Some file systems have no files without a name; here it has one for a moment.
+    std::string name = folder + "/dicom-mend-XXXXXX";
+    const int named = mkostemp(name.data(), O_CLOEXEC);
+    if (named >= 0) {
+        unlink(name.c_str());
+    }
+    return named;
+}
+
+std::string Local_Date_Time()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    char text[32] = "";
+    localtime_r(&now, &local);
+    std::strftime(text, sizeof text, "%Y%m%d%H%M%S%z", &local);
+    return text;
+}
+
+}  // namespace lib_mend

@@ -1,0 +1,255 @@
+// A run on Windows: one file after the other, in this process. What needs workers, or a log that outlives a
+// process that was killed, is not offered there.
+#include "archive/run.h"
+
+#include "archive/file_sum.h"
+#include "archive/run_report.h"
+#include "archive/run_state.h"
+#include "mend/findings/letters.h"
+#include "mend/io/safe_file.h"
+#include "mend/io/spool.h"
+#include "mend/io/system_files.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <stdexcept>
+#include <utility>
+
+#include <io.h>
+
+namespace dicom_mend {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Text_Of(const fs::path& path)
+{
+    const std::u8string text = path.generic_u8string();
+    return {text.begin(), text.end()};
+}
+
+/** Takes what is printed to standard output, as long as it lives. */
+class Taken_Output {
+public:
+    Taken_Output() : file_(lib_mend::Open_Nameless_File(folder_))
+    {
+        std::fflush(stdout);
+        saved_ = _dup(_fileno(stdout));
+        _dup2(file_, _fileno(stdout));
+    }
+    Taken_Output(const Taken_Output&) = delete;
+    Taken_Output& operator=(const Taken_Output&) = delete;
+    ~Taken_Output()
+    {
+        Put_Back();
+        _close(file_);
+    }
+
+    Printed Text()
+    {
+        Put_Back();
+        std::shared_ptr<Waiting_Room> none;
+        return Printed(file_, _lseeki64(file_, 0, SEEK_END), none);
+    }
+
+private:
+    void Put_Back()
+    {
+        if (saved_ >= 0) {
+            std::fflush(stdout);
+            _dup2(saved_, _fileno(stdout));
+            _close(std::exchange(saved_, -1));
+        }
+    }
+
+    std::string folder_;
+    int file_;
+    int saved_ = -1;
+};
+
+/** The option that is not offered; empty when all are. */
+const char* Refused(const Run_Options& options)
+{
+    const std::pair<bool, const char*> needs[] = {
+        {options.jobs > 1, "--jobs"},         {!options.walk.list.empty(), "--from-list"},
+        {options.walk.shards > 1, "--shard"}, {options.resume, "--resume"},
+        {!options.state.empty(), "--state"},  {!options.quarantine.empty(), "--quarantine"},
+    };
+    const auto* const found = std::find_if(std::begin(needs), std::end(needs),
+                                           [](const auto& need) { return need.first; });
+    return found != std::end(needs) ? found->second : "";
+}
+
+/** The files that a path stands for, by their names below it; those of a folder in their order. */
+std::vector<Work_Item> Items_Of(const std::string& path, bool is_alone)
+{
+    std::vector<Work_Item> items;
+    std::error_code error;
+    const fs::path native = lib_mend::Native_Path(path);
+    if (!fs::is_directory(native, error)) {
+        Work_Item item;
+        item.path = path;
+        item.relative = Text_Of(native.filename());
+        items.push_back(item);
+        return items;
+    }
+    const std::string last = Text_Of(fs::canonical(native, error).filename());
+    fs::recursive_directory_iterator entry(native, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        const bool is_hidden = Text_Of(entry->path().filename()).starts_with('.');
+        if (is_hidden && entry->is_directory(error)) {
+            entry.disable_recursion_pending();
+        }
+        if (!is_hidden && !entry->is_symlink(error) && entry->is_regular_file(error)) {
+            Work_Item item;
+            item.relative = Text_Of(entry->path().lexically_relative(native));
+            item.path = path + "/" + item.relative;
+            // Of several folders, each has one of its name.
+            item.relative = is_alone ? item.relative : last + "/" + item.relative;
+            item.is_found = true;
+            items.push_back(item);
+        }
+    }
+    std::sort(items.begin(), items.end(), [](const Work_Item& one, const Work_Item& other) {
+        return one.relative < other.relative;
+    });
+    return items;
+}
+
+/** Puts an output into its place below the folder. */
+void Place(const Run_Options& options, const std::string& staged, std::set<std::string>& taken,
+           File_Record& record)
+{
+    const std::string wanted = record.layout.empty() ? record.relative : record.layout;
+    std::string name = wanted;
+    for (int number = 2; !taken.insert(name).second; ++number) {
+        const std::size_t end = std::min(wanted.rfind('.'), wanted.size());
+        name = wanted.substr(0, end) + "~" + std::to_string(number) + wanted.substr(end);
+    }
+    if (name != wanted) {
+        Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
+                    "another file has its name; a number tells them apart");
+    }
+    const std::string output = options.to + "/" + name;
+    std::error_code error;
+    fs::create_directories(lib_mend::Native_Path(output).parent_path(), error);
+    std::string fault = lib_mend::Is_Same_File(record.path, output)
+                            ? "is the input, which is never overwritten"
+                            : lib_mend::Target_Fault(output, options.force);
+    if (fault.empty()) {
+        fs::rename(lib_mend::Native_Path(staged), lib_mend::Native_Path(output), error);
+        fault = error ? error.message() : "";
+    }
+    if (fault.empty()) {
+        record.output = output;
+        return;
+    }
+    fs::remove(lib_mend::Native_Path(staged), error);
+    Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
+                "cannot be written to " + output + ": " + fault +
+                    (fault == "exists already" ? "; --force replaces it" : ""));
+    record.has_output = false;
+}
+
+}  // namespace
+
+Printed::Printed(int descriptor, std::int64_t size, std::shared_ptr<Waiting_Room>&)
+    : text_(static_cast<std::size_t>(size), '\0')
+{
+    for (std::size_t at = 0; at < text_.size();) {
+        const std::int64_t count = lib_mend::Read_At(
+            descriptor, text_.data() + at, text_.size() - at, static_cast<std::int64_t>(at));
+        if (count <= 0) {
+            throw std::runtime_error("what was printed cannot be read");
+        }
+        at += static_cast<std::size_t>(count);
+    }
+}
+
+void Printed::Print() const
+{
+    std::fwrite(text_.data(), 1, text_.size(), stdout);
+}
+
+Waiting_Room::~Waiting_Room() = default;
+
+Run_State::~Run_State() = default;
+
+bool Run_State::Read(const std::string&, const std::function<void(File_Record&&)>&)
+{
+    return false;
+}
+
+bool Can_Be_Read_Again(const std::string& path)
+{
+    std::error_code error;
+    return fs::is_regular_file(lib_mend::Native_Path(path), error);
+}
+
+Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
+{
+    const std::string refused = Refused(options);
+    if (!refused.empty()) {
+        std::fprintf(stderr, "%s is not offered on Windows\n", refused.c_str());
+        return Exit_Failure;
+    }
+    lib_mend::Findings unasked;
+    const lib_mend::Library_Session session(unasked);
+    Run_Report report;
+    std::string fault;
+    if (!options.report.empty()) {
+        fault = report.Open(options.report, options.command, options.show_values, options.force);
+    }
+    if (!fault.empty()) {
+        Report_Failure(options.report, fault);
+        return Exit_Failure;
+    }
+    Exit_Status status = Exit_Clean;
+    Totals totals;
+    std::set<std::string> taken;
+    const std::string staged = options.to + "/.dicom-mend-staged";
+    std::error_code error;
+    if (!options.to.empty()) {
+        fs::create_directories(lib_mend::Native_Path(options.to), error);
+    }
+    std::uint64_t index = 0;
+    for (const std::string& path : options.walk.paths) {
+        for (Work_Item& item : Items_Of(path, options.walk.paths.size() == 1)) {
+            item.index = index++;
+            item.staged = options.to.empty() ? "" : staged;
+            File_Record record;
+            record.path = item.path;
+            record.relative = item.relative;
+            record.size =
+                static_cast<std::int64_t>(fs::file_size(lib_mend::Native_Path(item.path), error));
+            Taken_Output output;
+            work(item, record);
+            record.printed = output.Text();
+            record.found = record.findings.size();
+            if (record.has_output) {
+                Place(options, staged, taken, record);
+            }
+            tell(record);
+            status = std::max(status, record.status);
+            totals.Add(record);
+            if (report.Is_Open()) {
+                report.Add(record);
+            }
+        }
+    }
+    fault = report.Is_Open() ? report.Close(totals, true) : std::string();
+    if (!fault.empty()) {
+        Report_Failure(options.report, fault);
+        status = Exit_Failure;
+    }
+    if (options.verbosity != Verbosity::Quiet) {
+        std::fprintf(stderr, "%s\n", Totals_Text(totals).c_str());
+    }
+    return status;
+}
+
+}  // namespace dicom_mend
