@@ -290,6 +290,39 @@ def runs_go_on_from_other_folders():
             assert b"done before: 50" in again.stderr and tree(scratch / "out") == whole, (place, again.stderr)
 
 
+def inputs_are_never_written_over():
+    with Scratch() as scratch:
+        inner = scratch / "in" / "s"
+        inner.mkdir(parents=True)
+        for place in (scratch / "in", inner):
+            (place / "0.dcm").write_bytes(made("1.2.3", patient=place.name, date="2020.01.02"))
+        before = tree(scratch / "in")
+        (scratch / "list").write_text("0.dcm\ns/0.dcm\n")
+        (scratch / "o").mkdir()
+        (scratch / "o" / "P1").symlink_to("../in/s")
+        (scratch / "lo").symlink_to("o2")
+        for arguments, words in (
+                (("--to", inner, "--force", scratch / "in"), b"where nothing is replaced"),
+                (("--to", scratch / "o", "--force", "--layout", "P1/{SOPInstanceUID}.dcm/../0.dcm", scratch / "in"), b"plain path"),
+                (("--to", scratch / "o", "--force", "--layout", "P1/0.dcm{PatientBirthDate}", scratch / "in"), b""),
+                (("--to", "s", "--force", "--from-list", scratch / "list"), b"with nothing in it"),
+                (("--to", scratch / "q", "--quarantine", inner, scratch / "in"), b"apart from the inputs"),
+                (("--to", scratch / "q", "--quarantine", "s", "--from-list", scratch / "list"), b"is not empty"),
+                (("--to", scratch / "o2", "--quarantine", scratch / "lo", scratch / "in"), b"stand apart"),
+                (("--to", scratch / "q", "--report", scratch / "r.xyz", scratch / "in"), b"has to end in")):
+            done = run("mend", *arguments, cwd=scratch / "in", timeout=60)
+            assert words in done.stderr, (arguments, done.stderr)
+            after = tree(scratch / "in")
+            assert {name: after.get(name) for name in before} == before, arguments
+            shutil.rmtree(inner / ".dicom-mend", ignore_errors=True)
+        # What was refused has left nothing.
+        assert not (scratch / "q").exists() and not (scratch / "q.state").exists() and not (scratch / "o2").exists()
+        # A pipe at the place of an output is no file to compare with.
+        (scratch / "p").mkdir()
+        os.mkfifo(scratch / "p" / "0.dcm")
+        assert b"exists already" in run("mend", "--to", scratch / "p", scratch / "in" / "0.dcm", status=2, timeout=60).stderr
+
+
 def what_is_mended_leaves_quarantine():
     with Scratch() as scratch:
         (scratch / "in").mkdir()
@@ -473,7 +506,8 @@ def killed_runs():
     killed_runs_lose_and_repeat_nothing(KILLS)
 
 
-TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, what_is_mended_leaves_quarantine, changed_and_missing_files_are_done_again,
+TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, inputs_are_never_written_over,
+         what_is_mended_leaves_quarantine, changed_and_missing_files_are_done_again,
          interrupted_runs_end_in_order, a_worker_that_dies_costs_its_file, layouts_stay_below_their_folder,
          rooms_and_rights, standard_streams, killed_runs)
 

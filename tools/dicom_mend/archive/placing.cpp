@@ -89,8 +89,10 @@ std::string Make_Folders(const std::string& path)
     return error ? error.message() : std::string();
 }
 
-Placing::Placing(std::string folder, std::string work, bool force, bool shared)
-    : folder_(std::move(folder)), work_(std::move(work)), force_(force), shared_(shared)
+Placing::Placing(std::string folder, std::string work, std::vector<std::string> inputs, bool force,
+                 bool shared)
+    : folder_(std::move(folder)), work_(std::move(work)), force_(force), shared_(shared),
+      inputs_(std::move(inputs))
 {
 }
 
@@ -123,8 +125,10 @@ bool Placing::Is_In_Place(const File_Record& record)
 }
 
 std::string Placing::Put(const std::string& staged, const std::string& path,
-                         const std::string& input, bool replace)
+                         const std::string& input, bool is_own)
 {
+    // What stands there may be of another shard, whatever the log of this one says.
+    const bool replace = !shared_ && (force_ || is_own);
     const std::string around = path.substr(0, path.find_last_of('/'));
     if (around != last_folder_) {
         std::string error = Make_Folders(around);
@@ -132,6 +136,9 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
             return "its folder cannot be made: " + error;
         }
         last_folder_ = around;
+        is_in_input_ = std::any_of(inputs_.begin(), inputs_.end(), [&](const std::string& each) {
+            return Stands_In(around, each);
+        });
     }
     if (!replace) {
         if (renameat2(AT_FDCWD, staged.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
@@ -145,7 +152,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
         if (errno != EEXIST) {
             return std::strerror(errno);
         }
-        if (!Is_Same_Content(staged, path)) {
+        if (!Can_Be_Read_Again(path) || !Is_Same_Content(staged, path)) {
             return Exists;
         }
         // Where the machine lost power, the log may know less than the folder.
@@ -153,6 +160,10 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
         return {};
     }
     const std::string fault = lib_mend::Target_Fault(path, true);
+    std::error_code error;
+    if (is_in_input_ && !is_own && fs::exists(path, error)) {
+        return "stands in the input, where nothing is replaced";
+    }
     if (lib_mend::Is_Same_File(input, path)) {
         return "is the input, which is never overwritten";
     }
@@ -186,9 +197,7 @@ void Placing::Choose(File_Record& record, const std::string& own)
 
 Placing::Outcome Placing::Place(File_Record& record, const std::string& staged, bool is_own)
 {
-    // What stands there may be of another shard, whatever the log of this one says.
-    const std::string error =
-        Put(staged, record.output, record.path, !shared_ && (force_ || is_own));
+    const std::string error = Put(staged, record.output, record.path, is_own);
     if (error.empty()) {
         return Outcome::In_Place;
     }

@@ -7,6 +7,7 @@
 
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace dicom_mend {
 
@@ -15,10 +16,12 @@ public:
     /**
      * @param folder  OUT_DIR
      * @param work    the folder of this run below it
+     * @param inputs  files and folders in which nothing is replaced
      * @param force   files that other runs left may be replaced
      * @param shared  other shards put their outputs there under names of a layout
      */
-    Placing(std::string folder, std::string work, bool force, bool shared);
+    Placing(std::string folder, std::string work, std::vector<std::string> inputs, bool force,
+            bool shared);
 
     /** Where the worker leaves the output of a file. @param session  of the run, as its log counts */
     std::string Staged(const std::string& session, std::uint64_t index) const;
@@ -53,13 +56,16 @@ private:
     static constexpr std::uint64_t Folders = 8;
 
     std::string Put(const std::string& staged, const std::string& path, const std::string& input,
-                    bool replace);
+                    bool is_own);
 
     std::string folder_;
     std::string work_;
     bool force_;
     bool shared_;
+    std::vector<std::string> inputs_;
     std::string last_folder_;
+    /** That folder stands in an input, or a link in OUT_DIR leads there. */
+    bool is_in_input_ = false;
     std::unordered_set<std::size_t> taken_;
 };
 

@@ -30,17 +30,27 @@ std::int64_t Number(const json& object, const char* name, std::int64_t otherwise
                                                                : otherwise;
 }
 
-/** The texts have the values already that may be shown. */
+lib_mend::Finding Without_Text(lib_mend::Finding finding)
+{
+    finding.text.clear();
+    return finding;
+}
+
 lib_mend::Finding Finding_Of(const json& object)
 {
     lib_mend::Finding finding;
     finding.fault = lib_mend::Fault_Of(Text(object, "kind"));
-    finding.text = Text(object, "text");
     finding.path = Text(object, "path");
     finding.offset = Number(object, "offset", lib_mend::Finding::Nowhere);
     finding.length = Number(object, "length", lib_mend::Finding::Nowhere);
     finding.before = Text(object, "before");
     finding.after = Text(object, "after");
+    // The text says the values that may be shown, and will say them again.
+    finding.text = Text(object, "text");
+    const std::string values = Shown_Text(Without_Text(finding), true);
+    if (!values.empty() && finding.text.ends_with(values)) {
+        finding.text.resize(finding.text.size() - values.size());
+    }
     const std::string clause = Text(object, "clause");
     if (clause != Clause_Of(finding)) {
         finding.clause = Kept_Clause(clause);

@@ -6,10 +6,29 @@
 
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 
 #include <poll.h>
+#include <sys/stat.h>
 
 namespace dicom_mend {
+
+namespace {
+
+/** Nothing is there, or a folder with nothing in it but what a run makes for itself. */
+bool Is_Free(const std::string& folder)
+{
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        if (!entry->path().filename().string().starts_with(".dicom-mend")) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
 
 /** Why the folders cannot be what they are to be; before anything is made. */
 std::string Run::Refusal() const
@@ -23,6 +42,21 @@ std::string Run::Refusal() const
             }
         }
     }
+    for (const std::string& path : options_.walk.paths) {
+        if (!quarantine.empty() && Stands_In(quarantine, path)) {
+            return quarantine +
+                   ": error: the folder of quarantine has to stand apart from the inputs";
+        }
+    }
+    // Whether a list names what stands there is known too late.
+    const bool is_listed = !options_.walk.list.empty();
+    if (is_listed && options_.force && !Is_Free(to)) {
+        return to + ": error: --force with a list needs a folder with nothing in it";
+    }
+    if (!quarantine.empty() && !options_.resume && options_.walk.shards == 1 &&
+        (is_listed || !options_.force) && !Is_Free(quarantine)) {
+        return quarantine + ": error: is not empty" + (is_listed ? "" : "; --force adds to it");
+    }
     if (!quarantine.empty() && (Stands_In(quarantine, to) || Stands_In(to, quarantine))) {
         return quarantine + ": error: the folder of quarantine has to stand apart from that of the "
                             "outputs";
@@ -33,19 +67,49 @@ std::string Run::Refusal() const
     return {};
 }
 
+/** Makes and opens what a run needs; what a run that is refused has made is taken away again. */
 std::string Run::Prepare()
 {
     std::string error = Refusal();
     if (!error.empty()) {
         return error;
     }
-    error = options_.to.empty() ? std::string() : placing_.Make_Work();
+    std::vector<std::string> made;
+    for (const std::string& path : {options_.to, options_.quarantine, options_.State_Path()}) {
+        struct stat status = {};
+        if (!path.empty() && lstat(path.c_str(), &status) != 0) {
+            made.push_back(path);
+        }
+    }
+    error = Open_All();
+    if (!error.empty()) {
+        // Where the state belongs to a run that is at work, its staged files do too.
+        const bool is_own = owns_state_ || (!made.empty() && made.front() == options_.to);
+        if (!options_.to.empty() && is_own) {
+            placing_.Clear_Work();
+        }
+        for (const std::string& path : made) {
+            // Folders that are not empty stay.
+            std::remove(path.c_str());
+        }
+    }
+    return error;
+}
+
+std::string Run::Open_All()
+{
+    std::string error = options_.to.empty() ? std::string() : placing_.Make_Work();
     if (!error.empty()) {
         return options_.to + ": error: cannot be written to: " + error;
     }
     error = options_.quarantine.empty() ? std::string() : Make_Folders(options_.quarantine);
     if (!error.empty()) {
         return options_.quarantine + ": error: cannot be made: " + error;
+    }
+    // A link may have led nowhere until now.
+    error = Refusal();
+    if (!error.empty()) {
+        return error;
     }
     if (!options_.quarantine.empty() && options_.resume) {
         Clear_Copies(options_.quarantine);
@@ -56,6 +120,7 @@ std::string Run::Prepare()
         if (!error.empty()) {
             return state + ": error: " + error;
         }
+        owns_state_ = true;
         session_ = state_.Session();
         logged_ = state_.Files();
         placing_.Set_Taken(state_.Outputs());

@@ -27,7 +27,7 @@ public:
                    [this, work](const Work_Item& item, File_Record& record) {
                        Work(work, item, record);
                    }),
-          placing_(options.to, options.Work_Folder(), options.force,
+          placing_(options.to, options.Work_Folder(), options.walk.paths, options.force,
                    options.has_layout && options.walk.shards > 1),
           line_(options.verbosity != Verbosity::Quiet)
     {
@@ -38,6 +38,7 @@ public:
 private:
     std::string Refusal() const;
     std::string Prepare();
+    std::string Open_All();
     void Work(const File_Work& work, const Work_Item& item, File_Record& record) const;
     void Fill(Plan& plan);
     void Take_Entry(Walk_Entry&& entry);
@@ -64,6 +65,7 @@ private:
     Run_State state_;
     Run_Report report_;
     std::optional<Disk_Sync> sync_;
+    bool owns_state_ = false;
     /** Tells the staged files of this session from those of earlier ones. */
     std::string session_;
     Window window_;

@@ -116,11 +116,11 @@ std::string Run_State::Open(const std::string& path, const std::string& folder,
     if (fstat(descriptor_, &status) != 0) {
         return "cannot be read: " + System_Text();
     }
-    if (status.st_size > 0 && !resume && !force) {
-        return "tells of a run; --resume goes on with it, --force begins anew";
-    }
     if (status.st_size > 0 && !Begins_With(resume ? Magic : Magic_Name)) {
         return "is no state of a run";
+    }
+    if (status.st_size > 0 && !resume && !force) {
+        return "tells of a run; --resume goes on with it, --force begins anew";
     }
     if (resume && status.st_size > 0) {
         Learn();
