@@ -5,6 +5,7 @@ interrupted, out of room, or meet folders without rights.
 """
 
 import collections
+import contextlib
 import csv
 import hashlib
 import io
@@ -388,10 +389,13 @@ def a_worker_that_dies_costs_its_file():
             pathlib.Path(name).write_bytes(made("1.2.3", pixels=60000))
         arguments = ("mend", "--to", "new", "--jobs", "1", "in")
         process = subprocess.Popen([TOOL, *arguments], cwd=scratch, stderr=subprocess.DEVNULL)
-        for pid in iter(lambda: workers_of(process.pid)[-1:], None):
-            if pid and len(list((scratch / "new").glob("*"))) > 3:
-                os.kill(pid[0], signal.SIGKILL)
-                break
+        is_killed = False
+        while process.poll() is None and not is_killed:
+            # What was a worker a moment ago may have ended.
+            with contextlib.suppress(ProcessLookupError, FileNotFoundError, IndexError):
+                if len(list((scratch / "new").glob("*"))) > 3:
+                    os.kill(workers_of(process.pid)[-1], signal.SIGKILL)
+                    is_killed = True
         process.wait()
         run(*arguments, "--resume", cwd=scratch)
         assert len(tree(scratch / "new")) == 40
