@@ -18,20 +18,13 @@ using lib_mend::Item_Of;
 using lib_mend::Tag_Of;
 using lib_mend::VR_Of;
 
-using Elements = std::vector<const DICOM_List*>;
+using Elements = std::vector<DICOM_List*>;
 
-Elements Sorted_Elements(DICOM_List* list)
+Elements Compared_Elements(DICOM_List* list)
 {
-    Elements elements;
-    for (const DICOM_List& record : lib_mend::Records(list)) {
-        if (!lib_mend::Is_Delimiter(record) && !lib_mend::Is_Group_Length(record)) {
-            elements.push_back(&record);
-        }
-    }
-    std::stable_sort(elements.begin(), elements.end(),
-                     [](const DICOM_List* left, const DICOM_List* right) {
-                         return Tag_Of(*left) < Tag_Of(*right);
-                     });
+    Elements elements = lib_mend::Sorted_Elements(list);
+    std::erase_if(elements,
+                  [](const DICOM_List* record) { return lib_mend::Is_Group_Length(*record); });
     return elements;
 }
 
@@ -77,7 +70,7 @@ public:
 
 private:
     const Data_Set& set_;
-    Elements parts_;
+    std::vector<const DICOM_List*> parts_;
     std::size_t part_ = 0;
     std::int64_t at_ = 0;
 };
@@ -148,7 +141,7 @@ public:
 
     void Compare(DICOM_List* before, DICOM_List* after)
     {
-        levels_.push_back({Sorted_Elements(before), Sorted_Elements(after)});
+        levels_.push_back({Compared_Elements(before), Compared_Elements(after)});
         while (!levels_.empty()) {
             if (!Go_On()) {
                 levels_.pop_back();
@@ -232,7 +225,7 @@ private:
         level.item = item;
         if (left != nullptr && right != nullptr) {
             way_.push_back({Tag_Of(*level.left), item});
-            levels_.push_back({Sorted_Elements(left), Sorted_Elements(right)});
+            levels_.push_back({Compared_Elements(left), Compared_Elements(right)});
             return;
         }
         Tell_Items(*level.left, item, true);

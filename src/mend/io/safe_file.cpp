@@ -1,5 +1,7 @@
 #include "mend/io/safe_file.h"
 
+#include "mend/io/path_parts.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -21,18 +23,6 @@ namespace {
 std::string System_Text()
 {
     return std::strerror(errno);
-}
-
-/** Folder of a path, with its separator. */
-std::string Folder_Of(const std::string& path)
-{
-    const std::size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-}
-
-std::string Name_Of(const std::string& path)
-{
-    return path.substr(path.find_last_of('/') + 1);
 }
 
 /** A folder that stays the same one, whatever becomes of its path meanwhile. */
@@ -366,17 +356,6 @@ std::string Target_Fault(const std::string& path, bool replace)
 {
     const Folder folder(Folder_Of(path));
     return Look_At(folder, Name_Of(path), replace).fault;
-}
-
-std::string Write_Safely(const std::string& path,
-                         const std::vector<std::span<const unsigned char>>& pieces, bool replace)
-{
-    return Write_Safely(
-        path,
-        [&](const File_Taker& file) {
-            return std::all_of(pieces.begin(), pieces.end(), file.take);
-        },
-        replace);
 }
 
 std::string Write_Safely(const std::string& path,

@@ -2,6 +2,7 @@
 #ifndef LIB_MEND_SAFE_FILE_H
 #define LIB_MEND_SAFE_FILE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -64,6 +65,16 @@ std::string Write_Safely(const std::string& path,
  */
 std::string Write_Staged(const std::string& path,
                          const std::function<bool(const File_Taker&)>& give);
+
+inline std::string Write_Safely(const std::string& path,
+                                const std::vector<std::span<const unsigned char>>& pieces,
+                                bool replace)
+{
+    const auto give = [&](const File_Taker& file) {
+        return std::all_of(pieces.begin(), pieces.end(), file.take);
+    };
+    return Write_Safely(path, std::function<bool(const File_Taker&)>(give), replace);
+}
 
 }  // namespace lib_mend
 

@@ -1,5 +1,6 @@
 #include "mend/io/safe_file.h"
 
+#include "mend/io/path_parts.h"
 #include "mend/io/windows_names.h"
 
 #include <algorithm>
@@ -17,17 +18,6 @@ namespace {
 std::string System_Text()
 {
     return std::system_category().message(static_cast<int>(GetLastError()));
-}
-
-std::string Folder_Of(const std::string& path)
-{
-    const std::size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
-}
-
-std::string Name_Of(const std::string& path)
-{
-    return path.substr(path.find_last_of("/\\") + 1);
 }
 
 /** What stands at the target's place. */
@@ -176,17 +166,6 @@ bool Is_Same_File(const std::string& path, const std::string& other)
 std::string Target_Fault(const std::string& path, bool replace)
 {
     return Look_At(path, replace).fault;
-}
-
-std::string Write_Safely(const std::string& path,
-                         const std::vector<std::span<const unsigned char>>& pieces, bool replace)
-{
-    return Write_Safely(
-        path,
-        [&](const File_Taker& file) {
-            return std::all_of(pieces.begin(), pieces.end(), file.take);
-        },
-        replace);
 }
 
 std::string Write_Safely(const std::string& path,

@@ -23,22 +23,6 @@ constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
 
 using Shared_Characters = std::shared_ptr<const Character_Set>;
 
-/** The elements of a list in the order of their tags, in which the model has them. */
-std::vector<DICOM_List*> Sorted_Elements(DICOM_List* list)
-{
-    std::vector<DICOM_List*> elements;
-    for (DICOM_List& record : Records(list)) {
-        if (!Is_Delimiter(record)) {
-            elements.push_back(&record);
-        }
-    }
-    const auto by_tag = [](const DICOM_List* left, const DICOM_List* right) {
-        return Tag_Of(*left) < Tag_Of(*right);
-    };
-    std::stable_sort(elements.begin(), elements.end(), by_tag);
-    return elements;
-}
-
 /** The VR that an element is written with; all others are bytes that nothing is known of. */
 unsigned short VR_In_JSON(const DICOM_List& record, bool is_signed)
 {

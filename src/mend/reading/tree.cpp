@@ -1,5 +1,7 @@
 #include "mend/reading/tree.h"
 
+#include <algorithm>
+
 namespace lib_mend {
 
 bool Tree_Walk::Enter_Item(DICOM_List* sequence, int item)
@@ -35,6 +37,21 @@ DICOM_List* Tree_Walk::Next_Elsewhere()
     Level& level = levels_.back();
     level.last = level.last != nullptr ? level.last->next : level.next;
     return level.last;
+}
+
+std::vector<DICOM_List*> Sorted_Elements(DICOM_List* list)
+{
+    std::vector<DICOM_List*> elements;
+    for (DICOM_List& record : Records(list)) {
+        if (!Is_Delimiter(record)) {
+            elements.push_back(&record);
+        }
+    }
+    std::stable_sort(elements.begin(), elements.end(),
+                     [](const DICOM_List* left, const DICOM_List* right) {
+                         return Tag_Of(*left) < Tag_Of(*right);
+                     });
+    return elements;
 }
 
 bool Holds_Fragments(const DICOM_List& record)

@@ -105,6 +105,9 @@ void For_Each_Element(DICOM_List* list, Visit&& visit)
     }
 }
 
+/** The elements of a list in the order of their tags; equal ones in the order of the list. */
+std::vector<DICOM_List*> Sorted_Elements(DICOM_List* list);
+
 /** Calls `visit(fragment)` for each fragment of encapsulated data, the offset table first. */
 template <class Visit>
 void For_Each_Fragment(const DICOM_List& record, Visit&& visit)

@@ -85,6 +85,15 @@ std::string Safe_Name(std::string_view text)
     return first == name.npos ? "_" : name.substr(first, last - first + 1);
 }
 
+std::string Numbered(const std::string& name, int number)
+{
+    const std::size_t slash = name.find_last_of('/');
+    const std::size_t dot = name.find_last_of('.');
+    const bool has_ending = dot != name.npos && dot > 0 && (slash == name.npos || dot > slash + 1);
+    const std::size_t end = has_ending ? dot : name.size();
+    return name.substr(0, end) + "~" + std::to_string(number) + name.substr(end);
+}
+
 std::string Cut_Name(std::string name, std::size_t most)
 {
     if (name.size() <= most) {

@@ -37,6 +37,9 @@ private:
     std::vector<Part> parts_;
 };
 
+/** "a/b~2.dcm" of "a/b.dcm". */
+std::string Numbered(const std::string& name, int number);
+
 /** Cuts a name, at a letter; a number made of the whole keeps different ones apart. */
 std::string Cut_Name(std::string name, std::size_t most);
 

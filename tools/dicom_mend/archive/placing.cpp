@@ -46,16 +46,6 @@ struct Copy_Names {
     std::string findings;
 };
 
-/** "a/b~2.dcm" of "a/b.dcm". */
-std::string Numbered(const std::string& name, int number)
-{
-    const std::size_t slash = name.find_last_of('/');
-    const std::size_t dot = name.find_last_of('.');
-    const bool has_ending = dot != name.npos && dot > 0 && (slash == name.npos || dot > slash + 1);
-    const std::size_t end = has_ending ? dot : name.size();
-    return name.substr(0, end) + "~" + std::to_string(number) + name.substr(end);
-}
-
 bool Is_Same_Content(const std::string& path, const std::string& other)
 {
     std::string error;
@@ -89,10 +79,10 @@ std::string Make_Folders(const std::string& path)
     return error ? error.message() : std::string();
 }
 
-Placing::Placing(std::string folder, std::string work, std::vector<std::string> inputs, bool force,
-                 bool shared)
+Placing::Placing(std::string folder, std::string work, const std::vector<std::string>& inputs,
+                 bool force, bool shared)
     : folder_(std::move(folder)), work_(std::move(work)), force_(force), shared_(shared),
-      inputs_(std::move(inputs))
+      inputs_(inputs)
 {
 }
 
@@ -136,9 +126,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
             return "its folder cannot be made: " + error;
         }
         last_folder_ = around;
-        is_in_input_ = std::any_of(inputs_.begin(), inputs_.end(), [&](const std::string& each) {
-            return Stands_In(around, each);
-        });
+        is_in_input_ = inputs_.Hold(around);
     }
     if (!replace) {
         if (renameat2(AT_FDCWD, staged.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
@@ -213,15 +201,6 @@ Placing::Outcome Placing::Place(File_Record& record, const std::string& staged, 
     record.output.clear();
     record.has_output = false;
     return Outcome::Failed;
-}
-
-bool Stands_In(const std::string& path, const std::string& folder)
-{
-    std::error_code error;
-    const fs::path inside = fs::weakly_canonical(fs::absolute(path, error), error);
-    const fs::path around = fs::weakly_canonical(fs::absolute(folder, error), error);
-    return std::mismatch(around.begin(), around.end(), inside.begin(), inside.end()).first ==
-           around.end();
 }
 
 void Clear_Copies(const std::string& folder)

@@ -4,6 +4,7 @@
 #define TOOLS_DICOM_MEND_ARCHIVE_PLACING_H
 
 #include "archive/file_record.h"
+#include "archive/inputs.h"
 
 #include <string>
 #include <unordered_set>
@@ -20,8 +21,8 @@ public:
      * @param force   files that other runs left may be replaced
      * @param shared  other shards put their outputs there under names of a layout
      */
-    Placing(std::string folder, std::string work, std::vector<std::string> inputs, bool force,
-            bool shared);
+    Placing(std::string folder, std::string work, const std::vector<std::string>& inputs,
+            bool force, bool shared);
 
     /** Where the worker leaves the output of a file. @param session  of the run, as its log counts */
     std::string Staged(const std::string& session, std::uint64_t index) const;
@@ -62,7 +63,7 @@ private:
     std::string work_;
     bool force_;
     bool shared_;
-    std::vector<std::string> inputs_;
+    Inputs inputs_;
     std::string last_folder_;
     /** That folder stands in an input, or a link in OUT_DIR leads there. */
     bool is_in_input_ = false;
@@ -71,9 +72,6 @@ private:
 
 /** Creates a folder and those around it; the reason of a failure. */
 std::string Make_Folders(const std::string& path);
-
-/** Tells whether a path is a folder, or leads to something below it. */
-bool Stands_In(const std::string& path, const std::string& folder);
 
 /** Removes what is left of copies that were cut short. */
 void Clear_Copies(const std::string& folder);

@@ -1,76 +1,22 @@
 #include "archive/run.h"
 
+#include "archive/inputs.h"
 #include "archive/interruption.h"
 #include "archive/run_course.h"
 #include "mend/findings/letters.h"
 
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
 
 #include <poll.h>
 #include <sys/stat.h>
 
 namespace dicom_mend {
 
-namespace {
-
-/** Nothing is there, or a folder with nothing in it but what a run makes for itself. */
-bool Is_Free(const std::string& folder)
-{
-    std::error_code error;
-    std::filesystem::directory_iterator entry(folder, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        if (!entry->path().filename().string().starts_with(".dicom-mend")) {
-            return false;
-        }
-    }
-    return true;
-}
-
-}  // namespace
-
-/** Why the folders cannot be what they are to be; before anything is made. */
-std::string Run::Refusal() const
-{
-    const std::string& to = options_.to;
-    const std::string& quarantine = options_.quarantine;
-    for (const std::string& folder : {to, quarantine}) {
-        for (const std::string& path : options_.walk.paths) {
-            if (!folder.empty() && Stands_In(path, folder)) {
-                return folder + ": error: holds the input " + path + ", which is never overwritten";
-            }
-        }
-    }
-    for (const std::string& path : options_.walk.paths) {
-        if (!quarantine.empty() && Stands_In(quarantine, path)) {
-            return quarantine +
-                   ": error: the folder of quarantine has to stand apart from the inputs";
-        }
-    }
-    // Whether a list names what stands there is known too late.
-    const bool is_listed = !options_.walk.list.empty();
-    if (is_listed && options_.force && !Is_Free(to)) {
-        return to + ": error: --force with a list needs a folder with nothing in it";
-    }
-    if (!quarantine.empty() && !options_.resume && options_.walk.shards == 1 &&
-        (is_listed || !options_.force) && !Is_Free(quarantine)) {
-        return quarantine + ": error: is not empty" + (is_listed ? "" : "; --force adds to it");
-    }
-    if (!quarantine.empty() && (Stands_In(quarantine, to) || Stands_In(to, quarantine))) {
-        return quarantine + ": error: the folder of quarantine has to stand apart from that of the "
-                            "outputs";
-    }
-    if (options_.has_layout && options_.walk.shards > 1 && options_.force) {
-        return to + ": error: --force cannot tell what other shards put there from older files";
-    }
-    return {};
-}
-
 /** Makes and opens what a run needs; what a run that is refused has made is taken away again. */
 std::string Run::Prepare()
 {
-    std::string error = Refusal();
+    std::string error = Refusal_Of(options_);
     if (!error.empty()) {
         return error;
     }
@@ -107,7 +53,7 @@ std::string Run::Open_All()
         return options_.quarantine + ": error: cannot be made: " + error;
     }
     // A link may have led nowhere until now.
-    error = Refusal();
+    error = Refusal_Of(options_);
     if (!error.empty()) {
         return error;
     }

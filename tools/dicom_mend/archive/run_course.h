@@ -36,7 +36,6 @@ public:
     Exit_Status All();
 
 private:
-    std::string Refusal() const;
     std::string Prepare();
     std::string Open_All();
     void Work(const File_Work& work, const Work_Item& item, File_Record& record) const;

@@ -1,6 +1,6 @@
 #include "archive/walk.h"
 
-#include "archive/placing.h"
+#include "archive/inputs.h"
 #include "mend/findings/fnv.h"
 
 #include <algorithm>

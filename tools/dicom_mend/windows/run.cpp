@@ -3,6 +3,8 @@
 #include "archive/run.h"
 
 #include "archive/file_sum.h"
+#include "archive/inputs.h"
+#include "archive/layout.h"
 #include "archive/run_report.h"
 #include "archive/run_state.h"
 #include "mend/findings/letters.h"
@@ -121,14 +123,13 @@ std::vector<Work_Item> Items_Of(const std::string& path, bool is_alone)
 }
 
 /** Puts an output into its place below the folder. */
-void Place(const Run_Options& options, const std::string& staged, std::set<std::string>& taken,
-           File_Record& record)
+void Place(const Run_Options& options, const Inputs& inputs, const std::string& staged,
+           std::set<std::string>& taken, File_Record& record)
 {
     const std::string wanted = record.layout.empty() ? record.relative : record.layout;
     std::string name = wanted;
     for (int number = 2; !taken.insert(name).second; ++number) {
-        const std::size_t end = std::min(wanted.rfind('.'), wanted.size());
-        name = wanted.substr(0, end) + "~" + std::to_string(number) + wanted.substr(end);
+        name = Numbered(wanted, number);
     }
     if (name != wanted) {
         Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
@@ -140,6 +141,9 @@ void Place(const Run_Options& options, const std::string& staged, std::set<std::
     std::string fault = lib_mend::Is_Same_File(record.path, output)
                             ? "is the input, which is never overwritten"
                             : lib_mend::Target_Fault(output, options.force);
+    if (fault.empty() && inputs.Hold(output) && fs::exists(lib_mend::Native_Path(output), error)) {
+        fault = "stands in the input, where nothing is replaced";
+    }
     if (fault.empty()) {
         fs::rename(lib_mend::Native_Path(staged), lib_mend::Native_Path(output), error);
         fault = error ? error.message() : "";
@@ -150,7 +154,8 @@ void Place(const Run_Options& options, const std::string& staged, std::set<std::
     }
     fs::remove(lib_mend::Native_Path(staged), error);
     Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
-                "cannot be written to " + output + ": " + fault +
+                "cannot be written to " +
+                    (record.layout.empty() ? output : "its place in the layout") + ": " + fault +
                     (fault == "exists already" ? "; --force replaces it" : ""));
     record.has_output = false;
 }
@@ -192,11 +197,13 @@ bool Can_Be_Read_Again(const std::string& path)
 
 Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
 {
-    const std::string refused = Refused(options);
+    std::string refused = Refused(options);
+    refused = refused.empty() ? Refusal_Of(options) : refused + " is not offered on Windows";
     if (!refused.empty()) {
-        std::fprintf(stderr, "%s is not offered on Windows\n", refused.c_str());
+        std::fprintf(stderr, "%s\n", lib_mend::Printable(refused).c_str());
         return Exit_Failure;
     }
+    const Inputs inputs(options.walk.paths);
     lib_mend::Findings unasked;
     const lib_mend::Library_Session session(unasked);
     Run_Report report;
@@ -231,7 +238,7 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
             record.printed = output.Text();
             record.found = record.findings.size();
             if (record.has_output) {
-                Place(options, staged, taken, record);
+                Place(options, inputs, staged, taken, record);
             }
             tell(record);
             status = std::max(status, record.status);

@@ -1,0 +1,108 @@
+#include "archive/inputs.h"
+
+#include "mend/io/system_files.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace dicom_mend {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/** Without links, as far as it is there. */
+fs::path Place_Of(const std::string& path)
+{
+    std::error_code error;
+    return fs::weakly_canonical(fs::absolute(lib_mend::Native_Path(path), error), error);
+}
+
+/** Nothing is there, or a folder with nothing in it but what a run makes for itself. */
+bool Is_Free(const std::string& folder)
+{
+    std::error_code error;
+    fs::directory_iterator entry(lib_mend::Native_Path(folder), error);
+    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+        if (!entry->path().filename().string().starts_with(".dicom-mend")) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string Refusal_Of_Quarantine(const Run_Options& options)
+{
+    const std::string& quarantine = options.quarantine;
+    const bool is_listed = !options.walk.list.empty();
+    const bool is_first = !options.resume && options.walk.shards == 1;
+    if (Inputs(options.walk.paths).Hold(quarantine)) {
+        return quarantine + ": error: the folder of quarantine has to stand apart from the inputs";
+    }
+    if (Stands_In(quarantine, options.to) || Stands_In(options.to, quarantine)) {
+        return quarantine + ": error: the folder of quarantine has to stand apart from that of the "
+                            "outputs";
+    }
+    if (is_first && (is_listed || !options.force) && !Is_Free(quarantine)) {
+        return quarantine + ": error: is not empty" + (is_listed ? "" : "; --force adds to it");
+    }
+    return {};
+}
+
+}  // namespace
+
+bool Stands_In(const std::string& path, const std::string& folder)
+{
+    const fs::path inside = Place_Of(path);
+    const fs::path around = Place_Of(folder);
+    return std::mismatch(around.begin(), around.end(), inside.begin(), inside.end()).first ==
+           around.end();
+}
+
+Inputs::Inputs(const std::vector<std::string>& paths)
+{
+    for (const std::string& path : paths) {
+        const fs::path place = Place_Of(path);
+        // A slash at the end makes no other place.
+        places_.insert((place.has_filename() ? place : place.parent_path()).string());
+    }
+}
+
+bool Inputs::Hold(const std::string& path) const
+{
+    for (fs::path place = Place_Of(path);; place = place.parent_path()) {
+        if (places_.contains(place.string())) {
+            return true;
+        }
+        if (place == place.parent_path()) {
+            return false;
+        }
+    }
+}
+
+std::string Refusal_Of(const Run_Options& options)
+{
+    const std::string& to = options.to;
+    for (const std::string& folder : {to, options.quarantine}) {
+        const auto holds = [&folder](const std::string& path) {
+            return Stands_In(path, folder);
+        };
+        const auto& paths = options.walk.paths;
+        const auto held =
+            folder.empty() ? paths.end() : std::find_if(paths.begin(), paths.end(), holds);
+        if (held != paths.end()) {
+            return folder + ": error: holds the input " + *held + ", which is never overwritten";
+        }
+    }
+    // Whether a list names what stands there is known too late.
+    if (!options.walk.list.empty() && options.force && !Is_Free(to)) {
+        return to + ": error: --force with a list needs a folder with nothing in it";
+    }
+    if (options.has_layout && options.walk.shards > 1 && options.force) {
+        return to + ": error: --force cannot tell what other shards put there from older files";
+    }
+    return options.quarantine.empty() ? std::string() : Refusal_Of_Quarantine(options);
+}
+
+}  // namespace dicom_mend
