@@ -83,6 +83,12 @@ bool Is_Number(const std::string& text)
 
 }  // namespace
 
+std::string Definition_Directory()
+{
+    const std::u8string directory = Directory().u8string();
+    return directory.empty() ? "no place" : std::string(directory.begin(), directory.end());
+}
+
 std::vector<Definition_Name> Modules()
 {
     std::map<std::string, std::string> titles = Titles();

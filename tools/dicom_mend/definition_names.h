@@ -12,6 +12,9 @@ struct Definition_Name {
     std::string title;
 };
 
+/** Where the definition files are; says so when they are nowhere. */
+std::string Definition_Directory();
+
 /** IODs by their codes, in the order of the alphabet: "CT", "CT Image IOD". */
 std::vector<Definition_Name> Modules();
 

@@ -1,5 +1,6 @@
 // The command line of dicom-mend.
 #include "command_faults.h"
+#include "definition_names.h"
 #include "manual.h"
 #include "options/command.h"
 #include "process.h"
@@ -32,6 +33,12 @@ constexpr char Foot[] =
     "Exit status: 0 nothing to report, 1 findings, 2 something could not be read or\n"
     "written.";
 constexpr char Help[] = "help";
+
+#ifdef __clang__
+constexpr char Compiler[] = "Clang " __clang_version__;
+#else
+constexpr char Compiler[] = "GCC " __VERSION__;
+#endif
 
 /** Adds the options of the commands that have a name; of all for an empty one. */
 dicom_mend::Run_Command Set_Up(CLI::App& app, const std::string& name)
@@ -119,8 +126,8 @@ Exit_Status Run(const std::vector<std::string>& words)
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", [] {
         return std::string("dicom-mend ") + DICOM_MEND_VERSION + "\nwith " +
-               Get_Version_DICOM(nullptr) + ", zlib " + zlibVersion() +
-               ", compiled by " __VERSION__;
+               Get_Version_DICOM(nullptr) + ", zlib " + zlibVersion() + ", compiled by " +
+               Compiler + "\ndefinitions in " + dicom_mend::Definition_Directory();
     });
     for (const Command& command : dicom_mend::All_Commands()) {
         app.add_subcommand(command.name, command.description)->footer(command.foot);

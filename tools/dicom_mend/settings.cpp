@@ -1,5 +1,6 @@
 #include "settings.h"
 
+#include "mend/findings/attributes.h"
 #include "mend/healing/character_set.h"
 #include "mend/healing/image.h"
 #include "mend/interface/element_change.h"
@@ -65,6 +66,14 @@ std::optional<Bytes> Encoded(const Data_Set& set, unsigned short vr, const std::
     return Bytes(value.begin(), value.end());
 }
 
+/** A line of a definition file holds a value of one line, and takes the VR from the registry. */
+bool Fits_A_Line(lib_mend::Tag tag, const std::string& value)
+{
+    return lib_mend::Find_Attribute(tag).has_value() &&
+           std::none_of(value.begin(), value.end(),
+                        [](unsigned char letter) { return letter < ' '; });
+}
+
 bool Set_One(Data_Set& set, const Inner_Setting& setting, Findings& findings)
 {
     const auto fail = [&](const char* text) {
@@ -105,7 +114,8 @@ std::string Take_Setting(const std::string& setting, std::string& rules,
         return "expected TAG=VALUE or KEYWORD=VALUE, for example Modality=CT";
     }
     const std::string name = setting.substr(0, equals);
-    if (const auto tag = lib_mend::Parse_Tag(name)) {
+    const auto tag = lib_mend::Parse_Tag(name);
+    if (tag && Fits_A_Line(*tag, setting.substr(equals + 1))) {
         rules += "(" + Tag_Text(*tag) + ") - -- ! \"";
         for (const char c : setting.substr(equals + 1)) {
             rules += c == '"' ? "\"\"" : std::string(1, c);
@@ -113,8 +123,9 @@ std::string Take_Setting(const std::string& setting, std::string& rules,
         rules += "\"\n";
         return {};
     }
-    if (const auto path = lib_mend::Parse_Path(name)) {
-        inner.push_back({*path, setting.substr(equals + 1)});
+    if (const auto path = lib_mend::Parse_Path(name); tag || path) {
+        inner.push_back(
+            {path ? *path : lib_mend::Element_Path{{}, *tag}, setting.substr(equals + 1)});
         return {};
     }
     return name.find('/') != name.npos

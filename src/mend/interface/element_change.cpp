@@ -34,6 +34,26 @@ DICOM_List* Find_At(const Data_Set& set, const Target& target)
     return Find_Record(target.item != nullptr ? target.item : top.Head(), target.tag);
 }
 
+/** What the definitions of its creator say of a private element; LO for creators, 0 when nobody knows. */
+unsigned short Private_VR(const Data_Set& set, const Target& target)
+{
+    constexpr std::size_t Longest_Creator = 64;
+    const Tag tag = target.tag;
+    if (tag.element <= 0xFF) {
+        return tag.element >= 0x10 ? VR_LO : static_cast<unsigned short>(0);
+    }
+    const Tag block = {tag.group, static_cast<unsigned short>(tag.element >> 8)};
+    const DICOM_List* const creator = Find_At(set, {target.item, block});
+    if (creator == nullptr) {
+        return 0;
+    }
+    const Record_List asked(New_Record(tag, 0));
+    const std::string name = Trimmed(set.Value(*creator, Longest_Creator));
+    return DICOM_Module_Read_Private(nullptr, name.c_str(), asked.Head()) != 0
+               ? asked.Head()->vr_default
+               : static_cast<unsigned short>(0);
+}
+
 /** Puts a record in front of the first one with a higher tag. The header of an item stays in front. */
 void Insert(DICOM_List** address, DICOM_List* record)
 {
@@ -252,9 +272,7 @@ unsigned short VR_For(const Data_Set& set, const Target& target, std::string_vie
     if (attribute && !attribute->vrs.empty()) {
         return attribute->vrs.front() == VR_OX ? VR_OW : attribute->vrs.front();
     }
-    const Tag tag = target.tag;
-    const bool is_creator = tag.group % 2 != 0 && tag.element >= 0x10 && tag.element <= 0xFF;
-    return is_creator ? VR_LO : static_cast<unsigned short>(0);
+    return target.tag.group % 2 != 0 ? Private_VR(set, target) : static_cast<unsigned short>(0);
 }
 
 DICOM_List& Set_Value(Data_Set& set, const Target& target, unsigned short vr,

@@ -19,7 +19,7 @@ struct Target {
 
 /**
  * The VR for an element: what a user says, that of the element that is there, that of the registry,
- * LO for private creators.
+ * LO for private creators, what the definitions of its creator say of a private element.
  *
  * @param vr  two letters, or empty
  * @return 0 when nobody knows it, and for letters that are no VR
