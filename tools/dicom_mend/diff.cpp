@@ -26,7 +26,6 @@ using lib_mend::VR_Of;
 
 constexpr std::string_view Gone_Colour = "\033[31m";
 constexpr std::string_view Added_Colour = "\033[32m";
-constexpr std::string_view No_Colour = "\033[39m";
 
 std::string Count_Of(int count, const char* what)
 {

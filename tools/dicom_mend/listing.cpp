@@ -28,7 +28,6 @@ constexpr std::size_t Header_Width = 11 + 1 + 2 + 1 + Size_Width + 1;
 constexpr std::string_view Tag_Colour = "\033[36m";
 constexpr std::string_view Value_Colour = "\033[32m";
 constexpr std::string_view Item_Colour = "\033[33m";
-constexpr std::string_view No_Colour = "\033[39m";
 
 /** The column of names takes less than half of what a terminal leaves. */
 std::size_t Name_Width(const Terminal& terminal)

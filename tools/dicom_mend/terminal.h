@@ -9,6 +9,9 @@
 
 namespace dicom_mend {
 
+/** The usual colour again. */
+inline constexpr std::string_view No_Colour = "\033[39m";
+
 /** When text has colours: on a terminal, unless NO_COLOR is in the environment. */
 enum class Colours { Auto, Always, Never };
 

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t Longest_Text = 256;
 constexpr std::size_t Longest_Other = 64;
 
-using Bytes = std::span<const unsigned char>;
+using Byte_View = std::span<const unsigned char>;
 
 template <class Number>
 void Append(std::string& out, Number number)
@@ -44,7 +44,7 @@ struct Digit_Pairs {
 constexpr Digit_Pairs Pairs;
 
 /** @param out  has room for two digits a byte */
-void Put_Hexadecimal(char* out, Bytes bytes)
+void Put_Hexadecimal(char* out, Byte_View bytes)
 {
     for (const unsigned char byte : bytes) {
         std::memcpy(out, Pairs.text[byte].data(), 2);
@@ -53,7 +53,7 @@ void Put_Hexadecimal(char* out, Bytes bytes)
 }
 
 /** An unsigned number of up to eight bytes, sign and fraction not yet understood. */
-std::uint64_t Number_Of(Bytes bytes, bool is_big)
+std::uint64_t Number_Of(Byte_View bytes, bool is_big)
 {
     std::uint64_t number = 0;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -110,7 +110,7 @@ const Number_Form* Number_Form_Of(unsigned short vr)
     return found != std::end(Number_Forms) ? found : nullptr;
 }
 
-void Append_Tag_Value(std::string& out, Bytes bytes, bool is_big)
+void Append_Tag_Value(std::string& out, Byte_View bytes, bool is_big)
 {
     out += '(';
     Append_Tag(out, {static_cast<unsigned short>(Number_Of(bytes.first(2), is_big)),
@@ -119,7 +119,7 @@ void Append_Tag_Value(std::string& out, Bytes bytes, bool is_big)
 }
 
 /** Numbers with backslashes between them; a rest that is no whole number stays bytes. */
-void Append_Numbers(std::string& out, unsigned short vr, Bytes bytes, bool is_big)
+void Append_Numbers(std::string& out, unsigned short vr, Byte_View bytes, bool is_big)
 {
     constexpr std::size_t Tag_Size = 4;
     const Number_Form* const form = Number_Form_Of(vr);
@@ -221,7 +221,7 @@ unsigned short Shown_VR(const DICOM_List& record)
                : vr;
 }
 
-std::string_view Characters(Bytes bytes)
+std::string_view Characters(Byte_View bytes)
 {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

@@ -238,6 +238,10 @@ public:
                 break;
             }
             at += count;
+            if (count == Block) {
+                // The disk begins while the rest is copied; Sync tells whether it could.
+                static_cast<void>(sync_file_range(descriptor_, 0, 0, SYNC_FILE_RANGE_WRITE));
+            }
         }
         return at - offset;
     }
