@@ -13,8 +13,9 @@ namespace lib_mend {
 
 namespace {
 
-const Rule* const Rules[] = {&Reference_Rule, &Instance_Rule, &Frame_Rule, &Item_Rule,
-                             &LUT_Rule,       &Identity_Rule, &Date_Rule};
+const Rule* const Rules[] = {&Reference_Rule, &Instance_Rule, &Frame_Rule,    &Item_Rule,
+                             &LUT_Rule,       &Identity_Rule, &Tracking_Rule, &Count_Rule,
+                             &Geometry_Rule,  &Date_Rule};
 
 constexpr std::size_t Filter_Size = 4096;
 
@@ -145,6 +146,17 @@ std::optional<std::size_t> Subject_Set::Count(const DICOM_List& record) const
     return static_cast<std::size_t>(std::count(value.begin(), value.end(), '\\')) + 1;
 }
 
+const DICOM_List* Behind(const DICOM_List& record, Tag tag)
+{
+    // Of elements that stand there many times each looks as far as the next, and all together once.
+    const Tag own = Tag_Of(record);
+    const DICOM_List* next = own < tag ? record.next : &record;
+    while (next != nullptr && Tag_Of(*next) < tag && own < Tag_Of(*next)) {
+        next = next->next;
+    }
+    return next != nullptr && Tag_Of(*next) == tag ? next : nullptr;
+}
+
 void Watch(Subject_Set& subject)
 {
     const Wanted_Tags& wanted = Wanted();
@@ -180,9 +192,10 @@ void Report_Doubts(const Subject_Set& subject, Findings& findings)
         doubts[doubt.record].push_back(&doubt);
     }
     Tree_Walk walk(subject.set.records.Head());
-    for (std::size_t left = doubts.size(); left > 0;) {
-        const DICOM_List& record = *walk.Next();
-        const auto here = Wanted().Rules_For(record) != 0 ? doubts.find(&record) : doubts.end();
+    const DICOM_List* next = walk.Next();
+    for (std::size_t left = doubts.size(); left > 0 && next != nullptr; next = walk.Next()) {
+        const DICOM_List& record = *next;
+        const auto here = doubts.find(&record);
         if (here == doubts.end()) {
             continue;
         }

@@ -47,16 +47,6 @@ Descriptor Descriptor_In(const Subject_Set& subject, const DICOM_List& record)
     return {entries == 0 ? Most : entries, numbers[2]};
 }
 
-/** An element further on in the same item; null for none. */
-const DICOM_List* Behind(const DICOM_List& record, Tag tag)
-{
-    const DICOM_List* next = record.next;
-    while (next != nullptr && Tag_Of(*next) < tag) {
-        next = next->next;
-    }
-    return next != nullptr && Tag_Of(*next) == tag ? next : nullptr;
-}
-
 void Check_Table(Subject_Set& subject, const DICOM_List& record, Tag data, const char* clause)
 {
     const Descriptor descriptor = Descriptor_In(subject, record);

@@ -57,7 +57,7 @@ std::string Name_In(const Subject_Set& subject, const DICOM_List& record)
 }
 
 /** The names of a space, each with the item that it is of. */
-using Names = std::set<std::pair<int, std::string>>;
+using Names_Of_Space = std::set<std::pair<int, std::string>>;
 
 struct Use {
     const Watched* element;
@@ -67,7 +67,7 @@ struct Use {
 
 void Check(Subject_Set& subject)
 {
-    std::map<Space, Names> names;
+    std::map<Space, Names_Of_Space> names;
     std::vector<Use> uses;
     subject.For_Each([&](const Watched& element) {
         const Name_Row* const row = Row_Of(element);
@@ -86,7 +86,7 @@ void Check(Subject_Set& subject)
         }
     });
     for (const Use& use : uses) {
-        const Names& known = names[use.row->space];
+        const Names_Of_Space& known = names[use.row->space];
         const bool may_be_elsewhere = use.row->role == Role::Refers_If_Any && known.empty();
         if (!may_be_elsewhere && known.count(use.name) == 0) {
             subject.doubts.push_back({use.element->record, Fault::Reference, Level::Kept,

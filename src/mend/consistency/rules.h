@@ -27,6 +27,12 @@ extern const Rule Item_Rule;
 extern const Rule LUT_Rule;
 /** SOP classes, the modality that belongs to one, and UIDs that identify two things. */
 extern const Rule Identity_Rule;
+/** Tracking UIDs and their labels. */
+extern const Rule Tracking_Rule;
+/** Numbers that count the values or the items beside them. */
+extern const Rule Count_Rule;
+/** Directions, distances and windows of images. */
+extern const Rule Geometry_Rule;
 /** Dates that come one after the other. */
 extern const Rule Date_Rule;
 

@@ -1,6 +1,7 @@
 #include "mend/consistency/study.h"
 
 #include "mend/consistency/study_references.h"
+#include "mend/consistency/study_tracking.h"
 #include "mend/consistency/study_values.h"
 #include "mend/healing/character_set.h"
 #include "mend/healing/image.h"
@@ -151,6 +152,7 @@ Study_Facts Facts_Of(const Data_Set& set)
         }
     }
     Gather_References(set, facts);
+    Gather_Trackings(set, facts);
     return facts;
 }
 
@@ -188,6 +190,10 @@ void Study::Add(const std::string& name, const Study_Facts& facts)
     for (const Study_Facts::Reference& each : facts.references) {
         file.references.push_back({Number_Of(each.instance), Number_Of(each.sop_class),
                                    each.class_offset, each.frame, each.frame_offset});
+    }
+    for (const Study_Facts::Tracked& each : facts.trackings) {
+        file.trackings.push_back(
+            {Number_Of(each.uid), Number_Of(each.label), each.tag, each.offset});
     }
     files_.push_back(std::move(file));
 }
@@ -388,6 +394,7 @@ std::vector<Study::Told> Study::Compare(const Sum_Of_File& sum_of)
     }
     Compare_UIDs(told);
     Compare_References(told);
+    Compare_Trackings(told);
     Compare_Instances(sum_of, told);
     std::erase_if(told, [](const Told& each) { return each.findings.All().empty(); });
     return told;

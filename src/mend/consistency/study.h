@@ -30,12 +30,23 @@ struct Study_Facts {
         std::int64_t frame_offset = 0;
     };
 
+    /** A finding that is followed; once for each label. */
+    struct Tracked {
+        std::string uid;
+        /** Empty where there is none. */
+        std::string label;
+        /** Of the element with the UID. */
+        Tag tag;
+        std::int64_t offset;
+    };
+
     std::string syntax = {};
     bool is_encapsulated = false;
     /** In a form in which equal values are equal texts; empty where there is none. */
     std::array<std::string, Elements> values = {};
     std::array<std::int64_t, Elements> offsets = {};
     std::vector<Reference> references = {};
+    std::vector<Tracked> trackings = {};
 };
 
 /** Of a healed data set. */
@@ -72,6 +83,13 @@ private:
         std::int64_t frame = 0;
         std::int64_t frame_offset = 0;
     };
+    /** As in Study_Facts. */
+    struct Tracked {
+        Value uid;
+        Value label;
+        Tag tag;
+        std::int64_t offset;
+    };
     struct File {
         std::string name;
         std::string syntax;
@@ -82,6 +100,7 @@ private:
         std::array<Value, Elements> values = {};
         std::array<std::int64_t, Elements> offsets = {};
         std::vector<Reference> references = {};
+        std::vector<Tracked> trackings = {};
     };
 
     /** What a finding says beside its text. */
@@ -101,6 +120,7 @@ private:
     void Compare_UIDs(std::vector<Told>& told) const;
     void Compare_References(std::vector<Told>& told) const;
     void Compare_Reference(const Reference& reference, const File& target, Told& told) const;
+    void Compare_Trackings(std::vector<Told>& told) const;
     void Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told) const;
     void Tell(Told& told, const File& file, std::size_t element, const Wording& wording,
               std::string text) const;

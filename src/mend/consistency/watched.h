@@ -77,6 +77,9 @@ struct Subject_Set {
     std::optional<std::size_t> Count(const DICOM_List& record) const;
 };
 
+/** The element at or behind another one, in the same item, that has a tag; null for none. */
+const DICOM_List* Behind(const DICOM_List& record, Tag tag);
+
 /** Collects what is watched. */
 void Watch(Subject_Set& subject);
 

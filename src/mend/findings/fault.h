@@ -49,6 +49,7 @@ enum class Fault : unsigned char {
     Pixel_Size,
     Pixel_Excess,
     Pixel_Attributes,
+    Image_Values,
     Frames,
     Offset_Table,
     Overlay,

@@ -29,14 +29,19 @@ void Pack_Finding(const Finding& finding, Packer& packer)
     packer.Put(std::string_view(finding.clause != nullptr ? finding.clause : ""));
 }
 
+lib_mend::Tag Unpack_Tag(Unpacker& bytes)
+{
+    const std::uint64_t tag = bytes.Number();
+    return {static_cast<unsigned short>(tag >> 16), static_cast<unsigned short>(tag)};
+}
+
 Finding Unpack_Finding(Unpacker& bytes)
 {
     Finding finding;
     finding.level = static_cast<lib_mend::Level>(
         std::min<std::uint64_t>(bytes.Number(), static_cast<int>(lib_mend::Level::Error)));
     finding.has_tag = bytes.Flag();
-    const std::uint64_t tag = bytes.Number();
-    finding.tag = {static_cast<unsigned short>(tag >> 16), static_cast<unsigned short>(tag)};
+    finding.tag = Unpack_Tag(bytes);
     finding.vr = static_cast<unsigned short>(bytes.Number());
     finding.offset = bytes.Signed();
     finding.text = bytes.Text();
@@ -65,6 +70,13 @@ void Pack_Facts(const lib_mend::Study_Facts& facts, Packer& packer)
         packer.Put(reference.frame);
         packer.Put(reference.frame_offset);
     }
+    packer.Put(facts.trackings.size());
+    for (const lib_mend::Study_Facts::Tracked& each : facts.trackings) {
+        packer.Put(each.uid);
+        packer.Put(each.label);
+        packer.Put(std::uint64_t{each.tag.group} << 16 | each.tag.element);
+        packer.Put(each.offset);
+    }
 }
 
 lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
@@ -83,6 +95,13 @@ lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
         reference.class_offset = bytes.Signed();
         reference.frame = bytes.Signed();
         reference.frame_offset = bytes.Signed();
+    }
+    facts.trackings.resize(bytes.Count());
+    for (lib_mend::Study_Facts::Tracked& each : facts.trackings) {
+        each.uid = bytes.Text();
+        each.label = bytes.Text();
+        each.tag = Unpack_Tag(bytes);
+        each.offset = bytes.Signed();
     }
     return facts;
 }
