@@ -28,6 +28,11 @@ bool Is_Among(std::string_view list, std::string_view type)
     return type.empty() || list.find(" " + std::string(type) + " ") != std::string_view::npos;
 }
 
+bool Is_Relation(std::string_view list, const std::string& name)
+{
+    return list.find("|" + name + "|") != std::string_view::npos;
+}
+
 bool Is_Content(const Path& way)
 {
     return std::all_of(way.begin(), way.end(),
@@ -85,17 +90,24 @@ private:
     std::unordered_map<const DICOM_List*, Item> items_;
 };
 
+/** The row of a document; null when there is none. */
+template <class Row, std::size_t Size>
+const Row* Row_Of(const Row (&rows)[Size], std::string_view document)
+{
+    const auto* const row = std::find_if(std::begin(rows), std::end(rows), [&](const Row& each) {
+        return each.document == document;
+    });
+    return row != std::end(rows) ? row : nullptr;
+}
+
 class Content_Check {
 public:
     Content_Check(const Data_Set& set, std::string_view report, Findings& findings)
         : set_(set), findings_(findings), report_(report), places_(set),
           by_value_only_(std::find(std::begin(By_Value_Only), std::end(By_Value_Only), report) !=
-                         std::end(By_Value_Only))
+                         std::end(By_Value_Only)),
+          value_types_(Row_Of(Value_Types, report)), relations_(Row_Of(Relations, report))
     {
-        const auto* const row =
-            std::find_if(std::begin(Value_Types), std::end(Value_Types),
-                         [&](const Type_Row& each) { return each.document == report; });
-        value_types_ = row != std::end(Value_Types) ? row : nullptr;
     }
 
     void Run()
@@ -141,6 +153,13 @@ private:
         }
     }
 
+    /** What is no relationship at all, the definitions tell. */
+    bool Has_Relation(const std::string& name) const
+    {
+        return relations_ == nullptr || !Is_Relation(All_Relations, name) ||
+               Is_Relation(relations_->relations, name);
+    }
+
     void Check_Relation(const std::string& source, DICOM_List* item, const Path& way)
     {
         const DICOM_List* const relation = Find_Record(item, Relationship_Type);
@@ -149,6 +168,11 @@ private:
         const std::string target = reference != nullptr && !by_value_only_
                                        ? places_.Type_At(Target_Of(*reference))
                                        : Text_In(set_, item, Value_Type);
+        if (!Has_Relation(name)) {
+            Say(*relation, way, "this kind of document has no relationship " + name,
+                relations_->clause);
+            return;
+        }
         const auto is_meant = [&](const auto& row) {
             return row.relation == name && (row.document.empty() || row.document == report_);
         };
@@ -205,6 +229,7 @@ private:
     bool by_value_only_;
     /** Null where nothing is said of them here. */
     const Type_Row* value_types_;
+    const Relation_Row* relations_;
     /** The value types of the item in hand and of those around it. */
     std::vector<std::string> types_;
 };

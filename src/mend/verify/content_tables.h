@@ -40,6 +40,26 @@ inline constexpr Type_Row Value_Types[] = {
      "PS3.3 A.35.8.3.1"},
 };
 
+/** The relationships that a document has; blanks and bars around each. */
+struct Relation_Row {
+    std::string_view document;
+    std::string_view relations;
+    const char* clause;
+};
+inline constexpr std::string_view All_Relations =
+    "|CONTAINS|HAS OBS CONTEXT|HAS ACQ CONTEXT|HAS CONCEPT MOD|HAS PROPERTIES|INFERRED FROM|"
+    "SELECTED FROM|";
+/** Documents that have all of them are left out. */
+inline constexpr Relation_Row Relations[] = {
+    {Basic_Text,
+     "|CONTAINS|HAS OBS CONTEXT|HAS ACQ CONTEXT|HAS CONCEPT MOD|HAS PROPERTIES|INFERRED FROM|",
+     "PS3.3 A.35.1.3.1"},
+    {Key_Objects, "|CONTAINS|HAS OBS CONTEXT|HAS CONCEPT MOD|", "PS3.3 A.35.4.3.1"},
+    {X_Ray_Dose,
+     "|CONTAINS|HAS OBS CONTEXT|HAS ACQ CONTEXT|HAS CONCEPT MOD|HAS PROPERTIES|INFERRED FROM|",
+     "PS3.3 A.35.8.3.1"},
+};
+
 /** Where a relationship may start, and where it may lead; all rows that fit hold together. */
 struct Source_Row {
     /** Empty for all documents. */
@@ -56,18 +76,38 @@ struct Target_Row {
     std::string_view targets;
     const char* clause;
 };
-/** The tables of single documents are given as far as they say the same in every edition. */
+
+inline constexpr std::string_view Said = " TEXT CODE DATETIME DATE TIME UIDREF PNAME ";
+inline constexpr std::string_view Said_Or_Measured =
+    " TEXT CODE NUM DATETIME DATE TIME UIDREF PNAME ";
+inline constexpr std::string_view No_Evidence =
+    " TEXT CODE NUM DATETIME DATE TIME UIDREF PNAME CONTAINER ";
+
+/**
+ * The tables of single documents are given as far as they say the same in every edition: whether a table
+ * leaves out what another one has is open where editions differ. HAS CONCEPT MOD starts anywhere.
+ */
 inline constexpr Source_Row Sources[] = {
     {{}, "CONTAINS", " CONTAINER ", "PS3.3 C.17.3"},
     {{}, "SELECTED FROM", " SCOORD SCOORD3D TCOORD ", "PS3.3 C.17.3"},
-    {Basic_Text, "HAS PROPERTIES", " TEXT CODE DATETIME DATE TIME UIDREF PNAME ",
-     "PS3.3 A.35.1.3.1"},
-    {Basic_Text, "INFERRED FROM", " TEXT CODE DATETIME DATE TIME UIDREF PNAME ",
-     "PS3.3 A.35.1.3.1"},
-    {Enhanced, "HAS PROPERTIES", " TEXT CODE NUM DATETIME DATE TIME UIDREF PNAME ",
-     "PS3.3 A.35.2.3.1"},
-    {Enhanced, "INFERRED FROM", " TEXT CODE NUM DATETIME DATE TIME UIDREF PNAME ",
-     "PS3.3 A.35.2.3.1"},
+    {Basic_Text, "HAS OBS CONTEXT", " CONTAINER ", "PS3.3 A.35.1.3.1"},
+    {Basic_Text, "HAS ACQ CONTEXT", " CONTAINER IMAGE WAVEFORM COMPOSITE ", "PS3.3 A.35.1.3.1"},
+    {Basic_Text, "HAS PROPERTIES", Said, "PS3.3 A.35.1.3.1"},
+    {Basic_Text, "INFERRED FROM", Said, "PS3.3 A.35.1.3.1"},
+    {Enhanced, "HAS OBS CONTEXT", " CONTAINER TEXT CODE NUM ", "PS3.3 A.35.2.3.1"},
+    {Enhanced, "HAS ACQ CONTEXT", " CONTAINER IMAGE WAVEFORM COMPOSITE NUM ", "PS3.3 A.35.2.3.1"},
+    {Enhanced, "HAS PROPERTIES", Said_Or_Measured, "PS3.3 A.35.2.3.1"},
+    {Enhanced, "INFERRED FROM", Said_Or_Measured, "PS3.3 A.35.2.3.1"},
+    {Comprehensive, "HAS OBS CONTEXT", " CONTAINER TEXT CODE NUM ", "PS3.3 A.35.3.3.1"},
+    {Comprehensive, "HAS ACQ CONTEXT", " CONTAINER IMAGE WAVEFORM COMPOSITE NUM ",
+     "PS3.3 A.35.3.3.1"},
+    {Comprehensive, "HAS PROPERTIES", No_Evidence, "PS3.3 A.35.3.3.1"},
+    {Comprehensive, "INFERRED FROM", No_Evidence, "PS3.3 A.35.3.3.1"},
+    {Key_Objects, "HAS OBS CONTEXT", " CONTAINER ", "PS3.3 A.35.4.3.1"},
+    {X_Ray_Dose, "HAS OBS CONTEXT", " CONTAINER TEXT CODE NUM ", "PS3.3 A.35.8.3.1"},
+    {X_Ray_Dose, "HAS ACQ CONTEXT", " CONTAINER IMAGE WAVEFORM COMPOSITE NUM ", "PS3.3 A.35.8.3.1"},
+    {X_Ray_Dose, "HAS PROPERTIES", No_Evidence, "PS3.3 A.35.8.3.1"},
+    {X_Ray_Dose, "INFERRED FROM", No_Evidence, "PS3.3 A.35.8.3.1"},
 };
 inline constexpr Target_Row Targets[] = {
     {{},
@@ -83,7 +123,23 @@ inline constexpr Target_Row Targets[] = {
      "PS3.3 C.17.3"},
     {{}, "SELECTED FROM", {}, " IMAGE WAVEFORM SCOORD SCOORD3D COMPOSITE ", "PS3.3 C.17.3"},
     {{}, "SELECTED FROM", "SCOORD", " IMAGE ", "PS3.3 C.17.3"},
+    {{}, "SELECTED FROM", "TCOORD", " IMAGE WAVEFORM SCOORD SCOORD3D ", "PS3.3 C.17.3"},
+    {Basic_Text,
+     "HAS PROPERTIES",
+     {},
+     " TEXT CODE DATETIME DATE TIME UIDREF PNAME IMAGE WAVEFORM "
+     "COMPOSITE ",
+     "PS3.3 A.35.1.3.1"},
+    {Basic_Text,
+     "INFERRED FROM",
+     {},
+     " TEXT CODE DATETIME DATE TIME UIDREF PNAME IMAGE WAVEFORM "
+     "COMPOSITE ",
+     "PS3.3 A.35.1.3.1"},
+    {Comprehensive, "HAS PROPERTIES", "PNAME", Said_Or_Measured, "PS3.3 A.35.3.3.1"},
     {Key_Objects, "CONTAINS", {}, " TEXT IMAGE WAVEFORM COMPOSITE ", "PS3.3 A.35.4.3.1"},
+    {Key_Objects, "HAS OBS CONTEXT", {}, Said_Or_Measured, "PS3.3 A.35.4.3.1"},
+    {X_Ray_Dose, "HAS PROPERTIES", "PNAME", Said_Or_Measured, "PS3.3 A.35.8.3.1"},
 };
 
 }  // namespace lib_mend

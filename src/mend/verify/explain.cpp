@@ -59,9 +59,10 @@ private:
                                  : truth == Truth::False ? "false"
                                                          : "cannot be decided";
         return Words(condition) + ": " + word +
-               (verdict.lacks_operand ? ", but something that it compares is absent, and nothing "
-                                        "is concluded from that"
-                                      : "") +
+               (verdict.lacks_operand && truth == Truth::False
+                    ? ", but something that it compares is absent, and nothing "
+                      "is concluded from that"
+                    : "") +
                (reason.empty() || truth == Truth::Unknown ? "" : ", since " + reason);
     }
     std::string When(const DICOM_Condition& condition, unsigned short group)

@@ -106,17 +106,17 @@ void Parts::Ask_Absent()
     }
 }
 
-bool Parts::Is_Possible(const DICOM_Rule& rule) const
+bool Parts::Is_Ruled_Out(const DICOM_Rule& rule) const
 {
     const DICOM_Part* const part = Part_Of(rule);
-    return part == nullptr || part->usage != 'C' || State_Of(*part).required != Truth::False;
+    return part != nullptr && part->usage == 'C' && State_Of(*part).required == Truth::False;
 }
 
-bool Parts::Is_Possible(const DICOM_Rule& rule, const DICOM_List& record) const
+bool Parts::Fits(const DICOM_Rule& rule, const DICOM_List& record) const
 {
     const DICOM_Part* const part = Part_Of(rule);
-    if (!Is_Possible(rule) || part == nullptr || part->usage == 'M' || rule.value_set_count == 0) {
-        return Is_Possible(rule);
+    if (part == nullptr || part->usage == 'M' || rule.value_set_count == 0) {
+        return true;
     }
     const Value_View value(object_.Set(), record);
     return !value.Is_Known() || std::all_of(rule.value_sets, rule.value_sets + rule.value_set_count,
@@ -128,11 +128,18 @@ bool Parts::Is_Possible(const DICOM_Rule& rule, const DICOM_List& record) const
                                             });
 }
 
-int Parts::Possible_Modules(std::span<const DICOM_Rule> rules, const DICOM_List& record) const
+Parts::Owners Parts::Owners_Of(std::span<const DICOM_Rule> rules, const DICOM_List& record) const
 {
-    return static_cast<int>(std::count_if(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
-        return rule.part >= 0 && Is_Possible(rule, record);
-    }));
+    Owners owners;
+    for (const DICOM_Rule& rule : rules) {
+        if (rule.part >= 0) {
+            const bool fits = Fits(rule, record);
+            owners.all += 1;
+            owners.fitting += fits ? 1 : 0;
+            owners.likely += fits && !Is_Ruled_Out(rule) ? 1 : 0;
+        }
+    }
+    return owners;
 }
 
 void Parts::Look_At(const DICOM_List& node)
@@ -153,14 +160,13 @@ void Parts::Look_At(const DICOM_List& node)
 void Parts::Look_At(const DICOM_List& node, const DICOM_List& record)
 {
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
-    const int modules = Possible_Modules(rules, record);
-    const bool is_alone = std::count_if(rules.begin(), rules.end(),
-                                        [](const DICOM_Rule& rule) { return rule.part >= 0; }) == 1;
+    const Owners owners = Owners_Of(rules, record);
     for (const DICOM_Rule& rule : rules) {
         if (rule.part < 0 || rule.is_own_level == 0) {
             continue;
         }
-        const bool is_own = is_alone || (modules == 1 && Is_Possible(rule, record));
+        const bool fits = owners.all == 1 || Fits(rule, record);
+        const bool is_own = owners.all == 1 || (owners.fitting == 1 && fits);
         // What a macro brings belongs to the module around it.
         for (int part = rule.part; part >= 0; part = parts_[static_cast<std::size_t>(part)].outer) {
             State& state = states_[static_cast<std::size_t>(part)];
@@ -169,13 +175,13 @@ void Parts::Look_At(const DICOM_List& node, const DICOM_List& record)
                 state.own = &record;
             }
         }
-        if (is_own) {
-            Add_Evidence(rule, record);
+        if (is_own || (owners.likely == 1 && fits && !Is_Ruled_Out(rule))) {
+            Add_Evidence(rule, record, is_own);
         }
     }
 }
 
-void Parts::Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record)
+void Parts::Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record, bool is_own)
 {
     const DICOM_Part& part = parts_[static_cast<std::size_t>(rule.part)];
     if (part.usage == 'M' || part.sequence != nullptr || part.outer >= 0 ||
@@ -183,8 +189,7 @@ void Parts::Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record)
         return;
     }
     State& state = states_[static_cast<std::size_t>(rule.part)];
-    const bool is_ruled_out = part.usage == 'C' && state.required == Truth::False;
-    const bool is_clear = rule.type != Type_3 && !is_ruled_out;
+    const bool is_clear = is_own && rule.type != Type_3 && !Is_Ruled_Out(rule);
     const auto known =
         std::find_if(state.evidence.begin(), state.evidence.end(), [&](const Evidence& each) {
             return Group_Of_Evidence(each.record->group) == Group_Of_Evidence(record.group);

@@ -39,8 +39,9 @@ public:
         const DICOM_List* record = nullptr;
         const DICOM_Part* part = nullptr;
         /**
-         * The module requires it in some case. One that is optional in its own module, or a module
-         * whose condition does not hold, is weaker: whoever made the object may have added just that.
+         * The module requires it in some case. One that is optional in its own module, a module whose
+         * condition does not hold, or an attribute that a module has whose condition does not hold, is
+         * weaker: whoever made the object may have added just that.
          */
         bool is_clear = false;
 
@@ -84,13 +85,19 @@ private:
     void Look_At(const DICOM_List& node, const DICOM_List& record);
     /** Finds out which of the modules that are not there ask for something. */
     void Ask_Absent();
-    void Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record);
-    /** Nothing rules the module of a rule out. */
-    bool Is_Possible(const DICOM_Rule& rule) const;
-    /** Nor does the value of an attribute: the shape of a shutter tells which module it is of. */
-    bool Is_Possible(const DICOM_Rule& rule, const DICOM_List& record) const;
-    /** Modules that may have put an attribute there. */
-    int Possible_Modules(std::span<const DICOM_Rule> rules, const DICOM_List& record) const;
+    void Add_Evidence(const DICOM_Rule& rule, const DICOM_List& record, bool is_own);
+    /** The module of a rule is not required; whether it may be there is not said. */
+    bool Is_Ruled_Out(const DICOM_Rule& rule) const;
+    /** An attribute may be that of a rule: the shape of a shutter tells which module it is of. */
+    bool Fits(const DICOM_Rule& rule, const DICOM_List& record) const;
+    /** How many modules may have put an attribute there. */
+    struct Owners {
+        int all = 0;
+        int fitting = 0;
+        /** Without those that are not required. */
+        int likely = 0;
+    };
+    Owners Owners_Of(std::span<const DICOM_Rule> rules, const DICOM_List& record) const;
     void Report_Both(const DICOM_Part& part, const std::vector<Tag>& tags, Findings& findings);
     const State& State_Of(const DICOM_Part& part) const
     {

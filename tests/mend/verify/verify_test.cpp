@@ -26,6 +26,7 @@ public:
         directory_.Write("modules/m", "name \"Picture\"\n(0028,0010) 1 US\n(0028,0011) 2 US\n");
         directory_.Write("modules/o", "name \"Overlay\"\n(6000,0010) 1 US\n(6000,0011) 1 US\n");
         directory_.Write("modules/n", "name \"Rows\"\n(0028,0010) 1 US\n");
+        directory_.Write("modules/k", "name \"Spacing\"\n(0028,0010) 1 US\n(0028,0030) 1 DS\n");
         directory_.Write("modules/p", "name \"Plane\"\n(0028,0006) 3 US\n(0028,0301) 2 CS\n");
         directory_.Write("modules/r", "(0018,1600) 1 CS in \"ROUND\"\n"
                                       "(0018,1612) 1C IS if (0018,1600) present\n");
