@@ -219,9 +219,15 @@ void Clause_Reader::Read_Class()
 void Clause_Reader::Read_Test()
 {
     DICOM_Step step = {};
+    cursor_.At_End();
+    const std::size_t operand = cursor_.Column();
     Read_Operand(step);
-    if (!Read_State(step)) {
-        const bool is_count = cursor_.Take_Name("count");
+    const bool is_state = Read_State(step);
+    const bool is_count = !is_state && cursor_.Take_Name("count");
+    if ((is_state || is_count) && step.value_number != 0) {
+        throw Definition_Fault{This_Unit, operand, "a value by its number can only be compared"};
+    }
+    if (!is_state) {
         cursor_.At_End();
         const std::size_t column = cursor_.Column();
         if (!Read_Relation(step.relation)) {
