@@ -18,7 +18,9 @@ void Load(benchmark::State& state, const char* iod)
             state.SkipWithError("no such definitions");
             break;
         }
+        state.PauseTiming();
         DICOM_Module_Free();
+        state.ResumeTiming();
     }
     DICOM_Lib_Cleanup();
 }
@@ -34,7 +36,9 @@ void Load_First(benchmark::State& state, const char* sop_class)
             state.SkipWithError("no such definitions");
             break;
         }
+        state.PauseTiming();
         DICOM_Lib_Cleanup();
+        state.ResumeTiming();
     }
 }
 

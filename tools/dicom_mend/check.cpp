@@ -209,7 +209,11 @@ Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
     const auto sum_of = [&request](const std::string& path) {
         return Sum_Of_Contents(path, request);
     };
-    for (const lib_mend::Study::Told& told : progress.study.Compare(sum_of)) {
+    const std::vector<lib_mend::Study::Told> all = progress.study.Compare(sum_of);
+    // Names of attributes are those of today's standard.
+    lib_mend::Findings of_library;
+    const lib_mend::Library_Session session(of_library);
+    for (const lib_mend::Study::Told& told : all) {
         File_Record record;
         record.path = told.file;
         record.status = Status_Of(told.findings);

@@ -56,8 +56,15 @@ void Line_Cursor::Check() const
         throw Definition_Fault{This_Unit, 0,
                                "the line is longer than " + std::to_string(Max_Line) + " bytes"};
     }
-    const auto* const control = std::find_if(line_.begin(), line_.end(), Is_Control);
-    if (control != line_.end()) {
+    // Without a way out in between, many bytes are looked at in one instruction.
+    unsigned int controls = 0;
+    for (const char character : line_) {
+        const auto byte = static_cast<unsigned char>(character);
+        controls |= static_cast<unsigned int>(byte < ' ') & static_cast<unsigned int>(byte != '\t');
+        controls |= static_cast<unsigned int>(byte == 0x7F);
+    }
+    if (controls != 0) {
+        const auto* const control = std::find_if(line_.begin(), line_.end(), Is_Control);
         throw Definition_Fault{This_Unit, static_cast<std::size_t>(control - line_.begin()),
                                "the byte " + Hex_Byte(*control) + " has no place in a text file"};
     }
