@@ -50,6 +50,7 @@ bool Definition_Files::Set_Directory(const fs::path& directory, std::string& why
         return false;
     }
     directory_ = Full_Directory(directory);
+    directory_text_ = directory_.string();
 #if defined(_WIN32)
     wide_ = directory_.wstring();
 #else
@@ -99,7 +100,8 @@ const Definition_File* Definition_Files::Load(std::string_view name, std::string
         return nullptr;
     }
     const std::string file_name = std::string(name) + ".txt";
-    const auto found = files_.find((directory_ / file_name).string());
+    std::string key = directory_text_ + file_name;
+    const auto found = files_.find(key);
     if (found != files_.end()) {
         return &found->second;
     }
@@ -108,7 +110,6 @@ const Definition_File* Definition_Files::Load(std::string_view name, std::string
         return nullptr;
     }
     Drop_Mark(file.text);
-    std::string key = file.path;
     return &files_.emplace(std::move(key), std::move(file)).first->second;
 }
 

@@ -65,6 +65,8 @@ public:
 
 private:
     std::filesystem::path directory_;
+    /** The same, in front of the names of files that were read. */
+    std::string directory_text_;
     std::wstring wide_;
     Text_Map<Definition_File> files_;
 };
