@@ -415,6 +415,12 @@ DICOM_MEND_API dicom_mend_status dicom_mend_get_text(const dicom_mend_dataset* d
                                                      const dicom_mend_element* element,
                                                      size_t index, char* buffer, size_t capacity,
                                                      size_t* length);
+/**
+ * 1 when the value of an element identifies nobody (PS3.15 annex E): it is empty, a number, a term of the standard.
+ * Items are elements of their own.
+ */
+DICOM_MEND_API int dicom_mend_is_harmless(const dicom_mend_dataset* data_set,
+                                          const dicom_mend_element* element);
 /** A value as a number; DICOM_MEND_BAD_VALUE when it is none. */
 DICOM_MEND_API dicom_mend_status dicom_mend_get_double(const dicom_mend_dataset* data_set,
                                                        const dicom_mend_element* element,

@@ -75,6 +75,11 @@ public:
     {
         return dicom_mend_offset(element_);
     }
+    /** The value identifies nobody: it is empty, a number, a term of the standard. */
+    bool is_harmless() const
+    {
+        return dicom_mend_is_harmless(data_set_, element_) != 0;
+    }
     /** Number of values: of texts between backslashes, of numbers by their width; 0 without a value. */
     std::size_t count() const
     {

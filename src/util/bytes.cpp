@@ -1,4 +1,6 @@
 // Numbers in a given byte order.
+#include "older_libraries.h"
+
 #include <Lib_Util/Lib_Util.h>
 
 #include <algorithm>
@@ -40,7 +42,7 @@ T Get(unsigned char code, const void* source)
     std::memcpy(bytes.data(), source, bytes.size());
     Swap_Pairs<T>(code, bytes);
     Swap_Endianness<T>(code, bytes);
-    return std::bit_cast<T>(bytes);
+    return lib_util::bit_cast<T>(bytes);
 }
 
 template <class T>
@@ -48,7 +50,7 @@ const unsigned char* Put(unsigned char code, T value)
 {
     thread_local unsigned char result[sizeof(double)];
 
-    Bytes_Of<T> bytes = std::bit_cast<Bytes_Of<T>>(value);
+    Bytes_Of<T> bytes = lib_util::bit_cast<Bytes_Of<T>>(value);
     Swap_Endianness<T>(code, bytes);
     Swap_Pairs<T>(code, bytes);
     std::copy(bytes.begin(), bytes.end(), result);

@@ -40,12 +40,12 @@ constexpr char Page[] = "interface/dataset.cases";
 TEST(Dataset, TakesTextsByTheirVR)
 {
     Dataset ds;
-    For_Each_Case(Page, "texts", 5, [&](const Case_Row& row) {
+    For_Each_Case(Page, "texts", 6, [&](const Case_Row& row) {
         ds.set(*parse_tag(row[0]), row[2], {}, row[1].empty() ? nullptr : row[1].c_str());
     });
     Session session;
     const Dataset again = session.read(session.encode(ds));
-    For_Each_Case(Page, "texts", 5, [&](const Case_Row& row) {
+    For_Each_Case(Page, "texts", 6, [&](const Case_Row& row) {
         for (const Dataset* each : {&std::as_const(ds), &again}) {
             std::string values;
             for (const std::string& value : (*each)[row[0]].texts()) {
@@ -53,6 +53,7 @@ TEST(Dataset, TakesTextsByTheirVR)
             }
             EXPECT_EQ(values, row[3]);
             EXPECT_EQ((*each)[row[0]].length(), static_cast<std::size_t>(row.Number(4)));
+            EXPECT_EQ((*each)[row[0]].is_harmless(), row[5] == "yes") << row[0];
         }
     });
     EXPECT_EQ(session.outcome(), 0) << session.report("made");

@@ -211,6 +211,7 @@ TEST_F(Misuse, OfNothingFindsNothing)
     EXPECT_EQ(dicom_mend_fragment_count(nullptr), 0U);
     EXPECT_EQ(dicom_mend_get_fragment(name, 0), nullptr);
     EXPECT_EQ(dicom_mend_value_count(set, nullptr), 0U);
+    EXPECT_EQ(dicom_mend_is_harmless(set, nullptr), 0);
     EXPECT_EQ(dicom_mend_first_finding(nullptr), nullptr);
     EXPECT_EQ(dicom_mend_first_finding(session), nullptr);
     EXPECT_EQ(dicom_mend_next_finding(session, nullptr), nullptr);

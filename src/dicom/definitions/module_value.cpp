@@ -4,12 +4,12 @@
 #include "frame/c_memory.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
+#include "util/older_libraries.h"
 
 #include <Lib_DICOM/definitions.h>
 
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -59,9 +59,9 @@ template <class Number>
 std::uint64_t Bits(Number number)
 {
     if constexpr (std::is_same_v<Number, float>) {
-        return std::bit_cast<std::uint32_t>(number);
+        return lib_util::bit_cast<std::uint32_t>(number);
     } else if constexpr (std::is_same_v<Number, double>) {
-        return std::bit_cast<std::uint64_t>(number);
+        return lib_util::bit_cast<std::uint64_t>(number);
     } else {
         return static_cast<std::uint64_t>(number);
     }
@@ -76,7 +76,7 @@ void Append_Number(std::string& bytes, unsigned short vr, std::string_view text)
     }
     Number number = {};
     const char* const end = digits.data() + digits.size();
-    const auto result = std::from_chars(digits.data(), end, number);
+    const auto result = lib_util::from_chars(digits.data(), end, number);
     bool is_number = result.ec == std::errc() && result.ptr == end;
     if constexpr (std::is_floating_point_v<Number>) {
         is_number = is_number && std::isfinite(number);

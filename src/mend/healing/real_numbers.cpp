@@ -2,11 +2,11 @@
 
 #include "mend/healing/forms.h"
 #include "mend/healing/numbers.h"
+#include "util/older_libraries.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -21,7 +21,7 @@ using Reals = std::vector<double>;
 template <class Real, class Bits>
 void Append_Bits(std::string& bytes, Real number, bool is_big)
 {
-    const auto bits = std::bit_cast<Bits>(number);
+    const auto bits = lib_util::bit_cast<Bits>(number);
     for (std::size_t i = 0; i < sizeof(Bits); ++i) {
         const std::size_t rank = is_big ? sizeof(Bits) - 1 - i : i;
         bytes += static_cast<char>(bits >> (8 * rank) & 0xFF);
@@ -41,7 +41,7 @@ std::optional<Reals> Binary_Reals(std::string_view bytes, bool is_big)
             const std::size_t place = is_big ? i : sizeof(Bits) - 1 - i;
             bits = bits << 8 | static_cast<unsigned char>(bytes[place]);
         }
-        reals.push_back(std::bit_cast<Real>(bits));
+        reals.push_back(lib_util::bit_cast<Real>(bits));
     }
     return reals;
 }
@@ -58,7 +58,7 @@ std::optional<double> Text_Real(std::string_view text)
     const bool is_short = std::count_if(digits.begin(), digits.end(),
                                         [](char c) { return c >= '0' && c <= '9'; }) <= Most_Digits;
     double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto [end, error] = lib_util::from_chars(text.data(), text.data() + text.size(), number);
     const bool is_whole = error == std::errc() && end == text.data() + text.size();
     return is_short && is_whole && (std::isnormal(number) || number == 0) ? std::optional(number)
                                                                           : std::nullopt;
@@ -133,7 +133,7 @@ bool Append_Real(std::string& bytes, double number, unsigned short vr, bool is_b
     }
     constexpr std::size_t Longest_DS = 16;
     std::array<char, 32> text = {};
-    const char* const end = std::to_chars(text.begin(), text.end(), number).ptr;
+    const char* const end = lib_util::to_chars(text.begin(), text.end(), number).ptr;
     const auto size = static_cast<std::size_t>(end - text.data());
     bytes += bytes.empty() ? "" : "\\";
     bytes.append(text.data(), size);

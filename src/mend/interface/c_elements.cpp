@@ -1,6 +1,7 @@
 // Elements of data sets: found, gone through, read and changed.
 #include "mend/findings/attributes.h"
 #include "mend/findings/letters.h"
+#include "mend/findings/privacy.h"
 #include "mend/healing/value.h"
 #include "mend/interface/element_change.h"
 #include "mend/interface/element_path.h"
@@ -27,6 +28,11 @@ const DICOM_List* Past_Header(const DICOM_List* record)
 bool Is_Ascii(std::string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+std::string Text_Of(const Bytes& bytes)
+{
+    return {bytes.begin(), bytes.end()};
 }
 
 bool Is_UTF_8(std::string_view text)
@@ -300,6 +306,27 @@ dicom_mend_status dicom_mend_get_text(const dicom_mend_dataset* data_set,
         }
         return text ? DICOM_MEND_OK : DICOM_MEND_NOT_FOUND;
     });
+}
+
+int dicom_mend_is_harmless(const dicom_mend_dataset* data_set, const dicom_mend_element* element)
+{
+    constexpr std::int64_t Longest = 4096;
+    bool is_harmless = false;
+    if (data_set != nullptr && element != nullptr) {
+        Guarded([&] {
+            DICOM_List& record = *Of(element);
+            const unsigned short vr = VR_Of(record);
+            const bool is_empty = !Has_Value(record) || Size_Of(record) == 0;
+            // Of numbers one stands for all.
+            const std::string text = is_empty       ? ""
+                                     : !Is_Text(vr) ? data_set->values.Text(record, 0).value_or("")
+                                                    : Text_Of(data_set->set.Value(record, Longest));
+            const bool is_whole = !Is_Text(vr) || Size_Of(record) <= Longest;
+            is_harmless = is_empty || (is_whole && Is_Harmless(Tag_Of(record), vr, text));
+            return DICOM_MEND_OK;
+        });
+    }
+    return is_harmless ? 1 : 0;
 }
 
 dicom_mend_status dicom_mend_get_double(const dicom_mend_dataset* data_set,

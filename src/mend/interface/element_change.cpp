@@ -7,11 +7,10 @@
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
+#include "util/older_libraries.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -180,7 +179,7 @@ bool Put_Integer(Bytes& out, unsigned short vr, bool negative, std::uint64_t bit
 bool Put_Real(Bytes& out, unsigned short vr, double number)
 {
     if (vr == VR_FD || vr == VR_OD) {
-        Put_Little_Endian(out, std::bit_cast<std::uint64_t>(number), sizeof number);
+        Put_Little_Endian(out, lib_util::bit_cast<std::uint64_t>(number), sizeof number);
         return true;
     }
     if (vr == VR_FL || vr == VR_OF) {
@@ -188,7 +187,7 @@ bool Put_Real(Bytes& out, unsigned short vr, double number)
         if (std::isinf(single) && !std::isinf(number)) {
             return false;
         }
-        Put_Little_Endian(out, std::bit_cast<std::uint32_t>(single), sizeof single);
+        Put_Little_Endian(out, lib_util::bit_cast<std::uint32_t>(single), sizeof single);
         return true;
     }
     constexpr double Exact = 9007199254740992.0;
@@ -213,9 +212,9 @@ bool Put_Decimal(Bytes& out, double number)
     char text[40];
     for (int digits = 17; std::isfinite(number) && digits > 0; --digits) {
         const char* end = text + sizeof text;
-        const auto shortest = digits == 17 ? std::to_chars(text, text + sizeof text, number)
-                                           : std::to_chars(text, text + sizeof text, number,
-                                                           std::chars_format::general, digits);
+        const auto shortest = digits == 17 ? lib_util::to_chars(text, text + sizeof text, number)
+                                           : lib_util::to_chars(text, text + sizeof text, number,
+                                                                std::chars_format::general, digits);
         end = shortest.ptr;
         if (static_cast<std::size_t>(end - text) <= Longest) {
             Put_Text(out, {text, end});
@@ -246,14 +245,14 @@ bool Put_Number_Text(Bytes& out, unsigned short vr, std::string_view text)
     const char* const end = text.data() + text.size();
     if (Width_Of(vr) != 0 && (vr == VR_FL || vr == VR_FD || vr == VR_OF || vr == VR_OD)) {
         double number = 0;
-        const auto parsed = std::from_chars(text.data(), end, number);
+        const auto parsed = lib_util::from_chars(text.data(), end, number);
         return parsed.ec == std::errc() && parsed.ptr == end && Put_Real(out, vr, number);
     }
     const bool negative = text.starts_with('-');
     std::int64_t number = 0;
     std::uint64_t large = 0;
-    const auto parsed = negative ? std::from_chars(text.data(), end, number)
-                                 : std::from_chars(text.data(), end, large);
+    const auto parsed = negative ? lib_util::from_chars(text.data(), end, number)
+                                 : lib_util::from_chars(text.data(), end, large);
     return parsed.ec == std::errc() && parsed.ptr == end &&
            Put_Integer(out, vr, negative, negative ? static_cast<std::uint64_t>(number) : large);
 }

@@ -4,11 +4,10 @@
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
 #include "mend/writing/encoder.h"
+#include "util/older_libraries.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -58,8 +57,8 @@ bool Is_Real(unsigned short vr)
 double Real_Of(const Bytes& bytes)
 {
     return bytes.size() == sizeof(float)
-               ? double{std::bit_cast<float>(static_cast<std::uint32_t>(Number_Of(bytes)))}
-               : std::bit_cast<double>(Number_Of(bytes));
+               ? double{lib_util::bit_cast<float>(static_cast<std::uint32_t>(Number_Of(bytes)))}
+               : lib_util::bit_cast<double>(Number_Of(bytes));
 }
 
 Bytes Number_Bytes(const Data_Set& set, const DICOM_List& record, std::size_t index)
@@ -90,7 +89,7 @@ std::optional<Number> Parsed(std::string_view text)
 {
     text.remove_prefix(text.starts_with('+') ? 1 : 0);
     Number number = {};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto [end, error] = lib_util::from_chars(text.data(), text.data() + text.size(), number);
     const bool whole = error == std::errc() && end == text.data() + text.size();
     return whole && !text.empty() ? std::optional(number) : std::nullopt;
 }
@@ -99,7 +98,7 @@ template <class Number>
 std::string Printed(Number number)
 {
     char text[40];
-    const auto [end, error] = std::to_chars(text, text + sizeof text, number);
+    const auto [end, error] = lib_util::to_chars(text, text + sizeof text, number);
     return {text, end};
 }
 

@@ -167,7 +167,8 @@ std::size_t Source::Read(std::int64_t offset, std::span<unsigned char> out) cons
     if (offset < 0 || offset >= size_ || out.empty()) {
         return 0;
     }
-    const std::size_t wanted = std::min(out.size(), static_cast<std::size_t>(size_ - offset));
+    const auto wanted =
+        static_cast<std::size_t>(std::min(static_cast<std::int64_t>(out.size()), size_ - offset));
     if (image_ != nullptr) {
         std::memcpy(out.data(), image_ + offset, wanted);
         return wanted;

@@ -15,7 +15,8 @@ std::span<const unsigned char> Window::Elsewhere(std::int64_t offset, std::size_
     if (offset < 0 || offset >= source_.Size() || is_short_) {
         return {};
     }
-    size = std::min(size, static_cast<std::size_t>(source_.Size() - offset));
+    size = static_cast<std::size_t>(
+        std::min(static_cast<std::int64_t>(size), source_.Size() - offset));
     if (source_.Image() != nullptr) {
         return near_.bytes.subspan(static_cast<std::size_t>(offset), size);
     }

@@ -1,9 +1,9 @@
 #include "mend/json/number_texts.h"
 
+#include "util/older_libraries.h"
+
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -55,7 +55,7 @@ std::string Float_Text(Float number)
         return number > 0 ? "\"Infinity\"" : "\"-Infinity\"";
     }
     std::array<char, 64> text;
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+    const auto end = lib_util::to_chars(text.data(), text.data() + text.size(), number).ptr;
     const std::string shortest(text.data(), end);
     // As an integer, it would lose its sign.
     return shortest == "-0" ? "-0.0" : shortest;
@@ -77,7 +77,7 @@ std::optional<Number> Whole_Number(std::string_view text)
 {
     Number number{};
     const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    const auto [stop, error] = lib_util::from_chars(text.data(), end, number);
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
@@ -133,7 +133,7 @@ bool Append_Float(std::string_view text, bool is_string, Bytes& out)
         number = Whole_Number<Float>(text);
     }
     if (number) {
-        Append_Unsigned(std::bit_cast<Bits>(*number), sizeof(Bits), out);
+        Append_Unsigned(lib_util::bit_cast<Bits>(*number), sizeof(Bits), out);
     }
     return number.has_value();
 }
@@ -143,7 +143,7 @@ bool Append_Tag(std::string_view text, Bytes& out)
     constexpr std::size_t Size = 8;
     std::uint32_t number = 0;
     const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number, 16);
+    const auto [stop, error] = lib_util::from_chars(text.data(), end, number, 16);
     if (text.size() != Size || error != std::errc() || stop != end) {
         return false;
     }
@@ -163,19 +163,21 @@ std::string JSON_Number(const JSON_Form& form, std::span<const unsigned char> by
     if (form.kind == JSON_Kind::Integers) {
         return Integer_Text(form, bits);
     }
-    return form.width == 4 ? Float_Text(std::bit_cast<float>(static_cast<std::uint32_t>(bits)))
-                           : Float_Text(std::bit_cast<double>(bits));
+    return form.width == 4 ? Float_Text(lib_util::bit_cast<float>(static_cast<std::uint32_t>(bits)))
+                           : Float_Text(lib_util::bit_cast<double>(bits));
 }
 
 bool Is_Special_NaN(std::span<const unsigned char> bytes)
 {
     const std::uint64_t bits = Unsigned_In(bytes);
     if (bytes.size() == sizeof(float)) {
-        const auto usual = std::bit_cast<std::uint32_t>(std::numeric_limits<float>::quiet_NaN());
-        return std::isnan(std::bit_cast<float>(static_cast<std::uint32_t>(bits))) && bits != usual;
+        const auto usual =
+            lib_util::bit_cast<std::uint32_t>(std::numeric_limits<float>::quiet_NaN());
+        return std::isnan(lib_util::bit_cast<float>(static_cast<std::uint32_t>(bits))) &&
+               bits != usual;
     }
-    const auto usual = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::quiet_NaN());
-    return std::isnan(std::bit_cast<double>(bits)) && bits != usual;
+    const auto usual = lib_util::bit_cast<std::uint64_t>(std::numeric_limits<double>::quiet_NaN());
+    return std::isnan(lib_util::bit_cast<double>(bits)) && bits != usual;
 }
 
 bool Is_Exact_JSON_Number(std::string_view text, unsigned short vr)

@@ -2,10 +2,10 @@
 
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
+#include "util/older_libraries.h"
 
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -23,7 +23,7 @@ std::optional<double> Number_Of(std::string_view text)
     }
     double number = 0;
     const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
+    const auto result = lib_util::from_chars(text.data(), end, number);
     const bool is_number = result.ec == std::errc() && result.ptr == end && std::isfinite(number);
     return is_number ? std::optional(number) : std::nullopt;
 }
@@ -102,9 +102,9 @@ double Value_View::Binary(int index) const
     }
     switch (vr_) {
     case VR_FL:
-        return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+        return static_cast<double>(lib_util::bit_cast<float>(static_cast<std::uint32_t>(bits)));
     case VR_FD:
-        return std::bit_cast<double>(bits);
+        return lib_util::bit_cast<double>(bits);
     case VR_SS:
         return static_cast<std::int16_t>(bits);
     case VR_SL:

@@ -1,9 +1,9 @@
 #include "attributes/create/value_forms.h"
 
 #include "frame/report.h"
+#include "util/older_libraries.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
@@ -28,8 +28,8 @@ std::string Seconds_Text(float number)
     const double rounded = fraction < 0.001 ? whole : whole + 1;
     const double shown = !is_whole ? seconds : rounded == 0 ? 0 : rounded;  // no "-0"
     char text[64];
-    const auto end = std::to_chars(std::begin(text), std::end(text), shown,
-                                   std::chars_format::fixed, is_whole ? 0 : 3);
+    const auto end = lib_util::to_chars(std::begin(text), std::end(text), shown,
+                                        std::chars_format::fixed, is_whole ? 0 : 3);
     const std::size_t width = is_whole ? 2 : 6;
     const std::size_t size = static_cast<std::size_t>(end.ptr - text);
     return std::string(width - std::min(width, size), '0').append(text, size);
@@ -70,7 +70,7 @@ void Write_Double(Value_Buffer& value, double number)
 /** The accessors know no integer of 64 bits; one travels as the bits of a double. */
 void Write_Wide(Value_Buffer& value, std::int64_t number)
 {
-    value.Add_Number<8>(Put_Double(Order, std::bit_cast<double>(number)));
+    value.Add_Number<8>(Put_Double(Order, lib_util::bit_cast<double>(number)));
 }
 
 void Write_Integer_Text(Value_Buffer& value, int number)
@@ -83,8 +83,9 @@ void Write_Decimal_Text(Value_Buffer& value, const float& number)
 {
     constexpr int Digits = 7;
     char text[32];
-    const auto end = std::to_chars(std::begin(text), std::end(text), static_cast<double>(number),
-                                   std::chars_format::general, Digits);
+    const auto end =
+        lib_util::to_chars(std::begin(text), std::end(text), static_cast<double>(number),
+                           std::chars_format::general, Digits);
     const std::string_view shown(text, static_cast<std::size_t>(end.ptr - text));
     // A kept quirk: the float just below 1 is written as 1, its negative is left as it is.
     value.Add(shown == "-0" ? "0" : shown == "0.9999999" ? "1" : shown);

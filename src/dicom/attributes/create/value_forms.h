@@ -4,10 +4,10 @@
 
 #include "attributes/create/value_buffer.h"
 #include "attributes/create/value_builders.h"
+#include "util/older_libraries.h"
 
 #include <Lib_DICOM/values.h>
 
-#include <bit>
 #include <cstdint>
 
 namespace lib_dicom {
@@ -21,7 +21,7 @@ Number Take_Int_Slot(Arguments& args)
 /** Callers pass the bits of the float in a slot of their own, since a float would be widened. */
 inline float Take_Float_Bits(Arguments& args)
 {
-    return std::bit_cast<float>(va_arg(args.list, unsigned int));
+    return lib_util::bit_cast<float>(va_arg(args.list, unsigned int));
 }
 
 inline double Take_Double(Arguments& args)

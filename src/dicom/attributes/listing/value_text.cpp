@@ -2,12 +2,12 @@
 
 #include "frame/vr_rules.h"
 #include "read/very_long.h"
+#include "util/older_libraries.h"
 
 #include <Lib_DICOM/dictionary.h>
 #include <Lib_DICOM/values.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <iterator>
 
@@ -163,7 +163,8 @@ template <class Number>
 std::string Decimal(Number number)
 {
     char text[40];
-    const std::to_chars_result result = std::to_chars(std::begin(text), std::end(text), number);
+    const std::to_chars_result result =
+        lib_util::to_chars(std::begin(text), std::end(text), number);
     return {text, result.ptr};
 }
 

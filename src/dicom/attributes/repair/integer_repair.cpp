@@ -1,7 +1,7 @@
 // Integers as texts: decimals become integers, and all stay within 32 bits.
 #include "attributes/repair/value_work.h"
+#include "util/older_libraries.h"
 
-#include <charconv>
 #include <cmath>
 #include <optional>
 
@@ -30,7 +30,7 @@ std::optional<int> To_Integer(std::string_view text)
 {
     text = After_Blanks_And_Plus(text);
     double number = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) {
+    if (lib_util::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc()) {
         return std::nullopt;
     }
     number = std::trunc(number);
