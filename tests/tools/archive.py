@@ -316,12 +316,66 @@ def inputs_are_never_written_over():
             after = tree(scratch / "in")
             assert {name: after.get(name) for name in before} == before, arguments
             shutil.rmtree(inner / ".dicom-mend", ignore_errors=True)
+        (scratch / "z").mkdir()
+        (scratch / "z" / "in").symlink_to("../in/s")
+        cut = scratch / "cut"
+        cut.mkdir()
+        (cut / "0.dcm").write_bytes(made("1.2.3")[:-20])
+        (scratch / "cut" / "f").symlink_to("../in/0.dcm")
+        (scratch / "o" / "cut").symlink_to("../in")
+        (scratch / "in" / "e").touch()
+        before = tree(scratch / "in")
+        for arguments, words in (
+                (("--to", scratch / "x1", "--force", "--quarantine", scratch / "z", cut, scratch / "in"), b""),
+                (("--to", scratch / "o", "--force", cut, scratch / "in" / "0.dcm"), b"where nothing is replaced"),
+                (("--to", scratch / "in", "--force", "--follow", cut), b"with nothing in it"),
+                (("--to", scratch / "x2", "--state", scratch / "in" / "e", scratch / "in"), b"where nothing is replaced")):
+            done = run("mend", *arguments, cwd=scratch, timeout=60)
+            assert words in done.stderr, (arguments, done.stderr)
+            after = tree(scratch / "in")
+            assert {name: after.get(name) for name in before} == before, arguments
         # What was refused has left nothing.
         assert not (scratch / "q").exists() and not (scratch / "q.state").exists() and not (scratch / "o2").exists()
         # A pipe at the place of an output is no file to compare with.
         (scratch / "p").mkdir()
         os.mkfifo(scratch / "p" / "0.dcm")
         assert b"exists already" in run("mend", "--to", scratch / "p", scratch / "in" / "0.dcm", status=2, timeout=60).stderr
+
+
+def inputs_of_one_name_stay_apart():
+    """Also when a run goes on, when they change, and in quarantine."""
+    with Scratch() as scratch:
+        for number, folder in enumerate(("v1/D", "v2/D", "v3/e")):
+            (scratch / folder).mkdir(parents=True)
+            (scratch / folder / "1").write_bytes(made(f"1.2.{number}", patient=folder, pixels=64 + number)[:None if number else -20])
+        (scratch / "v3" / "D").symlink_to("e")
+        inputs = ["v1/D", "v2/D", "v1/../v3/D/../e", "v2/none", "v3/e/1", "./v2/D/"]
+        arguments = ["mend", "--to", "o", "--quarantine", "q", "--report", "o/1.jsonl", *inputs]
+        said = run(*arguments, status=2, cwd=scratch).stderr
+        assert b"v2/none: error" in said and said.count(b"another file has its name") == 1, said
+        before = tree(scratch / "o"), tree(scratch / "q")
+        names = sorted(str(name) for name in before[0])
+        assert names == ["1.jsonl", "D/1", "D~2/1", "e/1"], names
+        assert sorted(str(name) for name in before[1]) == ["D/1", "D/1.findings.jsonl", "none.findings.jsonl"], before[1]
+        for _ in range(2):
+            assert b"done before: 3" in run(*arguments, "--resume", status=2, cwd=scratch).stderr
+            after = tree(scratch / "o"), tree(scratch / "q")
+            assert [after[0][pathlib.Path(name)] for name in names[1:]] == [before[0][pathlib.Path(name)] for name in names[1:]]
+            assert after[1] == before[1]
+            shutil.rmtree(scratch / "q")
+        (scratch / "v1" / "D" / "1").write_bytes(made("1.2.9"))
+        (scratch / "v2" / "none").write_bytes(made("1.2.8"))
+        # A folder without rights does not make a run forget what is its own.
+        (scratch / "o" / "D" / "1").rename(scratch / "kept")
+        (scratch / "o" / "D" / "1").mkdir()
+        assert b"D/1: error: cannot be written" in run(*arguments, "--resume", status=2, cwd=scratch).stderr
+        (scratch / "o" / "D" / "1").rmdir()
+        (scratch / "kept").rename(scratch / "o" / "D" / "1")
+        run(*arguments, "--resume", status=1, cwd=scratch)
+        assert b"1.2.9" in (scratch / "o" / "D" / "1").read_bytes() and not [path for path in (scratch / "q").rglob("*") if path.is_file()]
+        (scratch / "list").write_text("v1/D/1\nv2/../v1/D/1\nv1/D\n../missing\n")
+        assert run("mend", "--to", "l", "--from-list", "list", cwd=scratch, status=2).stderr.count(b"a number tells") == 2
+        assert sorted(str(name) for name in tree(scratch / "l")) == ["v1/D/1", "v1/D/1~2", "v1/D/1~3"]
 
 
 def what_is_mended_leaves_quarantine():
@@ -510,7 +564,7 @@ def killed_runs():
     killed_runs_lose_and_repeat_nothing(KILLS)
 
 
-TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, inputs_are_never_written_over,
+TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, inputs_are_never_written_over, inputs_of_one_name_stay_apart,
          what_is_mended_leaves_quarantine, changed_and_missing_files_are_done_again,
          interrupted_runs_end_in_order, a_worker_that_dies_costs_its_file, layouts_stay_below_their_folder,
          rooms_and_rights, standard_streams, killed_runs)

@@ -119,6 +119,8 @@ Exit_Status Answer(CLI::App& app, const std::vector<std::string>& words)
 
 Exit_Status Run(const std::vector<std::string>& words)
 {
+    // Options name elements before any file is read.
+    DICOM_Flag_Current_Standard = 1;
     CLI::App app(Description, "dicom-mend");
     app.footer(Foot);
     app.require_subcommand(1);

@@ -123,6 +123,7 @@ void Pack(const Work_Item& item, Packer& packer)
     packer.Put(item.size);
     packer.Put(item.modified);
     packer.Put(item.is_found);
+    packer.Put(item.is_numbered);
     packer.Put(item.staged);
 }
 
@@ -135,6 +136,7 @@ Work_Item Unpack_Item(Unpacker& bytes)
     item.size = bytes.Signed();
     item.modified = bytes.Signed();
     item.is_found = bytes.Flag();
+    item.is_numbered = bytes.Flag();
     item.staged = bytes.Text();
     return item;
 }

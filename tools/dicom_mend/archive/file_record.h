@@ -28,6 +28,8 @@ struct Work_Item {
     std::int64_t modified = 0;
     /** It stands in a folder that was named, and was not named itself. */
     bool is_found = false;
+    /** Another one has the name that its place would have; a number tells them apart. */
+    bool is_numbered = false;
     /** Where the worker leaves its output; empty for none. */
     std::string staged;
 };

@@ -12,11 +12,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** Without links, as far as it is there. */
-fs::path Place_Of(const std::string& path)
+fs::path Canonical(const fs::path& path)
 {
     std::error_code error;
-    return fs::weakly_canonical(fs::absolute(lib_mend::Native_Path(path), error), error);
+    const fs::path place = fs::weakly_canonical(fs::absolute(path, error), error);
+    return place.has_filename() ? place : place.parent_path();
 }
 
 /** Nothing is there, or a folder with nothing in it but what a run makes for itself. */
@@ -50,7 +50,28 @@ std::string Refusal_Of_Quarantine(const Run_Options& options)
     return {};
 }
 
+/** What a run writes beside its outputs must not take the place of anything else. */
+std::string Refusal_Of_File(const Run_Options& options, const std::string& path)
+{
+    std::error_code error;
+    if (!options.quarantine.empty() && Stands_In(path, options.quarantine)) {
+        return path + ": error: has to stand apart from the folder of quarantine";
+    }
+    const fs::path place = Place_Of(path);
+    // One that is not empty tells by itself that it is another file.
+    if (!options.resume && fs::is_regular_file(place, error) && fs::is_empty(place, error) &&
+        Inputs(options.walk.paths).Hold(path)) {
+        return path + ": error: stands in the inputs, where nothing is replaced";
+    }
+    return {};
+}
+
 }  // namespace
+
+fs::path Place_Of(const std::string& path)
+{
+    return Canonical(lib_mend::Native_Path(path));
+}
 
 bool Stands_In(const std::string& path, const std::string& folder)
 {
@@ -63,15 +84,24 @@ bool Stands_In(const std::string& path, const std::string& folder)
 Inputs::Inputs(const std::vector<std::string>& paths)
 {
     for (const std::string& path : paths) {
-        const fs::path place = Place_Of(path);
-        // A slash at the end makes no other place.
-        places_.insert((place.has_filename() ? place : place.parent_path()).string());
+        places_.insert(Place_Of(path).string());
     }
 }
 
 bool Inputs::Hold(const std::string& path) const
 {
-    for (fs::path place = Place_Of(path);; place = place.parent_path()) {
+    return Hold_Place(Place_Of(path));
+}
+
+bool Inputs::Hold_Entry(const std::string& path) const
+{
+    const fs::path whole = lib_mend::Native_Path(path);
+    return Hold_Place(Canonical(whole.parent_path()) / whole.filename());
+}
+
+bool Inputs::Hold_Place(fs::path place) const
+{
+    for (;; place = place.parent_path()) {
         if (places_.contains(place.string())) {
             return true;
         }
@@ -95,9 +125,17 @@ std::string Refusal_Of(const Run_Options& options)
             return folder + ": error: holds the input " + *held + ", which is never overwritten";
         }
     }
-    // Whether a list names what stands there is known too late.
-    if (!options.walk.list.empty() && options.force && !Is_Free(to)) {
-        return to + ": error: --force with a list needs a folder with nothing in it";
+    // Whether a list names what stands there, or a link leads to it, is known too late.
+    const bool is_listed = !options.walk.list.empty();
+    if ((is_listed || options.walk.follow) && options.force && !to.empty() && !Is_Free(to)) {
+        return to + ": error: --force with " + (is_listed ? "a list" : "--follow") +
+               " needs a folder with nothing in it";
+    }
+    for (const std::string& path : {options.report, options.State_Path()}) {
+        const std::string refused = path.empty() ? path : Refusal_Of_File(options, path);
+        if (!refused.empty()) {
+            return refused;
+        }
     }
     if (options.has_layout && options.walk.shards > 1 && options.force) {
         return to + ": error: --force cannot tell what other shards put there from older files";

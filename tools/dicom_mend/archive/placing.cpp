@@ -27,25 +27,6 @@ namespace fs = std::filesystem;
 
 constexpr char Exists[] = "exists already";
 
-/** Where the copy of a file stands in quarantine, and its findings: names have room for an ending. */
-struct Copy_Names {
-    Copy_Names(const std::string& folder, const File_Record& record)
-        : copy(folder + "/" + record.relative)
-    {
-        constexpr std::string_view Ending = ".findings.jsonl";
-        constexpr std::size_t Longest = 255;
-        const std::size_t slash = copy.find_last_of('/');
-        const std::string name = copy.substr(slash + 1);
-        findings = name.size() + Ending.size() <= Longest
-                       ? copy
-                       : copy.substr(0, slash + 1) + Cut_Name(name, Longest - Ending.size());
-        findings += Ending;
-    }
-
-    std::string copy;
-    std::string findings;
-};
-
 bool Is_Same_Content(const std::string& path, const std::string& other)
 {
     std::string error;
@@ -101,6 +82,22 @@ std::string Placing::Make_Work() const
     return error;
 }
 
+void Placing::Unmake_Work() const
+{
+    for (std::uint64_t i = 0; i < Folders; ++i) {
+        rmdir((work_ + "/" + std::to_string(i)).c_str());
+    }
+    rmdir(work_.c_str());
+}
+
+void Placing::Take_Place(const std::string& path)
+{
+    if (!folder_.empty() && Stands_In(path, folder_)) {
+        taken_.insert(std::hash<std::string>()(
+            Place_Of(path).lexically_relative(Place_Of(folder_)).string()));
+    }
+}
+
 void Placing::Clear_Work() const
 {
     std::error_code error;
@@ -126,7 +123,6 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
             return "its folder cannot be made: " + error;
         }
         last_folder_ = around;
-        is_in_input_ = inputs_.Hold(around);
     }
     if (!replace) {
         if (renameat2(AT_FDCWD, staged.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
@@ -140,7 +136,8 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
         if (errno != EEXIST) {
             return std::strerror(errno);
         }
-        if (!Can_Be_Read_Again(path) || !Is_Same_Content(staged, path)) {
+        // Another shard may have put a twin there, which counts for itself.
+        if ((shared_ && !is_own) || !Can_Be_Read_Again(path) || !Is_Same_Content(staged, path)) {
             return Exists;
         }
         // Where the machine lost power, the log may know less than the folder.
@@ -149,7 +146,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
     }
     const std::string fault = lib_mend::Target_Fault(path, true);
     std::error_code error;
-    if (is_in_input_ && !is_own && fs::exists(path, error)) {
+    if (!is_own && fs::exists(path, error) && inputs_.Hold_Entry(path)) {
         return "stands in the input, where nothing is replaced";
     }
     if (lib_mend::Is_Same_File(input, path)) {
@@ -161,7 +158,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
     return rename(staged.c_str(), path.c_str()) == 0 ? "" : std::strerror(errno);
 }
 
-void Placing::Choose(File_Record& record, const std::string& own)
+void Placing::Choose(File_Record& record, const std::string& own, bool is_numbered)
 {
     constexpr int Most = 1'000'000;
     const std::string wanted = record.layout.empty() ? record.relative : record.layout;
@@ -177,7 +174,7 @@ void Placing::Choose(File_Record& record, const std::string& own)
     taken_.insert(std::hash<std::string>()(name));
     const bool is_said =
         !record.findings.empty() && record.findings.back().fault == lib_mend::Fault::Name_Taken;
-    if (name != wanted && !is_said) {
+    if ((name != wanted || (is_numbered && record.layout.empty())) && !is_said) {
         Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
                     "another file has its name; a number tells them apart");
     }
@@ -201,70 +198,6 @@ Placing::Outcome Placing::Place(File_Record& record, const std::string& staged, 
     record.output.clear();
     record.has_output = false;
     return Outcome::Failed;
-}
-
-void Clear_Copies(const std::string& folder)
-{
-    std::error_code error;
-    for (fs::recursive_directory_iterator entry(folder, error);
-         !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        if (entry->path().filename().string().starts_with(".dicom-mend-")) {
-            unlink(entry->path().c_str());
-        }
-    }
-}
-
-void Leave_Quarantine(const std::string& folder, const File_Record& record)
-{
-    const Copy_Names names(folder, record);
-    unlink(names.copy.c_str());
-    unlink(names.findings.c_str());
-}
-
-std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values)
-{
-    const Copy_Names names(folder, record);
-    std::string error = Make_Folders(names.copy.substr(0, names.copy.find_last_of('/')));
-    if (!error.empty()) {
-        return error;
-    }
-    std::string lines;
-    if (!record.failure.empty()) {
-        lines += "{\"file\":" + lib_mend::JSON_Name(record.path) +
-                 ",\"severity\":\"error\",\"text\":" + lib_mend::JSON_Text(record.failure) + "}\n";
-    }
-    for (const lib_mend::Finding& finding : record.findings) {
-        lines += Finding_JSON(record.path, finding, show_values) + "\n";
-    }
-    const std::span<const unsigned char> bytes(reinterpret_cast<const unsigned char*>(lines.data()),
-                                               lines.size());
-    error = lib_mend::Write_Safely(names.findings, {bytes}, true);
-    if (!error.empty()) {
-        return "the findings: " + error;
-    }
-    if (!Can_Be_Read_Again(record.path)) {
-        return "it is no regular file";
-    }
-    const std::shared_ptr<lib_mend::Source> source = lib_mend::Source::Open(record.path, error);
-    if (source == nullptr) {
-        return error;
-    }
-    const auto give = [&](const lib_mend::File_Taker& taker) {
-        lib_mend::Bytes block(std::size_t{1} << 20);
-        std::int64_t at = 0;
-        if (source->Descriptor() >= 0) {
-            at = taker.copy(source->Descriptor(), 0, source->Size());
-        }
-        while (at < source->Size()) {
-            const std::size_t count = source->Read(at, block);
-            if (count == 0 || !taker.take(std::span(block).first(count))) {
-                return false;
-            }
-            at += static_cast<std::int64_t>(count);
-        }
-        return true;
-    };
-    return lib_mend::Write_Safely(names.copy, give, true);
 }
 
 }  // namespace dicom_mend

@@ -28,6 +28,8 @@ public:
     std::string Staged(const std::string& session, std::uint64_t index) const;
     /** Makes the folders of staged outputs; the reason of a failure. */
     std::string Make_Work() const;
+    /** Takes them away again, if nothing is in them. */
+    void Unmake_Work() const;
     /** Removes what the workers of this run and of killed ones left. */
     void Clear_Work() const;
     /** Paths that other files of the run have, by their hash values. */
@@ -35,12 +37,15 @@ public:
     {
         taken_ = std::move(taken);
     }
+    /** The run writes another file of its own there. */
+    void Take_Place(const std::string& path);
     /**
      * Chooses the place of an output, and says it in the record.
      *
-     * @param own  path that an earlier mending of the file left; empty for none
+     * @param own          path that an earlier mending of the file left; empty for none
+     * @param is_numbered  a number in the place of the input tells it from another one
      */
-    void Choose(File_Record& record, const std::string& own);
+    void Choose(File_Record& record, const std::string& own, bool is_numbered);
     enum class Outcome { In_Place, Failed, Taken };
     /**
      * Puts an output in the place that was chosen. A failure is a finding, unless the place turned out to be
@@ -65,22 +70,11 @@ private:
     bool shared_;
     Inputs inputs_;
     std::string last_folder_;
-    /** That folder stands in an input, or a link in OUT_DIR leads there. */
-    bool is_in_input_ = false;
     std::unordered_set<std::size_t> taken_;
 };
 
 /** Creates a folder and those around it; the reason of a failure. */
 std::string Make_Folders(const std::string& path);
-
-/** Removes what is left of copies that were cut short. */
-void Clear_Copies(const std::string& folder);
-
-/** Removes the copy of a file, of which an earlier run found faults that are there no more. */
-void Leave_Quarantine(const std::string& folder, const File_Record& record);
-
-/** Copies a file and its findings, so that it can be looked at apart; the reason of a failure. */
-std::string Quarantine(const std::string& folder, const File_Record& record, bool show_values);
 
 }  // namespace dicom_mend
 

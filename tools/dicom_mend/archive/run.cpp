@@ -29,10 +29,10 @@ std::string Run::Prepare()
     }
     error = Open_All();
     if (!error.empty()) {
-        // Where the state belongs to a run that is at work, its staged files do too.
-        const bool is_own = owns_state_ || (!made.empty() && made.front() == options_.to);
+        // Where the state belongs to a run that is at work, the folders of staged files do too.
+        const bool is_own = state_.Is_Locked() || (!made.empty() && made.front() == options_.to);
         if (!options_.to.empty() && is_own) {
-            placing_.Clear_Work();
+            placing_.Unmake_Work();
         }
         for (const std::string& path : made) {
             // Folders that are not empty stay.
@@ -57,8 +57,8 @@ std::string Run::Open_All()
     if (!error.empty()) {
         return error;
     }
-    if (!options_.quarantine.empty() && options_.resume) {
-        Clear_Copies(options_.quarantine);
+    if (quarantine_.Is_Asked_For() && options_.resume) {
+        quarantine_.Clear_Copies();
     }
     const std::string state = options_.State_Path();
     if (!state.empty()) {
@@ -66,12 +66,13 @@ std::string Run::Open_All()
         if (!error.empty()) {
             return state + ": error: " + error;
         }
-        owns_state_ = true;
         session_ = state_.Session();
         logged_ = state_.Files();
         placing_.Set_Taken(state_.Outputs());
+        placing_.Take_Place(state);
     }
     if (!options_.report.empty()) {
+        placing_.Take_Place(options_.report);
         error = report_.Open(options_.report, options_.command, options_.show_values,
                              options_.force || options_.resume);
         if (!error.empty()) {

@@ -6,6 +6,7 @@
 #include "archive/placing.h"
 #include "archive/plan.h"
 #include "archive/progress.h"
+#include "archive/quarantine.h"
 #include "archive/run.h"
 #include "archive/run_report.h"
 #include "archive/run_state.h"
@@ -29,6 +30,7 @@ public:
                    }),
           placing_(options.to, options.Work_Folder(), options.walk.paths, options.force,
                    options.has_layout && options.walk.shards > 1),
+          quarantine_(options.quarantine, options.walk.paths),
           line_(options.verbosity != Verbosity::Quiet)
     {
     }
@@ -60,11 +62,11 @@ private:
     const Run_Teller& tell_;
     Workers workers_;
     Placing placing_;
+    Quarantine quarantine_;
     Progress_Line line_;
     Run_State state_;
     Run_Report report_;
     std::optional<Disk_Sync> sync_;
-    bool owns_state_ = false;
     /** Tells the staged files of this session from those of earlier ones. */
     std::string session_;
     Window window_;

@@ -71,7 +71,9 @@ void Run::Look_Up(Slot& slot)
     }
     ++known_;
     slot.own = logged->own;
-    slot.was_kept_apart = logged->record.status == Exit_Failure;
+    if (logged->is_old) {
+        return;
+    }
     if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
         ++changed_;
         return;
@@ -125,7 +127,7 @@ void Run::Place(Slot& slot)
     std::string own = slot.own;
     auto outcome = Placing::Outcome::Taken;
     while (outcome == Placing::Outcome::Taken) {
-        placing_.Choose(record, own);
+        placing_.Choose(record, own, slot.item.is_numbered);
         // The log says first where the file will be, so that it is found there whenever the run is killed.
         state_.Put_Placed(record);
         if (Stop_Without_State()) {
@@ -137,7 +139,9 @@ void Run::Place(Slot& slot)
         }
         const std::string output = record.output;
         outcome = placing_.Place(record, slot.staged, output == own);
-        if (outcome == Placing::Outcome::Failed) {
+        if (outcome == Placing::Outcome::Failed && output == own) {
+            state_.Put_Old(record, own);
+        } else if (outcome == Placing::Outcome::Failed) {
             state_.Put_Gone(record, output);
         }
         own.clear();
@@ -169,16 +173,17 @@ void Run::Add(const File_Record& record)
 bool Run::Keep_Apart(Slot& slot)
 {
     File_Record& record = slot.record;
-    if (options_.quarantine.empty()) {
+    if (!quarantine_.Is_Asked_For()) {
         return true;
     }
     if (record.status != Exit_Failure) {
-        if (slot.was_kept_apart) {
-            Leave_Quarantine(options_.quarantine, record);
+        // An earlier run may have found something.
+        if (options_.resume) {
+            quarantine_.Leave(record);
         }
         return true;
     }
-    const std::string error = Quarantine(options_.quarantine, record, options_.show_values);
+    const std::string error = quarantine_.Take(record, options_.show_values);
     if (!error.empty()) {
         Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
                     "cannot be copied to " + options_.quarantine + ": " + error);
@@ -193,6 +198,10 @@ void Run::Tell(Slot& slot)
         ++finished_;
         ++done_files_;
         done_bytes_ += slot.item.size;
+        if (quarantine_.Is_Asked_For() &&
+            (record.status != Exit_Failure || !quarantine_.Has(record))) {
+            Keep_Apart(slot);
+        }
         Add(record);
         return;
     }
@@ -204,11 +213,15 @@ void Run::Tell(Slot& slot)
         is_kept = (record.status == before || Keep_Apart(slot)) && is_kept;
         if (!is_kept) {
             // It is done again when the run goes on.
-            state_.Put_Gone(record, record.output);
+            state_.Put_Old(record, record.output.empty() ? slot.own : record.output);
         }
     }
     line_.Clear();
     tell_(record);
+    // What the log says was told has to be out, whenever the process is killed.
+    if (state_.Is_Open()) {
+        std::fflush(stdout);
+    }
     Add(record);
 }
 

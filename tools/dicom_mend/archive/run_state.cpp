@@ -31,7 +31,8 @@ enum Kind : char {
     Folder_Kind = 'F',
     Done_Kind = 'D',
     Placed_Kind = 'P',
-    Gone_Kind = 'G'
+    Gone_Kind = 'G',
+    Old_Kind = 'O'
 };
 
 std::string Sum_Of(char kind, std::string_view bytes)
@@ -79,6 +80,7 @@ bool Run_State::Lock()
     constexpr int Tries = 100;
     for (int i = 0; i < Tries; ++i) {
         if (flock(descriptor_, LOCK_EX | LOCK_NB) == 0) {
+            is_locked_ = true;
             return true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
@@ -203,6 +205,8 @@ void Run_State::Learn()
             } else if (kind == Gone_Kind) {
                 places_.erase(lib_mend::FNV_1a(unpacker.Text()));
                 outputs_.erase(std::hash<std::string>()(unpacker.Text()));
+            } else if (kind == Old_Kind) {
+                places_[lib_mend::FNV_1a(unpacker.Text())] = {-1, at};
             } else {
                 Places& places = places_[lib_mend::FNV_1a(unpacker.Text())];
                 places.placed = kind == Placed_Kind ? at : places.placed;
@@ -223,6 +227,14 @@ Logged_File Run_State::File_At(const Places& places) const
     Logged_File file;
     char kind = 0;
     std::int64_t next = 0;
+    file.is_old = places.done < 0;
+    if (file.is_old) {
+        const std::optional<std::string> old = Record_At(places.placed, kind, next);
+        Unpacker unpacker(old ? *old : std::string_view());
+        file.record.relative = unpacker.Text();
+        file.own = Whole(unpacker.Text());
+        return file;
+    }
     const std::optional<std::string> done = Record_At(places.done, kind, next);
     Unpacker unpacker(done ? *done : std::string_view());
     unpacker.Text();
@@ -254,7 +266,7 @@ Logged_File Run_State::File_At(const Places& places) const
 std::optional<Logged_File> Run_State::Find(const std::string& relative) const
 {
     const auto entry = places_.find(lib_mend::FNV_1a(relative));
-    if (entry == places_.end() || entry->second.done < 0) {
+    if (entry == places_.end()) {
         return {};
     }
     try {
@@ -287,6 +299,16 @@ void Run_State::Put_Gone(const File_Record& record, const std::string& output)
         packer.Put(record.relative);
         packer.Put(Below(output));
         Put(Gone_Kind, packer.Bytes());
+    }
+}
+
+void Run_State::Put_Old(const File_Record& record, const std::string& output)
+{
+    if (Is_Open()) {
+        Packer packer;
+        packer.Put(record.relative);
+        packer.Put(Below(output));
+        Put(Old_Kind, packer.Bytes());
     }
 }
 

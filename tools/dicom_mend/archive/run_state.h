@@ -29,6 +29,8 @@ struct Logged_File {
     std::string own;
     /** It has been printed, and its output stands where the record says. */
     bool is_placed = false;
+    /** Nothing but `own` is known: it has to be done again. */
+    bool is_old = false;
 };
 
 class Run_State {
@@ -54,6 +56,11 @@ public:
     {
         return descriptor_ >= 0;
     }
+    /** The log is this run's alone. */
+    bool Is_Locked() const
+    {
+        return is_locked_;
+    }
 
     /** What is known of a file of an earlier run; nothing when it was not done. Read from the log. */
     std::optional<Logged_File> Find(const std::string& relative) const;
@@ -63,6 +70,8 @@ public:
     void Put_Placed(const File_Record& record);
     /** What was put of a file does not hold any more. @param output  where it was to stand */
     void Put_Gone(const File_Record& record, const std::string& output);
+    /** A file has to be done again; its output, or that of an earlier mending, stands there. */
+    void Put_Old(const File_Record& record, const std::string& output);
     /** Another text for each run that went on with the log. */
     std::string Session() const;
     /** How many files the log knows. */
@@ -108,6 +117,7 @@ private:
     std::string Whole(const std::string& below) const;
 
     int descriptor_ = -1;
+    bool is_locked_ = false;
     std::int64_t end_ = 0;
     /** With a slash behind it. */
     std::string folder_;

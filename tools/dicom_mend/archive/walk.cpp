@@ -1,14 +1,17 @@
 #include "archive/walk.h"
 
 #include "archive/inputs.h"
+#include "archive/layout.h"
 #include "mend/findings/fnv.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <memory>
+#include <unordered_set>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -28,6 +31,11 @@ void Describe(const struct stat& status, Work_Item& item)
 {
     item.size = status.st_size;
     item.modified = status.st_mtim.tv_sec * Nanoseconds + status.st_mtim.tv_nsec;
+}
+
+std::string Last_Part(const std::string& path)
+{
+    return std::filesystem::path(path).filename().string();
 }
 
 std::string Last_Name(const std::string& path)
@@ -72,32 +80,39 @@ bool Is_In_Shard(const Walk_Options& options, const Walk_Entry& entry)
 
 namespace {
 
+namespace fs = std::filesystem;
+
+/** Tells whether a walk through one of some folders meets a file: it is there, and not hidden. */
+bool Is_Met(const fs::path& place, const std::unordered_set<std::string>& folders)
+{
+    std::error_code error;
+    if (!fs::exists(place, error)) {
+        return false;
+    }
+    for (fs::path inner = place; !inner.filename().string().starts_with('.');
+         inner = inner.parent_path()) {
+        const fs::path around = inner.parent_path();
+        if (around == inner || folders.contains(around.string())) {
+            return around != inner;
+        }
+    }
+    return false;
+}
+
 /** Leaves out what is named twice, and what stands in a folder that is named too. */
 std::vector<std::string> Named_Once(const std::vector<std::string>& paths)
 {
-    namespace fs = std::filesystem;
-    std::vector<fs::path> normal;
-    std::transform(paths.begin(), paths.end(), std::back_inserter(normal),
-                   [](const std::string& path) {
-                       const fs::path whole = fs::path(path).lexically_normal();
-                       return whole.has_filename() ? whole : whole.parent_path();
-                   });
-    std::vector<std::string> once;
-    for (std::size_t i = 0; i < paths.size(); ++i) {
-        const auto is_covered = [&](std::size_t other) {
-            const auto [end, rest] = std::mismatch(normal[other].begin(), normal[other].end(),
-                                                   normal[i].begin(), normal[i].end());
-            const bool is_same = rest == normal[i].end();
-            return end == normal[other].end() && (!is_same || other < i);
-        };
-        bool is_named_before = false;
-        for (std::size_t other = 0; other < paths.size() && !is_named_before; ++other) {
-            is_named_before = other != i && is_covered(other);
-        }
-        if (!is_named_before) {
-            once.push_back(paths[i]);
-        }
+    std::unordered_set<std::string> all;
+    for (const std::string& path : paths) {
+        all.insert(Place_Of(path).string());
     }
+    std::unordered_set<std::string> before;
+    std::vector<std::string> once;
+    std::copy_if(paths.begin(), paths.end(), std::back_inserter(once),
+                 [&](const std::string& path) {
+                     const fs::path place = Place_Of(path);
+                     return before.insert(place.string()).second && !Is_Met(place, all);
+                 });
     return once;
 }
 
@@ -105,9 +120,21 @@ std::vector<std::string> Named_Once(const std::vector<std::string>& paths)
 
 Walk::Walk(Walk_Options options) : options_(std::move(options))
 {
-    constexpr std::size_t Few = 1000;
-    if (options_.paths.size() <= Few) {
-        options_.paths = Named_Once(options_.paths);
+    options_.paths = Named_Once(options_.paths);
+}
+
+/** Gives what was named a place that nothing in front of it has, the same whenever a run goes on. */
+void Walk::Set_Apart(Work_Item& item)
+{
+    const std::hash<std::string> hash;
+    const auto [entry, is_free] = taken_.try_emplace(hash(item.relative), 2);
+    item.is_numbered = item.is_numbered || !is_free;
+    if (!is_free) {
+        const std::string name = item.relative;
+        int& next = entry->second;
+        do {
+            item.relative = Numbered(name, next++);
+        } while (!taken_.try_emplace(hash(item.relative), 2).second);
     }
 }
 
@@ -163,14 +190,17 @@ bool Walk::Next_Named(Walk_Entry& entry)
             const bool failed =
                 !options_.list.empty() && (list_ == nullptr || std::ferror(list_) != 0);
             entry.item.path = options_.list;
+            entry.item.relative = Last_Part(options_.list);
             entry.trouble = failed ? std::strerror(errno) : "";
             options_.list.clear();
             return failed;
         }
         struct stat status = {};
         entry.item.path = path;
+        entry.item.relative = is_path ? Last_Part(path) : Below(path);
         if (path.find('\0') != path.npos) {
             entry.item.path = options_.list;
+            entry.item.relative = Last_Part(options_.list);
             entry.trouble = "the names in it end with NUL, which --null is for";
             return true;
         }
@@ -180,14 +210,19 @@ bool Walk::Next_Named(Walk_Entry& entry)
         }
         if (stat(path.c_str(), &status) != 0) {
             entry.trouble = std::strerror(errno);
+            Set_Apart(entry.item);
             return true;
         }
         const bool is_alone = options_.paths.size() == 1 && options_.list.empty();
         if (S_ISDIR(status.st_mode)) {
-            const std::string relative = !is_path   ? Below(path)
-                                         : is_alone ? std::string()
-                                                    : Last_Name(path);
-            if (!Open_Folder(path, relative, entry.trouble)) {
+            if (is_path) {
+                entry.item.relative = is_alone ? std::string() : Last_Name(path);
+            }
+            // The tree of one folder stands in OUT_DIR itself.
+            if (!entry.item.relative.empty()) {
+                Set_Apart(entry.item);
+            }
+            if (!Open_Folder(path, entry.item, entry.trouble)) {
                 return true;
             }
             if (Next_Found(entry)) {
@@ -197,13 +232,12 @@ bool Walk::Next_Named(Walk_Entry& entry)
             continue;
         }
         Describe(status, entry.item);
-        entry.item.relative =
-            is_path ? std::filesystem::path(path).filename().string() : Below(path);
+        Set_Apart(entry.item);
         return true;
     }
 }
 
-bool Walk::Open_Folder(const std::string& path, const std::string& relative, std::string& trouble)
+bool Walk::Open_Folder(const std::string& path, const Work_Item& item, std::string& trouble)
 {
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
     struct stat status = {};
@@ -213,7 +247,8 @@ bool Walk::Open_Folder(const std::string& path, const std::string& relative, std
     }
     Level level;
     level.path = path.ends_with('/') ? path : path + "/";
-    level.relative = relative.empty() ? "" : relative + "/";
+    level.relative = item.relative.empty() ? "" : item.relative + "/";
+    level.is_numbered = item.is_numbered;
     level.identity = Identity_In(status);
     errno = 0;
     while (const dirent* const entry = readdir(folder.get())) {
@@ -246,6 +281,7 @@ bool Walk::Next_Found(Walk_Entry& entry)
         }
         entry.item.path = level.path + name;
         entry.item.relative = level.relative + name;
+        entry.item.is_numbered = level.is_numbered;
         entry.item.is_found = true;
         struct stat status = {};
         const bool is_there = (options_.follow ? stat(entry.item.path.c_str(), &status)
@@ -263,8 +299,7 @@ bool Walk::Next_Found(Walk_Entry& entry)
                                           identity) != options_.own_folders.end();
             if (std::any_of(levels_.begin(), levels_.end(), is_same)) {
                 ++counts_.links;
-            } else if (!is_own &&
-                       !Open_Folder(entry.item.path, entry.item.relative, entry.trouble)) {
+            } else if (!is_own && !Open_Folder(entry.item.path, entry.item, entry.trouble)) {
                 return true;
             }
             continue;
@@ -274,6 +309,10 @@ bool Walk::Next_Found(Walk_Entry& entry)
             continue;
         }
         Describe(status, entry.item);
+        // Names of a list may lead to a file that a folder in it holds.
+        if (!options_.list.empty()) {
+            Set_Apart(entry.item);
+        }
         return true;
     }
     return false;

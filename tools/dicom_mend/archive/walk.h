@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -79,6 +80,7 @@ private:
         /** With a slash behind. */
         std::string path;
         std::string relative;
+        bool is_numbered = false;
         File_Identity identity;
         std::vector<std::string> names;
         std::size_t next = 0;
@@ -87,13 +89,16 @@ private:
     bool Next_Named(Walk_Entry& entry);
     bool Next_Listed(std::string& name);
     bool Next_Found(Walk_Entry& entry);
-    bool Open_Folder(const std::string& path, const std::string& relative, std::string& trouble);
+    bool Open_Folder(const std::string& path, const Work_Item& item, std::string& trouble);
+    void Set_Apart(Work_Item& item);
 
     Walk_Options options_;
     Walk_Counts counts_;
     std::size_t next_path_ = 0;
     std::FILE* list_ = nullptr;
     std::vector<Level> levels_;
+    /** Hash values of places that are taken, and the number that the next one of the name would get. */
+    std::unordered_map<std::size_t, int> taken_;
 };
 
 /** Tells by the place of a file alone whether it belongs to a shard, the same on every machine. */

@@ -21,8 +21,6 @@ struct Slot {
     std::string staged;
     /** Where an earlier mending of the file left its output. */
     std::string own;
-    /** Of an earlier run, there is a copy in quarantine. */
-    bool was_kept_apart = false;
     /** An earlier run has told of it, and its output is in its place. */
     bool is_finished = false;
     /** The file itself decided what became of it; a full disk did not. */
