@@ -37,48 +37,27 @@ using lib_mend::Library_Session;
 using lib_mend::Printable;
 using lib_mend::Source;
 
-/** Reads a file of definition lines; returns the reason of a failure. */
-std::string Read_Text(const std::string& path, std::string& text)
+/** Takes what users set, and looks whether their rules are there; the reason of a failure. */
+std::string Take_Settings(const Completion& completion, std::vector<Setting>& settings)
 {
-    std::string error;
-    const std::shared_ptr<Source> source = Source::Open(path, error);
-    if (source == nullptr) {
-        return path + ": " + error;
+    std::string why;
+    if (!completion.rules.empty() && Source::Open(completion.rules, why) == nullptr) {
+        return "--rules " + completion.rules + ": " + why;
     }
-    lib_mend::Bytes bytes(static_cast<std::size_t>(source->Size()));
-    bytes.resize(source->Read(0, bytes));
-    text.assign(bytes.begin(), bytes.end());
-    text += '\n';
-    return text.find('\0') != text.npos ? path + ": is no text" : std::string();
-}
-
-/**
- * Finds what overrides the lines of the IOD: a file, which the library reads and names in its
- * messages, or the lines of one together with those that the settings stand for.
- *
- * @param inner  the settings of elements inside sequences, which no line stands for
- * @return the reason of a failure
- */
-std::string Find_Rules(const Completion& completion, std::string& rules,
-                       std::vector<Inner_Setting>& inner)
-{
-    if (completion.values.empty()) {
-        const bool is_relative = !completion.rules.empty() && completion.rules.front() != '/';
-        rules = (is_relative ? "./" : "") + completion.rules;
-        return {};
-    }
-    std::string error =
-        completion.rules.empty() ? std::string() : Read_Text(completion.rules, rules);
-    if (!error.empty()) {
-        return error;
-    }
-    for (const std::string& setting : completion.values) {
-        error = Take_Setting(setting, rules, inner);
+    for (const std::string& text : completion.values) {
+        const std::string error = Take_Setting(text, settings);
         if (!error.empty()) {
-            return "--set " + setting + ": " + error;
+            return "--set " + text + ": " + error;
         }
     }
     return {};
+}
+
+/** The name of a file of definition lines, in a form that is no line; empty for none. */
+std::string File_Of_Rules(const Completion& completion)
+{
+    const bool is_relative = !completion.rules.empty() && completion.rules.front() != '/';
+    return (is_relative ? "./" : "") + completion.rules;
 }
 
 const std::string& Input_Of(const Mend_Request& request)
@@ -386,19 +365,22 @@ Exit_Status Run_From_JSON(const Mend_Request& request)
 
 Exit_Status Run_Complete(const Mend_Request& request, const Completion& completion)
 {
-    std::string rules;
-    std::vector<Inner_Setting> inner;
-    const std::string error = Find_Rules(completion, rules, inner);
+    std::vector<Setting> settings;
+    const std::string error = Take_Settings(completion, settings);
     if (!error.empty()) {
         Report_Failure("complete", error);
         return Exit_Failure;
     }
+    std::string rules = File_Of_Rules(completion);
     const lib_mend::Override override(rules);
     return Mend_Files(request, [&](lib_mend::Data_Set& set, Findings& findings) {
-        lib_mend::Heal(set, request.options.heal, findings);
+        const lib_mend::Heal_Options& options = request.options.heal;
+        lib_mend::Heal(set, options, findings);
         // What the IOD says of them is looked at with the values that they have in the end.
-        const bool are_set = Set_Inner(set, inner, findings);
-        return lib_mend::Complete_IOD(set, completion.module, findings) && are_set;
+        const bool are_set = Set_All(set, settings, findings);
+        const bool is_complete = lib_mend::Complete_IOD(set, completion.module, findings);
+        Heal_Settings(set, settings, options, findings);
+        return is_complete && are_set;
     });
 }
 

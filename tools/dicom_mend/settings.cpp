@@ -1,6 +1,5 @@
 #include "settings.h"
 
-#include "mend/findings/attributes.h"
 #include "mend/healing/character_set.h"
 #include "mend/healing/image.h"
 #include "mend/interface/element_change.h"
@@ -66,15 +65,22 @@ std::optional<Bytes> Encoded(const Data_Set& set, unsigned short vr, const std::
     return Bytes(value.begin(), value.end());
 }
 
-/** A line of a definition file holds a value of one line, and takes the VR from the registry. */
-bool Fits_A_Line(lib_mend::Tag tag, const std::string& value)
+/** Why users have no say in an element; empty where they have. */
+std::string Refusal_Of(lib_mend::Tag tag)
 {
-    return lib_mend::Find_Attribute(tag).has_value() &&
-           std::none_of(value.begin(), value.end(),
-                        [](unsigned char letter) { return letter < ' '; });
+    constexpr unsigned short Meta_Group = 0x0002;
+    constexpr unsigned short First_Group = 0x0008;
+    if (tag.group == Meta_Group) {
+        return "the file meta information follows the data set; --syntax chooses the transfer "
+               "syntax";
+    }
+    if (tag.group < First_Group || tag.element == 0) {
+        return "is no attribute of a data set";
+    }
+    return {};
 }
 
-bool Set_One(Data_Set& set, const Inner_Setting& setting, Findings& findings)
+bool Set_One(Data_Set& set, const Setting& setting, Findings& findings)
 {
     const auto fail = [&](const char* text) {
         findings.Report(Fault::Not_Written, Level::Error,
@@ -100,44 +106,59 @@ bool Set_One(Data_Set& set, const Inner_Setting& setting, Findings& findings)
         return fail("cannot be set: the value has no form in its VR, or its letters none in the "
                     "character set of the file; --to-utf8 takes all letters");
     }
-    Set_Value(set, target, vr, *bytes);
+    // The file meta information follows what was asked for, and not what was read.
+    Set_Value(set, target, vr, *bytes).flags |= DICOM_Mark_Forced;
     return true;
 }
 
 }  // namespace
 
-std::string Take_Setting(const std::string& setting, std::string& rules,
-                         std::vector<Inner_Setting>& inner)
+std::string Take_Setting(const std::string& text, std::vector<Setting>& settings)
 {
-    const std::size_t equals = setting.find('=');
-    if (equals == setting.npos) {
+    const std::size_t equals = text.find('=');
+    if (equals == text.npos) {
         return "expected TAG=VALUE or KEYWORD=VALUE, for example Modality=CT";
     }
-    const std::string name = setting.substr(0, equals);
-    const auto tag = lib_mend::Parse_Tag(name);
-    if (tag && Fits_A_Line(*tag, setting.substr(equals + 1))) {
-        rules += "(" + Tag_Text(*tag) + ") - -- ! \"";
-        for (const char c : setting.substr(equals + 1)) {
-            rules += c == '"' ? "\"\"" : std::string(1, c);
-        }
-        rules += "\"\n";
-        return {};
-    }
-    if (const auto path = lib_mend::Parse_Path(name); tag || path) {
-        inner.push_back(
-            {path ? *path : lib_mend::Element_Path{{}, *tag}, setting.substr(equals + 1)});
-        return {};
+    const std::string name = text.substr(0, equals);
+    const auto path = lib_mend::Parse_Path(name);
+    if (path) {
+        settings.push_back({*path, text.substr(equals + 1)});
+        return Refusal_Of(path->tag);
     }
     return name.find('/') != name.npos
                ? name + " is no path, as RequestAttributesSequence[0]/ScheduledProcedureStepID is"
                : No_Attribute(name);
 }
 
-bool Set_Inner(Data_Set& set, const std::vector<Inner_Setting>& inner, Findings& findings)
+bool Set_All(Data_Set& set, const std::vector<Setting>& settings, Findings& findings)
 {
-    return std::all_of(inner.begin(), inner.end(), [&](const Inner_Setting& setting) {
-        return Set_One(set, setting, findings);
-    });
+    return std::all_of(settings.begin(), settings.end(),
+                       [&](const Setting& setting) { return Set_One(set, setting, findings); });
+}
+
+void Heal_Settings(Data_Set& set, const std::vector<Setting>& settings,
+                   lib_mend::Heal_Options options, Findings& findings)
+{
+    if (settings.empty()) {
+        return;
+    }
+    // What was kept is said already, and what users set is no change of what the file said.
+    options.record = false;
+    set.healed = false;
+    Findings again;
+    Heal(set, options, again);
+    for (const lib_mend::Finding& finding : again.All()) {
+        const auto setting =
+            std::find_if(settings.begin(), settings.end(), [&](const Setting& each) {
+                return finding.has_tag && finding.path == Path_Text(each.path.way, each.path.tag);
+            });
+        if (setting != settings.end()) {
+            findings.Report(
+                finding.fault, finding.level,
+                {.has_tag = true, .tag = finding.tag, .vr = finding.vr, .path = &setting->path.way},
+                finding.text, {finding.before, finding.after}, finding.clause);
+        }
+    }
 }
 
 }  // namespace dicom_mend

@@ -3,14 +3,15 @@
 #define TOOLS_DICOM_MEND_SETTINGS_H
 
 #include "mend/interface/element_path.h"
+#include "mend/interface/heal.h"
 
 #include <string>
 #include <vector>
 
 namespace dicom_mend {
 
-/** The value of an element inside a sequence. */
-struct Inner_Setting {
+/** The value that an element gets. */
+struct Setting {
     lib_mend::Element_Path path;
     std::string value;
 };
@@ -18,20 +19,21 @@ struct Inner_Setting {
 /**
  * Takes "TAG=VALUE", "KEYWORD=VALUE" or "PATH=VALUE".
  *
- * @param rules  gets a line of a definition file for an attribute of the data set itself
- * @param inner  gets what stands in a sequence
  * @return the reason of a failure
  */
-std::string Take_Setting(const std::string& setting, std::string& rules,
-                         std::vector<Inner_Setting>& inner);
+std::string Take_Setting(const std::string& text, std::vector<Setting>& settings);
 
 /**
- * Gives elements in sequences their values; an item behind the last one comes into being.
+ * Gives elements their values; an item behind the last one comes into being.
  *
  * @return false after an error finding
  */
-bool Set_Inner(lib_mend::Data_Set& set, const std::vector<Inner_Setting>& inner,
-               lib_mend::Findings& findings);
+bool Set_All(lib_mend::Data_Set& set, const std::vector<Setting>& settings,
+             lib_mend::Findings& findings);
+
+/** Brings the values that were set into form, and says what is wrong with them. */
+void Heal_Settings(lib_mend::Data_Set& set, const std::vector<Setting>& settings,
+                   lib_mend::Heal_Options options, lib_mend::Findings& findings);
 
 }  // namespace dicom_mend
 
