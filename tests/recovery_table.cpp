@@ -19,10 +19,12 @@ void Print_Missing(const std::vector<Sound_File>& files, int places, const char*
 {
     for (const Sound_File& file : files) {
         For_Each_Fault(file, places, [&](const Fault_Case& fault) {
+            if (*kind != '\0' && fault.kind != kind) {
+                return;
+            }
             const Mended_File mended = Mend_In_Memory(fault.bytes);
             const Recovery recovery = Recovery_Of(fault, mended);
-            const bool is_wanted = *kind == '\0' || fault.kind == kind;
-            if (is_wanted && (recovery.recovered != recovery.wanted || !recovery.said)) {
+            if (recovery.recovered != recovery.wanted || !recovery.said) {
                 std::printf("== %s: %s (%s) %zu of %zu; %s\n%s%s\n", file.name.c_str(),
                             fault.kind.c_str(), fault.damaged.c_str(), recovery.recovered,
                             recovery.wanted, Read_Plain(mended.bytes).error.c_str(),

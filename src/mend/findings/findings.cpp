@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -164,6 +166,7 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
 void Findings::Store(Finding finding)
 {
     ++made_;
+    faults_ += finding.level != Level::Info ? 1 : 0;
     if (counts_[{Kind_Of(finding).fault, finding.level}]++ < Most_Of_A_Kind) {
         all_.push_back(std::move(finding));
     }
@@ -173,6 +176,24 @@ bool Findings::Has(Level level) const
 {
     return std::any_of(counts_.begin(), counts_.end(),
                        [level](const auto& entry) { return entry.first.second == level; });
+}
+
+void Findings::Add_Later(const Findings& later)
+{
+    const auto words = [](const Finding& finding) {
+        std::string text = finding.path + ' ' + Kind_Of(finding).name + ' ' + finding.text;
+        std::erase_if(text, [](char c) { return c >= '0' && c <= '9'; });
+        return text;
+    };
+    std::set<std::string> said;
+    std::transform(all_.begin(), all_.end(), std::inserter(said, said.end()), words);
+    for (const Finding& finding : later.all_) {
+        if (finding.level != Level::Info && said.insert(words(finding)).second) {
+            Finding added = finding;
+            added.offset = Finding::Nowhere;
+            Store(std::move(added));
+        }
+    }
 }
 
 void Findings::Sum_Up()

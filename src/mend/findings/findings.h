@@ -146,9 +146,19 @@ public:
     {
         return made_;
     }
+    /** The same without information. */
+    std::size_t Count_Of_Faults() const
+    {
+        return faults_;
+    }
     bool Has(Level level) const;
     /** Adds a finding for each kind of which some were not kept, saying how many. */
     void Sum_Up();
+    /**
+     * Adds what a later look found that was not said before: neither information nor, of the same
+     * element, the same words. Places in what was looked at then are none in the file, and left out.
+     */
+    void Add_Later(const Findings& later);
     /** Takes one message of the library. */
     void Take_Message(unsigned int severity, const char* text);
     /** The library's error texts since the last call, joined; they are not findings yet. */
@@ -175,6 +185,7 @@ private:
     /** How many there are of each kind and level. */
     std::map<std::pair<Fault, Level>, std::size_t> counts_;
     std::size_t made_ = 0;
+    std::size_t faults_ = 0;
     std::vector<std::string> errors_;
     bool out_of_memory_ = false;
     bool out_of_memory_reported_ = false;

@@ -107,7 +107,8 @@ void Declare_UTF_8(Data_Set& set, std::vector<Text_Scope>& scopes,
 {
     For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
         const auto index = static_cast<std::size_t>(&scope - scopes.data());
-        if (!scope.is_former && Is_Undeclared_UTF_8(scope, evidence[index])) {
+        if (!scope.is_former && !scope.Holds_Items() &&
+            Is_Undeclared_UTF_8(scope, evidence[index])) {
             Change_Declaration(set, scope, path, UTF_8_Term, "the texts are UTF-8", findings);
         }
     });
@@ -126,8 +127,7 @@ void Declare_As_Told(Data_Set& set, std::vector<Text_Scope>& scopes,
     const std::string terms = Read_Character_Terms(options.charset).value;
     For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
         const auto index = static_cast<std::size_t>(&scope - scopes.data());
-        const bool has_items = scope.declaration != nullptr && !Has_Value(*scope.declaration);
-        const bool stays = scope.is_former || has_items || scope.terms == terms ||
+        const bool stays = scope.is_former || scope.Holds_Items() || scope.terms == terms ||
                            (options.to_utf8 && Was_Converted(scope, evidence[index]));
         if (!stays) {
             Change_Declaration(set, scope, path, terms, "the character set is declared as told",

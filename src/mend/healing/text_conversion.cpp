@@ -8,7 +8,7 @@ namespace {
 
 bool Stays(const Text_Scope& scope)
 {
-    return scope.is_former || scope.terms == UTF_8_Term;
+    return scope.is_former || scope.Holds_Items() || scope.terms == UTF_8_Term;
 }
 
 /** Longest value of the VRs whose explicit header has a length of 2 bytes. */

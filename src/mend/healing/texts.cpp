@@ -58,7 +58,10 @@ std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set)
                 around || (!path.empty() && path.back().sequence == Original_Attributes_Tag);
             DICOM_List* const declaration = Find_Record(&first, Character_Set_Tag);
             if (declaration != nullptr) {
-                Text_Scope scope = {declaration, own, Trimmed(set.Value(*declaration, Enough)), {}};
+                Text_Scope scope = {declaration, own, {}, {}};
+                if (!scope.Holds_Items()) {
+                    scope.terms = Trimmed(set.Value(*declaration, Enough));
+                }
                 scope.characters = Character_Set(scope.terms);
                 if (path.empty()) {
                     scopes[0] = std::move(scope);

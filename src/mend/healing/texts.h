@@ -25,6 +25,12 @@ struct Text_Scope {
     /** The value of the declaration without its padding. */
     std::string terms;
     Character_Set characters;
+
+    /** What stands in the place of the declaration is none, and stays what it is. */
+    bool Holds_Items() const
+    {
+        return declaration != nullptr && !Has_Value(*declaration);
+    }
 };
 
 /** Tells whether the values of an element are texts in the declared character sets. */

@@ -1,6 +1,7 @@
 #include "mend/interface/check.h"
 
 #include "mend/interface/heal.h"
+#include "mend/interface/mend.h"
 #include "mend/interface/output_form.h"
 #include "mend/writing/file_meta.h"
 
@@ -19,6 +20,9 @@ void Check(Data_Set& set, const Heal_Options& options, Findings& findings)
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
     Complete_Meta(set, syntax, findings);
     findings.Settle_Errors();
+    if (set.was_damaged) {
+        Settle_Unwritten(set, options, encoding, findings);
+    }
 }
 
 }  // namespace lib_mend

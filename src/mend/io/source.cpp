@@ -162,6 +162,14 @@ std::shared_ptr<Source> Source::From_Image(std::span<const unsigned char> image,
     return source;
 }
 
+std::shared_ptr<Source> Source::From_Reader(Reader reader, std::int64_t size, std::string name)
+{
+    std::shared_ptr<Source> source(new Source(std::move(name)));
+    source->reader_ = std::move(reader);
+    source->size_ = size;
+    return source;
+}
+
 std::size_t Source::Read(std::int64_t offset, std::span<unsigned char> out) const
 {
     if (offset < 0 || offset >= size_ || out.empty()) {
@@ -172,6 +180,9 @@ std::size_t Source::Read(std::int64_t offset, std::span<unsigned char> out) cons
     if (image_ != nullptr) {
         std::memcpy(out.data(), image_ + offset, wanted);
         return wanted;
+    }
+    if (reader_ != nullptr) {
+        return reader_(offset, out.first(wanted), failure_);
     }
     std::size_t done = 0;
     while (done < wanted) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -47,6 +48,12 @@ public:
     /** `image` is not copied and has to outlive the source. */
     static std::shared_ptr<Source> From_Image(std::span<const unsigned char> image,
                                               std::string name);
+
+    /** Copies bytes out from an offset on; what failed is the system error, 0 for nothing. */
+    using Reader =
+        std::function<std::size_t(std::int64_t offset, std::span<unsigned char> out, int& failure)>;
+    /** Bytes that stand in one piece nowhere. */
+    static std::shared_ptr<Source> From_Reader(Reader reader, std::int64_t size, std::string name);
 
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
@@ -110,6 +117,7 @@ private:
     std::string name_;
     std::wstring wide_name_;
     Bytes owned_;
+    Reader reader_;
     const unsigned char* image_ = nullptr;
     int descriptor_ = -1;
     std::int64_t size_ = 0;

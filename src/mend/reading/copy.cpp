@@ -91,6 +91,7 @@ Data_Set Copy_Of(const Data_Set& set)
     copy.bare = set.bare;
     copy.foreign = set.foreign;
     copy.unreadable = set.unreadable;
+    copy.was_damaged = set.was_damaged;
     copy.healed = set.healed;
     copy.declared_syntax = set.declared_syntax;
     copy.syntax = set.syntax;

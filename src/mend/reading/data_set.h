@@ -152,6 +152,8 @@ struct Data_Set {
     bool foreign = false;
     /** The file could not be read: what is here may be wrong, and not only incomplete. */
     bool unreadable = false;
+    /** Reading found something to mend: what is written of it may be read in another way once more. */
+    bool was_damaged = false;
     /** Heal went over it. */
     bool healed = false;
     /** Transfer syntax as it stands in group 0002; empty when it does not. */

@@ -213,8 +213,12 @@ private:
     // ---- overwritten.cpp
     Straight_Reading Straight_From(std::int64_t at, std::size_t pop,
                                    std::optional<Level_Kind> inside);
+    bool Leads_Further(std::int64_t at, std::size_t pop, std::size_t other);
     bool Stand_In_Item(std::int64_t at, std::int64_t behind);
     bool Start_Overwritten_Item();
+    std::int64_t Items_Behind_Damage(std::int64_t from, std::int64_t end, unsigned char mode);
+    std::int64_t Elements_Behind_Damage(std::int64_t from, std::int64_t end);
+    bool Skip_To_Items();
     std::int64_t End_Of_Items(std::int64_t at);
     bool Follows_Torn_Header(std::int64_t at);
     bool Is_Lost_Sequence(std::int64_t at);
@@ -257,6 +261,7 @@ private:
     bool Is_Place(std::int64_t at, std::size_t levels, Tag last);
     std::optional<Place_Found> Find_Place(std::int64_t from, Tag last, std::int64_t until);
     void Skip_Rest();
+    void Skip_To(std::int64_t end);
     void Skip_Garbage();
     void Leave_For(const Place_Found& place);
 
@@ -333,6 +338,14 @@ private:
     /** A search found no place up to here. */
     std::int64_t searched_to_ = -1;
     std::int64_t fragments_searched_to_ = -1;
+    /** Where items behind damaged bytes were looked for last, and how far all such looks went. */
+    struct Damage {
+        std::int64_t from = -1;
+        std::int64_t end = -1;
+        std::int64_t items = -1;
+    };
+    Damage damage_;
+    std::int64_t items_walked_ = 0;
     /** Bytes that searches went over; what the last one that found a place went over. */
     std::int64_t scanned_ = 0;
     std::int64_t found_from_ = -1;

@@ -197,7 +197,10 @@ int Element_Reader::Points_Without_Item(const Element_Header& header)
     sequence.limit = std::min(end, sequence.limit);
     sequence.end = header.Is_Undefined() ? Level_View::Open : sequence.limit;
     look.Top() = sequence;
-    return Find_Torn_Item(look, value + Item_Header_Size) != 0 ? Bare_Points : points;
+    const bool has_items =
+        Find_Torn_Item(look, value + Item_Header_Size) != 0 ||
+        (!header.Is_Undefined() && Items_Behind_Damage(value, end, header.mode) >= 0);
+    return has_items ? Bare_Points : points;
 }
 
 /** Looks at the first item that is not empty; items that are all empty are those of a sequence. */

@@ -256,8 +256,12 @@ void Element_Reader::Read_Item_End_In_Sequence(const Element_Header& header)
     const bool is_open = Top().end == Level_View::Open;
     const int here = Points_After(behind, 0);
     const int as_end = is_open ? Points_After(behind, 1) : 0;
-    if (is_open && levels_.size() > 3 && levels_[levels_.size() - 2].end == Level_View::Open &&
-        Points_After(behind, 2) > std::max(here, as_end)) {
+    const bool has_open_item =
+        is_open && levels_.size() > 3 && levels_[levels_.size() - 2].end == Level_View::Open;
+    const int around = has_open_item ? Points_After(behind, 2) : 0;
+    const int most = std::max(here, as_end);
+    if (has_open_item &&
+        (around > most || (around == most && Leads_Further(behind, 2, as_end > here ? 1 : 0)))) {
         // It is that of the item around.
         Close_Unclosed("sequence is not closed");
         return;
@@ -374,11 +378,14 @@ void Element_Reader::Settle_In_Sequence()
     const int bare = is_first || begins_anew ? Points_In_New_Item(position_) : 0;
     const int most = std::max({close, reopen, item, end});
     const int wanted = is_first ? most : most + 1;
-    if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
+    const bool is_empty = is_first && is_open && close > 0 && !Stand_In_Item(position_, position_);
+    if (is_empty) {
+        Close_Unclosed("sequence is not closed");
+    } else if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();
     } else if (most < Doubtful && header.size != 0 &&
                (End_At_Torn_Delimiter(behind) || Start_Torn_Item(behind, Level_View::Open) ||
-                Start_Overwritten_Item())) {
+                Start_Overwritten_Item() || Skip_To_Items())) {
         return;
     } else if (most == 0 || (most < Doubtful && Is_Item_Near(Look(), position_, Top().limit))) {
         Skip_Garbage();

@@ -5,11 +5,15 @@
 //                                                                 delimitation of the sequence
 //     (0008,0060) FF*12 (FFFE,E000) elements ... (FFFE,E0DD)     the header of a sequence
 //
+//     (0008,1140) 60  anything (FFFE,E000) elements ...           the first items of a sequence, whose
+//                                                                 length fits those behind them
+//
 // Nobody can tell the tag of the sequence. Its items are kept in a private one, and not spilled over
 // the list around them.
 #include "mend/reading/element_reader.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace lib_mend {
@@ -38,6 +42,14 @@ Straight_Reading Element_Reader::Straight_From(std::int64_t at, std::size_t pop,
         levels.push_back(level);
     }
     return Read_Straight(window_, std::move(levels), at, Most_Headers);
+}
+
+/** What follows makes sense for longer with so many levels closed than with so many others. */
+bool Element_Reader::Leads_Further(std::int64_t at, std::size_t pop, std::size_t other)
+{
+    const Straight_Reading one = Straight_From(at, pop, {});
+    const Straight_Reading two = Straight_From(at, other, {});
+    return one.holds != two.holds ? one.holds : one.headers > two.headers;
 }
 
 /** Elements at a place stand in an item, and not at another one behind the sequence. */
@@ -76,6 +88,87 @@ bool Element_Reader::Start_Overwritten_Item()
            "damaged bytes are taken as the header of an item");
     Start_Item(supposed);
     Top().said = true;
+    return true;
+}
+
+/**
+ * Where items begin, behind damaged bytes, that lead to the end of their sequence, or to that of the
+ * list around it when bytes are missing or were put in; or -1.
+ */
+std::int64_t Element_Reader::Items_Behind_Damage(std::int64_t from, std::int64_t end,
+                                                 unsigned char mode)
+{
+    constexpr std::int64_t Most_Bytes = 4096;
+    constexpr int Most_Tried = 4;
+    constexpr std::int64_t Free_Walk = std::int64_t{1} << 20;
+    constexpr std::int64_t Walk_Per_Byte = 16;
+    constexpr std::int64_t Most_Moved = 64;
+    const std::int64_t limit = Top().limit;
+    const bool is_near = std::abs(limit - end) <= Most_Moved;
+    if ((end > limit && !is_near) || items_walked_ > Free_Walk + Walk_Per_Byte * position_) {
+        return -1;
+    }
+    if (from == damage_.from && end == damage_.end) {
+        return damage_.items;
+    }
+    damage_ = {from, end, -1};
+    const auto size = static_cast<std::size_t>(std::clamp<std::int64_t>(end - from, 0, Most_Bytes));
+    const std::span<const unsigned char> view = window_.At(from, size);
+    // Looking elsewhere may move the window.
+    const Bytes bytes(view.begin(), view.end());
+    int tried = 0;
+    for (std::size_t i = 0; i + Item_Header_Size <= bytes.size() && tried < Most_Tried; ++i) {
+        const std::int64_t at = from + static_cast<std::int64_t>(i);
+        if (bytes[i] < 0xFE || Decode_Header(std::span(bytes).subspan(i), mode).tag != Item_Tag) {
+            continue;
+        }
+        ++tried;
+        items_walked_ += end - at;
+        if (Are_Items(window_, at, std::min(end, limit), mode) ||
+            (is_near && Are_Items(window_, at, limit, mode))) {
+            damage_.items = at;
+            break;
+        }
+    }
+    return damage_.items;
+}
+
+/** Where the elements of an item begin whose header is damaged, and that ends at a place; or -1. */
+std::int64_t Element_Reader::Elements_Behind_Damage(std::int64_t from, std::int64_t end)
+{
+    constexpr std::int64_t Most_Bytes = 32;
+    Level_View item = Top();
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.end = end;
+    item.limit = end;
+    for (std::int64_t at = from; at < std::min(from + Most_Bytes, end); ++at) {
+        item.mode = Mode_In_Item(window_, at, item);
+        if (Judge(Decode_Header(Header_Bytes(at), item.mode), at, item) == Grade::Sound &&
+            Read_Straight(window_, {item}, at).holds) {
+            return at;
+        }
+    }
+    return -1;
+}
+
+/**
+ * Skips damaged bytes in front of items that lead to the end of their sequence, but no elements: false
+ * where there are no such items.
+ */
+bool Element_Reader::Skip_To_Items()
+{
+    const std::int64_t end = Top().end != Level_View::Open ? Top().end : Top().claimed_end;
+    const std::int64_t items =
+        end != Level_View::Open ? Items_Behind_Damage(position_, end, Top().mode) : -1;
+    if (items <= position_) {
+        return false;
+    }
+    const std::int64_t elements = Elements_Behind_Damage(position_, items);
+    Skip_To(elements < 0 ? items : elements);
+    if (elements >= 0) {
+        Start_Item({.tag = Item_Tag, .mode = Top().mode, .length = items - elements});
+    }
     return true;
 }
 

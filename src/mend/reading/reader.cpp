@@ -226,8 +226,10 @@ Data_Set Read_Data_Set(const std::shared_ptr<Source>& file, Findings& findings,
                        const Spool_Limits& limits)
 {
     Data_Set set;
+    const std::size_t faults = findings.Count_Of_Faults();
     try {
         set = Read(file, limits, findings);
+        set.was_damaged = findings.Count_Of_Faults() != faults;
     } catch (const Spool_Failure& failure) {
         set.source = file;
         set.foreign = true;

@@ -203,6 +203,24 @@ void Element_Reader::Skip_Rest()
     position_ = end_;
 }
 
+/** Leaves out what stands up to a place. */
+void Element_Reader::Skip_To(std::int64_t end)
+{
+    const std::int64_t size = end - position_;
+    Place where;
+    where.path = &path_;
+    where.offset = position_;
+    where.length = size;
+    findings_.Report(Fault::Garbage, Level::Error, where,
+                     std::to_string(size) + " bytes from " + std::to_string(position_) +
+                         " on are no elements; they are skipped");
+    cut_off_ = cut_off_ || end == end_;
+    skipped_.push_back({position_, size});
+    Note_Garbage(size);
+    position_ = end;
+    damaged_to_ = end;
+}
+
 void Element_Reader::Skip_Garbage()
 {
     const std::int64_t start = position_;
@@ -216,18 +234,7 @@ void Element_Reader::Skip_Garbage()
         Skip_Rest();
         return;
     }
-    Place where;
-    where.path = &path_;
-    where.offset = start;
-    where.length = size;
-    findings_.Report(Fault::Garbage, Level::Error, where,
-                     std::to_string(size) + " bytes from " + std::to_string(start) +
-                         " on are no elements; they are skipped");
-    cut_off_ = cut_off_ || end == end_;
-    skipped_.push_back({start, size});
-    Note_Garbage(size);
-    position_ = end;
-    damaged_to_ = end;
+    Skip_To(end);
     if (place.has_value()) {
         Leave_For(*place);
     }

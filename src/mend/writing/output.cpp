@@ -123,6 +123,26 @@ bool Encoded_File::Give(const File_Taker& file) const
     return give_own(own.size()) && (deflated_ == nullptr || Deflate(give_plain, file.take));
 }
 
+std::vector<Encoded_File::Part> Encoded_File::Parts() const
+{
+    std::vector<Part> parts;
+    std::int64_t start = 0;
+    std::size_t at = 0;
+    const auto add = [&](std::int64_t size, const unsigned char* own, const Extent& extent) {
+        if (size > 0) {
+            parts.push_back({start, size, own, extent});
+            start += size;
+        }
+    };
+    for (const Placed_Extent& placed : extents_) {
+        add(static_cast<std::int64_t>(placed.behind - at), bytes_.data() + at, {});
+        add(placed.extent.size, nullptr, placed.extent);
+        at = placed.behind;
+    }
+    add(static_cast<std::int64_t>(bytes_.size() - at), bytes_.data() + at, {});
+    return parts;
+}
+
 Bytes Encoded_File::Joined() const
 {
     Bytes all;

@@ -55,6 +55,20 @@ public:
     /** All bytes, as far as they can be read. */
     Bytes Joined() const;
 
+    /** A piece of the file: bytes of its own, or an extent where there are none. */
+    struct Part {
+        std::int64_t start = 0;
+        std::int64_t size = 0;
+        const unsigned char* own = nullptr;
+        Extent extent = {};
+    };
+    /** The pieces in their order, without what is deflated. They look into the file. */
+    std::vector<Part> Parts() const;
+    bool Is_Deflated() const
+    {
+        return deflated_ != nullptr;
+    }
+
 private:
     struct Placed_Extent {
         /** How many of the file's own bytes stand in front. */
