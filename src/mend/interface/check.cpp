@@ -14,13 +14,14 @@ void Check(Data_Set& set, const Heal_Options& options, Findings& findings)
     if (set.foreign) {
         return;
     }
+    const bool settles = set.was_damaged && !set.healed;
     Heal(set, options, findings);
     // What only the form of the output shows is a fault of the file all the same.
     const Encoding encoding = Fit_To_Output(set, Output_Syntax::Keep, options, findings);
     const std::string syntax = encoding.encapsulated ? set.syntax : std::string(UID_Of(encoding));
     Complete_Meta(set, syntax, findings);
     findings.Settle_Errors();
-    if (set.was_damaged) {
+    if (settles) {
         Settle_Unwritten(set, options, encoding, findings);
     }
 }

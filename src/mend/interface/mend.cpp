@@ -210,7 +210,9 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     if (set.foreign) {
         return false;
     }
-    if (set.was_damaged && !Is_Usual(options)) {
+    // One that was healed before may hold what is not to be healed: values that were put back, or set.
+    const bool settles = set.was_damaged && !set.healed;
+    if (settles && !Is_Usual(options)) {
         // What check finds is found whatever the output is.
         Heal_Options heal = options.heal;
         heal.without_private = options.drop_private;
@@ -220,7 +222,7 @@ bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encode
     if (!Mend_Once(set, options, findings, out)) {
         return false;
     }
-    if (set.was_damaged) {
+    if (settles) {
         Settle(set, options, findings, out);
     }
     return true;

@@ -124,6 +124,8 @@ private:
     bool Stands_Behind_Sequence(std::int64_t at);
     std::int64_t Find_Moved_End(const Nesting_Level& level);
     bool Ends_Before(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    bool Is_Delimited_Before(const Nesting_Level& level, std::int64_t content, std::int64_t end);
+    bool Items_Lead_Behind(const Nesting_Level& level, std::int64_t content);
     void Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length);
     void Note_Shift(std::int64_t bytes);
     void Note_Garbage(std::int64_t size);

@@ -358,8 +358,12 @@ void Element_Reader::Settle_In_Sequence()
         Decode_Header_As(window_.At(position_, 8), Top().mode, Header_Form::Implicit);
     const std::int64_t behind = position_ + header.size;
     const bool is_open = Top().end == Level_View::Open;
-    const int close = is_open ? Points_After(position_, 1) : 0;
-    const int reopen = Points_In_Last_Item();
+    int close = is_open ? Points_After(position_, 1) : 0;
+    int reopen = Points_In_Last_Item();
+    if (close > 0 && reopen >= Doubtful && Top().last_in_item == Tag{}) {
+        // Behind an empty item: what leads on for longer tells whether it is one.
+        (Stand_In_Item(position_, position_) ? close : reopen) = 0;
+    }
     const bool like_item = header.size != 0 && Same_Bytes(header.tag, Item_Tag) >= Damaged_Tag;
     const bool like_end = header.size != 0 && is_open && header.length == 0 &&
                           Same_Bytes(header.tag, Sequence_End_Tag) >= Damaged_Tag;

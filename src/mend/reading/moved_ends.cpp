@@ -85,6 +85,40 @@ bool Element_Reader::Ends_Before(const Nesting_Level& level, std::int64_t conten
            Judge(Decode_Header(Header_Bytes(at), Top().mode), at, Top()) == Grade::Sound;
 }
 
+/** What an item holds leads to a delimitation of its own in front of a place: its length is wrong. */
+bool Element_Reader::Is_Delimited_Before(const Nesting_Level& level, std::int64_t content,
+                                         std::int64_t end)
+{
+    if (level.kind != Level_Kind::List || Top().end != Level_View::Open) {
+        return false;
+    }
+    Level_View item = level;
+    item.mode = Mode_In_Item(window_, content, item);
+    item.end = end;
+    item.limit = end;
+    const std::int64_t to = Read_Straight(window_, {item}, content).to;
+    const Element_Header found = Decode_Header(window_.At(to, Item_Header_Size), level.mode);
+    const Element_Header next =
+        Decode_Header(window_.At(to + Item_Header_Size, Item_Header_Size), level.mode);
+    return to < end && found.size != 0 && found.tag == Item_End_Tag && found.length == 0 &&
+           next.size != 0 && (next.tag == Item_Tag || next.tag == Sequence_End_Tag);
+}
+
+/** The items of a sequence have lengths that lead to an element of the list around it. */
+bool Element_Reader::Items_Lead_Behind(const Nesting_Level& level, std::int64_t content)
+{
+    std::int64_t at = content;
+    Element_Header item = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
+    while (level.kind == Level_Kind::Sequence && at < Top().limit && item.size != 0 &&
+           item.tag == Item_Tag && !item.Is_Undefined()) {
+        at += item.size + item.length;
+        item = Decode_Header(window_.At(at, Item_Header_Size), level.mode);
+    }
+    constexpr std::int64_t Few_Bytes = 64;
+    return at > level.claimed_end && at <= level.claimed_end + Few_Bytes && at <= Top().limit &&
+           Trust_In(at, levels_.size()) == Trust::Full;
+}
+
 /** Sets the end of a level, that is not open yet, by the length that its header claims. */
 void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, std::int64_t length)
 {
@@ -93,6 +127,10 @@ void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, 
     const Trust trust = Trust_In(level.claimed_end, levels_.size());
     const bool is_around = level.claimed_end == level.limit;
     level.moved = trust == Trust::Full || is_around ? 0 : Find_Moved_End(level);
+    if (level.moved != 0 && Is_Delimited_Before(level, content, level.claimed_end + level.moved)) {
+        level.moved = 0;
+        return;
+    }
     if (level.moved != 0 && Ends_Before(level, content, level.claimed_end + level.moved)) {
         level.moved = 0;
     }
