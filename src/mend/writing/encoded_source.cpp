@@ -10,9 +10,9 @@ namespace lib_mend {
 
 namespace {
 
-using Part = Encoded_File::Part;
+using File_Part = Encoded_File::Part;
 
-constexpr std::int64_t Block = std::int64_t{1} << 16;
+constexpr std::int64_t Compared_At_Once = std::int64_t{1} << 16;
 
 /** Bytes of an extent whose units are turned round: whole units are read, and cut to what is wanted. */
 std::size_t Read_Turned(const Extent& extent, std::int64_t offset, std::span<unsigned char> out)
@@ -30,7 +30,7 @@ std::size_t Read_Turned(const Extent& extent, std::int64_t offset, std::span<uns
 }
 
 /** Bytes of one piece from an offset in it on. */
-std::size_t Read_Part(const Part& part, std::int64_t offset, std::span<unsigned char> out,
+std::size_t Read_Part(const File_Part& part, std::int64_t offset, std::span<unsigned char> out,
                       int& failure)
 {
     if (part.own != nullptr) {
@@ -51,12 +51,13 @@ std::size_t Read_Part(const Part& part, std::int64_t offset, std::span<unsigned 
 /** The pieces of a file, which is kept as long as they are read. */
 struct Pieces {
     std::shared_ptr<const Encoded_File> file;
-    std::vector<Part> parts;
+    std::vector<File_Part> parts;
 
     std::size_t Read(std::int64_t offset, std::span<unsigned char> out, int& failure) const
     {
-        auto part = std::upper_bound(parts.begin(), parts.end(), offset,
-                                     [](std::int64_t at, const Part& p) { return at < p.start; });
+        auto part =
+            std::upper_bound(parts.begin(), parts.end(), offset,
+                             [](std::int64_t at, const File_Part& p) { return at < p.start; });
         std::size_t done = 0;
         for (--part; done < out.size() && part != parts.end(); ++part) {
             const std::int64_t from = offset + static_cast<std::int64_t>(done) - part->start;
@@ -72,16 +73,16 @@ struct Pieces {
     }
 };
 
-bool Has_Part(const Source& source, const Part& part)
+bool Has_Part(const Source& source, const File_Part& part)
 {
     if (part.own == nullptr && part.extent.source.get() == &source &&
         part.extent.offset == part.start && part.extent.width <= 1) {
         return true;
     }
-    Bytes ours(static_cast<std::size_t>(std::min(Block, part.size)));
+    Bytes ours(static_cast<std::size_t>(std::min(Compared_At_Once, part.size)));
     Bytes theirs(ours.size());
-    for (std::int64_t at = 0; at < part.size; at += Block) {
-        const auto size = static_cast<std::size_t>(std::min(Block, part.size - at));
+    for (std::int64_t at = 0; at < part.size; at += Compared_At_Once) {
+        const auto size = static_cast<std::size_t>(std::min(Compared_At_Once, part.size - at));
         int failure = 0;
         if (Read_Part(part, at, std::span(ours).first(size), failure) != size ||
             source.Read(part.start + at, std::span(theirs).first(size)) != size ||
@@ -128,10 +129,10 @@ bool Has_Bytes_Of(const Encoded_File& file, const std::shared_ptr<Source>& sourc
         }));
         return is_same && at == source->Size();
     }
-    const std::vector<Part> parts = file.Parts();
+    const std::vector<File_Part> parts = file.Parts();
     return file.Size() == source->Size() &&
            std::all_of(parts.begin(), parts.end(),
-                       [&](const Part& part) { return Has_Part(*source, part); });
+                       [&](const File_Part& part) { return Has_Part(*source, part); });
 }
 
 }  // namespace lib_mend
