@@ -1,5 +1,6 @@
 #include "explain_kind.h"
 
+#include "kinds_explained.h"
 #include "mend/findings/faults.h"
 #include "suggestions.h"
 
@@ -15,6 +16,9 @@ using lib_mend::Finding_Kind;
 void Print(const Finding_Kind& kind)
 {
     std::printf("%s (%s)\n  %s\n", kind.name, lib_mend::Severity_Name(kind.severity), kind.what);
+    if (const Kind_Explained* const explained = Find_Kind_Explained(kind.name)) {
+        std::printf("  Comes from: %s\n  Mending: %s\n", explained->origin, explained->mending);
+    }
     if (*kind.rule != '\0') {
         std::printf("  The standard: %s%s%s%s\n", kind.rule, *kind.clause != '\0' ? " (" : "",
                     kind.clause, *kind.clause != '\0' ? ")" : "");
