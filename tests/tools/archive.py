@@ -7,6 +7,7 @@ interrupted, out of room, or meet folders without rights.
 import collections
 import contextlib
 import csv
+import fcntl
 import hashlib
 import io
 import json
@@ -336,6 +337,23 @@ def inputs_are_never_written_over():
             assert {name: after.get(name) for name in before} == before, arguments
         # What was refused has left nothing.
         assert not (scratch / "q").exists() and not (scratch / "q.state").exists() and not (scratch / "o2").exists()
+        # Behind a link that is new nothing is the run's own, neither its output nor its copy.
+        own = scratch / "own"
+        arguments = ["--to", own, "--quarantine", scratch / "oq", scratch / "in", scratch / "cut" / "0.dcm"]
+        run("mend", *arguments, status=2)
+        for place in (own / "in", scratch / "oq" / "in"):
+            if place.exists():
+                place.rename(scratch / f"old{place.parent.name}")
+            place.symlink_to("../in")
+        assert b"s/0.dcm: exists already" in run("mend", "--resume", *arguments, status=2).stderr
+        assert {name: tree(scratch / "in").get(name) for name in before} == before
+        # A run at work keeps others from its folder, whatever state they have.
+        (own / ".dicom-mend").mkdir()
+        work = os.open(own / ".dicom-mend", os.O_RDONLY)
+        fcntl.flock(work, fcntl.LOCK_EX)
+        assert b"a run is at work there" in run("mend", "--to", own, "--state", scratch / "s2", cut, status=2).stderr
+        assert (own / ".dicom-mend").exists() and not (scratch / "s2").exists()
+        os.close(work)
         # A pipe at the place of an output is no file to compare with.
         (scratch / "p").mkdir()
         os.mkfifo(scratch / "p" / "0.dcm")

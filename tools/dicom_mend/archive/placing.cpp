@@ -2,6 +2,7 @@
 
 #include "archive/file_sum.h"
 #include "archive/layout.h"
+#include "archive/processes.h"
 #include "mend/findings/json_text.h"
 #include "mend/findings/report_json.h"
 #include "mend/io/safe_file.h"
@@ -73,11 +74,24 @@ std::string Placing::Staged(const std::string& session, std::uint64_t index) con
            std::to_string(index);
 }
 
-std::string Placing::Make_Work() const
+Placing::~Placing()
+{
+    if (work_folder_ >= 0) {
+        close(work_folder_);
+    }
+}
+
+std::string Placing::Make_Work()
 {
     std::string error;
     for (std::uint64_t i = 0; i < Folders && error.empty(); ++i) {
         error = Make_Folders(work_ + "/" + std::to_string(i));
+    }
+    if (error.empty() && work_folder_ < 0) {
+        work_folder_ = open(work_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        error = work_folder_ < 0            ? std::strerror(errno)
+                : !Lock_Alone(work_folder_) ? "a run is at work there"
+                                            : "";
     }
     return error;
 }
@@ -114,9 +128,11 @@ bool Placing::Is_In_Place(const File_Record& record)
 std::string Placing::Put(const std::string& staged, const std::string& path,
                          const std::string& input, bool is_own)
 {
-    // What stands there may be of another shard, whatever the log of this one says.
-    const bool replace = !shared_ && (force_ || is_own);
     const std::string around = path.substr(0, path.find_last_of('/'));
+    // A link may lead out of OUT_DIR by now, where nothing is the run's own.
+    const bool is_ours = is_own && Stands_In(around, folder_);
+    // What stands there may be of another shard, whatever the log of this one says.
+    const bool replace = !shared_ && (force_ || is_ours);
     if (around != last_folder_) {
         std::string error = Make_Folders(around);
         if (!error.empty()) {
@@ -137,7 +153,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
             return std::strerror(errno);
         }
         // Another shard may have put a twin there, which counts for itself.
-        if ((shared_ && !is_own) || !Can_Be_Read_Again(path) || !Is_Same_Content(staged, path)) {
+        if ((shared_ && !is_ours) || !Can_Be_Read_Again(path) || !Is_Same_Content(staged, path)) {
             return Exists;
         }
         // Where the machine lost power, the log may know less than the folder.
@@ -146,7 +162,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
     }
     const std::string fault = lib_mend::Target_Fault(path, true);
     std::error_code error;
-    if (!is_own && fs::exists(path, error) && inputs_.Hold_Entry(path)) {
+    if (!is_ours && fs::exists(path, error) && inputs_.Hold_Entry(path)) {
         return "stands in the input, where nothing is replaced";
     }
     if (lib_mend::Is_Same_File(input, path)) {

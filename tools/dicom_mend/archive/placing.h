@@ -23,11 +23,14 @@ public:
      */
     Placing(std::string folder, std::string work, const std::vector<std::string>& inputs,
             bool force, bool shared);
+    Placing(const Placing&) = delete;
+    Placing& operator=(const Placing&) = delete;
+    ~Placing();
 
     /** Where the worker leaves the output of a file. @param session  of the run, as its log counts */
     std::string Staged(const std::string& session, std::uint64_t index) const;
-    /** Makes the folders of staged outputs; the reason of a failure. */
-    std::string Make_Work() const;
+    /** Makes the folders of staged outputs, for this run alone; the reason of a failure. */
+    std::string Make_Work();
     /** Takes them away again, if nothing is in them. */
     void Unmake_Work() const;
     /** Removes what the workers of this run and of killed ones left. */
@@ -66,6 +69,8 @@ private:
 
     std::string folder_;
     std::string work_;
+    /** Locked for as long as the run is at work, whatever state it has. */
+    int work_folder_ = -1;
     bool force_;
     bool shared_;
     Inputs inputs_;

@@ -1,11 +1,14 @@
 #include "archive/processes.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <thread>
 
+#include <sys/file.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -62,6 +65,18 @@ bool Read_All(int descriptor, char* to, std::size_t size)
         }
     }
     return true;
+}
+
+bool Lock_Alone(int descriptor)
+{
+    constexpr int Tries = 100;
+    for (int i = 0; i < Tries; ++i) {
+        if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
 }
 
 }  // namespace dicom_mend

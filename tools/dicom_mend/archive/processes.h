@@ -21,6 +21,12 @@ bool Write_All(int descriptor, std::string_view bytes);
 /** False when there are not as many. */
 bool Read_All(int descriptor, char* to, std::size_t size);
 
+/**
+ * Locks a file or a folder for this run alone. The workers of a run that was killed hold its locks until they
+ * have ended, which takes a moment. False when somebody else keeps it.
+ */
+bool Lock_Alone(int descriptor);
+
 }  // namespace dicom_mend
 
 #endif

@@ -96,6 +96,12 @@ void Quarantine::Clear_Copies() const
     }
 }
 
+/** No link leads to another place. */
+bool Quarantine::Is_Inside(const std::string& path) const
+{
+    return Stands_In(path.substr(0, path.find_last_of('/')), folder_) && !inputs_.Hold_Entry(path);
+}
+
 bool Quarantine::Has(const File_Record& record) const
 {
     const Copy_Names names(folder_, record);
@@ -109,10 +115,8 @@ std::string Quarantine::Take(const File_Record& record, bool show_values) const
     if (!error.empty()) {
         return error;
     }
-    for (const std::string& path : {names.copy, names.findings}) {
-        if (inputs_.Hold_Entry(path)) {
-            return "its place leads into the inputs, where nothing is replaced";
-        }
+    if (!Is_Inside(names.copy)) {
+        return "its place leads out of the folder, or into the inputs, where nothing is replaced";
     }
     const std::string lines = Findings_Text(record, show_values);
     const std::span<const unsigned char> bytes(reinterpret_cast<const unsigned char*>(lines.data()),
@@ -136,7 +140,7 @@ void Quarantine::Leave(const File_Record& record) const
 {
     const Copy_Names names(folder_, record);
     for (const std::string& path : {names.copy, names.findings}) {
-        if (Is_There(path) && !inputs_.Hold_Entry(path)) {
+        if (Is_There(path) && Is_Inside(path)) {
             unlink(path.c_str());
         }
     }

@@ -36,6 +36,8 @@ public:
     void Leave(const File_Record& record) const;
 
 private:
+    bool Is_Inside(const std::string& path) const;
+
     std::string folder_;
     Inputs inputs_;
 };

@@ -5,12 +5,9 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
-#include <thread>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -74,20 +71,6 @@ Run_State::~Run_State()
     }
 }
 
-/** The workers of a run that was killed hold its lock until they have ended, which takes a moment. */
-bool Run_State::Lock()
-{
-    constexpr int Tries = 100;
-    for (int i = 0; i < Tries; ++i) {
-        if (flock(descriptor_, LOCK_EX | LOCK_NB) == 0) {
-            is_locked_ = true;
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return false;
-}
-
 bool Run_State::Begins_With(std::string_view text) const
 {
     std::string begin(text.size(), '\0');
@@ -111,7 +94,8 @@ std::string Run_State::Open(const std::string& path, const std::string& folder,
     if (!Is_Open()) {
         return "cannot be opened: " + System_Text();
     }
-    if (!Lock()) {
+    is_locked_ = Lock_Alone(descriptor_);
+    if (!is_locked_) {
         return "belongs to a run that is at work";
     }
     struct stat status = {};

@@ -105,7 +105,6 @@ private:
         std::int64_t placed = -1;
     };
 
-    bool Lock();
     void Put(char kind, std::string_view bytes);
     std::optional<std::string> Record_At(std::int64_t offset, char& kind, std::int64_t& next) const;
     /** Learns what the log says; where it is torn, it ends. */
