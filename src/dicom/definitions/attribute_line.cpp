@@ -44,22 +44,6 @@ std::optional<unsigned short> Read_Type(Line_Cursor& cursor)
     return type->type;
 }
 
-Clauses Read_Clauses(Line_Cursor& cursor, Rule_Store& store, bool is_kept, bool has_mark)
-{
-    const auto kept = store.Lines().find(cursor.Address());
-    if (is_kept && kept != store.Lines().end()) {
-        return kept->second;
-    }
-    const Clauses clauses =
-        Clause_Reader(cursor, store.Arena())
-            .Read(has_mark ? "a clause (if, in, like or items) or the end of the line"
-                           : "a mark (!, =, + or x) or a clause (if, in, like or items)");
-    if (is_kept) {
-        store.Lines().emplace(cursor.Address(), clauses);
-    }
-    return clauses;
-}
-
 void Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
 {
     const char sign = cursor.Peek();
@@ -78,9 +62,23 @@ void Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
     }
 }
 
+/** Refuses clauses that the type or the VR of the attribute has no place for. */
+void Check_Clauses(const Attribute_Line& line, unsigned short type, unsigned short vr)
+{
+    if (line.clauses.required.step_count != 0 && type != Type_1C && type != Type_2C) {
+        throw Definition_Fault{This_Unit, line.clause_column,
+                               "a condition belongs to type 1C or 2C"};
+    }
+    if (vr == VR_SQ ? line.clauses.value_set_count != 0 : line.clauses.item_count_count != 0) {
+        throw Definition_Fault{This_Unit, line.clause_column,
+                               "an attribute of VR " + VR_Text(vr) +
+                                   (vr == VR_SQ ? " has no values" : " has no items")};
+    }
+}
+
 }  // namespace
 
-Attribute_Line Read_Attribute_Line(Line_Cursor& cursor, Rule_Store& store, bool is_kept)
+Attribute_Line Read_Attribute_Line(Line_Cursor& cursor)
 {
     Attribute_Line line;
     line.tag_column = cursor.Column();
@@ -100,24 +98,30 @@ Attribute_Line Read_Attribute_Line(Line_Cursor& cursor, Rule_Store& store, bool 
         line.vr = Read_VR(cursor, vr, line.vr_column);
     }
     Read_Mark(cursor, line);
-    if (!cursor.At_End()) {
-        line.clause_column = cursor.Column();
-        line.clauses = Read_Clauses(cursor, store, is_kept, line.mark != 0);
-    }
     return line;
 }
 
-void Check_Clauses(const Attribute_Line& line, unsigned short type, unsigned short vr)
+void Read_Clauses(Line_Cursor& cursor, Rule_Store& store, bool is_kept, unsigned short type,
+                  unsigned short vr, Attribute_Line& line)
 {
-    if (line.clauses.required.step_count != 0 && type != Type_1C && type != Type_2C) {
-        throw Definition_Fault{This_Unit, line.clause_column,
-                               "a condition belongs to type 1C or 2C"};
+    if (cursor.At_End()) {
+        return;
     }
-    if (vr == VR_SQ ? line.clauses.value_set_count != 0 : line.clauses.item_count_count != 0) {
-        throw Definition_Fault{This_Unit, line.clause_column,
-                               "an attribute of VR " + VR_Text(vr) +
-                                   (vr == VR_SQ ? " has no values" : " has no items")};
+    line.clause_column = cursor.Column();
+    const auto kept = is_kept ? store.Lines().find(cursor.Address()) : store.Lines().end();
+    if (kept != store.Lines().end() && kept->second.vr == vr) {
+        line.clauses = kept->second.clauses;
+    } else {
+        line.clauses =
+            Clause_Reader(cursor, store.Arena())
+                .Read(line.mark != 0 ? "a clause (if, in, like or items) or the end of the line"
+                                     : "a mark (!, =, + or x) or a clause (if, in, like or items)",
+                      vr);
+        if (is_kept) {
+            store.Lines()[cursor.Address()] = {line.clauses, vr};
+        }
     }
+    Check_Clauses(line, type, vr);
 }
 
 }  // namespace lib_dicom

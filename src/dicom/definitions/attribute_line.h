@@ -27,15 +27,17 @@ struct Attribute_Line {
     std::size_t clause_column = 0;
 };
 
+/** Reads a line behind its ">", up to its clauses; throws Definition_Fault. */
+Attribute_Line Read_Attribute_Line(Line_Cursor& cursor);
+
 /**
- * Reads a line behind its ">"; throws Definition_Fault.
+ * Reads the clauses of a line behind the rest of it; throws Definition_Fault, also for clauses that the
+ * type or the VR of the attribute has no place for.
  *
  * @param is_kept  the text stays in memory, and `store` keeps what the clauses of the line say
  */
-Attribute_Line Read_Attribute_Line(Line_Cursor& cursor, Rule_Store& store, bool is_kept);
-
-/** Refuses clauses that the type or the VR of the attribute has no place for. */
-void Check_Clauses(const Attribute_Line& line, unsigned short type, unsigned short vr);
+void Read_Clauses(Line_Cursor& cursor, Rule_Store& store, bool is_kept, unsigned short type,
+                  unsigned short vr, Attribute_Line& line);
 
 }  // namespace lib_dicom
 

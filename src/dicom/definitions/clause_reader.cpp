@@ -1,9 +1,17 @@
 #include "definitions/clause_reader.h"
 
+#include "definitions/module_value.h"
+#include "frame/record_codes.h"
+#include "frame/vr_rules.h"
+
+#include <Lib_DICOM/dictionary.h>
+
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cstdlib>
 #include <iterator>
+#include <optional>
 #include <string>
 
 namespace lib_dicom {
@@ -38,9 +46,28 @@ constexpr State_Word State_Words[] = {{"present", DICOM_Step::Present},
 constexpr std::pair<std::string_view, unsigned short> Repeating_Groups[] = {{"50xx", 0x50FF},
                                                                             {"60xx", 0x60FF}};
 
+/** The VRs that the dictionary has for the attribute of a condition; none where it knows none. */
+std::span<const unsigned short> VRs_Of(unsigned int tag)
+{
+    const unsigned int group = tag >> 16U;
+    const bool repeats = group == 0x50FF || group == 0x60FF;
+    const TAG_db_Elems* const entry =
+        NEMA_db_Locate(static_cast<unsigned short>(repeats ? group & 0xFF00U : group),
+                       static_cast<unsigned short>(tag & 0xFFFFU));
+    if (entry == nullptr) {
+        return {};
+    }
+    const auto count = static_cast<std::size_t>(std::abs(entry->nb_vr));
+    const std::span<const unsigned short> vrs(entry->vr, count);
+    return std::all_of(vrs.begin(), vrs.end(),
+                       [](unsigned short vr) { return Find_Any_VR_Rule(vr) != nullptr; })
+               ? vrs
+               : std::span<const unsigned short>();
+}
+
 }  // namespace
 
-Clauses Clause_Reader::Read(const char* expected)
+Clauses Clause_Reader::Read(const char* expected, unsigned short vr)
 {
     Clauses clauses;
     std::vector<DICOM_Value_Set> sets;
@@ -54,9 +81,9 @@ Clauses Clause_Reader::Read(const char* expected)
             clauses.required = Read_Condition();
             Read_Otherwise(clauses);
         } else if (cursor_.Take_Name("in")) {
-            sets.push_back(Read_Values(false));
+            sets.push_back(Read_Values(false, vr));
         } else if (cursor_.Take_Name("like")) {
-            sets.push_back(Read_Values(true));
+            sets.push_back(Read_Values(true, vr));
         } else if (cursor_.Take_Name("items")) {
             counts.push_back(Read_Items());
         } else {
@@ -88,18 +115,20 @@ void Clause_Reader::Read_Otherwise(Clauses& clauses)
     }
 }
 
-DICOM_Value_Set Clause_Reader::Read_Values(bool is_extensible)
+DICOM_Value_Set Clause_Reader::Read_Values(bool is_extensible, unsigned short vr)
 {
     DICOM_Value_Set set = {};
     set.is_extensible = is_extensible ? 1 : 0;
     set.value_number = Read_Value_Number();
     std::vector<const char*> values;
+    // That a sequence has none is said of the clause.
+    const std::span<const unsigned short> vrs(&vr, vr == VR_SQ ? 0 : 1);
     do {
         if (!values.empty() && cursor_.Take_Sign("...")) {
             set.has_more = 1;
             break;
         }
-        values.push_back(arena_.Keep(cursor_.Quoted("a value")));
+        values.push_back(Read_Compared("a value", vrs));
     } while (cursor_.Take('|'));
     set.count = static_cast<int>(values.size());
     set.values = arena_.Keep(values);
@@ -234,19 +263,38 @@ void Clause_Reader::Read_Test()
             cursor_.Expected(This_Unit, "a test (present, valued, private, count or a comparison)",
                              column);
         }
-        const bool is_equality =
-            step.relation == DICOM_Step::Equal || step.relation == DICOM_Step::Unequal;
-        if (is_equality && !is_count) {
-            step.kind = DICOM_Step::Text;
-            const std::vector<const char*> texts = Read_Texts();
-            step.text_count = static_cast<int>(texts.size());
-            step.texts = arena_.Keep(texts);
-        } else {
-            step.kind = is_count ? DICOM_Step::Count : DICOM_Step::Number;
+        if (is_count) {
+            step.kind = DICOM_Step::Count;
             step.number = Read_Number("a number");
+        } else {
+            Read_Comparison(step);
         }
     }
     steps_.push_back(step);
+}
+
+void Clause_Reader::Read_Comparison(DICOM_Step& step)
+{
+    const std::span<const unsigned short> vrs = VRs_Of(step.tags[step.tag_count - 1]);
+    if (step.relation == DICOM_Step::Equal || step.relation == DICOM_Step::Unequal) {
+        step.kind = DICOM_Step::Text;
+        std::vector<const char*> texts;
+        do {
+            texts.push_back(Read_Compared("a text", vrs));
+        } while (cursor_.Take('|'));
+        step.text_count = static_cast<int>(texts.size());
+        step.texts = arena_.Keep(texts);
+        return;
+    }
+    cursor_.At_End();
+    const std::size_t column = cursor_.Column();
+    step.kind = DICOM_Step::Number;
+    step.number = Read_Number("a number");
+    if (!vrs.empty() && std::none_of(vrs.begin(), vrs.end(), Is_Number_VR)) {
+        throw Definition_Fault{This_Unit, column,
+                               "an attribute of VR " + VR_Text(vrs.front()) +
+                                   " has no numbers to be compared with"};
+    }
 }
 
 void Clause_Reader::Read_Operand(DICOM_Step& step)
@@ -342,13 +390,24 @@ unsigned short Clause_Reader::Read_Value_Number()
     return static_cast<unsigned short>(number);
 }
 
-std::vector<const char*> Clause_Reader::Read_Texts()
+const char* Clause_Reader::Read_Compared(const char* what, std::span<const unsigned short> vrs)
 {
-    std::vector<const char*> texts;
-    do {
-        texts.push_back(arena_.Keep(cursor_.Quoted("a text")));
-    } while (cursor_.Take('|'));
-    return texts;
+    cursor_.At_End();
+    const std::size_t column = cursor_.Column();
+    const std::string text = cursor_.Quoted(what);
+    std::optional<Value_Fault> fault;
+    for (const unsigned short vr : vrs) {
+        try {
+            Check_Compared(vr, text);
+            return arena_.Keep(text);
+        } catch (const Value_Fault& thrown) {
+            fault = fault ? fault : thrown;
+        }
+    }
+    if (fault) {
+        throw Definition_Fault{fault->place, column, fault->text};
+    }
+    return arena_.Keep(text);
 }
 
 }  // namespace lib_dicom

@@ -5,6 +5,7 @@
 #include "definitions/definition_text.h"
 #include "definitions/rule_store.h"
 
+#include <span>
 #include <vector>
 
 namespace lib_dicom {
@@ -15,14 +16,19 @@ public:
     {
     }
 
-    /** Reads clauses up to the end of the line. @param expected  what may stand at its beginning */
-    Clauses Read(const char* expected);
+    /**
+     * Reads clauses up to the end of the line.
+     *
+     * @param expected  what may stand at its beginning
+     * @param vr        of the attribute, which its values have to fit
+     */
+    Clauses Read(const char* expected, unsigned short vr);
     /** Reads the condition that begins at the cursor. */
     DICOM_Condition Read_Condition();
 
 private:
     void Read_Otherwise(Clauses& clauses);
-    DICOM_Value_Set Read_Values(bool is_extensible);
+    DICOM_Value_Set Read_Values(bool is_extensible, unsigned short vr);
     DICOM_Item_Count Read_Items();
     DICOM_Condition Read_When();
 
@@ -31,13 +37,15 @@ private:
     void Read_Factor();
     void Read_Class();
     void Read_Test();
+    void Read_Comparison(DICOM_Step& step);
     void Read_Operand(DICOM_Step& step);
     unsigned int Read_Tag();
     bool Read_State(DICOM_Step& step);
     bool Read_Relation(DICOM_Step::Relation& relation);
     long long Read_Number(const char* what);
     unsigned short Read_Value_Number();
-    std::vector<const char*> Read_Texts();
+    /** A text in quotes that fits one of some VRs at least; any where there are none. */
+    const char* Read_Compared(const char* what, std::span<const unsigned short> vrs);
     void Put(DICOM_Step::Kind kind);
 
     Line_Cursor& cursor_;

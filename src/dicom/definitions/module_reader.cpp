@@ -297,7 +297,7 @@ unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_
 
 void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth)
 {
-    const Attribute_Line line = Read_Attribute_Line(cursor, store_, scope.is_kept);
+    Attribute_Line line = Read_Attribute_Line(cursor);
     const bool is_optional = scope.is_optional && depth == scope.depth;
     DICOM_List* const parent = depth == depth_ ? nullptr : Open_Record(depth - 1);
     const Key key{parent, Tag_Number(line.group, line.element)};
@@ -311,7 +311,8 @@ void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int 
     } catch (const Value_Fault& fault) {
         throw Definition_Fault{fault.place, line.value_column, fault.text};
     }
-    Check_Clauses(line, line.type.value_or(record != nullptr ? record->type : 0), vr);
+    Read_Clauses(cursor, store_, scope.is_kept,
+                 line.type.value_or(record != nullptr ? record->type : 0), vr, line);
     // Nothing is changed before the whole line is known to be right.
     const auto type = is_optional ? Optional_Type(line.type, record) : line.type;
     if (record == nullptr) {

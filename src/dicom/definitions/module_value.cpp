@@ -117,6 +117,13 @@ constexpr Number_Form Number_Forms[] = {
     {VR_UV, &Append_Number<std::uint64_t>},
 };
 
+const Number_Form* Number_Form_Of(unsigned short vr)
+{
+    const auto* const form = std::find_if(std::begin(Number_Forms), std::end(Number_Forms),
+                                          [=](const Number_Form& entry) { return entry.vr == vr; });
+    return form != std::end(Number_Forms) ? form : nullptr;
+}
+
 /** Pairs of hexadecimal digits, with blanks or backslashes between them where one likes. */
 std::string Hex_Bytes(const VR_Rule& rule, std::string_view text)
 {
@@ -161,10 +168,8 @@ void Check_Text(const VR_Rule& rule, std::string_view text)
 std::string Unpadded_Bytes(const VR_Rule& rule, std::string_view text)
 {
     std::string bytes;
-    const auto* const form =
-        std::find_if(std::begin(Number_Forms), std::end(Number_Forms),
-                     [&](const Number_Form& entry) { return entry.vr == rule.vr; });
-    if (form != std::end(Number_Forms)) {
+    const Number_Form* const form = Number_Form_Of(rule.vr);
+    if (form != nullptr) {
         For_Each_Value(text, [&](std::string_view value) { form->append(bytes, rule.vr, value); });
     } else if (rule.kind == VR_Kind::Binary || rule.kind == VR_Kind::Opaque) {
         bytes = Hex_Bytes(rule, text);
@@ -198,6 +203,44 @@ std::string lib_dicom::Value_Bytes(unsigned short vr, std::string_view text)
         Refuse(This_Unit, vr, text, "less than 2 GB long");
     }
     return bytes;
+}
+
+bool lib_dicom::Is_Number_VR(unsigned short vr)
+{
+    return vr == VR_DS || vr == VR_IS || (vr != VR_AT && Number_Form_Of(vr) != nullptr);
+}
+
+void lib_dicom::Check_Compared(unsigned short vr, std::string_view text)
+{
+    const VR_Rule* const rule = Find_Any_VR_Rule(vr);
+    const Number_Form* const form = Number_Form_Of(vr);
+    if (rule == nullptr || text.empty()) {
+        return;
+    }
+    if (form == nullptr && (rule->kind == VR_Kind::Binary || rule->kind == VR_Kind::Opaque)) {
+        throw Value_Fault{This_Unit, "a value " + Of_VR(vr) + " is never compared"};
+    }
+    if (Strip(text) != text) {
+        Refuse(This_Unit, vr, text, "compared without blanks around it");
+    }
+    if (rule->kind != VR_Kind::Text_Single && text.find('\\') != text.npos) {
+        Refuse(This_Unit, vr, text, "compared by itself");
+    }
+    std::string unused;
+    if (vr == VR_AT) {
+        const bool is_plain =
+            text.size() == 8 && Hex_Number(text.substr(0, 4)) && Hex_Number(text.substr(4));
+        if (!is_plain) {
+            Append_Tag(unused, vr, text);
+        }
+    } else if (form != nullptr) {
+        form->append(unused, vr, text);
+    } else {
+        Check_Text(*rule, text);
+        if (Is_Number_VR(vr)) {
+            Append_Number<double>(unused, vr, text);
+        }
+    }
 }
 
 void lib_dicom::Replace_Value(DICOM_List& record, std::string_view bytes)

@@ -52,6 +52,12 @@ struct Clauses {
     const DICOM_Item_Count* item_counts = nullptr;
 };
 
+/** The clauses of a line of a file that stays in memory, and the VR that they were read for. */
+struct Kept_Clauses {
+    Clauses clauses;
+    unsigned short vr = 0;
+};
+
 /** The rules of the lists that are kept, and the lines that were read for them. */
 class Rule_Store {
 public:
@@ -62,8 +68,8 @@ public:
     {
         return arena_;
     }
-    /** The clauses of a line of a file that stays in memory; many IODs include the same file. */
-    std::unordered_map<const char*, Clauses>& Lines()
+    /** By the place of the line in memory; many IODs include the same file. */
+    std::unordered_map<const char*, Kept_Clauses>& Lines()
     {
         return lines_;
     }
@@ -83,7 +89,7 @@ private:
     void Make_Room(std::size_t count);
 
     Rule_Arena arena_;
-    std::unordered_map<const char*, Clauses> lines_;
+    std::unordered_map<const char*, Kept_Clauses> lines_;
     /** As many as a power of two, half of them free at least. */
     std::vector<Entry> entries_;
     std::size_t used_ = 0;

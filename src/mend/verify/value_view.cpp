@@ -36,6 +36,18 @@ std::string_view Without_Padding(std::string_view text)
                               : text.substr(begin, text.find_last_not_of(Padding) + 1 - begin);
 }
 
+/** "0018106A" for "0018,106a", which definitions may write too. */
+std::string Digits_Of_Tag(std::string_view text)
+{
+    std::string digits;
+    for (const char c : text) {
+        if (c != ',') {
+            digits += c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
+        }
+    }
+    return digits;
+}
+
 bool Is_Multiple(unsigned short vr)
 {
     return vr != VR_LT && vr != VR_ST && vr != VR_UT && vr != VR_UR;
@@ -145,7 +157,7 @@ std::optional<double> Value_View::Number(int index) const
 bool Value_View::Equals(int index, std::string_view text) const
 {
     if (vr_ == VR_AT) {
-        return Text(index) == text;
+        return Text(index) == Digits_Of_Tag(text);
     }
     const std::optional<double> number = Number(index);
     return number && number == Number_Of(text);
