@@ -1,6 +1,8 @@
 // Numbers that count what stands beside them, as the points of a contour or the wedges of a beam do, and
 // shapes that have a certain number of points.
 #include "mend/consistency/rules.h"
+#include "mend/healing/character_set.h"
+#include "mend/healing/image.h"
 #include "mend/reading/tree.h"
 
 #include <algorithm>
@@ -97,12 +99,16 @@ constexpr Tag Frame_Of_Reference = {0x3006, 0x0024};
 constexpr Tag Range_Type = {0x0040, 0xA130};
 constexpr Tag Range_Values[] = {{0x0040, 0xA132}, {0x0040, 0xA138}, {0x0040, 0xA13A}};
 
+constexpr Tag Window_Center = {0x0028, 0x1050};
+/** What has a value for each window, which its center and its width make together. */
+constexpr Tag Of_Windows[] = {{0x0028, 0x1051}, {0x0028, 0x1055}};
+
 constexpr std::size_t Row_Count = std::size(Rows) + std::size(Vectors);
 
-constexpr std::array<Tag, Row_Count + 3> All_Tags()
+constexpr std::array<Tag, Row_Count + 4> All_Tags()
 {
-    std::array<Tag, Row_Count + 3> tags = {Graphic_Data, Graphic_Type, Range_Type};
-    auto* const behind = std::transform(std::begin(Rows), std::end(Rows), tags.begin() + 3,
+    std::array<Tag, Row_Count + 4> tags = {Graphic_Data, Graphic_Type, Range_Type, Window_Center};
+    auto* const behind = std::transform(std::begin(Rows), std::end(Rows), tags.begin() + 4,
                                         [](const Count_Row& row) { return row.number; });
     std::transform(std::begin(Vectors), std::end(Vectors), behind,
                    [](const Vector_Row& row) { return row.vector; });
@@ -202,6 +208,28 @@ void Check_Range(Subject_Set& subject, const DICOM_List& type)
     }
 }
 
+void Check_Windows(Subject_Set& subject, const DICOM_List& center)
+{
+    const std::size_t windows = subject.Count(center).value_or(0);
+    for (const Tag tag : Of_Windows) {
+        const DICOM_List* const record = Behind(center, tag);
+        std::size_t count = record != nullptr ? subject.Count(*record).value_or(0) : 0;
+        if (windows == 0 || count == 0 || count == windows) {
+            continue;
+        }
+        // Explanations are letters, a part of which may look like a separator.
+        const Character_Set characters(
+            Text_In(subject.set, subject.set.records.Head(), Character_Set_Tag));
+        const std::string_view text = subject.Text(*record);
+        count = text.empty() ? count : characters.Split(text, '\\', VR_Of(*record)).size();
+        if (count != windows) {
+            Doubt_Of(subject, *record,
+                     Plural(count, "value") + " where Window Center has " + std::to_string(windows),
+                     "PS3.3 C.11.2.1.2");
+        }
+    }
+}
+
 void Check(Subject_Set& subject)
 {
     const DICOM_List* data = nullptr;
@@ -214,6 +242,8 @@ void Check(Subject_Set& subject)
             Check_Graphic(subject, element, data);
         } else if (tag == Range_Type) {
             Check_Range(subject, record);
+        } else if (tag == Window_Center) {
+            Check_Windows(subject, record);
         }
         const auto* row = std::lower_bound(
             std::begin(Rows), std::end(Rows), tag,

@@ -118,7 +118,8 @@ void Check_Numbers(Subject_Set& subject, const DICOM_List& record, const char* c
     }
 }
 
-void Check_Row(Subject_Set& subject, const Watched& element, std::int64_t frames)
+/** @param is_counted  the object says itself how many frames it has */
+void Check_Row(Subject_Set& subject, const Watched& element, std::int64_t frames, bool is_counted)
 {
     const DICOM_List& record = *element.record;
     const auto* const row =
@@ -130,6 +131,9 @@ void Check_Row(Subject_Set& subject, const Watched& element, std::int64_t frames
     }
     if (row->kind == Kind::Number) {
         Check_Numbers(subject, record, row->clause, frames);
+    } else if (!is_counted) {
+        // Where there is a value for each of several, the number is missing, and is told as that.
+        return;
     } else if (row->kind == Kind::Items) {
         Check_Count(subject, record, *row, static_cast<std::size_t>(Item_Count(record)), frames);
     } else if (const auto count = subject.Count(record)) {
@@ -161,6 +165,19 @@ bool Is_Above_Zero(std::string_view text)
            text.find_first_not_of("0123456789") == text.npos;
 }
 
+/** An image that does not say how many frames it has is one; nothing where that cannot be told. */
+std::optional<std::int64_t> Count_Of_Frames(const Subject_Set& subject)
+{
+    const DICOM_List* const counter = subject.Top(Frames_Tag);
+    if (counter == nullptr) {
+        const bool has_groups = subject.Top(Per_Frame_Groups) != nullptr;
+        return has_groups ? std::nullopt : std::optional<std::int64_t>(1);
+    }
+    const Numbers numbers = subject.Whole_Numbers(*counter);
+    const bool is_known = numbers.size() == 1 && numbers.front() > 0;
+    return is_known ? std::optional(numbers.front()) : std::nullopt;
+}
+
 /** Frame numbers next to the UID of an instance: of this one those that are there, of any those from 1. */
 void Check_References(Subject_Set& subject, std::optional<std::int64_t> frames)
 {
@@ -188,17 +205,16 @@ void Check_References(Subject_Set& subject, std::optional<std::int64_t> frames)
 
 void Check(Subject_Set& subject)
 {
-    const DICOM_List* const counter = subject.Top(Frames_Tag);
-    const Numbers numbers = counter != nullptr ? subject.Whole_Numbers(*counter) : Numbers();
-    const bool is_known = numbers.size() == 1 && numbers.front() > 0;
-    if (is_known) {
+    const std::optional<std::int64_t> frames = Count_Of_Frames(subject);
+    if (frames) {
+        const bool is_counted = subject.Top(Frames_Tag) != nullptr;
         subject.For_Each(
-            [&](const Watched& element) { Check_Row(subject, element, numbers.front()); });
+            [&](const Watched& element) { Check_Row(subject, element, *frames, is_counted); });
     }
     if (const DICOM_List* const pointer = subject.Top(Increment_Pointer)) {
         Check_Pointer(subject, *pointer);
     }
-    Check_References(subject, is_known ? std::optional(numbers.front()) : std::nullopt);
+    Check_References(subject, frames);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "mend/consistency/study.h"
 
+#include "mend/consistency/study_elements.h"
 #include "mend/consistency/study_references.h"
 #include "mend/consistency/study_tracking.h"
 #include "mend/consistency/study_values.h"
@@ -15,104 +16,6 @@ namespace lib_mend {
 
 namespace {
 
-struct Element_Row {
-    Tag tag;
-    unsigned short vr;
-    Compared_Form form = Compared_Form::Text;
-};
-
-enum Element : std::size_t {
-    Patient_ID,
-    Issuer,
-    Patient_Name,
-    Birth_Date,
-    Sex,
-    Study_UID,
-    Study_Date,
-    Study_Time,
-    Accession_Number,
-    Study_ID,
-    Study_Description,
-    Referring_Physician,
-    Series_UID,
-    Modality,
-    Series_Number,
-    Laterality,
-    Series_Date,
-    Series_Time,
-    Series_Description,
-    Body_Part,
-    Protocol,
-    Position,
-    Manufacturer,
-    Model,
-    Serial_Number,
-    Frame_UID,
-    Reference_Indicator,
-    Instance_UID,
-    SOP_Class,
-    Frame_Count,
-    Element_Count
-};
-
-constexpr Element_Row Rows[] = {
-    {{0x0010, 0x0020}, VR_LO},
-    {{0x0010, 0x0021}, VR_LO},
-    {{0x0010, 0x0010}, VR_PN, Compared_Form::Name},
-    {{0x0010, 0x0030}, VR_DA},
-    {{0x0010, 0x0040}, VR_CS},
-    {{0x0020, 0x000D}, VR_UI},
-    {{0x0008, 0x0020}, VR_DA},
-    {{0x0008, 0x0030}, VR_TM, Compared_Form::Time},
-    {{0x0008, 0x0050}, VR_SH},
-    {{0x0020, 0x0010}, VR_SH},
-    {{0x0008, 0x1030}, VR_LO},
-    {{0x0008, 0x0090}, VR_PN, Compared_Form::Name},
-    {{0x0020, 0x000E}, VR_UI},
-    {{0x0008, 0x0060}, VR_CS},
-    {{0x0020, 0x0011}, VR_IS, Compared_Form::Number},
-    {{0x0020, 0x0060}, VR_CS},
-    {{0x0008, 0x0021}, VR_DA},
-    {{0x0008, 0x0031}, VR_TM, Compared_Form::Time},
-    {{0x0008, 0x103E}, VR_LO},
-    {{0x0018, 0x0015}, VR_CS},
-    {{0x0018, 0x1030}, VR_LO},
-    {{0x0018, 0x5100}, VR_CS},
-    {{0x0008, 0x0070}, VR_LO},
-    {{0x0008, 0x1090}, VR_LO},
-    {{0x0018, 0x1000}, VR_LO},
-    {{0x0020, 0x0052}, VR_UI},
-    {{0x0020, 0x1040}, VR_LO},
-    {{0x0008, 0x0018}, VR_UI},
-    {{0x0008, 0x0016}, VR_UI},
-    {{0x0028, 0x0008}, VR_IS, Compared_Form::Number},
-};
-static_assert(std::size(Rows) == Element_Count);
-
-/** What has the same key agrees about the elements. */
-struct Group_Row {
-    Fault fault;
-    Level level;
-    const char* name;
-    /** Element_Count for the patient, whose key are two of them. */
-    Element key;
-    Element first;
-    Element last;
-    const char* clause = nullptr;
-};
-
-constexpr Group_Row Groups[] = {
-    {Fault::Patient_Differs, Level::Kept, "patient", Element_Count, Patient_Name, Sex},
-    {Fault::Study_Differs, Level::Kept, "study", Study_UID, Patient_ID, Issuer},
-    {Fault::Study_Differs, Level::Kept, "study", Study_UID, Study_Date, Referring_Physician},
-    {Fault::Series_Differs, Level::Kept, "series", Series_UID, Study_UID, Study_UID},
-    {Fault::Series_Differs, Level::Kept, "series", Series_UID, Modality, Frame_UID},
-    {Fault::Frame_Of_Reference_Differs, Level::Kept, "frame of reference", Frame_UID,
-     Reference_Indicator, Reference_Indicator},
-    {Fault::Unlikely, Level::Info, "frame of reference", Frame_UID, Patient_ID, Patient_ID,
-     "PS3.3 C.7.4.1.1.1"},
-};
-
 /** Elements that identify, each something else; the first ones have the right to a UID. */
 constexpr struct {
     Element element;
@@ -124,11 +27,6 @@ constexpr struct {
     {Frame_UID, "a frame of reference"},
 };
 
-std::string Counted(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " other file of the " : " other files of the ");
-}
-
 constexpr Tag Referenced_Class = {0x0008, 0x1150};
 constexpr Tag Referenced_Frames = {0x0008, 0x1160};
 
@@ -138,6 +36,7 @@ Study_Facts Facts_Of(const Data_Set& set)
 {
     static_assert(Study_Facts::Elements == Element_Count);
     Study_Facts facts;
+    facts.offsets.fill(Finding::Nowhere);
     facts.syntax = set.syntax;
     facts.is_encapsulated = set.encoding.encapsulated;
     const Character_Set characters(Text_In(set, set.records.Head(), Character_Set_Tag));
@@ -206,67 +105,9 @@ void Study::Tell(Told& told, const File& file, std::size_t element, const Wordin
     place.tag = Rows[element].tag;
     place.vr = Rows[element].vr;
     place.offset = file.offsets[element];
+    const std::string* const value = texts_[file.values[element]];
     told.findings.Report(wording.fault, wording.level, place, std::move(text),
-                         {*texts_[file.values[element]], {}}, wording.clause);
-}
-
-Study::Value Study::Key_Of(const File& file, std::size_t element)
-{
-    return element == Element_Count ? file.patient
-           : element == Frame_UID   ? file.frame
-                                    : file.values[element];
-}
-
-/** The values of one element in what has the same key: how often each occurs, and where first. */
-struct Study::Shares {
-    struct Seen {
-        std::size_t count = 0;
-        std::size_t first = 0;
-    };
-
-    std::map<Value, Seen> values;
-    std::size_t all = 0;
-
-    /** What most have is taken for right; of those that are as many, what the first file has. */
-    Value Right() const
-    {
-        const auto is_less = [](const auto& a, const auto& b) {
-            return a.second.count != b.second.count ? a.second.count < b.second.count
-                                                    : a.second.first > b.second.first;
-        };
-        return std::max_element(values.begin(), values.end(), is_less)->first;
-    }
-};
-
-void Study::Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
-                            std::vector<Told>& told) const
-{
-    std::map<Value, Shares> all;
-    for (std::size_t i = 0; i < files_.size(); ++i) {
-        const Value value = files_[i].values[element];
-        if (Key_Of(files_[i], key) != 0 && value != 0) {
-            Shares& shares = all[Key_Of(files_[i], key)];
-            const auto seen = shares.values.try_emplace(value, Shares::Seen{0, i}).first;
-            ++seen->second.count;
-            ++shares.all;
-        }
-    }
-    std::map<Value, Value> right;
-    for (const auto& [name, shares] : all) {
-        if (shares.values.size() > 1) {
-            right.emplace(name, shares.Right());
-        }
-    }
-    for (std::size_t i = 0; i < files_.size() && !right.empty(); ++i) {
-        const Value value = files_[i].values[element];
-        const auto wanted = right.find(Key_Of(files_[i], key));
-        if (wanted != right.end() && value != 0 && value != wanted->second) {
-            const Shares& shares = all[wanted->first];
-            Tell(told[i], files_[i], element, wording,
-                 "differs from " + std::to_string(shares.all - shares.values.at(value).count) +
-                     " of " + Counted(shares.all - 1) + wording.name);
-        }
-    }
+                         {value != nullptr ? *value : std::string_view(), {}}, wording.clause);
 }
 
 /** A UID that names one thing in this file and another in others. */
@@ -386,12 +227,8 @@ std::vector<Study::Told> Study::Compare(const Sum_Of_File& sum_of)
     for (std::size_t i = 0; i < files_.size(); ++i) {
         told[i].file = files_[i].name;
     }
-    for (const Group_Row& group : Groups) {
-        for (std::size_t element = group.first; element <= group.last; ++element) {
-            Compare_Element(group.key, element,
-                            {group.fault, group.level, group.name, group.clause}, told);
-        }
-    }
+    Compare_Groups(told);
+    Compare_Patients(told);
     Compare_UIDs(told);
     Compare_References(told);
     Compare_Trackings(told);

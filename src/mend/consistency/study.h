@@ -44,6 +44,7 @@ struct Study_Facts {
     bool is_encapsulated = false;
     /** In a form in which equal values are equal texts; empty where there is none. */
     std::array<std::string, Elements> values = {};
+    /** Finding::Nowhere where there is no element. */
     std::array<std::int64_t, Elements> offsets = {};
     std::vector<Reference> references = {};
     std::vector<Tracked> trackings = {};
@@ -115,8 +116,12 @@ private:
 
     Value Number_Of(const std::string& text);
     static Value Key_Of(const File& file, std::size_t element);
-    void Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
-                         std::vector<Told>& told) const;
+    /** Compares one element of what has the same key; tells of which files it was said to differ. */
+    std::vector<bool> Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
+                                      const std::vector<bool>& is_left_out,
+                                      std::vector<Told>& told) const;
+    void Compare_Groups(std::vector<Told>& told) const;
+    void Compare_Patients(std::vector<Told>& told) const;
     void Compare_UIDs(std::vector<Told>& told) const;
     void Compare_References(std::vector<Told>& told) const;
     void Compare_Reference(const Reference& reference, const File& target, Told& told) const;
