@@ -117,6 +117,12 @@ def main():
         explained = json.loads(text)
         assert status == 0 and explained["file"] == "plain.dcm" and explained["tag"] == "0008,0060", explained
         assert "usage M, type 1" in explained["explanation"], explained
+        text, status = run("--module", "CT", "--explain", "StudyDate", "plain.dcm", cwd=work)
+        assert status == 0 and "\n  reported as warning: date in another form\n" in text, text
+        # Without an IOD what was found is told all the same.
+        pathlib.Path(work, "unknown.dcm").write_bytes(DAMAGED.replace(b"1.2.840.10008.5.1.4.1.1.", b"1.2.840.10008.5.1.4.9.9."))
+        text, status = run("--explain", "StudyDate", "unknown.dcm", cwd=work)
+        assert status == 2 and "Study Date, no IOD\n" in text and "Study Date, warning: date in another form\n" in text, text
         assert run("--explain", "Modality", "--format", "sarif", "plain.dcm", cwd=work) == ("", 2)
         assert run("--explain", "", "plain.dcm", cwd=work) == ("", 2)
         subprocess.run([TOOL, "mend", "--force", "plain.dcm", "sound.dcm"], cwd=work, stderr=subprocess.DEVNULL)

@@ -58,11 +58,17 @@ void Print_Summary(const Summary& summary, bool json, Verbosity verbosity)
     for (auto entry = summary.rbegin(); entry != summary.rend(); ++entry) {
         const auto& [severity, kind] = entry->first;
         if (Is_Shown(severity, verbosity)) {
-            const char* const format =
-                json ? "{\"severity\":\"%s\",\"kind\":\"%s\",\"findings\":%zu,\"files\":%zu}\n"
-                     : "%-7s  %-16s  %6zu findings in %zu files\n";
-            std::printf(format, lib_mend::Severity_Name(severity), kind->name,
-                        entry->second.findings, entry->second.files);
+            const char* const name = lib_mend::Severity_Name(severity);
+            const Count& count = entry->second;
+            if (json) {
+                std::printf(
+                    "{\"severity\":\"%s\",\"kind\":\"%s\",\"findings\":%zu,\"files\":%zu}\n", name,
+                    kind->name, count.findings, count.files);
+            } else {
+                std::printf("%-7s  %-16s  %6zu %s in %zu %s\n", name, kind->name, count.findings,
+                            count.findings == 1 ? "finding" : "findings", count.files,
+                            count.files == 1 ? "file" : "files");
+            }
         }
     }
 }
@@ -87,7 +93,6 @@ struct Progress {
     Summary summary;
     lib_mend::Sarif_Log log;
     lib_mend::Html_Page page;
-    lib_mend::Study study = {};
 };
 
 /** The findings of a file as a part of a page. */
@@ -126,8 +131,9 @@ void Print(const File_Record& record, const Check_Request& request, Progress& pr
     }
 }
 
-/** Prints what the IOD says of an attribute; what was found in the file is another question. */
-void Explain(const lib_mend::Data_Set& set, const Check_Request& request, File_Record& record)
+/** Prints what the IOD says of an attribute, and what was found that is about it. */
+void Explain(const lib_mend::Data_Set& set, const Check_Request& request, const Findings& found,
+             File_Record& record)
 {
     const std::optional<lib_mend::Tag> tag = lib_mend::Parse_Tag(request.explain);
     if (!tag) {
@@ -135,17 +141,18 @@ void Explain(const lib_mend::Data_Set& set, const Check_Request& request, File_R
         record.status = Exit_Failure;
         return;
     }
-    Findings said;
+    Findings trouble;
     const std::string module = request.module.empty() ? "auto" : request.module;
-    const std::string text = lib_mend::Explain_IOD(set, module, *tag, said);
+    const lib_mend::Explanation said = lib_mend::Explain_IOD(set, module, *tag, found, trouble);
     const std::string line = request.format == Format::JSON
                                  ? "{\"file\":" + lib_mend::JSON_Name(record.path) + ",\"tag\":\"" +
                                        lib_mend::Tag_Text(*tag) +
-                                       "\",\"explanation\":" + lib_mend::JSON_Text(text) + "}\n"
-                                 : lib_mend::Printable(record.path) + ": " + text;
+                                       "\",\"explanation\":" + lib_mend::JSON_Text(said.text) +
+                                       "}\n"
+                                 : lib_mend::Printable(record.path) + ": " + said.text;
     std::fputs(line.c_str(), stdout);
-    record.findings = said.All();
-    record.status = text.empty() ? Exit_Failure : Exit_Clean;
+    record.findings = trouble.All();
+    record.status = said.has_iod ? Exit_Clean : Exit_Failure;
 }
 
 void Check_File(const Work_Item& item, const Check_Request& request, bool is_last,
@@ -166,7 +173,7 @@ void Check_File(const Work_Item& item, const Check_Request& request, bool is_las
     lib_mend::Data_Set& set = *read;
     lib_mend::Check(set, request.heal, findings);
     if (!request.explain.empty()) {
-        Explain(set, request, record);
+        Explain(set, request, findings, record);
         return;
     }
     if (!request.module.empty()) {
@@ -203,28 +210,38 @@ std::string Sum_Of_Contents(const std::string& path, const Check_Request& reques
     return lib_mend::Sum_Of_Contents(set);
 }
 
-Exit_Status Compare_Files(const Check_Request& request, Progress& progress)
-{
-    Exit_Status status = Exit_Clean;
-    const auto sum_of = [&request](const std::string& path) {
-        return Sum_Of_Contents(path, request);
-    };
-    const std::vector<lib_mend::Study::Told> all = progress.study.Compare(sum_of);
-    // Names of attributes are those of today's standard.
-    lib_mend::Findings of_library;
-    const lib_mend::Library_Session session(of_library);
-    for (const lib_mend::Study::Told& told : all) {
-        File_Record record;
-        record.path = told.file;
-        record.status = Status_Of(told.findings);
-        record.findings = told.findings.All();
-        Print(record, request, progress);
-        status = std::max(status, record.status);
+/** What the files of patients, studies and series do not agree about. */
+class Study_Comparison : public Comparison {
+public:
+    explicit Study_Comparison(const Check_Request& request) : request_(request)
+    {
     }
-    return status;
-}
 
-/** Prints what was found in a file, and keeps what is compared with others. */
+    void Take(const File_Record& record) override
+    {
+        if (record.has_facts) {
+            study_.Add(record.path, record.facts);
+        }
+    }
+    By_File Compare() override
+    {
+        By_File findings;
+        const auto sum_of = [this](const std::string& path) {
+            return Sum_Of_Contents(path, request_);
+        };
+        for (lib_mend::Study::Told& told : study_.Compare(sum_of)) {
+            told.findings.Sum_Up();
+            findings.emplace(std::move(told.file), std::move(told.findings));
+        }
+        return findings;
+    }
+
+private:
+    const Check_Request& request_;
+    lib_mend::Study study_;
+};
+
+/** Prints what was found in a file. */
 void Tell(const File_Record& record, const Check_Request& request, Progress& progress)
 {
     if (!request.explain.empty()) {
@@ -232,10 +249,16 @@ void Tell(const File_Record& record, const Check_Request& request, Progress& pro
         Report(record, request.run.verbosity, request.run.show_values);
         return;
     }
-    if (record.has_facts) {
-        progress.study.Add(record.path, record.facts);
-    }
     Print(record, request, progress);
+}
+
+/** Why an explanation cannot be given; empty when it can. */
+const char* Refused_Explanation(const Check_Request& request)
+{
+    return request.format == Format::HTML || request.format == Format::SARIF
+               ? "an explanation is text or JSON"
+           : request.study ? "an explanation is of each file by itself, without --study"
+                           : "";
 }
 
 }  // namespace
@@ -244,8 +267,9 @@ Exit_Status Run_Check(const Check_Request& request)
 {
     const bool is_log = request.format == Format::SARIF && !request.summary;
     const bool is_page = request.format == Format::HTML;
-    if (!request.explain.empty() && (is_page || request.format == Format::SARIF)) {
-        Report_Failure("--explain", "an explanation is text or JSON");
+    if (const std::string refused = request.explain.empty() ? "" : Refused_Explanation(request);
+        !refused.empty()) {
+        Report_Failure("--explain", refused);
         return Exit_Failure;
     }
     Progress progress = {{},
@@ -255,15 +279,14 @@ Exit_Status Run_Check(const Check_Request& request)
                : is_page ? lib_mend::Html_Page::Head().c_str()
                          : "",
                stdout);
-    Exit_Status status = Go_Through(
+    Study_Comparison comparison(request);
+    const Exit_Status status = Go_Through(
         request.run,
         [&](const Work_Item& item, File_Record& record, bool is_last) {
             Check_File(item, request, is_last, record);
         },
-        [&](const File_Record& record) { Tell(record, request, progress); });
-    if (request.study) {
-        status = std::max(status, Compare_Files(request, progress));
-    }
+        [&](const File_Record& record) { Tell(record, request, progress); },
+        request.study ? &comparison : nullptr);
     std::fputs(is_log    ? progress.log.Tail(status != Exit_Failure).c_str()
                : is_page ? progress.page.Tail(status != Exit_Failure).c_str()
                          : "",

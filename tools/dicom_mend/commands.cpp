@@ -315,25 +315,39 @@ void Describe(const lib_mend::Data_Set& set, Findings& findings, File_Record& re
 
 Exit_Status Go_Through(const Run_Options& run,
                        const std::function<void(const Work_Item&, File_Record&, bool)>& work,
-                       const Run_Teller& tell)
+                       const Run_Teller& tell, Comparison* comparison)
 {
     if (run.Asks_For_Run()) {
         return Run_Files(
             run, [&](const Work_Item& item, File_Record& record) { work(item, record, false); },
-            tell);
+            tell, comparison);
     }
     // The names of elements are those of today's standard where findings are printed, too.
     Findings unasked;
     const Library_Session session(unasked);
     Exit_Status status = Exit_Clean;
+    const auto end = [&](const File_Record& record) {
+        tell(record);
+        status = std::max(status, record.status);
+    };
+    std::optional<Held_Files> held;
+    if (comparison != nullptr) {
+        held.emplace(*comparison);
+    }
     for (const std::string& path : run.walk.paths) {
         Work_Item item;
         item.path = path;
         File_Record record;
         record.path = Name_Of(path);
         work(item, record, &path == &run.walk.paths.back());
-        tell(record);
-        status = std::max(status, record.status);
+        if (held) {
+            held->Hold(record, false, true);
+        } else {
+            end(record);
+        }
+    }
+    if (held) {
+        held->Release(true, run.show_values, [&](Held_File&& file) { end(file.record); });
     }
     return status;
 }

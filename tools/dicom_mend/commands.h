@@ -71,11 +71,12 @@ void Describe(const lib_mend::Data_Set& set, lib_mend::Findings& findings, File_
  * Works on files: one after the other in this process, or as a run of workers where the request asks
  * for one.
  *
- * @param work  the flag says that it is the last file of the process
+ * @param work        the flag says that it is the last file of the process
+ * @param comparison  see Run_Files
  */
 Exit_Status Go_Through(const Run_Options& run,
                        const std::function<void(const Work_Item&, File_Record&, bool)>& work,
-                       const Run_Teller& tell);
+                       const Run_Teller& tell, Comparison* comparison = nullptr);
 
 /**
  * Keeps the data set of the last file for the rest of the process, whose memory the system takes back

@@ -197,7 +197,7 @@ private:
 class Empty_Adder {
 public:
     Empty_Adder(Place_In_Set& place, DICOM_List* module, Findings& findings)
-        : place_(place), object_(place.Set()), judge_(object_, module, false),
+        : place_(place), object_(place.Set()), judge_(object_, module, false, findings),
           merger_(place, findings), findings_(findings)
     {
     }

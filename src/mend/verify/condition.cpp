@@ -237,7 +237,17 @@ Verdict Conditions::Compare(const DICOM_Step& step, unsigned short group)
     return {Truth_Of(step.kind == DICOM_Step::Text && step.relation == DICOM_Step::Unequal)};
 }
 
-std::string Conditions::Reason(const DICOM_Condition& condition, unsigned short group)
+std::string Conditions::Reason(const DICOM_Condition& condition, unsigned short group,
+                               const DICOM_Condition* other)
+{
+    std::vector<std::string> reasons = Reasons(condition, group);
+    if (other != nullptr) {
+        Append_New(reasons, Reasons(*other, group));
+    }
+    return Spoken(reasons);
+}
+
+std::vector<std::string> Conditions::Reasons(const DICOM_Condition& condition, unsigned short group)
 {
     struct Part {
         Truth truth;
@@ -267,7 +277,7 @@ std::string Conditions::Reason(const DICOM_Condition& condition, unsigned short 
             Append_New(parts.back().texts, {Describe(step, truth, group)});
         }
     }
-    return parts.empty() ? std::string() : Spoken(parts.back().texts);
+    return parts.empty() ? std::vector<std::string>() : std::move(parts.back().texts);
 }
 
 std::string Conditions::Matched(const DICOM_Step& step, unsigned short group)

@@ -37,10 +37,14 @@ public:
     /**
      * Why a condition comes to what it does: "Photometric Interpretation is PALETTE COLOR". Quotes
      * what the definition names, no value of the data set.
+     *
+     * @param other  a second condition that is to tell why too, null for none; what both say is said once
      */
-    std::string Reason(const DICOM_Condition& condition, unsigned short group);
+    std::string Reason(const DICOM_Condition& condition, unsigned short group,
+                       const DICOM_Condition* other = nullptr);
 
 private:
+    std::vector<std::string> Reasons(const DICOM_Condition& condition, unsigned short group);
     Verdict Test(const DICOM_Step& step, unsigned short group);
     Verdict Test_Now(const DICOM_Step& step, unsigned short group);
     Verdict Compare(const DICOM_Step& step, unsigned short group);

@@ -1,10 +1,15 @@
 #include "mend/verify/explain.h"
 
+#include "mend/findings/faults.h"
+#include "mend/verify/about.h"
 #include "mend/verify/judge.h"
 #include "mend/verify/module_walk.h"
 #include "mend/verify/verify.h"
 
 #include <algorithm>
+#include <set>
+#include <span>
+#include <vector>
 
 namespace lib_mend {
 
@@ -13,6 +18,12 @@ namespace {
 /** Places that are explained one by one; an object may have a million. */
 constexpr int Most_Places = 20;
 
+/** "error: there is no such frame" */
+std::string Said_Text(const Finding& finding)
+{
+    return std::string(Severity_Name(Severity_Of(finding))) + ": " + Text_Without_Values(finding);
+}
+
 std::string Words(const DICOM_Condition& condition)
 {
     return {condition.text, static_cast<std::size_t>(condition.text_size)};
@@ -20,26 +31,40 @@ std::string Words(const DICOM_Condition& condition)
 
 class Explainer {
 public:
-    Explainer(Object& object, Judge& judge) : object_(object), judge_(judge)
+    /** @param found  all that is reported of the object */
+    Explainer(Object& object, Judge& judge, const std::vector<Finding>& found)
+        : object_(object), judge_(judge), found_(found)
     {
     }
 
-    void Place(const DICOM_List& node, const DICOM_List* record, unsigned short group)
+    /** @param judged  what the rules come to here */
+    void Place(const DICOM_List& node, const DICOM_List* record, unsigned short group,
+               const std::vector<Finding>& judged)
     {
+        const std::string path = Path_Text(object_.Way(), {group, node.element});
+        told_.insert(path);
         if (++places_ > Most_Places) {
             return;
         }
-        text_ += Path_Text(object_.Way(), {group, node.element}) + " is " + State(record) + "\n";
+        text_ += path + " is " + State(record) + "\n";
         for (const DICOM_Rule& rule : Rules_Of(node)) {
             Rule(rule, group);
         }
-        Outcome(node, record, group);
+        Outcome(node, path, judged);
     }
     std::string Text() const
     {
+        if (places_ == 0) {
+            return "the IOD does not name it\n";
+        }
         return places_ > Most_Places
                    ? text_ + "and " + std::to_string(places_ - Most_Places) + " places more\n"
                    : text_;
+    }
+    /** Places that were told of. */
+    const std::set<std::string>& Told() const
+    {
+        return told_;
     }
 
 private:
@@ -129,43 +154,74 @@ private:
         }
     }
 
-    void Outcome(const DICOM_List& node, const DICOM_List* record, unsigned short group)
+    void Outcome(const DICOM_List& node, const std::string& path,
+                 const std::vector<Finding>& judged)
     {
-        Findings findings;
-        judge_.Check(node, record, group, findings);
+        std::vector<Finding> here = judged;
+        for (const Finding& finding : found_) {
+            const bool is_known = std::any_of(here.begin(), here.end(), [&](const Finding& each) {
+                return each.text == finding.text;
+            });
+            if (finding.path == path && !is_known) {
+                here.push_back(finding);
+            }
+        }
         const std::span<const DICOM_Rule> rules = Rules_Of(node);
         if (std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
                 return judge_.Modules().Is_Missing(rule);
             })) {
             text_ += "  reported: its module is missing as a whole\n";
-        } else if (findings.All().empty()) {
-            text_ += "  nothing is reported\n";
+        } else if (here.empty()) {
+            text_ += "  nothing is reported here\n";
         }
-        for (const Finding& finding : findings.All()) {
-            text_ += "  reported: " + finding.text + "\n";
+        for (const Finding& finding : here) {
+            text_ += "  reported as " + Said_Text(finding) + "\n";
         }
     }
 
     Object& object_;
     Judge& judge_;
+    const std::vector<Finding>& found_;
+    std::set<std::string> told_;
     std::string text_;
     int places_ = 0;
 };
 
+/** What was found that is about the attribute, but for what its places have told. */
+std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const std::set<std::string>& told)
+{
+    std::string text;
+    for (const Finding& finding : found) {
+        const bool is_told = finding.has_tag && finding.tag == tag && told.count(finding.path) != 0;
+        if (!is_told && Is_About(finding, tag)) {
+            const std::string path =
+                finding.has_tag ? finding.path + " " + Tag_Name(finding.tag) + ", " : std::string();
+            text += "  " + path + Said_Text(finding) + "\n";
+        }
+    }
+    return text.empty() ? text : "what else is reported of it, or names it\n" + text;
+}
+
 }  // namespace
 
-std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag)
+std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found)
 {
+    if (module == nullptr) {
+        return Rest_Text(found.All(), tag, {});
+    }
     Object object(set);
-    Judge judge(object, module, true);
-    Explainer explainer(object, judge);
+    Judge judge(object, module, true, found);
+    Explainer explainer(object, judge, found.All());
+    // What is said of one attribute may stand in for another one of the same item, so that all are judged.
     Module_Walk(object, module)
         .Run([&](const DICOM_List& node, const DICOM_List* record, unsigned short group) {
+            Findings judged;
+            judge.Check(node, record, group, judged);
             if (Tag{group, node.element} == tag) {
-                explainer.Place(node, record, group);
+                explainer.Place(node, record, group, judged.All());
             }
         });
-    return explainer.Text();
+    return explainer.Text() + Rest_Text(found.All(), tag, explainer.Told());
 }
 
 }  // namespace lib_mend

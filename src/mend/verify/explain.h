@@ -10,9 +10,13 @@ namespace lib_mend {
 
 /**
  * Lines for people: each place where the IOD names the attribute, with its type, condition and values by
- * module, whether they hold here and why. Quotes no value of the data set.
+ * module, whether they hold here and why, and what is reported of it there; then what is reported of it
+ * elsewhere, and what names it. Quotes no value of the data set.
+ *
+ * @param module  null for none
+ * @param found   all that is reported of the data set
  */
-std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag);
+std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found);
 
 }  // namespace lib_mend
 

@@ -15,6 +15,13 @@ std::string Name_Of(const Data_Set& set, const std::string& code, Findings& find
     return code == "auto" ? Module_Name_Of(set, findings) : code;
 }
 
+void Verify_All(const Data_Set& set, DICOM_List* module, Findings& findings)
+{
+    Verify(set, module, findings);
+    Check_Content_Items(set, findings);
+    Check_Coded_Entries(set, findings);
+}
+
 }  // namespace
 
 void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings)
@@ -22,22 +29,24 @@ void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings
     const std::string name = Name_Of(set, code, findings);
     DICOM_List* const module = name.empty() ? nullptr : Read_Module(name, true, findings);
     if (module != nullptr) {
-        Verify(set, module, findings);
-        Check_Content_Items(set, findings);
-        Check_Coded_Entries(set, findings);
+        Verify_All(set, module, findings);
     }
 }
 
-std::string Explain_IOD(const Data_Set& set, const std::string& code, Tag tag, Findings& findings)
+Explanation Explain_IOD(const Data_Set& set, const std::string& code, Tag tag,
+                        const Findings& found, Findings& trouble)
 {
-    const std::string name = Name_Of(set, code, findings);
-    DICOM_List* const module = name.empty() ? nullptr : Read_Module(name, true, findings);
-    if (module == nullptr) {
-        return {};
+    const std::string name = Name_Of(set, code, trouble);
+    DICOM_List* const module = name.empty() ? nullptr : Read_Module(name, true, trouble);
+    Findings all = found;
+    if (module != nullptr) {
+        Verify_All(set, module, all);
     }
-    const std::string text = Explain(set, module, tag);
-    const std::string head = "(" + Tag_Text(tag) + ") " + Tag_Name(tag) + ", IOD " + name;
-    return text.empty() ? head + ": the IOD does not name it\n" : head + "\n" + text;
+    all.Sum_Up();
+    const std::string iod = module != nullptr ? "IOD " + name : "no IOD";
+    return {"(" + Tag_Text(tag) + ") " + Tag_Name(tag) + ", " + iod + "\n" +
+                Explain(set, module, tag, all),
+            module != nullptr};
 }
 
 bool Complete_IOD(Data_Set& set, const std::string& code, Findings& findings)

@@ -25,8 +25,22 @@ public:
 /** Reports what an IOD requires and is not there. @param code  "auto" for that of the SOP class */
 void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings);
 
-/** What an IOD says of an attribute, and what it comes to here: see Explain. @param code  as above */
-std::string Explain_IOD(const Data_Set& set, const std::string& code, Tag tag, Findings& findings);
+struct Explanation {
+    std::string text;
+    /** False when there was no IOD to ask; the text has what was found all the same. */
+    bool has_iod = false;
+};
+
+/**
+ * What an IOD says of an attribute, what it comes to here, and all that was found that is about it: see
+ * Explain.
+ *
+ * @param code     as above
+ * @param found    what was found in the data set without an IOD
+ * @param trouble  receives what is wrong with the definitions, or that there are none
+ */
+Explanation Explain_IOD(const Data_Set& set, const std::string& code, Tag tag,
+                        const Findings& found, Findings& trouble);
 
 /**
  * Brings a healed data set into line with an IOD and the lines that override it, and reports what is

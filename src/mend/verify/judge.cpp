@@ -9,18 +9,11 @@ namespace lib_mend {
 
 namespace {
 
+constexpr Tag Modality_Tag = {0x0008, 0x0060};
+
 bool Is_Conditional(unsigned short type)
 {
     return type == Type_1C || type == Type_2C;
-}
-
-/** What the SOP class says of the modality is known without definitions, and told before. */
-bool Is_Said_Modality(const DICOM_List& record, const Findings& findings)
-{
-    constexpr Tag Modality = {0x0008, 0x0060};
-    return Tag_Of(record) == Modality &&
-           std::any_of(findings.All().begin(), findings.All().end(),
-                       [](const Finding& each) { return each.fault == Fault::Modality; });
 }
 
 /** Tells whether a condition names an attribute of the same item that is to be absent. */
@@ -51,6 +44,15 @@ std::string Items_Text(int count)
 }
 
 }  // namespace
+
+Judge::Judge(Object& object, DICOM_List* module, bool says_modules, const Findings& found)
+    : conditions_(object), parts_(object, conditions_, module), object_(object),
+      says_modules_(says_modules),
+      is_modality_said_(
+          std::any_of(found.All().begin(), found.All().end(),
+                      [](const Finding& each) { return each.fault == Fault::Modality; }))
+{
+}
 
 bool Judge::Holds(const DICOM_Condition& condition, unsigned short group)
 {
@@ -164,10 +166,9 @@ void Judge::Check_Allowed(const DICOM_List& node, std::span<const DICOM_Rule> ru
     if (by == nullptr) {
         return;
     }
-    std::string reason = conditions_.Reason(by->required, record.group);
-    if (by->otherwise == DICOM_Rule::Limited) {
-        reason += " and " + conditions_.Reason(by->allowed, record.group);
-    }
+    const bool is_limited = by->otherwise == DICOM_Rule::Limited;
+    const std::string reason =
+        conditions_.Reason(by->required, record.group, is_limited ? &by->allowed : nullptr);
     const bool is_forbidden = ban == Ban::Forbidden;
     findings.Report(is_forbidden ? Fault::Not_Allowed : Fault::Not_Expected, Level::Kept,
                     At(record, object_.Way()),
@@ -182,7 +183,7 @@ void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findi
         const DICOM_Value_Set& set = rule.value_sets[i];
         const int outside = First_Outside(value, set);
         if (outside == 0 || set.has_more != 0 || !Holds(set.when, record.group) ||
-            Is_Said_Modality(record, findings)) {
+            (is_modality_said_ && Tag_Of(record) == Modality_Tag)) {
             continue;
         }
         const bool is_hint = set.is_extensible != 0;

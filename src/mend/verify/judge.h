@@ -12,12 +12,11 @@ namespace lib_mend {
 
 class Judge {
 public:
-    /** @param says_modules  a module that is missing is said as a whole, not by its attributes */
-    Judge(Object& object, DICOM_List* module, bool says_modules)
-        : conditions_(object), parts_(object, conditions_, module), object_(object),
-          says_modules_(says_modules)
-    {
-    }
+    /**
+     * @param says_modules  a module that is missing is said as a whole, not by its attributes
+     * @param found         what was found without the IOD, which is not said a second time
+     */
+    Judge(Object& object, DICOM_List* module, bool says_modules, const Findings& found);
 
     /** That an attribute has to be there. */
     struct Demand {
@@ -78,6 +77,8 @@ private:
     Parts parts_;
     Object& object_;
     bool says_modules_;
+    /** What the SOP class says of the modality is known without definitions, and told before. */
+    bool is_modality_said_;
     /** What was said to be missing in the item in hand, and the conditions that asked for it. */
     std::vector<std::pair<Tag, const DICOM_Condition*>> said_;
     Path said_way_;

@@ -1,4 +1,5 @@
 // Conditions and rules of definition files, evaluated in data sets.
+#include "mend/consistency/consistency.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/coded_entries.h"
 #include "mend/verify/condition.h"
@@ -110,9 +111,16 @@ TEST(Verifying, ReportsContentItemsAndCodesThatDoNotFit)
 
 TEST(Verifying, ExplainsAnAttribute)
 {
-    For_Each_Case(Page, "explained", 3, [&](const Case_Row& row) {
+    For_Each_Case(Page, "explained", 4, [&](const Case_Row& row) {
         Case_Object object(row[0], row[1]);
-        std::string text = Explain(object.set, object.module, {0x0028, 0x0006});
+        const auto number = row[3].empty() ? 0x00280006U : row.Tag(3);
+        Findings found;
+        Check_Consistency(object.set, found);
+        Verify(object.set, object.module, found);
+        std::string text = Explain(object.set, object.module,
+                                   {static_cast<unsigned short>(number >> 16U),
+                                    static_cast<unsigned short>(number & 0xFFFFU)},
+                                   found);
         // The rule's file is in a directory of this test's own.
         for (std::size_t at = text.find("(/"); at != std::string::npos; at = text.find("(/")) {
             text.replace(at, text.rfind("/", text.find(")", at)) - at, "(.");

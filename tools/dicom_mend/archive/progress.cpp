@@ -57,8 +57,10 @@ std::string Count_Text(std::uint64_t count)
 std::string Progress_Text(const Progress_State& state)
 {
     std::string text = Count_Text(state.files) + " of " + Count_Text(state.all_files) +
-                       (state.all_known ? "" : "+") + " files, " + Size_Text(state.bytes) + " of " +
-                       Size_Text(state.all_bytes) + (state.all_known ? "" : "+");
+                       (state.all_known ? "" : "+") +
+                       (state.all_files == 1 && state.all_known ? " file, " : " files, ") +
+                       Size_Text(state.bytes) + " of " + Size_Text(state.all_bytes) +
+                       (state.all_known ? "" : "+");
     const double seconds = state.elapsed.count();
     if (seconds >= 1 && state.files > 0) {
         text += ", " + Size_Text(std::llround(static_cast<double>(state.bytes) / seconds)) + "/s";
@@ -73,7 +75,7 @@ std::string Progress_Text(const Progress_State& state)
             text += ", " + Duration_Text(std::max(by_files, by_bytes)) + " left";
         }
     }
-    text += ", " + Count_Text(state.findings) + " findings";
+    text += ", " + Count_Text(state.findings) + (state.findings == 1 ? " finding" : " findings");
     if (!state.slow_file.empty()) {
         text += ", " + Duration_Text(state.slow_time.count()) + " in " +
                 lib_mend::Printable(state.slow_file);

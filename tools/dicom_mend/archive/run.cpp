@@ -229,10 +229,15 @@ Exit_Status Run::All()
         sync_->From_Time_To_Time();
     }
     Tell_Ready(true);
+    if (held_) {
+        line_.Clear();
+        Tell_Held();
+    }
     return Finish(plan);
 }
 
-Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
+Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell,
+                      Comparison* comparison)
 {
     Exit_Status status = Exit_Clean;
     int signal = 0;
@@ -241,7 +246,7 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
         // The names of elements are those of today's standard where findings are printed, too.
         lib_mend::Findings unasked;
         const lib_mend::Library_Session session(unasked);
-        Run run(options, work, tell);
+        Run run(options, work, tell, comparison);
         status = run.All();
         signal = Interruptible::Asked_By();
     }

@@ -2,6 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_ARCHIVE_RUN_H
 #define TOOLS_DICOM_MEND_ARCHIVE_RUN_H
 
+#include "archive/comparison.h"
 #include "archive/walk.h"
 
 #include <string>
@@ -53,9 +54,11 @@ using Run_Teller = std::function<void(const File_Record&)>;
 /**
  * Works on all files. Where the process is interrupted, the files in work are ended first.
  *
+ * @param comparison  what all files together show, which are told of when they are compared; null for none
  * @return the gravest status of all files
  */
-Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell);
+Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell,
+                      Comparison* comparison = nullptr);
 
 }  // namespace dicom_mend
 

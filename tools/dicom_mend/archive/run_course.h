@@ -2,6 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_ARCHIVE_RUN_COURSE_H
 #define TOOLS_DICOM_MEND_ARCHIVE_RUN_COURSE_H
 
+#include "archive/comparison.h"
 #include "archive/disk_sync.h"
 #include "archive/placing.h"
 #include "archive/plan.h"
@@ -21,7 +22,8 @@ namespace dicom_mend {
 
 class Run {
 public:
-    Run(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
+    Run(const Run_Options& options, const File_Work& work, const Run_Teller& tell,
+        Comparison* comparison)
         : options_(options), tell_(tell),
           workers_(options.jobs != 0 ? options.jobs
                                      : std::max(1U, std::thread::hardware_concurrency()),
@@ -33,6 +35,9 @@ public:
           quarantine_(options.quarantine, options.walk.paths),
           line_(options.verbosity != Verbosity::Quiet)
     {
+        if (comparison != nullptr) {
+            held_.emplace(*comparison);
+        }
     }
 
     Exit_Status All();
@@ -49,6 +54,7 @@ private:
     void Take_Done(Done_File&& file);
     void Tell_Ready(bool all);
     void Tell(Slot& slot);
+    void Tell_Held();
     void Place(Slot& slot);
     bool Stop_Without_State();
     bool Keep_Apart(Slot& slot);
@@ -67,6 +73,8 @@ private:
     Run_State state_;
     Run_Report report_;
     std::optional<Disk_Sync> sync_;
+    /** Files that are told of when all are known; nothing where none have to wait. */
+    std::optional<Held_Files> held_;
     /** Tells the staged files of this session from those of earlier ones. */
     std::string session_;
     Window window_;

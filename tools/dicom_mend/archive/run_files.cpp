@@ -229,11 +229,34 @@ void Run::Tell(Slot& slot)
 void Run::Tell_Ready(bool all)
 {
     while (!window_.Is_Empty() && (all || window_.Front().stage == Slot::Stage::Done)) {
-        if (window_.Front().stage == Slot::Stage::Done) {
-            Tell(window_.Front());
+        Slot& slot = window_.Front();
+        if (slot.stage == Slot::Stage::Done && held_) {
+            held_->Hold(slot.record, slot.is_finished, slot.is_final);
+        } else if (slot.stage == Slot::Stage::Done) {
+            Tell(slot);
         }
         window_.Pop();
     }
+}
+
+/** Where the run has ended early, the files that are done are told of without being compared. */
+void Run::Tell_Held()
+{
+    held_->Release(stopped_.empty(), options_.show_values, [this](Held_File&& held) {
+        Slot slot;
+        slot.record = std::move(held.record);
+        slot.is_finished = held.is_finished;
+        slot.is_final = held.is_final;
+        if (held.is_finished && !held.news.empty()) {
+            // Of the rest an earlier run has told.
+            File_Record news = slot.record;
+            news.findings = std::move(held.news);
+            news.headers.clear();
+            tell_(news);
+            state_.Put_Placed(slot.record);
+        }
+        Tell(slot);
+    });
 }
 
 }  // namespace dicom_mend

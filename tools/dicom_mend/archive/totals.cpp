@@ -42,6 +42,12 @@ std::string Counted(std::uint64_t number, const char* what)
     return std::to_string(number) + " " + what;
 }
 
+/** "1 file", "2 files" */
+std::string Plural(std::uint64_t number, const char* one)
+{
+    return Counted(number, one) + (number == 1 ? "" : "s");
+}
+
 void Append_Kinds(std::string& text, const Totals::Kinds& kinds, const char* indent, Severity least)
 {
     for (auto entry = kinds.rbegin(); entry != kinds.rend(); ++entry) {
@@ -49,11 +55,12 @@ void Append_Kinds(std::string& text, const Totals::Kinds& kinds, const char* ind
             continue;
         }
         char line[160];
-        std::snprintf(line, sizeof line, "%s%-7s  %-24s %8llu findings in %llu files\n", indent,
+        const std::uint64_t findings = entry->second.findings;
+        std::snprintf(line, sizeof line, "%s%-7s  %-24s %8llu %s in ", indent,
                       lib_mend::Severity_Name(entry->first.first), entry->first.second.c_str(),
-                      static_cast<unsigned long long>(entry->second.findings),
-                      static_cast<unsigned long long>(entry->second.files));
-        text += line;
+                      static_cast<unsigned long long>(findings),
+                      findings == 1 ? "finding" : "findings");
+        text += line + Plural(entry->second.files, "file") + "\n";
     }
 }
 
@@ -119,7 +126,7 @@ std::string Totals_JSON(const Totals& totals)
 
 std::string Totals_Text(const Totals& totals)
 {
-    std::string text = Counted(totals.files, "files: ") + Counted(totals.clean, "clean, ") +
+    std::string text = Plural(totals.files, "file") + ": " + Counted(totals.clean, "clean, ") +
                        Counted(totals.with_findings, "with findings, ") +
                        Counted(totals.failed, "not whole; ") +
                        Counted(totals.foreign, "not DICOM\n");
@@ -128,7 +135,8 @@ std::string Totals_Text(const Totals& totals)
     text += totals.devices.empty() ? "" : "\nBy device and software version\n";
     for (const auto& [device, count] : totals.devices) {
         text += "  " + lib_mend::Printable(Device_Name(device)) + ": " +
-                Counted(count.files, "files, ") + Counted(count.with_findings, "with findings, ") +
+                Plural(count.files, "file") + ", " +
+                Counted(count.with_findings, "with findings, ") +
                 Counted(count.failed, "not whole\n");
         Append_Kinds(text, count.kinds, "    ", Severity::Warning);
     }

@@ -80,12 +80,7 @@ Run_Command Set_Up_Check(CLI::App& command)
     Add_Run(command, request->run);
     Add_Record(command, request->run, "");
     Add_Verbosity(command, request->run);
-    command.final_callback([&command, request] {
-        Check_Run(command, request->run);
-        if (request->run.resume && request->study) {
-            throw CLI::ValidationError("--study compares all files, and cannot go on with a run");
-        }
-    });
+    command.final_callback([&command, request] { Check_Run(command, request->run); });
     return [request] {
         return Run_Check(*request);
     };

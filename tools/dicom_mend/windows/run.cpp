@@ -16,6 +16,7 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <utility>
@@ -195,7 +196,8 @@ bool Can_Be_Read_Again(const std::string& path)
     return fs::is_regular_file(lib_mend::Native_Path(path), error);
 }
 
-Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell)
+Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell,
+                      Comparison* comparison)
 {
     std::string refused = Refused(options);
     refused = refused.empty() ? Refusal_Of(options) : refused + " is not offered on Windows";
@@ -223,6 +225,18 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
     if (!options.to.empty()) {
         fs::create_directories(lib_mend::Native_Path(options.to), error);
     }
+    const auto add = [&](const File_Record& record) {
+        tell(record);
+        status = std::max(status, record.status);
+        totals.Add(record);
+        if (report.Is_Open()) {
+            report.Add(record);
+        }
+    };
+    std::optional<Held_Files> held;
+    if (comparison != nullptr) {
+        held.emplace(*comparison);
+    }
     std::uint64_t index = 0;
     for (const std::string& path : options.walk.paths) {
         for (Work_Item& item : Items_Of(path, options.walk.paths.size() == 1)) {
@@ -240,13 +254,15 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
             if (record.has_output) {
                 Place(options, inputs, staged, taken, record);
             }
-            tell(record);
-            status = std::max(status, record.status);
-            totals.Add(record);
-            if (report.Is_Open()) {
-                report.Add(record);
+            if (held) {
+                held->Hold(record, false, true);
+            } else {
+                add(record);
             }
         }
+    }
+    if (held) {
+        held->Release(true, options.show_values, [&](Held_File&& file) { add(file.record); });
     }
     fault = report.Is_Open() ? report.Close(totals, true) : std::string();
     if (!fault.empty()) {

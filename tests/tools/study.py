@@ -1,0 +1,101 @@
+"""Compares the files of a study with `dicom-mend check --study`, and looks for what is told wherever findings are:
+study.py TOOL
+
+Two files agree; of the third the patient is another one, and nothing else is wrong with it.
+"""
+
+import collections
+import csv
+import json
+import re
+import sys
+
+from archive import Scratch, made, run
+
+KIND = "study-differs"
+TEXT = "differs from 2 of 2 other files of the study"
+
+
+def written(folder):
+    folder.mkdir()
+    for name, patient in (("a.dcm", "DOE"), ("b.dcm", "DOE"), ("c.dcm", "ROE")):
+        (folder / name).write_bytes(made("1.2.3." + str(ord(name[0])), patient=patient))
+
+
+def told(text, name):
+    lines = [line for line in text.decode("utf-8").splitlines() if TEXT in line]
+    assert lines and all(f"{name}: warning: (0010,00" in line for line in lines), text
+    return len(lines)
+
+
+def rows_of(page, title):
+    table = re.search(f"<h2>{title}</h2>.*?</table>", page, re.DOTALL).group(0)
+    return [re.findall("<t[dh][^>]*>(.*?)</t[dh]>", row) for row in re.findall("<tr.*?</tr>", table)]
+
+
+def every_output_has_it():
+    with Scratch() as scratch:
+        written(scratch / "in")
+        files = [scratch / "in" / name for name in ("c.dcm", "b.dcm", "a.dcm")]
+        plain = run("check", "--study", *files, status=1)
+        count = told(plain.stdout, "c.dcm")
+        assert count == 2, plain.stdout
+        done = run("check", "--study", "in", "--report", "r.jsonl", "--jobs", "2", cwd=scratch, status=1)
+        assert told(done.stdout, "c.dcm") == count and b"3 files (" in done.stderr, done.stderr
+        assert b"2 clean, 1 with findings" in done.stderr, done.stderr
+        lines = [json.loads(line) for line in (scratch / "r.jsonl").read_text("utf-8").splitlines()]
+        kinds = {line["file"]: collections.Counter(each["kind"] for each in line["findings"]) for line in lines if "file" in line}
+        assert kinds == {"in/a.dcm": {}, "in/b.dcm": {}, "in/c.dcm": {KIND: count}}, kinds
+        assert [line["status"] for line in lines if "file" in line] == ["clean", "clean", "findings"]
+        totals = lines[-1]["totals"]
+        wanted = {"severity": "warning", "kind": KIND, "findings": count, "files": 1}
+        assert totals["kinds"] == [wanted] and totals["with_findings"] == 1 and totals["devices"][0]["kinds"] == [wanted], totals
+        assert b"ROE" not in (scratch / "r.jsonl").read_bytes()
+        for form in ("csv", "sarif", "html"):
+            run("check", "--study", "in", "--report", "r." + form, cwd=scratch, status=1)
+        rows = list(csv.DictReader((scratch / "r.csv").read_text("utf-8").splitlines()))
+        assert [row["kinds"] for row in rows if row["file"].endswith("c.dcm")] == [f"{KIND}:{count}"], rows
+        results = json.loads((scratch / "r.sarif").read_text("utf-8"))["runs"][0]["results"]
+        assert [each["ruleId"] for each in results] == [KIND] * count, results
+        page = run("check", "--study", "--format", "html", "in", cwd=scratch, status=1).stdout.decode("utf-8")
+        for text in (page, (scratch / "r.html").read_text("utf-8")):
+            assert rows_of(text, "By study")[1:] == [["study 1", "3", "0", str(count), "0"]], text
+            assert rows_of(text, "By kind")[1][-2:] == [str(count), "1"], text
+            assert [row[1:] for row in rows_of(text, "By file")[1:]] == [
+                ["study 1", "0", "0", "0"]] * 2 + [["study 1", "0", str(count), "0"]], text
+            assert text.count("<h3") == 1 and text.count(TEXT) == count, text
+        summary = run("check", "--study", "--summary", "in", cwd=scratch, status=1).stdout
+        assert summary.split() == f"warning {KIND} {count} findings in 1 file".encode().split(), summary
+        summary = run("check", "--study", "--summary", "--format", "json", "in", cwd=scratch, status=1).stdout
+        assert json.loads(summary) == wanted, summary
+        refused = run("check", "--study", "--explain", "PatientID", "in", cwd=scratch, status=2)
+        assert b"without --study" in refused.stderr, refused.stderr
+
+
+def runs_that_go_on_tell_what_is_new():
+    with Scratch() as scratch:
+        written(scratch / "in")
+        last = (scratch / "in" / "c.dcm").read_bytes()
+        (scratch / "in" / "c.dcm").unlink()
+        check = ("check", "--study", "--state", "s", "in")
+        assert run(*check, cwd=scratch, status=0).stdout == b""
+        (scratch / "in" / "c.dcm").write_bytes(last)
+        assert told(run(*check, "--resume", cwd=scratch, status=1).stdout, "c.dcm") == 2
+        assert run(*check, "--resume", cwd=scratch, status=1).stdout == b""
+        assert json.loads(run("report", "--json", "s", cwd=scratch, status=1).stdout)["kinds"] == [
+            {"severity": "warning", "kind": KIND, "findings": 2, "files": 1}]
+        # Files that were told of are compared with those that come.
+        for name in ("d.dcm", "e.dcm", "f.dcm"):
+            (scratch / "in" / name).write_bytes(made("1.2.4." + str(ord(name[0])), patient="ROE"))
+        new = run(*check, "--resume", cwd=scratch, status=1).stdout.decode("utf-8")
+        assert re.findall(r"in/(.)\.dcm: .*differs from 4 of 5", new) == ["a", "a", "b", "b"], new
+        report = run(*check, "--resume", "--report", "r.jsonl", cwd=scratch, status=1)
+        assert report.stdout == b"", report.stdout
+        lines = [json.loads(line) for line in (scratch / "r.jsonl").read_text("utf-8").splitlines()]
+        assert [len(line["findings"]) for line in lines if "file" in line] == [2, 2, 0, 0, 0, 0], lines
+
+
+if __name__ == "__main__":
+    sys.argv[1:] or sys.exit(__doc__)
+    every_output_has_it()
+    runs_that_go_on_tell_what_is_new()

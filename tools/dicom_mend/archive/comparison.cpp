@@ -1,0 +1,100 @@
+#include "archive/comparison.h"
+
+#include "archive/packing.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <utility>
+
+namespace dicom_mend {
+
+namespace {
+
+using lib_mend::Finding;
+
+void Put(lib_mend::Spool& spool, std::string_view bytes)
+{
+    spool.Put({reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
+}
+
+std::string Taken(const lib_mend::Spool& spool, std::int64_t& at, std::size_t size)
+{
+    std::string bytes(size, '\0');
+    if (spool.Read(at, {reinterpret_cast<unsigned char*>(bytes.data()), size}) != size) {
+        throw std::runtime_error("what was found cannot be read again");
+    }
+    at += static_cast<std::int64_t>(size);
+    return bytes;
+}
+
+bool Is_Same(const Finding& one, const Finding& other)
+{
+    return Kind_Of(one).fault == Kind_Of(other).fault && one.path == other.path &&
+           one.text == other.text;
+}
+
+/** Puts what a comparison found behind what was found in the file, instead of what an earlier one did. */
+void Add_Compared(Held_File& held, const lib_mend::Findings& compared, bool show_values)
+{
+    std::vector<Finding>& findings = held.record.findings;
+    const auto own = static_cast<std::ptrdiff_t>(std::min(held.record.found, findings.size()));
+    const std::vector<Finding> before(findings.begin() + own, findings.end());
+    findings.resize(static_cast<std::size_t>(own));
+    held.news = compared.All();
+    if (!show_values) {
+        Leave_Out_Values(held.news);
+    }
+    findings.insert(findings.end(), held.news.begin(), held.news.end());
+    held.record.status = std::max(held.record.status, Status_Of(compared));
+    std::erase_if(held.news, [&](const Finding& finding) {
+        return std::any_of(before.begin(), before.end(),
+                           [&](const Finding& each) { return Is_Same(each, finding); });
+    });
+}
+
+}  // namespace
+
+void Held_Files::Hold(const File_Record& record, bool is_finished, bool is_final)
+{
+    comparison_.Take(record);
+    File_Record kept = record;
+    kept.facts = {};
+    kept.has_facts = false;
+    Packer packer;
+    packer.Put(is_finished);
+    packer.Put(is_final);
+    packer.Put(std::uint64_t{is_finished ? record.found : record.findings.size()});
+    Pack(kept, packer);
+    Put(spool_, Framed(packer.Bytes()));
+}
+
+void Held_Files::Release(bool is_whole, bool show_values,
+                         const std::function<void(Held_File&&)>& tell)
+{
+    Comparison::By_File all = is_whole ? comparison_.Compare() : Comparison::By_File();
+    for (std::int64_t at = 0; at < spool_.Size();) {
+        const std::string head = Taken(spool_, at, Frame_Head);
+        const std::string bytes = Taken(spool_, at, Frame_Size(head.data()));
+        Unpacker unpacker(bytes);
+        Held_File held;
+        held.is_finished = unpacker.Flag();
+        held.is_final = unpacker.Flag();
+        const std::uint64_t found = unpacker.Number();
+        held.record = Unpack_Record(unpacker);
+        held.record.found = static_cast<std::size_t>(found);
+        if (is_whole) {
+            // A file that is named twice is there twice, with what was found in each.
+            const auto compared = all.find(held.record.path);
+            Add_Compared(held, compared != all.end() ? compared->second : lib_mend::Findings(),
+                         show_values);
+            if (compared != all.end()) {
+                all.erase(compared);
+            }
+        }
+        tell(std::move(held));
+    }
+}
+
+}  // namespace dicom_mend
