@@ -176,7 +176,7 @@ void Check_File(const Work_Item& item, const Check_Request& request, bool is_las
         Explain(set, request, findings, record);
         return;
     }
-    if (!request.module.empty()) {
+    if (!request.module.empty() && !set.foreign) {
         lib_mend::Verify_IOD(set, request.module, findings);
     }
     if (request.study && !set.foreign && set.records.Head() != nullptr) {

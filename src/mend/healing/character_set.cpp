@@ -92,6 +92,11 @@ std::vector<std::string_view> Parts_Of(std::string_view text, char separator, un
     return parts;
 }
 
+std::string_view Between(const char* start, const char* end)
+{
+    return {start, static_cast<std::size_t>(end - start)};
+}
+
 }  // namespace
 
 Character_Set::Character_Set(std::string_view terms)
@@ -157,11 +162,11 @@ std::vector<std::string_view> Character_Set::Split(std::string_view value, char 
     Text_Scanner scanner(start_, value, vr);
     for (Text_Piece piece; scanner.Next(piece);) {
         if (piece.kind == Text_Piece::Kind::Separator && piece.bytes[0] == separator) {
-            parts.emplace_back(start, piece.bytes.data());
+            parts.push_back(Between(start, piece.bytes.data()));
             start = piece.bytes.data() + 1;
         }
     }
-    parts.emplace_back(start, end);
+    parts.push_back(Between(start, end));
     return parts;
 }
 

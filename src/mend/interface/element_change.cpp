@@ -217,7 +217,7 @@ bool Put_Decimal(Bytes& out, double number)
                                                                 std::chars_format::general, digits);
         end = shortest.ptr;
         if (static_cast<std::size_t>(end - text) <= Longest) {
-            Put_Text(out, {text, end});
+            Put_Text(out, {text, static_cast<std::size_t>(end - text)});
             return true;
         }
     }

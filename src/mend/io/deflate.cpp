@@ -158,7 +158,8 @@ Inflated Inflate(const Source& source, std::int64_t offset, const Inflation& how
     const auto put = [&](std::span<const unsigned char> piece) {
         const std::int64_t room = how.largest - spool.Size();
         too_large = std::ssize(piece) > room;
-        spool.Put(piece.first(static_cast<std::size_t>(std::min(std::ssize(piece), room))));
+        spool.Put(
+            piece.first(static_cast<std::size_t>(std::min<std::int64_t>(std::ssize(piece), room))));
     };
     put(head);
     // The end of the stream may stand behind its last byte.

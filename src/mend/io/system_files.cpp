@@ -8,6 +8,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#if defined(__EMSCRIPTEN__)
+#include <emscripten.h>
+#endif
+
 namespace lib_mend {
 
 std::filesystem::path Native_Path(const std::string& path)
@@ -30,6 +34,25 @@ int Open_To_Read(const std::string& path)
     return open(path.c_str(), O_RDONLY | O_CLOEXEC);
 }
 
+#if defined(__EMSCRIPTEN__)
+// Of the place, the module's own pread takes 32 bits only.
+// clang-format off
+EM_JS(int, Read_At_Place, (int descriptor, void* out, size_t size, double offset), {
+    try {
+        return FS.read(FS.getStream(descriptor), HEAP8, out, size, offset);
+    } catch (failure) {
+        return failure instanceof FS.ErrnoError ? -failure.errno : -29;
+    }
+});
+// clang-format on
+
+std::int64_t Read_At(int descriptor, void* out, std::size_t size, std::int64_t offset)
+{
+    const int count = Read_At_Place(descriptor, out, size, static_cast<double>(offset));
+    errno = count < 0 ? -count : errno;
+    return count < 0 ? -1 : count;
+}
+#else
 std::int64_t Read_At(int descriptor, void* out, std::size_t size, std::int64_t offset)
 {
     ssize_t count = -1;
@@ -38,11 +61,20 @@ std::int64_t Read_At(int descriptor, void* out, std::size_t size, std::int64_t o
     } while (count < 0 && errno == EINTR);
     return count;
 }
+#endif
 
 bool Is_Open_File(int descriptor)
 {
     return fcntl(descriptor, F_GETFD) >= 0;
 }
+
+#if defined(__EMSCRIPTEN__)
+// A module has no rights that another user could abuse by the environment.
+const char* secure_getenv(const char* name)
+{
+    return std::getenv(name);
+}
+#endif
 
 std::vector<std::string> Folders_For_Spools()
 {

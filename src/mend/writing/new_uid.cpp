@@ -24,7 +24,8 @@ void For_Each_Piece(const Data_Set& set, Visit&& visit)
             continue;
         }
         for (std::int64_t at = 0; at < size; at += std::ssize(block)) {
-            const auto wanted = static_cast<std::size_t>(std::min(size - at, std::ssize(block)));
+            const auto wanted =
+                static_cast<std::size_t>(std::min<std::int64_t>(size - at, std::ssize(block)));
             const std::size_t count = set.Read(*record, at, {block.data(), wanted});
             visit({block.data(), count});
             if (count != wanted) {

@@ -1,0 +1,138 @@
+/** What is wrong with a file: a list, and all that is known of one of them. */
+import type { Finding, Level } from "dicom-mend";
+import { useState } from "preact/hooks";
+import { digits, HexView, letters } from "./hex.js";
+import type { Store, View } from "./store.js";
+
+const BECOMES: Record<Level, string> = {
+    info: "Nothing is changed: this is worth knowing, and no fault.",
+    change: "Mending changes it.",
+    kept: "It stays as it was read, for nothing sure is known of it.",
+    loss: "Something is lost here, or could not be read.",
+};
+const SIGNS = { error: "✖", warning: "▲", info: "ℹ" };
+const AT_ONCE = 300;
+
+function Bytes({ title, bytes }: { title: string; bytes: Uint8Array }) {
+    return (
+        <div class="side">
+            <h4>{title}</h4>
+            {bytes.length === 0 ? (
+                <p class="none">nothing</p>
+            ) : (
+                <>
+                    <code class="letters">{letters(bytes)}</code>
+                    <code class="digits">{digits(bytes)}</code>
+                </>
+            )}
+        </div>
+    );
+}
+
+function Hidden({ store }: { store: Store }) {
+    return (
+        <p class="none">
+            Hidden, for it may identify a person.{" "}
+            <button type="button" onClick={() => store.set({ reveal: true })}>
+                Show personal values
+            </button>
+        </p>
+    );
+}
+
+/** Offsets of a file that is packed as a whole are those of what is in it. */
+function isPacked(view: View): boolean {
+    return view.syntax === "1.2.840.10008.1.2.1.99";
+}
+
+export function FaultDetail(properties: { store: Store; view: View; finding: Finding }) {
+    const { store, view, finding } = properties;
+    const { reveal } = store.state;
+    const { path, offset, length, rule, clause, level, before, after, harmless, kind } = finding;
+    const hasValues = before.length > 0 || after.length > 0;
+    return (
+        <section class="detail" aria-label="The chosen fault">
+            <h3>{finding.message}</h3>
+            <p class="becomes">{BECOMES[level]}</p>
+            <dl>
+                <dt>Place</dt>
+                <dd>
+                    {path || "the file as a whole"}
+                    {offset !== null && `, at byte ${offset}`}
+                    {length !== null && `, ${length} bytes long`}
+                </dd>
+                {rule !== "" && (
+                    <>
+                        <dt>Rule</dt>
+                        <dd>{rule}</dd>
+                    </>
+                )}
+                {clause !== "" && (
+                    <>
+                        <dt>Clause</dt>
+                        <dd>{clause}</dd>
+                    </>
+                )}
+                <dt>Kind</dt>
+                <dd>{kind}</dd>
+            </dl>
+            {hasValues &&
+                (harmless || reveal ? (
+                    <div class="sides">
+                        <Bytes title="Before" bytes={before} />
+                        <Bytes title="After" bytes={after} />
+                    </div>
+                ) : (
+                    <Hidden store={store} />
+                ))}
+            {offset !== null && !isPacked(view) && (
+                <details>
+                    <summary>Bytes of the file</summary>
+                    {reveal ? (
+                        <HexView file={view.entry.file} offset={offset} length={length} />
+                    ) : (
+                        <Hidden store={store} />
+                    )}
+                </details>
+            )}
+        </section>
+    );
+}
+
+export function Faults({ store, view }: { store: Store; view: View }) {
+    const [most, setMost] = useState(AT_ONCE);
+    const { selectedFault } = store.state;
+    const { findings } = view;
+    const chosen = findings[selectedFault];
+    return (
+        <section class="faults" aria-label="Faults">
+            {findings.length === 0 && <p class="none">Nothing is against the standard.</p>}
+            <ol class="fault-list">
+                {findings.slice(0, most).map((finding, i) => (
+                    <li key={i}>
+                        <button
+                            type="button"
+                            class={`fault ${finding.severity} ${i === selectedFault ? "selected" : ""}`}
+                            aria-pressed={i === selectedFault}
+                            onClick={() => store.select(i)}
+                        >
+                            <span class="mark" role="img" aria-label={finding.severity}>
+                                {SIGNS[finding.severity]}
+                            </span>
+                            <span class="fault-text">{finding.message}</span>
+                            <span class="fault-place">{finding.path}</span>
+                        </button>
+                        {i === selectedFault && chosen && (
+                            <FaultDetail store={store} view={view} finding={chosen} />
+                        )}
+                    </li>
+                ))}
+            </ol>
+            {findings.length > most && (
+                <button type="button" onClick={() => setMost(most + AT_ONCE)}>
+                    Show more of {findings.length}
+                </button>
+            )}
+        </section>
+    );
+}

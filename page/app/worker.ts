@@ -1,0 +1,193 @@
+/** The worker: all work on files is done here, so that the page never stops. */
+import {
+    BlobContent,
+    BlobSink,
+    Dataset,
+    Library,
+    load,
+    MendError,
+    RowKind,
+    Session,
+    Status,
+    type Finding,
+    type Table,
+} from "dicom-mend";
+import { archive } from "./archive.js";
+import { factsOfImage, frameOf, type ImageReader, imageReader } from "./pixels.js";
+import type { Answered, Asked, MendChoices, Mended, Opened, Questions, Row } from "./protocol.js";
+
+const scope = self as unknown as DedicatedWorkerGlobalScope;
+
+interface OpenFile {
+    file: File;
+    dataset: Dataset;
+    session: Session;
+    table: Table;
+    image: ImageReader | null;
+}
+
+let library: Library<Uint8Array | ArrayBuffer | Blob>;
+let current: OpenFile | null = null;
+const names = new Map<number, { name: string; keyword: string }>();
+
+function closeCurrent(): void {
+    current?.dataset.close();
+    current?.session.close();
+    current = null;
+}
+
+function opened(): OpenFile {
+    if (current === null) {
+        throw new MendError(Status.BAD_ARGUMENT, "no file is open");
+    }
+    return current;
+}
+
+function nameOf(tag: number): { name: string; keyword: string } {
+    let known = names.get(tag);
+    if (known === undefined) {
+        known = { name: library.tagName(tag), keyword: library.keyword(tag) };
+        names.set(tag, known);
+    }
+    return known;
+}
+
+/** What is hidden because it may identify a person is not even handed to the page. */
+function rowOf({ dataset, table }: OpenFile, index: number, reveal: boolean, most: number): Row {
+    const kind = table.kind[index];
+    const length = table.length[index];
+    if (kind === RowKind.ITEM) {
+        return { name: `Item ${length + 1}`, keyword: "", value: "", hidden: false };
+    }
+    if (kind === RowKind.FRAGMENT) {
+        return { name: "Fragment", keyword: "", value: "", hidden: false };
+    }
+    const names = nameOf(table.tag[index]);
+    if (kind !== RowKind.ELEMENT) {
+        return { ...names, value: "", hidden: false };
+    }
+    const element = table.handle[index];
+    const hidden = !reveal && !dataset.isHarmless(element);
+    return { ...names, value: hidden ? "" : dataset.text(element, most), hidden };
+}
+
+function tagText(tag: number): string {
+    const digits = tag.toString(16).padStart(8, "0");
+    return `(${digits.slice(0, 4)},${digits.slice(4)})`;
+}
+
+const answers: { [Q in keyof Questions]: (...parameters: Parameters<Questions[Q]>) => unknown } = {
+    async start(memory) {
+        library = await load({
+            wasm: new URL("dicom_mend.wasm.gz", scope.location.href),
+            definitions: new URL("definitions.json.gz", scope.location.href),
+            memory,
+        });
+        return { version: library.version };
+    },
+
+    check(file) {
+        const { findings, outcome } = library.check(file, { module: "auto" });
+        return { findings, outcome };
+    },
+
+    open(file): Opened {
+        closeCurrent();
+        const { findings, outcome } = library.check(file, { module: "auto" });
+        const { dataset, session } = library.open(new BlobContent(file));
+        current = { file, dataset, session, table: dataset.table(), image: null };
+        current.image = imageReader(dataset, session);
+        return {
+            table: current.table,
+            findings,
+            outcome,
+            syntax: dataset.transferSyntax,
+            image: current.image && factsOfImage(current.image),
+        };
+    },
+
+    rows(indices, reveal) {
+        const file = opened();
+        return indices.map((index) => rowOf(file, index, reveal, 200));
+    },
+
+    search(text, reveal) {
+        const file = opened();
+        const wanted = text.toLowerCase();
+        const found: number[] = [];
+        for (let i = 0; i < file.table.count; ++i) {
+            const kind = file.table.kind[i];
+            if (kind === RowKind.ITEM || kind === RowKind.FRAGMENT) {
+                continue;
+            }
+            const { name, keyword, value } = rowOf(file, i, reveal, 1024);
+            const all = `${tagText(file.table.tag[i])} ${name} ${keyword} ${value}`;
+            if (all.toLowerCase().includes(wanted)) {
+                found.push(i);
+            }
+        }
+        return Uint32Array.from(found);
+    },
+
+    frame(index) {
+        const { image } = opened();
+        if (image === null) {
+            throw new MendError(Status.NOT_FOUND, "there is no image that can be shown");
+        }
+        return frameOf(image, index);
+    },
+
+    mend(file, choices): Mended {
+        return mended(file, choices);
+    },
+
+    report(file, format, reveal) {
+        const report = { format, file: file.name, showValues: reveal };
+        return library.check(file, { module: "auto", report }).report;
+    },
+
+    archive,
+};
+
+function mended(file: File, choices: MendChoices): Mended {
+    const sink = new BlobSink();
+    const { complete, ...options } = choices;
+    const result = complete
+        ? library.completeTo(file, sink, options)
+        : library.mendTo(file, sink, options);
+    const findings: Finding[] = result.findings;
+    return { blob: result.written ? sink.result() : null, outcome: result.outcome, findings };
+}
+
+/** The buffers of an answer that need not be copied. */
+function buffersOf(question: string, answer: unknown): Transferable[] {
+    if (question === "frame") {
+        const frame = answer as ReturnType<Questions["frame"]>;
+        return [frame.kind === "grey" ? frame.values.buffer : frame.pixels.buffer];
+    }
+    return question === "search" ? [(answer as Uint32Array).buffer] : [];
+}
+
+async function answer({ id, question, parameters }: Asked): Promise<void> {
+    try {
+        const work = answers[question] as (...parameters: unknown[]) => unknown;
+        const result = await work(...parameters);
+        scope.postMessage({ id, answer: result } satisfies Answered, buffersOf(question, result));
+    } catch (error) {
+        const outOfMemory =
+            error instanceof RangeError ||
+            (error instanceof MendError && error.status === Status.NO_MEMORY);
+        const fault = error instanceof Error ? error.message : String(error);
+        if (library?.isStopped) {
+            current = null;
+            await library.restart();
+        }
+        scope.postMessage({ id, fault, outOfMemory } satisfies Answered);
+    }
+}
+
+// One question after the other, also where an answer takes several turns.
+let last: Promise<void> = Promise.resolve();
+scope.addEventListener("message", (event: MessageEvent<Asked>) => {
+    last = last.then(() => answer(event.data));
+});

@@ -1,0 +1,165 @@
+/** What files of the module hold, wherever their bytes are. */
+
+/** Bytes that are read from any place, at once: the library does not wait for anybody. */
+export interface Content {
+    readonly size: number;
+    /** Copies bytes from a place on; how many there were. */
+    read(target: Uint8Array, position: number): number;
+}
+
+/** Takes the bytes of a file in their order. */
+export interface Sink {
+    take(bytes: Uint8Array): void;
+    /** Takes a part of what is read without having it read; false where it cannot. */
+    copy?(source: Content, offset: number, size: number): boolean;
+}
+
+export class BytesContent implements Content {
+    constructor(readonly bytes: Uint8Array) {}
+
+    get size(): number {
+        return this.bytes.length;
+    }
+
+    read(target: Uint8Array, position: number): number {
+        const part = this.bytes.subarray(position, position + target.length);
+        target.set(part);
+        return part.length;
+    }
+}
+
+/** A file or another Blob, read slice by slice. Workers of browsers only: nobody else reads at once. */
+export class BlobContent implements Content {
+    private static readonly window = 1 << 18;
+    private reader = new FileReaderSync();
+    private bytes = new Uint8Array(0);
+    private start = 0;
+
+    constructor(readonly blob: Blob) {}
+
+    get size(): number {
+        return this.blob.size;
+    }
+
+    read(target: Uint8Array, position: number): number {
+        const end = Math.min(position + target.length, this.size);
+        if (end <= position) {
+            return 0;
+        }
+        if (end - position > BlobContent.window) {
+            target.set(this.slice(position, end));
+            return end - position;
+        }
+        if (position < this.start || end > this.start + this.bytes.length) {
+            this.start = position;
+            this.bytes = this.slice(position, Math.min(position + BlobContent.window, this.size));
+        }
+        target.set(this.bytes.subarray(position - this.start, end - this.start));
+        return end - position;
+    }
+
+    private slice(from: number, to: number): Uint8Array {
+        return new Uint8Array(this.reader.readAsArrayBuffer(this.blob.slice(from, to)));
+    }
+}
+
+/** Keeps what it takes in memory. */
+export class BytesSink implements Sink {
+    private bytes = new Uint8Array(1 << 16);
+    private size = 0;
+
+    take(bytes: Uint8Array): void {
+        if (this.size + bytes.length > this.bytes.length) {
+            const grown = new Uint8Array(Math.max(2 * this.bytes.length, this.size + bytes.length));
+            grown.set(this.bytes.subarray(0, this.size));
+            this.bytes = grown;
+        }
+        this.bytes.set(bytes, this.size);
+        this.size += bytes.length;
+    }
+
+    result(): Uint8Array {
+        return this.bytes.slice(0, this.size);
+    }
+}
+
+/** Makes a Blob, in which parts of a Blob that was read stay where they are. */
+export class BlobSink implements Sink {
+    private static readonly piece = 1 << 20;
+    private parts: Blob[] = [];
+    private bytes = new BytesSink();
+    private waiting = 0;
+
+    take(bytes: Uint8Array): void {
+        this.bytes.take(bytes);
+        this.waiting += bytes.length;
+        if (this.waiting >= BlobSink.piece) {
+            this.flush();
+        }
+    }
+
+    copy(source: Content, offset: number, size: number): boolean {
+        if (!(source instanceof BlobContent)) {
+            return false;
+        }
+        this.flush();
+        this.parts.push(source.blob.slice(offset, offset + size));
+        return true;
+    }
+
+    result(): Blob {
+        this.flush();
+        return new Blob(this.parts, { type: "application/dicom" });
+    }
+
+    /** A browser may keep a Blob on its disk. */
+    private flush(): void {
+        if (this.waiting > 0) {
+            this.parts.push(new Blob([this.bytes.result()]));
+            this.bytes = new BytesSink();
+            this.waiting = 0;
+        }
+    }
+}
+
+/** A temporary file in memory, up to a size. */
+export class Temporary implements Content {
+    private static readonly piece = 1 << 20;
+    private pieces: Uint8Array[] = [];
+    size = 0;
+
+    constructor(private readonly most: number) {}
+
+    read(target: Uint8Array, position: number): number {
+        const end = Math.min(position + target.length, this.size);
+        for (let at = position; at < end;) {
+            const [piece, from] = [Math.floor(at / Temporary.piece), at % Temporary.piece];
+            const part = this.pieces[piece].subarray(
+                from,
+                Math.min(Temporary.piece, from + end - at),
+            );
+            target.set(part, at - position);
+            at += part.length;
+        }
+        return Math.max(end - position, 0);
+    }
+
+    /** False when there is no room. */
+    write(bytes: Uint8Array, position: number): boolean {
+        const end = position + bytes.length;
+        if (end > this.most) {
+            return false;
+        }
+        while (this.pieces.length * Temporary.piece < end) {
+            this.pieces.push(new Uint8Array(Temporary.piece));
+        }
+        for (let at = position; at < end;) {
+            const [piece, from] = [Math.floor(at / Temporary.piece), at % Temporary.piece];
+            const part = bytes.subarray(at - position, at - position + Temporary.piece - from);
+            this.pieces[piece].set(part, from);
+            at += part.length;
+        }
+        this.size = Math.max(this.size, end);
+        return true;
+    }
+}

@@ -1,0 +1,253 @@
+/** The package against the native command line: what both find and write is the same. */
+import assert from "node:assert/strict";
+import { readFileSync, writeFileSync } from "node:fs";
+import { join } from "node:path";
+import { test } from "node:test";
+import { built, element, files, native, nativeBytes, part10, work } from "./support.mjs";
+
+const { load, Status } = await import(join(built, "package", "dist", "node.js"));
+const library = await load();
+const all = files();
+
+/** Tells which file it was, and not its bytes. */
+function sameBytes(ours, theirs, about) {
+    const same =
+        ours === null || theirs === null ? ours === theirs : Buffer.compare(ours, theirs) === 0;
+    assert.ok(same, `${about}: other bytes than the command line writes`);
+}
+
+test("findings are those of the command line", () => {
+    for (const file of all) {
+        for (const module of [undefined, "auto"]) {
+            for (const format of ["text", "json", "sarif"]) {
+                const words = [
+                    "check",
+                    "-v",
+                    ...(module ? ["--module", module] : []),
+                    "--format",
+                    format,
+                ];
+                const { status, text } = native(...words, file);
+                const result = library.check(file, { module, report: { format, file } });
+                assert.equal(result.report, text, `${file} ${module} ${format}`);
+                assert.equal(result.outcome, status, file);
+            }
+        }
+    }
+});
+
+test("findings as objects say what the report says", () => {
+    for (const file of all) {
+        const report = { format: "json", file, showValues: true };
+        const result = library.check(file, { report });
+        const lines = result.report
+            .split("\n")
+            .filter(Boolean)
+            .map((line) => JSON.parse(line));
+        assert.equal(result.findings.length, lines.length);
+        result.findings.forEach((finding, i) => {
+            const line = lines[i];
+            const { kind, severity, path, rule, clause, offset, length } = finding;
+            assert.deepEqual(
+                { kind, severity, path, rule, clause, offset, length },
+                {
+                    kind: line.kind,
+                    severity: line.severity,
+                    path: line.path ?? "",
+                    rule: line.rule,
+                    clause: line.clause,
+                    offset: line.offset ?? null,
+                    length: line.length ?? null,
+                },
+            );
+            assert.equal(finding.tag === null, line.tag === undefined);
+        });
+    }
+});
+
+const WRITING = [
+    [{}, []],
+    [{ strict: true }, ["--strict"]],
+    [{ replaceUids: true, padPixels: true }, ["--replace-uids", "--pad-pixels"]],
+    [{ toUtf8: true }, ["--to-utf8"]],
+    [{ charset: "ISO_IR 100" }, ["--charset", "ISO_IR 100"]],
+    [{ dropPrivate: true, groupLengths: true }, ["--drop-private", "--group-lengths"]],
+    [{ definedLengths: true }, ["--defined-lengths"]],
+    [{ syntax: "implicit-little" }, ["--syntax", "implicit-little"]],
+    [{ syntax: "explicit-big" }, ["--syntax", "explicit-big"]],
+];
+
+test("mended bytes are those of the command line, from a path and from memory", () => {
+    for (const file of all) {
+        for (const [options, words] of WRITING) {
+            const theirs = nativeBytes("mend", "--force", ...words, file);
+            sameBytes(library.mend(file, options).data, theirs, `${file} ${words}`);
+        }
+        const theirs = nativeBytes("mend", "--force", file);
+        sameBytes(library.mend(readFileSync(file)).data, theirs, file);
+    }
+});
+
+test("completed bytes are those of the command line", () => {
+    for (const file of all) {
+        const theirs = nativeBytes("complete", "--force", "--module", "auto", file);
+        sameBytes(library.complete(file).data, theirs, file);
+    }
+});
+
+test("the JSON model is that of the command line", () => {
+    for (const file of all) {
+        const { text } = native("list", "--format", "json", file);
+        const theirs = text === "" ? [] : JSON.parse(text);
+        if (library.check(file).findings.some(({ kind }) => kind === "not-dicom")) {
+            const refused = { name: "MendError", status: Status.NOT_DICOM };
+            assert.throws(() => library.list(file), refused, file);
+        } else {
+            assert.deepEqual(library.list(file), Array.isArray(theirs) ? theirs[0] : theirs, file);
+        }
+    }
+});
+
+test("what cannot be read is told in words", () => {
+    assert.throws(() => library.check(join(work, "none.dcm")), { code: "ENOENT" });
+    const refused = library.mend(Buffer.from("no such file"));
+    assert.equal(refused.data, null);
+    assert.equal(refused.outcome, 2);
+    assert.throws(() => library.check(all[0], { charset: "none of them" }), {
+        name: "MendError",
+        status: Status.BAD_ARGUMENT,
+        message: "no defined term of a character set",
+    });
+});
+
+/** Bytes of which only the first ones are not 0, as many as wanted; counts what is read. */
+class Sparse {
+    taken = 0;
+
+    constructor(head, size) {
+        this.head = head;
+        this.size = size;
+    }
+
+    read(target, position) {
+        const count = Math.max(Math.min(target.length, this.size - position), 0);
+        target.fill(0, 0, count);
+        if (position < this.head.length) {
+            target.set(this.head.subarray(position, position + count));
+        }
+        this.taken += count;
+        return count;
+    }
+}
+
+/** A head whose pixel data have a length of their own. */
+function withPixels(length) {
+    const pixels = Buffer.alloc(12);
+    pixels.writeUInt16LE(0x7fe0, 0);
+    pixels.writeUInt16LE(0x0010, 2);
+    pixels.write("OW", 4, "latin1");
+    pixels.writeUInt32LE(length, 8);
+    return Buffer.concat([part10(element(0x10, 0x20, "LO", "4711")), pixels]);
+}
+
+test("a file of 3 GB is listed without its bytes", async () => {
+    const length = 3_000_000_000;
+    const head = withPixels(length);
+    const content = new Sparse(head, head.length + length);
+    const small = await load({ memory: 48 << 20 });
+    const { dataset, session } = small.open(content);
+    const table = dataset.table();
+    const last = table.count - 1;
+    assert.equal(table.tag[last], 0x7fe00010);
+    assert.equal(table.length[last], length);
+    assert.equal(table.offset[last], head.length - 12);
+    assert.equal(dataset.text(dataset.find("PatientID")), "4711");
+    assert.ok(content.taken < 16 << 20, `${content.taken} bytes were read`);
+    // The end of the value is beyond 2 GiB.
+    assert.equal(dataset.bytes(session, dataset.find("PixelData"), length - 2, 2).length, 2);
+    dataset.close();
+});
+
+test("mending hands on parts of what is read without reading them", () => {
+    const length = 1 << 28;
+    const head = withPixels(length);
+    const content = new Sparse(head, head.length + length);
+    const sink = {
+        taken: 0,
+        copied: 0,
+        take(bytes) {
+            this.taken += bytes.length;
+        },
+        copy(source, offset, size) {
+            assert.equal(source, content);
+            assert.equal(offset, head.length);
+            this.copied += size;
+            return true;
+        },
+    };
+    const { dataset, session } = library.open(content);
+    dataset.write(session, sink);
+    dataset.close();
+    assert.equal(sink.copied, length);
+    assert.ok(sink.taken > 132 && sink.taken < 4096, String(sink.taken));
+});
+
+test("running out of memory is a message, and the library goes on", async () => {
+    const small = await load({ memory: 24 << 20 });
+    const elements = [];
+    for (let i = 0; i < 120_000; ++i) {
+        elements.push(
+            element(
+                0x11 + 2 * (i >> 12),
+                0x1000 + (i & 0xfff),
+                "LO",
+                "a value of a private element",
+            ),
+        );
+    }
+    const large = part10(...elements);
+    assert.throws(() => small.mend(large), {
+        name: "MendError",
+        status: Status.NO_MEMORY,
+        message: /memory/,
+    });
+    if (small.isStopped) {
+        await small.restart();
+    }
+    const file = join(work, "whole.dcm");
+    sameBytes(small.mend(file).data, nativeBytes("mend", "--force", file), "after it");
+    assert.ok(small.memorySize <= 24 << 20);
+});
+
+test("a failure to read is told, and costs nothing else", () => {
+    const head = withPixels(1 << 24);
+    const broken = new Sparse(head, head.length + (1 << 24));
+    broken.read = () => {
+        throw new Error("the disk is gone");
+    };
+    assert.throws(() => library.open(broken), { name: "MendError" });
+    assert.equal(
+        library.check(join(work, "whole.dcm")).outcome,
+        native("check", join(work, "whole.dcm")).status,
+    );
+});
+
+test("names of attributes and values are texts, whatever they hold", () => {
+    const file = join(work, "letters.dcm");
+    writeFileSync(
+        file,
+        part10(element(8, 5, "CS", "ISO_IR 192"), element(0x10, 0x10, "PN", "Müller^Jörg")),
+    );
+    const { dataset } = library.open({
+        size: readFileSync(file).length,
+        read: (target, position) => {
+            const part = readFileSync(file).subarray(position, position + target.length);
+            target.set(part);
+            return part.length;
+        },
+    });
+    assert.equal(dataset.text(dataset.find("PatientName")), "Müller^Jörg");
+    assert.equal(library.tagName(0x00100010), "Patient's Name");
+    assert.equal(library.keyword(0x00100010), "PatientName");
+    dataset.close();
+});
