@@ -54,7 +54,7 @@ void Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
         cursor.Take(sign);
         line.mark = entry->mark;
         cursor.At_End();
-        line.value_column = cursor.Column();
+        line.value_column = static_cast<std::uint32_t>(cursor.Column());
         line.value = cursor.Quoted("a value");
     } else if (cursor.Take_Name("x")) {
         line.mark = DICOM_Mark_Delete_Request;
@@ -62,7 +62,43 @@ void Read_Mark(Line_Cursor& cursor, Attribute_Line& line)
     }
 }
 
-/** Refuses clauses that the type or the VR of the attribute has no place for. */
+}  // namespace
+
+Attribute_Line Read_Attribute_Line(Line_Cursor& cursor)
+{
+    Attribute_Line line;
+    line.tag_column = static_cast<std::uint32_t>(cursor.Column());
+    const std::string_view tag = cursor.Tag();
+    const auto group = Hex_Number(tag.substr(1, 4));
+    const auto element = Hex_Number(tag.substr(6, 4));
+    if (!group || !element || *group == Item_Group) {
+        cursor.Expected(This_Unit, "the tag (gggg,eeee) of an attribute", line.tag_column);
+    }
+    line.group = *group;
+    line.element = *element;
+    line.type = Read_Type(cursor);
+    cursor.At_End();
+    line.vr_column = static_cast<std::uint32_t>(cursor.Column());
+    const std::string_view vr = cursor.Word();
+    if (vr != "--") {
+        line.vr = Read_VR(cursor, vr, line.vr_column);
+    }
+    Read_Mark(cursor, line);
+    return line;
+}
+
+void Read_Clauses(Line_Cursor& cursor, Rule_Arena& arena, unsigned short vr, Attribute_Line& line)
+{
+    if (!cursor.At_End()) {
+        line.clause_column = static_cast<std::uint32_t>(cursor.Column());
+        line.clauses =
+            Clause_Reader(cursor, arena)
+                .Read(line.mark != 0 ? "a clause (if, in, like or items) or the end of the line"
+                                     : "a mark (!, =, + or x) or a clause (if, in, like or items)",
+                      vr);
+    }
+}
+
 void Check_Clauses(const Attribute_Line& line, unsigned short type, unsigned short vr)
 {
     if (line.clauses.required.step_count != 0 && type != Type_1C && type != Type_2C) {
@@ -74,54 +110,6 @@ void Check_Clauses(const Attribute_Line& line, unsigned short type, unsigned sho
                                "an attribute of VR " + VR_Text(vr) +
                                    (vr == VR_SQ ? " has no values" : " has no items")};
     }
-}
-
-}  // namespace
-
-Attribute_Line Read_Attribute_Line(Line_Cursor& cursor)
-{
-    Attribute_Line line;
-    line.tag_column = cursor.Column();
-    const std::string_view tag = cursor.Tag();
-    const auto group = Hex_Number(tag.substr(1, 4));
-    const auto element = Hex_Number(tag.substr(6, 4));
-    if (!group || !element || *group == Item_Group) {
-        cursor.Expected(This_Unit, "the tag (gggg,eeee) of an attribute", line.tag_column);
-    }
-    line.group = *group;
-    line.element = *element;
-    line.type = Read_Type(cursor);
-    cursor.At_End();
-    line.vr_column = cursor.Column();
-    const std::string_view vr = cursor.Word();
-    if (vr != "--") {
-        line.vr = Read_VR(cursor, vr, line.vr_column);
-    }
-    Read_Mark(cursor, line);
-    return line;
-}
-
-void Read_Clauses(Line_Cursor& cursor, Rule_Store& store, bool is_kept, unsigned short type,
-                  unsigned short vr, Attribute_Line& line)
-{
-    if (cursor.At_End()) {
-        return;
-    }
-    line.clause_column = cursor.Column();
-    const auto kept = is_kept ? store.Lines().find(cursor.Address()) : store.Lines().end();
-    if (kept != store.Lines().end() && kept->second.vr == vr) {
-        line.clauses = kept->second.clauses;
-    } else {
-        line.clauses =
-            Clause_Reader(cursor, store.Arena())
-                .Read(line.mark != 0 ? "a clause (if, in, like or items) or the end of the line"
-                                     : "a mark (!, =, + or x) or a clause (if, in, like or items)",
-                      vr);
-        if (is_kept) {
-            store.Lines()[cursor.Address()] = {line.clauses, vr};
-        }
-    }
-    Check_Clauses(line, type, vr);
 }
 
 }  // namespace lib_dicom

@@ -50,6 +50,13 @@ std::string Shown(std::string_view text)
     return shown + (text.size() > Max_Shown ? "...\"" : "\"");
 }
 
+std::string Shown_Tag(unsigned short group, unsigned short element)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "(%04X,%04X)", group, element);
+    return text;
+}
+
 void Line_Cursor::Check() const
 {
     if (line_.size() > Max_Line) {
@@ -106,12 +113,14 @@ bool Line_Cursor::Take_Sign(std::string_view sign)
 bool Line_Cursor::Take_Name(std::string_view name)
 {
     At_End();
-    const std::size_t begin = at_;
-    if (Run("abcdefghijklmnopqrstuvwxyz") == name) {
-        return true;
+    const std::string_view rest = line_.substr(at_);
+    const bool goes_on =
+        rest.size() > name.size() && rest[name.size()] >= 'a' && rest[name.size()] <= 'z';
+    if (goes_on || !rest.starts_with(name)) {
+        return false;
     }
-    at_ = begin;
-    return false;
+    at_ += name.size();
+    return true;
 }
 
 std::string_view Line_Cursor::Run(std::string_view characters)
@@ -131,7 +140,9 @@ std::string_view Line_Cursor::Word()
 {
     At_End();
     const std::size_t begin = at_;
-    at_ = std::min(line_.find_first_of(" \t\"#", begin), line_.size());
+    while (at_ < line_.size() && !Is_Blank(line_[at_]) && line_[at_] != '"' && line_[at_] != '#') {
+        ++at_;
+    }
     return line_.substr(begin, at_ - begin);
 }
 

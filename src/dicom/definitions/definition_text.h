@@ -25,6 +25,9 @@ struct Definition_Fault {
 /** A piece of a file as a message can show it: in quotes, of bounded length, printable. */
 std::string Shown(std::string_view text);
 
+/** "(0008,0060)" */
+std::string Shown_Tag(unsigned short group, unsigned short element);
+
 /** Reads one line from left to right. */
 class Line_Cursor {
 public:

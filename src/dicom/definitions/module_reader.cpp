@@ -1,16 +1,10 @@
 #include "definitions/module_reader.h"
 
 #include "definitions/clause_reader.h"
-#include "definitions/module_value.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
 
-#include <Lib_DICOM/dictionary.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
 #include <utility>
 
 namespace lib_dicom {
@@ -21,48 +15,6 @@ constexpr Unit This_Unit = "NEMA_Read_IOD";
 
 /** Includes inside each other; a bound for the stack, far beyond what anyone writes. */
 constexpr std::size_t Max_Includes = 32;
-
-constexpr unsigned short All_Marks =
-    DICOM_Mark_Forced | DICOM_Mark_Default | DICOM_Mark_Append | DICOM_Mark_Delete_Request;
-
-std::string Tag_Text(unsigned short group, unsigned short element)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "(%04X,%04X)", group, element);
-    return text;
-}
-
-template <class T>
-T* Allocate()
-{
-    void* const block = std::calloc(1, sizeof(T));
-    return block != nullptr ? static_cast<T*>(block) : throw std::bad_alloc();
-}
-
-bool Is_Required(unsigned short type)
-{
-    return type == Type_1 || type == Type_2;
-}
-
-/** A module that need not be there requires nothing, and takes nothing back either. */
-std::optional<unsigned short> Optional_Type(std::optional<unsigned short> type,
-                                            const DICOM_List* record)
-{
-    if (!type || !Is_Required(*type)) {
-        return type;
-    }
-    if (record != nullptr && Is_Required(record->type)) {
-        return std::nullopt;
-    }
-    return *type == Type_1 ? Type_1C : Type_2C;
-}
-
-/** The VR that the dictionary names, 0 when it knows none. */
-unsigned short Dictionary_VR(unsigned short group, unsigned short element)
-{
-    const TAG_db_Elems* const entry = NEMA_db_Locate(group, element);
-    return entry != nullptr && Find_Any_VR_Rule(entry->vr[0]) != nullptr ? entry->vr[0] : 0;
-}
 
 /** The address of a record's template item, null without one. */
 DICOM_List** Template_Of(DICOM_List& record)
@@ -108,18 +60,31 @@ Module_Reader::Module_Reader(HWND handle, Definition_Files& files, DICOM_List** 
                              Rule_Store& store)
     : files_(files), list_(list), depth_(depth), reading_(handle), store_(store)
 {
+    // More than most IODs have; each time that it grows costs as much as all lookups.
+    constexpr std::size_t Usual = 4096;
+    records_.reserve(Usual);
     Index(*list);
+}
+
+void Module_Reader::Keep_Rules(Rule_Store& store)
+{
+    store.Add(*list_, std::move(rules_.Parts()), records_.size());
+    for (const auto& [key, known] : records_) {
+        if (known.rules.first != Rule_Collector::Chain::None) {
+            store.Add(known.record, rules_.Rules_Of(known.rules));
+        }
+    }
 }
 
 void Module_Reader::Index(DICOM_List* list)
 {
     // A client may hand over lists that are nested deeper than a stack reaches.
-    std::vector<std::pair<DICOM_List*, const DICOM_List*>> open = {{list, nullptr}};
+    std::vector<std::pair<DICOM_List*, DICOM_List*>> open = {{list, nullptr}};
     while (!open.empty()) {
         const auto [head, parent] = open.back();
         open.pop_back();
         for (DICOM_List* record = head; record != nullptr; record = record->next) {
-            records_.emplace(Key{parent, Tag_Number(*record)}, record);
+            records_.emplace(Key{parent, Tag_Number(*record)}, Known{record});
             head->last = record;
             if (DICOM_List** const item = Template_Of(*record)) {
                 open.emplace_back(*item, record);
@@ -163,7 +128,7 @@ bool Module_Reader::Read_File(std::string_view name, std::string& why)
 
 void Module_Reader::Include(std::string_view name, const Definition_File& file, const Scope& scope)
 {
-    including_.emplace_back(name);
+    including_.push_back(name);
     Read_Lines(file.path, file.text, scope);
     Close_Levels(scope.depth);
     faulty_depth_ = INT_MAX;
@@ -173,22 +138,50 @@ void Module_Reader::Include(std::string_view name, const Definition_File& file, 
 void Module_Reader::Read_Lines(const std::string& file, std::string_view text, const Scope& scope)
 {
     faulty_depth_ = INT_MAX;
-    const char* const outer = std::exchange(file_, rules_.File_Name(store_.Arena(), file));
+    Kept_File* const kept = scope.is_kept ? &store_.File(text.data()) : nullptr;
+    const char* const name =
+        kept != nullptr && kept->name != nullptr ? kept->name : store_.Arena().Keep(file);
+    if (kept != nullptr) {
+        kept->name = name;
+    }
+    const char* const outer = std::exchange(file_, name);
+    Kept_File* const outer_kept = std::exchange(kept_, kept);
     reading_.Lines(file, text, [&](Line_Cursor& cursor) { Read_Line(cursor, scope); });
     file_ = outer;
+    kept_ = outer_kept;
+}
+
+bool Module_Reader::Enter_Level(int depth)
+{
+    if (depth > faulty_depth_) {
+        return false;
+    }
+    faulty_depth_ = depth;
+    Close_Levels(depth);
+    return true;
+}
+
+void Module_Reader::Keep(Kept_Line line, int number)
+{
+    if (kept_ != nullptr) {
+        kept_->Keep(number, store_.New_Line() = std::move(line));
+    }
 }
 
 void Module_Reader::Read_Line(Line_Cursor& cursor, const Scope& scope)
 {
+    const Kept_Line* const kept = kept_ != nullptr ? kept_->Line(cursor.Number()) : nullptr;
+    if (kept != nullptr) {
+        Repeat_Line(*kept, cursor, scope);
+        return;
+    }
     int depth = scope.depth;
     while (cursor.Take('>')) {
         ++depth;
     }
-    if (depth > faulty_depth_) {
+    if (!Enter_Level(depth)) {
         return;
     }
-    faulty_depth_ = depth;
-    Close_Levels(depth);
     cursor.Check();
     Check_Level(depth);
     const bool is_attribute = cursor.Peek() == '(';
@@ -196,13 +189,49 @@ void Module_Reader::Read_Line(Line_Cursor& cursor, const Scope& scope)
     if (is_attribute) {
         Read_Attribute(cursor, scope, depth);
     } else if (cursor.Take_Name("include")) {
-        Read_Include(cursor, scope, depth, column);
+        Include_Line line = Read_Include(cursor, column);
+        Check_Include(line);
+        Find_File(line);
+        Include(line, scope, depth);
+        Keep({depth - scope.depth, 0, line}, cursor.Number());
     } else if (cursor.Take_Name("name")) {
         const std::string name = cursor.Quoted("a name");
         cursor.Expect_End();
-        rules_.Name(scope.part, store_.Arena().Keep(name));
+        const char* const kept_name = store_.Arena().Keep(name);
+        rules_.Name(scope.part, kept_name);
+        Keep({depth - scope.depth, 0, kept_name}, cursor.Number());
     } else {
         cursor.Expected(This_Unit, "a tag (gggg,eeee), \"include\" or \"name\"", column);
+    }
+    faulty_depth_ = INT_MAX;
+}
+
+void Module_Reader::Repeat_Line(const Kept_Line& line, Line_Cursor& cursor, const Scope& scope)
+{
+    const int depth = scope.depth + line.depth;
+    if (!Enter_Level(depth)) {
+        return;
+    }
+    Check_Level(depth);
+    if (const auto* const attribute = std::get_if<Attribute_Line>(&line.what)) {
+        const Key key = {depth == depth_ ? nullptr : Open_Record(depth - 1),
+                         Tag_Number(attribute->group, attribute->element)};
+        Known* const known = Find(key);
+        const unsigned short vr = Settle_VR(*attribute, Record_Of(known));
+        if (vr == line.vr) {
+            const std::string bytes = Bytes_Of(*attribute, vr);
+            Check_Clauses(*attribute, Type_Of(*attribute, known), vr);
+            Apply(*attribute, vr, bytes, {key, known, cursor.Number(), depth}, scope);
+        } else {
+            while (cursor.Take('>')) {
+            }
+            Read_Attribute(cursor, scope, depth);
+        }
+    } else if (const auto* const include = std::get_if<Include_Line>(&line.what)) {
+        Check_Include(*include);
+        Include(*include, scope, depth);
+    } else {
+        rules_.Name(scope.part, std::get<const char*>(line.what));
     }
     faulty_depth_ = INT_MAX;
 }
@@ -225,142 +254,66 @@ void Module_Reader::Check_Level(int depth) const
     if (Effective_VR(*parent) != VR_SQ) {
         throw Definition_Fault{This_Unit, 0,
                                "expected a sequence (SQ) one level up, but " +
-                                   Tag_Text(parent->group, parent->element) + " has VR " +
+                                   Shown_Tag(parent->group, parent->element) + " has VR " +
                                    VR_Text(Effective_VR(*parent))};
     }
 }
 
-void Module_Reader::Read_Include(Line_Cursor& cursor, const Scope& scope, int depth,
-                                 std::size_t column)
+Include_Line Module_Reader::Read_Include(Line_Cursor& cursor, std::size_t column)
 {
-    const std::string_view name = cursor.Word();
+    Include_Line line;
+    line.column = static_cast<std::uint32_t>(column);
+    line.name = cursor.Word();
     cursor.At_End();
     const std::size_t usage_column = cursor.Column();
     const std::string_view usage = cursor.Word();
     if (usage != "" && usage != "M" && usage != "C" && usage != "U") {
         cursor.Expected(This_Unit, "a usage (M, C or U)", usage_column);
     }
-    DICOM_Condition required = {};
+    line.usage = usage.empty() ? '\0' : usage.front();
     if (usage == "C" && cursor.Take_Name("if")) {
-        required = Clause_Reader(cursor, store_.Arena()).Read_Condition();
+        line.required = Clause_Reader(cursor, store_.Arena()).Read_Condition();
     }
     cursor.Expect_End();
-    if (std::find(including_.begin(), including_.end(), name) != including_.end()) {
-        throw Definition_Fault{This_Unit, column, Shown(name) + " includes itself"};
+    return line;
+}
+
+void Module_Reader::Check_Include(const Include_Line& line) const
+{
+    if (std::find(including_.begin(), including_.end(), line.name) != including_.end()) {
+        throw Definition_Fault{This_Unit, line.column, Shown(line.name) + " includes itself"};
     }
     if (including_.size() == Max_Includes) {
-        throw Definition_Fault{This_Unit, column,
+        throw Definition_Fault{This_Unit, line.column,
                                "expected at most " + std::to_string(Max_Includes) +
                                    " includes inside each other"};
     }
+}
+
+void Module_Reader::Find_File(Include_Line& line)
+{
     std::string why;
-    const Definition_File* const file = files_.Load(name, why);
-    if (file == nullptr) {
-        throw Definition_Fault{This_Unit, column, why};
+    line.file = files_.Load(line.name, why);
+    if (line.file == nullptr) {
+        throw Definition_Fault{This_Unit, line.column, why};
     }
-    const bool is_optional = usage == "C" || usage == "U";
+    line.kept_name = store_.Arena().Keep(line.name);
+}
+
+void Module_Reader::Include(const Include_Line& line, const Scope& scope, int depth)
+{
+    const bool is_optional = line.usage == 'C' || line.usage == 'U';
     const bool is_module = depth == depth_ && !scope.part.Is_Module();
     Scope inner = {depth, is_optional || (scope.is_optional && depth == scope.depth), scope.part,
                    true};
     inner.part.is_file = false;
-    if (usage != "" || is_module) {
-        const char* const file_name = store_.Arena().Keep(name);
+    if (line.usage != '\0' || is_module) {
         const DICOM_List* const sequence = depth == depth_ ? nullptr : Open_Record(depth - 1);
-        inner.part = rules_.Open({file_name, file_name, is_optional ? usage.front() : 'M', required,
-                                  sequence, scope.part.index},
+        inner.part = rules_.Open({line.kept_name, line.kept_name, is_optional ? line.usage : 'M',
+                                  line.required, sequence, scope.part.index},
                                  depth);
     }
-    Include(name, *file, inner);
-}
-
-unsigned short Module_Reader::Settle_VR(const Attribute_Line& line, const DICOM_List* record)
-{
-    if (record == nullptr) {
-        const unsigned short vr = line.vr.value_or(Dictionary_VR(line.group, line.element));
-        if (vr == 0) {
-            throw Definition_Fault{This_Unit, line.vr_column,
-                                   "expected a VR, the dictionary has none for " +
-                                       Tag_Text(line.group, line.element)};
-        }
-        return vr;
-    }
-    const unsigned short old_vr = Effective_VR(*record);
-    const unsigned short vr = line.vr.value_or(old_vr);
-    const bool keeps_value = record->data != nullptr && !line.value;
-    if (vr != old_vr && (keeps_value || record->nb_item > 0)) {
-        throw Definition_Fault{This_Unit, line.vr_column,
-                               "the attribute has a value or nested lines of VR " +
-                                   VR_Text(old_vr) + " already"};
-    }
-    return vr;
-}
-
-void Module_Reader::Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth)
-{
-    Attribute_Line line = Read_Attribute_Line(cursor);
-    const bool is_optional = scope.is_optional && depth == scope.depth;
-    DICOM_List* const parent = depth == depth_ ? nullptr : Open_Record(depth - 1);
-    const Key key{parent, Tag_Number(line.group, line.element)};
-    DICOM_List* record = Find(key);
-    const unsigned short vr = Settle_VR(line, record);
-    std::string bytes;
-    try {
-        if (line.value && line.mark != DICOM_Mark_Delete_Request) {
-            bytes = Value_Bytes(vr, *line.value);
-        }
-    } catch (const Value_Fault& fault) {
-        throw Definition_Fault{fault.place, line.value_column, fault.text};
-    }
-    Read_Clauses(cursor, store_, scope.is_kept,
-                 line.type.value_or(record != nullptr ? record->type : 0), vr, line);
-    // Nothing is changed before the whole line is known to be right.
-    const auto type = is_optional ? Optional_Type(line.type, record) : line.type;
-    if (record == nullptr) {
-        record = Create(key, parent, line, depth);
-        record->vr_default = vr;
-    }
-    record->type = type.value_or(record->type);
-    if (line.vr) {
-        record->vr = record->vr_default = vr;
-    }
-    if (line.mark != 0) {
-        record->flags = static_cast<unsigned short>((record->flags & ~All_Marks) | line.mark);
-        Replace_Value(*record, bytes);
-    }
-    Open_Record(depth) = record;
-    rules_.Add(record, scope.part,
-               {.type = line.type.value_or(0),
-                .is_own_level = depth == scope.part.depth,
-                .clauses = line.clauses,
-                .file = file_,
-                .line = cursor.Number()});
-}
-
-DICOM_List* Module_Reader::Find(const Key& key) const
-{
-    const auto found = records_.find(key);
-    return found == records_.end() ? nullptr : found->second;
-}
-
-DICOM_List* Module_Reader::Create(const Key& key, DICOM_List* parent, const Attribute_Line& line,
-                                  int depth)
-{
-    if (parent != nullptr && parent->nb_item == 0) {
-        parent->item = Allocate<DICOM_List*>();
-        parent->nb_item = 1;
-    }
-    DICOM_List*& head = parent != nullptr ? parent->item[0] : *list_;
-    DICOM_List*& place = records_[key];
-    auto* const record = Allocate<DICOM_List>();
-    record->byte_order = DICOM_Order_Explicit_VR;
-    record->depth = static_cast<unsigned char>(depth);
-    record->flags = DICOM_Origin_Module;
-    record->group = line.group;
-    record->element = line.element;
-    record->dict = NEMA_db_Locate(line.group, line.element);
-    (head != nullptr ? head->last->next : head) = record;
-    head->last = record;
-    return place = record;
+    Include(line.name, *line.file, inner);
 }
 
 }  // namespace lib_dicom

@@ -37,10 +37,7 @@ public:
     /** Brings the list and the items below it into ascending order. */
     void Sort();
     /** Keeps the rules of the list that was read with `store`, whose arena this reader was given. */
-    void Keep_Rules(Rule_Store& store)
-    {
-        rules_.Give_To(store, *list_);
-    }
+    void Keep_Rules(Rule_Store& store);
 
     bool Has_Faults() const
     {
@@ -55,7 +52,7 @@ public:
 private:
     /** A record by the sequence around it, null at the top, and its tag. */
     struct Key {
-        const DICOM_List* parent;
+        DICOM_List* parent;
         std::uint32_t tag;
         bool operator==(const Key&) const = default;
     };
@@ -74,17 +71,51 @@ private:
         bool is_kept = false;
     };
 
+    /** A record, and what lines said of it. */
+    struct Known {
+        DICOM_List* record = nullptr;
+        Rule_Collector::Chain rules = {};
+    };
+
     void Read_Lines(const std::string& file, std::string_view text, const Scope& scope);
     void Read_Line(Line_Cursor& cursor, const Scope& scope);
-    void Read_Include(Line_Cursor& cursor, const Scope& scope, int depth, std::size_t column);
+    /** The same for a line that was read before, and is as it was then. */
+    void Repeat_Line(const Kept_Line& line, Line_Cursor& cursor, const Scope& scope);
+    /** Keeps a line that was right, if its file stays in memory. */
+    void Keep(Kept_Line line, int number);
+    /** Closes the levels below; false where a line is left out with the faulty one that it is nested in. */
+    bool Enter_Level(int depth);
+    /** The line behind its first word, whose column is given. */
+    Include_Line Read_Include(Line_Cursor& cursor, std::size_t column);
+    void Find_File(Include_Line& line);
+    void Check_Include(const Include_Line& line) const;
+    void Include(const Include_Line& line, const Scope& scope, int depth);
     void Include(std::string_view name, const Definition_File& file, const Scope& scope);
     void Check_Level(int depth) const;
 
     void Read_Attribute(Line_Cursor& cursor, const Scope& scope, int depth);
+    /** Where a line stands, and the record that it is about; null for none yet. */
+    struct Spot {
+        Key key;
+        Known* known;
+        int number;
+        int depth;
+    };
+    /** Changes a record, or makes it. Nothing is changed before the whole line is known to be right. */
+    void Apply(const Attribute_Line& line, unsigned short vr, const std::string& bytes, Spot spot,
+               const Scope& scope);
+    /** The bytes of the value that a line has. */
+    static std::string Bytes_Of(const Attribute_Line& line, unsigned short vr);
+    /** The type that a record has after a line. */
+    static unsigned short Type_Of(const Attribute_Line& line, const Known* known);
+    static DICOM_List* Record_Of(const Known* known)
+    {
+        return known != nullptr ? known->record : nullptr;
+    }
     /** The VR that a record has after a line. */
     static unsigned short Settle_VR(const Attribute_Line& line, const DICOM_List* record);
-    DICOM_List* Find(const Key& key) const;
-    DICOM_List* Create(const Key& key, DICOM_List* parent, const Attribute_Line& line, int depth);
+    Known* Find(const Key& key);
+    Known* Create(const Key& key, const Attribute_Line& line, int depth);
     void Index(DICOM_List* list);
     void Close_Levels(int depth);
 
@@ -96,12 +127,14 @@ private:
     Rule_Collector rules_;
     /** The file that is being read, for messages. */
     const char* file_ = "";
-    std::unordered_map<Key, DICOM_List*, Key_Hash> records_;
+    /** What is kept of it; null where it does not stay in memory. */
+    Kept_File* kept_ = nullptr;
+    std::unordered_map<Key, Known, Key_Hash> records_;
     std::array<DICOM_List*, DICOM_Max_Depth> open_ = {};
     /** Lines deeper than this belong to a faulty one, and are left out with it. */
     int faulty_depth_ = INT_MAX;
     /** The files that are being read, each included by the one before. */
-    std::vector<std::string> including_;
+    std::vector<std::string_view> including_;
 };
 
 }  // namespace lib_dicom

@@ -54,7 +54,7 @@ void Rule_Collector::Name(const Part& part, const char* name)
     }
 }
 
-void Rule_Collector::Add(const DICOM_List* record, const Part& part, const Line& line)
+void Rule_Collector::Add(Chain& chain, const Part& part, const Line& line)
 {
     const bool has_clauses = line.clauses.required.step_count != 0 ||
                              line.clauses.value_set_count != 0 ||
@@ -62,16 +62,19 @@ void Rule_Collector::Add(const DICOM_List* record, const Part& part, const Line&
     if (line.type == 0 && !has_clauses) {
         return;
     }
-    Rule_Store::Rules& rules = rules_[record];
     DICOM_Rule* rule = nullptr;
-    for (DICOM_Rule& known : rules) {
+    for (int i = chain.first; i != Chain::None; i = At(i).next) {
+        DICOM_Rule& known = At(i).rule;
         if (!part.Is_Module()) {
             Take_Back(known, line);
         }
         rule = known.part == part.index ? &known : rule;
     }
     if (rule == nullptr) {
-        rule = &rules.emplace_back();
+        const int added = static_cast<int>(links_.size());
+        (chain.first == Chain::None ? chain.first : At(chain.last).next) = added;
+        chain.last = added;
+        rule = &links_.emplace_back().rule;
         rule->part = part.index;
     }
     rule->type = line.type != 0 ? line.type : rule->type;
@@ -81,15 +84,13 @@ void Rule_Collector::Add(const DICOM_List* record, const Part& part, const Line&
     Replace(*rule, line.clauses);
 }
 
-const char* Rule_Collector::File_Name(Rule_Arena& arena, const std::string& file)
+const Rule_Store::Rules& Rule_Collector::Rules_Of(const Chain& chain)
 {
-    const char*& name = files_[file];
-    return name != nullptr ? name : name = arena.Keep(file);
-}
-
-void Rule_Collector::Give_To(Rule_Store& store, const DICOM_List* list)
-{
-    store.Add(list, std::move(parts_), std::move(rules_));
+    rules_.clear();
+    for (int i = chain.first; i != Chain::None; i = At(i).next) {
+        rules_.push_back(At(i).rule);
+    }
+    return rules_;
 }
 
 }  // namespace lib_dicom

@@ -4,8 +4,7 @@
 
 #include "definitions/rule_store.h"
 
-#include <string>
-#include <unordered_map>
+#include <vector>
 
 namespace lib_dicom {
 
@@ -30,7 +29,7 @@ public:
         /** 0 for none. */
         unsigned short type = 0;
         bool is_own_level = false;
-        Clauses clauses;
+        const Clauses& clauses;
         const char* file = "";
         int line = 0;
     };
@@ -39,19 +38,39 @@ public:
     Part Open(const DICOM_Part& part, int depth);
     /** Names a module, if the line stands in its own file. */
     void Name(const Part& part, const char* name);
+    /** The rules of one record. */
+    struct Chain {
+        static constexpr int None = -1;
+
+        int first = None;
+        int last = None;
+    };
     /**
      * Adds a line. Inside a module it changes what that module has said before; outside of all it
      * changes what any has said, clause by clause, and type 3 takes the conditions back.
      */
-    void Add(const DICOM_List* record, const Part& part, const Line& line);
-    /** The name of a file, in the memory of the arena. */
-    const char* File_Name(Rule_Arena& arena, const std::string& file);
-    void Give_To(Rule_Store& store, const DICOM_List* list);
+    void Add(Chain& chain, const Part& part, const Line& line);
+    /** The rules of a chain, until it is asked for those of another one. */
+    const Rule_Store::Rules& Rules_Of(const Chain& chain);
+    Rule_Store::Parts& Parts()
+    {
+        return parts_;
+    }
 
 private:
+    /** A rule, and the next one of its record. */
+    struct Link {
+        DICOM_Rule rule = {};
+        int next = Chain::None;
+    };
+    Link& At(int index)
+    {
+        return links_[static_cast<std::size_t>(index)];
+    }
+
     Rule_Store::Parts parts_;
-    std::unordered_map<const DICOM_List*, Rule_Store::Rules> rules_;
-    std::unordered_map<std::string, const char*> files_;
+    std::vector<Link> links_;
+    Rule_Store::Rules rules_;
 };
 
 }  // namespace lib_dicom

@@ -49,16 +49,17 @@ void* Rule_Arena::Room(std::size_t size)
     return &blocks_.back()[std::exchange(used_, used_ + units)];
 }
 
-void Rule_Store::Add(const DICOM_List* list, Parts parts,
-                     std::unordered_map<const DICOM_List*, Rules> rules)
+void Rule_Store::Add(const DICOM_List* list, Parts parts, std::size_t records)
 {
     parts_[list] = std::move(parts);
-    Make_Room(used_ + rules.size());
-    for (const auto& [record, of_record] : rules) {
-        Entry& entry = entries_[Place_Of(record)];
-        used_ += entry.record == nullptr ? 1 : 0;
-        entry = {record, {arena_.Keep(of_record), of_record.size()}};
-    }
+    Make_Room(used_ + records);
+}
+
+void Rule_Store::Add(const DICOM_List* record, const Rules& rules)
+{
+    Entry& entry = entries_[Place_Of(record)];
+    used_ += entry.record == nullptr ? 1 : 0;
+    entry = {record, {arena_.Keep(rules), rules.size()}};
 }
 
 void Rule_Store::Make_Room(std::size_t count)

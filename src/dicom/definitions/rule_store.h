@@ -2,10 +2,13 @@
 #ifndef LIB_DICOM_SRC_DEFINITIONS_RULE_STORE_H
 #define LIB_DICOM_SRC_DEFINITIONS_RULE_STORE_H
 
+#include "definitions/definition_line.h"
+
 #include <Lib_DICOM/rules.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -41,23 +44,6 @@ private:
     std::size_t size_ = 0;
 };
 
-/** What the clauses of one line say. */
-struct Clauses {
-    DICOM_Rule::Otherwise otherwise = DICOM_Rule::Unsaid;
-    DICOM_Condition required = {};
-    DICOM_Condition allowed = {};
-    int value_set_count = 0;
-    const DICOM_Value_Set* value_sets = nullptr;
-    int item_count_count = 0;
-    const DICOM_Item_Count* item_counts = nullptr;
-};
-
-/** The clauses of a line of a file that stays in memory, and the VR that they were read for. */
-struct Kept_Clauses {
-    Clauses clauses;
-    unsigned short vr = 0;
-};
-
 /** The rules of the lists that are kept, and the lines that were read for them. */
 class Rule_Store {
 public:
@@ -68,13 +54,18 @@ public:
     {
         return arena_;
     }
-    /** By the place of the line in memory; many IODs include the same file. */
-    std::unordered_map<const char*, Kept_Clauses>& Lines()
+    /** What is kept of a file that stays in memory. @param text  where its text stands */
+    Kept_File& File(const char* text)
     {
-        return lines_;
+        return files_[text];
     }
-    void Add(const DICOM_List* list, Parts parts,
-             std::unordered_map<const DICOM_List*, Rules> rules);
+    Kept_Line& New_Line()
+    {
+        return lines_.emplace_back();
+    }
+    /** Begins the rules of a list, of whose records so many have some. */
+    void Add(const DICOM_List* list, Parts parts, std::size_t records);
+    void Add(const DICOM_List* record, const Rules& rules);
     std::span<const DICOM_Rule> Rules_Of(const DICOM_List* record) const;
     const Parts* Parts_Of(const DICOM_List* list) const;
 
@@ -89,7 +80,8 @@ private:
     void Make_Room(std::size_t count);
 
     Rule_Arena arena_;
-    std::unordered_map<const char*, Kept_Clauses> lines_;
+    std::unordered_map<const char*, Kept_File> files_;
+    std::deque<Kept_Line> lines_;
     /** As many as a power of two, half of them free at least. */
     std::vector<Entry> entries_;
     std::size_t used_ = 0;

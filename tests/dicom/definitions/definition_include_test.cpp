@@ -27,6 +27,33 @@ TEST(Definition_Include, UsageWeakensTheLevelThatIsIncluded)
     EXPECT_EQ(log.Count("T.txt:2:1: expected the attribute line"), 1) << log.Text();
 }
 
+/** A line without a VR of its own is kept as it was read for one, and is another one for another VR. */
+TEST(Definition_Include, LinesAreReadForTheVROfTheirPlace)
+{
+    const Definition_Directory directory;
+    directory.Write("macros/v", "(0009,1001) 3 -- in \"1\"|\"A\"\n>(0009,1002) 3 CS\n");
+    const std::string text = "(0009,1001) 3 CS\ninclude macros/v\n"
+                             "(0008,1140) 3 SQ\n>(0009,1001) 3 %\n>include macros/v\n"
+                             "(0008,1150) 3 UI\n";
+    for (const std::string vr : {"CS", "US"}) {
+        Message_Log log;
+        std::string lines = text;
+        lines.replace(lines.find('%'), 1, vr);
+        const DICOM_List* const list = directory.Read(lines);
+        EXPECT_EQ(Tags(list), "0008,1140[0009,1001] 0008,1150 0009,1001");
+        EXPECT_EQ(log.Count("macros/v.txt:1:25: a value of VR US is a decimal number within its "
+                            "range, not \"A\""),
+                  vr == "US" ? 1 : 0)
+            << log.Text();
+        EXPECT_EQ(log.Count("macros/v.txt:2:1: expected a sequence"), 1) << log.Text();
+        const DICOM_Rule* rules = nullptr;
+        ASSERT_EQ(DICOM_Module_Rules(list->item[0], &rules), 1);
+        EXPECT_EQ(rules[0].value_set_count, vr == "US" ? 0 : 1);
+        ASSERT_EQ(DICOM_Module_Rules(list->last, &rules), 2);
+        EXPECT_STREQ(rules[1].value_sets[0].values[1], "A");
+    }
+}
+
 TEST(Definition_Include, HostileIncludesEnd)
 {
     const Definition_Directory directory;
