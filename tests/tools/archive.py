@@ -161,6 +161,9 @@ def same_with_any_number_of_jobs():
         # Runs put together come to the same, whatever they are read from.
         one = run("report", "--json", scratch / "run1/r.jsonl").stdout
         assert json.loads(one)["devices"] == totals["devices"] and json.loads(one)["files"] == dicom
+        run("report", "--to", "log.jsonl", "out", cwd=scratch / "run5", status=2)
+        logged = [json.loads(line) for line in (scratch / "run5/log.jsonl").read_text("utf-8").splitlines()]
+        assert [r["file"] for r in logged if "file" in r] == names
         both = json.loads(run("report", "--json", "--to", scratch / "all.html", scratch / "run1/out",
                               scratch / "run2/r.jsonl").stdout)
         assert both["files"] == 2 * dicom and b"Model ACME" in (scratch / "all.html").read_bytes()
@@ -189,6 +192,13 @@ def shards_are_parts():
                 assert out == "o2" or processes[-1].wait() in (1, 2)
             assert all(process.wait() in (1, 2) for process in processes)
             assert len(tree(scratch / out)) == len(tree(scratch / "whole")), len(tree(scratch / out))
+        # Whose an output in a layout is no shard knows: what was made of a changed file before stays, and that is said.
+        changed = next((scratch / "in").rglob("*-sound"))
+        changed.write_bytes(made("1.2.777"))
+        said = b"".join(subprocess.run([TOOL, "mend", "--to", str(scratch / "o1"), "--layout", "{PatientID}/{Modality}.dcm", "--resume",
+                                        str(scratch / "in"), "--shard", f"{k}/3"], stderr=subprocess.PIPE).stderr for k in (1, 2, 3))
+        assert said.count(b"warning: what was made of the file before it changed stays") == 1, said
+        assert len(tree(scratch / "o1")) == len(tree(scratch / "whole")) + 1
 
 
 def killed_runs_lose_and_repeat_nothing(kills):
@@ -394,6 +404,18 @@ def inputs_of_one_name_stay_apart():
         (scratch / "list").write_text("v1/D/1\nv2/../v1/D/1\nv1/D\n../missing\n")
         assert run("mend", "--to", "l", "--from-list", "list", cwd=scratch, status=2).stderr.count(b"a number tells") == 2
         assert sorted(str(name) for name in tree(scratch / "l")) == ["v1/D/1", "v1/D/1~2", "v1/D/1~3"]
+        # A number has room in the longest names, with an ending and without.
+        for folder in ("v1", "v2"):
+            for name in ("n" * 255, "n" * 251 + ".dcm"):
+                (scratch / folder / name).write_bytes(made("1.2.7"))
+        arguments = [f"{folder}/{name}" for folder in ("v1", "v2") for name in ("n" * 255, "n" * 251 + ".dcm")]
+        run("mend", "--to", "n", *arguments, cwd=scratch, status=1)
+        names = [str(name) for name in tree(scratch / "n")]
+        assert len(names) == 4 and sum(name.endswith("~2") for name in names) == sum(name.endswith("~2.dcm") for name in names) == 1, names
+        # What is named is no chance find, though the folder around it is named as well.
+        (scratch / "v1" / "letter").write_text("none")
+        for paths, status in ((["v1"], 0), (["v1", "v1/letter"], 2), (["v1/../v1/letter", "v1"], 2)):
+            run("check", "-q", *paths, cwd=scratch, status=status)
 
 
 def what_is_mended_leaves_quarantine():
@@ -413,6 +435,14 @@ def what_is_mended_leaves_quarantine():
         (scratch / "in" / names[0]).write_bytes(made("1.2.3.4"))
         run(*arguments, "--resume", status=2)
         assert len(tree(scratch / "bad")) == 4 and not (scratch / "bad" / names[0]).exists()
+        # A copy that is not whole is made again; what is called like findings stands beside them.
+        (scratch / "bad" / "z").write_bytes(b"")
+        folder = scratch / "in" / "z.findings.jsonl"
+        folder.mkdir()
+        (folder / "z").write_bytes(made("1.2.3")[:-20])
+        assert b"cannot be copied" not in run(*arguments, "--resume", status=2).stderr
+        for name, inside in (("z", "z"), ("z.findings.jsonl~/z", "z.findings.jsonl/z")):
+            assert (scratch / "bad" / name).read_bytes() == (scratch / "in" / inside).read_bytes()
 
 
 def interrupted_runs_end_in_order():

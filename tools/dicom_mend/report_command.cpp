@@ -24,7 +24,7 @@ Exit_Status Run_Report_Command(const Report_Request& request)
     }
     bool is_whole = true;
     for (const std::string& run : request.runs) {
-        const std::string error = Read_Run(run, [&](File_Record&& record) {
+        const std::string error = Read_Run(run, request.verbose, [&](File_Record&& record) {
             status = std::max(status, record.status);
             totals.Add(record);
             report.Add(record);

@@ -17,6 +17,8 @@ struct Report_Request {
     bool json = false;
     bool force = false;
     bool show_values = false;
+    /** States of runs give also what is no fault; what a report in JSON lines has was decided by its run. */
+    bool verbose = false;
 };
 
 /** Prints the totals; the status is that of the gravest file. */

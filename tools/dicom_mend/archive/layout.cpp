@@ -87,11 +87,17 @@ std::string Safe_Name(std::string_view text)
 
 std::string Numbered(const std::string& name, int number)
 {
-    const std::size_t slash = name.find_last_of('/');
-    const std::size_t dot = name.find_last_of('.');
-    const bool has_ending = dot != name.npos && dot > 0 && (slash == name.npos || dot > slash + 1);
-    const std::size_t end = has_ending ? dot : name.size();
-    return name.substr(0, end) + "~" + std::to_string(number) + name.substr(end);
+    constexpr std::size_t Longest_Name = 255;
+    constexpr std::size_t Longest_Ending = 32;
+    const std::size_t begin = name.find_last_of('/') + 1;
+    const std::string file = name.substr(begin);
+    const std::size_t dot = file.find_last_of('.');
+    const bool has_ending = dot != file.npos && dot > 0 && file.size() - dot <= Longest_Ending;
+    const std::string behind =
+        "~" + std::to_string(number) + (has_ending ? file.substr(dot) : std::string());
+    return name.substr(0, begin) +
+           Cut_Name(file.substr(0, has_ending ? dot : file.size()), Longest_Name - behind.size()) +
+           behind;
 }
 
 std::string Cut_Name(std::string name, std::size_t most)

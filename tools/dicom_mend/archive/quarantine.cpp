@@ -28,19 +28,21 @@ constexpr std::string_view Ending = ".findings.jsonl";
 
 /** Where the copy of a file stands, and its findings: names have room for an ending. */
 struct Copy_Names {
-    Copy_Names(const std::string& folder, const File_Record& record)
-        : copy(folder + "/" + record.relative)
+    Copy_Names(const std::string& folder, const File_Record& record) : copy(folder)
     {
         constexpr std::size_t Longest = 255;
-        // A file that is called like the findings of another one stands beside them.
-        if (std::string_view(copy).substr(0, copy.find_last_not_of('~') + 1).ends_with(Ending)) {
-            copy += '~';
+        std::string name;
+        for (const fs::path& part : fs::path(record.relative)) {
+            name = part.string();
+            // What is called like the findings of another file stands beside them.
+            if (name.substr(0, name.find_last_not_of('~') + 1).ends_with(Ending)) {
+                name += '~';
+            }
+            copy += "/" + name;
         }
-        const std::size_t slash = copy.find_last_of('/');
-        const std::string name = copy.substr(slash + 1);
-        findings = name.size() + Ending.size() <= Longest
-                       ? copy
-                       : copy.substr(0, slash + 1) + Cut_Name(name, Longest - Ending.size());
+        findings = copy.substr(0, copy.size() - name.size());
+        findings +=
+            name.size() + Ending.size() <= Longest ? name : Cut_Name(name, Longest - Ending.size());
         findings += Ending;
     }
 
@@ -105,7 +107,9 @@ bool Quarantine::Is_Inside(const std::string& path) const
 bool Quarantine::Has(const File_Record& record) const
 {
     const Copy_Names names(folder_, record);
-    return Is_There(names.copy) && Is_There(names.findings);
+    struct stat status = {};
+    return Is_There(names.findings) && lstat(names.copy.c_str(), &status) == 0 &&
+           S_ISREG(status.st_mode) && status.st_size == record.size;
 }
 
 std::string Quarantine::Take(const File_Record& record, bool show_values) const

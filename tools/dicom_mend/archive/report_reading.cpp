@@ -116,13 +116,14 @@ std::string Read_Lines(const std::string& path, const std::function<void(File_Re
 
 }  // namespace
 
-std::string Read_Run(const std::string& path, const std::function<void(File_Record&&)>& take)
+std::string Read_Run(const std::string& path, bool verbose,
+                     const std::function<void(File_Record&&)>& take)
 {
     namespace fs = std::filesystem;
     // The log knows all that was found; a report says what the run did.
-    const auto take_said = [&take](File_Record&& record) {
-        std::erase_if(record.findings, [](const lib_mend::Finding& finding) {
-            return Severity_Of(finding) == lib_mend::Severity::Info;
+    const auto take_said = [&take, verbose](File_Record&& record) {
+        std::erase_if(record.findings, [verbose](const lib_mend::Finding& finding) {
+            return !verbose && Severity_Of(finding) == lib_mend::Severity::Info;
         });
         take(std::move(record));
     };

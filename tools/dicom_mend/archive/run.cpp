@@ -92,11 +92,12 @@ void Run::Fill(Plan& plan)
 
 void Run::Hand_Out()
 {
-    while (stopped_.empty() && workers_.Has_Idle()) {
-        const Slot* const slot = window_.Take_Waiting();
-        if (slot == nullptr) {
+    while (stopped_.empty()) {
+        Slot* const slot = window_.First_Waiting();
+        if (slot == nullptr || !workers_.Has_Room_For(slot->item)) {
             return;
         }
+        window_.Begin(*slot);
         workers_.Give(slot->item);
     }
 }
@@ -154,7 +155,7 @@ void Run::Show(const Plan& plan)
 
 bool Run::Is_Ended(const Plan& plan) const
 {
-    return workers_.Busy() == 0 && (!stopped_.empty() || (plan.Is_Over() && window_.Is_Empty()));
+    return !workers_.Are_Busy() && (!stopped_.empty() || (plan.Is_Over() && window_.Is_Empty()));
 }
 
 void Run::Print_Summary(const Plan& plan) const

@@ -143,6 +143,11 @@ void Run::Place(Slot& slot)
             state_.Put_Old(record, own);
         } else if (outcome == Placing::Outcome::Failed) {
             state_.Put_Gone(record, output);
+        } else if (outcome == Placing::Outcome::Taken && output == own) {
+            // A layout makes names of values, so that this one is not said.
+            Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
+                        "what was made of the file before it changed stays beside the new output, "
+                        "for shards replace nothing in a layout");
         }
         own.clear();
     }

@@ -62,9 +62,11 @@ private:
  * Goes through the files of a report in JSON lines, of the state of a run, or of the folder that a run
  * wrote to, which may hold the states of several.
  *
+ * @param verbose  the state of a run gives also what is no fault
  * @return the reason of a failure
  */
-std::string Read_Run(const std::string& path, const std::function<void(File_Record&&)>& take);
+std::string Read_Run(const std::string& path, bool verbose,
+                     const std::function<void(File_Record&&)>& take);
 
 }  // namespace dicom_mend
 

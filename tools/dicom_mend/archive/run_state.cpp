@@ -6,6 +6,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <map>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -327,6 +329,8 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
         return false;
     }
     state.Learn();
+    // The log has files as they were done; a report has them in the order of the folders.
+    std::map<std::filesystem::path, const Places*> files;
     char kind = 0;
     std::int64_t next = 0;
     for (auto at = static_cast<std::int64_t>(Magic.size()); at < state.end_; at = next) {
@@ -339,8 +343,11 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
         const auto entry = state.places_.find(lib_mend::FNV_1a(name));
         // Of a file that was done again, the last record counts.
         if (kind == Done_Kind && entry != state.places_.end() && entry->second.done == at) {
-            take(std::move(state.File_At(entry->second).record));
+            files.emplace(name, &entry->second);
         }
+    }
+    for (const auto& [name, places] : files) {
+        take(std::move(state.File_At(*places).record));
     }
     return state.end_ > 0;
 }

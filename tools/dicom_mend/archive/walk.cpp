@@ -9,8 +9,8 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
-#include <iterator>
 #include <memory>
+#include <set>
 #include <unordered_set>
 
 #include <dirent.h>
@@ -99,28 +99,44 @@ bool Is_Met(const fs::path& place, const std::unordered_set<std::string>& folder
     return false;
 }
 
-/** Leaves out what is named twice, and what stands in a folder that is named too. */
-std::vector<std::string> Named_Once(const std::vector<std::string>& paths)
+/** What is named, without what is named twice and what stands in a folder that is named too. */
+struct Named {
+    std::vector<std::string> paths;
+    /** Of what was left out for the folder around it. */
+    std::set<File_Identity> inner;
+};
+
+Named Named_Once(const std::vector<std::string>& paths)
 {
+    std::vector<fs::path> places;
     std::unordered_set<std::string> all;
     for (const std::string& path : paths) {
-        all.insert(Place_Of(path).string());
+        places.push_back(Place_Of(path));
+        all.insert(places.back().string());
     }
+    Named named;
     std::unordered_set<std::string> before;
-    std::vector<std::string> once;
-    std::copy_if(paths.begin(), paths.end(), std::back_inserter(once),
-                 [&](const std::string& path) {
-                     const fs::path place = Place_Of(path);
-                     return before.insert(place.string()).second && !Is_Met(place, all);
-                 });
-    return once;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        File_Identity identity;
+        if (!before.insert(places[i].string()).second) {
+            continue;
+        }
+        if (Is_Met(places[i], all) && Identity_Of(paths[i], identity)) {
+            named.inner.insert(identity);
+        } else {
+            named.paths.push_back(paths[i]);
+        }
+    }
+    return named;
 }
 
 }  // namespace
 
 Walk::Walk(Walk_Options options) : options_(std::move(options))
 {
-    options_.paths = Named_Once(options_.paths);
+    Named named = Named_Once(options_.paths);
+    options_.paths = std::move(named.paths);
+    inner_ = std::move(named.inner);
 }
 
 /** Gives what was named a place that nothing in front of it has, the same whenever a run goes on. */
@@ -282,7 +298,6 @@ bool Walk::Next_Found(Walk_Entry& entry)
         entry.item.path = level.path + name;
         entry.item.relative = level.relative + name;
         entry.item.is_numbered = level.is_numbered;
-        entry.item.is_found = true;
         struct stat status = {};
         const bool is_there = (options_.follow ? stat(entry.item.path.c_str(), &status)
                                                : lstat(entry.item.path.c_str(), &status)) == 0;
@@ -290,8 +305,9 @@ bool Walk::Next_Found(Walk_Entry& entry)
             entry.trouble = std::strerror(errno);
             return true;
         }
+        const File_Identity identity = Identity_In(status);
+        entry.item.is_found = !inner_.contains(identity);
         if (S_ISDIR(status.st_mode)) {
-            const File_Identity identity = Identity_In(status);
             const auto is_same = [&](const Level& around) {
                 return around.identity == identity;
             };

@@ -4,8 +4,10 @@
 
 #include "archive/file_record.h"
 
+#include <compare>
 #include <cstdint>
 #include <cstdio>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -18,7 +20,7 @@ struct File_Identity {
     std::uint64_t device = 0;
     std::uint64_t number = 0;
 
-    bool operator==(const File_Identity&) const = default;
+    auto operator<=>(const File_Identity&) const = default;
 };
 
 /** Nothing when there is no such file. */
@@ -93,6 +95,8 @@ private:
     void Set_Apart(Work_Item& item);
 
     Walk_Options options_;
+    /** What is named and met in a folder that is named as well: nobody named it by chance. */
+    std::set<File_Identity> inner_;
     Walk_Counts counts_;
     std::size_t next_path_ = 0;
     std::FILE* list_ = nullptr;

@@ -5,31 +5,35 @@
 
 namespace dicom_mend {
 
+Window::Large_Key Window::Key_Of(const Work_Item& item)
+{
+    return {item.size, -static_cast<std::int64_t>(item.index)};
+}
+
 void Window::Push(Slot slot)
 {
     if (slot.stage == Slot::Stage::Waiting && slot.item.size >= Large_File) {
-        large_[{slot.item.size, -static_cast<std::int64_t>(slot.item.index)}] = slot.item.index;
+        large_[Key_Of(slot.item)] = slot.item.index;
     }
     slots_.push_back(std::move(slot));
 }
 
-Slot* Window::Take_Waiting()
+Slot* Window::First_Waiting()
 {
     if (!large_.empty()) {
-        const std::uint64_t index = std::prev(large_.end())->second;
-        large_.erase(std::prev(large_.end()));
-        At(index).stage = Slot::Stage::Working;
-        return &At(index);
+        return &At(std::prev(large_.end())->second);
     }
     next_waiting_ = std::max(next_waiting_, first_);
     while (next_waiting_ < Next_Index() && At(next_waiting_).stage != Slot::Stage::Waiting) {
         ++next_waiting_;
     }
-    if (next_waiting_ == Next_Index()) {
-        return nullptr;
-    }
-    At(next_waiting_).stage = Slot::Stage::Working;
-    return &At(next_waiting_);
+    return next_waiting_ < Next_Index() ? &At(next_waiting_) : nullptr;
+}
+
+void Window::Begin(Slot& slot)
+{
+    large_.erase(Key_Of(slot.item));
+    slot.stage = Slot::Stage::Working;
 }
 
 void Window::Pop()

@@ -53,7 +53,8 @@ public:
         return slots_[index - first_];
     }
     /** The file that is to be begun next; null when none waits. */
-    Slot* Take_Waiting();
+    Slot* First_Waiting();
+    void Begin(Slot& slot);
     Slot& Front()
     {
         return slots_.front();
@@ -61,13 +62,16 @@ public:
     void Pop();
 
 private:
+    using Large_Key = std::pair<std::int64_t, std::int64_t>;
+    static Large_Key Key_Of(const Work_Item& item);
+
     std::deque<Slot> slots_;
     /** Number of the first one. */
     std::uint64_t first_ = 0;
     /** No file in front of this one waits. */
     std::uint64_t next_waiting_ = 0;
     /** Large files that wait, the largest last; of two that are as large the first one. */
-    std::map<std::pair<std::int64_t, std::int64_t>, std::uint64_t> large_;
+    std::map<Large_Key, std::uint64_t> large_;
 };
 
 }  // namespace dicom_mend

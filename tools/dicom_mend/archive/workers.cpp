@@ -23,6 +23,9 @@ namespace dicom_mend {
 
 namespace {
 
+/** A file that is no larger may stand behind another one: it does not wait long, nor let others wait. */
+constexpr std::int64_t Small_File = std::int64_t{1} << 20;
+
 /** Like Write_All; a worker that has died is no reason to end. */
 bool Send_All(int socket, std::string_view bytes)
 {
@@ -69,36 +72,56 @@ Workers::~Workers()
     }
 }
 
-bool Workers::Has_Idle() const
+Workers::Worker* Workers::With_Room_For(const Work_Item& item)
 {
-    return std::any_of(workers_.begin(), workers_.end(),
-                       [](const Worker& worker) { return !worker.item; });
+    const auto least =
+        std::min_element(workers_.begin(), workers_.end(), [](const Worker& a, const Worker& b) {
+            return a.items.size() < b.items.size();
+        });
+    if (least->items.empty()) {
+        return &*least;
+    }
+    const auto waits_for_little = [](const Worker& worker) {
+        return worker.items.size() < Most_Items && worker.items.front().size <= Small_File;
+    };
+    const auto found = std::find_if(workers_.begin(), workers_.end(), waits_for_little);
+    return item.size <= Small_File && found != workers_.end() ? &*found : nullptr;
 }
 
-std::size_t Workers::Busy() const
+bool Workers::Are_Busy() const
 {
-    return static_cast<std::size_t>(std::count_if(
-        workers_.begin(), workers_.end(), [](const Worker& worker) { return worker.item; }));
+    return std::any_of(workers_.begin(), workers_.end(),
+                       [](const Worker& worker) { return !worker.items.empty(); });
 }
 
 void Workers::Give(const Work_Item& item)
 {
-    Worker& worker = *std::find_if(workers_.begin(), workers_.end(),
-                                   [](const Worker& each) { return !each.item; });
+    Worker& worker = *With_Room_For(item);
+    if (worker.items.empty()) {
+        worker.since = Clock::now();
+    }
+    worker.items.push_back(item);
     Packer packer;
     Pack(item, packer);
-    // One that died while it had nothing to do is replaced once.
-    for (int tries = 0; tries < 2; ++tries) {
-        if (worker.process < 0) {
-            Start(worker);
-        }
-        if (Send_All(worker.socket, Framed(packer.Bytes()))) {
-            break;
-        }
+    if (worker.process < 0) {
+        Start_Over(worker);
+    } else if (!Send_All(worker.socket, Framed(packer.Bytes())) && worker.items.size() == 1) {
+        // It died while it had nothing to do. One that was at a file is found dead when that is taken.
         End(worker);
+        Start_Over(worker);
     }
-    worker.item = item;
+}
+
+void Workers::Start_Over(Worker& worker)
+{
+    Start(worker);
     worker.since = Clock::now();
+    for (const Work_Item& item : worker.items) {
+        Packer packer;
+        Pack(item, packer);
+        // Whether it died meanwhile shows when it is waited for.
+        Send_All(worker.socket, Framed(packer.Bytes()));
+    }
 }
 
 void Workers::Start(Worker& worker)
@@ -109,8 +132,11 @@ void Workers::Start(Worker& worker)
     }
     worker.socket = ends[0];
     worker.received.clear();
+    worker.served = 0;
     std::string folder;
-    worker.output = lib_mend::Open_Nameless_File(folder);
+    for (int& output : worker.outputs) {
+        output = lib_mend::Open_Nameless_File(folder);
+    }
     worker.process = Start_Process([&] {
         for (const Worker& other : workers_) {
             if (other.socket >= 0) {
@@ -119,24 +145,25 @@ void Workers::Start(Worker& worker)
         }
         Worker served;
         served.socket = ends[1];
-        served.output = worker.output;
+        served.outputs = worker.outputs;
         Serve(served);
     });
     close(ends[1]);
     fcntl(worker.socket, F_SETFL, O_NONBLOCK);
 }
 
-void Workers::Serve(const Worker& worker) const
+void Workers::Serve(Worker& worker) const
 {
     // A worker that was given up while it writes shall end, and quietly.
     std::signal(SIGPIPE, SIG_IGN);
-    dup2(worker.output, STDOUT_FILENO);
     std::array<char, Frame_Head> head;
     while (Read_All(worker.socket, head.data(), head.size())) {
         std::string message(Frame_Size(head.data()), '\0');
         if (!Read_All(worker.socket, message.data(), message.size())) {
             break;
         }
+        dup2(worker.Output(), STDOUT_FILENO);
+        ++worker.served;
         Unpacker bytes(message);
         File_Record record;
         Do(work_, Unpack_Item(bytes), record);
@@ -153,7 +180,7 @@ void Workers::Serve(const Worker& worker) const
 std::string Workers::End(Worker& worker)
 {
     std::string how;
-    for (int* const descriptor : {&worker.socket, &worker.output}) {
+    for (int* const descriptor : {&worker.socket, &worker.outputs[0], &worker.outputs[1]}) {
         if (*descriptor >= 0) {
             close(std::exchange(*descriptor, -1));
         }
@@ -171,7 +198,7 @@ std::string Workers::End(Worker& worker)
 void Workers::Add_To(std::vector<pollfd>& polled) const
 {
     for (const Worker& worker : workers_) {
-        if (worker.item) {
+        if (!worker.items.empty()) {
             polled.push_back({worker.socket, POLLIN, 0});
         }
     }
@@ -179,10 +206,11 @@ void Workers::Add_To(std::vector<pollfd>& polled) const
 
 Printed Workers::Printed_By(const Worker& worker)
 {
-    const off_t size = lseek(worker.output, 0, SEEK_CUR);
-    Printed printed(worker.output, size, waiting_room_);
-    // The position is shared with the worker, which has nothing to do before it is given more.
-    if (size > 0 && (lseek(worker.output, 0, SEEK_SET) != 0 || ftruncate(worker.output, 0) != 0)) {
+    const int output = worker.Output();
+    const off_t size = lseek(output, 0, SEEK_CUR);
+    Printed printed(output, size, waiting_room_);
+    // The position is shared with the worker, which is at another output before it is given more.
+    if (size > 0 && (lseek(output, 0, SEEK_SET) != 0 || ftruncate(output, 0) != 0)) {
         throw std::runtime_error("what a worker printed cannot be emptied");
     }
     return printed;
@@ -196,38 +224,56 @@ bool Workers::Take_From(Worker& worker, std::vector<Done_File>& done)
         worker.received.append(block.data(), static_cast<std::size_t>(count));
     }
     const bool has_ended = count == 0 || (errno != EAGAIN && errno != EINTR);
-    const std::string& bytes = worker.received;
-    if (bytes.size() >= Frame_Head && bytes.size() == Frame_Head + Frame_Size(bytes.data())) {
-        Unpacker unpacker(std::string_view(bytes).substr(Frame_Head));
-        Done_File file = {worker.item->index, Unpack_Record(unpacker)};
+    std::size_t at = 0;
+    std::string_view bytes = worker.received;
+    while (bytes.size() >= Frame_Head && bytes.size() - Frame_Head >= Frame_Size(bytes.data())) {
+        const std::size_t size = Frame_Size(bytes.data());
+        Unpacker unpacker(bytes.substr(Frame_Head, size));
+        Done_File file = {worker.items.front().index, Unpack_Record(unpacker)};
         file.record.printed = Printed_By(worker);
         done.push_back(std::move(file));
-        worker.received.clear();
-        worker.item.reset();
+        worker.items.pop_front();
+        worker.since = Clock::now();
+        ++worker.served;
+        at += Frame_Head + size;
+        bytes.remove_prefix(Frame_Head + size);
     }
+    worker.received.erase(0, at);
     return !has_ended;
+}
+
+/** The file that a worker died at. */
+Done_File Workers::Take_Died(Worker& worker, const std::string& how)
+{
+    const Work_Item& item = worker.items.front();
+    Done_File file;
+    file.index = item.index;
+    file.record.path = item.path;
+    file.record.relative = item.relative;
+    file.record.size = item.size;
+    file.record.modified = item.modified;
+    file.record.try_again = true;
+    Add_Finding(file.record, lib_mend::Fault::Worker_Died, lib_mend::Level::Error,
+                "cannot be worked on: its process " + how);
+    worker.items.pop_front();
+    return file;
 }
 
 std::vector<Done_File> Workers::Take()
 {
     std::vector<Done_File> done;
     for (Worker& worker : workers_) {
-        if (!worker.item || Take_From(worker, done)) {
+        if (worker.items.empty() || Take_From(worker, done)) {
             continue;
         }
         const std::string how = End(worker);
-        if (worker.item) {
-            Done_File file;
-            file.index = worker.item->index;
-            file.record.path = worker.item->path;
-            file.record.relative = worker.item->relative;
-            file.record.size = worker.item->size;
-            file.record.modified = worker.item->modified;
-            file.record.try_again = true;
-            Add_Finding(file.record, lib_mend::Fault::Worker_Died, lib_mend::Level::Error,
-                        "cannot be worked on: its process " + how);
-            done.push_back(std::move(file));
-            worker.item.reset();
+        while (!worker.items.empty()) {
+            done.push_back(Take_Died(worker, how));
+            if (!is_killed_ && !worker.items.empty()) {
+                // What it had not begun is done by the next one.
+                Start_Over(worker);
+                break;
+            }
         }
     }
     return done;
@@ -237,16 +283,17 @@ const Work_Item* Workers::Slowest(Clock::time_point& since) const
 {
     const Worker* slowest = nullptr;
     for (const Worker& worker : workers_) {
-        if (worker.item && (slowest == nullptr || worker.since < slowest->since)) {
+        if (!worker.items.empty() && (slowest == nullptr || worker.since < slowest->since)) {
             slowest = &worker;
         }
     }
     since = slowest != nullptr ? slowest->since : Clock::now();
-    return slowest != nullptr ? &*slowest->item : nullptr;
+    return slowest != nullptr ? &slowest->items.front() : nullptr;
 }
 
 void Workers::Kill()
 {
+    is_killed_ = true;
     for (const Worker& worker : workers_) {
         if (worker.process > 0) {
             kill(worker.process, SIGKILL);

@@ -116,6 +116,10 @@ Run_Command Set_Up_Report(CLI::App& command)
     command.add_flag("--show-values", request->show_values,
                      "Quote values in FILE that may identify a person");
     command
+        .add_flag("-v,--verbose", request->verbose,
+                  "Take from states also what is worth knowing but no fault")
+        ->option_text(" ");
+    command
         .add_option("RUN", request->runs,
                     "Reports in JSON lines, states of runs, or folders that runs wrote to")
         ->required()
