@@ -145,19 +145,22 @@ void Heal_Settings(Data_Set& set, const std::vector<Setting>& settings,
     // What was kept is said already, and what users set is no change of what the file said.
     options.record = false;
     set.healed = false;
+    const auto setting_of = [&settings](const lib_mend::Finding& finding) {
+        return std::find_if(settings.begin(), settings.end(), [&](const Setting& each) {
+            return finding.has_tag && finding.path == Path_Text(each.path.way, each.path.tag);
+        });
+    };
     Findings again;
+    again.Take_Only(
+        [&](const lib_mend::Finding& finding) { return setting_of(finding) != settings.end(); });
     Heal(set, options, again);
     for (const lib_mend::Finding& finding : again.All()) {
-        const auto setting =
-            std::find_if(settings.begin(), settings.end(), [&](const Setting& each) {
-                return finding.has_tag && finding.path == Path_Text(each.path.way, each.path.tag);
-            });
-        if (setting != settings.end()) {
-            findings.Report(
-                finding.fault, finding.level,
-                {.has_tag = true, .tag = finding.tag, .vr = finding.vr, .path = &setting->path.way},
-                finding.text, {finding.before, finding.after}, finding.clause);
-        }
+        findings.Report(finding.fault, finding.level,
+                        {.has_tag = true,
+                         .tag = finding.tag,
+                         .vr = finding.vr,
+                         .path = &setting_of(finding)->path.way},
+                        finding.text, {finding.before, finding.after}, finding.clause);
     }
 }
 

@@ -165,6 +165,9 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
 
 void Findings::Store(Finding finding)
 {
+    if (takes_ && !takes_(finding)) {
+        return;
+    }
     ++made_;
     faults_ += finding.level != Level::Info ? 1 : 0;
     if (counts_[{Kind_Of(finding).fault, finding.level}]++ < Most_Of_A_Kind) {

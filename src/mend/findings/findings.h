@@ -9,6 +9,7 @@
 #include <Lib_DICOM/Lib_DICOM.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -159,6 +160,11 @@ public:
      * element, the same words. Places in what was looked at then are none in the file, and left out.
      */
     void Add_Later(const Findings& later);
+    /** Of what is made from now on, nothing else is kept or counted. */
+    void Take_Only(std::function<bool(const Finding&)> takes)
+    {
+        takes_ = std::move(takes);
+    }
     /** Takes one message of the library. */
     void Take_Message(unsigned int severity, const char* text);
     /** The library's error texts since the last call, joined; they are not findings yet. */
@@ -182,6 +188,7 @@ private:
     void Store(Finding finding);
 
     std::vector<Finding> all_;
+    std::function<bool(const Finding&)> takes_;
     /** How many there are of each kind and level. */
     std::map<std::pair<Fault, Level>, std::size_t> counts_;
     std::size_t made_ = 0;
