@@ -191,11 +191,8 @@ std::optional<Element_Reader::Place_Found> Element_Reader::Find_Place(std::int64
 void Element_Reader::Skip_Rest()
 {
     const std::int64_t size = end_ - position_;
-    Place where;
-    where.path = &path_;
-    where.offset = position_;
-    where.length = size;
-    findings_.Report(Fault::Truncated, Level::Error, where,
+    findings_.Report(Fault::Truncated, Level::Error,
+                     {.path = &path_, .offset = position_, .length = size},
                      "the last " + std::to_string(size) + (size == 1 ? " byte is" : " bytes are") +
                          " no complete element");
     cut_off_ = true;
@@ -207,11 +204,8 @@ void Element_Reader::Skip_Rest()
 void Element_Reader::Skip_To(std::int64_t end)
 {
     const std::int64_t size = end - position_;
-    Place where;
-    where.path = &path_;
-    where.offset = position_;
-    where.length = size;
-    findings_.Report(Fault::Garbage, Level::Error, where,
+    findings_.Report(Fault::Garbage, Level::Error,
+                     {.path = &path_, .offset = position_, .length = size},
                      std::to_string(size) + " bytes from " + std::to_string(position_) +
                          " on are no elements; they are skipped");
     cut_off_ = cut_off_ || end == end_;
