@@ -1,6 +1,7 @@
 // The command line of dicom-mend.
 #include "command_faults.h"
 #include "definition_names.h"
+#include "help_text.h"
 #include "manual.h"
 #include "options/command.h"
 #include "process.h"
@@ -11,6 +12,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -122,6 +124,7 @@ Exit_Status Run(const std::vector<std::string>& words)
     // Options name elements before any file is read.
     DICOM_Flag_Current_Standard = 1;
     CLI::App app(Description, "dicom-mend");
+    app.formatter(std::make_shared<dicom_mend::Help_Format>());
     app.footer(Foot);
     app.require_subcommand(1);
     // Options are the same everywhere; a slash begins a path.
@@ -134,7 +137,11 @@ Exit_Status Run(const std::vector<std::string>& words)
     for (const Command& command : dicom_mend::All_Commands()) {
         app.add_subcommand(command.name, command.description)->footer(command.foot);
     }
-    app.add_subcommand(Help, "Show the options of a command");
+    app.add_subcommand(Help, "Show the options of a command")
+        ->footer("Examples:\n"
+                 "  dicom-mend help mend\n"
+                 "\n"
+                 "The help goes to standard output.");
     const Exit_Status status = Answer(app, words);
     DICOM_Lib_Cleanup();
     return status;

@@ -1,5 +1,7 @@
 #include "manual.h"
 
+#include "help_text.h"
+
 #include <Lib_DICOM_Mend/dicom_mend.h>
 
 #include <filesystem>
@@ -60,36 +62,16 @@ std::string Capitals(std::string text)
     return text;
 }
 
-bool Is_Shown(const CLI::Option& option)
-{
-    return !option.get_group().empty();
-}
-
 std::vector<const CLI::App*> Commands_Of(const CLI::App& app)
 {
     return app.get_subcommands(
         [](const CLI::App* command) { return !command->get_group().empty(); });
 }
 
-/** "dicom-mend", or "dicom-mend list": the words that begin its command line. */
-std::string Words_Of(const CLI::App& app)
-{
-    const CLI::App* const parent = app.get_parent();
-    return parent == nullptr ? app.get_name() : parent->get_name() + " " + app.get_name();
-}
-
 std::string Page_Name(const CLI::App& app)
 {
     const CLI::App* const parent = app.get_parent();
     return parent == nullptr ? app.get_name() : parent->get_name() + "-" + app.get_name();
-}
-
-/** What an option takes, or an operand is called, in the words of the help. */
-std::string Operands(const CLI::Option& option)
-{
-    const std::string text = option.get_option_text() == " " ? "" : option.get_option_text();
-    const bool has_own_words = !text.empty() && text != "...";
-    return option.get_positional() && !has_own_words ? option.get_name() + text : text;
 }
 
 void Put_Synopsis(std::ostream& page, const CLI::App& app)
@@ -99,13 +81,7 @@ void Put_Synopsis(std::ostream& page, const CLI::App& app)
         page << "\n\\fICOMMAND\\fR [\\fIOPTION\\fR...] [\\fIOPERAND\\fR...]\n";
         return;
     }
-    page << " [\\fIOPTION\\fR...]";
-    for (const CLI::Option* const option : app.get_options()) {
-        if (option->get_positional() && Is_Shown(*option)) {
-            page << " \\fI" << Plain(Operands(*option)) << "\\fR";
-        }
-    }
-    page << "\n";
+    page << " [\\fIOPTION\\fR...]\\fI" << Plain(Operands(app)) << "\\fR\n";
 }
 
 void Put_Options(std::ostream& page, const CLI::App& app, bool positional)
