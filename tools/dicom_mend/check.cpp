@@ -85,7 +85,7 @@ std::string Printed(const std::string& path, const Finding& finding, const Check
     case Format::Text:
         break;
     }
-    return Finding_Line(path, finding, request.run.show_values) + "\n";
+    return Shown_Line(path, finding, request.run.verbosity, request.run.show_values) + "\n";
 }
 
 /** What the check of one file after the other brings about. */

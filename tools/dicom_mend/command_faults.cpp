@@ -3,6 +3,7 @@
 #include "mend/findings/letters.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace dicom_mend {
 
@@ -28,29 +29,65 @@ std::vector<std::string> Names_Of_Options(const CLI::App& command)
     return names;
 }
 
+/** What other programs call the same. */
+struct Other_Name {
+    const char* other;
+    const char* command;
+};
+
+constexpr Other_Name Other_Names[] = {
+    {"show", "list"},      {"dump", "list"},    {"print", "list"},   {"view", "list"},
+    {"validate", "check"}, {"verify", "check"}, {"test", "check"},   {"fix", "mend"},
+    {"repair", "mend"},    {"convert", "mend"}, {"compare", "diff"}, {"find", "dict"}};
+
+std::string Command_Suggestion(const std::string& name, std::vector<std::string> names)
+{
+    const std::string suggestion = Suggestion(name, names);
+    if (!suggestion.empty()) {
+        return suggestion;
+    }
+    for (const Other_Name& each : Other_Names) {
+        names.emplace_back(each.other);
+    }
+    const std::vector<std::string> nearest = Nearest(name, names);
+    const auto* const meant =
+        std::find_if(std::begin(Other_Names), std::end(Other_Names), [&](const Other_Name& each) {
+            return !nearest.empty() && nearest.front() == each.other;
+        });
+    return meant != std::end(Other_Names) ? std::string("; did you mean ") + meant->command + "?"
+                                          : std::string();
+}
+
+/** The first option that a command does not have, in words; @param first  where its words begin */
+std::string Unknown_Option(const CLI::App& command, const std::vector<std::string>& words,
+                           std::size_t first)
+{
+    const std::vector<std::string> options = Names_Of_Options(command);
+    for (std::size_t i = first; i < words.size() && words[i] != "--"; ++i) {
+        const std::string option = words[i].substr(0, words[i].find('='));
+        if (option.starts_with("--") &&
+            std::find(options.begin(), options.end(), option) == options.end()) {
+            return lib_mend::Printable(option) + ": " + command.get_name() + " has no such option" +
+                   Suggestion(option, options);
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& words)
 {
     if (words.empty() || words.front().starts_with('-')) {
-        return {};
+        return Unknown_Option(app, words, 0);
     }
     const std::string& name = words.front();
     const std::vector<std::string> commands = Names_Of_Commands(app);
     if (std::find(commands.begin(), commands.end(), name) == commands.end()) {
         return lib_mend::Printable(name) + ": there is no such command" +
-               Suggestion(name, commands);
+               Command_Suggestion(name, commands);
     }
-    const std::vector<std::string> options = Names_Of_Options(*app.get_subcommand(name));
-    for (std::size_t i = 1; i < words.size() && words[i] != "--"; ++i) {
-        const std::string option = words[i].substr(0, words[i].find('='));
-        if (option.starts_with("--") &&
-            std::find(options.begin(), options.end(), option) == options.end()) {
-            return lib_mend::Printable(option) + ": " + name + " has no such option" +
-                   Suggestion(option, options);
-        }
-    }
-    return {};
+    return Unknown_Option(*app.get_subcommand(name), words, 1);
 }
 
 }  // namespace dicom_mend

@@ -132,7 +132,8 @@ std::optional<lib_mend::Data_Set> Read_For_Trial(const Mend_Request& request,
 }
 
 /** Prints what would be other in the output. */
-void Print_Trial(const lib_mend::Data_Set& original, const lib_mend::Encoded_File& file)
+void Print_Trial(const lib_mend::Data_Set& original, const lib_mend::Encoded_File& file,
+                 Diff_Format format)
 {
     lib_mend::Spool spool(lib_mend::Spool_Limits().in_memory);
     file.Give([&](std::span<const unsigned char> bytes) {
@@ -142,7 +143,7 @@ void Print_Trial(const lib_mend::Data_Set& original, const lib_mend::Encoded_Fil
     Findings of_output;
     const lib_mend::Data_Set written =
         lib_mend::Read_Data_Set(spool.Finish("the output"), of_output);
-    Print_Differences(original, written, Diff_Format::Text, Look_At(STDOUT_FILENO));
+    Print_Differences(original, written, format, Look_At(STDOUT_FILENO));
 }
 
 /**
@@ -183,7 +184,7 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
         return Exit_Failure;
     }
     if (original) {
-        Print_Trial(*original, file);
+        Print_Trial(*original, file, request.trial_format);
         return Finish_Output(Status_Of(findings));
     }
     const std::string error = Write_Output(file, Output_Of(request), request.run.force);

@@ -3,6 +3,7 @@
 #define TOOLS_DICOM_MEND_COMMANDS_H
 
 #include "archive/run.h"
+#include "diff.h"
 #include "mend/interface/mend.h"
 #include "report.h"
 #include "selection.h"
@@ -46,6 +47,7 @@ struct Mend_Request {
     std::string garbage;
     /** Nothing is written: the differences between the file and what it would be are printed. */
     bool is_trial = false;
+    Diff_Format trial_format = Diff_Format::Text;
 };
 
 /** A name that stands for standard input or standard output. */

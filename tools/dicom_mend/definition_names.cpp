@@ -56,13 +56,14 @@ std::map<std::string, std::string> Titles()
 }
 
 /** The first line of a table is "# CID 29 Acquisition Modality". */
-std::string Title_Of_Table(const std::string& file, const std::string& number)
+std::string Title_Of_Table(const std::string& file)
 {
     std::ifstream table(Directory() / "codes" / (file + ".txt"));
     std::string line;
     std::getline(table, line);
-    const std::string head = "# CID " + number + " ";
-    return line.starts_with(head) ? line.substr(head.size()) : std::string();
+    const std::string head = "# CID ";
+    const std::size_t title = line.find(' ', head.size());
+    return line.starts_with(head) && title != line.npos ? line.substr(title + 1) : std::string();
 }
 
 std::vector<std::string> Names_Of(const std::vector<Definition_Name>& definitions)
@@ -103,20 +104,24 @@ std::vector<Definition_Name> Tables()
 {
     constexpr std::size_t Head = 4;
     std::map<int, Definition_Name> tables;
+    std::vector<Definition_Name> others;
     for (const std::string& file : Files_Of("codes")) {
-        // "cid-0029"; "cid-0029-srt" is an older one of the same number.
+        // "cid-0029"; "cid-0029-srt" has the same concepts in other codes.
         int number = 0;
         const char* const end = file.data() + file.size();
         if (file.starts_with("cid-") &&
             std::from_chars(file.data() + Head, end, number).ptr == end) {
             const std::string text = std::to_string(number);
-            tables[number] = {text, Title_Of_Table(file, text)};
+            tables[number] = {text, Title_Of_Table(file)};
+        } else {
+            others.push_back({"codes/" + file + ".txt", Title_Of_Table(file)});
         }
     }
     std::vector<Definition_Name> named;
     for (const auto& [number, table] : tables) {
         named.push_back(table);
     }
+    named.insert(named.end(), others.begin(), others.end());
     return named;
 }
 
@@ -144,9 +149,7 @@ std::string Table_Fault(const std::string& table)
     if (fs::is_regular_file(Directory() / Table_File(table), error)) {
         return {};
     }
-    const std::string suggestion =
-        Is_Number(table) ? Suggestion(table, Names_Of(Tables())) : std::string();
-    return table + ": there is no such table" + suggestion +
+    return table + ": there is no such table" + Suggestion(table, Names_Of(Tables())) +
            "\ndicom-mend tables lists all of them.";
 }
 

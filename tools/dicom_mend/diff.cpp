@@ -11,6 +11,8 @@
 #include "pager.h"
 #include "value_text.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 
 #include <unistd.h>
@@ -85,6 +87,21 @@ std::string Path_Of(const Difference& difference)
     return text;
 }
 
+/** Where two texts begin to differ, at the beginning of a letter. */
+std::size_t Shared_Front(const std::string& left, const std::string& right)
+{
+    const std::size_t both = std::min(left.size(), right.size());
+    auto shared = static_cast<std::size_t>(
+        std::mismatch(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(both), right.begin())
+            .first -
+        left.begin());
+    while (shared > 0 && shared < both &&
+           (static_cast<unsigned char>(left[shared]) & 0xC0U) == 0x80) {
+        --shared;
+    }
+    return shared;
+}
+
 class Printer {
 public:
     Printer(const Data_Set& before, const Data_Set& after, Diff_Format format,
@@ -107,30 +124,64 @@ public:
             Print_JSON(difference, left, right);
             return;
         }
-        if (difference.before != nullptr) {
-            Print_Line('-', Gone_Colour, Path_Of(difference), *difference.before, left);
+        const std::string path = Path_Of(difference);
+        const std::string gone =
+            difference.before != nullptr ? Front_Of_Line(path, *difference.before) : "";
+        const std::string added =
+            difference.after != nullptr ? Front_Of_Line(path, *difference.after) : "";
+        if (!gone.empty() && !added.empty() && terminal_.is_terminal) {
+            Show_Difference(left, right, std::max(gone.size(), added.size()));
         }
-        if (difference.after != nullptr) {
-            Print_Line('+', Added_Colour, Path_Of(difference), *difference.after, right);
+        if (!gone.empty()) {
+            Print_Line('-', Gone_Colour, gone, left);
+        }
+        if (!added.empty()) {
+            Print_Line('+', Added_Colour, added, right);
         }
     }
 
 private:
-    void Print_Line(char sign, std::string_view colour, const std::string& path,
-                    const DICOM_List& record, const std::string& text)
+    /** Leaves out as much of what two values begin with that their lines do not end before they differ. */
+    void Show_Difference(std::string& left, std::string& right, std::size_t front) const
+    {
+        constexpr std::size_t Shown = 16;
+        constexpr std::string_view Gap = "...";
+        constexpr std::size_t Sign = 2;
+        const std::size_t shared = Shared_Front(left, right);
+        const std::size_t rest =
+            std::min(std::max(left.size(), right.size()) - shared, Shown) + Gap.size();
+        const std::size_t taken = Sign + front + rest + Gap.size();
+        const std::size_t kept = terminal_.width > taken ? terminal_.width - taken : 0;
+        if (shared <= kept + Gap.size()) {
+            return;
+        }
+        std::size_t cut = shared - kept;
+        while (cut < shared && (static_cast<unsigned char>(left[cut]) & 0xC0U) == 0x80) {
+            ++cut;
+        }
+        left.replace(0, cut, Gap);
+        right.replace(0, cut, Gap);
+    }
+
+    static std::string Front_Of_Line(const std::string& path, const DICOM_List& record)
+    {
+        std::string front = path + ' ';
+        if (!lib_mend::Is_Delimiter(record)) {
+            Append_VR(front, VR_Of(record));
+            front += ' ';
+            lib_mend::Append_Printable(front, Element_Name(record));
+            front += ": ";
+        }
+        return front;
+    }
+
+    void Print_Line(char sign, std::string_view colour, const std::string& front,
+                    const std::string& text)
     {
         std::string line = terminal_.colours ? std::string(colour) : std::string();
         line += sign;
         line += ' ';
-        line += path;
-        line += ' ';
-        if (!lib_mend::Is_Delimiter(record)) {
-            Append_VR(line, VR_Of(record));
-            line += ' ';
-            lib_mend::Append_Printable(line, Element_Name(record));
-            line += text.empty() ? "" : ": ";
-        }
-        line += text;
+        line += text.empty() ? front.substr(0, front.find_last_not_of(": ") + 1) : front + text;
         line += terminal_.colours ? No_Colour : std::string_view();
         out_.Text() += terminal_.is_terminal ? Fitted(line, terminal_.width) : line;
         out_.Text() += '\n';

@@ -180,7 +180,7 @@ private:
         level.i += left != nullptr ? 1 : 0;
         level.j += right != nullptr ? 1 : 0;
         if (left == nullptr || right == nullptr) {
-            tell_({.way = way_, .before = left, .after = right});
+            Tell_Alone(left != nullptr ? *left : *right, left != nullptr, 0);
             return true;
         }
         Compare_Elements(*left, *right);
@@ -228,17 +228,36 @@ private:
             levels_.push_back({Compared_Elements(left), Compared_Elements(right)});
             return;
         }
-        Tell_Items(*level.left, item, true);
-        Tell_Items(*level.right, item, false);
+        Tell_Items(*level.left, item, true, 0);
+        Tell_Items(*level.right, item, false, 0);
     }
 
-    void Tell_Items(const DICOM_List& sequence, int item, bool is_before)
+    /** Tells of a record that only one of the two has. */
+    void Tell_Of(const DICOM_List& record, bool is_before)
     {
-        for (; const DICOM_List* const header = Item_Of(sequence, item); ++item) {
+        tell_({.way = way_,
+               .before = is_before ? &record : nullptr,
+               .after = is_before ? nullptr : &record});
+    }
+
+    /** The same, and of what it holds: so many levels down, behind which their number is enough. */
+    void Tell_Alone(const DICOM_List& record, bool is_before, int depth)
+    {
+        constexpr int Deepest = 16;
+        Tell_Of(record, is_before);
+        if (lib_mend::Holds_Items(record) && depth < Deepest) {
+            Tell_Items(record, 0, is_before, depth + 1);
+        }
+    }
+
+    void Tell_Items(const DICOM_List& sequence, int item, bool is_before, int depth)
+    {
+        for (; DICOM_List* const header = Item_Of(sequence, item); ++item) {
             way_.push_back({Tag_Of(sequence), item});
-            tell_({.way = way_,
-                   .before = is_before ? header : nullptr,
-                   .after = is_before ? nullptr : header});
+            Tell_Of(*header, is_before);
+            for (const DICOM_List* const element : Compared_Elements(header)) {
+                Tell_Alone(*element, is_before, depth);
+            }
             way_.pop_back();
         }
     }

@@ -42,7 +42,8 @@ private:
     int item_ = 0;
 };
 
-void Print_TSV_List(const Data_Set& set, const Selection& selection, DICOM_List* list)
+void Print_TSV_List(const Data_Set& set, const Selection& selection, const std::string& front,
+                    DICOM_List* list)
 {
     constexpr std::size_t Shown_Bytes = 64;
     Output_Buffer out;
@@ -52,6 +53,7 @@ void Print_TSV_List(const Data_Set& set, const Selection& selection, DICOM_List*
             return;
         }
         std::string& line = out.Text();
+        line += front;
         line += prefix.Of(path);
         Append_Tag(line, Tag_Of(record));
         line += '\t';
@@ -78,10 +80,10 @@ void Print_Text(const Data_Set& set, const Selection& selection, const Terminal&
     listing.Print(set.records.Head());
 }
 
-void Print_TSV(const Data_Set& set, const Selection& selection)
+void Print_TSV(const Data_Set& set, const Selection& selection, const std::string& front)
 {
-    Print_TSV_List(set, selection, set.meta.Head());
-    Print_TSV_List(set, selection, set.records.Head());
+    Print_TSV_List(set, selection, front, set.meta.Head());
+    Print_TSV_List(set, selection, front, set.records.Head());
 }
 
 void Print_JSON(const Data_Set& set, const Selection& selection, Findings& findings)

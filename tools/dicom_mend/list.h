@@ -6,6 +6,8 @@
 #include "selection.h"
 #include "terminal.h"
 
+#include <string>
+
 namespace dicom_mend {
 
 /** Prints a data set for people, in lines that fit a terminal. */
@@ -15,8 +17,10 @@ void Print_Text(const lib_mend::Data_Set& set, const Selection& selection,
 /**
  * Prints path, VR, length as read and the first 64 bytes of the value, separated by tabulators.
  * Items and delimiters are no lines of their own.
+ *
+ * @param front  what stands in front of each line
  */
-void Print_TSV(const lib_mend::Data_Set& set, const Selection& selection);
+void Print_TSV(const lib_mend::Data_Set& set, const Selection& selection, const std::string& front);
 
 /** Prints a data set in the DICOM JSON model; null for a file that holds none. */
 void Print_JSON(const lib_mend::Data_Set& set, const Selection& selection,

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include <unistd.h>
@@ -25,13 +26,16 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
     }
     lib_mend::Data_Set& set = *read;
     const Selection selection(set, request.selection);
+    const std::string name = request.run.Asks_For_Run() || request.run.walk.paths.size() > 1
+                                 ? lib_mend::Printable(Name_Of(item.path))
+                                 : std::string();
     if (request.format == List_Format::TSV) {
-        Print_TSV(set, selection);
+        Print_TSV(set, selection, name.empty() ? name : name + "\t");
     } else if (request.format == List_Format::JSON) {
         Print_JSON(set, selection, findings);
     } else {
-        if (request.run.Asks_For_Run() || request.run.walk.paths.size() > 1) {
-            std::printf("%s\n", lib_mend::Printable(Name_Of(item.path)).c_str());
+        if (!name.empty()) {
+            std::printf("%s\n", name.c_str());
         }
         Print_Text(set, selection, terminal);
     }

@@ -4,6 +4,7 @@
 #include "mend/findings/attributes.h"
 #include "mend/findings/letters.h"
 #include "mend/interface/element_path.h"
+#include "suggestions.h"
 #include "terminal.h"
 #include "value_text.h"
 
@@ -108,8 +109,34 @@ std::vector<DICOM_UID_Entry> UIDs_Of(const std::string& term)
     return entry != nullptr ? std::vector{*entry} : std::vector<DICOM_UID_Entry>();
 }
 
-template <class Entries>
-Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
+std::string Nearest_Attributes(const std::string& term)
+{
+    const std::optional<Tag> tag = lib_mend::Parse_Tag_Digits(term);
+    // Who made a private element decides what it is called.
+    if (tag && tag->group % 2 != 0) {
+        return {};
+    }
+    const bool is_tag = term.find_first_of("0123456789") == 0;
+    return tag || is_tag ? Tag_Suggestion(term) : Suggestion(term, lib_mend::Keywords());
+}
+
+std::string Nearest_UIDs(const std::string& term)
+{
+    const bool is_number = term.find_first_not_of("0123456789.") == term.npos;
+    std::vector<std::string> names;
+    // Every name has one of the letters.
+    for (char part[] = "a"; part[0] <= 'z'; ++part[0]) {
+        for (const DICOM_UID_Entry& entry : Find_All(part)) {
+            names.emplace_back(is_number ? entry.uid : entry.name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return Suggestion(term, names);
+}
+
+template <class Entries, class Suggest>
+Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of, Suggest nearest_to)
 {
     lib_mend::Findings findings;
     const lib_mend::Library_Session session(findings);
@@ -121,7 +148,8 @@ Exit_Status Look_Up(const std::vector<std::string>& terms, Entries entries_of)
         }
         if (entries.empty()) {
             std::fflush(stdout);
-            std::fprintf(stderr, "%s: not found\n", Printable(term).c_str());
+            std::fprintf(stderr, "%s: not found%s\n", Printable(term).c_str(),
+                         Printable(nearest_to(term)).c_str());
             status = Exit_Findings;
         }
     }
@@ -212,12 +240,12 @@ Exit_Status Run_Tables(const std::vector<std::string>& parts)
 
 Exit_Status Run_Dict(const Lookup_Request& request)
 {
-    return Look_Up(request.terms, &Attributes_Of);
+    return Look_Up(request.terms, &Attributes_Of, &Nearest_Attributes);
 }
 
 Exit_Status Run_UID(const Lookup_Request& request)
 {
-    return Look_Up(request.terms, &UIDs_Of);
+    return Look_Up(request.terms, &UIDs_Of, &Nearest_UIDs);
 }
 
 Exit_Status Run_Code(const Code_Request& request)

@@ -26,13 +26,20 @@ bool Is_Shown(lib_mend::Severity severity, Verbosity verbosity)
     return verbosity == Verbosity::Verbose;
 }
 
+std::string Shown_Line(const std::string& file, const Finding& finding, Verbosity verbosity,
+                       bool show_values)
+{
+    const std::string line = Finding_Line(file, finding, show_values);
+    return verbosity == Verbosity::Verbose ? line + " [" + Kind_Of(finding).name + "]" : line;
+}
+
 void Report(const std::string& file, const lib_mend::Findings& findings, Verbosity verbosity,
             bool show_values)
 {
     std::fflush(stdout);
     for (const Finding& finding : findings.All()) {
         if (Is_Shown(Severity_Of(finding), verbosity)) {
-            std::fprintf(stderr, "%s\n", Finding_Line(file, finding, show_values).c_str());
+            std::fprintf(stderr, "%s\n", Shown_Line(file, finding, verbosity, show_values).c_str());
         }
     }
 }

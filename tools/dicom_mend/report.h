@@ -19,6 +19,10 @@ enum Exit_Status : int { Exit_Clean = 0, Exit_Findings = 1, Exit_Failure = 2 };
 /** Tells whether findings of a severity are printed. */
 bool Is_Shown(lib_mend::Severity severity, Verbosity verbosity);
 
+/** The line of a finding; when everything is told, also its kind, which `dicom-mend explain` takes. */
+std::string Shown_Line(const std::string& file, const lib_mend::Finding& finding,
+                       Verbosity verbosity, bool show_values);
+
 /**
  * Prints the findings of one file, one line each.
  *

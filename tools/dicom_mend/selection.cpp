@@ -25,16 +25,16 @@ Selection::Selection(const lib_mend::Data_Set& set, const Selection_Request& req
     if (is_all_) {
         return;
     }
-    std::vector<lib_mend::Tag> only;
+    std::vector<lib_mend::Element_Path> only;
     for (const std::string& name : request.only) {
-        only.push_back(lib_mend::Parse_Tag(name).value_or(lib_mend::Tag{}));
+        only.push_back(lib_mend::Parse_Path(name).value_or(lib_mend::Element_Path()));
     }
     Look_Through(set.meta.Head(), request, only);
     Look_Through(set.records.Head(), request, only);
 }
 
 void Selection::Look_Through(DICOM_List* list, const Selection_Request& request,
-                             const std::vector<lib_mend::Tag>& only)
+                             const std::vector<lib_mend::Element_Path>& only)
 {
     // The first step is the list itself.
     std::vector<Step> way(1);
@@ -49,9 +49,13 @@ void Selection::Look_Through(DICOM_List* list, const Selection_Request& request,
             }
             continue;
         }
+        // A tag alone is asked for wherever it stands.
         const bool is_asked_for =
             only.empty() || way[level].is_whole ||
-            std::find(only.begin(), only.end(), lib_mend::Tag_Of(*record)) != only.end();
+            std::any_of(only.begin(), only.end(), [&](const lib_mend::Element_Path& path) {
+                return path.tag == lib_mend::Tag_Of(*record) &&
+                       (path.way.empty() || path.way == walk.Way());
+            });
         way.push_back({record, nullptr, is_asked_for});
         if (!is_asked_for || (request.depth && level > *request.depth)) {
             continue;

@@ -2,6 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_SELECTION_H
 #define TOOLS_DICOM_MEND_SELECTION_H
 
+#include "mend/interface/element_path.h"
 #include "mend/reading/data_set.h"
 
 #include <optional>
@@ -12,7 +13,7 @@
 namespace dicom_mend {
 
 struct Selection_Request {
-    /** Tags or keywords; none for all elements. */
+    /** Tags, keywords or paths; none for all elements. */
     std::vector<std::string> only;
     /** Levels of sequences that are opened; nothing for all. */
     std::optional<std::size_t> depth;
@@ -38,7 +39,7 @@ public:
 
 private:
     void Look_Through(DICOM_List* list, const Selection_Request& request,
-                      const std::vector<lib_mend::Tag>& only);
+                      const std::vector<lib_mend::Element_Path>& only);
 
     bool is_all_;
     std::unordered_set<const DICOM_List*> shown_;

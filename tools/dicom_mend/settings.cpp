@@ -121,13 +121,11 @@ std::string Take_Setting(const std::string& text, std::vector<Setting>& settings
     }
     const std::string name = text.substr(0, equals);
     const auto path = lib_mend::Parse_Path(name);
-    if (path) {
-        settings.push_back({*path, text.substr(equals + 1)});
-        return Refusal_Of(path->tag);
+    if (!path) {
+        return Path_Fault(name);
     }
-    return name.find('/') != name.npos
-               ? name + " is no path, as RequestAttributesSequence[0]/ScheduledProcedureStepID is"
-               : No_Attribute(name);
+    settings.push_back({*path, text.substr(equals + 1)});
+    return Refusal_Of(path->tag);
 }
 
 bool Set_All(Data_Set& set, const std::vector<Setting>& settings, Findings& findings)

@@ -1,6 +1,8 @@
 #include "suggestions.h"
 
 #include "mend/findings/attributes.h"
+#include "mend/findings/report_text.h"
+#include "mend/interface/element_path.h"
 
 #include <algorithm>
 #include <utility>
@@ -39,6 +41,32 @@ std::size_t Distance(const std::string& a, const std::string& b)
     return last[b.size()];
 }
 
+/** Who remembers a part of a name gets those that hold it, the shortest first. */
+std::vector<std::string> Holding(const std::string& part, const std::vector<std::string>& names)
+{
+    constexpr std::size_t Shortest = 3;
+    constexpr std::size_t Most = 3;
+    std::vector<std::string> holding;
+    for (const std::string& name : names) {
+        if (part.size() >= Shortest && Small(name).find(part) != name.npos) {
+            holding.push_back(name);
+        }
+    }
+    std::stable_sort(
+        holding.begin(), holding.end(),
+        [](const std::string& a, const std::string& b) { return a.size() < b.size(); });
+    holding.resize(std::min(holding.size(), Most));
+    return holding;
+}
+
+/** Digits of a tag in another form than the usual ones: "0010.0010", "010,0010", "0x00100010". */
+bool Looks_Like_Tag(const std::string& text)
+{
+    const std::size_t begin = text.starts_with("0x") ? 2 : 0;
+    return text.find_first_not_of("0123456789abcdefABCDEF,.:()[] ", begin) == text.npos &&
+           std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }) > 2;
+}
+
 }  // namespace
 
 std::vector<std::string> Nearest(const std::string& text, const std::vector<std::string>& names)
@@ -64,7 +92,7 @@ std::vector<std::string> Nearest(const std::string& text, const std::vector<std:
             nearest.push_back(name);
         }
     }
-    return nearest;
+    return nearest.empty() ? Holding(Small(text), names) : nearest;
 }
 
 std::string Suggestion(const std::string& text, const std::vector<std::string>& names)
@@ -78,9 +106,63 @@ std::string Suggestion(const std::string& text, const std::vector<std::string>& 
     return suggestion.empty() ? suggestion : "; did you mean " + suggestion + "?";
 }
 
+std::string Tag_Suggestion(const std::string& text)
+{
+    constexpr std::size_t Half = 4;
+    std::string tag = Small(text.substr(text.starts_with("0x") ? 2 : 0));
+    std::replace_if(
+        tag.begin(), tag.end(), [](char c) { return c == '.' || c == ':' || c == ' '; }, ',');
+    std::erase_if(tag,
+                  [](char c) { return (c < '0' || c > '9') && (c < 'a' || c > 'f') && c != ','; });
+    if (tag.find(',') == tag.npos && tag.size() >= Half) {
+        tag.insert(Half, ",");
+    }
+    if (lib_mend::Parse_Tag_Digits(tag) && !lib_mend::Parse_Tag_Digits(text)) {
+        return "; did you mean " + tag + "?";
+    }
+    std::vector<std::string> tags;
+    for (const std::string& keyword : lib_mend::Keywords()) {
+        tags.push_back(lib_mend::Tag_Text(lib_mend::Tag_Of_Keyword(keyword).value()));
+    }
+    std::sort(tags.begin(), tags.end());
+    // The group is seldom what was mistyped.
+    std::stable_partition(tags.begin(), tags.end(), [&](const std::string& each) {
+        return each.substr(0, Half) == tag.substr(0, Half);
+    });
+    return Suggestion(tag, tags);
+}
+
 std::string No_Attribute(const std::string& text)
 {
-    return text + " is neither a tag nor a keyword" + Suggestion(text, lib_mend::Keywords());
+    return text + " is neither a tag nor a keyword" +
+           (Looks_Like_Tag(text) ? Tag_Suggestion(text) : Suggestion(text, lib_mend::Keywords()));
+}
+
+std::string Path_Fault(const std::string& text)
+{
+    if (lib_mend::Parse_Path(text)) {
+        return {};
+    }
+    std::size_t begin = 0;
+    for (std::size_t slash = text.find('/'); slash != text.npos; slash = text.find('/', begin)) {
+        const std::string step = text.substr(begin, slash - begin);
+        const std::string name = step.substr(0, step.find('['));
+        if (!lib_mend::Parse_Tag(name)) {
+            return No_Attribute(name);
+        }
+        if (!lib_mend::Parse_Path(step + "/00080018")) {
+            return step + " has to name an item, as " + name + "[0] does";
+        }
+        begin = slash + 1;
+    }
+    const std::string name = text.substr(begin);
+    const std::size_t bracket = name.find(']');
+    if (bracket != name.npos) {
+        return bracket + 1 == name.size()
+                   ? name + " is an item; an attribute in it has to follow, behind a slash"
+                   : name + " lacks the slash behind the item";
+    }
+    return No_Attribute(name);
 }
 
 }  // namespace dicom_mend

@@ -9,7 +9,8 @@ namespace dicom_mend {
 
 /**
  * The names that are nearest to a text: a letter left out, put in, or changed, and two that changed places,
- * count one each, capitals nothing. Three at most, none that differ in more than a third of the letters.
+ * count one each, capitals nothing. Three at most, none that differ in more than a third of the letters;
+ * where there is none, names that hold the text.
  */
 std::vector<std::string> Nearest(const std::string& text, const std::vector<std::string>& names);
 
@@ -18,6 +19,12 @@ std::string Suggestion(const std::string& text, const std::vector<std::string>& 
 
 /** "PatientNam is neither a tag nor a keyword; did you mean PatientName?" */
 std::string No_Attribute(const std::string& text);
+
+/** What is wrong with the path of an element, said of the part that is wrong; empty when nothing is. */
+std::string Path_Fault(const std::string& text);
+
+/** Tags of the registry that are nearest to one that it does not have, or that has another form. */
+std::string Tag_Suggestion(const std::string& text);
 
 }  // namespace dicom_mend
 

@@ -51,6 +51,8 @@ enum class Level {
 struct Path_Step {
     Tag sequence;
     int item = 0;
+
+    bool operator==(const Path_Step&) const = default;
 };
 
 /** The way from the data set to a list of elements, the outermost sequence first. */

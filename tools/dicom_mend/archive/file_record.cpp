@@ -224,7 +224,8 @@ void Report(const File_Record& record, Verbosity verbosity, bool show_values)
     std::fflush(stdout);
     for (const Finding& finding : record.findings) {
         if (Is_Shown(Severity_Of(finding), verbosity)) {
-            std::fprintf(stderr, "%s\n", Finding_Line(record.path, finding, show_values).c_str());
+            std::fprintf(stderr, "%s\n",
+                         Shown_Line(record.path, finding, verbosity, show_values).c_str());
         }
     }
     if (!record.failure.empty()) {

@@ -24,16 +24,22 @@ Run_Command Set_Up_List(CLI::App& command)
         ->option_text("FORMAT");
     command
         .add_option("--only", request->selection.only,
-                    "Show this attribute alone, wherever it stands; may be given several times")
-        ->check(Attribute_Fault)
+                    "Show this attribute alone, wherever it stands, or the one that a path leads "
+                    "to; may be given several times")
+        ->check(Path_Fault)
         ->take_all()
         ->expected(1)
         ->allow_extra_args(false)
-        ->option_text("TAG|KEYWORD");
+        ->option_text("TAG|KEYWORD|PATH");
     command
         .add_option("--depth", request->selection.depth,
                     "Levels of sequences that are opened; 0 shows none of their items")
-        ->check(CLI::NonNegativeNumber)
+        ->check([](const std::string& text) {
+            return text.empty() || text.find_first_not_of("0123456789") != text.npos ||
+                           text.size() > 9
+                       ? "\"" + text + "\" has to be a number of levels, 0 or more"
+                       : std::string();
+        })
         ->option_text("N");
     Add_Looks(command, request->looks);
     command

@@ -30,6 +30,9 @@ void Check_Inputs(const CLI::App& command, Mend_Request& request)
     Run_Options& run = request.run;
     const bool is_run = !request.layout.empty() || !run.quarantine.empty() || !run.report.empty() ||
                         !run.state.empty() || run.resume || run.walk.shards > 1 || run.jobs != 0;
+    if (!request.is_trial && command.get_option("--format")->count() > 0) {
+        throw CLI::ValidationError("--format is for --dry-run; OUT is always a DICOM file");
+    }
     if (run.to.empty()) {
         const std::size_t files = request.is_trial ? 1 : 2;
         if (run.walk.paths.size() != files || !run.walk.list.empty()) {
@@ -73,7 +76,7 @@ void Add_Inputs(CLI::App& command, const std::shared_ptr<Mend_Request>& request)
     command
         .add_option("--layout", request->layout,
                     "Places of the outputs by their values instead of those of the inputs, for "
-                    "example '{PatientID}/{StudyDate}-{Modality}/{SOPInstanceUID}.dcm'")
+                    "example '{PatientID}/{Modality}/{SOPInstanceUID}.dcm'")
         ->option_text("TEXT");
     command
         .add_option("--quarantine", run.quarantine,
@@ -110,6 +113,13 @@ void Add_Output(CLI::App& command, const std::shared_ptr<Mend_Request>& request)
         ->option_text("FILE");
     command.add_flag("--dry-run", request->is_trial,
                      "Write nothing; show what would be added, gone and changed in IN");
+    const std::vector<std::pair<const char*, Diff_Format>> formats = {{"text", Diff_Format::Text},
+                                                                      {"json", Diff_Format::JSON}};
+    command
+        .add_option("--format", request->trial_format,
+                    "What --dry-run shows as text (default), or as json, one object a line")
+        ->transform(Choice(formats))
+        ->option_text("FORMAT");
     Add_Inputs(command, request);
 }
 
@@ -133,8 +143,7 @@ Run_Command Set_Up_Complete(CLI::App& command)
     command
         .add_option("--set", completion->values,
                     "Set an attribute to a value, by its tag, keyword or a path such as "
-                    "RequestAttributesSequence[0]/ScheduledProcedureStepID; may be given several "
-                    "times")
+                    "OtherPatientIDsSequence[0]/PatientID; may be given several times")
         ->take_all()
         ->expected(1)
         ->allow_extra_args(false)
