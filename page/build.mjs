@@ -74,7 +74,13 @@ async function makePage() {
         entryPoints: [join(here, "app", "main.tsx"), join(here, "app", "worker.ts")],
         outdir: site,
     });
-    for (const name of ["index.html", "style.css", "manifest.webmanifest", "icon.svg"]) {
+    for (const name of [
+        "index.html",
+        "style.css",
+        "elements.css",
+        "manifest.webmanifest",
+        "icon.svg",
+    ]) {
         cpSync(join(here, "app", name), join(site, name));
     }
     cpSync(join(dist, "definitions.json.gz"), join(site, "definitions.json.gz"));

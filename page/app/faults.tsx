@@ -1,7 +1,7 @@
 /** What is wrong with a file: a list, and all that is known of one of them. */
 import type { Finding, Level } from "dicom-mend";
 import { useState } from "preact/hooks";
-import { digits, HexView, letters } from "./hex.js";
+import { digits, HexView, Hidden, isPacked, letters } from "./hex.js";
 import type { Store, View } from "./store.js";
 
 const BECOMES: Record<Level, string> = {
@@ -16,7 +16,7 @@ const AT_ONCE = 300;
 function Bytes({ title, bytes }: { title: string; bytes: Uint8Array }) {
     return (
         <div class="side">
-            <h4>{title}</h4>
+            <h3>{title}</h3>
             {bytes.length === 0 ? (
                 <p class="none">nothing</p>
             ) : (
@@ -29,22 +29,6 @@ function Bytes({ title, bytes }: { title: string; bytes: Uint8Array }) {
     );
 }
 
-function Hidden({ store }: { store: Store }) {
-    return (
-        <p class="none">
-            Hidden, for it may identify a person.{" "}
-            <button type="button" onClick={() => store.set({ reveal: true })}>
-                Show personal values
-            </button>
-        </p>
-    );
-}
-
-/** Offsets of a file that is packed as a whole are those of what is in it. */
-function isPacked(view: View): boolean {
-    return view.syntax === "1.2.840.10008.1.2.1.99";
-}
-
 export function FaultDetail(properties: { store: Store; view: View; finding: Finding }) {
     const { store, view, finding } = properties;
     const { reveal } = store.state;
@@ -52,7 +36,7 @@ export function FaultDetail(properties: { store: Store; view: View; finding: Fin
     const hasValues = before.length > 0 || after.length > 0;
     return (
         <section class="detail" aria-label="The chosen fault">
-            <h3>{finding.message}</h3>
+            <h2>{finding.message}</h2>
             <p class="becomes">{BECOMES[level]}</p>
             <dl>
                 <dt>Place</dt>
@@ -106,7 +90,10 @@ export function Faults({ store, view }: { store: Store; view: View }) {
     const chosen = findings[selectedFault];
     return (
         <section class="faults" aria-label="Faults">
-            {findings.length === 0 && <p class="none">Nothing is against the standard.</p>}
+            {!view.isChecked && <p class="none reading">The file is checked.</p>}
+            {view.isChecked && findings.length === 0 && (
+                <p class="none">Nothing is against the standard.</p>
+            )}
             <ol class="fault-list">
                 {findings.slice(0, most).map((finding, i) => (
                     <li key={i}>

@@ -1,5 +1,6 @@
 /** Bytes as people look at them. */
 import { useEffect, useState } from "preact/hooks";
+import type { Store, View } from "./store.js";
 
 const IN_A_LINE = 16;
 const IN_FRONT = 32;
@@ -71,4 +72,20 @@ export function HexView(properties: { file: File; offset: number; length: number
             {lines}
         </div>
     );
+}
+
+export function Hidden({ store }: { store: Store }) {
+    return (
+        <p class="none">
+            Hidden, for it may identify a person.{" "}
+            <button type="button" onClick={() => store.set({ reveal: true })}>
+                Show personal values
+            </button>
+        </p>
+    );
+}
+
+/** Offsets of a file that is packed as a whole are those of what is in it. */
+export function isPacked(view: View): boolean {
+    return view.syntax === "1.2.840.10008.1.2.1.99";
 }

@@ -3,8 +3,6 @@ import type { Finding, ReportFormat, Table } from "dicom-mend";
 
 export interface Opened {
     table: Table;
-    findings: Finding[];
-    outcome: number;
     syntax: string;
     image: ImageFacts | null;
 }

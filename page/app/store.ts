@@ -20,6 +20,9 @@ export interface View extends Opened {
     parents: Int32Array;
     folded: Set<number>;
     found: Uint32Array | null;
+    /** The findings are those of the whole file, and not still to come. */
+    isChecked: boolean;
+    findings: Finding[];
     visible: Uint32Array;
     /** The gravest finding of each row: 1 a warning, 2 an error. */
     marks: Map<number, number>;
@@ -160,35 +163,59 @@ export class Store {
         }
         try {
             const opened = await this.client.ask("open", entry.file);
-            this.checked(entry, opened.findings, opened.outcome);
             if (this.state.opening !== entry) {
                 return;
             }
-            const { table } = opened;
-            const [parents, folded] = [parentsOf(table), foldedAtFirst(table)];
-            const visible = visibleRows(table, parents, folded, null);
-            const marks = new Map<number, number>();
-            for (const { offset, tag, severity } of opened.findings) {
-                const row = rowAt(table, offset, tag);
-                const grave = severity === "error" ? 2 : severity === "warning" ? 1 : 0;
-                marks.set(row, Math.max(marks.get(row) ?? 0, grave));
-            }
-            marks.delete(-1);
-            const view = { ...opened, entry, parents, folded, found: null, visible, marks };
-            this.set({
-                view,
-                opening: null,
-                pane: this.state.pane === "files" ? "faults" : this.state.pane,
-            });
-            const faults = entry.errors + entry.warnings;
-            this.tell(`${entry.path}: ${table.count} elements, ${faults} faults`);
+            this.show(entry, opened);
+            const { findings, outcome } = await this.client.ask("check", entry.file);
+            this.checked(entry, findings, outcome);
+            this.showFindings(entry, findings);
         } catch (error) {
             this.change(entry, { state: "failed", fault: wordsOf(error) });
-            if (this.state.opening === entry) {
-                this.set({ opening: null });
+            const { opening, view } = this.state;
+            if (opening === entry || view?.entry === entry) {
+                this.set({ opening: null, view: null });
                 this.tell(`${entry.path}: ${wordsOf(error)}`, true);
             }
         }
+    }
+
+    /** The elements are seen before it is known what is wrong with them. */
+    private show(entry: Entry, opened: Opened): void {
+        const { table } = opened;
+        const [parents, folded] = [parentsOf(table), foldedAtFirst(table)];
+        const visible = visibleRows(table, parents, folded, null);
+        const view: View = {
+            ...opened,
+            entry,
+            parents,
+            folded,
+            found: null,
+            visible,
+            isChecked: false,
+            findings: [],
+            marks: new Map(),
+        };
+        const pane = this.state.pane === "files" ? "faults" : this.state.pane;
+        this.set({ view, opening: null, pane });
+    }
+
+    private showFindings(entry: Entry, findings: Finding[]): void {
+        const { view } = this.state;
+        if (view?.entry !== entry) {
+            return;
+        }
+        const { table } = view;
+        const marks = new Map<number, number>();
+        for (const { offset, tag, severity } of findings) {
+            const row = rowAt(table, offset, tag);
+            const grave = severity === "error" ? 2 : severity === "warning" ? 1 : 0;
+            marks.set(row, Math.max(marks.get(row) ?? 0, grave));
+        }
+        marks.delete(-1);
+        this.changeView({ findings, marks, isChecked: true });
+        const faults = entry.errors + entry.warnings;
+        this.tell(`${entry.path}: ${table.count} elements, ${faults} faults`);
     }
 
     private changeView(change: Partial<View>): void {

@@ -1,6 +1,7 @@
 /** The tree of elements. */
 import { RowKind } from "dicom-mend";
 import { useEffect, useRef, useState } from "preact/hooks";
+import { Hidden, HexView, isPacked } from "./hex.js";
 import type { Row } from "./protocol.js";
 import { tagText, vrText } from "./rows.js";
 import type { Store, View } from "./store.js";
@@ -125,6 +126,35 @@ function TreeRow(properties: {
     );
 }
 
+/** The chosen element, as far as a row has no room for it. */
+function Chosen(properties: { store: Store; view: View; index: number; text: Row | undefined }) {
+    const { store, view, index, text } = properties;
+    const { table, entry } = view;
+    const offset = table.offset[index];
+    const isItem = table.kind[index] === RowKind.ITEM;
+    return (
+        <section class="chosen" aria-label="The chosen element">
+            <h2>
+                {isItem ? "" : `(${tagText(table.tag[index])}) ${vrText(table.vr[index])} `}
+                {text?.name ?? ""}
+            </h2>
+            <p class="chosen-value">
+                <ValueText row={text} />
+            </p>
+            {offset > 0 && !isPacked(view) && (
+                <details>
+                    <summary>Bytes of the file, at {offset}</summary>
+                    {store.state.reveal ? (
+                        <HexView file={entry.file} offset={offset} length={table.length[index]} />
+                    ) : (
+                        <Hidden store={store} />
+                    )}
+                </details>
+            )}
+        </section>
+    );
+}
+
 export function Tree({ store, view }: { store: Store; view: View }) {
     const { selectedRow, reveal, search } = store.state;
     const { visible, table } = view;
@@ -214,6 +244,14 @@ export function Tree({ store, view }: { store: Store; view: View }) {
                     ))}
                 </Room>
             </div>
+            {at >= 0 && (
+                <Chosen
+                    store={store}
+                    view={view}
+                    index={selectedRow}
+                    text={texts.get(selectedRow)}
+                />
+            )}
         </section>
     );
 }

@@ -16,6 +16,9 @@ import { archive } from "./archive.js";
 import { factsOfImage, frameOf, type ImageReader, imageReader } from "./pixels.js";
 import type { Answered, Asked, MendChoices, Mended, Opened, Questions, Row } from "./protocol.js";
 
+/** Values with more bytes are not read to be shown in a row. */
+const LONG_VALUE = 1 << 16;
+
 const scope = self as unknown as DedicatedWorkerGlobalScope;
 
 interface OpenFile {
@@ -67,6 +70,9 @@ function rowOf({ dataset, table }: OpenFile, index: number, reveal: boolean, mos
         return { ...names, value: "", hidden: false };
     }
     const element = table.handle[index];
+    if (length > LONG_VALUE) {
+        return { ...names, value: "", hidden: false };
+    }
     const hidden = !reveal && !dataset.isHarmless(element);
     return { ...names, value: hidden ? "" : dataset.text(element, most), hidden };
 }
@@ -93,14 +99,11 @@ const answers: { [Q in keyof Questions]: (...parameters: Parameters<Questions[Q]
 
     open(file): Opened {
         closeCurrent();
-        const { findings, outcome } = library.check(file, { module: "auto" });
         const { dataset, session } = library.open(new BlobContent(file));
         current = { file, dataset, session, table: dataset.table(), image: null };
         current.image = imageReader(dataset, session);
         return {
             table: current.table,
-            findings,
-            outcome,
             syntax: dataset.transferSyntax,
             image: current.image && factsOfImage(current.image),
         };

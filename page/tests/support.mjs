@@ -13,9 +13,12 @@ const tool = process.env.DICOM_MEND_TOOL ?? join(root, "build", "release", "bin"
 export const work = mkdtempSync(join(tmpdir(), "dicom-mend-page-"));
 process.on("exit", () => rmSync(work, { recursive: true, force: true }));
 
+/** Where the native tool runs, so that names without folders are those of the examples. */
+const examples = join(root, "examples");
+
 /** Runs the native tool; what it prints, and its exit status. */
 export function native(...words) {
-    const { status, stdout, error } = spawnSync(tool, words, { maxBuffer: 1 << 28 });
+    const { status, stdout, error } = spawnSync(tool, words, { cwd: examples, maxBuffer: 1 << 28 });
     if (error) {
         throw error;
     }

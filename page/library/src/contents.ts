@@ -30,10 +30,11 @@ export class BytesContent implements Content {
 
 /** A file or another Blob, read slice by slice. Workers of browsers only: nobody else reads at once. */
 export class BlobContent implements Content {
-    private static readonly window = 1 << 18;
+    /** So much is read around a place, and kept for so many places: the library looks here and there. */
+    private static readonly window = 1 << 16;
+    private static readonly most = 32;
     private reader = new FileReaderSync();
-    private bytes = new Uint8Array(0);
-    private start = 0;
+    private windows = new Map<number, Uint8Array>();
 
     constructor(readonly blob: Blob) {}
 
@@ -43,19 +44,34 @@ export class BlobContent implements Content {
 
     read(target: Uint8Array, position: number): number {
         const end = Math.min(position + target.length, this.size);
-        if (end <= position) {
-            return 0;
-        }
-        if (end - position > BlobContent.window) {
+        if (end - position >= BlobContent.window) {
             target.set(this.slice(position, end));
             return end - position;
         }
-        if (position < this.start || end > this.start + this.bytes.length) {
-            this.start = position;
-            this.bytes = this.slice(position, Math.min(position + BlobContent.window, this.size));
+        for (let at = position; at < end;) {
+            const number = Math.floor(at / BlobContent.window);
+            const from = at - number * BlobContent.window;
+            const part = this.windowOf(number).subarray(from, from + end - at);
+            if (part.length === 0) {
+                return at - position;
+            }
+            target.set(part, at - position);
+            at += part.length;
         }
-        target.set(this.bytes.subarray(position - this.start, end - this.start));
-        return end - position;
+        return Math.max(end - position, 0);
+    }
+
+    private windowOf(number: number): Uint8Array {
+        let window = this.windows.get(number);
+        if (window === undefined) {
+            const start = number * BlobContent.window;
+            window = this.slice(start, Math.min(start + BlobContent.window, this.size));
+            if (this.windows.size >= BlobContent.most) {
+                this.windows.delete(this.windows.keys().next().value as number);
+            }
+            this.windows.set(number, window);
+        }
+        return window;
     }
 
     private slice(from: number, to: number): Uint8Array {

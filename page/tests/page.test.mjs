@@ -1,0 +1,285 @@
+/** The page in a browser: what it shows, and that it hands out the bytes of the command line. */
+import assert from "node:assert/strict";
+import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import { basename, join } from "node:path";
+import { after, test } from "node:test";
+import { choose, downloaded, drop, message, ready, rows, stop, withPage } from "./browser.mjs";
+import { element, files, native, nativeBytes, part10, root, unzip, work } from "./support.mjs";
+
+after(stop);
+
+const damaged = join(root, "examples", "damaged.dcm");
+const all = files().filter((file) => !/changed-|cut-|empty|text/.test(basename(file)));
+
+/** The findings of the command line, as objects. */
+function findingsOf(file) {
+    const { text } = native("check", "-v", "--module", "auto", "--format", "json", file);
+    return text
+        .split("\n")
+        .filter(Boolean)
+        .map((line) => JSON.parse(line));
+}
+
+function same(ours, theirs, about) {
+    assert.ok(theirs !== null && Buffer.compare(ours, theirs) === 0, `${about}: other bytes`);
+}
+
+test("each file shows its faults, and is mended to the bytes of the command line", async () => {
+    await withPage({}, async (page) => {
+        for (const file of all) {
+            await choose(page, [file]);
+            const places = await page.locator(".fault-place").allTextContents();
+            const theirs = findingsOf(file);
+            assert.deepEqual(
+                places,
+                theirs.slice(0, 300).map(({ path }) => path ?? ""),
+                file,
+            );
+            const { name, bytes } = await downloaded(page, () => page.click("button.main"));
+            assert.match(name, /-mended\.dcm$/);
+            same(bytes, nativeBytes("mend", "--force", file), file);
+        }
+    });
+});
+
+test("a dropped folder is mended to an archive with its folders", async () => {
+    const folder = join(work, "study");
+    mkdirSync(join(folder, "inner"), { recursive: true });
+    copyFileSync(damaged, join(folder, "a.dcm"));
+    copyFileSync(all[0], join(folder, "inner", "Bild ä.dcm"));
+    writeFileSync(join(folder, "notes.txt"), "no such file");
+    await withPage({}, async (page) => {
+        await drop(page, [folder]);
+        assert.equal(await page.locator(".file").count(), 3);
+        const { name, bytes } = await downloaded(page, () => page.click("text=Mend all"));
+        assert.equal(name, "mended.zip");
+        assert.equal(
+            await message(page),
+            "mended.zip is downloaded: 2 of 3 files; not mended, and not in it: study/notes.txt",
+        );
+        const [archive, out] = [join(work, "mended.zip"), join(work, "unzipped")];
+        writeFileSync(archive, bytes);
+        unzip(archive, out);
+        for (const path of ["study/a.dcm", "study/inner/Bild ä.dcm"]) {
+            same(
+                readFileSync(join(out, path)),
+                nativeBytes("mend", "--force", join(work, path)),
+                path,
+            );
+        }
+    });
+});
+
+test("where the browser writes files, the bytes go to the chosen place", async () => {
+    await withPage({ keepPicker: true }, async (page) => {
+        await page.evaluate(() => {
+            window.showSaveFilePicker = async ({ suggestedName }) => {
+                const folder = await navigator.storage.getDirectory();
+                return folder.getFileHandle(suggestedName, { create: true });
+            };
+        });
+        await choose(page, [damaged]);
+        await page.click("button.main");
+        await page.waitForFunction(() =>
+            /is saved/.test(document.querySelector(".message").textContent),
+        );
+        const written = await page.evaluate(async () => {
+            const folder = await navigator.storage.getDirectory();
+            const handle = await folder.getFileHandle("damaged-mended.dcm");
+            return [...new Uint8Array(await (await handle.getFile()).arrayBuffer())];
+        });
+        same(Buffer.from(written), nativeBytes("mend", "--force", damaged), "saved");
+        await page.evaluate(() => {
+            window.showSaveFilePicker = async () => {
+                throw new DOMException("", "AbortError");
+            };
+        });
+        await page.click("button.main");
+        await page.waitForFunction(() =>
+            /is not saved/.test(document.querySelector(".message").textContent),
+        );
+    });
+});
+
+test("options and reports are those of the command line", async () => {
+    await withPage({}, async (page) => {
+        await choose(page, [damaged]);
+        await page.click("summary:text('Options')");
+        await page.click("label:has-text('Convert texts to UTF-8')");
+        const { bytes } = await downloaded(page, () => page.click("button.main"));
+        same(bytes, nativeBytes("mend", "--force", "--to-utf8", damaged), "UTF-8");
+        await page.click("summary:text('Report')");
+        for (const [label, format] of [
+            ["As text", "text"],
+            ["As JSON", "json"],
+            ["As SARIF", "sarif"],
+        ]) {
+            const report = await downloaded(page, () => page.click(`button:text('${label}')`));
+            const words = ["check", "-v", "--module", "auto", "--format", format];
+            const { text } = native(...words, "damaged.dcm");
+            assert.ok(report.bytes.toString("utf8") === text, `${format}: another report`);
+        }
+    });
+});
+
+const NAME = "Nobody^Knows";
+
+test("personal values are hidden until they are asked for", async () => {
+    const file = join(work, "person.dcm");
+    writeFileSync(
+        file,
+        part10(
+            element(8, 0x60, "CS", "MR"),
+            element(0x10, 0x10, "PN", NAME),
+            element(0x10, 0x30, "DA", "1970.01.02"),
+            element(0x18, 0x50, "DS", "2.5"),
+        ),
+    );
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        const shown = () => page.evaluate(() => document.documentElement.outerHTML);
+        await page.locator(".fault", { hasText: "0010,0030" }).first().click();
+        await page.locator("[role=row]", { hasText: "0010,0010" }).click();
+        await page.waitForFunction(() => document.querySelectorAll(".hidden-value").length > 1);
+        assert.ok(!(await shown()).includes(NAME));
+        assert.ok(!(await shown()).includes("1970.01.02"));
+        assert.match(
+            await page.locator("[role=row]", { hasText: "0018,0050" }).textContent(),
+            /2\.5 mm/,
+        );
+        await page.fill("input[type=search]", "nobody");
+        await page.waitForFunction(() =>
+            /elements found/.test(document.querySelector(".message").textContent),
+        );
+        assert.equal(await message(page), "0 elements found");
+        await page.fill("input[type=search]", "");
+        await page.click("label.reveal");
+        await page.waitForFunction((name) => document.body.textContent.includes(name), NAME);
+        assert.ok((await page.locator(".side").first().textContent()).includes("1970.01.02"));
+        assert.equal(await page.locator(".side .letters").nth(1).textContent(), "19700102");
+        await page.locator(".detail summary").click();
+        await page.waitForSelector(".detail .hex mark");
+        const marked = await page.locator(".detail .hex mark").allTextContents();
+        const header = Buffer.concat([
+            Buffer.from([0x10, 0, 0x30, 0]),
+            Buffer.from("DA\n\0" + "1970.01.02"),
+        ]);
+        assert.equal(marked.join("").replaceAll(" ", ""), header.toString("hex"));
+        await page.fill("input[type=search]", "nobody");
+        await page.waitForFunction(() =>
+            /1 element found/.test(document.querySelector(".message").textContent),
+        );
+    });
+});
+
+test("a file that the page has no memory for is told of, and the page goes on", async () => {
+    const elements = [];
+    for (let i = 0; i < 120_000; ++i) {
+        elements.push(
+            element(0x11 + 2 * (i >> 12), 0x1000 + (i & 0xfff), "LO", "a private element"),
+        );
+    }
+    const large = join(work, "large.dcm");
+    writeFileSync(large, part10(...elements));
+    await withPage({ query: "?memory=24" }, async (page) => {
+        await page.locator("input.chooser").first().setInputFiles([large]);
+        await page.waitForSelector(".fault-message");
+        assert.match(await message(page), /memory .* is not enough/);
+        await page.locator("input.chooser").first().setInputFiles([damaged]);
+        await page.waitForSelector(".fault-list .fault");
+        const { bytes } = await downloaded(page, () => page.click("button.main"));
+        same(bytes, nativeBytes("mend", "--force", damaged), "afterwards");
+    });
+});
+
+test("of 200,000 elements only those in sight exist, and all are reached", async () => {
+    const item = (i) => {
+        const inner = element(8, 0x1155, "UI", `1.2.3.${i}`);
+        const head = Buffer.from([0xfe, 0xff, 0, 0xe0, 0, 0, 0, 0]);
+        head.writeUInt32LE(inner.length, 4);
+        return Buffer.concat([head, inner]);
+    };
+    const count = 100_000;
+    const items = Buffer.concat(Array.from({ length: count }, (_, i) => item(i)));
+    const file = join(work, "many.dcm");
+    writeFileSync(file, part10(element(8, 0x60, "CS", "MR"), element(8, 0x1140, "SQ", items)));
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        const grid = page.locator("[role=treegrid]");
+        assert.equal(await grid.getAttribute("aria-rowcount"), "4");
+        await page.click("text=Unfold all");
+        const rowCount = String(2 * count + 4);
+        await page.waitForFunction(
+            (wanted) => document.querySelector("[role=treegrid]").ariaRowCount === wanted,
+            rowCount,
+        );
+        assert.ok((await rows(page)).length < 80);
+        await grid.focus();
+        await page.keyboard.press("End");
+        await page.waitForFunction(
+            () => document.querySelector(".row.selected .value")?.textContent !== undefined,
+        );
+        const last = page.locator("[role=row][aria-selected=true]");
+        await page.waitForFunction(() =>
+            document.querySelector("[aria-selected=true] .tag")?.textContent.endsWith("0008,1155"),
+        );
+        assert.equal(await last.getAttribute("aria-rowindex"), rowCount);
+        assert.ok((await rows(page)).length < 80);
+        await page.click("label.reveal");
+        await page.fill("input[type=search]", `1.2.3.${count - 7}`);
+        await page.waitForFunction(() =>
+            /1 element found/.test(document.querySelector(".message").textContent),
+        );
+        assert.equal((await rows(page)).length, 3);
+    });
+});
+
+test("the tree is gone through by the keyboard", async () => {
+    const inner = element(8, 0x1155, "UI", "1.2.3");
+    const head = Buffer.from([0xfe, 0xff, 0, 0xe0, inner.length, 0, 0, 0]);
+    const file = join(work, "keys.dcm");
+    writeFileSync(
+        file,
+        part10(
+            element(8, 0x60, "CS", "MR"),
+            element(8, 0x1140, "SQ", Buffer.concat([head, inner])),
+        ),
+    );
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        const grid = page.locator("[role=treegrid]");
+        const active = async () => {
+            const id = await grid.getAttribute("aria-activedescendant");
+            return page.locator(`#${id} .tag`).innerText();
+        };
+        await grid.focus();
+        assert.equal(await active(), "0002,0010");
+        await page.keyboard.press("ArrowDown");
+        await page.keyboard.press("ArrowDown");
+        assert.match(await active(), /0008,1140/);
+        await page.keyboard.press("ArrowLeft");
+        assert.equal((await rows(page)).length, 3);
+        await page.keyboard.press("ArrowRight");
+        await page.keyboard.press("End");
+        assert.equal(await active(), "0008,1155");
+        await page.keyboard.press("ArrowLeft");
+        await page.keyboard.press("ArrowLeft");
+        await page.keyboard.press("ArrowLeft");
+        assert.match(await active(), /0008,1140/);
+        await page.keyboard.press("Home");
+        assert.equal(await active(), "0002,0010");
+    });
+});
+
+test("the page works without a network once it was opened", async () => {
+    await withPage({}, async (page, context) => {
+        await page.evaluate(() => navigator.serviceWorker.ready);
+        await page.waitForFunction(() => navigator.serviceWorker.controller !== null);
+        await context.setOffline(true);
+        await page.reload();
+        await ready(page);
+        await choose(page, [damaged]);
+        const { bytes } = await downloaded(page, () => page.click("button.main"));
+        same(bytes, nativeBytes("mend", "--force", damaged), "offline");
+    });
+});
