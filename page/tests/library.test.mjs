@@ -1,11 +1,12 @@
 /** The package against the native command line: what both find and write is the same. */
 import assert from "node:assert/strict";
-import { readFileSync, writeFileSync } from "node:fs";
+import { execFileSync } from "node:child_process";
+import { mkdirSync, readFileSync, symlinkSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { test } from "node:test";
-import { built, element, files, native, nativeBytes, part10, work } from "./support.mjs";
+import { built, element, files, native, nativeBytes, part10, root, work } from "./support.mjs";
 
-const { load, Status } = await import(join(built, "package", "dist", "node.js"));
+const { BytesContent, load, Status } = await import(join(built, "package", "dist", "node.js"));
 const library = await load();
 const all = files();
 
@@ -250,4 +251,44 @@ test("names of attributes and values are texts, whatever they hold", () => {
     assert.equal(library.tagName(0x00100010), "Patient's Name");
     assert.equal(library.keyword(0x00100010), "PatientName");
     dataset.close();
+});
+
+test("no depth of nesting stops the library", () => {
+    const sequence = [8, 0, 0x40, 0x11, 0x53, 0x51, 0, 0, 0xff, 0xff, 0xff, 0xff];
+    const open = Buffer.from([...sequence, 0xfe, 0xff, 0, 0xe0, 0xff, 0xff, 0xff, 0xff]);
+    const depth = 20_000;
+    const file = join(work, "deep.dcm");
+    writeFileSync(file, part10(element(8, 0x60, "CS", "MR"), ...Array(depth).fill(open)));
+    const { data } = library.mend(file);
+    sameBytes(data, nativeBytes("mend", "--force", file), file);
+    const { dataset } = library.open(new BytesContent(data));
+    const table = dataset.table();
+    assert.equal(table.count, 2 * depth + 7);
+    assert.equal(table.depth[table.count - 1], 2 * depth - 1);
+    assert.equal(table.end[table.count - 2 * depth], table.count);
+    dataset.close();
+});
+
+test("the package is found by its name, with its types", () => {
+    const folder = join(work, "user");
+    mkdirSync(join(folder, "node_modules"), { recursive: true });
+    symlinkSync(join(built, "package"), join(folder, "node_modules", "dicom-mend"));
+    writeFileSync(
+        join(folder, "use.mts"),
+        `import { load, type Finding } from "dicom-mend";
+        const library = await load();
+        const findings: Finding[] = library.check(process.argv[2], { module: "auto" }).findings;
+        const bytes: Uint8Array | null = library.mend(process.argv[2]).data;
+        console.log(findings.length, bytes?.length);
+        `,
+    );
+    const compiler = join(root, "page", "node_modules", "typescript", "bin", "tsc");
+    const types = join(root, "page", "node_modules", "@types");
+    const words = ["--strict", "--target", "es2022", "--module", "nodenext", "--typeRoots", types];
+    const options = { cwd: folder, encoding: "utf8", stdio: ["ignore", "pipe", "pipe"] };
+    execFileSync(process.execPath, [compiler, ...words, "--types", "node", "use.mts"], options);
+    const damaged = join(root, "examples", "damaged.dcm");
+    const { findings } = library.check(damaged, { module: "auto" });
+    const printed = execFileSync(process.execPath, ["use.mjs", damaged], options);
+    assert.equal(printed, `${findings.length} ${library.mend(damaged).data.length}\n`);
 });

@@ -30,11 +30,12 @@ export class BytesContent implements Content {
 
 /** A file or another Blob, read slice by slice. Workers of browsers only: nobody else reads at once. */
 export class BlobContent implements Content {
-    /** So much is read around a place, and kept for so many places: the library looks here and there. */
-    private static readonly window = 1 << 16;
-    private static readonly most = 32;
+    /** So much is read around a place, and kept for so many places: slices cost, and files are gone through anew. */
+    private static readonly window = 1 << 20;
+    private static readonly most = 128;
     private reader = new FileReaderSync();
     private windows = new Map<number, Uint8Array>();
+    private last = -1;
 
     constructor(readonly blob: Blob) {}
 
@@ -69,8 +70,14 @@ export class BlobContent implements Content {
             if (this.windows.size >= BlobContent.most) {
                 this.windows.delete(this.windows.keys().next().value as number);
             }
-            this.windows.set(number, window);
+        } else if (number === this.last) {
+            return window;
+        } else {
+            this.windows.delete(number);
         }
+        // The one that was used last stands at the end.
+        this.windows.set(number, window);
+        this.last = number;
         return window;
     }
 
