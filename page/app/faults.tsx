@@ -1,7 +1,7 @@
 /** What is wrong with a file: a list, and all that is known of one of them. */
 import type { Finding, Level } from "dicom-mend";
 import { useState } from "preact/hooks";
-import { digits, HexView, Hidden, isPacked, letters } from "./hex.js";
+import { digits, HexView, Hidden, letters } from "./hex.js";
 import type { Store, View } from "./store.js";
 
 const BECOMES: Record<Level, string> = {
@@ -69,7 +69,7 @@ export function FaultDetail(properties: { store: Store; view: View; finding: Fin
                 ) : (
                     <Hidden store={store} />
                 ))}
-            {offset !== null && !isPacked(view) && (
+            {offset !== null && !view.isPacked && (
                 <details>
                     <summary>Bytes of the file</summary>
                     {reveal ? (

@@ -1,6 +1,6 @@
 /** Bytes as people look at them. */
 import { useEffect, useState } from "preact/hooks";
-import type { Store, View } from "./store.js";
+import type { Store } from "./store.js";
 
 const IN_A_LINE = 16;
 const IN_FRONT = 32;
@@ -83,9 +83,4 @@ export function Hidden({ store }: { store: Store }) {
             </button>
         </p>
     );
-}
-
-/** Offsets of a file that is packed as a whole are those of what is in it. */
-export function isPacked(view: View): boolean {
-    return view.syntax === "1.2.840.10008.1.2.1.99";
 }

@@ -4,6 +4,8 @@ import type { Finding, ReportFormat, Table } from "dicom-mend";
 export interface Opened {
     table: Table;
     syntax: string;
+    /** The file is packed as a whole: places are those of what is in it. */
+    isPacked: boolean;
     image: ImageFacts | null;
 }
 

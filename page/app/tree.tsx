@@ -1,7 +1,7 @@
 /** The tree of elements. */
 import { RowKind } from "dicom-mend";
 import { useEffect, useRef, useState } from "preact/hooks";
-import { Hidden, HexView, isPacked } from "./hex.js";
+import { Hidden, HexView } from "./hex.js";
 import type { Row } from "./protocol.js";
 import { tagText, vrText } from "./rows.js";
 import type { Store, View } from "./store.js";
@@ -141,7 +141,7 @@ function Chosen(properties: { store: Store; view: View; index: number; text: Row
             <p class="chosen-value">
                 <ValueText row={text} />
             </p>
-            {offset > 0 && !isPacked(view) && (
+            {offset > 0 && !view.isPacked && (
                 <details>
                     <summary>Bytes of the file, at {offset}</summary>
                     {store.state.reveal ? (

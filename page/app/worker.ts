@@ -77,6 +77,16 @@ function rowOf({ dataset, table }: OpenFile, index: number, reveal: boolean, mos
     return { ...names, value: hidden ? "" : dataset.text(element, most), hidden };
 }
 
+const DEFLATED = "1.2.840.10008.1.2.1.99";
+
+/** Tells of gzip (RFC 1952), zlib (RFC 1950) and deflated data sets (PS3.5 A.5). */
+function isPacked(content: BlobContent, syntax: string): boolean {
+    const start = new Uint8Array(2);
+    content.read(start, 0);
+    const isZlib = start[0] === 0x78 && (start[0] * 256 + start[1]) % 31 === 0;
+    return syntax === DEFLATED || (start[0] === 0x1f && start[1] === 0x8b) || isZlib;
+}
+
 function tagText(tag: number): string {
     const digits = tag.toString(16).padStart(8, "0");
     return `(${digits.slice(0, 4)},${digits.slice(4)})`;
@@ -99,12 +109,14 @@ const answers: { [Q in keyof Questions]: (...parameters: Parameters<Questions[Q]
 
     open(file): Opened {
         closeCurrent();
-        const { dataset, session } = library.open(new BlobContent(file));
+        const content = new BlobContent(file);
+        const { dataset, session } = library.open(content);
         current = { file, dataset, session, table: dataset.table(), image: null };
         current.image = imageReader(dataset, session);
         return {
             table: current.table,
             syntax: dataset.transferSyntax,
+            isPacked: isPacked(content, dataset.transferSyntax),
             image: current.image && factsOfImage(current.image),
         };
     },

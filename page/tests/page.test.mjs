@@ -4,7 +4,16 @@ import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { basename, join } from "node:path";
 import { after, test } from "node:test";
 import { choose, downloaded, drop, message, ready, rows, stop, withPage } from "./browser.mjs";
-import { element, files, native, nativeBytes, part10, root, unzip, work } from "./support.mjs";
+import {
+    element,
+    files,
+    nativeBytes,
+    nativeReport,
+    part10,
+    root,
+    unzip,
+    work,
+} from "./support.mjs";
 
 after(stop);
 
@@ -13,8 +22,8 @@ const all = files().filter((file) => !/changed-|cut-|empty|text/.test(basename(f
 
 /** The findings of the command line, as objects. */
 function findingsOf(file) {
-    const { text } = native("check", "-v", "--module", "auto", "--format", "json", file);
-    return text
+    const { report } = nativeReport("json", file, "auto");
+    return report
         .split("\n")
         .filter(Boolean)
         .map((line) => JSON.parse(line));
@@ -115,9 +124,8 @@ test("options and reports are those of the command line", async () => {
             ["As SARIF", "sarif"],
         ]) {
             const report = await downloaded(page, () => page.click(`button:text('${label}')`));
-            const words = ["check", "-v", "--module", "auto", "--format", format];
-            const { text } = native(...words, "damaged.dcm");
-            assert.ok(report.bytes.toString("utf8") === text, `${format}: another report`);
+            const theirs = nativeReport(format, "damaged.dcm", "auto").report;
+            assert.ok(report.bytes.toString("utf8") === theirs, `${format}: another report`);
         }
     });
 });

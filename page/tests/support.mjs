@@ -25,6 +25,21 @@ export function native(...words) {
     return { status, text: stdout.toString("utf8") };
 }
 
+/** A report of the native tool, and its exit status. With -v its lines say also which kind a finding is of. */
+export function nativeReport(format, file, module) {
+    const words = [
+        "check",
+        "-v",
+        "--format",
+        format,
+        ...(module ? ["--module", module] : []),
+        file,
+    ];
+    const { status, text } = native(...words);
+    const report = format === "text" ? text.replaceAll(/ \[[a-z0-9-]+\]$/gm, "") : text;
+    return { status, report };
+}
+
 /** The bytes that the native tool writes; null when it writes none. */
 export function nativeBytes(...words) {
     const out = join(work, "native.dcm");

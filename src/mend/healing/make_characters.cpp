@@ -9,8 +9,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -66,11 +68,22 @@ class Conversion {
 public:
     Conversion(const char* to, const char* from) : handle_(iconv_open(to, from))
     {
+        // The interface tells of a failure by the pointer -1.
+        if (reinterpret_cast<std::intptr_t>(handle_) == -1) {
+            throw std::runtime_error(std::string("no conversion from ") + from + " to " + to);
+        }
     }
-    std::string Of(std::string text) const
+    Conversion(const Conversion&) = delete;
+    Conversion& operator=(const Conversion&) = delete;
+    ~Conversion()
+    {
+        iconv_close(handle_);
+    }
+    std::string Of(const std::string& text) const
     {
         std::array<char, 16> buffer;
-        char* from = text.data();
+        std::string copy = text;
+        char* from = copy.data();
         char* to = buffer.data();
         std::size_t left = text.size();
         std::size_t room = buffer.size();
@@ -171,7 +184,7 @@ std::string Runs_Of(const std::multimap<std::uint32_t, Character>& all)
 }  // namespace
 
 int main(int count, char** words)
-{
+try {
     if (count < 3) {
         return EXIT_FAILURE;
     }
@@ -186,4 +199,7 @@ int main(int count, char** words)
     }
     header << "constexpr Character_Table Tables[] = {\n" << table << "};\n";
     return header.flush() ? EXIT_SUCCESS : EXIT_FAILURE;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "make_characters: %s\n", error.what());
+    return EXIT_FAILURE;
 }
