@@ -5,7 +5,8 @@
  * module says so. docs/definitions.md describes how the files write it.
  *
  * Everything that is handed out here belongs to the library and is valid as long as the list that
- * DICOM_Module_Read returned, until DICOM_Module_Free. Texts are UTF-8.
+ * DICOM_Module_Read returned, until DICOM_Module_Free. Texts are UTF-8, as the files write them: tags
+ * of VR AT are eight hexadecimal digits, with a comma or without.
  */
 #ifndef LIB_DICOM_RULES_H
 #define LIB_DICOM_RULES_H

@@ -34,7 +34,6 @@ namespace {
 
 using lib_mend::Findings;
 using lib_mend::Library_Session;
-using lib_mend::Printable;
 using lib_mend::Source;
 
 /** Takes what users set, and looks whether their rules are there; the reason of a failure. */
@@ -47,7 +46,7 @@ std::string Take_Settings(const Completion& completion, std::vector<Setting>& se
     for (const std::string& text : completion.values) {
         const std::string error = Take_Setting(text, settings);
         if (!error.empty()) {
-            return "--set " + text + ": " + error;
+            return std::string("--set ").append(text).append(": ").append(error);
         }
     }
     return {};

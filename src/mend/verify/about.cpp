@@ -1,5 +1,6 @@
 #include "mend/verify/about.h"
 
+#include "mend/findings/faults.h"
 #include "mend/verify/condition.h"
 
 #include <string>
@@ -60,7 +61,8 @@ bool Is_About(const Finding& finding, Tag tag)
             return true;
         }
     }
-    return (finding.has_tag && finding.tag == tag) || Has_Name(finding.text, Spoken_Name(tag));
+    return (finding.has_tag && finding.tag == tag) || Has_Name(finding.text, Spoken_Name(tag)) ||
+           Has_Name(Kind_Of(finding).rule, Spoken_Name(tag));
 }
 
 }  // namespace lib_mend

@@ -6,7 +6,7 @@
 
 namespace lib_mend {
 
-/** Whether a finding is of an attribute, stands inside of it, or names it in its words or its values. */
+/** Whether a finding is of an attribute, stands inside of it, or names it: its words, its values, its rule. */
 bool Is_About(const Finding& finding, Tag tag);
 
 }  // namespace lib_mend

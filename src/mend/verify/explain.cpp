@@ -196,7 +196,9 @@ std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const std::set
         if (!is_told && Is_About(finding, tag)) {
             const std::string path =
                 finding.has_tag ? finding.path + " " + Tag_Name(finding.tag) + ", " : std::string();
-            text += "  " + path + Said_Text(finding) + "\n";
+            const std::string rule = Kind_Of(finding).rule;
+            text +=
+                "  " + path + Said_Text(finding) + (rule.empty() ? "" : " (" + rule + ")") + "\n";
         }
     }
     return text.empty() ? text : "what else is reported of it, or names it\n" + text;
