@@ -131,10 +131,10 @@ std::optional<std::int64_t> Differs_At(Value_Bytes before, Value_Bytes after, bo
     return is_same ? std::nullopt : std::optional(at);
 }
 
-class Comparison {
+class Difference_Search {
 public:
-    Comparison(const Data_Set& before, const Data_Set& after,
-               const std::function<void(const Difference&)>& tell)
+    Difference_Search(const Data_Set& before, const Data_Set& after,
+                      const std::function<void(const Difference&)>& tell)
         : before_(before), after_(after), tell_(tell)
     {
     }
@@ -274,9 +274,9 @@ private:
 void Find_Differences(const Data_Set& before, const Data_Set& after,
                       const std::function<void(const Difference&)>& tell)
 {
-    Comparison comparison(before, after, tell);
-    comparison.Compare(before.meta.Head(), after.meta.Head());
-    comparison.Compare(before.records.Head(), after.records.Head());
+    Difference_Search search(before, after, tell);
+    search.Compare(before.meta.Head(), after.meta.Head());
+    search.Compare(before.records.Head(), after.records.Head());
 }
 
 }  // namespace dicom_mend
