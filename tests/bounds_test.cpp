@@ -189,8 +189,7 @@ TEST_F(Bounds, ASizeAskedOfASmallFileAllocatesLittle)
 {
     const Message_Log log;
     Byte_Input input(NEMA_Source_File, std::string(200, 'x'));
-    std::string path = "/proc/self/fd/" + std::to_string(input.where);
-    std::wstring name(path.begin(), path.end());
+    std::wstring name = input.Name();
     DICOM_Lib_File_Source = NEMA_Source_File;
     DICOM_Lib_File_Name = name.data();
     DICOM_List record = {};

@@ -210,7 +210,7 @@ private:
             Convert_Text(conversion);
             return true;
         case 'p':
-            Append_Number(conversion, "", va_arg(arguments_, void*));
+            Append_Pointer(conversion, va_arg(arguments_, void*));
             return true;
         default:
             Convert_Floating(conversion);
@@ -286,6 +286,18 @@ private:
         std::snprintf(&message_[begin], static_cast<std::size_t>(size) + 1, format.c_str(),
                       conversion.width, conversion.precision, value);
         message_.pop_back();
+    }
+
+    /** Hexadecimal digits behind "0x", as elsewhere too where the system writes them otherwise. */
+    void Append_Pointer(Conversion conversion, const void* pointer)
+    {
+#ifdef _WIN32
+        conversion.letter = 'x';
+        conversion.flags += '#';
+        Append_Number(conversion, "j", reinterpret_cast<std::uintmax_t>(pointer));
+#else
+        Append_Number(conversion, "", pointer);
+#endif
     }
 
     static bool Is_Wide(Length length)

@@ -258,10 +258,12 @@ TEST_F(Large_Files, values_and_places_beyond_32_bits)
         EXPECT_EQ(row.is_written, fs::exists(Path("out.dcm")));
         if (row.is_written) {
             EXPECT_EQ("", Faults_Of_Output(row));
+#ifndef _WIN32
             struct stat status = {};
             ASSERT_EQ(0, stat(Path("out.dcm").c_str(), &status));
             constexpr std::int64_t Little = 1 << 20;
             EXPECT_LT(512 * status.st_blocks, Little);
+#endif
             fs::remove(Path("out.dcm"));
         }
     }

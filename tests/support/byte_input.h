@@ -5,6 +5,7 @@
 #include <Lib_DICOM/read.h>
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -33,10 +34,17 @@ public:
         : source(source_), image_(bytes.begin(), bytes.end())
     {
         if (source == NEMA_Source_File) {
-            char path[] = "/tmp/byte_input_XXXXXX";
-            where = mkstemp(path);
-            unlink(path);
-            if (write(where, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+            where = mkstemp(file_.data());
+#ifdef _WIN32
+            // What makes it shares it with nobody.
+            close(where);
+            where = open(file_.c_str(), O_RDWR | O_BINARY);
+#else
+            unlink(file_.c_str());
+            file_ = "/proc/self/fd/" + std::to_string(where);
+#endif
+            if (write(where, bytes.data(), static_cast<unsigned int>(bytes.size())) !=
+                static_cast<ssize_t>(bytes.size())) {
                 throw std::runtime_error("no temporary file");
             }
             lseek(where, 0, SEEK_SET);
@@ -51,8 +59,16 @@ public:
     {
         if (source == NEMA_Source_File) {
             close(where);
+#ifdef _WIN32
+            unlink(file_.c_str());
+#endif
         }
         NEMA_Position_Free(counter_);
+    }
+    /** A name by which the file can be opened again. */
+    std::wstring Name() const
+    {
+        return {file_.begin(), file_.end()};
     }
 
     void* Ptr()
@@ -62,7 +78,8 @@ public:
     }
     long Position() const
     {
-        return source == NEMA_Source_File ? lseek(where, 0, SEEK_CUR) : *counter_;
+        return source == NEMA_Source_File ? static_cast<long>(lseek(where, 0, SEEK_CUR))
+                                          : *counter_;
     }
     void Set_Position(int position)
     {
@@ -77,6 +94,7 @@ public:
     int where = -1;
 
 private:
+    std::string file_ = "/tmp/byte_input_XXXXXX";
     std::vector<char> image_;
     int* counter_ = nullptr;
     wchar_t name_[9] = L"scan.dcm";

@@ -58,9 +58,10 @@ public:
     /** Number of messages whose text holds `part`. */
     long Count(const std::string& part) const
     {
-        return std::count_if(messages_.begin(), messages_.end(), [&](const Message& message) {
+        const auto holds = [&](const Message& message) {
             return message.text.find(part) != std::string::npos;
-        });
+        };
+        return static_cast<long>(std::count_if(messages_.begin(), messages_.end(), holds));
     }
     void Clear()
     {

@@ -38,7 +38,7 @@ public:
     }
     long Count() const
     {
-        return std::distance(std::filesystem::directory_iterator(folder), {});
+        return static_cast<long>(std::distance(std::filesystem::directory_iterator(folder), {}));
     }
 
     std::string folder;

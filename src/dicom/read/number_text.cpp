@@ -1,6 +1,7 @@
 #include "read/number_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -27,6 +28,14 @@ double Parse_Double(const char* text)
 {
 #if defined(_WIN32)
     static const _locale_t locale = _create_locale(LC_ALL, "C");
+    const char* const begin = text + std::strspn(text, " \t\n\v\f\r");
+    const char* const digits = begin + (*begin == '-' || *begin == '+' ? 1 : 0);
+    if (digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
+        // The runtime library of Windows does not know them.
+        double number = 0;
+        std::from_chars(digits + 2, digits + std::strlen(digits), number, std::chars_format::hex);
+        return *begin == '-' ? -number : number;
+    }
     return _strtod_l(text, nullptr, locale);
 #else
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -182,9 +183,12 @@ TEST(Definition_Include, DirectoryNeedNotBeNamedInUtf8)
     const Definition_Directory directory;
     const std::string name = directory.Write("x\374/macros/m", "(0010,0010) 1 PN");
     const std::filesystem::path path = std::filesystem::path(name).parent_path().parent_path();
-    const std::unique_ptr<wchar_t, void (*)(void*)> wide(Char_2_Wchar(path.c_str()), &std::free);
-    EXPECT_EQ(std::wstring(DICOM_Module_Setup(nullptr, wide.get())),
-              wide.get() + std::wstring(L"/"));
+    const std::unique_ptr<wchar_t, void (*)(void*)> wide(Char_2_Wchar(path.string().c_str()),
+                                                         &std::free);
+    const wchar_t slash = static_cast<wchar_t>(std::filesystem::path::preferred_separator);
+    std::wstring expected = wide.get() + std::wstring(1, slash);
+    std::replace(expected.begin(), expected.end(), L'/', slash);
+    EXPECT_EQ(std::wstring(DICOM_Module_Setup(nullptr, wide.get())), expected);
     EXPECT_THAT(DICOM_Module_Include_Get(nullptr, "macros/m"), StrEq("(0010,0010) 1 PN"));
     std::wstring no_path = L"\xD800";
     EXPECT_EQ(DICOM_Module_Setup(nullptr, no_path.c_str()), nullptr);
@@ -201,8 +205,8 @@ TEST(Definition_Include, DirectoryIsNamedOrFound)
     EXPECT_THAT(DICOM_Module_Include_Get(nullptr, "macros/m"), StrEq("(0010,0010) 1 PN"));
     DICOM_Module_Cleanup();
     ::setenv("LIB_DICOM_DEFINITIONS", path.c_str(), 1);
-    EXPECT_EQ(std::wstring(DICOM_Module_Setup(nullptr, nullptr)),
-              std::filesystem::path(path + "/").wstring());
+    EXPECT_EQ(std::filesystem::path(DICOM_Module_Setup(nullptr, nullptr)),
+              std::filesystem::path(path + "/"));
     DICOM_Module_Cleanup();
     ::setenv("LIB_DICOM_DEFINITIONS", "/no/such/directory", 1);
     EXPECT_EQ(DICOM_Module_Setup(nullptr, nullptr), nullptr);

@@ -7,13 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 using namespace lib_dicom;
 using testing::ElementsAre;
-using testing::MatchesRegex;
 
 namespace {
 
@@ -64,9 +64,12 @@ TEST(Report, GuardedTurnsExceptionsIntoTheFailureResult)
     EXPECT_EQ(Guarded(nullptr, This_Unit, 0, [] { return 1; }), 1);
     EXPECT_EQ(Guarded(nullptr, This_Unit, 0, []() -> int { throw std::bad_alloc(); }), 0);
     EXPECT_EQ(Guarded(nullptr, This_Unit, 0, []() -> int { throw std::length_error("size"); }), 0);
-    EXPECT_THAT(Texts(log),
-                ElementsAre(MatchesRegex("line [0-9]+ +of NEMA_Tag_Copy \nmemory error in new .*"),
-                            MatchesRegex("Error: file:NEMA_Tag_Copy line:[0-9]+")));
+    std::string texts;
+    for (const std::string& text : Texts(log)) {
+        texts += std::regex_replace(text, std::regex("line:?[0-9 ]+"), "line N ") + "\n";
+    }
+    EXPECT_EQ(texts, "line N of NEMA_Tag_Copy \nmemory error in new (var=buffer, dim=1x1)\n"
+                     "Error: file:NEMA_Tag_Copy line N \n");
 }
 
 }  // namespace

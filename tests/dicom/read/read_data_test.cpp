@@ -179,6 +179,7 @@ TEST_P(Read_Data, Skips)
     }
 }
 
+#ifndef _WIN32
 TEST(Read_Data_File, ClosesTheDescriptorAfterAFailedSeek)
 {
     int ends[2];
@@ -198,6 +199,7 @@ TEST(Read_Data_File, ClosesTheDescriptorAfterAFailedSeek)
     EXPECT_THAT(log.Text(), HasSubstr("using lseek()\n" + reason));
     EXPECT_THAT(log.Text(), HasSubstr("\361\004ERROR:\002 while seeking pos 6\n" + reason));
 }
+#endif
 
 TEST(Position_Counters, SurviveTheWayThrough32Bits)
 {

@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <regex>
 
 namespace {
 
@@ -181,7 +182,7 @@ protected:
         for (int i = 0; i < 3000; ++i) {
             bytes_ += static_cast<char>('a' + i % 26);
         }
-        std::ofstream(path_, std::ios::binary) << bytes_;
+        std::ofstream(File(), std::ios::binary) << bytes_;
         DICOM_Lib_File_Source = GetParam();
         if (GetParam() == NEMA_Source_File) {
             DICOM_Lib_File_Name = name_.get();
@@ -193,15 +194,28 @@ protected:
     {
         DICOM_Lib_File_Source = 0;
         DICOM_Lib_File_Name = nullptr;
-        std::filesystem::remove(path_);
+        std::filesystem::remove(File());
+    }
+    std::filesystem::path File() const
+    {
+#ifdef _WIN32
+        return name_.get();
+#else
+        return path_;
+#endif
     }
 
     std::string bytes_;
-    // The name has a letter beyond ASCII, whatever the locale is, and a byte that is no UTF-8.
-    std::string path_ = testing::TempDir() + "value_\303\274\374_" + std::to_string(getpid());
+    // The name has a letter beyond ASCII, whatever the locale is, and a byte that is no UTF-8, which names
+    // have on POSIX alone.
+#ifdef _WIN32
+    static constexpr char Strange_Name[] = "value_\303\274_";
+#else
+    static constexpr char Strange_Name[] = "value_\303\274\374_";
+#endif
+    std::string path_ = testing::TempDir() + Strange_Name + std::to_string(getpid());
     /** As messages show it. */
-    std::string shown_path_ =
-        testing::TempDir() + "value_\303\274\303\274_" + std::to_string(getpid());
+    std::string shown_path_ = std::regex_replace(path_, std::regex("\374"), "\303\274");
     std::unique_ptr<wchar_t, void (*)(void*)> name_{Char_2_Wchar(path_.c_str()), &std::free};
 };
 

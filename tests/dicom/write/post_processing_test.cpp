@@ -205,10 +205,12 @@ TEST(Post_Processing, Step5LoadsWhatIsMissing)
         const Message_Log log;
         EXPECT_EQ(DICOM_Postproc_Step_5(nullptr, &root, list.head), 0);
         const std::string source_name = source == 1 ? path.string() : "memory image";
-        EXPECT_THAT(log.Lines(), testing::MatchesRegex(Error_Lines(
-                                     "NEMA_Write_Module",
-                                     "End of File while reading: .-?[0-9]+ /vs/ 2147483647. ." +
-                                         source_name + ".")));
+        // How much of the value was read depends on the system.
+        const std::regex read("[(]-?[0-9]+ ");
+        EXPECT_EQ(
+            std::regex_replace(log.Lines(), read, "(N "),
+            Error_Lines("NEMA_Write_Module",
+                        "End of File while reading: (N /vs/ 2147483647) (" + source_name + ")"));
         std::string values;
         for (const DICOM_List* record :
              {list.head, list.head->next, list.head->next->item[0], list.head->next->item[0]->next,
@@ -359,11 +361,10 @@ TEST(Post_Processing, ModuleAddAsksHandlersFirst)
         EXPECT_EQ(Tags(list.head), row[3]);
     };
     For_Each_Case(Post_Processing_Page, "module add", 4, add);
-    EXPECT_THAT(log.Lines(),
-                testing::MatchesRegex(
-                    "90002001 \361\004ERROR: \002Unknown tag type .\0010008\002,\0010020\002.\n"
-                    "1 Error: file:NEMA_Write_Module line:N\n1 line [0-9]+ *of NEMA_Write_Module \n"
-                    "memory error in new .var=attribute, dim=1x1.\n"));
+    EXPECT_EQ(std::regex_replace(log.Lines(), std::regex("1 line [0-9]+ +"), "1 line N "),
+              "90002001 \361\004ERROR: \002Unknown tag type (\0010008\002,\0010020\002)\n"
+              "1 Error: file:NEMA_Write_Module line:N\n1 line N of NEMA_Write_Module \n"
+              "memory error in new (var=attribute, dim=1x1)\n");
     DICOM_Lib_Cleanup();
     add(Case_Row({"0010,0010~PN@2", "1", "0", "0010,0010"}));
 

@@ -18,8 +18,7 @@ std::string Extract_From(int source, const std::string& stream, unsigned char co
 {
     constexpr int Longest_In_Memory = 1024;
     Byte_Input input(source, stream);
-    const std::string path = "/proc/self/fd/" + std::to_string(input.where);
-    std::wstring name(path.begin(), path.end());
+    std::wstring name = input.Name();
     // The setting serves both sources, as the untyped pointer of the reads does.
     void* const image = source == NEMA_Source_File ? name.data() : input.Ptr();
     DICOM_Lib_File_Name = static_cast<wchar_t*>(image);

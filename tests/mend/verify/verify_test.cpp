@@ -11,6 +11,8 @@
 #include "support/mend_in_memory.h"
 #include "support/set_notation.h"
 
+#include <regex>
+
 namespace {
 
 using namespace lib_mend;
@@ -122,9 +124,7 @@ TEST(Verifying, ExplainsAnAttribute)
                                     static_cast<unsigned short>(number & 0xFFFFU)},
                                    found);
         // The rule's file is in a directory of this test's own.
-        for (std::size_t at = text.find("(/"); at != std::string::npos; at = text.find("(/")) {
-            text.replace(at, text.rfind("/", text.find(")", at)) - at, "(.");
-        }
+        text = std::regex_replace(text, std::regex(R"([(](/|[A-Z]:)[^)]*[/\\])"), "(./");
         EXPECT_EQ(text, row[2].empty() ? "" : row[2] + "\n");
     });
 }
