@@ -91,6 +91,8 @@ async function makePage() {
     names.forEach((name) => sum.update(name).update(readFileSync(join(site, name))));
     await build({
         ...common,
+        // Not all browsers take service workers that are modules.
+        format: "iife",
         entryPoints: [join(here, "app", "service_worker.ts")],
         outdir: site,
         define: {

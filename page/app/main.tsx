@@ -10,7 +10,5 @@ render(<App store={new Store()} />, root);
 
 if ("serviceWorker" in navigator) {
     // The first visit goes on without it where the browser forbids one.
-    navigator.serviceWorker
-        .register(scriptAddress("service_worker.js"), { type: "module" })
-        .catch(() => undefined);
+    navigator.serviceWorker.register(scriptAddress("service_worker.js")).catch(() => undefined);
 }

@@ -3,14 +3,13 @@ const BY_UNIT: Record<string, string> = {
     mm: `SliceThickness SpacingBetweenSlices PixelSpacing ImagerPixelSpacing SliceLocation
     ImagePositionPatient ReconstructionDiameter DataCollectionDiameter DistanceSourceToDetector
     DistanceSourceToPatient DistanceSourceToEntrance TableHeight NominalScannedPixelSpacing
-    GantryMotionCorrection FieldOfViewDimensions BodyPartThickness FocalSpots SliceVector
-    GridPeriod SourceToReferenceObjectDistance TotalCollimationWidth SingleCollimationWidth
-    TablePosition IsocenterPosition DoseGridScalingOrigin SurfaceEntryPoint`,
+    FieldOfViewDimensions BodyPartThickness FocalSpots TotalCollimationWidth
+    SingleCollimationWidth TablePosition IsocenterPosition SurfaceEntryPoint`,
     kV: "KVP",
-    mA: "XRayTubeCurrent AverageXRayTubeCurrent",
+    mA: "XRayTubeCurrent",
     µA: "XRayTubeCurrentInuA",
     ms: `ExposureTime RepetitionTime EchoTime InversionTime FrameTime TriggerTime
-    TemporalResolution FrameReferenceTime ActualFrameDuration`,
+    FrameReferenceTime ActualFrameDuration`,
     µs: "ExposureTimeInuS",
     mAs: "Exposure",
     µAs: "ExposureInuAs",
@@ -22,17 +21,14 @@ const BY_UNIT: Record<string, string> = {
     GantryAngle BeamLimitingDeviceAngle PatientSupportAngle TableTopPitchAngle`,
     kg: "PatientWeight",
     m: "PatientSize",
-    "s⁻¹": "DopplerSampleVolumeRate",
     "frames/s": "CineRate RecommendedDisplayFrameRate",
     bpm: "HeartRate",
     "mm/s": "TableSpeed",
     mGy: "CTDIvol EntranceDoseInmGy",
     Bq: "RadionuclideTotalDose",
-    s: "RadionuclideHalfLife DecayFactorTime",
+    s: "RadionuclideHalfLife",
     ml: "ContrastBolusVolume",
     bits: "BitsAllocated BitsStored",
-    MU: "BeamMeterset ControlPointMeterset",
-    cGy: "OrganDose",
 };
 
 const UNITS = new Map(

@@ -183,6 +183,16 @@ function buffersOf(question: string, answer: unknown): Transferable[] {
     return question === "search" ? [(answer as Uint32Array).buffer] : [];
 }
 
+/** What happened, with what the browser says of it. */
+function wordsOf(error: unknown): string {
+    if (!(error instanceof Error)) {
+        return String(error);
+    }
+    return error.cause instanceof Error
+        ? `${error.message} (${error.cause.message})`
+        : error.message;
+}
+
 async function answer({ id, question, parameters }: Asked): Promise<void> {
     try {
         const work = answers[question] as (...parameters: unknown[]) => unknown;
@@ -192,7 +202,7 @@ async function answer({ id, question, parameters }: Asked): Promise<void> {
         const outOfMemory =
             error instanceof RangeError ||
             (error instanceof MendError && error.status === Status.NO_MEMORY);
-        const fault = error instanceof Error ? error.message : String(error);
+        const fault = wordsOf(error);
         if (library?.isStopped) {
             current = null;
             await library.restart();

@@ -229,7 +229,13 @@ test("a failure to read is told, and costs nothing else", () => {
     broken.read = () => {
         throw new Error("the disk is gone");
     };
-    assert.throws(() => library.open(broken), { name: "MendError" });
+    assert.throws(
+        () => library.open(broken),
+        ({ name, status, cause }) =>
+            name === "MendError" &&
+            status === Status.CANNOT_READ &&
+            cause.message === "the disk is gone",
+    );
     assert.equal(
         library.check(join(work, "whole.dcm")).outcome,
         native("check", join(work, "whole.dcm")).status,

@@ -291,3 +291,18 @@ test("the page works without a network once it was opened", async () => {
         same(bytes, nativeBytes("mend", "--force", damaged), "offline");
     });
 });
+
+test("a file that changes while it is open is told of, and the page goes on", async () => {
+    const file = join(work, "changing.dcm");
+    copyFileSync(damaged, file);
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        writeFileSync(file, Buffer.concat([readFileSync(damaged), Buffer.alloc(64)]));
+        await page.click("button.main");
+        await page.waitForSelector(".fault-message");
+        assert.match(await message(page), /cannot be read|could not be read/);
+        await choose(page, [damaged]);
+        const { bytes } = await downloaded(page, () => page.click("button.main"));
+        same(bytes, nativeBytes("mend", "--force", damaged), "afterwards");
+    });
+});

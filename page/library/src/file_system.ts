@@ -36,8 +36,7 @@ const MOST_TEMPORARY = 1 << 29;
 export class FileSystem {
     private sinks = new Map<string, Sink>();
     private count = 0;
-    /** Why reading or writing failed, in the words of the browser or of the system. */
-    failure: unknown = undefined;
+    private failure: unknown = undefined;
 
     constructor(
         private readonly fs: EmscriptenFS,
@@ -54,6 +53,13 @@ export class FileSystem {
             const parent = fs.lookupPath(`${folder}/${name.slice(0, Math.max(slash, 0))}`).node;
             this.add(parent, name.slice(slash + 1), FILE, new BytesContent(encoder.encode(text)));
         }
+    }
+
+    /** Why reading or writing failed last, in the words of the browser or of the system. */
+    takeFailure(): unknown {
+        const failure = this.failure;
+        this.failure = undefined;
+        return failure;
     }
 
     /** Gives what is read a path for the time of some work. */

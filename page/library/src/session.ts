@@ -136,10 +136,8 @@ export class Session {
     /** Throws what a status stands for, in the words of the library. */
     check(status: number): void {
         if (status !== Status.OK) {
-            throw new MendError(
-                status,
-                this.machine.text(this.machine.call("last_error", this.handle)),
-            );
+            const reason = this.machine.text(this.machine.call("last_error", this.handle));
+            throw new MendError(status, reason, { cause: this.machine.files.takeFailure() });
         }
     }
 
