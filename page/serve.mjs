@@ -1,7 +1,7 @@
 /** Serves a folder on the loopback interface: node serve.mjs FOLDER [PORT] */
 import { createReadStream, statSync } from "node:fs";
 import { createServer } from "node:http";
-import { extname, join, normalize, resolve } from "node:path";
+import { extname, join, normalize, resolve, sep } from "node:path";
 import { fileURLToPath } from "node:url";
 
 const TYPES = {
@@ -19,29 +19,39 @@ const POLICY =
     "connect-src 'self'; worker-src 'self'; manifest-src 'self'; base-uri 'none'; " +
     "form-action 'none'; frame-ancestors 'none'";
 
+/** The file that an address stands for; undefined for none, and for one that leads elsewhere. */
+function fileOf(root, address) {
+    try {
+        const { pathname } = new URL(address, "http://localhost");
+        const name = decodeURIComponent(
+            pathname.endsWith("/") ? `${pathname}index.html` : pathname,
+        );
+        const path = join(root, normalize(name));
+        const status = path.startsWith(root + sep) ? statSync(path) : undefined;
+        return status?.isFile() ? { path, size: status.size } : undefined;
+    } catch {
+        return undefined;
+    }
+}
+
 /** A server of the files in a folder, which answers on 127.0.0.1 only. */
 export function serve(folder, port = 0) {
     const root = resolve(folder);
     const server = createServer((request, response) => {
-        const { pathname } = new URL(request.url, "http://localhost");
-        const name = pathname.endsWith("/") ? `${pathname}index.html` : pathname;
-        const path = join(root, normalize(decodeURIComponent(name)));
-        const status = path.startsWith(root)
-            ? statSync(path, { throwIfNoEntry: false })
-            : undefined;
-        if (!status?.isFile()) {
+        const file = fileOf(root, request.url);
+        if (file === undefined) {
             response.writeHead(404).end();
             return;
         }
         response.writeHead(200, {
-            "Content-Type": TYPES[extname(path)] ?? "application/octet-stream",
-            "Content-Length": status.size,
+            "Content-Type": TYPES[extname(file.path)] ?? "application/octet-stream",
+            "Content-Length": file.size,
             "Content-Security-Policy": POLICY,
             "Cross-Origin-Opener-Policy": "same-origin",
             "X-Content-Type-Options": "nosniff",
             "Cache-Control": "no-cache",
         });
-        createReadStream(path).pipe(response);
+        createReadStream(file.path).pipe(response);
     });
     return new Promise((done) => server.listen(port, "127.0.0.1", () => done(server)));
 }

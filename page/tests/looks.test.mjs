@@ -8,6 +8,7 @@ import {
     writeFileSync,
     writeSync,
 } from "node:fs";
+import { connect } from "node:net";
 import { join } from "node:path";
 import { after, test } from "node:test";
 import { address, choose, message, rows, stop, withPage } from "./browser.mjs";
@@ -110,6 +111,27 @@ test("the policy forbids scripts, styles and connections of others", async () =>
     }
     assert.equal(rules.get("require-trusted-types-for"), "'script'");
     assert.doesNotMatch(html, /https?:\/\//);
+});
+
+test("the server hands out the files of its folder only", async () => {
+    for (const path of [
+        "../package/package.json",
+        "%2e%2e/package/package.json",
+        "%ff",
+        "%00",
+        "none",
+    ]) {
+        const request = connect(Number(new URL(address).port), "127.0.0.1");
+        request.end(`GET /${path} HTTP/1.0\r\n\r\n`);
+        const chunks = [];
+        for await (const chunk of request) {
+            chunks.push(chunk);
+        }
+        assert.match(Buffer.concat(chunks).toString(), /^HTTP\/1\.1 404 /, path);
+    }
+    const { status, headers } = await fetch(`${address}worker.js`);
+    assert.equal(status, 200);
+    assert.match(headers.get("content-security-policy"), /script-src 'self' 'wasm-unsafe-eval';/);
 });
 
 const axe = readFileSync(join(root, "page/node_modules/axe-core/axe.min.js"), "utf8");
