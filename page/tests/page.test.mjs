@@ -20,6 +20,22 @@ after(stop);
 const damaged = join(root, "examples", "damaged.dcm");
 const all = files().filter((file) => !/changed-|cut-|empty|text/.test(basename(file)));
 
+/** So large that its pixels are handed on as a part of the file. */
+const large = join(work, "pixels.dcm");
+writeFileSync(
+    large,
+    part10(
+        element(8, 0x60, "CS", "MR"),
+        element(
+            0x7fe0,
+            0x10,
+            "OW",
+            Buffer.from(Uint32Array.from({ length: 1_600_000 }, (_, i) => i * 2654435761).buffer),
+        ),
+    ),
+);
+all.push(large);
+
 /** The findings of the command line, as objects. */
 function findingsOf(file) {
     const { report } = nativeReport("json", file, "auto");
@@ -187,10 +203,10 @@ test("a file that the page has no memory for is told of, and the page goes on", 
             element(0x11 + 2 * (i >> 12), 0x1000 + (i & 0xfff), "LO", "a private element"),
         );
     }
-    const large = join(work, "large.dcm");
-    writeFileSync(large, part10(...elements));
+    const file = join(work, "large.dcm");
+    writeFileSync(file, part10(...elements));
     await withPage({ query: "?memory=24" }, async (page) => {
-        await page.locator("input.chooser").first().setInputFiles([large]);
+        await page.locator("input.chooser").first().setInputFiles([file]);
         await page.waitForSelector(".fault-message");
         assert.match(await message(page), /memory .* is not enough/);
         await page.locator("input.chooser").first().setInputFiles([damaged]);
