@@ -235,6 +235,14 @@ def killed_runs_lose_and_repeat_nothing(kills):
             (scratch / "out.state").unlink()
 
 
+def state_end(path, count):
+    """Where so many records of a state end."""
+    data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
+    for _ in range(count):
+        at += 9 + int.from_bytes(data[at:at + 4], "little")
+    return at
+
+
 def state_records(path):
     data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
     while at < len(data):
@@ -280,6 +288,24 @@ def changed_and_missing_files_are_done_again():
         state.write_bytes(b"dicom-mend run 2\n\5\0")
         run(*arguments, "--resume")
         assert tree(scratch / "out") == after
+        # What was not printed is printed when the run goes on, and nothing else.
+        run(*arguments, "--resume")
+        records = list(state_records(state))
+        last = max(number for number, record in enumerate(records) if record[0] == "S")
+        name = records[last][1].decode()
+        state.write_bytes(state.read_bytes()[:state_end(state, last)])
+        said = run(*arguments, "--resume").stderr
+        assert said.count(b"\n") > 1 and all(name.split("/")[-1].encode() in line for line in said.splitlines()[:-1]), (name, said)
+        assert run(*arguments, "--resume").stderr.count(b"\n") == 1
+        # A file that is none any more leaves its output, which is said; one that moves in a layout takes its own along.
+        changed.write_bytes(b"a letter, which is no DICOM file")
+        assert str(names[1]).encode() + b": warning: what was made of the file before it changed stays: " in run(*arguments, "--resume").stderr
+        one = scratch / "one"
+        one.mkdir()
+        for patient in ("A", "B", "B"):
+            (one / "1").write_bytes(made("1.2.3", patient=patient))
+            said = run("mend", "--to", scratch / "p", "--layout", "{PatientID}/1.dcm", one, "--resume", status=0).stderr
+            assert [str(path) for path in tree(scratch / "p")] == [patient + "/1.dcm"], said
         # Another file is never taken for a state or a report.
         state.write_bytes(b"letter\n")
         for more in ("--resume", "--force"):
@@ -458,9 +484,15 @@ def interrupted_runs_end_in_order():
             assert process.returncode == -signal.SIGINT and b"--resume goes on" in said, (process.returncode, said[-300:])
             last = json.loads((scratch / "r.jsonl").read_text().splitlines()[-1])
             assert last["complete"] is False
+            for part in ("r.jsonl", "out", "out.state"):
+                merged = run("report", "--force", "--to", scratch / "m.jsonl", scratch / part, status=2)
+                assert b"the run is not at its end" in merged.stderr, merged.stderr
+                assert json.loads((scratch / "m.jsonl").read_text().splitlines()[-1])["complete"] is False
         run(*arguments, "--resume")
         run("mend", "--to", scratch / "whole", scratch / "in")
         assert tree(scratch / "out") == tree(scratch / "whole")
+        for part in ("r.jsonl", "out", "out.state"):
+            assert b"at its end" not in run("report", scratch / part).stderr
 
 
 def a_worker_that_dies_costs_its_file():
@@ -473,16 +505,18 @@ def a_worker_that_dies_costs_its_file():
         names = sorted(str(path) for path in (scratch / "in").iterdir())
         listing = scratch / "list"
         listing.write_text("\n".join([*names[:20], str(scratch / "pipe"), *names[20:]]) + "\n")
-        process = subprocess.Popen([TOOL, "check", "--from-list", listing, "--jobs", "2", "--report", scratch / "r.jsonl"],
-                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        with open(scratch / "pipe", "wb"):
-            # Who opened the other end is the worker.
-            waiting, end = [], time.monotonic() + 30
-            while not waiting and time.monotonic() < end:
-                waiting = [pid for pid in workers_of(process.pid) if scratch / "pipe" in files_of(pid)]
-            os.kill(waiting[0], signal.SIGKILL)
-        out = process.communicate(timeout=60)[0].decode()
-        assert process.returncode == 2
+        for more in (["list", "--format", "json"], ["check", "--report", scratch / "r.jsonl"]):
+            process = subprocess.Popen([TOOL, *more, "--from-list", listing, "--jobs", "2"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            with open(scratch / "pipe", "wb"):
+                # Who opened the other end is the worker.
+                waiting, end = [], time.monotonic() + 30
+                while not waiting and time.monotonic() < end:
+                    waiting = [pid for pid in workers_of(process.pid) if scratch / "pipe" in files_of(pid)]
+                os.kill(waiting[0], signal.SIGKILL)
+            out = process.communicate(timeout=60)[0].decode()
+            assert process.returncode == 2
+            if more[0] == "list":
+                assert [model is None for model in json.loads(out)] == [number == 20 for number in range(41)]
         assert f"{scratch}/pipe: error: cannot be worked on: its process was ended by signal 9 (Killed)" in out, out
         records = [json.loads(line) for line in (scratch / "r.jsonl").read_text().splitlines()]
         assert collections.Counter(r["status"] for r in records if "file" in r) == {"clean": 40, "failed": 1}

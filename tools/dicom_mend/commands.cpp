@@ -341,7 +341,7 @@ Exit_Status Go_Through(const Run_Options& run,
         record.path = Name_Of(path);
         work(item, record, &path == &run.walk.paths.back());
         if (held) {
-            held->Hold(record, false, true);
+            held->Hold(record, false, false, true);
         } else {
             end(record);
         }

@@ -76,8 +76,7 @@ constexpr Kind_Explained Kinds[] = {
      "elements of group 0002 move to the file meta information; others stay"},
     {"nesting", "items and delimiters that are missing, exchanged or misplaced",
      "sequences and items are closed where what follows belongs elsewhere"},
-    {"depth", "sequences inside of sequences beyond any use, mostly made to hurt",
-     "they are kept"},
+    {"depth", "sequences inside of sequences beyond any use, mostly made to hurt", "they are kept"},
     {"fragments", "encapsulated pixel data without items, end or even lengths",
      "the stream is put into fragments again"},
     {"pixel-vr", "pixel data as OB or OW where the other belongs",
@@ -169,6 +168,8 @@ constexpr Kind_Explained Kinds[] = {
      "nothing is written; --resume tries again"},
     {"name-taken", "two inputs that have the same name, or values in a layout",
      "a number tells them apart"},
+    {"old-output", "inputs that changed between two runs, and have no output or another place now",
+     "the old output is taken away where it is surely the run's own; else it stays"},
     {"directory-left", "a DICOMDIR in a run with --layout", "it is left out"},
     {"other", "what fits no other kind", "it stays as the line says"},
 };

@@ -72,7 +72,10 @@ Exit_Status Run_List(const List_Request& request)
             std::fputs(separator, stdout);
         }
         separator = is_array ? ",\n" : "";
-        std::fputs(is_json && !record.failure.empty() ? "null" : "", stdout);
+        // A worker that died has printed nothing either.
+        const bool is_missing =
+            !record.failure.empty() || (request.run.Asks_For_Run() && record.printed.Is_Empty());
+        std::fputs(is_json && is_missing ? "null" : "", stdout);
         record.printed.Print();
         Report(record, request.run.verbosity, request.run.show_values);
     };

@@ -109,6 +109,7 @@ enum class Fault : unsigned char {
     Not_Compared,
     Worker_Died,
     Name_Taken,
+    Old_Output,
     Directory_Left,
     /** What the library says in words of its own: its kind is recognised by its text. */
     Other

@@ -235,6 +235,8 @@ constexpr Finding_Kind Kinds[] = {
     {Fault::Worker_Died, "worker-died", Severity::Error, "a file whose worker process ended", "",
      "", false},
     {Fault::Name_Taken, "name-taken", Severity::Warning, "two files for one name", "", "", false},
+    {Fault::Old_Output, "old-output", Severity::Warning,
+     "an output of what a file was before it changed", "", "", false},
     {Fault::Directory_Left, "directory-left", Severity::Warning,
      "a DICOMDIR whose files have other names now", "Referenced File ID names the files of the set",
      "PS3.3 F.3.2.2", false},

@@ -56,7 +56,7 @@ void Add_Compared(Held_File& held, const lib_mend::Findings& compared, bool show
 
 }  // namespace
 
-void Held_Files::Hold(const File_Record& record, bool is_finished, bool is_final)
+void Held_Files::Hold(const File_Record& record, bool is_finished, bool is_said, bool is_final)
 {
     comparison_.Take(record);
     File_Record kept = record;
@@ -64,6 +64,7 @@ void Held_Files::Hold(const File_Record& record, bool is_finished, bool is_final
     kept.has_facts = false;
     Packer packer;
     packer.Put(is_finished);
+    packer.Put(is_said);
     packer.Put(is_final);
     packer.Put(std::uint64_t{is_finished ? record.found : record.findings.size()});
     Pack(kept, packer);
@@ -80,6 +81,7 @@ void Held_Files::Release(bool is_whole, bool show_values,
         Unpacker unpacker(bytes);
         Held_File held;
         held.is_finished = unpacker.Flag();
+        held.is_said = unpacker.Flag();
         held.is_final = unpacker.Flag();
         const std::uint64_t found = unpacker.Number();
         held.record = Unpack_Record(unpacker);

@@ -31,8 +31,9 @@ public:
 /** A file that waited for all others. */
 struct Held_File {
     File_Record record;
-    /** An earlier run has told of it. */
+    /** An earlier run has put its output in place, and printed what it found. */
     bool is_finished = false;
+    bool is_said = false;
     /** The file itself decided what became of it. */
     bool is_final = false;
     /** What the comparison found and no earlier one; the record has it too, behind all else. */
@@ -47,7 +48,7 @@ public:
     }
 
     /** Throws lib_mend::Spool_Failure when there is no room. What the file printed is not kept. */
-    void Hold(const File_Record& record, bool is_finished, bool is_final);
+    void Hold(const File_Record& record, bool is_finished, bool is_said, bool is_final);
     /**
      * Gives the files back in their order.
      *

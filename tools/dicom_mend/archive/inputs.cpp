@@ -15,7 +15,12 @@ namespace fs = std::filesystem;
 fs::path Canonical(const fs::path& path)
 {
     std::error_code error;
-    const fs::path place = fs::weakly_canonical(fs::absolute(path, error), error);
+    const fs::path whole = fs::absolute(path, error);
+    fs::path place = fs::weakly_canonical(whole, error);
+    if (error) {
+        // Without rights, links on the way cannot be seen.
+        place = whole.lexically_normal();
+    }
     return place.has_filename() ? place : place.parent_path();
 }
 

@@ -40,6 +40,10 @@ public:
      */
     Printed(int descriptor, std::int64_t size, std::shared_ptr<Waiting_Room>& room);
 
+    bool Is_Empty() const
+    {
+        return text_.empty() && size_ == 0;
+    }
     /** Throws std::runtime_error when it cannot be read again. */
     void Print() const;
 

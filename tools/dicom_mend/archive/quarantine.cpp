@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -36,7 +37,7 @@ struct Copy_Names {
             name = part.string();
             // What is called like the findings of another file stands beside them.
             if (name.substr(0, name.find_last_not_of('~') + 1).ends_with(Ending)) {
-                name += '~';
+                name = (name.size() < Longest ? name : Cut_Name(name, Longest - 1)) + '~';
             }
             copy += "/" + name;
         }
@@ -104,12 +105,16 @@ bool Quarantine::Is_Inside(const std::string& path) const
     return Stands_In(path.substr(0, path.find_last_of('/')), folder_) && !inputs_.Hold_Entry(path);
 }
 
-bool Quarantine::Has(const File_Record& record) const
+bool Quarantine::Has(const File_Record& record, bool show_values) const
 {
     const Copy_Names names(folder_, record);
-    struct stat status = {};
-    return Is_There(names.findings) && lstat(names.copy.c_str(), &status) == 0 &&
-           S_ISREG(status.st_mode) && status.st_size == record.size;
+    const auto has_size = [](const std::string& path, std::int64_t size) {
+        struct stat status = {};
+        return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+               status.st_size == size;
+    };
+    return has_size(names.copy, record.size) &&
+           has_size(names.findings, std::ssize(Findings_Text(record, show_values)));
 }
 
 std::string Quarantine::Take(const File_Record& record, bool show_values) const
@@ -129,12 +134,14 @@ std::string Quarantine::Take(const File_Record& record, bool show_values) const
     if (!error.empty()) {
         return "the findings: " + error;
     }
+    // What cannot be read is said already.
+    const bool is_said = !record.failure.empty();
     if (!Can_Be_Read_Again(record.path)) {
-        return "it is no regular file";
+        return is_said ? "" : "it is no regular file";
     }
     const std::shared_ptr<lib_mend::Source> source = lib_mend::Source::Open(record.path, error);
     if (source == nullptr) {
-        return error;
+        return is_said ? "" : error;
     }
     return lib_mend::Write_Safely(
         names.copy, [&](const lib_mend::File_Taker& taker) { return Give(*source, taker); }, true);

@@ -29,7 +29,7 @@ public:
     /** Removes what is left of copies that were cut short. */
     void Clear_Copies() const;
     /** Tells whether the copy of a file and its findings are there. */
-    bool Has(const File_Record& record) const;
+    bool Has(const File_Record& record, bool show_values) const;
     /** Copies a file and its findings; the reason of a failure. */
     std::string Take(const File_Record& record, bool show_values) const;
     /** Removes the copy of a file, of which an earlier run found faults that are there no more. */

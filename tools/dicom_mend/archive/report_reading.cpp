@@ -96,14 +96,20 @@ File_Record Record_Of(const json& object)
     return record;
 }
 
+constexpr char Unfinished[] = "the run is not at its end";
+
 std::string Read_Lines(const std::string& path, const std::function<void(File_Record&&)>& take)
 {
     std::ifstream stream(path, std::ios::binary);
     std::string line;
+    bool is_whole = false;
     for (std::size_t number = 1; std::getline(stream, line); ++number) {
         const json object = json::parse(line, nullptr, false);
         if (!object.is_object()) {
             return "line " + std::to_string(number) + " is no record of a report in JSON lines";
+        }
+        if (object.contains("totals")) {
+            is_whole = object.value("complete", json()) == true;
         }
         if (object.contains("file")) {
             take(Record_Of(object));
@@ -111,7 +117,10 @@ std::string Read_Lines(const std::string& path, const std::function<void(File_Re
             return "line " + std::to_string(number) + " is no record of a report in JSON lines";
         }
     }
-    return stream.bad() ? std::strerror(errno) : std::string();
+    if (stream.bad()) {
+        return std::strerror(errno);
+    }
+    return is_whole ? "" : Unfinished;
 }
 
 }  // namespace
@@ -140,17 +149,26 @@ std::string Read_Run(const std::string& path, bool verbose,
             }
         }
         std::sort(states.begin(), states.end());
+        std::string unfinished;
         for (const std::string& state : states) {
-            if (!Run_State::Read(state, take_said)) {
+            bool is_whole = false;
+            if (!Run_State::Read(state, take_said, is_whole)) {
                 return state + " is no state of a run";
             }
+            if (!is_whole && unfinished.empty()) {
+                unfinished = state + ": " + Unfinished;
+            }
         }
-        return states.empty() ? "has no state of a run beside it" : "";
+        return states.empty() ? "has no state of a run beside it" : unfinished;
     }
     if (!std::ifstream(path)) {
         return std::strerror(errno);
     }
-    return Run_State::Read(path, take_said) ? "" : Read_Lines(path, take);
+    bool is_whole = false;
+    if (Run_State::Read(path, take_said, is_whole)) {
+        return is_whole ? "" : Unfinished;
+    }
+    return Read_Lines(path, take);
 }
 
 }  // namespace dicom_mend

@@ -183,6 +183,9 @@ Exit_Status Run::Finish(const Plan& plan)
         stopped_ = "the walk through the folders was ended";
     }
     const bool is_whole = stopped_.empty();
+    if (is_whole) {
+        state_.Put_End();
+    }
     if (is_whole && !options_.to.empty()) {
         placing_.Clear_Work();
     }

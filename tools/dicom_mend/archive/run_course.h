@@ -56,6 +56,8 @@ private:
     void Tell(Slot& slot);
     void Tell_Held();
     void Place(Slot& slot);
+    void Say_Old_Output(Slot& slot, const std::string& old) const;
+    void Print(const File_Record& record);
     bool Stop_Without_State();
     bool Keep_Apart(Slot& slot);
     void Add(const File_Record& record);

@@ -74,6 +74,8 @@ void Run::Look_Up(Slot& slot)
     if (logged->is_old) {
         return;
     }
+    slot.own_size = logged->is_placed ? logged->record.output_size : -1;
+    slot.is_said = logged->is_said;
     if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
         ++changed_;
         return;
@@ -117,17 +119,34 @@ void Run::Take_Done(Done_File&& file)
     }
 }
 
+/** Tells of what an earlier run made of a file that has changed since, where it stays. */
+void Run::Say_Old_Output(Slot& slot, const std::string& old) const
+{
+    struct stat status = {};
+    if (old.empty() || lstat(old.c_str(), &status) != 0) {
+        return;
+    }
+    // A layout makes names of values, which may tell who somebody is.
+    Add_Finding(slot.record, lib_mend::Fault::Old_Output, lib_mend::Level::Kept,
+                "what was made of the file before it changed stays" +
+                    (options_.has_layout ? " in its place in the layout" : ": " + old));
+}
+
 void Run::Place(Slot& slot)
 {
     File_Record& record = slot.record;
+    std::string own = slot.own;
     if (!record.has_output) {
+        Say_Old_Output(slot, own);
         state_.Put_Placed(record);
         return;
     }
-    std::string own = slot.own;
     auto outcome = Placing::Outcome::Taken;
     while (outcome == Placing::Outcome::Taken) {
         placing_.Choose(record, own, slot.item.is_numbered);
+        if (record.output != own && !placing_.Remove_Own(own, slot.own_size)) {
+            Say_Old_Output(slot, own);
+        }
         // The log says first where the file will be, so that it is found there whenever the run is killed.
         state_.Put_Placed(record);
         if (Stop_Without_State()) {
@@ -144,10 +163,7 @@ void Run::Place(Slot& slot)
         } else if (outcome == Placing::Outcome::Failed) {
             state_.Put_Gone(record, output);
         } else if (outcome == Placing::Outcome::Taken && output == own) {
-            // A layout makes names of values, so that this one is not said.
-            Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
-                        "what was made of the file before it changed stays beside the new output, "
-                        "for shards replace nothing in a layout");
+            Say_Old_Output(slot, own);
         }
         own.clear();
     }
@@ -204,8 +220,11 @@ void Run::Tell(Slot& slot)
         ++done_files_;
         done_bytes_ += slot.item.size;
         if (quarantine_.Is_Asked_For() &&
-            (record.status != Exit_Failure || !quarantine_.Has(record))) {
+            (record.status != Exit_Failure || !quarantine_.Has(record, options_.show_values))) {
             Keep_Apart(slot);
+        }
+        if (!slot.is_said) {
+            Print(record);
         }
         Add(record);
         return;
@@ -221,13 +240,19 @@ void Run::Tell(Slot& slot)
             state_.Put_Old(record, record.output.empty() ? slot.own : record.output);
         }
     }
+    Print(record);
+    Add(record);
+}
+
+/** Prints what there is to say of a file, and notes that it is out: whatever was not is said again. */
+void Run::Print(const File_Record& record)
+{
     line_.Clear();
     tell_(record);
-    // What the log says was told has to be out, whenever the process is killed.
-    if (state_.Is_Open()) {
+    if (state_.Is_Open() && (!record.findings.empty() || !record.failure.empty())) {
         std::fflush(stdout);
+        state_.Put_Said(record);
     }
-    Add(record);
 }
 
 /** @param all  also those that stand behind a file that will not be done */
@@ -236,7 +261,7 @@ void Run::Tell_Ready(bool all)
     while (!window_.Is_Empty() && (all || window_.Front().stage == Slot::Stage::Done)) {
         Slot& slot = window_.Front();
         if (slot.stage == Slot::Stage::Done && held_) {
-            held_->Hold(slot.record, slot.is_finished, slot.is_final);
+            held_->Hold(slot.record, slot.is_finished, slot.is_said, slot.is_final);
         } else if (slot.stage == Slot::Stage::Done) {
             Tell(slot);
         }
@@ -251,8 +276,9 @@ void Run::Tell_Held()
         Slot slot;
         slot.record = std::move(held.record);
         slot.is_finished = held.is_finished;
+        slot.is_said = held.is_said;
         slot.is_final = held.is_final;
-        if (held.is_finished && !held.news.empty()) {
+        if (held.is_finished && held.is_said && !held.news.empty()) {
             // Of the rest an earlier run has told.
             File_Record news = slot.record;
             news.findings = std::move(held.news);

@@ -109,17 +109,21 @@ public:
                     std::to_string(severities[lib_mend::Severity::Warning]), all,
                     Seconds_Of(record)});
     }
-    /** Rows whose file is "(total)": of all files, and of each device and software version. */
-    std::string Tail(const Totals& totals, bool) override
+    /**
+     * Rows whose file is "(total)": of all files, and of each device and software version. The first says
+     * where there may be more files.
+     */
+    std::string Tail(const Totals& totals, bool complete) override
     {
         const std::string all = "clean:" + std::to_string(totals.clean) +
                                 " findings:" + std::to_string(totals.with_findings) +
                                 " failed:" + std::to_string(totals.failed) +
                                 " left:" + std::to_string(totals.foreign);
-        std::string rows = Total(std::to_string(totals.bytes), {}, all, totals.kinds);
+        std::string rows = Total(complete ? "(total)" : "(total of a run that is not at its end)",
+                                 std::to_string(totals.bytes), {}, all, totals.kinds);
         for (const auto& [device, count] : totals.devices) {
             const std::uint64_t clean = count.files - count.with_findings - count.failed;
-            rows += Total("", device,
+            rows += Total("(total)", "", device,
                           "clean:" + std::to_string(clean) +
                               " findings:" + std::to_string(count.with_findings) +
                               " failed:" + std::to_string(count.failed),
@@ -129,8 +133,9 @@ public:
     }
 
 private:
-    static std::string Total(const std::string& bytes, const Device& device,
-                             const std::string& statuses, const Totals::Kinds& kinds)
+    static std::string Total(const std::string& name, const std::string& bytes,
+                             const Device& device, const std::string& statuses,
+                             const Totals::Kinds& kinds)
     {
         std::map<lib_mend::Severity, std::uint64_t> severities;
         std::string all;
@@ -138,9 +143,8 @@ private:
             severities[kind.first] += count.findings;
             all += (all.empty() ? "" : " ") + kind.second + ":" + std::to_string(count.findings);
         }
-        return Row({"(total)", "", bytes, "", "", "", device.manufacturer, device.model,
-                    device.software, statuses,
-                    std::to_string(severities[lib_mend::Severity::Error]),
+        return Row({name, "", bytes, "", "", "", device.manufacturer, device.model, device.software,
+                    statuses, std::to_string(severities[lib_mend::Severity::Error]),
                     std::to_string(severities[lib_mend::Severity::Warning]), all, ""});
     }
     static std::string Row(const std::vector<std::string>& cells)
@@ -247,6 +251,10 @@ public:
     }
     std::string Tail(const Totals& totals, bool complete) override
     {
+        if (!complete) {
+            page_.Add_Table("The run is not at its end", {"#Files that are told of"},
+                            {{std::to_string(rows_.size())}});
+        }
         std::vector<std::vector<std::string>> devices;
         for (const auto& [device, count] : totals.devices) {
             devices.push_back({Device_Name(device), std::to_string(count.files),

@@ -31,7 +31,9 @@ enum Kind : char {
     Done_Kind = 'D',
     Placed_Kind = 'P',
     Gone_Kind = 'G',
-    Old_Kind = 'O'
+    Old_Kind = 'O',
+    Said_Kind = 'S',
+    End_Kind = 'E'
 };
 
 std::string Sum_Of(char kind, std::string_view bytes)
@@ -184,7 +186,12 @@ void Run_State::Learn()
     try {
         while (const std::optional<std::string> bytes = Record_At(at, kind, next)) {
             Unpacker unpacker(*bytes);
-            if (kind == Terms_Kind) {
+            is_ended_ = kind == End_Kind;
+            if (is_ended_) {
+                // It names no file.
+            } else if (kind == Said_Kind) {
+                places_[lib_mend::FNV_1a(unpacker.Text())].is_said = true;
+            } else if (kind == Terms_Kind) {
                 terms_ = *bytes;
             } else if (kind == Folder_Kind) {
                 folder_ = *bytes;
@@ -192,11 +199,12 @@ void Run_State::Learn()
                 places_.erase(lib_mend::FNV_1a(unpacker.Text()));
                 outputs_.erase(std::hash<std::string>()(unpacker.Text()));
             } else if (kind == Old_Kind) {
-                places_[lib_mend::FNV_1a(unpacker.Text())] = {-1, at};
+                places_[lib_mend::FNV_1a(unpacker.Text())] = {-1, at, false};
             } else {
                 Places& places = places_[lib_mend::FNV_1a(unpacker.Text())];
                 places.placed = kind == Placed_Kind ? at : places.placed;
                 places.done = kind == Done_Kind ? at : places.done;
+                places.is_said = places.is_said && kind != Done_Kind;
                 outputs_.insert(kind == Placed_Kind ? std::hash<std::string>()(unpacker.Text())
                                                     : 0);
             }
@@ -234,6 +242,7 @@ Logged_File Run_State::File_At(const Places& places) const
     rest.Text();
     file.own = Whole(rest.Text());
     file.is_placed = places.placed > places.done;
+    file.is_said = places.is_said;
     if (!file.is_placed) {
         return file;
     }
@@ -298,6 +307,24 @@ void Run_State::Put_Old(const File_Record& record, const std::string& output)
     }
 }
 
+void Run_State::Put_Said(const File_Record& record)
+{
+    if (Is_Open()) {
+        Packer packer;
+        packer.Put(record.relative);
+        Put(Said_Kind, packer.Bytes());
+    }
+}
+
+void Run_State::Put_End()
+{
+    if (Is_Open()) {
+        Packer packer;
+        packer.Put(std::string_view());
+        Put(End_Kind, packer.Bytes());
+    }
+}
+
 std::string Run_State::Session() const
 {
     return std::to_string(end_);
@@ -321,7 +348,8 @@ void Run_State::Put_Placed(const File_Record& record)
     Put(Placed_Kind, packer.Bytes());
 }
 
-bool Run_State::Read(const std::string& path, const std::function<void(File_Record&&)>& take)
+bool Run_State::Read(const std::string& path, const std::function<void(File_Record&&)>& take,
+                     bool& is_whole)
 {
     Run_State state;
     state.descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -329,6 +357,7 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
         return false;
     }
     state.Learn();
+    is_whole = state.is_ended_;
     // The log has files as they were done; a report has them in the order of the folders.
     std::map<std::filesystem::path, const Places*> files;
     char kind = 0;

@@ -27,8 +27,10 @@ struct Logged_File {
     std::string staged;
     /** Where its output, or that of an earlier mending, was put; empty for nowhere. */
     std::string own;
-    /** It has been printed, and its output stands where the record says. */
+    /** Its output stands where the record says. */
     bool is_placed = false;
+    /** What was found in it has been printed. */
+    bool is_said = false;
     /** Nothing but `own` is known: it has to be done again. */
     bool is_old = false;
 };
@@ -66,12 +68,16 @@ public:
     std::optional<Logged_File> Find(const std::string& relative) const;
     /** A file is done: its output waits at the staged place. */
     void Put_Done(const File_Record& record, const std::string& staged);
-    /** A file has been said, and its output is in its place. */
+    /** The output of a file is in its place; what was found when it was placed goes with it. */
     void Put_Placed(const File_Record& record);
     /** What was put of a file does not hold any more. @param output  where it was to stand */
     void Put_Gone(const File_Record& record, const std::string& output);
     /** A file has to be done again; its output, or that of an earlier mending, stands there. */
     void Put_Old(const File_Record& record, const std::string& output);
+    /** What was found in a file has been printed. */
+    void Put_Said(const File_Record& record);
+    /** The run is at its end. */
+    void Put_End();
     /** Another text for each run that went on with the log. */
     std::string Session() const;
     /** How many files the log knows. */
@@ -95,14 +101,20 @@ public:
         return failure_;
     }
 
-    /** Goes through the files of a log; false when it is none. */
-    static bool Read(const std::string& path, const std::function<void(File_Record&&)>& take);
+    /**
+     * Goes through the files of a log; false when it is none.
+     *
+     * @param is_whole  receives whether the run is at its end
+     */
+    static bool Read(const std::string& path, const std::function<void(File_Record&&)>& take,
+                     bool& is_whole);
 
 private:
     struct Places {
         std::int64_t done = -1;
         /** Behind that, or of an earlier mending. */
         std::int64_t placed = -1;
+        bool is_said = false;
     };
 
     void Put(char kind, std::string_view bytes);
@@ -117,6 +129,8 @@ private:
 
     int descriptor_ = -1;
     bool is_locked_ = false;
+    /** The last record says that the run is at its end. */
+    bool is_ended_ = false;
     std::int64_t end_ = 0;
     /** With a slash behind it. */
     std::string folder_;

@@ -82,11 +82,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** Tells whether a walk through one of some folders meets a file: it is there, and not hidden. */
+/** Tells whether a walk through one of some folders takes a file: it is one, and not hidden. */
 bool Is_Met(const fs::path& place, const std::unordered_set<std::string>& folders)
 {
     std::error_code error;
-    if (!fs::exists(place, error)) {
+    const fs::file_status status = fs::status(place, error);
+    if (!fs::is_regular_file(status) && !fs::is_directory(status)) {
         return false;
     }
     for (fs::path inner = place; !inner.filename().string().starts_with('.');
