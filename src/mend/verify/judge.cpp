@@ -233,8 +233,9 @@ void Judge::Check_Absent(const DICOM_List& node, unsigned short group, Findings&
     if (demand.type == 0 || Stands_In_For_Said({group, node.element}, demand)) {
         return;
     }
-    // The item that should hold it tells the place.
-    const bool in_item = !object_.Way().empty() && object_.List() != nullptr;
+    // The item that should hold it tells the place, where it was read: no item begins a file.
+    const bool in_item = !object_.Way().empty() && object_.List() != nullptr &&
+                         Position_Of(*object_.List()) > 0;
     const Place place = {true,
                          {group, node.element},
                          0,
