@@ -1,4 +1,4 @@
-"""Runs `dicom-mend` over a made archive: archive.py TOOL [FILES]
+"""Runs `dicom-mend` over a made archive: archive.py TOOL [FILES [KILLS]]
 
 The same trees, texts and reports with any number of workers; hostile names and values; runs that are killed,
 interrupted, out of room, or meet folders without rights.
@@ -25,6 +25,7 @@ import time
 
 TOOL = os.path.abspath(sys.argv[1])
 FILES = int(sys.argv[2]) if len(sys.argv) > 2 else 300
+KILLS = int(sys.argv[3]) if len(sys.argv) > 3 else 100
 KINDS = ("sound", "mendable", "cut", "foreign", "duplicate")
 FOLDERS = ("plain", "with blank", "line\nend", "ü\u202e", "quote\"'", "-dash", "a,b;c", "deep/er/and/deeper", "%41$(x)")
 
@@ -637,9 +638,6 @@ def standard_streams():
         os.mkfifo(scratch / "pipe")
         with subprocess.Popen(["cp", scratch / "c", scratch / "pipe"]):
             run("mend", "--to", scratch / "out", "--report", scratch / "out.jsonl", scratch / "pipe", status=1, timeout=60)
-
-
-KILLS = 100
 
 
 def killed_runs():
