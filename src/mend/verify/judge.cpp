@@ -234,8 +234,8 @@ void Judge::Check_Absent(const DICOM_List& node, unsigned short group, Findings&
         return;
     }
     // The item that should hold it tells the place, where it was read: no item begins a file.
-    const bool in_item = !object_.Way().empty() && object_.List() != nullptr &&
-                         Position_Of(*object_.List()) > 0;
+    const bool in_item =
+        !object_.Way().empty() && object_.List() != nullptr && Position_Of(*object_.List()) > 0;
     const Place place = {true,
                          {group, node.element},
                          0,
