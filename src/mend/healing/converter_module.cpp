@@ -1,4 +1,5 @@
 // A module has no C library with encodings: make_characters took the tables of one.
+#include "mend/healing/character_numbers.h"
 #include "mend/healing/converter.h"
 
 #include <algorithm>
@@ -19,11 +20,6 @@ struct Character_Table {
 };
 
 #include "characters.h"
-
-constexpr std::uint32_t Two_Bytes = 0x10000;
-constexpr std::uint32_t Three_Bytes = 0x20000;
-constexpr std::uint32_t Four_Bytes = 0x40000;
-constexpr unsigned char Third_Set_Shift = 0x8F;
 
 /** Characters whose bytes, as a number, and whose codes both count upwards. */
 struct Run {
@@ -104,25 +100,6 @@ private:
     std::vector<Run> by_code_;
 };
 
-/** The number that stands for the bytes of a character. */
-std::uint32_t Number_Of_Bytes(std::string_view bytes)
-{
-    const auto at = [&](std::size_t i) {
-        return Byte_At(bytes, i);
-    };
-    switch (bytes.size()) {
-    case 1:
-        return at(0);
-    case 2:
-        return Two_Bytes + at(0) * 256 + at(1);
-    case 3:
-        return Three_Bytes + at(1) * 256 + at(2);
-    default:
-        return Four_Bytes + (at(0) - 0x81) * 12600 + (at(1) - '0') * 1260 + (at(2) - 0x81) * 10 +
-               at(3) - '0';
-    }
-}
-
 bool May_Be_One(std::string_view bytes)
 {
     const auto in = [&](std::size_t i, std::uint32_t first, std::uint32_t last) {
@@ -138,25 +115,6 @@ bool May_Be_One(std::string_view bytes)
         return bytes.size() == 4 && in(0, 0x81, 0xFE) && in(1, '0', '9') && in(2, 0x81, 0xFE) &&
                in(3, '0', '9');
     }
-}
-
-std::string Bytes_Of(std::uint32_t number)
-{
-    const auto byte = [](std::uint32_t value) {
-        return static_cast<char>(value & 0xFF);
-    };
-    if (number < Two_Bytes) {
-        return {byte(number)};
-    }
-    if (number < Three_Bytes) {
-        return {byte(number >> 8), byte(number)};
-    }
-    if (number < Four_Bytes) {
-        return {static_cast<char>(Third_Set_Shift), byte(number >> 8), byte(number)};
-    }
-    const std::uint32_t index = number - Four_Bytes;
-    return {byte(0x81 + index / 12600), byte('0' + index / 1260 % 10),
-            byte(0x81 + index / 10 % 126), byte('0' + index % 10)};
 }
 
 /** Takes a character of UTF-8 from the front; nothing for bytes that are none. */

@@ -5,6 +5,8 @@
 //
 // Each table is a row of runs, in which both the bytes of a character and its code count upwards. A run is its
 // distance from the one in front in both, and its length with what it is for: 1 reading, 2 writing, 3 both.
+#include "character_numbers.h"
+
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -20,48 +22,7 @@
 
 namespace {
 
-constexpr std::uint32_t Two_Bytes = 0x10000;
-constexpr std::uint32_t Three_Bytes = 0x20000;
-constexpr std::uint32_t Four_Bytes = 0x40000;
-constexpr std::uint32_t Behind_Four_Bytes = Four_Bytes + 126 * 10 * 126 * 10;
-
-/** Every character of up to three bytes and those of four in GB18030, as numbers. */
-std::string Bytes_Of(std::uint32_t number)
-{
-    const auto byte = [](std::uint32_t value) {
-        return static_cast<char>(value & 0xFF);
-    };
-    if (number < Two_Bytes) {
-        return {byte(number)};
-    }
-    if (number < Three_Bytes) {
-        return {byte(number >> 8), byte(number)};
-    }
-    if (number < Four_Bytes) {
-        return {'\x8F', byte(number >> 8), byte(number)};
-    }
-    const std::uint32_t index = number - Four_Bytes;
-    return {byte(0x81 + index / 12600), byte('0' + index / 1260 % 10),
-            byte(0x81 + index / 10 % 126), byte('0' + index % 10)};
-}
-
-std::uint32_t Number_Of(const std::string& bytes)
-{
-    const auto at = [&](std::size_t i) {
-        return std::uint32_t{static_cast<unsigned char>(bytes[i])};
-    };
-    switch (bytes.size()) {
-    case 1:
-        return at(0);
-    case 2:
-        return Two_Bytes + at(0) * 256 + at(1);
-    case 3:
-        return Three_Bytes + at(1) * 256 + at(2);
-    default:
-        return Four_Bytes + (at(0) - 0x81) * 12600 + (at(1) - '0') * 1260 + (at(2) - 0x81) * 10 +
-               at(3) - '0';
-    }
-}
+using namespace lib_mend;
 
 /** One conversion; empty for what is no character of it. */
 class Conversion {
@@ -132,7 +93,7 @@ std::multimap<std::uint32_t, Character> Characters_Of(const char* encoding)
         if (bytes.empty() || bytes.size() > 4 || (bytes.size() == 3 && bytes[0] != '\x8F')) {
             continue;
         }
-        const std::uint32_t number = Number_Of(bytes);
+        const std::uint32_t number = Number_Of_Bytes(bytes);
         const auto [first, last] = all.equal_range(number);
         auto same = first;
         while (same != last && same->second.code != code) {
