@@ -223,6 +223,29 @@ public:
         }
     }
 
+    /** Gives what has to be there its type, whatever the same attribute is in other items or modules. */
+    void Keep(DICOM_List* list, DICOM_List* module)
+    {
+        const Record_Map nodes = Map_Of(module);
+        for (DICOM_List& record : Records(list)) {
+            const DICOM_List* const node = Find_In(nodes, Tag_Of(record));
+            if (node == nullptr) {
+                continue;
+            }
+            const unsigned short type = judge_.Demand_For(*node, node->group).type;
+            if (type == Type_2 || type == Type_2C) {
+                record.type = type;
+            }
+            if (Item_Of(*node, 0) != nullptr) {
+                place_.For_Each_Item(record, [&](DICOM_List* item) {
+                    object_.Enter(record, place_.Way().back().item);
+                    Keep(item, Item_Of(*node, 0));
+                    object_.Leave();
+                });
+            }
+        }
+    }
+
 private:
     static std::string Why(const Judge::Demand& demand)
     {
@@ -379,6 +402,8 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Empty_Adder(place, module, findings).Add(*place.List(), module);
     Restore_Order(set);
     Assign_Types(*place.List(), module);
+    Findings said_before;
+    Empty_Adder(place, module, said_before).Keep(*place.List(), module);
     Remove_Empty(place, findings);
     Path top;
     Report_Deletions(*place.List(), module, top, findings);

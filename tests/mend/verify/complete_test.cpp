@@ -108,6 +108,22 @@ TEST_F(Completing, MakesAMinimalImageSound)
     EXPECT_EQ(mended.Text({0x0010, 0x0010}), "DOE^JANE");
 }
 
+/** The same attribute is of another type in records of another kind. */
+TEST_F(Completing, LeavesWhatARecordOfADirectoryHasToHave)
+{
+    Stream_Builder s;
+    s.Element(0x0004, 0x1130, "CS", "").Sequence(0x0004, 0x1220);
+    s.Item().Element(0x0004, 0x1430, "CS", "STUDY ").Element(0x0008, 0x0020, "DA", "20200101");
+    s.Element(0x0008, 0x0050, "SH", "").Item_End().Sequence_End();
+    Data_Set set = Read(s.Bytes());
+    Complete_By(set, {}, "DICOMDIR");
+    const std::string listed = Listing(set.records.Head());
+    EXPECT_THAT(listed, HasSubstr("0008,0020=2020-01-01 "));
+    EXPECT_THAT(listed, HasSubstr("0008,0050= "));
+    EXPECT_THAT(listed, HasSubstr("0008,1030= "));
+    EXPECT_THAT(Texts(findings_), Not(HasSubstr("left out")));
+}
+
 TEST_F(Completing, MergesByTheMarksInEveryItem)
 {
     Stream_Builder s;
