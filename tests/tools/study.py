@@ -93,6 +93,11 @@ def runs_that_go_on_tell_what_is_new():
         assert report.stdout == b"", report.stdout
         lines = [json.loads(line) for line in (scratch / "r.jsonl").read_text("utf-8").splitlines()]
         assert [len(line["findings"]) for line in lines if "file" in line] == [2, 2, 0, 0, 0, 0], lines
+        # What does not hold any more is gone, and its status with it.
+        for name in "ab":
+            (scratch / "in" / f"{name}.dcm").unlink()
+        run(*check, "--resume", "--report", "r.jsonl", cwd=scratch, status=0)
+        assert {line["status"] for line in map(json.loads, open(scratch / "r.jsonl")) if "file" in line} == {"clean"}
 
 
 if __name__ == "__main__":

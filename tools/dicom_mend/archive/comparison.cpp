@@ -35,6 +35,21 @@ bool Is_Same(const Finding& one, const Finding& other)
            one.text == other.text;
 }
 
+/** The status of a file by its first findings. */
+Exit_Status Status_Alone(const File_Record& record, std::ptrdiff_t count)
+{
+    Exit_Status status = record.failure.empty() ? Exit_Clean : Exit_Failure;
+    std::for_each(record.findings.begin(), record.findings.begin() + count,
+                  [&status](const Finding& finding) {
+                      const bool is_loss = finding.level == lib_mend::Level::Error;
+                      const bool is_fault = Severity_Of(finding) != lib_mend::Severity::Info;
+                      status = std::max(status, is_loss    ? Exit_Failure
+                                                : is_fault ? Exit_Findings
+                                                           : Exit_Clean);
+                  });
+    return status;
+}
+
 /** Puts what a comparison found behind what was found in the file, instead of what an earlier one did. */
 void Add_Compared(Held_File& held, const lib_mend::Findings& compared, bool show_values)
 {
@@ -47,11 +62,16 @@ void Add_Compared(Held_File& held, const lib_mend::Findings& compared, bool show
         Leave_Out_Values(held.news);
     }
     findings.insert(findings.end(), held.news.begin(), held.news.end());
-    held.record.status = std::max(held.record.status, Status_Of(compared));
+    // What the log says was the status with what an earlier comparison found.
+    const Exit_Status alone =
+        held.is_finished ? Status_Alone(held.record, own) : held.record.status;
+    held.record.status = std::max(alone, Status_Of(compared));
+    held.is_other = before.size() != held.news.size();
     std::erase_if(held.news, [&](const Finding& finding) {
         return std::any_of(before.begin(), before.end(),
                            [&](const Finding& each) { return Is_Same(each, finding); });
     });
+    held.is_other = held.is_other || !held.news.empty();
 }
 
 }  // namespace

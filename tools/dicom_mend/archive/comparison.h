@@ -38,6 +38,8 @@ struct Held_File {
     bool is_final = false;
     /** What the comparison found and no earlier one; the record has it too, behind all else. */
     std::vector<lib_mend::Finding> news;
+    /** An earlier comparison found something else. */
+    bool is_other = false;
 };
 
 /** What was found waits outside of the memory: an archive has any number of files. */

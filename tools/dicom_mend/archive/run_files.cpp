@@ -278,12 +278,14 @@ void Run::Tell_Held()
         slot.is_finished = held.is_finished;
         slot.is_said = held.is_said;
         slot.is_final = held.is_final;
-        if (held.is_finished && held.is_said && !held.news.empty()) {
-            // Of the rest an earlier run has told.
-            File_Record news = slot.record;
-            news.findings = std::move(held.news);
-            news.headers.clear();
-            tell_(news);
+        if (held.is_finished && held.is_other) {
+            if (held.is_said && !held.news.empty()) {
+                // Of the rest an earlier run has told.
+                File_Record news = slot.record;
+                news.findings = std::move(held.news);
+                news.headers.clear();
+                tell_(news);
+            }
             state_.Put_Placed(slot.record);
         }
         Tell(slot);
