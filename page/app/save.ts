@@ -1,11 +1,18 @@
-/** Handing out files: streamed to a place that the user chooses, or by a download. */
+/** Handing out files: streamed to a folder that the user chooses, or by a download. */
 
-interface SavePicker {
-    showSaveFilePicker?(options: { suggestedName: string }): Promise<FileSystemFileHandle>;
+interface FolderPicker {
+    showDirectoryPicker?(options: {
+        id: string;
+        mode: "readwrite";
+    }): Promise<FileSystemDirectoryHandle>;
 }
 
 /** A file that was saved, refused by the user, or handed to the browser as a download. */
-export type Saved = "saved" | "refused" | "downloaded";
+export interface Saved {
+    how: "saved" | "refused" | "downloaded";
+    /** The name it has got. */
+    name: string;
+}
 
 function download(blob: Blob, name: string): Saved {
     const link = document.createElement("a");
@@ -14,44 +21,84 @@ function download(blob: Blob, name: string): Saved {
     link.click();
     // The browser has to have taken it over by then.
     setTimeout(() => URL.revokeObjectURL(link.href), 60_000);
-    return "downloaded";
+    return { how: "downloaded", name };
+}
+
+function isNamed(error: unknown, name: string): boolean {
+    return error instanceof DOMException && error.name === name;
+}
+
+/** "scan-mended.dcm" where the folder has none, "scan-mended-2.dcm" and so on where it has. */
+async function freeName(folder: FileSystemDirectoryHandle, name: string): Promise<string> {
+    for (let number = 2, wanted = name; ; wanted = withEnding(name, `-${number++}`)) {
+        try {
+            await folder.getFileHandle(wanted);
+        } catch (error) {
+            if (isNamed(error, "NotFoundError")) {
+                return wanted;
+            }
+            // A folder has the name.
+            if (!isNamed(error, "TypeMismatchError")) {
+                throw error;
+            }
+        }
+    }
+}
+
+async function write(folder: FileSystemDirectoryHandle, blob: Blob, name: string): Promise<Saved> {
+    const free = await freeName(folder, name);
+    const handle = await folder.getFileHandle(free, { create: true });
+    try {
+        await blob.stream().pipeTo(await handle.createWritable());
+    } catch (error) {
+        await folder.removeEntry(free).catch(() => undefined);
+        throw error;
+    }
+    return { how: "saved", name: free };
 }
 
 /**
- * Saves what `make` makes. The place is asked for first, as browsers allow that only right after a click.
+ * Saves what `make` makes. The folder is asked for first, as browsers allow that only right after a click. It is a
+ * folder and not a file: browsers empty a file as soon as it is chosen, which may be the one that is still to be
+ * read. What a folder has is never replaced.
  *
  * @return what became of it; null when there was nothing to save
  */
 export async function save(name: string, make: () => Promise<Blob | null>): Promise<Saved | null> {
-    const picker = window as SavePicker;
-    if (picker.showSaveFilePicker === undefined) {
-        const blob = await make();
-        return blob && download(blob, name);
-    }
-    let handle: FileSystemFileHandle;
+    const picker = window as FolderPicker;
+    let folder: FileSystemDirectoryHandle | undefined;
     try {
-        handle = await picker.showSaveFilePicker({ suggestedName: name });
+        folder = await picker.showDirectoryPicker?.({ id: "mended", mode: "readwrite" });
     } catch (error) {
-        if (error instanceof DOMException && error.name === "AbortError") {
-            return "refused";
+        if (isNamed(error, "AbortError")) {
+            return { how: "refused", name };
         }
-        const blob = await make();
-        return blob && download(blob, name);
     }
     const blob = await make();
     if (blob === null) {
         return null;
     }
-    // What is not closed is not there: a failure leaves the old file.
-    await blob.stream().pipeTo(await handle.createWritable());
-    return "saved";
+    if (folder === undefined) {
+        return download(blob, name);
+    }
+    try {
+        return await write(folder, blob, name);
+    } catch (error) {
+        // Folders take not all names that files may have.
+        if (error instanceof TypeError) {
+            return download(blob, name);
+        }
+        throw error;
+    }
 }
 
 /** "scan.dcm" becomes "scan-mended.dcm". */
 export function mendedName(name: string): string {
     const dot = name.lastIndexOf(".");
-    const slash = name.lastIndexOf("/");
-    return dot > slash + 1
-        ? `${name.slice(0, dot)}-mended${name.slice(dot)}`
-        : `${name}-mended.dcm`;
+    return dot > 0 ? withEnding(name, "-mended") : `${name}-mended.dcm`;
+}
+
+function withEnding(name: string, ending: string): string {
+    const dot = name.lastIndexOf(".");
+    return dot > 0 ? `${name.slice(0, dot)}${ending}${name.slice(dot)}` : name + ending;
 }

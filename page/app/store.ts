@@ -51,8 +51,9 @@ function counted(findings: Finding[], severity: string): number {
 }
 
 /** What became of a file that was to be saved. */
-function wordsOfSaved(saved: Saved): string {
-    return { saved: "is saved", refused: "is not saved", downloaded: "is downloaded" }[saved];
+function wordsOfSaved({ how, name }: Saved): string {
+    const words = { saved: "is saved", refused: "is not saved", downloaded: "is downloaded" };
+    return `${name} ${words[how]}`;
 }
 
 export function wordsOf(error: unknown): string {
@@ -164,6 +165,7 @@ export class Store {
         try {
             const opened = await this.client.ask("open", entry.file);
             if (this.state.opening !== entry) {
+                this.putBack(entry);
                 return;
             }
             this.show(entry, opened);
@@ -177,6 +179,14 @@ export class Store {
                 this.set({ opening: null, view: null });
                 this.tell(`${entry.path}: ${wordsOf(error)}`, true);
             }
+        }
+    }
+
+    /** Another file was opened meanwhile: this one is checked in its turn. */
+    private putBack(entry: Entry): void {
+        if (entry.state === "working") {
+            this.change(entry, { state: "waiting" });
+            void this.checkWaiting();
         }
     }
 
@@ -303,9 +313,7 @@ export class Store {
                 return blob;
             });
             this.tell(
-                saved === null
-                    ? `${entry.path} cannot be mended: ${why}`
-                    : `${name} ${wordsOfSaved(saved)}`,
+                saved === null ? `${entry.path} cannot be mended: ${why}` : wordsOfSaved(saved),
                 saved === null,
             );
         });
@@ -334,8 +342,7 @@ export class Store {
             const left =
                 failed.length > 0 ? `; not mended, and not in it: ${failed.join(", ")}` : "";
             const count = `${entries.length - failed.length} of ${entries.length} files`;
-            const words =
-                saved === null ? "Nothing is saved" : `mended.zip ${wordsOfSaved(saved)}: ${count}`;
+            const words = saved === null ? "Nothing is saved" : `${wordsOfSaved(saved)}: ${count}`;
             this.tell(words + left, left !== "");
         });
     }
@@ -348,7 +355,7 @@ export class Store {
                 const text = await this.client.ask("report", entry.file, format, this.state.reveal);
                 return new Blob([text], { type: "text/plain" });
             });
-            this.tell(saved === null ? "There is no report" : `${name} ${wordsOfSaved(saved)}`);
+            this.tell(saved === null ? "There is no report" : wordsOfSaved(saved));
         });
     }
 }

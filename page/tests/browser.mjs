@@ -21,7 +21,7 @@ export async function stop() {
 
 /** Downloads go where tests find them: without a window nobody could choose a place. */
 const withoutPicker = () => {
-    window.showSaveFilePicker = undefined;
+    window.showDirectoryPicker = undefined;
 };
 
 /**

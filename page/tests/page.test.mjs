@@ -3,7 +3,17 @@ import assert from "node:assert/strict";
 import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { basename, join } from "node:path";
 import { after, test } from "node:test";
-import { choose, downloaded, drop, message, ready, rows, stop, withPage } from "./browser.mjs";
+import {
+    choose,
+    downloaded,
+    drop,
+    message,
+    ready,
+    rows,
+    settled,
+    stop,
+    withPage,
+} from "./browser.mjs";
 import {
     element,
     files,
@@ -95,34 +105,90 @@ test("a dropped folder is mended to an archive with its folders", async () => {
     });
 });
 
-test("where the browser writes files, the bytes go to the chosen place", async () => {
+/** What a folder of the browser's own holds, as texts of its bytes. */
+function held(page) {
+    return page.evaluate(async () => {
+        const all = {};
+        for await (const [name, handle] of await navigator.storage.getDirectory()) {
+            const bytes = new Uint8Array(await (await handle.getFile()).arrayBuffer());
+            all[name] = Array.from(bytes, (byte) => String.fromCharCode(byte)).join("");
+        }
+        return all;
+    });
+}
+
+/** Clicks on "Mend", and waits for what is told of it. */
+async function mendAndTell(page, words) {
+    await page.click("button.main");
+    await page.waitForFunction(
+        (wanted) => document.querySelector(".message").textContent.includes(wanted),
+        words,
+    );
+    return message(page);
+}
+
+test("where the browser writes files, the bytes go to the chosen folder, which loses nothing", async () => {
     await withPage({ keepPicker: true }, async (page) => {
-        await page.evaluate(() => {
-            window.showSaveFilePicker = async ({ suggestedName }) => {
-                const folder = await navigator.storage.getDirectory();
-                return folder.getFileHandle(suggestedName, { create: true });
-            };
-        });
-        await choose(page, [damaged]);
-        await page.click("button.main");
-        await page.waitForFunction(() =>
-            /is saved/.test(document.querySelector(".message").textContent),
-        );
-        const written = await page.evaluate(async () => {
+        await page.evaluate(async () => {
+            // A file that is chosen is empty from then on, whichever it is.
+            window.showSaveFilePicker = () => Promise.reject(new Error("no file may be chosen"));
+            window.showDirectoryPicker = () => navigator.storage.getDirectory();
             const folder = await navigator.storage.getDirectory();
-            const handle = await folder.getFileHandle("damaged-mended.dcm");
-            return [...new Uint8Array(await (await handle.getFile()).arrayBuffer())];
+            const handle = await folder.getFileHandle("pixels-mended.dcm", { create: true });
+            const old = await handle.createWritable();
+            await old.write("an old file");
+            await old.close();
+            await folder.getDirectoryHandle("pixels-mended-2.dcm", { create: true });
         });
-        same(Buffer.from(written), nativeBytes("mend", "--force", damaged), "saved");
+        await choose(page, [large]);
+        assert.equal(await mendAndTell(page, "saved"), "pixels-mended-3.dcm is saved");
+        await page.evaluate(async () => {
+            const folder = await navigator.storage.getDirectory();
+            await folder.removeEntry("pixels-mended-2.dcm");
+        });
+        const { "pixels-mended-3.dcm": written, ...others } = await held(page);
+        same(Buffer.from(written, "latin1"), nativeBytes("mend", "--force", large), "saved");
+        assert.deepEqual(others, { "pixels-mended.dcm": "an old file" });
+        // What cannot be mended or written leaves nothing behind.
+        const before = Object.keys(await held(page));
+        const file = join(work, "gone.dcm");
+        copyFileSync(damaged, file);
+        await choose(page, [file]);
+        writeFileSync(file, "");
+        assert.match(await mendAndTell(page, "read"), /cannot be read|could not be read/);
+        assert.deepEqual(Object.keys(await held(page)), before);
+        await choose(page, [damaged]);
         await page.evaluate(() => {
-            window.showSaveFilePicker = async () => {
+            FileSystemFileHandle.prototype.createWritable = async () =>
+                new WritableStream({
+                    write() {
+                        throw new Error("the disk is full");
+                    },
+                });
+        });
+        assert.equal(await mendAndTell(page, "disk"), "the disk is full");
+        assert.deepEqual(Object.keys(await held(page)), before);
+        await page.evaluate(() => {
+            window.showDirectoryPicker = async () => {
                 throw new DOMException("", "AbortError");
             };
         });
-        await page.click("button.main");
-        await page.waitForFunction(() =>
-            /is not saved/.test(document.querySelector(".message").textContent),
-        );
+        assert.equal(await mendAndTell(page, "not saved"), "damaged-mended.dcm is not saved");
+    });
+});
+
+test("each file is checked, also where another one is opened meanwhile", async () => {
+    await withPage({}, async (page) => {
+        const chooser = page.locator("input.chooser").first();
+        await chooser.setInputFiles([large, damaged]);
+        await chooser.setInputFiles([all[0]]);
+        await page.locator(".file").nth(1).click();
+        await settled(page);
+        const states = await page.locator(".file-state").allTextContents();
+        assert.equal(states.length, 3);
+        for (const state of states) {
+            assert.match(state, /sound|error|warning/);
+        }
     });
 });
 
