@@ -22,19 +22,20 @@ function Slider(properties: {
 }) {
     const { label, value, least, most, step, onChange } = properties;
     return (
-        <label class="slider">
+        <div class="slider">
             <span>
                 {label} <output>{Number.isInteger(value) ? value : value.toFixed(1)}</output>
             </span>
             <input
                 type="range"
+                aria-label={label}
                 min={least}
                 max={most}
                 step={step}
                 value={value}
                 onInput={(event) => onChange(Number(event.currentTarget.value))}
             />
-        </label>
+        </div>
     );
 }
 

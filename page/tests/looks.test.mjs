@@ -241,6 +241,9 @@ test("images are drawn through their window, frame by frame", async () => {
     await withPage({}, async (page) => {
         await choose(page, [join(work, "image.dcm")]);
         await page.waitForFunction(() => document.querySelector("canvas")?.width === 4);
+        for (const name of ["Frame of 2", "Window centre", "Window width"]) {
+            assert.equal(await page.getByRole("slider", { name, exact: true }).count(), 1, name);
+        }
         const first = await drawn(page);
         const expected = [0, 100, 200, 300, 400, 500, 600, 700].map(grey);
         expected.forEach((value, i) => assert.ok(Math.abs(first[3 * i] - value) <= 1, `${i}`));
