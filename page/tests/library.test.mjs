@@ -144,6 +144,12 @@ class Sparse {
     }
 }
 
+/** The address of a file of the package that holds all of it. */
+function dataAddress(name) {
+    const bytes = readFileSync(join(built, "package", "dist", name));
+    return `data:application/octet-stream;base64,${bytes.toString("base64")}`;
+}
+
 /** A head whose pixel data have a length of their own. */
 function withPixels(length) {
     const pixels = Buffer.alloc(12);
@@ -240,6 +246,64 @@ test("a failure to read is told, and costs nothing else", () => {
         library.check(join(work, "whole.dcm")).outcome,
         native("check", join(work, "whole.dcm")).status,
     );
+});
+
+test("what is no file is refused, and the library goes on", async () => {
+    const bytes = readFileSync(join(work, "whole.dcm"));
+    const view = new DataView(bytes.buffer, bytes.byteOffset, bytes.length);
+    const { load: loadInBrowsers } = await import(join(built, "package", "dist", "browser.js"));
+    const inBrowsers = await loadInBrowsers({
+        wasm: dataAddress("dicom_mend.wasm"),
+        definitions: dataAddress("definitions.json.gz"),
+    });
+    const others = [undefined, null, 5, [1, 2], view, new SharedArrayBuffer(200), { length: 1 }];
+    const blob = new Blob([bytes]);
+    const refused = { name: "TypeError", message: /none of the kinds|contents have a size/ };
+    for (const [one, wrong] of [
+        [library, [...others, blob, new URL("file:///none.dcm")]],
+        [inBrowsers, [...others, "none.dcm"]],
+    ]) {
+        for (const input of wrong) {
+            for (const verb of ["check", "mend", "complete", "list", "listText"]) {
+                assert.throws(() => one[verb](input), refused, `${verb} ${String(input)}`);
+            }
+            assert.throws(() => one.open(input), refused, `open ${String(input)}`);
+        }
+        for (const size of [undefined, -1, 0.5, NaN, 2 ** 53]) {
+            assert.throws(() => one.open({ size, read: () => 0 }), refused, String(size));
+        }
+        for (const input of [bytes, Uint8Array.from(bytes), Uint8Array.from(bytes).buffer]) {
+            sameBytes(one.mend(input).data, library.mend(bytes).data, "bytes");
+        }
+        assert.ok(!one.isStopped);
+    }
+});
+
+test("what files of one's own throw or tell wrongly is a failed read or write of that call", () => {
+    const bytes = readFileSync(join(work, "whole.dcm"));
+    const failed = (status) => ({ name: "MendError", status });
+    for (const count of [undefined, NaN, -1, 0.5, 1e9]) {
+        const content = { size: bytes.length, read: () => count };
+        assert.throws(() => library.open(content), failed(Status.CANNOT_READ), String(count));
+    }
+    let asked = 0;
+    const changing = {
+        get size() {
+            if (++asked > 1) {
+                throw new Error("the disk is gone");
+            }
+            return bytes.length;
+        },
+        read: () => 0,
+    };
+    assert.throws(() => library.open(changing), failed(Status.CANNOT_READ));
+    const full = {
+        take() {
+            throw new Error("the disk is full");
+        },
+    };
+    assert.throws(() => library.mendTo(bytes, full), failed(Status.CANNOT_WRITE));
+    assert.ok(!library.isStopped);
 });
 
 test("names of attributes and values are texts, whatever they hold", () => {

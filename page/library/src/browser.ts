@@ -1,6 +1,6 @@
 /** The library for browsers: files are given as bytes, in workers as Blobs and Files too. */
 import factory from "./dicom_mend.mjs";
-import { BlobContent, BytesContent, type Content } from "./contents.js";
+import { BlobContent, BytesContent, bytesOf, type Content } from "./contents.js";
 import { Library } from "./library.js";
 
 export * from "./common.js";
@@ -10,9 +10,7 @@ export type Input = Uint8Array | ArrayBuffer | Blob;
 
 function opened(input: Input): { content: Content; close(): void } {
     const content =
-        input instanceof Blob
-            ? new BlobContent(input)
-            : new BytesContent(input instanceof ArrayBuffer ? new Uint8Array(input) : input);
+        input instanceof Blob ? new BlobContent(input) : new BytesContent(bytesOf(input));
     return { content, close: () => undefined };
 }
 

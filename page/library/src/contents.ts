@@ -14,6 +14,26 @@ export interface Sink {
     copy?(source: Content, offset: number, size: number): boolean;
 }
 
+/** The bytes of an array or a buffer; anything else is refused, also where types were not looked at. */
+export function bytesOf(input: unknown): Uint8Array {
+    const kind = Object.prototype.toString.call(input);
+    if (input instanceof ArrayBuffer || kind === "[object ArrayBuffer]") {
+        return new Uint8Array(input as ArrayBuffer);
+    }
+    if (ArrayBuffer.isView(input) && kind === "[object Uint8Array]") {
+        return input as Uint8Array;
+    }
+    throw new TypeError(`a file is given as none of the kinds that are taken: ${kind}`);
+}
+
+/** Refuses what cannot be read from. */
+export function checkContent(content: Content): void {
+    const { size, read } = (content ?? {}) as Partial<Content>;
+    if (typeof read !== "function" || !Number.isSafeInteger(size) || (size as number) < 0) {
+        throw new TypeError("contents have a size, which is a whole number, and are read");
+    }
+}
+
 export class BytesContent implements Content {
     constructor(readonly bytes: Uint8Array) {}
 

@@ -128,7 +128,7 @@ export class FileSystem {
                 uid: 0,
                 gid: 0,
                 rdev: 0,
-                size: of.content && "size" in of.content ? of.content.size : 0,
+                size: this.sizeOf(of),
                 atime: new Date(0),
                 mtime: new Date(0),
                 ctime: new Date(0),
@@ -157,13 +157,20 @@ export class FileSystem {
                     return this.fail(INVALID);
                 }
                 const target = new Uint8Array(heap.buffer, at, size);
-                return this.attempt(() => content.read(target, position));
+                return this.attempt(() => {
+                    const count = content.read(target, position);
+                    if (!Number.isInteger(count) || count < 0 || count > size) {
+                        throw new RangeError(`${count} bytes are said to be read of ${size}`);
+                    }
+                    return count;
+                });
             },
             write: (to: Stream, heap: Int8Array, at: number, size: number, position: number) => {
                 const content = to.node.content;
                 const bytes = new Uint8Array(heap.buffer, at, size);
                 if (content instanceof Temporary) {
-                    return content.write(bytes, position) ? size : this.fail(NO_SPACE);
+                    const isDone = this.attempt(() => content.write(bytes, position));
+                    return isDone ? size : this.fail(NO_SPACE);
                 }
                 if (!content || !("take" in content)) {
                     return this.fail(NOT_PERMITTED);
@@ -172,12 +179,21 @@ export class FileSystem {
                 return size;
             },
             llseek: (of: Stream, offset: number, whence: number) => {
-                const content = of.node.content;
-                const size = content && "size" in content ? content.size : 0;
-                const position = offset + (whence === 1 ? of.position : whence === 2 ? size : 0);
+                const start = whence === 1 ? of.position : whence === 2 ? this.sizeOf(of.node) : 0;
+                const position = offset + start;
                 return position < 0 ? this.fail(INVALID) : position;
             },
         };
+    }
+
+    private sizeOf({ content }: FileNode): number {
+        return this.attempt(() => {
+            const size = content && "size" in content ? content.size : 0;
+            if (!Number.isSafeInteger(size) || size < 0) {
+                throw new RangeError(`${size} is no size`);
+            }
+            return size;
+        });
     }
 
     /** What browser or system refuse is a failed read or write for the library. */

@@ -1,6 +1,6 @@
 /** The verbs: list, check, mend, complete. */
 import { Machine, MendError, Status, type Parts } from "./calls.js";
-import { BytesSink, type Content, type Sink } from "./contents.js";
+import { BytesSink, checkContent, type Content, type Sink } from "./contents.js";
 import { Dataset } from "./dataset.js";
 import { Session, type Finding, type Options, type ReportFormat } from "./session.js";
 
@@ -174,6 +174,7 @@ export class Library<Input> {
 
     /** Reads a file for calls of one's own; the data set is closed by the caller. */
     open(content: Content, options: Options = {}): { dataset: Dataset; session: Session } {
+        checkContent(content);
         const session = new Session(this.machine, options);
         return { dataset: Dataset.read(session, content), session };
     }

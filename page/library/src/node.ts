@@ -2,7 +2,7 @@
 import { closeSync, fstatSync, openSync, readFileSync, readSync } from "node:fs";
 import { gunzipSync } from "node:zlib";
 import factory from "./dicom_mend.mjs";
-import { BytesContent, type Content } from "./contents.js";
+import { BytesContent, bytesOf, type Content } from "./contents.js";
 import { Library } from "./library.js";
 
 export * from "./common.js";
@@ -34,8 +34,7 @@ function opened(input: Input): { content: Content; close(): void } {
         const file = new FileContent(input);
         return { content: file, close: () => file.close() };
     }
-    const bytes = input instanceof ArrayBuffer ? new Uint8Array(input) : input;
-    return { content: new BytesContent(bytes), close: () => undefined };
+    return { content: new BytesContent(bytesOf(input)), close: () => undefined };
 }
 
 /**
