@@ -131,6 +131,8 @@ function Chosen(properties: { store: Store; view: View; index: number; text: Row
     const { store, view, index, text } = properties;
     const { table, entry } = view;
     const offset = table.offset[index];
+    // The length of what has parts is not that of bytes: its header is marked.
+    const isValue = table.kind[index] === RowKind.ELEMENT || table.kind[index] === RowKind.FRAGMENT;
     const isItem = table.kind[index] === RowKind.ITEM;
     return (
         <section class="chosen" aria-label="The chosen element">
@@ -141,11 +143,15 @@ function Chosen(properties: { store: Store; view: View; index: number; text: Row
             <p class="chosen-value">
                 <ValueText row={text} />
             </p>
-            {offset > 0 && !view.isPacked && (
+            {offset >= 0 && !view.isPacked && (
                 <details>
                     <summary>Bytes of the file, at {offset}</summary>
                     {store.state.reveal ? (
-                        <HexView file={entry.file} offset={offset} length={table.length[index]} />
+                        <HexView
+                            file={entry.file}
+                            offset={offset}
+                            length={isValue ? table.length[index] : null}
+                        />
                     ) : (
                         <Hidden store={store} />
                     )}
@@ -158,11 +164,12 @@ function Chosen(properties: { store: Store; view: View; index: number; text: Row
 export function Tree({ store, view }: { store: Store; view: View }) {
     const { selectedRow, reveal, search } = store.state;
     const { visible, table } = view;
-    const scrolled = useScrolled(visible.length, ROW_HEIGHT);
+    const scrolled = useScrolled(visible.length, ROW_HEIGHT, ROW_HEIGHT);
     const shown = [...visible.subarray(scrolled.first, scrolled.first + scrolled.count)];
     const texts = useTexts(store, view, shown, reveal);
     const at = visible.indexOf(selectedRow);
     useEffect(() => scrolled.show(at), [selectedRow, visible]);
+    scrolled.keep(at);
 
     const go = (place: number) => {
         const row = visible[Math.min(Math.max(place, 0), visible.length - 1)];

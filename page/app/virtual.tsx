@@ -14,10 +14,16 @@ export interface Scrolled {
     height: number;
     viewport: preact.RefObject<HTMLDivElement>;
     show(row: number): void;
+    /** Shows a row again that was in sight before the list became lower or higher. */
+    keep(row: number): void;
 }
 
-/** What of a list with rows of one height is in sight. */
-export function useScrolled(rows: number, rowHeight: number): Scrolled {
+/**
+ * What of a list with rows of one height is in sight.
+ *
+ * @param head  the height of what stands above the rows and stays there
+ */
+export function useScrolled(rows: number, rowHeight: number, head = 0): Scrolled {
     const viewport = useRef<HTMLDivElement>(null);
     const [place, setPlace] = useState({ top: 0, view: 600 });
     const total = rows * rowHeight;
@@ -28,7 +34,7 @@ export function useScrolled(rows: number, rowHeight: number): Scrolled {
         if (!element) {
             return;
         }
-        const look = () => setPlace({ top: element.scrollTop, view: element.clientHeight });
+        const look = () => setPlace({ top: element.scrollTop, view: element.clientHeight - head });
         const observer = new ResizeObserver(look);
         observer.observe(element);
         element.addEventListener("scroll", look, { passive: true });
@@ -52,15 +58,27 @@ export function useScrolled(rows: number, rowHeight: number): Scrolled {
             return;
         }
         const [from, to] = [row * rowHeight, (row + 1) * rowHeight];
-        const view = element.clientHeight;
+        const view = element.clientHeight - head;
         const now = height < total ? element.scrollTop * scale : element.scrollTop;
         if (from < now || to > now + view) {
             const wanted = Math.max(from - view / 3, 0);
             element.scrollTop = height < total ? wanted / scale : wanted;
         }
     };
+    const kept = useRef(-1);
+    const before = useRef(place.view);
+    useEffect(() => {
+        const from = kept.current * rowHeight;
+        if (from + rowHeight > begin && from < begin + before.current) {
+            show(kept.current);
+        }
+        before.current = place.view;
+    }, [place.view]);
+    const keep = (row: number) => {
+        kept.current = row;
+    };
     const top = place.top + (first * rowHeight - begin);
-    return { first, count: Math.max(last - first, 0), top, height, viewport, show };
+    return { first, count: Math.max(last - first, 0), top, height, viewport, show, keep };
 }
 
 /** The room of all rows, with those in sight at their place. */

@@ -264,6 +264,85 @@ test("images are drawn through their window, frame by frame", async () => {
     });
 });
 
+/** The lines of bytes that are shown, and what is marked of them. */
+function bytesShown(page, inside) {
+    return page.locator(`${inside} .hex-bytes`).evaluateAll((all) =>
+        all.map((line) => ({
+            text: line.textContent,
+            marked: [...line.querySelectorAll("mark")].map((mark) => mark.textContent).join(),
+        })),
+    );
+}
+
+test("bytes of an element are those of its header and value, each in its column", async () => {
+    const item = Buffer.from([0xfe, 0xff, 0, 0xe0, 0, 0, 0, 0]);
+    const elements = [
+        element(8, 0x60, "CS", "MR"),
+        element(8, 0x1140, "SQ", Buffer.concat([item, item, item])),
+        element(0x10, 0x4000, "LT", "some words that go beyond one line"),
+        element(0x18, 0x9810, "UT", "words of a long header"),
+    ];
+    const bytes = Buffer.concat(elements);
+    const file = join(work, "bytes.dcm");
+    writeFileSync(file, bytes);
+    const marked = [elements[0], elements[1].subarray(0, 12), elements[2], elements[3]];
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        await page.click("label.reveal");
+        let offset = 0;
+        for (const [i, tag] of ["0008,0060", "0008,1140", "0010,4000", "0018,9810"].entries()) {
+            await page.locator("[role=row]", { hasText: tag }).click();
+            const summary = page.getByText(`Bytes of the file, at ${offset}`, { exact: true });
+            await summary.waitFor();
+            await page.locator(".chosen details").evaluate((details) => (details.open = true));
+            await page.waitForSelector(".chosen .hex mark");
+            const lines = await bytesShown(page, ".chosen");
+            const start = Math.max(Math.floor(offset / 16) * 16 - 32, 0);
+            const hex = (part) => part.toString("hex").replace(/(..)(?=.)/g, "$1 ");
+            lines.forEach(({ text, marked: mark }, line) => {
+                const at = start + 16 * line;
+                assert.equal(text, hex(bytes.subarray(at, at + 16)), `${tag} ${line}`);
+                const from = Math.min(Math.max(offset, at), at + 16);
+                const to = Math.max(Math.min(offset + marked[i].length, at + 16), from);
+                assert.equal(mark, hex(bytes.subarray(from, to)), `${tag} ${line} marked`);
+            });
+            offset += elements[i].length;
+        }
+    });
+});
+
+test("the active row is in sight whatever becomes of the room", async () => {
+    const long = Array.from({ length: 200 }, (_, i) =>
+        element(0x11, 0x1000 + i, "LT", "words ".repeat(1 + i)),
+    );
+    const file = join(work, "rows.dcm");
+    writeFileSync(file, part10(element(0x11, 0x10, "LO", "SOME CREATOR"), ...long));
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        await page.click("label.reveal");
+        const grid = page.locator("[role=treegrid]");
+        await grid.focus();
+        for (const key of ["ArrowDown", "PageDown", "ArrowUp", "PageUp", "End", "ArrowUp"]) {
+            for (let i = 0; i < (key.startsWith("Arrow") ? 40 : 2); ++i) {
+                await page.keyboard.press(key);
+                await page.waitForFunction(() => {
+                    const list = document.querySelector("[role=treegrid]");
+                    const row = list.querySelector("[aria-selected=true]");
+                    const head = list.querySelector(".head").getBoundingClientRect().bottom;
+                    const { top, bottom } = row?.getBoundingClientRect() ?? { top: -1, bottom: 0 };
+                    const end = list.getBoundingClientRect().top + list.clientHeight;
+                    return top >= head - 1 && bottom <= end + 1;
+                });
+            }
+        }
+        // Who looks elsewhere is not taken back.
+        await grid.evaluate((list) => (list.scrollTop = 0));
+        await page.setViewportSize({ width: 1400, height: 700 });
+        await page.waitForTimeout(300);
+        assert.equal(await grid.evaluate((list) => list.scrollTop), 0);
+    });
+});
+
 test("a file of 2.2 GB is listed within 64 MiB", async () => {
     const length = 2_200_000_000;
     const uid = "1.2.840.10008.5.1.4.1.1.4";
