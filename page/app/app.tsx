@@ -5,7 +5,7 @@ import { ofDrop, ofList } from "./dropped.js";
 import { Faults } from "./faults.js";
 import { Image } from "./image.js";
 import type { MendChoices } from "./protocol.js";
-import type { Entry, Pane, State, Store } from "./store.js";
+import { type Entry, numbered, type Pane, type State, type Store } from "./store.js";
 import { Tree } from "./tree.js";
 import { Room, useScrolled } from "./virtual.js";
 
@@ -58,10 +58,8 @@ function stateText(entry: Entry): string {
             return entry.outcome === 0
                 ? "sound"
                 : [
-                      entry.errors > 0 &&
-                          `${entry.errors} ${entry.errors === 1 ? "error" : "errors"}`,
-                      entry.warnings > 0 &&
-                          `${entry.warnings} ${entry.warnings === 1 ? "warning" : "warnings"}`,
+                      entry.errors > 0 && numbered(entry.errors, "error"),
+                      entry.warnings > 0 && numbered(entry.warnings, "warning"),
                   ]
                       .filter(Boolean)
                       .join(", ");

@@ -1,7 +1,8 @@
 /** What is wrong with a file: a list, and all that is known of one of them. */
-import type { Finding, Level } from "dicom-mend";
-import { useState } from "preact/hooks";
+import type { Level } from "dicom-mend";
+import { useEffect, useState } from "preact/hooks";
 import { digits, HexView, Hidden, letters } from "./hex.js";
+import type { Sides, Told } from "./protocol.js";
 import type { Store, View } from "./store.js";
 
 const BECOMES: Record<Level, string> = {
@@ -29,11 +30,35 @@ function Bytes({ title, bytes }: { title: string; bytes: Uint8Array }) {
     );
 }
 
-export function FaultDetail(properties: { store: Store; view: View; finding: Finding }) {
-    const { store, view, finding } = properties;
+/** Bytes before and after; those that are hidden are asked for when they are wanted. */
+function Compared({ store, finding, index }: { store: Store; finding: Told; index: number }) {
+    const { isHidden } = finding;
+    const [sides, setSides] = useState<Sides | null>(isHidden ? null : finding);
+    useEffect(() => {
+        if (isHidden) {
+            store.client.ask("sides", index).then(setSides, () => undefined);
+        }
+    }, []);
+    return (
+        sides && (
+            <div class="sides">
+                <Bytes title="Before" bytes={sides.before} />
+                <Bytes title="After" bytes={sides.after} />
+            </div>
+        )
+    );
+}
+
+export function FaultDetail(properties: {
+    store: Store;
+    view: View;
+    finding: Told;
+    index: number;
+}) {
+    const { store, view, finding, index } = properties;
     const { reveal } = store.state;
-    const { path, offset, length, rule, clause, level, before, after, harmless, kind } = finding;
-    const hasValues = before.length > 0 || after.length > 0;
+    const { path, offset, length, rule, clause, level, before, after, isHidden, kind } = finding;
+    const hasValues = isHidden || before.length > 0 || after.length > 0;
     return (
         <section class="detail" aria-label="The chosen fault">
             <h2>{finding.message}</h2>
@@ -61,11 +86,8 @@ export function FaultDetail(properties: { store: Store; view: View; finding: Fin
                 <dd>{kind}</dd>
             </dl>
             {hasValues &&
-                (harmless || reveal ? (
-                    <div class="sides">
-                        <Bytes title="Before" bytes={before} />
-                        <Bytes title="After" bytes={after} />
-                    </div>
+                (!isHidden || reveal ? (
+                    <Compared key={index} store={store} finding={finding} index={index} />
                 ) : (
                     <Hidden store={store} />
                 ))}
@@ -110,7 +132,7 @@ export function Faults({ store, view }: { store: Store; view: View }) {
                             <span class="fault-place">{finding.path}</span>
                         </button>
                         {i === selectedFault && chosen && (
-                            <FaultDetail store={store} view={view} finding={chosen} />
+                            <FaultDetail store={store} view={view} finding={chosen} index={i} />
                         )}
                     </li>
                 ))}

@@ -39,11 +39,26 @@ export type Frame =
     | { kind: "grey"; values: Float32Array; inverted: boolean; least: number; most: number }
     | { kind: "colour"; pixels: Uint8ClampedArray };
 
-export interface Mended {
-    /** Null where a finding tells why there is none. */
-    blob: Blob | null;
+/** A finding without its bytes where these may identify a person: they are asked for by `sides`. */
+export interface Told extends Finding {
+    isHidden: boolean;
+}
+
+export interface Checked {
+    findings: Told[];
     outcome: number;
-    findings: Finding[];
+}
+
+export interface Sides {
+    before: Uint8Array;
+    after: Uint8Array;
+}
+
+export interface Mended {
+    /** Null where there is none. */
+    blob: Blob | null;
+    /** What was lost last, which tells why there is none. */
+    why: string;
 }
 
 export interface MendChoices {
@@ -55,7 +70,10 @@ export interface MendChoices {
 /** The questions with their answers; each is a function of the worker. */
 export interface Questions {
     start(memory: number | undefined): { version: string };
-    check(file: File): { findings: Finding[]; outcome: number };
+    /** Bytes of the findings are kept for `sides` where the file is the one that is looked at. */
+    check(file: File, isLookedAt: boolean): Checked;
+    /** The bytes of a finding of the file that is looked at. */
+    sides(finding: number): Sides;
     open(file: File): Opened;
     rows(indices: number[], reveal: boolean): Row[];
     search(text: string, reveal: boolean): Uint32Array;

@@ -1,8 +1,8 @@
 /** All that the page knows, and what users may do. */
-import type { Finding, ReportFormat } from "dicom-mend";
+import type { ReportFormat } from "dicom-mend";
 import { Client, WorkerFault } from "./client.js";
 import type { Given } from "./dropped.js";
-import type { MendChoices, Opened } from "./protocol.js";
+import type { MendChoices, Opened, Told } from "./protocol.js";
 import { foldedAtFirst, parentsOf, rowAt, visibleRows } from "./rows.js";
 import { mendedName, save, type Saved } from "./save.js";
 
@@ -22,7 +22,7 @@ export interface View extends Opened {
     found: Uint32Array | null;
     /** The findings are those of the whole file, and not still to come. */
     isChecked: boolean;
-    findings: Finding[];
+    findings: Told[];
     visible: Uint32Array;
     /** The gravest finding of each row: 1 a warning, 2 an error. */
     marks: Map<number, number>;
@@ -46,8 +46,13 @@ export interface State {
     busy: boolean;
 }
 
-function counted(findings: Finding[], severity: string): number {
+function counted(findings: Told[], severity: string): number {
     return findings.filter((finding) => finding.severity === severity).length;
+}
+
+/** "1 fault", "2 faults". */
+export function numbered(count: number, what: string): string {
+    return `${count} ${what}${count === 1 ? "" : "s"}`;
 }
 
 /** What became of a file that was to be saved. */
@@ -126,7 +131,7 @@ export class Store {
         this.set({ entries: [...this.state.entries] });
     }
 
-    private checked(entry: Entry, findings: Finding[], outcome: number): void {
+    private checked(entry: Entry, findings: Told[], outcome: number): void {
         this.change(entry, {
             state: "done",
             outcome,
@@ -148,7 +153,7 @@ export class Store {
             }
             this.change(entry, { state: "working" });
             try {
-                const { findings, outcome } = await this.client.ask("check", entry.file);
+                const { findings, outcome } = await this.client.ask("check", entry.file, false);
                 this.checked(entry, findings, outcome);
             } catch (error) {
                 this.change(entry, { state: "failed", fault: wordsOf(error) });
@@ -169,7 +174,7 @@ export class Store {
                 return;
             }
             this.show(entry, opened);
-            const { findings, outcome } = await this.client.ask("check", entry.file);
+            const { findings, outcome } = await this.client.ask("check", entry.file, true);
             this.checked(entry, findings, outcome);
             this.showFindings(entry, findings);
         } catch (error) {
@@ -210,7 +215,7 @@ export class Store {
         this.set({ view, opening: null, pane });
     }
 
-    private showFindings(entry: Entry, findings: Finding[]): void {
+    private showFindings(entry: Entry, findings: Told[]): void {
         const { view } = this.state;
         if (view?.entry !== entry) {
             return;
@@ -224,8 +229,8 @@ export class Store {
         }
         marks.delete(-1);
         this.changeView({ findings, marks, isChecked: true });
-        const faults = entry.errors + entry.warnings;
-        this.tell(`${entry.path}: ${table.count} elements, ${faults} faults`);
+        const words = `${numbered(table.count, "element")}, ${numbered(entry.errors + entry.warnings, "fault")}`;
+        this.tell(`${entry.path}: ${words}`);
     }
 
     private changeView(change: Partial<View>): void {
@@ -267,7 +272,7 @@ export class Store {
         const found = await this.client.ask("search", text.trim(), reveal);
         if (this.state.search === text && this.state.view?.entry === view?.entry) {
             this.changeView({ found });
-            this.tell(found.length === 1 ? "1 element found" : `${found.length} elements found`);
+            this.tell(`${numbered(found.length, "element")} found`);
         }
     }
 
@@ -304,13 +309,9 @@ export class Store {
             const name = mendedName(entry.path.split("/").pop()!);
             const saved = await save(name, async () => {
                 this.tell(`Mending ${entry.path}`);
-                const { blob, findings } = await this.client.ask(
-                    "mend",
-                    entry.file,
-                    this.state.choices,
-                );
-                why = findings.filter(({ level }) => level === "loss").pop()?.message ?? "";
-                return blob;
+                const mended = await this.client.ask("mend", entry.file, this.state.choices);
+                why = mended.why;
+                return mended.blob;
             });
             this.tell(
                 saved === null ? `${entry.path} cannot be mended: ${why}` : wordsOfSaved(saved),

@@ -14,7 +14,18 @@ import {
 } from "dicom-mend";
 import { archive } from "./archive.js";
 import { factsOfImage, frameOf, type ImageReader, imageReader } from "./pixels.js";
-import type { Answered, Asked, MendChoices, Mended, Opened, Questions, Row } from "./protocol.js";
+import type {
+    Answered,
+    Asked,
+    Checked,
+    MendChoices,
+    Mended,
+    Opened,
+    Questions,
+    Row,
+    Sides,
+    Told,
+} from "./protocol.js";
 
 /** Values with more bytes are not read to be shown in a row. */
 const LONG_VALUE = 1 << 16;
@@ -31,6 +42,7 @@ interface OpenFile {
 
 let library: Library<Uint8Array | ArrayBuffer | Blob>;
 let current: OpenFile | null = null;
+let sides: Sides[] = [];
 const names = new Map<number, { name: string; keyword: string }>();
 
 function closeCurrent(): void {
@@ -77,6 +89,15 @@ function rowOf({ dataset, table }: OpenFile, index: number, reveal: boolean, mos
     return { ...names, value: hidden ? "" : dataset.text(element, most), hidden };
 }
 
+function told(finding: Finding): Told {
+    const { harmless, before, after } = finding;
+    const isHidden = !harmless && before.length + after.length > 0;
+    const none = new Uint8Array(0);
+    return isHidden
+        ? { ...finding, before: none, after: none, isHidden }
+        : { ...finding, isHidden };
+}
+
 const DEFLATED = "1.2.840.10008.1.2.1.99";
 
 /** Tells of gzip (RFC 1952), zlib (RFC 1950) and deflated data sets (PS3.5 A.5). */
@@ -102,9 +123,16 @@ const answers: { [Q in keyof Questions]: (...parameters: Parameters<Questions[Q]
         return { version: library.version };
     },
 
-    check(file) {
+    check(file, isLookedAt): Checked {
         const { findings, outcome } = library.check(file, { module: "auto" });
-        return { findings, outcome };
+        if (isLookedAt) {
+            sides = findings.map(({ before, after }) => ({ before, after }));
+        }
+        return { findings: findings.map(told), outcome };
+    },
+
+    sides(finding): Sides {
+        return sides[finding];
     },
 
     open(file): Opened {
@@ -170,8 +198,8 @@ function mended(file: File, choices: MendChoices): Mended {
     const result = complete
         ? library.completeTo(file, sink, options)
         : library.mendTo(file, sink, options);
-    const findings: Finding[] = result.findings;
-    return { blob: result.written ? sink.result() : null, outcome: result.outcome, findings };
+    const why = result.findings.filter(({ level }) => level === "loss").pop()?.message ?? "";
+    return { blob: result.written ? sink.result() : null, why };
 }
 
 /** The buffers of an answer that need not be copied. */

@@ -235,6 +235,17 @@ test("personal values are hidden until they are asked for", async () => {
         ),
     );
     await withPage({}, async (page) => {
+        await page.addInitScript(() => {
+            window.told = [];
+            window.Worker = class extends Worker {
+                constructor(...parameters) {
+                    super(...parameters);
+                    this.addEventListener("message", ({ data }) => window.told.push(data));
+                }
+            };
+        });
+        await page.reload();
+        await ready(page);
         await choose(page, [file]);
         const shown = () => page.evaluate(() => document.documentElement.outerHTML);
         await page.locator(".fault", { hasText: "0010,0030" }).first().click();
@@ -242,6 +253,17 @@ test("personal values are hidden until they are asked for", async () => {
         await page.waitForFunction(() => document.querySelectorAll(".hidden-value").length > 1);
         assert.ok(!(await shown()).includes(NAME));
         assert.ok(!(await shown()).includes("1970.01.02"));
+        const told = await page.evaluate(() =>
+            JSON.stringify(window.told, (_, value) =>
+                ArrayBuffer.isView(value)
+                    ? String.fromCharCode(...new Uint8Array(value.buffer))
+                    : value,
+            ),
+        );
+        assert.match(told, /PatientBirthDate|0010,0030/);
+        for (const text of [NAME, "1970.01.02", "19700102"]) {
+            assert.ok(!told.includes(text), text);
+        }
         assert.match(
             await page.locator("[role=row]", { hasText: "0018,0050" }).textContent(),
             /2\.5 mm/,

@@ -9,7 +9,7 @@ export interface Result {
     findings: Finding[];
     /** 0 nothing against the standard, 1 something is, 2 something was lost. */
     outcome: number;
-    /** All findings as the command line prints them; "" unless it was asked for. */
+    /** All findings as `dicom-mend check -v` prints them, text without their kinds; "" unless it was asked for. */
     report: string;
 }
 

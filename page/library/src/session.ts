@@ -160,7 +160,10 @@ export class Session {
         return this.machine.call("outcome", this.handle);
     }
 
-    /** All findings as the command line prints them; JSON has an object a line. */
+    /**
+     * All findings as `dicom-mend check -v` prints them, notes included; JSON has an object a line, and text leaves out
+     * the kind in brackets at the end of its lines.
+     */
     report(format: ReportFormat, file: string, showValues = false): string {
         const { machine, handle } = this;
         const number = FORMATS.indexOf(format);
