@@ -298,15 +298,15 @@ def changed_and_missing_files_are_done_again():
         said = run(*arguments, "--resume").stderr
         assert said.count(b"\n") > 1 and all(name.split("/")[-1].encode() in line for line in said.splitlines()[:-1]), (name, said)
         assert run(*arguments, "--resume").stderr.count(b"\n") == 1
-        # A file that is none any more leaves its output, which is said; one that moves in a layout takes its own along.
+        # What was made of a file stays when it is none any more, or moves in a layout, and that is said.
         changed.write_bytes(b"a letter, which is no DICOM file")
         assert str(names[1]).encode() + b": warning: what was made of the file before it changed stays: " in run(*arguments, "--resume").stderr
         one = scratch / "one"
         one.mkdir()
-        for patient in ("A", "B", "B"):
+        for patient, status, count in (("A", 0, 1), ("B", 1, 2), ("B", 0, 2)):
             (one / "1").write_bytes(made("1.2.3", patient=patient))
-            said = run("mend", "--to", scratch / "p", "--layout", "{PatientID}/1.dcm", one, "--resume", status=0).stderr
-            assert [str(path) for path in tree(scratch / "p")] == [patient + "/1.dcm"], said
+            said = run("mend", "--to", scratch / "p", "--layout", "{PatientID}/1.dcm", one, "--resume", status=status).stderr
+            assert [str(path) for path in tree(scratch / "p")] == ["A/1.dcm", "B/1.dcm"][:count], said
         # Another file is never taken for a state or a report.
         state.write_bytes(b"letter\n")
         for more in ("--resume", "--force"):

@@ -169,7 +169,7 @@ constexpr Kind_Explained Kinds[] = {
     {"name-taken", "two inputs that have the same name, or values in a layout",
      "a number tells them apart"},
     {"old-output", "inputs that changed between two runs, and have no output or another place now",
-     "the old output is taken away where it is surely the run's own; else it stays"},
+     "the old output stays"},
     {"directory-left", "a DICOMDIR in a run with --layout", "it is left out"},
     {"other", "what fits no other kind", "it stays as the line says"},
 };

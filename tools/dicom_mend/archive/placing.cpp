@@ -125,17 +125,6 @@ bool Placing::Is_In_Place(const File_Record& record)
                                   S_ISREG(status.st_mode) && status.st_size == record.output_size);
 }
 
-bool Placing::Remove_Own(const std::string& path, std::int64_t size) const
-{
-    struct stat status = {};
-    if (path.empty() || lstat(path.c_str(), &status) != 0) {
-        return true;
-    }
-    const bool is_ours = !shared_ && S_ISREG(status.st_mode) && status.st_size == size &&
-                         Stands_In(path, folder_) && !inputs_.Hold_Entry(path);
-    return is_ours && unlink(path.c_str()) == 0;
-}
-
 std::string Placing::Put(const std::string& staged, const std::string& path,
                          const std::string& input, bool is_own)
 {

@@ -59,13 +59,6 @@ public:
     Outcome Place(File_Record& record, const std::string& staged, bool is_own);
     /** The output of an earlier run stands in its place. */
     static bool Is_In_Place(const File_Record& record);
-    /**
-     * Takes an output away that this file had in another place before it changed.
-     *
-     * @param size  of that output, in bytes; what has another one may be of somebody else, and stays
-     * @return it is not there any more
-     */
-    bool Remove_Own(const std::string& path, std::int64_t size) const;
 
 private:
     /** Workers that make files in one folder wait for each other. */

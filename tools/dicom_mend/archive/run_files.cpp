@@ -74,7 +74,6 @@ void Run::Look_Up(Slot& slot)
     if (logged->is_old) {
         return;
     }
-    slot.own_size = logged->is_placed ? logged->record.output_size : -1;
     slot.is_said = logged->is_said;
     if (logged->record.size != slot.item.size || logged->record.modified != slot.item.modified) {
         ++changed_;
@@ -119,7 +118,10 @@ void Run::Take_Done(Done_File&& file)
     }
 }
 
-/** Tells of what an earlier run made of a file that has changed since, where it stays. */
+/**
+ * Tells of what an earlier run made of a file that has changed since. It stays: whoever looks at it now may have
+ * changed it, or put another file there.
+ */
 void Run::Say_Old_Output(Slot& slot, const std::string& old) const
 {
     struct stat status = {};
@@ -144,7 +146,7 @@ void Run::Place(Slot& slot)
     auto outcome = Placing::Outcome::Taken;
     while (outcome == Placing::Outcome::Taken) {
         placing_.Choose(record, own, slot.item.is_numbered);
-        if (record.output != own && !placing_.Remove_Own(own, slot.own_size)) {
+        if (record.output != own) {
             Say_Old_Output(slot, own);
         }
         // The log says first where the file will be, so that it is found there whenever the run is killed.

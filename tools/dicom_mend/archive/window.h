@@ -21,8 +21,6 @@ struct Slot {
     std::string staged;
     /** Where an earlier mending of the file left its output. */
     std::string own;
-    /** Its size in bytes; -1 when that is not known. */
-    std::int64_t own_size = -1;
     /** An earlier run has told of it, and its output is in its place. */
     bool is_finished = false;
     /** An earlier run has printed what it found. */
