@@ -1,5 +1,6 @@
 /** The page as a whole. */
 import type { ReportFormat } from "dicom-mend";
+import type { ComponentChildren } from "preact";
 import { useEffect, useRef, useState } from "preact/hooks";
 import { ofDrop, ofList } from "./dropped.js";
 import { Faults } from "./faults.js";
@@ -104,6 +105,32 @@ const CHOICES: [keyof MendChoices, string][] = [
     ["record", "Keep in the file what is changed"],
 ];
 
+/** What opens below its name, and closes by Escape and by a click elsewhere. */
+function Menu({ name, children }: { name: string; children: ComponentChildren }) {
+    const menu = useRef<HTMLDetailsElement>(null);
+    useEffect(() => {
+        const onClick = (event: MouseEvent) => {
+            if (!menu.current!.contains(event.target as Node)) {
+                menu.current!.open = false;
+            }
+        };
+        document.addEventListener("click", onClick);
+        return () => document.removeEventListener("click", onClick);
+    }, []);
+    const onKeyDown = (event: KeyboardEvent) => {
+        if (event.key === "Escape" && menu.current!.open) {
+            menu.current!.open = false;
+            menu.current!.querySelector("summary")!.focus();
+        }
+    };
+    return (
+        <details class="menu" ref={menu} onKeyDown={onKeyDown}>
+            <summary>{name}</summary>
+            <div class="menu-body">{children}</div>
+        </details>
+    );
+}
+
 function Actions({ store, state }: { store: Store; state: State }) {
     const { view, busy, entries, choices, reveal } = state;
     const entry = view?.entry;
@@ -125,43 +152,37 @@ function Actions({ store, state }: { store: Store; state: State }) {
             >
                 Mend all
             </button>
-            <details class="menu">
-                <summary>Options</summary>
-                <div class="menu-body">
-                    {CHOICES.map(([name, label]) => (
-                        <label key={name}>
-                            <input
-                                type="checkbox"
-                                checked={choices[name]}
-                                onChange={(event) =>
-                                    store.set({
-                                        choices: {
-                                            ...choices,
-                                            [name]: event.currentTarget.checked,
-                                        },
-                                    })
-                                }
-                            />{" "}
-                            {label}
-                        </label>
-                    ))}
-                </div>
-            </details>
-            <details class="menu">
-                <summary>Report</summary>
-                <div class="menu-body">
-                    {(["text", "json", "sarif"] as const).map((format) => (
-                        <button
-                            type="button"
-                            key={format}
-                            disabled={!entry}
-                            onClick={() => report(format)}
-                        >
-                            {{ text: "As text", json: "As JSON", sarif: "As SARIF" }[format]}
-                        </button>
-                    ))}
-                </div>
-            </details>
+            <Menu name="Options">
+                {CHOICES.map(([name, label]) => (
+                    <label key={name}>
+                        <input
+                            type="checkbox"
+                            checked={choices[name]}
+                            onChange={(event) =>
+                                store.set({
+                                    choices: {
+                                        ...choices,
+                                        [name]: event.currentTarget.checked,
+                                    },
+                                })
+                            }
+                        />{" "}
+                        {label}
+                    </label>
+                ))}
+            </Menu>
+            <Menu name="Report">
+                {(["text", "json", "sarif"] as const).map((format) => (
+                    <button
+                        type="button"
+                        key={format}
+                        disabled={!entry}
+                        onClick={() => report(format)}
+                    >
+                        {{ text: "As text", json: "As JSON", sarif: "As SARIF" }[format]}
+                    </button>
+                ))}
+            </Menu>
             <label class="reveal">
                 <input
                     type="checkbox"

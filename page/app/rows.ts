@@ -32,7 +32,7 @@ export function visibleRows(
                 keep[at] = 1;
             }
         }
-        for (let i = 0; i < table.count; ++i) {
+        for (let i = 0; i < table.count; i = folded.has(i) ? table.end[i] : i + 1) {
             if (keep[i]) {
                 rows[count++] = i;
             }

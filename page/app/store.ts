@@ -19,6 +19,8 @@ export interface View extends Opened {
     entry: Entry;
     parents: Int32Array;
     folded: Set<number>;
+    /** What was folded before the search, whose branches are all open at first. */
+    foldedBefore: Set<number> | null;
     found: Uint32Array | null;
     /** The findings are those of the whole file, and not still to come. */
     isChecked: boolean;
@@ -205,6 +207,7 @@ export class Store {
             entry,
             parents,
             folded,
+            foldedBefore: null,
             found: null,
             visible,
             isChecked: false,
@@ -265,13 +268,16 @@ export class Store {
     async search(text: string): Promise<void> {
         this.set({ search: text });
         if (text.trim() === "") {
-            this.changeView({ found: null });
+            const { view } = this.state;
+            const folded = view?.foldedBefore ?? view?.folded ?? new Set();
+            this.changeView({ found: null, folded, foldedBefore: null });
             return;
         }
         const { view, reveal } = this.state;
         const found = await this.client.ask("search", text.trim(), reveal);
-        if (this.state.search === text && this.state.view?.entry === view?.entry) {
-            this.changeView({ found });
+        if (this.state.search === text && view && this.state.view?.entry === view.entry) {
+            const { folded, foldedBefore } = this.state.view!;
+            this.changeView({ found, folded: new Set(), foldedBefore: foldedBefore ?? folded });
             this.tell(`${numbered(found.length, "element")} found`);
         }
     }
@@ -284,12 +290,12 @@ export class Store {
             return;
         }
         const row = rowAt(view.table, finding.offset, finding.tag);
-        const folded = new Set(view.folded);
+        const folded = new Set(view.foldedBefore ?? view.folded);
         for (let at = row >= 0 ? view.parents[row] : -1; at >= 0; at = view.parents[at]) {
             folded.delete(at);
         }
         this.set({ selectedFault: fault, selectedRow: row, search: "" });
-        this.changeView({ folded, found: null });
+        this.changeView({ folded, foldedBefore: null, found: null });
     }
 
     private async busy(work: () => Promise<void>): Promise<void> {

@@ -72,7 +72,7 @@ function TreeRow(properties: {
     const { table } = view;
     const kind = table.kind[index];
     const isBranch = table.end[index] > index + 1;
-    const isOpen = isBranch && (view.found !== null || !view.folded.has(index));
+    const isOpen = isBranch && !view.folded.has(index);
     const mark = view.marks.get(index) ?? 0;
     const depth = table.depth[index];
     return (

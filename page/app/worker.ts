@@ -164,8 +164,9 @@ const answers: { [Q in keyof Questions]: (...parameters: Parameters<Questions[Q]
                 continue;
             }
             const { name, keyword, value } = rowOf(file, i, reveal, 1024);
-            const all = `${tagText(file.table.tag[i])} ${name} ${keyword} ${value}`;
-            if (all.toLowerCase().includes(wanted)) {
+            const tag = tagText(file.table.tag[i]);
+            const all = `${tag} ${name} ${keyword} ${value}`;
+            if (tag.replace(/[(),]/g, "") === wanted || all.toLowerCase().includes(wanted)) {
                 found.push(i);
             }
         }

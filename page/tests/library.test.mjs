@@ -282,6 +282,15 @@ test("what is no file is refused, and the library goes on", async () => {
 test("what files of one's own throw or tell wrongly is a failed read or write of that call", () => {
     const bytes = readFileSync(join(work, "whole.dcm"));
     const failed = (status) => ({ name: "MendError", status });
+    for (const [name, words] of [
+        ["scan.dcm", "scan.dcm: I/O error"],
+        [undefined, "the file: I/O error"],
+    ]) {
+        const read = () => {
+            throw new Error("the disk is gone");
+        };
+        assert.throws(() => library.open({ name, size: 500, read }), { message: words });
+    }
     for (const count of [undefined, NaN, -1, 0.5, 1e9]) {
         const content = { size: bytes.length, read: () => count };
         assert.throws(() => library.open(content), failed(Status.CANNOT_READ), String(count));

@@ -3,6 +3,8 @@
 /** Bytes that are read from any place, at once: the library does not wait for anybody. */
 export interface Content {
     readonly size: number;
+    /** What failures call it. */
+    readonly name?: string;
     /** Copies bytes from a place on; how many there were. */
     read(target: Uint8Array, position: number): number;
 }
@@ -61,6 +63,10 @@ export class BlobContent implements Content {
 
     get size(): number {
         return this.blob.size;
+    }
+
+    get name(): string | undefined {
+        return this.blob instanceof File ? this.blob.name : undefined;
     }
 
     read(target: Uint8Array, position: number): number {

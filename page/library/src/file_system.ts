@@ -36,6 +36,8 @@ const MOST_TEMPORARY = 1 << 29;
 export class FileSystem {
     private sinks = new Map<string, Sink>();
     private count = 0;
+    /** The file that was handed in last. */
+    private last: { path: string; name?: string } = { path: "" };
     private failure: unknown = undefined;
 
     constructor(
@@ -75,7 +77,16 @@ export class FileSystem {
     input(content: Content): string {
         const name = `in-${++this.count}`;
         this.add(this.fs.lookupPath(FOLDER).node, name, FILE, content);
-        return `${FOLDER}/${name}`;
+        this.last = { path: `${FOLDER}/${name}`, name: content.name };
+        return this.last.path;
+    }
+
+    /** Says a file as its user does, and not by its path here. */
+    inWords(reason: string): string {
+        const { path, name = "the file" } = this.last;
+        return reason.replaceAll(/\/files\/(in|out)-\d+/g, (one) =>
+            one === path ? name : "the file",
+        );
     }
 
     remove(path: string): void {

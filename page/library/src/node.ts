@@ -15,8 +15,8 @@ export class FileContent implements Content {
     private readonly descriptor: number;
     readonly size: number;
 
-    constructor(path: string) {
-        this.descriptor = openSync(path, "r");
+    constructor(readonly name: string) {
+        this.descriptor = openSync(name, "r");
         this.size = fstatSync(this.descriptor).size;
     }
 

@@ -136,8 +136,11 @@ export class Session {
     /** Throws what a status stands for, in the words of the library. */
     check(status: number): void {
         if (status !== Status.OK) {
-            const reason = this.machine.text(this.machine.call("last_error", this.handle));
-            throw new MendError(status, reason, { cause: this.machine.files.takeFailure() });
+            const { files } = this.machine;
+            const reason = files.inWords(
+                this.machine.text(this.machine.call("last_error", this.handle)),
+            );
+            throw new MendError(status, reason, { cause: files.takeFailure() });
         }
     }
 
