@@ -7,6 +7,7 @@
 #include "mend/verify/verify.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <set>
 #include <span>
 #include <vector>
@@ -48,7 +49,7 @@ public:
         }
         text_ += path + " is " + State(record) + "\n";
         for (const DICOM_Rule& rule : Rules_Of(node)) {
-            Rule(rule, group);
+            Rule(rule, node, group);
         }
         Outcome(node, path, judged);
     }
@@ -95,7 +96,24 @@ private:
         return condition.step_count == 0 ? "" : " when " + Verdict_Text(condition, group);
     }
 
-    void Rule(const DICOM_Rule& rule, unsigned short group)
+    /** Whether a macro is included by the item that includes it: the attribute may stand deeper. */
+    Truth Included(const DICOM_Part& part, const DICOM_List& node, unsigned short group)
+    {
+        const int depth = part.sequence != nullptr ? part.sequence->depth + 1 : 0;
+        const Path way = object_.Way();
+        const auto levels = std::min(static_cast<std::ptrdiff_t>(way.size()),
+                                     std::ptrdiff_t{std::max(node.depth - depth, 0)});
+        for (std::ptrdiff_t i = 0; i < levels; ++i) {
+            object_.Leave();
+        }
+        const Truth truth = judge_.Modules().Required(part, group);
+        std::for_each(way.end() - levels, way.end(), [this](const Path_Step& step) {
+            object_.Enter(*object_.Find(step.sequence), step.item);
+        });
+        return truth;
+    }
+
+    void Rule(const DICOM_Rule& rule, const DICOM_List& node, unsigned short group)
     {
         const DICOM_Part* const part = judge_.Modules().Part_Of(rule);
         text_ += "  " + (part != nullptr ? std::string(part->name) : "all modules");
@@ -104,7 +122,7 @@ private:
         text_ += " (" + std::string(rule.file) + ":" + std::to_string(rule.line) + ")\n";
         if (part != nullptr && part->required.step_count != 0) {
             constexpr const char* Words_Of_Truth[] = {"false", "cannot be decided", "true"};
-            const Truth truth = judge_.Modules().Required(*part, group);
+            const Truth truth = Included(*part, node, group);
             text_ += "    it is included if " + Words(part->required) + ": " +
                      Words_Of_Truth[static_cast<int>(truth)] + "\n";
         }
