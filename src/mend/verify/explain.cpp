@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <set>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace lib_mend {
@@ -17,7 +19,9 @@ namespace lib_mend {
 namespace {
 
 /** Places that are explained one by one; an object may have a million. */
-constexpr int Most_Places = 20;
+constexpr int Most_Plain = 20;
+/** The same of places of which something is reported. */
+constexpr int Most_Reported = 1000;
 
 /** "error: there is no such frame" */
 std::string Said_Text(const Finding& finding)
@@ -34,8 +38,11 @@ class Explainer {
 public:
     /** @param found  all that is reported of the object */
     Explainer(Object& object, Judge& judge, const std::vector<Finding>& found)
-        : object_(object), judge_(judge), found_(found)
+        : object_(object), judge_(judge)
     {
+        for (const Finding& finding : found) {
+            found_.emplace(finding.path, &finding);
+        }
     }
 
     /** @param judged  what the rules come to here */
@@ -43,24 +50,26 @@ public:
                const std::vector<Finding>& judged)
     {
         const std::string path = Path_Text(object_.Way(), {group, node.element});
-        told_.insert(path);
-        if (++places_ > Most_Places) {
+        const std::span<const DICOM_Rule> rules = Rules_Of(node);
+        const bool lacks_module =
+            std::any_of(rules.begin(), rules.end(),
+                        [&](const DICOM_Rule& rule) { return judge_.Modules().Is_Missing(rule); });
+        const bool is_reported = lacks_module || !judged.empty() || found_.contains(path);
+        if (is_reported ? ++reported_ > Most_Reported : ++plain_ > Most_Plain) {
             return;
         }
+        told_.insert(path);
         text_ += path + " is " + State(record) + "\n";
-        for (const DICOM_Rule& rule : Rules_Of(node)) {
+        for (const DICOM_Rule& rule : rules) {
             Rule(rule, node, group);
         }
-        Outcome(node, path, judged);
+        Outcome(Reported(path, judged), lacks_module);
     }
     std::string Text() const
     {
-        if (places_ == 0) {
-            return "the IOD does not name it\n";
-        }
-        return places_ > Most_Places
-                   ? text_ + "and " + std::to_string(places_ - Most_Places) + " places more\n"
-                   : text_;
+        return plain_ + reported_ == 0 ? "the IOD does not name it\n"
+                                       : text_ + More_Text(plain_ - Most_Plain, "nothing") +
+                                             More_Text(reported_ - Most_Reported, "something");
     }
     /** Places that were told of. */
     const std::set<std::string>& Told() const
@@ -69,6 +78,12 @@ public:
     }
 
 private:
+    static std::string More_Text(int count, const char* what)
+    {
+        return count <= 0 ? ""
+                          : "and " + std::to_string(count) + (count == 1 ? " place" : " places") +
+                                " more, of which " + what + " is reported\n";
+    }
     std::string State(const DICOM_List* record) const
     {
         return record == nullptr                  ? "absent"
@@ -172,22 +187,25 @@ private:
         }
     }
 
-    void Outcome(const DICOM_List& node, const std::string& path,
-                 const std::vector<Finding>& judged)
+    /** What is reported of a place, by its rules or otherwise. */
+    std::vector<Finding> Reported(const std::string& path, const std::vector<Finding>& judged) const
     {
         std::vector<Finding> here = judged;
-        for (const Finding& finding : found_) {
-            const bool is_known = std::any_of(here.begin(), here.end(), [&](const Finding& each) {
-                return each.text == finding.text;
-            });
-            if (finding.path == path && !is_known) {
-                here.push_back(finding);
+        std::set<std::string_view> texts;
+        for (const Finding& finding : judged) {
+            texts.insert(finding.text);
+        }
+        const auto [first, last] = found_.equal_range(path);
+        for (auto entry = first; entry != last; ++entry) {
+            if (texts.insert(entry->second->text).second) {
+                here.push_back(*entry->second);
             }
         }
-        const std::span<const DICOM_Rule> rules = Rules_Of(node);
-        if (std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
-                return judge_.Modules().Is_Missing(rule);
-            })) {
+        return here;
+    }
+    void Outcome(const std::vector<Finding>& here, bool lacks_module)
+    {
+        if (lacks_module) {
             text_ += "  reported: its module is missing as a whole\n";
         } else if (here.empty()) {
             text_ += "  nothing is reported here\n";
@@ -199,10 +217,12 @@ private:
 
     Object& object_;
     Judge& judge_;
-    const std::vector<Finding>& found_;
+    /** By their paths. */
+    std::multimap<std::string_view, const Finding*> found_;
     std::set<std::string> told_;
     std::string text_;
-    int places_ = 0;
+    int plain_ = 0;
+    int reported_ = 0;
 };
 
 /** What was found that is about the attribute, but for what its places have told. */

@@ -11,7 +11,9 @@
 #include "support/mend_in_memory.h"
 #include "support/set_notation.h"
 
+#include <algorithm>
 #include <regex>
+#include <sstream>
 
 namespace {
 
@@ -126,6 +128,32 @@ TEST(Verifying, ExplainsAnAttribute)
         // The rule's file is in a directory of this test's own.
         text = std::regex_replace(text, std::regex(R"([(](/|[A-Z]:)[^)]*[/\\])"), "(./");
         EXPECT_EQ(text, row[2].empty() ? "" : row[2] + "\n");
+    });
+}
+
+TEST(Verifying, ExplainsEachPlaceOfWhichSomethingIsReported)
+{
+    For_Each_Case(Page, "places", 3, [](const Case_Row& row) {
+        std::string items;
+        for (int i = 0; i < row.Number(0) + row.Number(1); ++i) {
+            items += i < row.Number(0) ? "[0028,0006 US 1]" : "[]";
+        }
+        Case_Object object("(0008,1140) 3 SQ\n>(0028,0006) 1 US\n", "0008,1140 SQ " + items);
+        Findings found;
+        Verify(object.set, object.module, found);
+        std::istringstream text(Explain(object.set, object.module, {0x0028, 0x0006}, found));
+        int plain = 0;
+        int reported = 0;
+        std::string last;
+        for (std::string line; std::getline(text, line);) {
+            plain += line == "  nothing is reported here" ? 1 : 0;
+            reported +=
+                line == "  reported as error: Missing required value for type 1 tag" ? 1 : 0;
+            last = line[0] == ' ' || line.starts_with("0008,1140[") ? "" : line;
+        }
+        EXPECT_EQ(plain, std::min(row.Number(0), 20));
+        EXPECT_EQ(reported, std::min(row.Number(1), 1000));
+        EXPECT_EQ(last, row[2]);
     });
 }
 
