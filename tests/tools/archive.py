@@ -286,7 +286,7 @@ def changed_and_missing_files_are_done_again():
         run(*arguments, "--resume")
         assert tree(scratch / "out") == after
         # One that was killed at its very beginning has done nothing.
-        state.write_bytes(b"dicom-mend run 2\n\5\0")
+        state.write_bytes(b"dicom-mend run 3\n\5\0")
         run(*arguments, "--resume")
         assert tree(scratch / "out") == after
         # What was not printed is printed when the run goes on, and nothing else.

@@ -8,9 +8,10 @@ import collections
 import csv
 import json
 import re
+import struct
 import sys
 
-from archive import Scratch, made, run
+from archive import Scratch, element, made, run
 
 KIND = "study-differs"
 TEXT = "differs from 2 of 2 other files of the study"
@@ -100,7 +101,34 @@ def runs_that_go_on_tell_what_is_new():
         assert {line["status"] for line in map(json.loads, open(scratch / "r.jsonl")) if "file" in line} == {"clean"}
 
 
+def findings_have_their_place():
+    item = (element(8, 0x1150, "UI", "1.2.840.10008.5.1.4.1.1.2") + element(8, 0x1155, "UI", "1.2.3.97") +
+            element(8, 0x1160, "IS", "3"))
+    item = struct.pack("<HHI", 0xFFFE, 0xE000, len(item)) + item
+    patient = element(0x10, 0x10, "PN", "ROE")
+    element_of = {"0008,1140[0]/0008,1150": item[8:42], "0008,1140[0]/0008,1160": element(8, 0x1160, "IS", "3"),
+                  "0010,0010": patient, "0010,0020": element(0x10, 0x20, "LO", "ROE")}
+    with Scratch() as scratch:
+        written(scratch / "in")
+        data = made("1.2.3.99", patient="ROE").replace(patient, element(8, 0x1140, "SQ", item) + patient)
+        (scratch / "in" / "c.dcm").write_bytes(data)
+        lines = run("check", "--study", "--format", "json", "in", cwd=scratch, status=1).stdout.splitlines()
+        seen = {each["path"]: (each["offset"], each["length"]) for each in map(json.loads, lines)}
+        assert seen == {place: (data.find(whole), len(whole) - 8) for place, whole in element_of.items()}, seen
+        # The page shows the bytes of the headers, also where it is made of a run that goes on.
+        headers = [f"<br><code>{whole[:8].hex(' ').upper()}</code>" for whole in element_of.values()]
+        page = run("check", "--study", "--format", "html", "in", cwd=scratch, status=1).stdout.decode("utf-8")
+        check = ("check", "--study", "--state", "s", "--report", "r.html", "in")
+        (scratch / "in" / "c.dcm").rename(scratch / "c.dcm")
+        run(*check, cwd=scratch, status=0)
+        (scratch / "c.dcm").rename(scratch / "in" / "c.dcm")
+        run(*check, "--resume", cwd=scratch, status=1)
+        for text in (page, (scratch / "r.html").read_text("utf-8")):
+            assert [text.count(header) for header in headers] == [1] * len(headers), text
+
+
 if __name__ == "__main__":
     sys.argv[1:] or sys.exit(__doc__)
     every_output_has_it()
+    findings_have_their_place()
     runs_that_go_on_tell_what_is_new()

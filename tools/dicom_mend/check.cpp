@@ -155,6 +155,12 @@ void Explain(const lib_mend::Data_Set& set, const Check_Request& request, const 
     record.status = said.has_iod ? Exit_Clean : Exit_Failure;
 }
 
+/** What is found goes into a page, which shows the bytes of headers. */
+bool Has_Page(const Check_Request& request)
+{
+    return request.format == Format::HTML || request.run.report.ends_with(".html");
+}
+
 void Check_File(const Work_Item& item, const Check_Request& request, bool is_last,
                 File_Record& record)
 {
@@ -184,7 +190,7 @@ void Check_File(const Work_Item& item, const Check_Request& request, bool is_las
         record.has_facts = true;
     }
     Describe(set, findings, record);
-    if (request.format == Format::HTML || request.run.report.ends_with(".html")) {
+    if (Has_Page(request)) {
         for (const Finding& finding : record.findings) {
             record.headers.push_back(Header_Bytes(*set.source, finding));
         }
@@ -194,20 +200,41 @@ void Check_File(const Work_Item& item, const Check_Request& request, bool is_las
     }
 }
 
+/** A file that is read once more; null when it cannot be. */
+std::shared_ptr<lib_mend::Source> Opened_Again(const std::string& path)
+{
+    std::string error;
+    return Can_Be_Read_Again(path) ? lib_mend::Source::Open(path, error) : nullptr;
+}
+
 /** What a file holds, once more; nothing when it cannot be read any more. */
 std::string Sum_Of_Contents(const std::string& path, const Check_Request& request)
 {
     Findings findings;
     const lib_mend::Library_Session session(findings);
-    std::string error;
-    const std::shared_ptr<lib_mend::Source> source =
-        Can_Be_Read_Again(path) ? lib_mend::Source::Open(path, error) : nullptr;
+    const std::shared_ptr<lib_mend::Source> source = Opened_Again(path);
     if (source == nullptr) {
         return {};
     }
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
     lib_mend::Check(set, request.heal, findings);
     return lib_mend::Sum_Of_Contents(set);
+}
+
+/** The bytes of the headers that findings are about; none when the file cannot be read any more. */
+std::vector<std::string> Headers_Of(const std::string& path, const Findings& found)
+{
+    Findings findings;
+    const lib_mend::Library_Session session(findings);
+    const std::shared_ptr<lib_mend::Source> source = Opened_Again(path);
+    std::vector<std::string> headers;
+    if (source != nullptr) {
+        const lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
+        for (const Finding& finding : found.All()) {
+            headers.push_back(Header_Bytes(*set.source, finding));
+        }
+    }
+    return headers;
 }
 
 /** What the files of patients, studies and series do not agree about. */
@@ -231,7 +258,11 @@ public:
         };
         for (lib_mend::Study::Told& told : study_.Compare(sum_of)) {
             told.findings.Sum_Up();
-            findings.emplace(std::move(told.file), std::move(told.findings));
+            std::vector<std::string> headers = Has_Page(request_)
+                                                   ? Headers_Of(told.file, told.findings)
+                                                   : std::vector<std::string>();
+            findings.emplace(std::move(told.file),
+                             Compared{std::move(told.findings), std::move(headers)});
         }
         return findings;
     }

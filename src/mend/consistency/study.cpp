@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <map>
 
@@ -27,16 +28,28 @@ constexpr struct {
     {Frame_UID, "a frame of reference"},
 };
 
-constexpr Tag Referenced_Class = {0x0008, 0x1150};
-constexpr Tag Referenced_Frames = {0x0008, 0x1160};
-
 }  // namespace
+
+Study_Facts::Spot Spot_Of(const DICOM_List& record, const Path& path)
+{
+    // Path_Text leaves out the middle of long ones.
+    constexpr std::ptrdiff_t Shown_Steps = 16;
+    Study_Facts::Spot spot = {Tag_Of(record), {}, Position_Of(record), Size_Of(record)};
+    if (path.size() <= 2 * Shown_Steps) {
+        spot.path = path;
+    } else {
+        spot.path.assign(path.begin(), path.begin() + Shown_Steps + 1);
+        spot.path.insert(spot.path.end(), path.end() - Shown_Steps, path.end());
+    }
+    return spot;
+}
 
 Study_Facts Facts_Of(const Data_Set& set)
 {
     static_assert(Study_Facts::Elements == Element_Count);
     Study_Facts facts;
     facts.offsets.fill(Finding::Nowhere);
+    facts.lengths.fill(Finding::Nowhere);
     facts.syntax = set.syntax;
     facts.is_encapsulated = set.encoding.encapsulated;
     const Character_Set characters(Text_In(set, set.records.Head(), Character_Set_Tag));
@@ -48,6 +61,7 @@ Study_Facts Facts_Of(const Data_Set& set)
             const auto element = static_cast<std::size_t>(row - Rows);
             facts.values[element] = Compared_Value(set, record, row->form, characters);
             facts.offsets[element] = Position_Of(record);
+            facts.lengths[element] = Size_Of(record);
         }
     }
     Gather_References(set, facts);
@@ -71,6 +85,13 @@ Study::Value Study::Number_Of(const std::string& text)
     return entry->second;
 }
 
+Study::Spot Study::Kept(const Study_Facts::Spot& spot)
+{
+    const std::string path(reinterpret_cast<const char*>(spot.path.data()),
+                           spot.path.size() * sizeof(Path_Step));
+    return {spot.offset, Number_Of(path), static_cast<std::uint32_t>(spot.length), spot.tag};
+}
+
 void Study::Add(const std::string& name, const Study_Facts& facts)
 {
     File file;
@@ -78,6 +99,8 @@ void Study::Add(const std::string& name, const Study_Facts& facts)
     file.syntax = facts.syntax;
     file.is_encapsulated = facts.is_encapsulated;
     file.offsets = facts.offsets;
+    std::transform(facts.lengths.begin(), facts.lengths.end(), file.lengths.begin(),
+                   [](std::int64_t length) { return static_cast<std::uint32_t>(length); });
     std::transform(facts.values.begin(), facts.values.end(), file.values.begin(),
                    [this](const std::string& value) { return Number_Of(value); });
     if (file.values[Patient_ID] != 0) {
@@ -88,11 +111,10 @@ void Study::Add(const std::string& name, const Study_Facts& facts)
     file.frame = DICOM_UID_Get(frame.c_str()) == nullptr ? file.values[Frame_UID] : 0;
     for (const Study_Facts::Reference& each : facts.references) {
         file.references.push_back({Number_Of(each.instance), Number_Of(each.sop_class),
-                                   each.class_offset, each.frame, each.frame_offset});
+                                   Kept(each.class_spot), each.frame, Kept(each.frame_spot)});
     }
     for (const Study_Facts::Tracked& each : facts.trackings) {
-        file.trackings.push_back(
-            {Number_Of(each.uid), Number_Of(each.label), each.tag, each.offset});
+        file.trackings.push_back({Number_Of(each.uid), Number_Of(each.label), Kept(each.spot)});
     }
     files_.push_back(std::move(file));
 }
@@ -100,14 +122,25 @@ void Study::Add(const std::string& name, const Study_Facts& facts)
 void Study::Tell(Told& told, const File& file, std::size_t element, const Wording& wording,
                  std::string text) const
 {
-    Place place;
-    place.has_tag = true;
-    place.tag = Rows[element].tag;
-    place.vr = Rows[element].vr;
-    place.offset = file.offsets[element];
     const std::string* const value = texts_[file.values[element]];
-    told.findings.Report(wording.fault, wording.level, place, std::move(text),
-                         {value != nullptr ? *value : std::string_view(), {}}, wording.clause);
+    Tell_At(told, {file.offsets[element], 0, file.lengths[element], Rows[element].tag},
+            Rows[element].vr, wording, std::move(text),
+            value != nullptr ? *value : std::string_view());
+}
+
+void Study::Tell_At(Told& told, const Spot& spot, unsigned short vr, const Wording& wording,
+                    std::string text, std::string_view value) const
+{
+    Path path;
+    if (const std::string* const steps = texts_[spot.path]) {
+        path.resize(steps->size() / sizeof(Path_Step));
+        std::memcpy(path.data(), steps->data(), steps->size());
+    }
+    const bool is_there = spot.offset != Finding::Nowhere;
+    const Place place = {true,  spot.tag,    vr,
+                         &path, spot.offset, is_there ? spot.length : Finding::Nowhere};
+    told.findings.Report(wording.fault, wording.level, place, std::move(text), {value, {}},
+                         wording.clause);
 }
 
 /** A UID that names one thing in this file and another in others. */
@@ -180,25 +213,17 @@ void Study::Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told
 void Study::Compare_Reference(const Reference& reference, const File& target, Told& told) const
 {
     const Value sop_class = target.values[SOP_Class];
-    Place place;
-    place.has_tag = true;
     if (reference.sop_class != 0 && sop_class != 0 && reference.sop_class != sop_class) {
-        place.tag = Referenced_Class;
-        place.vr = VR_UI;
-        place.offset = reference.class_offset;
-        told.findings.Report(Fault::Reference, Level::Kept, place,
-                             "is not the SOP class of the instance, which is in " + target.name,
-                             {*texts_[reference.sop_class], {}}, "PS3.3 C.12.1");
+        Tell_At(told, reference.class_spot, VR_UI,
+                {Fault::Reference, Level::Kept, "", "PS3.3 C.12.1"},
+                "is not the SOP class of the instance, which is in " + target.name,
+                *texts_[reference.sop_class]);
     }
     const std::string* const text = texts_[target.values[Frame_Count]];
     const std::int64_t count = text != nullptr ? std::strtoll(text->c_str(), nullptr, 10) : 1;
     if (reference.frame > count && count > 0) {
-        place.tag = Referenced_Frames;
-        place.vr = VR_IS;
-        place.offset = reference.frame_offset;
-        told.findings.Report(Fault::Frame_Number, Level::Kept, place,
-                             "there is no such frame in " + target.name,
-                             {std::to_string(reference.frame), {}});
+        Tell_At(told, reference.frame_spot, VR_IS, {Fault::Frame_Number, Level::Kept},
+                "there is no such frame in " + target.name, std::to_string(reference.frame));
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -19,15 +20,25 @@ namespace lib_mend {
 struct Study_Facts {
     static constexpr std::size_t Elements = 30;
 
+    /** Where an element stands. */
+    struct Spot {
+        Tag tag = {};
+        /** To the list around it, or a shorter one of the same Path_Text. */
+        Path path = {};
+        std::int64_t offset = Finding::Nowhere;
+        /** That of its value. */
+        std::int64_t length = Finding::Nowhere;
+    };
+
     /** What it says of another instance; once for each. */
     struct Reference {
         std::string instance;
         /** Empty where it does not tell. */
         std::string sop_class = {};
-        std::int64_t class_offset = 0;
+        Spot class_spot = {};
         /** The highest number of a frame; 0 for none. */
         std::int64_t frame = 0;
-        std::int64_t frame_offset = 0;
+        Spot frame_spot = {};
     };
 
     /** A finding that is followed; once for each label. */
@@ -36,8 +47,7 @@ struct Study_Facts {
         /** Empty where there is none. */
         std::string label;
         /** Of the element with the UID. */
-        Tag tag;
-        std::int64_t offset;
+        Spot spot;
     };
 
     std::string syntax = {};
@@ -46,9 +56,13 @@ struct Study_Facts {
     std::array<std::string, Elements> values = {};
     /** Finding::Nowhere where there is no element. */
     std::array<std::int64_t, Elements> offsets = {};
+    std::array<std::int64_t, Elements> lengths = {};
     std::vector<Reference> references = {};
     std::vector<Tracked> trackings = {};
 };
+
+/** @param path  to the list around the record; of any length */
+Study_Facts::Spot Spot_Of(const DICOM_List& record, const Path& path);
 
 /** Of a healed data set. */
 Study_Facts Facts_Of(const Data_Set& set);
@@ -77,19 +91,26 @@ private:
     static constexpr std::size_t Elements = Study_Facts::Elements;
 
     /** As in Study_Facts. */
+    struct Spot {
+        std::int64_t offset = Finding::Nowhere;
+        /** Its steps as bytes: many files have the same. */
+        Value path = 0;
+        std::uint32_t length = 0;
+        Tag tag = {};
+    };
+    /** As in Study_Facts. */
     struct Reference {
         Value instance = 0;
         Value sop_class = 0;
-        std::int64_t class_offset = 0;
+        Spot class_spot = {};
         std::int64_t frame = 0;
-        std::int64_t frame_offset = 0;
+        Spot frame_spot = {};
     };
     /** As in Study_Facts. */
     struct Tracked {
         Value uid;
         Value label;
-        Tag tag;
-        std::int64_t offset;
+        Spot spot;
     };
     struct File {
         std::string name;
@@ -100,6 +121,8 @@ private:
         Value frame = 0;
         std::array<Value, Elements> values = {};
         std::array<std::int64_t, Elements> offsets = {};
+        /** A header has no room for more. */
+        std::array<std::uint32_t, Elements> lengths = {};
         std::vector<Reference> references = {};
         std::vector<Tracked> trackings = {};
     };
@@ -115,6 +138,7 @@ private:
     struct Shares;
 
     Value Number_Of(const std::string& text);
+    Spot Kept(const Study_Facts::Spot& spot);
     static Value Key_Of(const File& file, std::size_t element);
     /** Compares one element of what has the same key; tells of which files it was said to differ. */
     std::vector<bool> Compare_Element(std::size_t key, std::size_t element, const Wording& wording,
@@ -129,6 +153,8 @@ private:
     void Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told) const;
     void Tell(Told& told, const File& file, std::size_t element, const Wording& wording,
               std::string text) const;
+    void Tell_At(Told& told, const Spot& spot, unsigned short vr, const Wording& wording,
+                 std::string text, std::string_view value) const;
 
     std::vector<File> files_;
     std::unordered_map<std::string, Value> numbers_;

@@ -4,6 +4,7 @@
 #include "mend/healing/records.h"
 #include "mend/reading/tree.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_map>
 
@@ -22,20 +23,20 @@ public:
     {
     }
 
-    void Take(const DICOM_List& record)
+    void Take(const DICOM_List& record, const Path& path)
     {
         const Tag tag = Tag_Of(record);
         if (tag == Referenced_Class) {
             sop_class_ = &record;
         } else if (tag == Referenced_Instance) {
-            Take_Instance(record);
+            Take_Instance(record, path);
         } else if (tag == Referenced_Frames && instance_ != nullptr && instance_->next == &record) {
-            Take_Frames(record);
+            Take_Frames(record, path);
         }
     }
 
 private:
-    void Take_Instance(const DICOM_List& record)
+    void Take_Instance(const DICOM_List& record, const Path& path)
     {
         instance_ = &record;
         const std::string uid = Trimmed(set_.Value(record, 128));
@@ -48,21 +49,21 @@ private:
         // The class stands right in front of the instance; that of another item is none of it.
         if (reference.sop_class.empty() && sop_class_ != nullptr && sop_class_->next == &record) {
             reference.sop_class = Trimmed(set_.Value(*sop_class_, 128));
-            reference.class_offset = Position_Of(*sop_class_);
+            reference.class_spot = Spot_Of(*sop_class_, path);
         }
     }
-    void Take_Frames(const DICOM_List& record)
+    void Take_Frames(const DICOM_List& record, const Path& path)
     {
         constexpr std::size_t Longest = std::size_t{1} << 20;
         const Bytes bytes = set_.Value(record, Longest);
         const auto numbers = Numbers_In({reinterpret_cast<const char*>(bytes.data()), bytes.size()},
                                         VR_Of(record), record.byte_order);
         Study_Facts::Reference& reference = facts_.references[place_];
-        for (const std::int64_t number : numbers.value_or(Numbers())) {
-            if (number > reference.frame) {
-                reference.frame = number;
-                reference.frame_offset = Position_Of(record);
-            }
+        const Numbers frames = numbers.value_or(Numbers());
+        const auto highest = std::max_element(frames.begin(), frames.end());
+        if (highest != frames.end() && *highest > reference.frame) {
+            reference.frame = *highest;
+            reference.frame_spot = Spot_Of(record, path);
         }
     }
 
@@ -81,7 +82,7 @@ void Gather_References(const Data_Set& set, Study_Facts& facts)
     Reference_Gatherer gatherer(set, facts);
     For_Each_Element(set.records.Head(), [&](const DICOM_List& record, const Path& path) {
         if (!path.empty() && record.group == Referenced_Class.group) {
-            gatherer.Take(record);
+            gatherer.Take(record, path);
         }
     });
 }

@@ -2,6 +2,7 @@
 #include "mend/consistency/study_tracking.h"
 
 #include "mend/consistency/tracking.h"
+#include "mend/reading/tree.h"
 
 #include <set>
 #include <unordered_map>
@@ -14,14 +15,25 @@ void Gather_Trackings(const Data_Set& set, Study_Facts& facts)
     Subject_Set subject = {set};
     Watch(subject);
     std::set<std::pair<std::string_view, std::string_view>> known;
+    std::unordered_multimap<const DICOM_List*, std::size_t> numbers;
     for (const Tracking& each : Trackings_Of(subject)) {
         const std::string_view uid = each.uid != nullptr ? subject.Text(*each.uid) : "";
         const std::string_view label = each.label != nullptr ? subject.Text(*each.label) : "";
         if (!uid.empty() && known.emplace(uid, label).second) {
             facts.trackings.push_back(
-                {std::string(uid), std::string(label), Tag_Of(*each.uid), Position_Of(*each.uid)});
+                {std::string(uid), std::string(label), Spot_Of(*each.uid, {})});
+            numbers.emplace(each.uid, facts.trackings.size() - 1);
         }
     }
+    if (numbers.empty()) {
+        return;
+    }
+    For_Each_Element(set.records.Head(), [&](const DICOM_List& record, const Path& path) {
+        const auto [first, last] = numbers.equal_range(&record);
+        for (auto entry = first; entry != last; ++entry) {
+            facts.trackings[entry->second].spot = Spot_Of(record, path);
+        }
+    });
 }
 
 void Study::Compare_Trackings(std::vector<Told>& told) const
@@ -35,13 +47,8 @@ void Study::Compare_Trackings(std::vector<Told>& told) const
     for (std::size_t i = 0; i < files_.size(); ++i) {
         for (const Tracked& each : files_[i].trackings) {
             const auto tell = [&](std::string text) {
-                Place place;
-                place.has_tag = true;
-                place.tag = each.tag;
-                place.vr = VR_UI;
-                place.offset = each.offset;
-                told[i].findings.Report(Fault::UID_Reused, Level::Kept, place, std::move(text),
-                                        {*texts_[each.uid], {}});
+                Tell_At(told[i], each.spot, VR_UI, {Fault::UID_Reused, Level::Kept},
+                        std::move(text), *texts_[each.uid]);
             };
             // What stands in one file is told when that is looked at.
             if (each.label != 0) {

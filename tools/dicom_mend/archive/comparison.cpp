@@ -51,27 +51,33 @@ Exit_Status Status_Alone(const File_Record& record, std::ptrdiff_t count)
 }
 
 /** Puts what a comparison found behind what was found in the file, instead of what an earlier one did. */
-void Add_Compared(Held_File& held, const lib_mend::Findings& compared, bool show_values)
+void Add_Compared(Held_File& held, const Comparison::Compared& compared, bool show_values)
 {
     std::vector<Finding>& findings = held.record.findings;
     const auto own = static_cast<std::ptrdiff_t>(std::min(held.record.found, findings.size()));
     const std::vector<Finding> before(findings.begin() + own, findings.end());
     findings.resize(static_cast<std::size_t>(own));
-    held.news = compared.All();
+    std::vector<Finding> added = compared.findings.All();
     if (!show_values) {
-        Leave_Out_Values(held.news);
+        Leave_Out_Values(added);
     }
-    findings.insert(findings.end(), held.news.begin(), held.news.end());
+    findings.insert(findings.end(), added.begin(), added.end());
+    std::vector<std::string>& headers = held.record.headers;
+    headers.resize(static_cast<std::size_t>(own));
+    headers.insert(headers.end(), compared.headers.begin(), compared.headers.end());
     // What the log says was the status with what an earlier comparison found.
     const Exit_Status alone =
         held.is_finished ? Status_Alone(held.record, own) : held.record.status;
-    held.record.status = std::max(alone, Status_Of(compared));
-    held.is_other = before.size() != held.news.size();
-    std::erase_if(held.news, [&](const Finding& finding) {
-        return std::any_of(before.begin(), before.end(),
-                           [&](const Finding& each) { return Is_Same(each, finding); });
-    });
-    held.is_other = held.is_other || !held.news.empty();
+    held.record.status = std::max(alone, Status_Of(compared.findings));
+    for (std::size_t i = 0; i < added.size(); ++i) {
+        if (std::none_of(before.begin(), before.end(),
+                         [&](const Finding& each) { return Is_Same(each, added[i]); })) {
+            held.news.push_back(std::move(added[i]));
+            held.news_headers.push_back(i < compared.headers.size() ? compared.headers[i]
+                                                                    : std::string());
+        }
+    }
+    held.is_other = before.size() != added.size() || !held.news.empty();
 }
 
 }  // namespace
@@ -109,7 +115,7 @@ void Held_Files::Release(bool is_whole, bool show_values,
         if (is_whole) {
             // A file that is named twice is there twice, with what was found in each.
             const auto compared = all.find(held.record.path);
-            Add_Compared(held, compared != all.end() ? compared->second : lib_mend::Findings(),
+            Add_Compared(held, compared != all.end() ? compared->second : Comparison::Compared(),
                          show_values);
             if (compared != all.end()) {
                 all.erase(compared);

@@ -14,8 +14,14 @@ namespace dicom_mend {
 
 class Comparison {
 public:
-    /** Findings by the path of the file that they are in. */
-    using By_File = std::multimap<std::string, lib_mend::Findings>;
+    /** What was found in a file. */
+    struct Compared {
+        lib_mend::Findings findings;
+        /** As in File_Record. */
+        std::vector<std::string> headers = {};
+    };
+    /** By the path of the file. */
+    using By_File = std::multimap<std::string, Compared>;
 
     Comparison() = default;
     Comparison(const Comparison&) = delete;
@@ -38,6 +44,7 @@ struct Held_File {
     bool is_final = false;
     /** What the comparison found and no earlier one; the record has it too, behind all else. */
     std::vector<lib_mend::Finding> news;
+    std::vector<std::string> news_headers;
     /** An earlier comparison found something else. */
     bool is_other = false;
 };

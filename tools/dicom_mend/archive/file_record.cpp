@@ -12,11 +12,16 @@ namespace {
 
 using lib_mend::Finding;
 
+void Pack_Tag(lib_mend::Tag tag, Packer& packer)
+{
+    packer.Put(std::uint64_t{tag.group} << 16 | tag.element);
+}
+
 void Pack_Finding(const Finding& finding, Packer& packer)
 {
     packer.Put(std::uint64_t{static_cast<unsigned char>(finding.level)});
     packer.Put(finding.has_tag);
-    packer.Put(std::uint64_t{finding.tag.group} << 16 | finding.tag.element);
+    Pack_Tag(finding.tag, packer);
     packer.Put(std::uint64_t{finding.vr});
     packer.Put(finding.offset);
     packer.Put(finding.text);
@@ -54,6 +59,32 @@ Finding Unpack_Finding(Unpacker& bytes)
     return finding;
 }
 
+void Pack_Spot(const lib_mend::Study_Facts::Spot& spot, Packer& packer)
+{
+    Pack_Tag(spot.tag, packer);
+    packer.Put(std::uint64_t{spot.path.size()});
+    for (const lib_mend::Path_Step& step : spot.path) {
+        Pack_Tag(step.sequence, packer);
+        packer.Put(std::int64_t{step.item});
+    }
+    packer.Put(spot.offset);
+    packer.Put(spot.length);
+}
+
+lib_mend::Study_Facts::Spot Unpack_Spot(Unpacker& bytes)
+{
+    lib_mend::Study_Facts::Spot spot;
+    spot.tag = Unpack_Tag(bytes);
+    spot.path.resize(bytes.Count());
+    for (lib_mend::Path_Step& step : spot.path) {
+        step.sequence = Unpack_Tag(bytes);
+        step.item = static_cast<int>(bytes.Signed());
+    }
+    spot.offset = bytes.Signed();
+    spot.length = bytes.Signed();
+    return spot;
+}
+
 void Pack_Facts(const lib_mend::Study_Facts& facts, Packer& packer)
 {
     packer.Put(facts.syntax);
@@ -61,21 +92,21 @@ void Pack_Facts(const lib_mend::Study_Facts& facts, Packer& packer)
     for (std::size_t i = 0; i < facts.values.size(); ++i) {
         packer.Put(facts.values[i]);
         packer.Put(facts.offsets[i]);
+        packer.Put(facts.lengths[i]);
     }
     packer.Put(facts.references.size());
     for (const lib_mend::Study_Facts::Reference& reference : facts.references) {
         packer.Put(reference.instance);
         packer.Put(reference.sop_class);
-        packer.Put(reference.class_offset);
+        Pack_Spot(reference.class_spot, packer);
         packer.Put(reference.frame);
-        packer.Put(reference.frame_offset);
+        Pack_Spot(reference.frame_spot, packer);
     }
     packer.Put(facts.trackings.size());
     for (const lib_mend::Study_Facts::Tracked& each : facts.trackings) {
         packer.Put(each.uid);
         packer.Put(each.label);
-        packer.Put(std::uint64_t{each.tag.group} << 16 | each.tag.element);
-        packer.Put(each.offset);
+        Pack_Spot(each.spot, packer);
     }
 }
 
@@ -87,21 +118,21 @@ lib_mend::Study_Facts Unpack_Facts(Unpacker& bytes)
     for (std::size_t i = 0; i < facts.values.size(); ++i) {
         facts.values[i] = bytes.Text();
         facts.offsets[i] = bytes.Signed();
+        facts.lengths[i] = bytes.Signed();
     }
     facts.references.resize(bytes.Count());
     for (lib_mend::Study_Facts::Reference& reference : facts.references) {
         reference.instance = bytes.Text();
         reference.sop_class = bytes.Text();
-        reference.class_offset = bytes.Signed();
+        reference.class_spot = Unpack_Spot(bytes);
         reference.frame = bytes.Signed();
-        reference.frame_offset = bytes.Signed();
+        reference.frame_spot = Unpack_Spot(bytes);
     }
     facts.trackings.resize(bytes.Count());
     for (lib_mend::Study_Facts::Tracked& each : facts.trackings) {
         each.uid = bytes.Text();
         each.label = bytes.Text();
-        each.tag = Unpack_Tag(bytes);
-        each.offset = bytes.Signed();
+        each.spot = Unpack_Spot(bytes);
     }
     return facts;
 }

@@ -285,7 +285,7 @@ void Run::Tell_Held()
                 // Of the rest an earlier run has told.
                 File_Record news = slot.record;
                 news.findings = std::move(held.news);
-                news.headers.clear();
+                news.headers = std::move(held.news_headers);
                 tell_(news);
             }
             state_.Put_Placed(slot.record);

@@ -18,9 +18,9 @@ namespace dicom_mend {
 
 namespace {
 
-constexpr std::string_view Magic = "dicom-mend run 2\n";
+constexpr std::string_view Magic = "dicom-mend run 3\n";
 /** That of other versions too, which may be replaced. */
-constexpr std::string_view Magic_Name = Magic.substr(0, Magic.find("2"));
+constexpr std::string_view Magic_Name = Magic.substr(0, Magic.find("3"));
 constexpr std::size_t Sum_Size = 4;
 /** Length, sum and kind. */
 constexpr std::size_t Head_Size = Frame_Head + Sum_Size + 1;
