@@ -126,8 +126,10 @@ void Module_Reader::Apply(const Attribute_Line& line, unsigned short vr, const s
         Replace_Value(*record, bytes);
     }
     Open_Record(spot.depth) = record;
+    // A condition is one of the type that there is, where the line gives none.
+    const bool has_condition = line.clauses.required.step_count != 0;
     rules_.Add(spot.known->rules, scope.part,
-               {.type = line.type.value_or(0),
+               {.type = line.type.value_or(has_condition ? record->type : 0),
                 .is_own_level = spot.depth == scope.part.depth,
                 .clauses = line.clauses,
                 .file = file_,

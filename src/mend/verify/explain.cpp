@@ -60,8 +60,11 @@ public:
         }
         told_.insert(path);
         text_ += path + " is " + State(record) + "\n";
+        const std::vector<const DICOM_Rule*> deciding = Judge::Deciding(rules);
         for (const DICOM_Rule& rule : rules) {
-            Rule(rule, node, group);
+            const bool is_replaced = rule.part >= 0 && std::find(deciding.begin(), deciding.end(),
+                                                                 &rule) == deciding.end();
+            Rule(rule, is_replaced, node, group);
         }
         Outcome(Reported(path, judged), lacks_module);
     }
@@ -128,7 +131,8 @@ private:
         return truth;
     }
 
-    void Rule(const DICOM_Rule& rule, const DICOM_List& node, unsigned short group)
+    void Rule(const DICOM_Rule& rule, bool is_replaced, const DICOM_List& node,
+              unsigned short group)
     {
         const DICOM_Part* const part = judge_.Modules().Part_Of(rule);
         text_ += "  " + (part != nullptr ? std::string(part->name) : "all modules");
@@ -146,7 +150,11 @@ private:
             text_ += (evidence.is_clear ? "    " : "    it may be asked for by ") +
                      evidence.Reason() + "\n";
         }
-        Requirement(rule, group);
+        if (is_replaced) {
+            text_ += "    that of all modules replaces its condition\n";
+        } else {
+            Requirement(rule, group);
+        }
         for (int i = 0; i < rule.value_set_count; ++i) {
             const DICOM_Value_Set& set = rule.value_sets[i];
             text_ += "    " +

@@ -38,6 +38,14 @@ bool Is_Stricter(const Judge::Demand& demand, const Judge::Demand& other)
             other.type >> 8 == '2');
 }
 
+/** The type that a line outside of all modules gives; 0 for none. */
+unsigned short Type_Outside(std::span<const DICOM_Rule> rules)
+{
+    const auto outside = std::find_if(rules.begin(), rules.end(),
+                                      [](const DICOM_Rule& rule) { return rule.part < 0; });
+    return outside != rules.end() ? outside->type : static_cast<unsigned short>(0);
+}
+
 std::string Items_Text(int count)
 {
     return std::to_string(count) + (count == 1 ? " item" : " items");
@@ -59,6 +67,23 @@ bool Judge::Holds(const DICOM_Condition& condition, unsigned short group)
     return condition.step_count == 0 || conditions_.Evaluate(condition, group).Holds();
 }
 
+std::vector<const DICOM_Rule*> Judge::Deciding(std::span<const DICOM_Rule> rules)
+{
+    std::vector<const DICOM_Rule*> deciding;
+    bool has_module = false;
+    for (const DICOM_Rule& rule : rules) {
+        if (rule.part < 0 && rule.required.step_count != 0) {
+            return {&rule};
+        }
+        has_module = has_module || (rule.part >= 0 && rule.type != 0);
+        deciding.push_back(&rule);
+    }
+    std::erase_if(deciding, [=](const DICOM_Rule* rule) {
+        return rule->type == 0 || (has_module && rule->part < 0);
+    });
+    return deciding;
+}
+
 Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
 {
     // Most of what an IOD names is of type 3.
@@ -73,12 +98,14 @@ Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
         return is_said ? Demand() : Demand{node.type, {}};
     }
     Demand demand;
-    for (const DICOM_Rule& rule : rules) {
-        Demand other = Conditional_Demand(rule, group);
+    for (const DICOM_Rule* const rule : Deciding(rules)) {
+        Demand other = Conditional_Demand(*rule, group);
         if (other.type != 0 && Is_Stricter(other, demand)) {
             demand = std::move(other);
         }
     }
+    const unsigned short outside = Type_Outside(rules);
+    demand.type = Is_Conditional(demand.type) && Is_Conditional(outside) ? outside : demand.type;
     return demand;
 }
 
@@ -152,16 +179,13 @@ void Judge::Check_Allowed(const DICOM_List& node, std::span<const DICOM_Rule> ru
     // Any module that lets the attribute be there is enough.
     const DICOM_Rule* by = nullptr;
     Ban ban = Ban::None;
-    for (const DICOM_Rule& rule : rules) {
-        if (rule.type == 0) {
-            continue;
-        }
-        const Ban other = Ban_Of(rule, record.group);
+    for (const DICOM_Rule* const rule : Deciding(rules)) {
+        const Ban other = Ban_Of(*rule, record.group);
         if (other == Ban::None) {
             return;
         }
-        by = by == nullptr || other < ban ? &rule : by;
-        ban = by == &rule ? other : ban;
+        by = by == nullptr || other < ban ? rule : by;
+        ban = by == rule ? other : ban;
     }
     if (by == nullptr) {
         return;

@@ -35,6 +35,11 @@ public:
      */
     Demand Demand_For(const DICOM_List& node, unsigned short group);
     /**
+     * The rules that say when an attribute is there: a condition outside of all modules replaces theirs,
+     * and a line there without one says nothing of it.
+     */
+    static std::vector<const DICOM_Rule*> Deciding(std::span<const DICOM_Rule> rules);
+    /**
      * Reports what is wrong with an attribute of the item in hand, but for what is nested in it.
      *
      * @param record  null when it is absent
