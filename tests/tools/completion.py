@@ -25,6 +25,7 @@ CASES = [
     ("check --module CT-", "", ["check", "--module", "CT-ENHANCED"]),
     ("complete --set PatientBirthN", "ROE", ["complete", "--set", "PatientBirthName=ROE"]),
     ("check --explain=PixelBandw", "", ["check", "--explain=PixelBandwidth"]),
+    ("list --only PixelBandw", "", ["list", "--only", "PixelBandwidth"]),
     ("explain offset-t", "", ["explain", "offset-table"]),
     ("code 813", "x", ["code", "8131", "x"]),
     ("dict Rows PixelBandw", "", ["dict", "Rows", "PixelBandwidth"]),

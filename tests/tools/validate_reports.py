@@ -115,7 +115,7 @@ def main():
             assert check_both([name], work)
         text, status = run("--module", "CT", "--explain", "Modality", "--format", "json", "plain.dcm", cwd=work)
         explained = json.loads(text)
-        assert status == 0 and explained["file"] == "plain.dcm" and explained["tag"] == "0008,0060", explained
+        assert status == 0 and explained["file"] == "plain.dcm" and explained["tag"] == explained["path"] == "0008,0060", explained
         assert "usage M, type 1" in explained["explanation"], explained
         text, status = run("--module", "CT", "--explain", "StudyDate", "plain.dcm", cwd=work)
         assert status == 0 and "\n  reported as warning: date in another form\n" in text, text

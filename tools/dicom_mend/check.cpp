@@ -135,18 +135,15 @@ void Print(const File_Record& record, const Check_Request& request, Progress& pr
 void Explain(const lib_mend::Data_Set& set, const Check_Request& request, const Findings& found,
              File_Record& record)
 {
-    const std::optional<lib_mend::Tag> tag = lib_mend::Parse_Tag(request.explain);
-    if (!tag) {
-        record.failure = request.explain + " is neither a tag nor a keyword";
-        record.status = Exit_Failure;
-        return;
-    }
+    const lib_mend::Element_Path asked = lib_mend::Parse_Path(request.explain).value();
     Findings trouble;
     const std::string module = request.module.empty() ? "auto" : request.module;
-    const lib_mend::Explanation said = lib_mend::Explain_IOD(set, module, *tag, found, trouble);
+    const lib_mend::Explanation said =
+        lib_mend::Explain_IOD(set, module, asked.way, asked.tag, found, trouble);
     const std::string line = request.format == Format::JSON
                                  ? "{\"file\":" + lib_mend::JSON_Name(record.path) + ",\"tag\":\"" +
-                                       lib_mend::Tag_Text(*tag) +
+                                       lib_mend::Tag_Text(asked.tag) + "\",\"path\":\"" +
+                                       Path_Text(asked.way, asked.tag) +
                                        "\",\"explanation\":" + lib_mend::JSON_Text(said.text) +
                                        "}\n"
                                  : lib_mend::Printable(record.path) + ": " + said.text;

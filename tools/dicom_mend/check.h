@@ -18,7 +18,7 @@ struct Check_Request {
     lib_mend::Heal_Options heal;
     /** Code of the IOD to verify against, "auto" for that of the SOP class, empty for none. */
     std::string module;
-    /** An attribute by tag or keyword: what the IOD says of it is printed instead of findings. */
+    /** An attribute by tag, keyword or path: what the IOD says of it is printed instead of findings. */
     std::string explain;
     Format format = Format::Text;
     /** Counts by kind instead of the findings themselves. */

@@ -92,11 +92,12 @@ void Print(const DICOM_UID_Entry& entry)
 
 std::vector<Attribute> Attributes_Of(const std::string& term)
 {
-    const std::optional<Tag> tag = lib_mend::Parse_Tag_Digits(term);
-    if (!tag) {
+    // Of a path the attribute that it leads to.
+    const std::optional<lib_mend::Element_Path> path = lib_mend::Parse_Path(term);
+    if (!path || (path->way.empty() && !lib_mend::Parse_Tag_Digits(term))) {
         return lib_mend::Search_Attributes(term);
     }
-    const std::optional<Attribute> attribute = lib_mend::Find_Attribute(*tag);
+    const std::optional<Attribute> attribute = lib_mend::Find_Attribute(path->tag);
     return attribute ? std::vector{*attribute} : std::vector<Attribute>();
 }
 
@@ -115,6 +116,10 @@ std::string Nearest_Attributes(const std::string& term)
     // Who made a private element decides what it is called.
     if (tag && tag->group % 2 != 0) {
         return {};
+    }
+    if (term.find('[') != term.npos) {
+        const std::string fault = Path_Fault(term);
+        return fault.empty() ? fault : "; " + fault;
     }
     const bool is_tag = term.find_first_of("0123456789") == 0;
     return tag || is_tag ? Tag_Suggestion(term) : Suggestion(term, lib_mend::Keywords());

@@ -132,11 +132,15 @@ std::string Tag_Suggestion(const std::string& text)
     return Suggestion(tag, tags);
 }
 
+namespace {
+
 std::string No_Attribute(const std::string& text)
 {
     return text + " is neither a tag nor a keyword" +
            (Looks_Like_Tag(text) ? Tag_Suggestion(text) : Suggestion(text, lib_mend::Keywords()));
 }
+
+}  // namespace
 
 std::string Path_Fault(const std::string& text)
 {

@@ -17,10 +17,10 @@ std::vector<std::string> Nearest(const std::string& text, const std::vector<std:
 /** "; did you mean list?", or nothing when nothing is near. */
 std::string Suggestion(const std::string& text, const std::vector<std::string>& names);
 
-/** "PatientNam is neither a tag nor a keyword; did you mean PatientName?" */
-std::string No_Attribute(const std::string& text);
-
-/** What is wrong with the path of an element, said of the part that is wrong; empty when nothing is. */
+/**
+ * What is wrong with a tag, a keyword or a path of both, said of the part that is wrong: "PatientNam is neither a
+ * tag nor a keyword; did you mean PatientName?". Empty when nothing is.
+ */
 std::string Path_Fault(const std::string& text);
 
 /** Tags of the registry that are nearest to one that it does not have, or that has another form. */

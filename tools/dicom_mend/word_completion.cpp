@@ -91,8 +91,8 @@ constexpr Operand_Kind Operand_Kinds[] = {
     {"CODE", "words", &Module_Codes},
     {"TABLE", "words", &Table_Numbers},
     {"KIND", "words", &Kinds},
-    {"TAG|NAME", "words", &lib_mend::Keywords},
-    {"TAG|KEYWORD", "words", &lib_mend::Keywords},
+    {"TAG|PATH|NAME", "words", &lib_mend::Keywords},
+    {"TAG|KEYWORD|PATH", "words", &lib_mend::Keywords},
     {"TAG|KEYWORD|PATH=VALUE", "open", &Assigned_Keywords},
 };
 

@@ -71,18 +71,9 @@ std::optional<Element_Path> Parse_Path(std::string_view text)
 Found_Element Find_Element(const Data_Set& set, const Element_Path& path)
 {
     constexpr unsigned short Meta_Group = 0x0002;
-    DICOM_List* item = nullptr;
-    for (const Path_Step& step : path.way) {
-        DICOM_List* const list = item != nullptr ? item : set.records.Head();
-        const DICOM_List* const sequence = Find_Record(list, step.sequence);
-        if (sequence == nullptr || Holds_Fragments(*sequence) ||
-            step.item >= Item_Count(*sequence)) {
-            return {};
-        }
-        item = Item_Of(*sequence, step.item);
-    }
-    if (item != nullptr) {
-        return {item, Find_Record(item, path.tag)};
+    if (!path.way.empty()) {
+        DICOM_List* const item = Item_At(set.records.Head(), path.way);
+        return {item, item != nullptr ? Find_Record(item, path.tag) : nullptr};
     }
     const Record_List& top = path.tag.group == Meta_Group ? set.meta : set.records;
     return {nullptr, Find_Record(top.Head(), path.tag)};

@@ -70,6 +70,21 @@ bool Holds_Items(const DICOM_List& record)
     return Item_Of(record, 0) != nullptr || record.size < 0 || is_sequence;
 }
 
+DICOM_List* Item_At(DICOM_List* list, const Path& way)
+{
+    DICOM_List* item = nullptr;
+    for (const Path_Step& step : way) {
+        const DICOM_List* const sequence =
+            Find_Record(item != nullptr ? item : list, step.sequence);
+        if (sequence == nullptr || Holds_Fragments(*sequence) ||
+            step.item >= Item_Count(*sequence)) {
+            return nullptr;
+        }
+        item = Item_Of(*sequence, step.item);
+    }
+    return item;
+}
+
 bool Is_Group_Length(const DICOM_List& record)
 {
     constexpr int Size = 4;

@@ -131,6 +131,9 @@ bool Is_Group_Length(const DICOM_List& record);
 /** Tells whether the items of a record are fragments of encapsulated data. */
 bool Holds_Fragments(const DICOM_List& record);
 
+/** The first record of the list of an item; null when the way does not lead to one. */
+DICOM_List* Item_At(DICOM_List* list, const Path& way);
+
 /** Calls `visit(list, path)` for the address of each list, the one around before those inside. */
 template <class Visit>
 void For_Each_List(DICOM_List** list, Visit&& visit)

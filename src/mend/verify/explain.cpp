@@ -1,6 +1,7 @@
 #include "mend/verify/explain.h"
 
 #include "mend/findings/faults.h"
+#include "mend/reading/tree.h"
 #include "mend/verify/about.h"
 #include "mend/verify/judge.h"
 #include "mend/verify/module_walk.h"
@@ -234,10 +235,17 @@ private:
 };
 
 /** What was found that is about the attribute, but for what its places have told. */
-std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const std::set<std::string>& told)
+std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const Path& way,
+                      const std::set<std::string>& told)
 {
+    // Of one item only what is reported inside of it, as far down as it goes.
+    std::string inside = way.empty() ? "" : Path_Text(way, tag);
+    inside.resize(inside.rfind('/') + 1);
     std::string text;
     for (const Finding& finding : found) {
+        if (!finding.path.starts_with(inside)) {
+            continue;
+        }
         const bool is_told = finding.has_tag && finding.tag == tag && told.count(finding.path) != 0;
         if (!is_told && Is_About(finding, tag)) {
             const std::string path =
@@ -252,10 +260,14 @@ std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const std::set
 
 }  // namespace
 
-std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found)
+std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found,
+                    const Path& way)
 {
+    if (!way.empty() && Item_At(set.records.Head(), way) == nullptr) {
+        return "there is no such item\n";
+    }
     if (module == nullptr) {
-        return Rest_Text(found.All(), tag, {});
+        return Rest_Text(found.All(), tag, way, {});
     }
     Object object(set);
     Judge judge(object, module, true, found);
@@ -265,11 +277,11 @@ std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Find
         .Run([&](const DICOM_List& node, const DICOM_List* record, unsigned short group) {
             Findings judged;
             judge.Check(node, record, group, judged);
-            if (Tag{group, node.element} == tag) {
+            if (Tag{group, node.element} == tag && (way.empty() || way == object.Way())) {
                 explainer.Place(node, record, group, judged.All());
             }
         });
-    return explainer.Text() + Rest_Text(found.All(), tag, explainer.Told());
+    return explainer.Text() + Rest_Text(found.All(), tag, way, explainer.Told());
 }
 
 }  // namespace lib_mend

@@ -15,8 +15,10 @@ namespace lib_mend {
  *
  * @param module  null for none
  * @param found   all that is reported of the data set
+ * @param way     leads to the only item that is asked about; empty for every place of the attribute
  */
-std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found);
+std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found,
+                    const Path& way = {});
 
 }  // namespace lib_mend
 

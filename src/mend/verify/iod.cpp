@@ -33,7 +33,7 @@ void Verify_IOD(const Data_Set& set, const std::string& code, Findings& findings
     }
 }
 
-Explanation Explain_IOD(const Data_Set& set, const std::string& code, Tag tag,
+Explanation Explain_IOD(const Data_Set& set, const std::string& code, const Path& way, Tag tag,
                         const Findings& found, Findings& trouble)
 {
     const std::string name = Name_Of(set, code, trouble);
@@ -44,8 +44,8 @@ Explanation Explain_IOD(const Data_Set& set, const std::string& code, Tag tag,
     }
     all.Sum_Up();
     const std::string iod = module != nullptr ? "IOD " + name : "no IOD";
-    return {"(" + Tag_Text(tag) + ") " + Tag_Name(tag) + ", " + iod + "\n" +
-                Explain(set, module, tag, all),
+    const std::string place = way.empty() ? "(" + Tag_Text(tag) + ")" : Path_Text(way, tag);
+    return {place + " " + Tag_Name(tag) + ", " + iod + "\n" + Explain(set, module, tag, all, way),
             module != nullptr};
 }
 

@@ -32,14 +32,15 @@ struct Explanation {
 };
 
 /**
- * What an IOD says of an attribute, what it comes to here, and all that was found that is about it: see
+ * What an IOD says of an attribute, in one item or everywhere, what it comes to here, and all that was found that is about it: see
  * Explain.
  *
  * @param code     as above
+ * @param way      to the item; empty for every place of the attribute
  * @param found    what was found in the data set without an IOD
  * @param trouble  receives what is wrong with the definitions, or that there are none
  */
-Explanation Explain_IOD(const Data_Set& set, const std::string& code, Tag tag,
+Explanation Explain_IOD(const Data_Set& set, const std::string& code, const Path& way, Tag tag,
                         const Findings& found, Findings& trouble);
 
 /**

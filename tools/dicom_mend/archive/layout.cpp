@@ -16,17 +16,16 @@ namespace {
 /** File systems take 255 bytes; a number that keeps names apart, and an ending, have to fit too. */
 constexpr std::size_t Most_Bytes = 200;
 
-std::string Value_Of(const lib_mend::Data_Set& set, lib_mend::Tag tag)
+std::string Value_Of(const lib_mend::Data_Set& set, const lib_mend::Element_Path& path)
 {
     constexpr std::size_t Enough = 1024;
-    DICOM_List* const list = tag.group == 0x0002 ? set.meta.Head() : set.records.Head();
-    const DICOM_List* const record = lib_mend::Find_Record(list, tag);
+    const auto [item, record] = lib_mend::Find_Element(set, path);
     if (record == nullptr || !lib_mend::Has_Value(*record)) {
         return {};
     }
     const unsigned short vr = lib_mend::VR_Of(*record);
     if (vr == VR_US || vr == VR_UL || vr == VR_SS || vr == VR_SL) {
-        const auto number = lib_mend::Number_In(set, list, tag);
+        const auto number = lib_mend::Number_In(set, record, path.tag);
         return number ? std::to_string(*number) : std::string();
     }
     const lib_mend::Character_Set characters(
@@ -143,11 +142,11 @@ std::string Layout::Parse(std::string_view text)
             return "has a brace without its other half";
         }
         const std::string name(text.substr(1, end - 1));
-        const auto tag = lib_mend::Parse_Tag(name);
-        if (!tag) {
-            return No_Attribute(name);
+        const auto path = lib_mend::Parse_Path(name);
+        if (!path) {
+            return Path_Fault(name);
         }
-        parts_.push_back({name, true, *tag});
+        parts_.push_back({name, true, *path});
         has_element = true;
         text.remove_prefix(end + 1);
     }
@@ -164,7 +163,7 @@ std::string Layout::Path_Of(const lib_mend::Data_Set& set) const
     };
     for (const Part& part : parts_) {
         if (part.is_element) {
-            name += Safe_Name(Value_Of(set, part.tag));
+            name += Safe_Name(Value_Of(set, part.path));
             continue;
         }
         for (const char c : part.text) {

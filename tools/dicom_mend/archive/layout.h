@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_ARCHIVE_LAYOUT_H
 #define TOOLS_DICOM_MEND_ARCHIVE_LAYOUT_H
 
-#include "mend/reading/data_set.h"
+#include "mend/interface/element_path.h"
 
 #include <string>
 #include <string_view>
@@ -31,7 +31,7 @@ private:
     struct Part {
         std::string text;
         bool is_element = false;
-        lib_mend::Tag tag = {};
+        lib_mend::Element_Path path = {};
     };
 
     std::vector<Part> parts_;

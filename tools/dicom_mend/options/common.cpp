@@ -3,7 +3,6 @@
 #include "command_faults.h"
 #include "definition_names.h"
 #include "mend/healing/character_terms.h"
-#include "mend/interface/element_path.h"
 
 namespace dicom_mend {
 
@@ -73,11 +72,6 @@ void Add_Looks(CLI::App& command, Looks& looks)
             "--no-pager", [&looks] { looks.pager = false; },
             "Do not show long output on a terminal by PAGER (less by default)")
         ->option_text(" ");
-}
-
-std::string Attribute_Fault(const std::string& name)
-{
-    return lib_mend::Parse_Tag(name) ? std::string() : No_Attribute(name);
 }
 
 }  // namespace dicom_mend

@@ -20,9 +20,6 @@ void Add_Module(CLI::App& command, std::string& module, const char* text);
 /** How text looks on a terminal. */
 void Add_Looks(CLI::App& command, Looks& looks);
 
-/** A tag or a keyword; else the reason why not. */
-std::string Attribute_Fault(const std::string& name);
-
 }  // namespace dicom_mend
 
 #endif

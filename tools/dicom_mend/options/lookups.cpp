@@ -31,7 +31,7 @@ std::shared_ptr<std::vector<std::string>> Add_Parts(CLI::App& command)
 
 Run_Command Set_Up_Dict(CLI::App& command)
 {
-    return [request = Add_Terms(command, "TAG|NAME")] {
+    return [request = Add_Terms(command, "TAG|PATH|NAME")] {
         return Run_Dict(*request);
     };
 }

@@ -71,9 +71,10 @@ Run_Command Set_Up_Check(CLI::App& command)
                "Verify against an IOD: its code, or auto for that of the SOP class");
     command
         .add_option("--explain", request->explain,
-                    "Tell what the IOD says of an attribute, and why it is reported or not")
-        ->check(Attribute_Fault)
-        ->option_text("TAG|KEYWORD");
+                    "Tell what the IOD says of an attribute, wherever it stands or where a path "
+                    "leads to, and why it is reported or not")
+        ->check(Path_Fault)
+        ->option_text("TAG|KEYWORD|PATH");
     Add_Healing(command, request->heal);
     command.add_flag("--summary", request->summary, "Count the findings of all files by kind");
     command.add_flag("--study", request->study,
