@@ -308,8 +308,10 @@ Exit_Status Run_Check(const Check_Request& request)
                          : "",
                stdout);
     Study_Comparison comparison(request);
+    Run_Options run = request.run;
+    run.prints = !request.explain.empty();
     const Exit_Status status = Go_Through(
-        request.run,
+        run,
         [&](const Work_Item& item, File_Record& record, bool is_last) {
             Check_File(item, request, is_last, record);
         },

@@ -79,7 +79,9 @@ Exit_Status Run_List(const List_Request& request)
         record.printed.Print();
         Report(record, request.run.verbosity, request.run.show_values);
     };
-    const Exit_Status status = Go_Through(request.run, work, tell);
+    Run_Options run = request.run;
+    run.prints = true;
+    const Exit_Status status = Go_Through(run, work, tell);
     const bool is_empty = is_array && *separator == '[';
     std::fputs(is_empty ? "[\n]\n" : is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
     return Finish_Output(status);

@@ -2,6 +2,7 @@
 
 #include "archive/processes.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <span>
@@ -135,25 +136,36 @@ void Plan::Count(const std::string& frame)
 
 bool Plan::Is_Over() const
 {
-    return Is_Known() && position_ == spool_.Size();
+    return Is_Known() && position_ == spool_.Size() && block_at_ == block_.size();
+}
+
+std::string_view Plan::Read(std::size_t size)
+{
+    constexpr std::size_t Together = std::size_t{1} << 16;
+    if (block_.size() - block_at_ < size) {
+        block_.erase(0, block_at_);
+        block_at_ = 0;
+        const std::size_t held = block_.size();
+        block_.resize(std::max(size, Together));
+        const std::size_t count =
+            spool_.Read(position_, {reinterpret_cast<unsigned char*>(block_.data()) + held,
+                                    block_.size() - held});
+        position_ += static_cast<std::int64_t>(count);
+        block_.resize(held + count);
+    }
+    if (block_.size() < size) {
+        throw Torn_Pack();
+    }
+    block_at_ += size;
+    return std::string_view(block_).substr(block_at_ - size, size);
 }
 
 bool Plan::Next(Walk_Entry& entry)
 {
-    while (position_ < spool_.Size()) {
-        std::array<char, Frame_Head> head;
-        const auto read = [&](char* to, std::size_t size) {
-            const std::size_t count =
-                spool_.Read(position_, {reinterpret_cast<unsigned char*>(to), size});
-            if (count != size) {
-                throw Torn_Pack();
-            }
-            position_ += static_cast<std::int64_t>(size);
-        };
-        read(head.data(), head.size());
-        std::string frame(Frame_Size(head.data()), '\0');
-        read(frame.data(), frame.size());
-        Unpacker bytes(frame);
+    while (position_ < spool_.Size() || block_at_ < block_.size()) {
+        // The spool has whole frames.
+        const std::size_t size = Frame_Size(Read(Frame_Head).data());
+        Unpacker bytes(Read(size));
         if (bytes.Number() != End_Frame) {
             entry.item = Unpack_Item(bytes);
             entry.trouble = bytes.Text();

@@ -57,6 +57,8 @@ public:
 
 private:
     void Take_Frames();
+    /** Bytes that were put into the spool, in their order; they hold until the next call. */
+    std::string_view Read(std::size_t size);
     void Count(const std::string& frame);
 
     int pipe_ = -1;
@@ -64,6 +66,9 @@ private:
     /** A frame that has not come whole. */
     std::string rest_;
     lib_mend::Spool spool_;
+    /** What was read of it, which ends at the position. */
+    std::string block_;
+    std::size_t block_at_ = 0;
     std::int64_t position_ = 0;
     std::uint64_t files_ = 0;
     std::int64_t bytes_ = 0;

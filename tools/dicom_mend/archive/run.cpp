@@ -95,11 +95,12 @@ void Run::Hand_Out()
     while (stopped_.empty()) {
         Slot* const slot = window_.First_Waiting();
         if (slot == nullptr || !workers_.Has_Room_For(slot->item)) {
-            return;
+            break;
         }
         window_.Begin(*slot);
         workers_.Give(slot->item);
     }
+    workers_.Hand_Over();
 }
 
 void Run::Wait(Plan& plan)
@@ -111,6 +112,10 @@ void Run::Wait(Plan& plan)
     }
     if (polled.empty()) {
         return;
+    }
+    if (workers_.Have_Plenty()) {
+        // To be woken up by each file takes longer than to look after many at a time.
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
     }
     constexpr int Milliseconds = 200;
     if (poll(polled.data(), polled.size(), line_.Is_On() ? Milliseconds : -1) > 0) {

@@ -28,6 +28,8 @@ struct Run_Options {
     bool force = false;
     Verbosity verbosity = Verbosity::Normal;
     bool show_values = false;
+    /** What is done with a file prints. */
+    bool prints = false;
     /** Name of the command. */
     std::string command;
     /** The options that a run has to go on with, in any form. */

@@ -25,11 +25,12 @@ public:
     Run(const Run_Options& options, const File_Work& work, const Run_Teller& tell,
         Comparison* comparison)
         : options_(options), tell_(tell),
-          workers_(options.jobs != 0 ? options.jobs
-                                     : std::max(1U, std::thread::hardware_concurrency()),
-                   [this, work](const Work_Item& item, File_Record& record) {
-                       Work(work, item, record);
-                   }),
+          workers_(
+              options.jobs != 0 ? options.jobs : std::max(1U, std::thread::hardware_concurrency()),
+              [this, work](const Work_Item& item, File_Record& record) {
+                  Work(work, item, record);
+              },
+              options.prints),
           placing_(options.to, options.Work_Folder(), options.walk.paths, options.force,
                    options.has_layout && options.walk.shards > 1),
           quarantine_(options.quarantine, options.walk.paths),

@@ -25,21 +25,8 @@ namespace {
 
 /** A file that is no larger may stand behind another one: it does not wait long, nor let others wait. */
 constexpr std::int64_t Small_File = std::int64_t{1} << 20;
-
-/** Like Write_All; a worker that has died is no reason to end. */
-bool Send_All(int socket, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t count = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        pollfd writable = {socket, POLLOUT, 0};
-        if (count >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        } else if (errno != EINTR && (errno != EAGAIN || poll(&writable, 1, -1) < 0)) {
-            return false;
-        }
-    }
-    return true;
-}
+/** So many may wait with a worker that does not print: they take as long as a process to be woken up. */
+constexpr std::size_t Most_Items = 32;
 
 void Do(const File_Work& work, const Work_Item& item, File_Record& record)
 {
@@ -61,7 +48,9 @@ void Do(const File_Work& work, const Work_Item& item, File_Record& record)
 
 }  // namespace
 
-Workers::Workers(std::size_t count, File_Work work) : work_(std::move(work)), workers_(count)
+Workers::Workers(std::size_t count, File_Work work, bool prints)
+    : work_(std::move(work)), prints_(prints), most_items_(prints ? Outputs : Most_Items),
+      workers_(count)
 {
 }
 
@@ -74,18 +63,17 @@ Workers::~Workers()
 
 Workers::Worker* Workers::With_Room_For(const Work_Item& item)
 {
-    const auto least =
-        std::min_element(workers_.begin(), workers_.end(), [](const Worker& a, const Worker& b) {
-            return a.items.size() < b.items.size();
-        });
-    if (least->items.empty()) {
-        return &*least;
-    }
-    const auto waits_for_little = [](const Worker& worker) {
-        return worker.items.size() < Most_Items && worker.items.front().size <= Small_File;
+    const auto has_room = [&](const Worker& worker) {
+        return worker.items.empty() ||
+               (item.size <= Small_File && worker.items.front().size <= Small_File &&
+                worker.items.size() < most_items_);
     };
-    const auto found = std::find_if(workers_.begin(), workers_.end(), waits_for_little);
-    return item.size <= Small_File && found != workers_.end() ? &*found : nullptr;
+    Worker* found = nullptr;
+    for (Worker& worker : workers_) {
+        const bool is_less = found == nullptr || worker.items.size() < found->items.size();
+        found = is_less && has_room(worker) ? &worker : found;
+    }
+    return found;
 }
 
 bool Workers::Are_Busy() const
@@ -101,15 +89,52 @@ void Workers::Give(const Work_Item& item)
         worker.since = Clock::now();
     }
     worker.items.push_back(item);
-    Packer packer;
-    Pack(item, packer);
     if (worker.process < 0) {
         Start_Over(worker);
-    } else if (!Send_All(worker.socket, Framed(packer.Bytes())) && worker.items.size() == 1) {
-        // It died while it had nothing to do. One that was at a file is found dead when that is taken.
-        End(worker);
-        Start_Over(worker);
+        return;
     }
+    Put_Unsent(worker, item);
+}
+
+void Workers::Put_Unsent(Worker& worker, const Work_Item& item)
+{
+    Packer packer;
+    Pack(item, packer);
+    worker.unsent += Framed(packer.Bytes());
+    ++worker.unsent_items;
+}
+
+bool Workers::Send(Worker& worker)
+{
+    while (!worker.unsent.empty()) {
+        const ssize_t count =
+            send(worker.socket, worker.unsent.data(), worker.unsent.size(), MSG_NOSIGNAL);
+        if (count >= 0) {
+            worker.unsent.erase(0, static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            // What does not fit is sent when there is room: the worker may wait for somebody to take what it has.
+            return errno == EAGAIN;
+        }
+    }
+    worker.unsent_items = 0;
+    return true;
+}
+
+void Workers::Hand_Over()
+{
+    for (Worker& worker : workers_) {
+        if (!Send(worker) && worker.unsent_items == worker.items.size()) {
+            // It died while it had nothing to do. One that was at a file is found dead when that is taken.
+            End(worker);
+            Start_Over(worker);
+        }
+    }
+}
+
+bool Workers::Have_Plenty() const
+{
+    return std::all_of(workers_.begin(), workers_.end(),
+                       [](const Worker& worker) { return worker.items.size() >= Most_Items / 2; });
 }
 
 void Workers::Start_Over(Worker& worker)
@@ -117,11 +142,10 @@ void Workers::Start_Over(Worker& worker)
     Start(worker);
     worker.since = Clock::now();
     for (const Work_Item& item : worker.items) {
-        Packer packer;
-        Pack(item, packer);
-        // Whether it died meanwhile shows when it is waited for.
-        Send_All(worker.socket, Framed(packer.Bytes()));
+        Put_Unsent(worker, item);
     }
+    // Whether it died meanwhile shows when it is waited for.
+    Send(worker);
 }
 
 void Workers::Start(Worker& worker)
@@ -132,10 +156,12 @@ void Workers::Start(Worker& worker)
     }
     worker.socket = ends[0];
     worker.received.clear();
+    worker.unsent.clear();
+    worker.unsent_items = 0;
     worker.served = 0;
     std::string folder;
     for (int& output : worker.outputs) {
-        output = lib_mend::Open_Nameless_File(folder);
+        output = prints_ ? lib_mend::Open_Nameless_File(folder) : -1;
     }
     worker.process = Start_Process([&] {
         for (const Worker& other : workers_) {
@@ -162,7 +188,9 @@ void Workers::Serve(Worker& worker) const
         if (!Read_All(worker.socket, message.data(), message.size())) {
             break;
         }
-        dup2(worker.Output(), STDOUT_FILENO);
+        if (prints_) {
+            dup2(worker.Output(), STDOUT_FILENO);
+        }
         ++worker.served;
         Unpacker bytes(message);
         File_Record record;
@@ -199,7 +227,8 @@ void Workers::Add_To(std::vector<pollfd>& polled) const
 {
     for (const Worker& worker : workers_) {
         if (!worker.items.empty()) {
-            polled.push_back({worker.socket, POLLIN, 0});
+            const int events = POLLIN | (worker.unsent.empty() ? 0 : POLLOUT);
+            polled.push_back({worker.socket, static_cast<short>(events), 0});
         }
     }
 }
@@ -230,7 +259,9 @@ bool Workers::Take_From(Worker& worker, std::vector<Done_File>& done)
         const std::size_t size = Frame_Size(bytes.data());
         Unpacker unpacker(bytes.substr(Frame_Head, size));
         Done_File file = {worker.items.front().index, Unpack_Record(unpacker)};
-        file.record.printed = Printed_By(worker);
+        if (prints_) {
+            file.record.printed = Printed_By(worker);
+        }
         done.push_back(std::move(file));
         worker.items.pop_front();
         worker.since = Clock::now();

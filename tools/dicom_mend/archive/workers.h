@@ -28,14 +28,18 @@ class Workers {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /** Processes are started when there is work for them. */
-    Workers(std::size_t count, File_Work work);
+    /**
+     * Processes are started when there is work for them.
+     *
+     * @param prints  the work prints
+     */
+    Workers(std::size_t count, File_Work work, bool prints);
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
     ~Workers();
 
     /**
-     * Tells whether a file can be given: a worker has nothing to do, or nothing but one small file, and this
+     * Tells whether a file can be given: a worker has nothing to do, or nothing but a few small files, and this
      * one is small as well. What waits with a worker spares it the time until it is given more.
      */
     bool Has_Room_For(const Work_Item& item)
@@ -45,7 +49,11 @@ public:
     bool Are_Busy() const;
     /** To be called when there is room. Throws std::runtime_error when the system refuses a process. */
     void Give(const Work_Item& item);
-    /** What becomes readable when a file is done. */
+    /** Sends what was given. */
+    void Hand_Over();
+    /** So much waits with each of them that nobody has to look after them for a moment. */
+    bool Have_Plenty() const;
+    /** What becomes ready when a file is done, or more can be sent. */
     void Add_To(std::vector<pollfd>& polled) const;
     /** The files that are done since the last call. */
     std::vector<Done_File> Take();
@@ -55,17 +63,20 @@ public:
     void Kill();
 
 private:
-    /** A worker has the file that it is at and the next one. */
-    static constexpr std::size_t Most_Items = 2;
+    /** What prints takes turns with so many outputs, each of which is emptied between. */
+    static constexpr std::size_t Outputs = 2;
 
     struct Worker {
         pid_t process = -1;
         int socket = -1;
-        /** What the process prints: the files that it is given take turns, and each output is emptied between. */
-        std::array<int, Most_Items> outputs = {-1, -1};
+        std::array<int, Outputs> outputs = {-1, -1};
         /** Files that the process is done with. */
         std::size_t served = 0;
         std::string received;
+        /** What the socket has not taken yet. */
+        std::string unsent;
+        /** How many of the last items are in there, be it in part. */
+        std::size_t unsent_items = 0;
         /** Given and not done, the one in work first. */
         std::deque<Work_Item> items;
         /** When the first one was begun. */
@@ -73,11 +84,14 @@ private:
 
         int Output() const
         {
-            return outputs[served % Most_Items];
+            return outputs[served % Outputs];
         }
     };
 
     Worker* With_Room_For(const Work_Item& item);
+    static void Put_Unsent(Worker& worker, const Work_Item& item);
+    /** False when the process has ended. */
+    static bool Send(Worker& worker);
     /** Starts a process, and hands it all that the one before it had not done. */
     void Start_Over(Worker& worker);
     void Start(Worker& worker);
@@ -89,6 +103,9 @@ private:
     Printed Printed_By(const Worker& worker);
 
     File_Work work_;
+    bool prints_;
+    /** A worker has the file that it is at and the next ones. */
+    std::size_t most_items_;
     std::vector<Worker> workers_;
     std::shared_ptr<Waiting_Room> waiting_room_;
     bool is_killed_ = false;
