@@ -318,6 +318,77 @@ def changed_and_missing_files_are_done_again():
         assert letter.read_bytes() == b"file,price\n"
 
 
+def what_could_not_be_done_is_known():
+    """What a state says of inputs that could not be read and of outputs that could not be put into their places."""
+    with Scratch() as scratch:
+        (scratch / "in").mkdir()
+        for number in range(3):
+            (scratch / "in" / f"{number}.dcm").write_bytes(made(f"1.2.{number}"))
+        (scratch / "out" / "in").mkdir(parents=True)
+        (scratch / "out" / "in" / "1.dcm").write_bytes(b"a letter")
+        arguments = ("mend", "--to", "out", "in", "away/none", "gone.dcm")
+        lines = ["gone.dcm: error: No such file or directory", "in/1.dcm: error: cannot be written to out/in/1.dcm: exists already; --force replaces it",
+                 "away/none: error: No such file or directory"]
+        for resumes in range(3):
+            done = run(*arguments, *(["--resume"] if resumes else []), cwd=scratch, status=2)
+            said = done.stderr.decode().splitlines()
+            assert sorted(line for line in said[:-1]) == ([] if resumes else sorted(lines)), said
+            assert said[-1].startswith("5 files") and said[-1].count("3 not whole") == 1 and "any more" not in said[-1], said
+            totals = json.loads(run("report", "--json", "out", cwd=scratch, status=2).stdout)
+            assert (totals["files"], totals["failed"]) == (5, 3), totals
+        # It is done when it can be, and what has another reason then is said again.
+        (scratch / "gone.dcm").write_bytes(made("1.2.9"))
+        (scratch / "away").mkdir()
+        (scratch / "away" / "none").write_bytes(made("1.2.8"))
+        (scratch / "out" / "in" / "1.dcm").unlink()
+        run(*arguments, "--resume", cwd=scratch, status=0)
+        assert json.loads(run("report", "--json", "out", cwd=scratch, status=0).stdout)["failed"] == 0
+
+
+def others_files_in_the_places_of_outputs_stay():
+    """Whatever stands there when a run goes on, unless it is what the run has put there."""
+    with Scratch() as scratch:
+        (scratch / "in").mkdir()
+        (scratch / "in" / "0.dcm").write_bytes(made("1.2.3"))
+        arguments = ("mend", "--to", scratch / "out", scratch / "in", "--resume")
+        run(*arguments)
+        output, state = scratch / "out" / "0.dcm", scratch / "out.state"
+        mended = output.read_bytes()
+        for another in (mended + b"\0", mended[:-1]):
+            for change in (False, True):
+                output.write_bytes(another)
+                if change:
+                    (scratch / "in" / "0.dcm").write_bytes(made("1.2.4"))
+                assert b"0.dcm: exists already; --force" in run(*arguments, status=2).stderr and output.read_bytes() == another
+                output.write_bytes(mended)
+                run(*arguments, status=0)
+                (scratch / "in" / "0.dcm").write_bytes(made("1.2.3"))
+                run(*arguments, status=0)
+                assert output.read_bytes() == mended
+        # What a machine that lost power has left is the run's own.
+        output.write_bytes(b"")
+        run(*arguments)
+        assert output.read_bytes() == mended
+        # Killed when the log knew the place already, and the output was not there yet.
+        (scratch / "in2").mkdir()
+        (scratch / "in2" / "0.dcm").write_bytes(made("1.2.3"))
+        for another in (mended[::-1], b"a letter", b"", None):
+            arguments = ("mend", "--to", scratch / "out2", scratch / "in2", "--resume")
+            run(*arguments)
+            records = list(state_records(scratch / "out2.state"))
+            placed = [kind for kind, _ in records].index("P")
+            staged = re.search(rb"\.dicom-mend/\d/[\w-]+", (scratch / "out2.state").read_bytes()).group().decode()
+            (scratch / "out2.state").write_bytes((scratch / "out2.state").read_bytes()[:state_end(scratch / "out2.state", placed + 1)])
+            (scratch / "out2" / staged).parent.mkdir(parents=True)
+            (scratch / "out2" / "0.dcm").rename(scratch / "out2" / staged)
+            if another is not None:
+                (scratch / "out2" / "0.dcm").write_bytes(another)
+            run(*arguments, status=0 if another is None else 2)
+            assert (scratch / "out2" / "0.dcm").read_bytes() == (mended if another is None else another), another
+            shutil.rmtree(scratch / "out2")
+            (scratch / "out2.state").unlink()
+
+
 def runs_go_on_from_other_folders():
     with Scratch() as scratch:
         make_archive(scratch / "in", 50)
@@ -608,8 +679,8 @@ def rooms_and_rights():
             done = run("mend", "--to", "in", "--force", *inputs, cwd=scratch, status=2)
             assert b"which is never overwritten" in done.stderr
         assert tree(scratch / "in") == before
-        done = run("mend", "--to", scratch / "other", scratch / "in", "--resume", status=2)
-        assert b"exists already" in done.stderr and (scratch / "other" / "zlarge").read_bytes() == b"mine"
+        run("mend", "--to", scratch / "other", scratch / "in", "--resume", status=2)
+        assert (scratch / "other" / "zlarge").read_bytes() == b"mine"
         # The outputs of a run may stand among its inputs.
         run("mend", "--to", scratch / "in" / "mended", scratch / "in", status=2)
         count = len(tree(scratch / "in" / "mended"))
@@ -646,6 +717,7 @@ def killed_runs():
 
 TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, inputs_are_never_written_over, inputs_of_one_name_stay_apart,
          what_is_mended_leaves_quarantine, changed_and_missing_files_are_done_again,
+         what_could_not_be_done_is_known, others_files_in_the_places_of_outputs_stay,
          interrupted_runs_end_in_order, a_worker_that_dies_costs_its_file, layouts_stay_below_their_folder,
          rooms_and_rights, standard_streams, killed_runs)
 

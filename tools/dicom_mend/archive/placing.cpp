@@ -125,6 +125,13 @@ bool Placing::Is_In_Place(const File_Record& record)
                                   S_ISREG(status.st_mode) && status.st_size == record.output_size);
 }
 
+bool Placing::Is_Own(const std::string& path, std::int64_t size)
+{
+    struct stat status = {};
+    return lstat(path.c_str(), &status) != 0 ||
+           (S_ISREG(status.st_mode) && (status.st_size == size || status.st_size == 0));
+}
+
 std::string Placing::Put(const std::string& staged, const std::string& path,
                          const std::string& input, bool is_own)
 {

@@ -59,6 +59,11 @@ public:
     Outcome Place(File_Record& record, const std::string& staged, bool is_own);
     /** The output of an earlier run stands in its place. */
     static bool Is_In_Place(const File_Record& record);
+    /**
+     * Tells whether nobody but a run has put there what stands there: nothing does, or an output of its size, or
+     * the empty file that a machine leaves when it loses power.
+     */
+    static bool Is_Own(const std::string& path, std::int64_t size);
 
 private:
     /** Workers that make files in one folder wait for each other. */

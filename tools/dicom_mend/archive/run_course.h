@@ -58,7 +58,7 @@ private:
     void Tell_Held();
     void Place(Slot& slot);
     void Say_Old_Output(Slot& slot, const std::string& old) const;
-    void Print(const File_Record& record);
+    void Print(const File_Record& record, bool is_known);
     bool Stop_Without_State();
     bool Keep_Apart(Slot& slot);
     void Add(const File_Record& record);

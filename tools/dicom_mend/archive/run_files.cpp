@@ -1,5 +1,6 @@
 #include "archive/file_sum.h"
 #include "archive/run_course.h"
+#include "mend/findings/report_text.h"
 
 #include <cerrno>
 #include <cstring>
@@ -14,6 +15,22 @@ bool Is_Full(const std::string& reason)
 {
     return reason.find(std::strerror(ENOSPC)) != reason.npos ||
            reason.find(std::strerror(EDQUOT)) != reason.npos;
+}
+
+/** What a run says of a file. */
+std::string Told_Of(const File_Record& record)
+{
+    std::string told = record.failure;
+    for (const lib_mend::Finding& finding : record.findings) {
+        told += '\n' + lib_mend::Finding_Line("", finding, true);
+    }
+    return told;
+}
+
+/** An earlier run has said just that. */
+bool Is_Told(const Slot& slot)
+{
+    return !slot.told.empty() && slot.told == Told_Of(slot.record);
 }
 
 /** @param output  where the output is, if there is one */
@@ -51,13 +68,11 @@ void Run::Take_Entry(Walk_Entry&& entry)
         slot.record.failure = std::move(entry.trouble);
         slot.record.status = Exit_Failure;
         slot.stage = Slot::Stage::Done;
-    } else {
-        if (!options_.to.empty()) {
-            slot.item.staged = placing_.Staged(session_, slot.item.index);
-        }
-        if (options_.resume) {
-            Look_Up(slot);
-        }
+    } else if (!options_.to.empty()) {
+        slot.item.staged = placing_.Staged(session_, slot.item.index);
+    }
+    if (options_.resume) {
+        Look_Up(slot);
     }
     window_.Push(std::move(slot));
 }
@@ -70,8 +85,15 @@ void Run::Look_Up(Slot& slot)
         return;
     }
     ++known_;
+    struct stat status = {};
+    const bool is_staged = logged->record.has_output &&
+                           lstat(logged->staged.c_str(), &status) == 0 &&
+                           status.st_size == logged->record.output_size;
     slot.own = logged->own;
-    if (logged->is_old) {
+    // Where the output still waits, what stands in its place is what it was to replace.
+    slot.own_size = logged->is_placed && is_staged ? logged->replaced_size : logged->own_size;
+    if (logged->is_again || slot.stage == Slot::Stage::Done) {
+        slot.told = logged->is_again && logged->is_said ? Told_Of(logged->record) : std::string();
         return;
     }
     slot.is_said = logged->is_said;
@@ -79,10 +101,6 @@ void Run::Look_Up(Slot& slot)
         ++changed_;
         return;
     }
-    struct stat status = {};
-    const bool is_staged = logged->record.has_output &&
-                           lstat(logged->staged.c_str(), &status) == 0 &&
-                           status.st_size == logged->record.output_size;
     if (logged->is_placed && !is_staged && placing_.Is_In_Place(logged->record)) {
         slot.is_finished = true;
     } else if (logged->record.has_output && !is_staged) {
@@ -125,7 +143,7 @@ void Run::Take_Done(Done_File&& file)
 void Run::Say_Old_Output(Slot& slot, const std::string& old) const
 {
     struct stat status = {};
-    if (old.empty() || lstat(old.c_str(), &status) != 0) {
+    if (old.empty() || lstat(old.c_str(), &status) != 0 || !Placing::Is_Own(old, slot.own_size)) {
         return;
     }
     // A layout makes names of values, which may tell who somebody is.
@@ -150,7 +168,9 @@ void Run::Place(Slot& slot)
             Say_Old_Output(slot, own);
         }
         // The log says first where the file will be, so that it is found there whenever the run is killed.
-        state_.Put_Placed(record);
+        const bool is_own = record.output == own && slot.own_size != Logged_File::Nothing &&
+                            Placing::Is_Own(own, slot.own_size);
+        state_.Put_Placed(record, is_own ? slot.own_size : Logged_File::Nothing);
         if (Stop_Without_State()) {
             Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
                         "is not put into its place, for the state of the run cannot be written");
@@ -159,12 +179,11 @@ void Run::Place(Slot& slot)
             return;
         }
         const std::string output = record.output;
-        outcome = placing_.Place(record, slot.staged, output == own);
-        if (outcome == Placing::Outcome::Failed && output == own) {
-            state_.Put_Old(record, own);
-        } else if (outcome == Placing::Outcome::Failed) {
-            state_.Put_Gone(record, output);
-        } else if (outcome == Placing::Outcome::Taken && output == own) {
+        outcome = placing_.Place(record, slot.staged, is_own);
+        if (outcome == Placing::Outcome::Failed) {
+            const bool was_own = output == own;
+            state_.Put_Again(record, was_own ? own : "", slot.own_size, was_own ? "" : output);
+        } else if (outcome == Placing::Outcome::Taken && is_own) {
             Say_Old_Output(slot, own);
         }
         own.clear();
@@ -226,7 +245,7 @@ void Run::Tell(Slot& slot)
             Keep_Apart(slot);
         }
         if (!slot.is_said) {
-            Print(record);
+            Print(record, false);
         }
         Add(record);
         return;
@@ -239,18 +258,28 @@ void Run::Tell(Slot& slot)
         is_kept = (record.status == before || Keep_Apart(slot)) && is_kept;
         if (!is_kept) {
             // It is done again when the run goes on.
-            state_.Put_Old(record, record.output.empty() ? slot.own : record.output);
+            const bool is_new = !record.output.empty();
+            state_.Put_Again(record, is_new ? record.output : slot.own,
+                             is_new ? record.output_size : slot.own_size, "");
         }
+    } else {
+        state_.Put_Again(record, slot.own, slot.own_size, "");
     }
-    Print(record);
+    Print(record, Is_Told(slot));
     Add(record);
 }
 
-/** Prints what there is to say of a file, and notes that it is out: whatever was not is said again. */
-void Run::Print(const File_Record& record)
+/**
+ * Prints what there is to say of a file, and notes that it is out: whatever was not is said again.
+ *
+ * @param is_known  an earlier run has said just that
+ */
+void Run::Print(const File_Record& record, bool is_known)
 {
-    line_.Clear();
-    tell_(record);
+    if (!is_known) {
+        line_.Clear();
+        tell_(record);
+    }
     if (state_.Is_Open() && (!record.findings.empty() || !record.failure.empty())) {
         std::fflush(stdout);
         state_.Put_Said(record);
@@ -263,7 +292,8 @@ void Run::Tell_Ready(bool all)
     while (!window_.Is_Empty() && (all || window_.Front().stage == Slot::Stage::Done)) {
         Slot& slot = window_.Front();
         if (slot.stage == Slot::Stage::Done && held_) {
-            held_->Hold(slot.record, slot.is_finished, slot.is_said, slot.is_final);
+            const bool is_said = slot.is_final ? slot.is_said : Is_Told(slot);
+            held_->Hold(slot.record, slot.is_finished, is_said, slot.is_final);
         } else if (slot.stage == Slot::Stage::Done) {
             Tell(slot);
         }
@@ -280,6 +310,7 @@ void Run::Tell_Held()
         slot.is_finished = held.is_finished;
         slot.is_said = held.is_said;
         slot.is_final = held.is_final;
+        slot.told = held.is_said && !held.is_final ? Told_Of(slot.record) : std::string();
         if (held.is_finished && held.is_other) {
             if (held.is_said && !held.news.empty()) {
                 // Of the rest an earlier run has told.

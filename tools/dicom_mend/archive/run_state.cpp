@@ -30,8 +30,7 @@ enum Kind : char {
     Folder_Kind = 'F',
     Done_Kind = 'D',
     Placed_Kind = 'P',
-    Gone_Kind = 'G',
-    Old_Kind = 'O',
+    Again_Kind = 'A',
     Said_Kind = 'S',
     End_Kind = 'E'
 };
@@ -64,6 +63,13 @@ bool Pread_All(int descriptor, char* to, std::size_t size, std::int64_t offset)
         offset += count;
     }
     return true;
+}
+
+/** Where the output of a file stands, and its size: records of both kinds that have it begin so. */
+std::pair<std::string, std::int64_t> Unpack_Own(Unpacker& bytes)
+{
+    std::string own = bytes.Text();
+    return {std::move(own), bytes.Signed()};
 }
 
 }  // namespace
@@ -195,16 +201,16 @@ void Run_State::Learn()
                 terms_ = *bytes;
             } else if (kind == Folder_Kind) {
                 folder_ = *bytes;
-            } else if (kind == Gone_Kind) {
-                places_.erase(lib_mend::FNV_1a(unpacker.Text()));
+            } else if (kind == Again_Kind) {
+                places_[lib_mend::FNV_1a(unpacker.Text())] = {at, at, false, true};
+                Unpack_Own(unpacker);
                 outputs_.erase(std::hash<std::string>()(unpacker.Text()));
-            } else if (kind == Old_Kind) {
-                places_[lib_mend::FNV_1a(unpacker.Text())] = {-1, at, false};
             } else {
                 Places& places = places_[lib_mend::FNV_1a(unpacker.Text())];
                 places.placed = kind == Placed_Kind ? at : places.placed;
                 places.done = kind == Done_Kind ? at : places.done;
                 places.is_said = places.is_said && kind != Done_Kind;
+                places.is_again = places.is_again && kind != Done_Kind;
                 outputs_.insert(kind == Placed_Kind ? std::hash<std::string>()(unpacker.Text())
                                                     : 0);
             }
@@ -221,12 +227,21 @@ Logged_File Run_State::File_At(const Places& places) const
     Logged_File file;
     char kind = 0;
     std::int64_t next = 0;
-    file.is_old = places.done < 0;
-    if (file.is_old) {
-        const std::optional<std::string> old = Record_At(places.placed, kind, next);
-        Unpacker unpacker(old ? *old : std::string_view());
-        file.record.relative = unpacker.Text();
-        file.own = Whole(unpacker.Text());
+    file.is_said = places.is_said;
+    file.is_again = places.is_again;
+    const std::optional<std::string> placed =
+        places.placed < 0 ? std::string() : Record_At(places.placed, kind, next);
+    Unpacker rest(placed ? *placed : std::string_view());
+    if (places.placed >= 0) {
+        rest.Text();
+        const auto [own, size] = Unpack_Own(rest);
+        file.own = Whole(own);
+        file.own_size = size;
+    }
+    if (file.is_again) {
+        rest.Text();
+        file.record = Unpack_Record(rest);
+        file.record.output = file.record.has_output ? file.own : std::string();
         return file;
     }
     const std::optional<std::string> done = Record_At(places.done, kind, next);
@@ -234,18 +249,11 @@ Logged_File Run_State::File_At(const Places& places) const
     unpacker.Text();
     file.staged = Whole(unpacker.Text());
     file.record = Unpack_Record(unpacker);
-    if (places.placed < 0) {
-        return file;
-    }
-    const std::optional<std::string> placed = Record_At(places.placed, kind, next);
-    Unpacker rest(placed ? *placed : std::string_view());
-    rest.Text();
-    file.own = Whole(rest.Text());
     file.is_placed = places.placed > places.done;
-    file.is_said = places.is_said;
     if (!file.is_placed) {
         return file;
     }
+    file.replaced_size = rest.Signed();
     file.record.output = file.own;
     file.record.has_output = !file.own.empty();
     file.record.status = static_cast<Exit_Status>(rest.Number());
@@ -287,23 +295,17 @@ void Run_State::Put_Done(const File_Record& record, const std::string& staged)
     Put(Done_Kind, packer.Bytes());
 }
 
-void Run_State::Put_Gone(const File_Record& record, const std::string& output)
+void Run_State::Put_Again(const File_Record& record, const std::string& own, std::int64_t own_size,
+                          const std::string& gone)
 {
     if (Is_Open()) {
         Packer packer;
         packer.Put(record.relative);
-        packer.Put(Below(output));
-        Put(Gone_Kind, packer.Bytes());
-    }
-}
-
-void Run_State::Put_Old(const File_Record& record, const std::string& output)
-{
-    if (Is_Open()) {
-        Packer packer;
-        packer.Put(record.relative);
-        packer.Put(Below(output));
-        Put(Old_Kind, packer.Bytes());
+        packer.Put(Below(own));
+        packer.Put(own_size);
+        packer.Put(Below(gone));
+        Pack(record, packer);
+        Put(Again_Kind, packer.Bytes());
     }
 }
 
@@ -330,7 +332,7 @@ std::string Run_State::Session() const
     return std::to_string(end_);
 }
 
-void Run_State::Put_Placed(const File_Record& record)
+void Run_State::Put_Placed(const File_Record& record, std::int64_t replaced_size)
 {
     if (!Is_Open()) {
         return;
@@ -343,6 +345,8 @@ void Run_State::Put_Placed(const File_Record& record)
     Packer packer;
     packer.Put(record.relative);
     packer.Put(Below(record.output));
+    packer.Put(record.output_size);
+    packer.Put(replaced_size);
     packer.Put(std::uint64_t{static_cast<unsigned int>(record.status)});
     packer.Put(findings.Bytes());
     Put(Placed_Kind, packer.Bytes());
@@ -368,10 +372,11 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
             break;
         }
         Unpacker unpacker(*bytes);
-        const std::string name = kind == Done_Kind ? unpacker.Text() : std::string();
+        const bool is_of_file = kind == Done_Kind || kind == Again_Kind;
+        const std::string name = is_of_file ? unpacker.Text() : std::string();
         const auto entry = state.places_.find(lib_mend::FNV_1a(name));
         // Of a file that was done again, the last record counts.
-        if (kind == Done_Kind && entry != state.places_.end() && entry->second.done == at) {
+        if (is_of_file && entry != state.places_.end() && entry->second.done == at) {
             files.emplace(name, &entry->second);
         }
     }

@@ -22,17 +22,23 @@ inline constexpr char State_Ending[] = ".state";
 
 /** What the log says of a file. */
 struct Logged_File {
+    static constexpr std::int64_t Nothing = -1;
+
     File_Record record;
     /** Where the worker left its output. */
     std::string staged;
     /** Where its output, or that of an earlier mending, was put; empty for nowhere. */
     std::string own;
+    /** Size of what was put there. */
+    std::int64_t own_size = Nothing;
+    /** Size of what that was to replace, an earlier output of the same file; Nothing when there was none. */
+    std::int64_t replaced_size = Nothing;
     /** Its output stands where the record says. */
     bool is_placed = false;
     /** What was found in it has been printed. */
     bool is_said = false;
-    /** Nothing but `own` is known: it has to be done again. */
-    bool is_old = false;
+    /** The record says why it has to be done again. */
+    bool is_again = false;
 };
 
 class Run_State {
@@ -68,12 +74,20 @@ public:
     std::optional<Logged_File> Find(const std::string& relative) const;
     /** A file is done: its output waits at the staged place. */
     void Put_Done(const File_Record& record, const std::string& staged);
-    /** The output of a file is in its place; what was found when it was placed goes with it. */
-    void Put_Placed(const File_Record& record);
-    /** What was put of a file does not hold any more. @param output  where it was to stand */
-    void Put_Gone(const File_Record& record, const std::string& output);
-    /** A file has to be done again; its output, or that of an earlier mending, stands there. */
-    void Put_Old(const File_Record& record, const std::string& output);
+    /**
+     * The output of a file is in its place; what was found when it was placed goes with it.
+     *
+     * @param replaced_size  of an earlier output that stands there until then; Nothing when none does
+     */
+    void Put_Placed(const File_Record& record, std::int64_t replaced_size = Logged_File::Nothing);
+    /**
+     * A file has to be done again, for the reason that the record gives.
+     *
+     * @param own   where its output, or that of an earlier mending, stands; empty for nowhere
+     * @param gone  where its output was to stand and does not; empty for nowhere
+     */
+    void Put_Again(const File_Record& record, const std::string& own, std::int64_t own_size,
+                   const std::string& gone);
     /** What was found in a file has been printed. */
     void Put_Said(const File_Record& record);
     /** The run is at its end. */
@@ -115,6 +129,8 @@ private:
         /** Behind that, or of an earlier mending. */
         std::int64_t placed = -1;
         bool is_said = false;
+        /** What stands at `done` says why the file has to be done again. */
+        bool is_again = false;
     };
 
     void Put(char kind, std::string_view bytes);

@@ -21,6 +21,9 @@ struct Slot {
     std::string staged;
     /** Where an earlier mending of the file left its output. */
     std::string own;
+    std::int64_t own_size = 0;
+    /** What an earlier run has said of it, which had to be done again. */
+    std::string told;
     /** An earlier run has told of it, and its output is in its place. */
     bool is_finished = false;
     /** An earlier run has printed what it found. */
