@@ -17,7 +17,7 @@ for row in pathlib.Path(PAGE).read_text("utf-8").splitlines():
     for code in re.findall(r"`([^`]*)`", re.split(r"(?<!\\)\|", row)[1]) if row.startswith("| `") else ():
         code = code.replace("\\|", "|")
         if is_condition:
-            lines.append(f"(0018,0015) 1C CS if {code}")
+            lines.append(f"{'(6000,0010) 1C US' if '60xx' in code else '(0018,0015) 1C CS'} if {code}")
         elif re.match(r"[123]C? [A-Z]{2} ", code):
             lines.append(f"(0018,0015) {code}")
         elif code.startswith("include "):

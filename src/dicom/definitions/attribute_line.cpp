@@ -95,7 +95,7 @@ void Read_Clauses(Line_Cursor& cursor, Rule_Arena& arena, unsigned short vr, Att
             Clause_Reader(cursor, arena)
                 .Read(line.mark != 0 ? "a clause (if, in, like or items) or the end of the line"
                                      : "a mark (!, =, + or x) or a clause (if, in, like or items)",
-                      vr);
+                      vr, line.group);
     }
 }
 

@@ -67,8 +67,9 @@ std::span<const unsigned short> VRs_Of(unsigned int tag)
 
 }  // namespace
 
-Clauses Clause_Reader::Read(const char* expected, unsigned short vr)
+Clauses Clause_Reader::Read(const char* expected, unsigned short vr, unsigned short group)
 {
+    group_ = group;
     Clauses clauses;
     std::vector<DICOM_Value_Set> sets;
     std::vector<DICOM_Item_Count> counts;
@@ -330,13 +331,27 @@ unsigned int Clause_Reader::Read_Tag()
     const std::string_view tag = cursor_.Tag();
     std::optional<unsigned short> group = Hex_Number(tag.substr(1, 4));
     for (const auto& [word, number] : Repeating_Groups) {
-        group = tag.substr(1, 4) == word ? number : group;
+        if (tag.substr(1, 4) == word) {
+            Check_Repeating(number, word, column);
+            group = number;
+        }
     }
     const std::optional<unsigned short> element = Hex_Number(tag.substr(6, 4));
     if (!group || !element) {
         cursor_.Expected(This_Unit, "the tag (gggg,eeee) of an attribute", column);
     }
     return static_cast<unsigned int>(*group) << 16U | *element;
+}
+
+void Clause_Reader::Check_Repeating(unsigned short number, std::string_view word,
+                                    std::size_t column) const
+{
+    if ((group_ & 0xFF00U) != (number & 0xFF00U)) {
+        throw Definition_Fault{
+            This_Unit, column,
+            std::string(word) + " stands for the repeating group of the attribute of the line, " +
+                (group_ == 0 ? "and this line has none" : "whose group does not repeat so")};
+    }
 }
 
 bool Clause_Reader::Read_State(DICOM_Step& step)
@@ -395,6 +410,10 @@ const char* Clause_Reader::Read_Compared(const char* what, std::span<const unsig
     cursor_.At_End();
     const std::size_t column = cursor_.Column();
     const std::string text = cursor_.Quoted(what);
+    if (text.empty()) {
+        throw Definition_Fault{This_Unit, column,
+                               "an empty text is no value; \"valued\" asks whether there is one"};
+    }
     std::optional<Value_Fault> fault;
     for (const unsigned short vr : vrs) {
         try {

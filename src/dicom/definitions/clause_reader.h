@@ -21,8 +21,9 @@ public:
      *
      * @param expected  what may stand at its beginning
      * @param vr        of the attribute, which its values have to fit
+     * @param group     of the attribute
      */
-    Clauses Read(const char* expected, unsigned short vr);
+    Clauses Read(const char* expected, unsigned short vr, unsigned short group);
     /** Reads the condition that begins at the cursor. */
     DICOM_Condition Read_Condition();
 
@@ -40,6 +41,8 @@ private:
     void Read_Comparison(DICOM_Step& step);
     void Read_Operand(DICOM_Step& step);
     unsigned int Read_Tag();
+    /** @param number  of a group that repeats, and the word for it */
+    void Check_Repeating(unsigned short number, std::string_view word, std::size_t column) const;
     bool Read_State(DICOM_Step& step);
     bool Read_Relation(DICOM_Step::Relation& relation);
     long long Read_Number(const char* what);
@@ -53,6 +56,8 @@ private:
     /** The steps of the condition in hand. */
     std::vector<DICOM_Step> steps_;
     int depth_ = 0;
+    /** Of the attribute that the line is about; 0 where it is about none. */
+    unsigned short group_ = 0;
 };
 
 }  // namespace lib_dicom

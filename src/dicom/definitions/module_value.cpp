@@ -1,6 +1,7 @@
 #include "definitions/module_value.h"
 
 #include "definitions/definition_text.h"
+#include "definitions/text_form.h"
 #include "frame/c_memory.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
@@ -163,6 +164,11 @@ void Check_Text(const VR_Rule& rule, std::string_view text)
     if (rule.set != nullptr && text.find_first_not_of(rule.set) != text.npos) {
         Refuse(This_Unit, rule.vr, text, std::string("made of the characters ") + Shown(rule.set));
     }
+    const std::string_view value = Strip(text);
+    const char* const expected = value.empty() ? nullptr : Missed_Form(rule.vr, value);
+    if (expected != nullptr) {
+        Refuse(This_Unit, rule.vr, text, expected);
+    }
 }
 
 std::string Unpadded_Bytes(const VR_Rule& rule, std::string_view text)
@@ -214,7 +220,7 @@ void lib_dicom::Check_Compared(unsigned short vr, std::string_view text)
 {
     const VR_Rule* const rule = Find_Any_VR_Rule(vr);
     const Number_Form* const form = Number_Form_Of(vr);
-    if (rule == nullptr || text.empty()) {
+    if (rule == nullptr) {
         return;
     }
     if (form == nullptr && (rule->kind == VR_Kind::Binary || rule->kind == VR_Kind::Opaque)) {
@@ -237,9 +243,6 @@ void lib_dicom::Check_Compared(unsigned short vr, std::string_view text)
         form->append(unused, vr, text);
     } else {
         Check_Text(*rule, text);
-        if (Is_Number_VR(vr)) {
-            Append_Number<double>(unused, vr, text);
-        }
     }
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <set>
+#include <sstream>
 
 namespace {
 
@@ -65,6 +66,14 @@ TEST(Definition_Grammar, ValuesTakeTheFormOfTheirVR)
         EXPECT_EQ(DICOM_Module_Read_Value(nullptr, list.head, row.Text(1)), 1);
         EXPECT_EQ(Value_Of(*list.head), row[2]);
         EXPECT_EQ(list.head->byte_order, DICOM_Order_Explicit_VR);
+    });
+    For_Each_Case(Definition_Grammar_Page, "refused", 2, [&](const Case_Row& row) {
+        const Message_Log log;
+        list.head->vr = row.VR(0);
+        std::istringstream values(row[1]);
+        for (std::string value; values >> value;) {
+            EXPECT_EQ(DICOM_Module_Read_Value(nullptr, list.head, value.c_str()), 0) << value;
+        }
     });
     list.head->vr = VR_IS;
     Set_Value(*list.head, "12");

@@ -68,12 +68,13 @@ TEST(Verifying, ConditionsHaveThreeValuesAndTellWhy)
     constexpr const char* Truths[] = {"false", "unknown", "true"};
     For_Each_Case(Page, "conditions", 5, [&](const Case_Row& row) {
         // The item in hand is the first one of (0040,0275), of the second frame where there is one.
-        Case_Object object("(0040,0275) 3 SQ\n>(0010,0020) 1C LO if " + row[0] +
-                               "\n(6002,0010) 1C US if " + row[0] + "\n",
-                           row[1]);
-        ASSERT_NE(object.module, nullptr) << Case_Object::Lines(object.findings);
         const bool repeats = row[0].find("60xx") != std::string::npos;
-        const DICOM_List* const node = repeats ? object.module->next : Item_Of(*object.module, 0);
+        Case_Object object(
+            (repeats ? "(6002,0010) 1C US if " : "(0040,0275) 3 SQ\n>(0010,0020) 1C LO if ") +
+                row[0] + "\n",
+            row[1]);
+        ASSERT_NE(object.module, nullptr) << Case_Object::Lines(object.findings);
+        const DICOM_List* const node = repeats ? object.module : Item_Of(*object.module, 0);
         const DICOM_Rule* rule = nullptr;
         ASSERT_EQ(DICOM_Module_Rules(node, &rule), 1);
         Object view(object.set);
