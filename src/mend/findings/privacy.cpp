@@ -140,4 +140,26 @@ bool Is_Harmless(Tag tag, unsigned short vr, std::string_view value)
     }
 }
 
+bool Is_About_Person(Tag sequence)
+{
+    // Person Identification Code Sequence stands in groups of all kinds.
+    constexpr Tag Person_Codes = {0x0040, 0x1101};
+    return Has_Persons(sequence.group) || sequence == Person_Codes;
+}
+
+bool Is_Harmless_Match(Tag tag, std::string_view text)
+{
+    constexpr Tag Code_Value = {0x0008, 0x0100};
+    const std::optional<Attribute> attribute = Find_Attribute(tag);
+    const unsigned short vr = attribute && !attribute->vrs.empty() ? attribute->vrs.front()
+                                                                   : static_cast<unsigned short>(0);
+    return Is_Harmless(tag, vr, text) ||
+           (!Has_Persons(tag.group) && (vr == VR_CS || vr == VR_AT || tag == Code_Value));
+}
+
+bool Is_Harmless_Choice(Tag tag, std::string_view text)
+{
+    return Is_Harmless_Match(tag, text) || Is_Term(tag, text);
+}
+
 }  // namespace lib_mend

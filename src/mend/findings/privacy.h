@@ -18,6 +18,18 @@ namespace lib_mend {
  */
 bool Is_Harmless(Tag tag, unsigned short vr, std::string_view value);
 
+/** Tells whether the codes in items of a sequence may stand for a person, or say something of one. */
+bool Is_About_Person(Tag sequence);
+
+/**
+ * Tells whether a report may say that an attribute has the value that a rule compares it with: one that
+ * is harmless, and outside the groups on patients any code of VR CS or tag, since a rule knows it.
+ */
+bool Is_Harmless_Match(Tag tag, std::string_view text);
+
+/** The same for a text that it does not have, such as each of those that are allowed. */
+bool Is_Harmless_Choice(Tag tag, std::string_view text);
+
 }  // namespace lib_mend
 
 #endif

@@ -1,6 +1,7 @@
 #include "mend/verify/condition.h"
 
 #include "mend/findings/attributes.h"
+#include "mend/findings/privacy.h"
 #include "mend/verify/value_view.h"
 #include "mend/verify/verify.h"
 
@@ -101,6 +102,36 @@ std::string Spoken(const std::vector<std::string>& texts)
     return spoken + (texts.size() > Most ? " and more" : "");
 }
 
+constexpr char Not_Quoted[] = "what the rule names";
+
+/** Tells whether one of the sequences around an attribute says something of a person. */
+bool Is_In_Person(const Path& way)
+{
+    return std::any_of(way.begin(), way.end(),
+                       [](const Path_Step& step) { return Is_About_Person(step.sequence); });
+}
+
+/** "A", "A or B", "A, B or C"; of many the first ones. */
+std::string Joined(const char* const* texts, int count)
+{
+    constexpr int Most = 12;
+    std::string joined;
+    for (int i = 0; i < std::min(count, Most); ++i) {
+        const bool is_last = i == count - 1;
+        joined += (i == 0 ? "" : is_last ? " or " : ", ") + std::string(texts[i]);
+    }
+    return joined + (count > Most ? ", ..." : "");
+}
+
+/** The attribute that a step compares. */
+Tag Operand_Of(const DICOM_Step& step, unsigned short group)
+{
+    const unsigned int last = step.tags[step.tag_count - 1];
+    const auto named = static_cast<unsigned short>(last >> 16U);
+    return {named == 0x60FF || named == 0x50FF ? group : named,
+            static_cast<unsigned short>(last & 0xFFFFU)};
+}
+
 bool Names_Private(const Value_View& value)
 {
     for (int i = 0; i < value.Count(); ++i) {
@@ -121,15 +152,14 @@ std::string Spoken_Name(Tag tag)
     return attribute ? attribute->name : "(" + Tag_Text(tag) + ")";
 }
 
-std::string Joined(const char* const* texts, int count)
+std::string Spoken_Choices(Tag tag, const Path& way, const char* const* texts, int count)
 {
-    constexpr int Most = 12;
-    std::string joined;
-    for (int i = 0; i < std::min(count, Most); ++i) {
-        const bool is_last = i == count - 1;
-        joined += (i == 0 ? "" : is_last ? " or " : ", ") + std::string(texts[i]);
-    }
-    return joined + (count > Most ? ", ..." : "");
+    // That it is not the only one may tell as much as that it is.
+    const bool is_harmless =
+        !Is_In_Person(way) && std::all_of(texts, texts + count, [=](const char* text) {
+            return count == 1 ? Is_Harmless_Match(tag, text) : Is_Harmless_Choice(tag, text);
+        });
+    return is_harmless ? Joined(texts, count) : Not_Quoted;
 }
 
 Verdict Conditions::Evaluate(const DICOM_Condition& condition, unsigned short group)
@@ -305,14 +335,10 @@ std::string Conditions::Describe(const DICOM_Step& step, Truth truth, unsigned s
         const char* const name = DICOM_UID_Name(object_.SOP_Class().c_str());
         return "the SOP class is " + (name != nullptr ? std::string(name) : "another");
     }
-    const unsigned int last = step.tags[step.tag_count - 1];
-    const auto named = static_cast<unsigned short>(last >> 16U);
-    const Tag tag = {named == 0x60FF || named == 0x50FF ? group : named,
-                     static_cast<unsigned short>(last & 0xFFFFU)};
     const std::string name =
         (step.value_number != 0 ? "value " + std::to_string(step.value_number) + " of "
                                 : std::string()) +
-        Spoken_Name(tag) + (step.up != 0 ? " of the item around" : "");
+        Spoken_Name(Operand_Of(step, group)) + (step.up != 0 ? " of the item around" : "");
     switch (step.kind) {
     case DICOM_Step::Present:
         return name + is + "there";
@@ -325,10 +351,47 @@ std::string Conditions::Describe(const DICOM_Step& step, Truth truth, unsigned s
                std::to_string(step.number) +
                (step.number == 1 ? " value or item" : " values or items");
     case DICOM_Step::Number:
-        return name + is + Relation_Text(step.relation) + std::to_string(step.number);
+        return name + is +
+               (May_Be_Quoted(step, group)
+                    ? Relation_Text(step.relation) + std::to_string(step.number)
+                    : Not_Quoted);
     default:
         return Describe_Comparison(step, name, group);
     }
+}
+
+Path Conditions::Way_Of(const DICOM_Step& step) const
+{
+    Path way = step.origin == DICOM_Step::Here ? object_.Way() : Path();
+    for (int i = 0; i + 1 < step.tag_count; ++i) {
+        way.push_back({{static_cast<unsigned short>(step.tags[i] >> 16U),
+                        static_cast<unsigned short>(step.tags[i] & 0xFFFFU)}});
+    }
+    return way;
+}
+
+bool Conditions::May_Be_Quoted(const DICOM_Step& step, unsigned short group) const
+{
+    if (step.kind != DICOM_Step::Number && step.kind != DICOM_Step::Text) {
+        return true;
+    }
+    const Tag tag = Operand_Of(step, group);
+    const bool is_harmless =
+        step.kind == DICOM_Step::Number
+            ? Is_Harmless_Match(tag, std::to_string(step.number))
+            : std::all_of(step.texts, step.texts + step.text_count,
+                          [=](const char* text) { return Is_Harmless_Match(tag, text); });
+    return is_harmless && !Is_In_Person(Way_Of(step));
+}
+
+std::string Conditions::Words(const DICOM_Condition& condition, unsigned short group) const
+{
+    const bool may_be_quoted =
+        std::all_of(condition.steps, condition.steps + condition.step_count,
+                    [&](const DICOM_Step& step) { return May_Be_Quoted(step, group); });
+    return may_be_quoted
+               ? std::string(condition.text, static_cast<std::size_t>(condition.text_size))
+               : "what its line says of values that may identify a person";
 }
 
 std::string Conditions::Describe_Comparison(const DICOM_Step& step, const std::string& name,
@@ -340,8 +403,12 @@ std::string Conditions::Describe_Comparison(const DICOM_Step& step, const std::s
         return known->second;
     }
     const std::string matched = Matched(step, group);
-    std::string text = name + (matched.empty() ? " is not " + Joined(step.texts, step.text_count)
-                                               : " is " + matched);
+    const Tag tag = Operand_Of(step, group);
+    const Path way = Way_Of(step);
+    const bool is_harmless = Is_Harmless_Match(tag, matched) && !Is_In_Person(way);
+    std::string text =
+        name + (matched.empty() ? " is not " + Spoken_Choices(tag, way, step.texts, step.text_count)
+                                : " is " + (is_harmless ? matched : Not_Quoted));
     if (is_same) {
         described_.emplace(&step, text);
     }

@@ -36,12 +36,14 @@ public:
     Verdict Evaluate(const DICOM_Condition& condition, unsigned short group);
     /**
      * Why a condition comes to what it does: "Photometric Interpretation is PALETTE COLOR". Quotes
-     * what the definition names, no value of the data set.
+     * what the definition names where that identifies nobody, and no other value of the data set.
      *
      * @param other  a second condition that is to tell why too, null for none; what both say is said once
      */
     std::string Reason(const DICOM_Condition& condition, unsigned short group,
                        const DICOM_Condition* other = nullptr);
+    /** A condition as its line writes it, or that it is one on what may identify a person. */
+    std::string Words(const DICOM_Condition& condition, unsigned short group) const;
 
 private:
     std::vector<std::string> Reasons(const DICOM_Condition& condition, unsigned short group);
@@ -51,6 +53,9 @@ private:
     std::string Describe(const DICOM_Step& step, Truth truth, unsigned short group);
     std::string Describe_Comparison(const DICOM_Step& step, const std::string& name,
                                     unsigned short group);
+    /** The sequences that lead to the operand of a step. */
+    Path Way_Of(const DICOM_Step& step) const;
+    bool May_Be_Quoted(const DICOM_Step& step, unsigned short group) const;
     /** The text of a comparison that an operand is equal to; empty when it is to none. */
     std::string Matched(const DICOM_Step& step, unsigned short group);
 
@@ -64,8 +69,13 @@ private:
 /** A name as a message gives it: of the attribute, or its tag where there is none. */
 std::string Spoken_Name(Tag tag);
 
-/** "A", "A or B", "A, B or C"; of many the first ones. */
-std::string Joined(const char* const* texts, int count);
+/**
+ * Values that a rule names: "A", "A or B", "A, B or C", of many the first ones; where they may identify
+ * a person "what the rule names".
+ *
+ * @param way  the sequences around the attribute
+ */
+std::string Spoken_Choices(Tag tag, const Path& way, const char* const* texts, int count);
 
 }  // namespace lib_mend
 

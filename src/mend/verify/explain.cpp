@@ -30,11 +30,6 @@ std::string Said_Text(const Finding& finding)
     return std::string(Severity_Name(Severity_Of(finding))) + ": " + Text_Without_Values(finding);
 }
 
-std::string Words(const DICOM_Condition& condition)
-{
-    return {condition.text, static_cast<std::size_t>(condition.text_size)};
-}
-
 class Explainer {
 public:
     /** @param found  all that is reported of the object */
@@ -103,7 +98,7 @@ private:
         const std::string word = truth == Truth::True    ? "true"
                                  : truth == Truth::False ? "false"
                                                          : "cannot be decided";
-        return Words(condition) + ": " + word +
+        return judge_.Evaluator().Words(condition, group) + ": " + word +
                (verdict.lacks_operand && truth == Truth::False
                     ? ", but something that it compares is absent, and nothing "
                       "is concluded from that"
@@ -143,8 +138,8 @@ private:
         if (part != nullptr && part->required.step_count != 0) {
             constexpr const char* Words_Of_Truth[] = {"false", "cannot be decided", "true"};
             const Truth truth = Included(*part, node, group);
-            text_ += "    it is included if " + Words(part->required) + ": " +
-                     Words_Of_Truth[static_cast<int>(truth)] + "\n";
+            text_ += "    it is included if " + judge_.Evaluator().Words(part->required, group) +
+                     ": " + Words_Of_Truth[static_cast<int>(truth)] + "\n";
         }
         if (const Parts::Evidence evidence = judge_.Modules().Evidence_For(rule, group);
             evidence.record != nullptr) {
@@ -161,7 +156,8 @@ private:
             text_ += "    " +
                      std::string(set.is_extensible != 0 ? "defined terms" : "enumerated values");
             text_ += set.value_number != 0 ? " of value " + std::to_string(set.value_number) : "";
-            text_ += ": " + Joined(set.values, set.count) +
+            text_ += ": " +
+                     Spoken_Choices({group, node.element}, object_.Way(), set.values, set.count) +
                      (set.has_more != 0 ? " and others" : "") + When(set.when, group) + "\n";
         }
         for (int i = 0; i < rule.item_count_count; ++i) {

@@ -217,7 +217,8 @@ void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findi
             set.when.step_count != 0 ? conditions_.Reason(set.when, record.group) : std::string();
         findings.Report(is_hint ? Fault::Defined_Term : Fault::Enumerated_Value, Level::Kept,
                         At(record, object_.Way()),
-                        which + " is not " + Joined(set.values, set.count) +
+                        which + " is not " +
+                            Spoken_Choices(Tag_Of(record), object_.Way(), set.values, set.count) +
                             (reason.empty() ? "" : ", as it has to be since " + reason),
                         {value.Text(outside - 1), {}});
     }
