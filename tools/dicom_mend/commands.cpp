@@ -55,7 +55,8 @@ std::string Take_Settings(const Completion& completion, std::vector<Setting>& se
 /** The name of a file of definition lines, in a form that is no line; empty for none. */
 std::string File_Of_Rules(const Completion& completion)
 {
-    const bool is_relative = !completion.rules.empty() && completion.rules.front() != '/';
+    const bool is_relative =
+        !completion.rules.empty() && !lib_mend::Native_Path(completion.rules).has_root_path();
     return (is_relative ? "./" : "") + completion.rules;
 }
 
@@ -227,16 +228,15 @@ void Mend_Staged(const Work_Item& item, const Mend_Request& request, const Layou
         return file.Give(taker);
     };
     const std::string error = lib_mend::Write_Staged(item.staged, give);
-    std::error_code unknown;
-    const auto size = std::filesystem::file_size(lib_mend::Native_Path(item.staged), unknown);
-    if (!error.empty() || unknown) {
+    const std::int64_t size = lib_mend::File_Size(item.staged);
+    if (!error.empty() || size < 0) {
         record.failure = "its output " + (error.empty() ? "is gone" : error);
         record.try_again = true;
         record.status = Exit_Failure;
         return;
     }
     record.has_output = true;
-    record.output_size = static_cast<std::int64_t>(size);
+    record.output_size = size;
 }
 
 /** @param prepare  what is to be done with a data set beside mending it */

@@ -1,5 +1,6 @@
 #include "definition_names.h"
 
+#include "mend/io/system_files.h"
 #include "suggestions.h"
 
 #include <Lib_DICOM/Lib_DICOM.h>
@@ -17,11 +18,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** Empty when there is none. */
-fs::path Directory()
+/** The path of what stands in the directory of the definitions. */
+fs::path Place_Of(const std::string& name)
 {
     const wchar_t* const directory = DICOM_Module_Setup(nullptr, nullptr);
-    return directory != nullptr ? fs::path(directory) : fs::path();
+    return lib_mend::Native_Path((directory != nullptr ? fs::path(directory).string() : "") + name);
 }
 
 /** Names of the text files in a part of the definition directory, without their ending. */
@@ -29,7 +30,7 @@ std::vector<std::string> Files_Of(const char* part)
 {
     std::vector<std::string> names;
     std::error_code error;
-    fs::directory_iterator file(Directory() / part, error);
+    fs::directory_iterator file(Place_Of(part), error);
     for (; !error && file != fs::directory_iterator(); file.increment(error)) {
         if (file->path().extension() == ".txt" && file->path().stem() != "index") {
             names.push_back(file->path().stem().string());
@@ -43,7 +44,7 @@ std::vector<std::string> Files_Of(const char* part)
 std::map<std::string, std::string> Titles()
 {
     std::map<std::string, std::string> titles;
-    std::ifstream index(Directory() / "iods" / "index.txt");
+    std::ifstream index(Place_Of("iods/index.txt"));
     for (std::string line; std::getline(index, line);) {
         const std::size_t begin = line.find('"');
         const std::size_t end = line.rfind('"');
@@ -58,7 +59,7 @@ std::map<std::string, std::string> Titles()
 /** The first line of a table is "# CID 29 Acquisition Modality". */
 std::string Title_Of_Table(const std::string& file)
 {
-    std::ifstream table(Directory() / "codes" / (file + ".txt"));
+    std::ifstream table(Place_Of("codes/" + file + ".txt"));
     std::string line;
     std::getline(table, line);
     const std::string head = "# CID ";
@@ -86,7 +87,7 @@ bool Is_Number(const std::string& text)
 
 std::string Definition_Directory()
 {
-    const std::u8string directory = Directory().u8string();
+    const std::u8string directory = Place_Of("").u8string();
     return directory.empty() ? "no place" : std::string(directory.begin(), directory.end());
 }
 
@@ -146,7 +147,7 @@ std::string Table_File(const std::string& table)
 std::string Table_Fault(const std::string& table)
 {
     std::error_code error;
-    if (fs::is_regular_file(Directory() / Table_File(table), error)) {
+    if (fs::is_regular_file(Place_Of(Table_File(table)), error)) {
         return {};
     }
     return table + ": there is no such table" + Suggestion(table, Names_Of(Tables())) +

@@ -1,10 +1,8 @@
 #include "garbage.h"
 
 #include "mend/io/safe_file.h"
+#include "mend/io/system_files.h"
 #include "mend/writing/output.h"
-
-#include <filesystem>
-#include <system_error>
 
 namespace dicom_mend {
 
@@ -34,9 +32,8 @@ std::string Keep_Garbage(const lib_mend::Data_Set& set, const std::string& path,
 
 bool Is_Same_Target(const std::string& path, const std::string& other)
 {
-    std::error_code error;
-    const auto whole = [&](const std::string& name) {
-        return std::filesystem::weakly_canonical(name, error);
+    const auto whole = [](const std::string& name) {
+        return lib_mend::Whole_Path(lib_mend::Native_Path(name));
     };
     return lib_mend::Is_Same_File(path, other) || whole(path) == whole(other);
 }

@@ -1,6 +1,7 @@
 #include "manual.h"
 
 #include "help_text.h"
+#include "mend/io/system_files.h"
 
 #include <Lib_DICOM_Mend/dicom_mend.h>
 
@@ -177,7 +178,7 @@ Exit_Status Write_Manual(const CLI::App& app, const std::string& folder)
     pages.push_back(&app);
     for (const CLI::App* const each : pages) {
         const std::string name = Page_Name(*each) + "." + Section;
-        std::ofstream file(std::filesystem::path(folder) / name, std::ios::binary);
+        std::ofstream file(lib_mend::Native_Path(folder) / name, std::ios::binary);
         file << Manual_Page(*each) << std::flush;
         if (!file) {
             Report_Failure(name, "cannot be written");

@@ -1,9 +1,10 @@
 #include "run_options.h"
 
+#include "mend/io/system_files.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <filesystem>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -30,14 +31,6 @@ std::string Take_Shard(const std::string& text, Walk_Options& walk)
     return {};
 }
 
-/** The same for a folder, whether it is there already or not. */
-std::string Whole_Path(const std::string& path)
-{
-    std::error_code error;
-    const std::filesystem::path whole = std::filesystem::absolute(path, error);
-    return std::filesystem::weakly_canonical(whole, error).string();
-}
-
 /** The options that decide about outputs: a run has to go on with the same ones. */
 std::string Terms_Of(const CLI::App& command, const Run_Options& run)
 {
@@ -57,9 +50,9 @@ std::string Terms_Of(const CLI::App& command, const Run_Options& run)
             terms += " " + value;
         }
     }
-    terms += "\n" + Whole_Path(run.to);
+    terms += "\n" + lib_mend::Whole_Path(lib_mend::Native_Path(run.to)).string();
     for (const std::string& path : run.walk.paths) {
-        terms += "\n" + Whole_Path(path);
+        terms += "\n" + lib_mend::Whole_Path(lib_mend::Native_Path(path)).string();
     }
     return terms;
 }

@@ -8,17 +8,67 @@
 #include <cstdlib>
 #include <fstream>
 
+#if defined(_WIN32)
+#include "util/windows_names.h"
+#endif
+
 namespace fs = std::filesystem;
 
 namespace lib_dicom {
 
 namespace {
 
+#if defined(_WIN32)
+
+// The runtime library takes the mark of a long name for a wildcard when it looks at a file.
+bool Is_Directory(const fs::path& path)
+{
+    return lib_util::Is_There(path.wstring(), true);
+}
+
+bool Is_File(const fs::path& path)
+{
+    return lib_util::Is_There(path.wstring(), false);
+}
+
+std::ifstream Opened(const fs::path& path)
+{
+    return std::ifstream(fs::path(lib_util::Long_Name(path.wstring())), std::ios::binary);
+}
+
+/** The directory that users chose; empty for none. */
+fs::path Chosen_Directory()
+{
+    const wchar_t* const path = _wgetenv(L"LIB_DICOM_DEFINITIONS");
+    return path != nullptr ? path : L"";
+}
+
+#else
+
 bool Is_Directory(const fs::path& path)
 {
     std::error_code error;
     return fs::is_directory(path, error);
 }
+
+bool Is_File(const fs::path& path)
+{
+    std::error_code error;
+    return fs::is_regular_file(path, error);
+}
+
+std::ifstream Opened(const fs::path& path)
+{
+    return std::ifstream(path, std::ios::binary);
+}
+
+fs::path Chosen_Directory()
+{
+    const char* const path = std::getenv("LIB_DICOM_DEFINITIONS");
+    return path != nullptr ? path : "";
+}
+
+#endif
 
 fs::path Full_Directory(const fs::path& path)
 {
@@ -65,8 +115,7 @@ const fs::path& Definition_Files::Directory(std::string& why)
     if (!directory_.empty()) {
         return directory_;
     }
-    const char* const chosen = std::getenv("LIB_DICOM_DEFINITIONS");
-    if (chosen != nullptr && *chosen != '\0') {
+    if (const fs::path chosen = Chosen_Directory(); !chosen.empty()) {
         Set_Directory(chosen, why);
     } else if (!Set_Directory(Installed_Directory(), why)) {
         why = "no definition files are installed with the library; name their directory in "
@@ -85,7 +134,7 @@ bool Definition_Files::Read(std::string_view name, std::size_t max_size, Definit
     if (Directory(why).empty()) {
         return false;
     }
-    const fs::path path = directory_ / name;
+    const fs::path path = directory_ / Narrow_Path(name);
     file.path = path.string();
     return Read_Text_File(path, max_size, file.text, why);
 }
@@ -121,6 +170,11 @@ fs::path Wide_Path(const wchar_t* text)
     const C_Array<char> narrow(Wchar_2_Char(text));
     return narrow != nullptr ? narrow.get() : fs::path();
 #endif
+}
+
+fs::path Narrow_Path(std::string_view text)
+{
+    return std::u8string(text.begin(), text.end());
 }
 
 bool Stays_Inside(std::string_view name)
@@ -160,12 +214,11 @@ bool Is_Definition_Name(std::string_view name)
 
 bool Read_Text_File(const fs::path& path, std::size_t max_size, std::string& text, std::string& why)
 {
-    std::error_code error;
-    if (!fs::is_regular_file(path, error)) {
+    if (!Is_File(path)) {
         why = path.string() + " is no file";
         return false;
     }
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file = Opened(path);
     text.clear();
     char part[16384];
     while (file && text.size() <= max_size) {

@@ -74,6 +74,9 @@ private:
 /** A path from wide text, in UTF-8 where paths are bytes; empty when it has no such form. */
 std::filesystem::path Wide_Path(const wchar_t* text);
 
+/** A path from narrow text, which is UTF-8 where paths are no bytes. */
+std::filesystem::path Narrow_Path(std::string_view text);
+
 /** Tells whether a name stays below the directory that it is appended to. */
 bool Stays_Inside(std::string_view name);
 

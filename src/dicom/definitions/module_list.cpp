@@ -36,7 +36,7 @@ bool Read_Override(HWND handle, Override& lines)
     }
     std::string why;
     lines.file = setting;
-    if (!Read_Text_File(lines.file, Max_Definition_File, lines.text, why)) {
+    if (!Read_Text_File(Narrow_Path(lines.file), Max_Definition_File, lines.text, why)) {
         Report_Definition_Error(handle, This_Unit, "DICOM_Override: " + why);
         return false;
     }

@@ -9,6 +9,8 @@
 
 #include <fcntl.h>
 #if defined(_WIN32)
+#include "util/windows_names.h"
+
 #include <io.h>
 #include <share.h>
 #else
@@ -26,7 +28,8 @@ constexpr std::size_t Block_Size = 0x10000;
 
 int System_Open(const wchar_t* name)
 {
-    return _wsopen(name, _O_RDONLY | _O_BINARY | _O_NOINHERIT, _SH_DENYNO);
+    return _wsopen(lib_util::Long_Name(name).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT,
+                   _SH_DENYNO);
 }
 
 std::ptrdiff_t System_Read(int descriptor, void* out, std::size_t size)

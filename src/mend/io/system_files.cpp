@@ -19,6 +19,35 @@ std::filesystem::path Native_Path(const std::string& path)
     return path;
 }
 
+std::filesystem::path Whole_Path(const std::filesystem::path& path)
+{
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(path, error);
+    std::filesystem::path place = std::filesystem::weakly_canonical(whole, error);
+    if (error) {
+        // Without rights, links on the way cannot be seen.
+        place = whole.lexically_normal();
+    }
+    return place.has_filename() ? place : place.parent_path();
+}
+
+bool Is_Folder(const std::string& path)
+{
+    std::error_code error;
+    return std::filesystem::is_directory(path, error);
+}
+
+std::int64_t File_Size(const std::string& path)
+{
+    struct stat about = {};
+    return stat(path.c_str(), &about) == 0 && S_ISREG(about.st_mode) ? about.st_size : -1;
+}
+
+void Remove_File(const std::string& path)
+{
+    std::remove(path.c_str());
+}
+
 std::FILE* Open_To_Write(const std::string& path)
 {
     return std::fopen(path.c_str(), "we");

@@ -13,6 +13,17 @@ namespace lib_mend {
 /** A path in UTF-8, or in the bytes of the system where those are its names. */
 std::filesystem::path Native_Path(const std::string& path);
 
+/** Where a path leads, without links and steps back, whether there is something or not. */
+std::filesystem::path Whole_Path(const std::filesystem::path& path);
+
+bool Is_Folder(const std::string& path);
+
+/** Bytes of a file; -1 when there is no plain one. */
+std::int64_t File_Size(const std::string& path);
+
+/** Removes a file, if there is one. */
+void Remove_File(const std::string& path);
+
 /** Opens a file for writing, which started processes do not inherit; null with errno. */
 std::FILE* Open_To_Write(const std::string& path);
 

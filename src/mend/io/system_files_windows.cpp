@@ -1,12 +1,14 @@
 #include "mend/io/system_files.h"
 
 #include "mend/io/windows_names.h"
+#include "util/windows_names.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <limits>
 #include <random>
+#include <utility>
 
 #include <fcntl.h>
 #include <io.h>
@@ -22,15 +24,7 @@ std::wstring Wide_Name(const std::string& path)
     std::wstring wide(path.size(), L'\0');
     wide.resize(static_cast<std::size_t>(
         MultiByteToWideChar(CP_UTF8, 0, path.data(), size, wide.data(), size)));
-    // Longer names are taken whole and in their own form only.
-    constexpr DWORD Longest = 240;
-    const DWORD needed = GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
-    if (needed < Longest || wide.starts_with(L"\\\\")) {
-        return wide;
-    }
-    std::wstring whole(needed, L'\0');
-    whole.resize(GetFullPathNameW(wide.c_str(), needed, whole.data(), nullptr));
-    return L"\\\\?\\" + whole;
+    return lib_util::Long_Name(std::move(wide));
 }
 
 std::string Narrow_Name(const std::wstring& name)
@@ -45,6 +39,66 @@ std::string Narrow_Name(const std::wstring& name)
 std::filesystem::path Native_Path(const std::string& path)
 {
     return Wide_Name(path);
+}
+
+namespace {
+
+/** The name of an open file or folder without links on the way to it; empty when it cannot be told. */
+std::wstring Final_Name(HANDLE file)
+{
+    constexpr DWORD Longest = 0x8000;
+    std::wstring name(Longest, L'\0');
+    const DWORD size = GetFinalPathNameByHandleW(file, name.data(), Longest, VOLUME_NAME_DOS);
+    name.resize(size < Longest ? size : 0);
+    return lib_util::With_Limit(name);
+}
+
+}  // namespace
+
+std::filesystem::path Whole_Path(const std::filesystem::path& path)
+{
+    const std::wstring given = lib_util::With_Limit(path.wstring());
+    std::wstring whole(GetFullPathNameW(given.c_str(), 0, nullptr, nullptr), L'\0');
+    whole.resize(
+        GetFullPathNameW(given.c_str(), static_cast<DWORD>(whole.size()), whole.data(), nullptr));
+    while (whole.size() > 3 && whole.back() == L'\\') {
+        whole.pop_back();
+    }
+    // What is there leads on by its own name; the rest is taken as it is.
+    for (std::size_t end = whole.size(); end != whole.npos && end > 1;
+         end = whole.rfind(L'\\', end - 1)) {
+        const HANDLE file =
+            CreateFileW(lib_util::Long_Name(whole.substr(0, end)).c_str(), 0,
+                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+        if (file == INVALID_HANDLE_VALUE) {
+            continue;
+        }
+        const std::wstring name = Final_Name(file);
+        CloseHandle(file);
+        return name.empty() ? whole : name + whole.substr(end);
+    }
+    return whole;
+}
+
+bool Is_Folder(const std::string& path)
+{
+    return lib_util::Is_There(Wide_Name(path), true);
+}
+
+std::int64_t File_Size(const std::string& path)
+{
+    WIN32_FILE_ATTRIBUTE_DATA about = {};
+    if (GetFileAttributesExW(Wide_Name(path).c_str(), GetFileExInfoStandard, &about) == 0 ||
+        (about.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return -1;
+    }
+    return static_cast<std::int64_t>(about.nFileSizeHigh) << 32 | about.nFileSizeLow;
+}
+
+void Remove_File(const std::string& path)
+{
+    DeleteFileW(Wide_Name(path).c_str());
 }
 
 std::FILE* Open_To_Write(const std::string& path)

@@ -12,18 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path Canonical(const fs::path& path)
-{
-    std::error_code error;
-    const fs::path whole = fs::absolute(path, error);
-    fs::path place = fs::weakly_canonical(whole, error);
-    if (error) {
-        // Without rights, links on the way cannot be seen.
-        place = whole.lexically_normal();
-    }
-    return place.has_filename() ? place : place.parent_path();
-}
-
 /** Nothing is there, or a folder with nothing in it but what a run makes for itself. */
 bool Is_Free(const std::string& folder)
 {
@@ -58,13 +46,11 @@ std::string Refusal_Of_Quarantine(const Run_Options& options)
 /** What a run writes beside its outputs must not take the place of anything else. */
 std::string Refusal_Of_File(const Run_Options& options, const std::string& path)
 {
-    std::error_code error;
     if (!options.quarantine.empty() && Stands_In(path, options.quarantine)) {
         return path + ": error: has to stand apart from the folder of quarantine";
     }
-    const fs::path place = Place_Of(path);
     // One that is not empty tells by itself that it is another file.
-    if (!options.resume && fs::is_regular_file(place, error) && fs::is_empty(place, error) &&
+    if (!options.resume && lib_mend::File_Size(path) == 0 &&
         Inputs(options.walk.paths).Hold(path)) {
         return path + ": error: stands in the inputs, where nothing is replaced";
     }
@@ -75,7 +61,7 @@ std::string Refusal_Of_File(const Run_Options& options, const std::string& path)
 
 fs::path Place_Of(const std::string& path)
 {
-    return Canonical(lib_mend::Native_Path(path));
+    return lib_mend::Whole_Path(lib_mend::Native_Path(path));
 }
 
 bool Stands_In(const std::string& path, const std::string& folder)
@@ -101,7 +87,7 @@ bool Inputs::Hold(const std::string& path) const
 bool Inputs::Hold_Entry(const std::string& path) const
 {
     const fs::path whole = lib_mend::Native_Path(path);
-    return Hold_Place(Canonical(whole.parent_path()) / whole.filename());
+    return Hold_Place(lib_mend::Whole_Path(whole.parent_path()) / whole.filename());
 }
 
 bool Inputs::Hold_Place(fs::path place) const

@@ -2,6 +2,7 @@
 #include "archive/run_report.h"
 #include "archive/run_state.h"
 #include "mend/interface/element_path.h"
+#include "mend/io/system_files.h"
 
 #include <nlohmann/json.hpp>
 
@@ -100,7 +101,7 @@ constexpr char Unfinished[] = "the run is not at its end";
 
 std::string Read_Lines(const std::string& path, const std::function<void(File_Record&&)>& take)
 {
-    std::ifstream stream(path, std::ios::binary);
+    std::ifstream stream(lib_mend::Native_Path(path), std::ios::binary);
     std::string line;
     bool is_whole = false;
     for (std::size_t number = 1; std::getline(stream, line); ++number) {
@@ -136,8 +137,8 @@ std::string Read_Run(const std::string& path, bool verbose,
         });
         take(std::move(record));
     };
-    std::error_code error;
-    if (fs::is_directory(path, error)) {
+    if (lib_mend::Is_Folder(path)) {
+        std::error_code error;
         const fs::path folder = Without_Slash(path);
         const std::string beginning = folder.filename().string() + State_Ending;
         const fs::path around = folder.has_parent_path() ? folder.parent_path() : fs::path(".");
@@ -161,7 +162,7 @@ std::string Read_Run(const std::string& path, bool verbose,
         }
         return states.empty() ? "has no state of a run beside it" : unfinished;
     }
-    if (!std::ifstream(path)) {
+    if (!std::ifstream(lib_mend::Native_Path(path))) {
         return std::strerror(errno);
     }
     bool is_whole = false;

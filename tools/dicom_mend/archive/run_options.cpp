@@ -3,8 +3,6 @@
 #include "mend/io/system_files.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
 namespace dicom_mend {
 
@@ -19,13 +17,9 @@ std::string Without_Slash(std::string path)
 bool Run_Options::Asks_For_Run() const
 {
     constexpr std::size_t Many = 16;
-    const auto is_folder = [](const std::string& path) {
-        std::error_code error;
-        return std::filesystem::is_directory(lib_mend::Native_Path(path), error);
-    };
     return jobs != 0 || !to.empty() || !report.empty() || !state.empty() || !walk.list.empty() ||
            walk.shards > 1 || walk.paths.size() >= Many ||
-           std::any_of(walk.paths.begin(), walk.paths.end(), is_folder);
+           std::any_of(walk.paths.begin(), walk.paths.end(), &lib_mend::Is_Folder);
 }
 
 std::string Run_Options::Shard_Text() const

@@ -5,6 +5,7 @@
 #include "mend/findings/report_html.h"
 #include "mend/findings/report_json.h"
 #include "mend/findings/report_sarif.h"
+#include "mend/io/path_parts.h"
 #include "mend/io/safe_file.h"
 #include "mend/io/system_files.h"
 
@@ -292,21 +293,11 @@ std::unique_ptr<Report_Form> Form_Of(const std::string& name, const std::string&
     return ending == "html" ? std::make_unique<HTML>(show_values) : nullptr;
 }
 
-namespace {
-
-void Remove(const std::string& path)
-{
-    std::error_code ignored;
-    std::filesystem::remove(lib_mend::Native_Path(path), ignored);
-}
-
-}  // namespace
-
 Run_Report::~Run_Report()
 {
     if (Is_Open()) {
         std::fclose(file_);
-        Remove(part_);
+        lib_mend::Remove_File(part_);
     }
 }
 
@@ -340,8 +331,8 @@ std::string Run_Report::Open(const std::string& path, const std::string& command
     }
     path_ = path;
     // Hidden files are no inputs, which a report must not be written over.
-    const std::size_t name = path.find_last_of('/') + 1;
-    part_ = path.substr(0, name) + ".dicom-mend-" + path.substr(name) + ".part";
+    const std::string name = lib_mend::Name_Of(path);
+    part_ = path.substr(0, path.size() - name.size()) + ".dicom-mend-" + name + ".part";
     file_ = lib_mend::Open_To_Write(part_);
     if (file_ == nullptr) {
         return std::string("cannot be written: ") + std::strerror(errno);
@@ -377,7 +368,7 @@ std::string Run_Report::Close(const Totals& totals, bool complete)
         std::filesystem::rename(lib_mend::Native_Path(part_), lib_mend::Native_Path(path_), error);
     }
     if (error) {
-        Remove(part_);
+        lib_mend::Remove_File(part_);
         return "cannot be written: " + error.message();
     }
     return {};

@@ -8,9 +8,11 @@
 #include "archive/run_report.h"
 #include "archive/run_state.h"
 #include "mend/findings/letters.h"
+#include "mend/io/path_parts.h"
 #include "mend/io/safe_file.h"
 #include "mend/io/spool.h"
 #include "mend/io/system_files.h"
+#include "mend/io/windows_names.h"
 
 #include <algorithm>
 #include <array>
@@ -22,6 +24,7 @@
 #include <utility>
 
 #include <io.h>
+#include <windows.h>
 
 namespace dicom_mend {
 
@@ -87,40 +90,73 @@ const char* Refused(const Run_Options& options)
     return found != std::end(needs) ? found->second : "";
 }
 
+/** Adds the files of a folder and of those in it, but no links, and nothing whose name begins with a dot. */
+void Add_Folder(const std::string& path, const std::string& name_in_output,
+                std::vector<Work_Item>& items)
+{
+    std::vector<std::string> folders = {""};
+    while (!folders.empty()) {
+        const std::string below = std::move(folders.back());
+        folders.pop_back();
+        WIN32_FIND_DATAW found = {};
+        const HANDLE search =
+            FindFirstFileW(lib_mend::Wide_Name(path + "/" + below + "*").c_str(), &found);
+        BOOL has_more = search != INVALID_HANDLE_VALUE ? TRUE : FALSE;
+        for (; has_more != FALSE; has_more = FindNextFileW(search, &found)) {
+            const std::string name = below + lib_mend::Narrow_Name(found.cFileName);
+            if (found.cFileName[0] == L'.' ||
+                (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+                continue;
+            }
+            if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+                folders.push_back(name + "/");
+                continue;
+            }
+            Work_Item item;
+            item.path = path + "/" + name;
+            item.relative = name_in_output + name;
+            item.is_found = true;
+            items.push_back(item);
+        }
+        if (search != INVALID_HANDLE_VALUE) {
+            FindClose(search);
+        }
+    }
+}
+
 /** The files that a path stands for, by their names below it; those of a folder in their order. */
 std::vector<Work_Item> Items_Of(const std::string& path, bool is_alone)
 {
     std::vector<Work_Item> items;
-    std::error_code error;
-    const fs::path native = lib_mend::Native_Path(path);
-    if (!fs::is_directory(native, error)) {
+    if (!lib_mend::Is_Folder(path)) {
         Work_Item item;
         item.path = path;
-        item.relative = Text_Of(native.filename());
+        item.relative = lib_mend::Name_Of(path);
         items.push_back(item);
         return items;
     }
-    const std::string last = Text_Of(fs::canonical(native, error).filename());
-    fs::recursive_directory_iterator entry(native, error);
-    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        const bool is_hidden = Text_Of(entry->path().filename()).starts_with('.');
-        if (is_hidden && entry->is_directory(error)) {
-            entry.disable_recursion_pending();
-        }
-        if (!is_hidden && !entry->is_symlink(error) && entry->is_regular_file(error)) {
-            Work_Item item;
-            item.relative = Text_Of(entry->path().lexically_relative(native));
-            item.path = path + "/" + item.relative;
-            // Of several folders, each has one of its name.
-            item.relative = is_alone ? item.relative : last + "/" + item.relative;
-            item.is_found = true;
-            items.push_back(item);
-        }
-    }
+    // Of several folders, each has one of its name.
+    const std::string last = Text_Of(lib_mend::Whole_Path(lib_mend::Native_Path(path)).filename());
+    Add_Folder(path, is_alone || last.empty() ? "" : last + "/", items);
     std::sort(items.begin(), items.end(), [](const Work_Item& one, const Work_Item& other) {
         return one.relative < other.relative;
     });
     return items;
+}
+
+/** Makes a folder and those around it. */
+void Make_Folders(const std::string& path)
+{
+    const std::size_t end = path.find_last_not_of(lib_mend::Path_Separators) + 1;
+    const std::string folder = path.substr(0, end);
+    const auto make = [&folder] {
+        return CreateDirectoryW(lib_mend::Wide_Name(folder).c_str(), nullptr) != 0;
+    };
+    const std::size_t separator = folder.find_last_of(lib_mend::Path_Separators);
+    if (!make() && GetLastError() == ERROR_PATH_NOT_FOUND && separator != folder.npos) {
+        Make_Folders(folder.substr(0, separator));
+        make();
+    }
 }
 
 /** Puts an output into its place below the folder. */
@@ -137,15 +173,15 @@ void Place(const Run_Options& options, const Inputs& inputs, const std::string& 
                     "another file has its name; a number tells them apart");
     }
     const std::string output = options.to + "/" + name;
-    std::error_code error;
-    fs::create_directories(lib_mend::Native_Path(output).parent_path(), error);
+    Make_Folders(lib_mend::Folder_Of(output));
     std::string fault = lib_mend::Is_Same_File(record.path, output)
                             ? "is the input, which is never overwritten"
                             : lib_mend::Target_Fault(output, options.force);
-    if (fault.empty() && inputs.Hold(output) && fs::exists(lib_mend::Native_Path(output), error)) {
+    if (fault.empty() && inputs.Hold(output) && lib_mend::File_Size(output) >= 0) {
         fault = "stands in the input, where nothing is replaced";
     }
     if (fault.empty()) {
+        std::error_code error;
         fs::rename(lib_mend::Native_Path(staged), lib_mend::Native_Path(output), error);
         fault = error ? error.message() : "";
     }
@@ -153,7 +189,7 @@ void Place(const Run_Options& options, const Inputs& inputs, const std::string& 
         record.output = output;
         return;
     }
-    fs::remove(lib_mend::Native_Path(staged), error);
+    lib_mend::Remove_File(staged);
     Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
                 "cannot be written to " +
                     (record.layout.empty() ? output : "its place in the layout") + ": " + fault +
@@ -185,15 +221,14 @@ Waiting_Room::~Waiting_Room() = default;
 
 Run_State::~Run_State() = default;
 
-bool Run_State::Read(const std::string&, const std::function<void(File_Record&&)>&)
+bool Run_State::Read(const std::string&, const std::function<void(File_Record&&)>&, bool&)
 {
     return false;
 }
 
 bool Can_Be_Read_Again(const std::string& path)
 {
-    std::error_code error;
-    return fs::is_regular_file(lib_mend::Native_Path(path), error);
+    return lib_mend::File_Size(path) >= 0;
 }
 
 Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const Run_Teller& tell,
@@ -221,9 +256,8 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
     Totals totals;
     std::set<std::string> taken;
     const std::string staged = options.to + "/.dicom-mend-staged";
-    std::error_code error;
     if (!options.to.empty()) {
-        fs::create_directories(lib_mend::Native_Path(options.to), error);
+        Make_Folders(options.to);
     }
     const auto add = [&](const File_Record& record) {
         tell(record);
@@ -245,8 +279,7 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
             File_Record record;
             record.path = item.path;
             record.relative = item.relative;
-            record.size =
-                static_cast<std::int64_t>(fs::file_size(lib_mend::Native_Path(item.path), error));
+            record.size = lib_mend::File_Size(item.path);
             Taken_Output output;
             work(item, record);
             record.printed = output.Text();
@@ -255,7 +288,7 @@ Exit_Status Run_Files(const Run_Options& options, const File_Work& work, const R
                 Place(options, inputs, staged, taken, record);
             }
             if (held) {
-                held->Hold(record, false, true);
+                held->Hold(record, false, false, true);
             } else {
                 add(record);
             }
