@@ -7,7 +7,10 @@
 #include "mend/interface/mend.h"
 #include "mend/reading/reader.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct Mended_File {
@@ -43,6 +46,18 @@ struct Mended_File {
         return lines;
     }
 };
+
+/** The findings that name no section of the standard, "PS3.3 C.7.1.1". */
+inline std::string Without_Section(const std::vector<lib_mend::Finding>& findings)
+{
+    Mended_File file;
+    std::copy_if(findings.begin(), findings.end(), std::back_inserter(file.findings),
+                 [](const lib_mend::Finding& finding) {
+                     const std::string_view clause = Clause_Of(finding);
+                     return !clause.starts_with("PS3.") || clause.find(' ') == clause.npos;
+                 });
+    return file.Lines();
+}
 
 inline std::shared_ptr<lib_mend::Source> Source_Of(const std::string& bytes)
 {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <utility>
 
 namespace lib_mend {
 
@@ -96,6 +97,7 @@ constexpr Tag Graphic_Data = {0x0070, 0x0022};
 constexpr Tag Graphic_Type = {0x0070, 0x0023};
 constexpr Tag Graphic_Annotations = {0x0070, 0x0001};
 constexpr Tag Frame_Of_Reference = {0x3006, 0x0024};
+constexpr Tag Value_Type = {0x0040, 0xA040};
 constexpr Tag Range_Type = {0x0040, 0xA130};
 constexpr Tag Range_Values[] = {{0x0040, 0xA132}, {0x0040, 0xA138}, {0x0040, 0xA13A}};
 
@@ -105,10 +107,11 @@ constexpr Tag Of_Windows[] = {{0x0028, 0x1051}, {0x0028, 0x1055}};
 
 constexpr std::size_t Row_Count = std::size(Rows) + std::size(Vectors);
 
-constexpr std::array<Tag, Row_Count + 4> All_Tags()
+constexpr std::array<Tag, Row_Count + 5> All_Tags()
 {
-    std::array<Tag, Row_Count + 4> tags = {Graphic_Data, Graphic_Type, Range_Type, Window_Center};
-    auto* const behind = std::transform(std::begin(Rows), std::end(Rows), tags.begin() + 4,
+    std::array<Tag, Row_Count + 5> tags = {Graphic_Data, Graphic_Type, Range_Type, Window_Center,
+                                           Value_Type};
+    auto* const behind = std::transform(std::begin(Rows), std::end(Rows), tags.begin() + 5,
                                         [](const Count_Row& row) { return row.number; });
     std::transform(std::begin(Vectors), std::end(Vectors), behind,
                    [](const Vector_Row& row) { return row.vector; });
@@ -184,13 +187,27 @@ void Check_Shape(Subject_Set& subject, std::span<const Shape_Row> rows, const DI
     }
 }
 
-/** Shapes of documents, in the plane or in space, and of presentations. */
-void Check_Graphic(Subject_Set& subject, const Watched& element, const DICOM_List* data)
+/**
+ * Shapes of documents, in the plane or in space, and of presentations.
+ *
+ * @param value_type  the last one in front of it, which may be that of another item; null for none
+ */
+void Check_Graphic(Subject_Set& subject, const Watched& element, const DICOM_List* data,
+                   const DICOM_List* value_type)
 {
     // Polylines of a presentation are counted by a number of their own.
     const DICOM_List& type = *element.record;
     if (data != nullptr && data->next == &type) {
-        const bool in_space = Behind(type, Frame_Of_Reference) != nullptr;
+        const bool is_told = value_type != nullptr && Behind(*value_type, Graphic_Data) == data;
+        const std::string_view told = is_told ? subject.Text(*value_type) : std::string_view();
+        const bool has_frame = Behind(type, Frame_Of_Reference) != nullptr;
+        const bool in_space = told == "SCOORD3D" || (has_frame && told != "SCOORD");
+        if (in_space && !has_frame) {
+            subject.doubts.push_back(
+                {data, Fault::Reference, Level::Kept,
+                 "points in space, and no Referenced Frame of Reference UID tells in which",
+                 "PS3.3 C.18.9"});
+        }
         const bool is_presented = element.outermost == Graphic_Annotations;
         Check_Shape(subject, Shapes, type, *data, in_space ? 3 : 2,
                     is_presented ? "PS3.3 C.10.5.1.2"
@@ -233,13 +250,17 @@ void Check_Windows(Subject_Set& subject, const DICOM_List& center)
 void Check(Subject_Set& subject)
 {
     const DICOM_List* data = nullptr;
+    const DICOM_List* value_type = nullptr;
     subject.For_Each([&](const Watched& element) {
         const DICOM_List& record = *element.record;
         const Tag tag = Tag_Of(record);
         if (tag == Graphic_Data) {
             data = &record;
         } else if (tag == Graphic_Type) {
-            Check_Graphic(subject, element, data);
+            // One is asked once: many shapes may stand in its item, far behind it.
+            Check_Graphic(subject, element, data, std::exchange(value_type, nullptr));
+        } else if (tag == Value_Type) {
+            value_type = &record;
         } else if (tag == Range_Type) {
             Check_Range(subject, record);
         } else if (tag == Window_Center) {

@@ -38,8 +38,11 @@ bool Is_Of_Others(Tag sequence)
 }
 
 constexpr std::string_view Key_Objects = "1.2.840.10008.5.1.4.1.1.88.59";
+/** Of pixels, and of labels. */
+constexpr std::string_view Segmentations[] = {"1.2.840.10008.5.1.4.1.1.66.4",
+                                              "1.2.840.10008.5.1.4.1.1.66.7"};
 
-enum class Family { Report, Presentation, Structure_Set };
+enum class Family { Report, Presentation, Structure_Set, Segmentation };
 
 struct Family_Row {
     /** Null where a data set that lists nothing is not wrong. */
@@ -56,6 +59,8 @@ constexpr Family_Row Families[] = {
      "the presentation names another SOP class for the image"},
     {nullptr, "the referenced frames of reference do not name this image",
      "the referenced frames of reference name another SOP class for the image"},
+    {nullptr, "Referenced Series Sequence does not name this source image",
+     "Referenced Series Sequence names another SOP class for the source image"},
 };
 
 enum class Role {
@@ -77,6 +82,8 @@ struct Instance_Row {
 constexpr Tag Presented_Images = {0x0008, 0x1140};
 constexpr Tag Referenced_SOPs = {0x0008, 0x1199};
 constexpr Tag Contour_Images = {0x3006, 0x0016};
+constexpr Tag Referenced_Instances = {0x0008, 0x114A};
+constexpr Tag Source_Images = {0x0008, 0x2112};
 
 constexpr Instance_Row Rows[] = {
     {Presented_Images, {0x0008, 0x1115}, Family::Presentation, Role::Lists, nullptr},
@@ -92,6 +99,10 @@ constexpr Instance_Row Rows[] = {
     {Referenced_SOPs, {0x0040, 0xA730}, Family::Report, Role::Refers, "PS3.3 C.17.2"},
     {Contour_Images, {0x3006, 0x0010}, Family::Structure_Set, Role::Lists, nullptr},
     {Contour_Images, {0x3006, 0x0039}, Family::Structure_Set, Role::Refers, "PS3.3 C.8.8.6"},
+    {Referenced_Instances, {0x0008, 0x1115}, Family::Segmentation, Role::Lists, nullptr},
+    {Referenced_Instances, {0x0008, 0x1200}, Family::Segmentation, Role::Lists, nullptr},
+    {Source_Images, {0x5200, 0x9229}, Family::Segmentation, Role::Refers, "PS3.3 C.12.2"},
+    {Source_Images, {0x5200, 0x9230}, Family::Segmentation, Role::Refers, "PS3.3 C.12.2"},
 };
 
 /**
@@ -118,7 +129,9 @@ class Instance_Check {
 public:
     explicit Instance_Check(Subject_Set& subject)
         : subject_(subject), own_(subject.Top_Text(SOP_Instance)),
-          is_key_object_(subject.Top_Text(SOP_Class) == Key_Objects)
+          is_key_object_(subject.Top_Text(SOP_Class) == Key_Objects),
+          is_segmentation_(std::find(std::begin(Segmentations), std::end(Segmentations),
+                                     subject.Top_Text(SOP_Class)) != std::end(Segmentations))
     {
     }
 
@@ -134,7 +147,8 @@ public:
             if (tag == Referenced_Instance) {
                 Check_Self(element);
             }
-            if (row == nullptr || subject_.Text(*element.record).empty()) {
+            if (row == nullptr || subject_.Text(*element.record).empty() ||
+                (row->family == Family::Segmentation && !is_segmentation_)) {
                 return;
             }
             // The class stands right in front of the instance; that of another item is none of it.
@@ -221,6 +235,8 @@ private:
     Subject_Set& subject_;
     UID own_;
     bool is_key_object_;
+    /** What other objects of many frames list is theirs to know. */
+    bool is_segmentation_;
     bool names_itself_ = false;
     /** UIDs of instances with those of their classes. */
     bool has_list_[std::size(Families)] = {};

@@ -197,13 +197,14 @@ void Study::Compare_Instances(const Sum_Of_File& sum_of, std::vector<Told>& told
         const File& other = files_[entry->second];
         const bool is_packed = files_[i].is_encapsulated || other.is_encapsulated;
         if (is_packed && files_[i].syntax != other.syntax) {
-            Tell(told[i], files_[i], Instance_UID, {Fault::Unlikely, Level::Info},
+            Tell(told[i], files_[i], Instance_UID,
+                 {Fault::Unlikely, Level::Info, "", "PS3.3 C.12.1"},
                  "the same instance, in another transfer syntax, is in " + other.name);
             continue;
         }
         const std::string own = sum(i);
         const bool is_same = !own.empty() && own == sum(entry->second);
-        const Wording wording = is_same ? Wording{Fault::Unlikely, Level::Info}
+        const Wording wording = is_same ? Wording{Fault::Unlikely, Level::Info, "", "PS3.3 C.12.1"}
                                         : Wording{Fault::Duplicate_Instance, Level::Kept};
         Tell(told[i], files_[i], Instance_UID, wording,
              (is_same ? "the same instance is in " : "is that of other contents in ") + other.name);

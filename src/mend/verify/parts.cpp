@@ -297,7 +297,8 @@ void Parts::Report_Module(const DICOM_Part& part, const State& state, Findings& 
                !conditions_.Evaluate(part.required, 0).lacks_operand) {
         // The definitions tell when a module is required, not whether it may be there otherwise.
         findings.Report(Fault::Unlikely, Level::Info, At(*state.own, Path()),
-                        "belongs to the " + module + ", which is not required" + reason(" since "));
+                        "belongs to the " + module + ", which is not required" + reason(" since "),
+                        {}, "PS3.3 A.1.3");
     }
 }
 

@@ -99,6 +99,7 @@ TEST(Consistency, OfOneDataSet)
         ASSERT_EQ(findings.Count(), 0U) << Lines_Of(findings.All());
         Check_Consistency(set, findings);
         EXPECT_EQ(Lines_Of(findings.All()), row[1].empty() ? "" : row[1] + "\n");
+        EXPECT_EQ(Without_Section(findings.All()), "");
         if (!row[2].empty()) {
             EXPECT_STREQ(Clause_Of(findings.All().at(0)), row[2].c_str());
         }
@@ -186,6 +187,7 @@ TEST(Consistency, OfManyFiles)
                 return Sum_Of_Contents(Read_Data_Set(Source_Of(files.at(name)), read));
             };
             for (const Study::Told& each : study.Compare(sum_of)) {
+                EXPECT_EQ(Without_Section(each.findings.All()), "");
                 std::istringstream all(Lines_Of(each.findings.All()));
                 for (std::string line; std::getline(all, line);) {
                     told.append(each.file).append(": ").append(line).append("\n");

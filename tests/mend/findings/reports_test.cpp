@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+#include <set>
+
 namespace {
 
 using namespace lib_mend;
@@ -19,6 +22,32 @@ TEST(Privacy, QuotesNumbersTagsRegisteredUIDsAndTermsOnly)
                         vr, row[2]),
             row[3] == "quoted");
     });
+}
+
+/** What is told of a data set goes back to the standard; what is told of a run, or of outputs, does not. */
+TEST(Clauses, StandForEachKindThatIsAboutADataSet)
+{
+    const std::set<std::string> of_runs = {
+        "removed", "definitions", "set",        "not-written",  "memory",
+        "other",   "name-taken",  "old-output", "not-compared", "worker-died"};
+    // Their findings name a section each: too many things are counted, referred to, or odd.
+    const std::set<std::string> of_many = {"reference", "item-count", "unlikely"};
+    std::set<std::string> without;
+    std::set<std::string> without_section;
+    for (const Finding_Kind& kind : All_Kinds()) {
+        const std::string clause = kind.clause;
+        if (clause.empty()) {
+            without.insert(kind.name);
+        } else if (clause == "PS3.3") {
+            without_section.insert(kind.name);
+        } else {
+            EXPECT_TRUE(std::regex_match(
+                clause, std::regex("PS3\\.(3|4|5|6|10|18) ([A-Z]|([A-Z]\\.)?[0-9]+(\\.[0-9]+)*)")))
+                << kind.name << " " << clause;
+        }
+    }
+    EXPECT_EQ(without, of_runs);
+    EXPECT_EQ(without_section, of_many);
 }
 
 TEST(Privacy, ShowsBothValuesOfAFindingOrNone)

@@ -93,6 +93,7 @@ private:
         const std::vector<Finding> said = Verified(object, module);
         bool is_found = mutant.kind == Mutant::No_Operand;
         bool was_there = false;
+        EXPECT_EQ(Without_Section(said), "") << name;
         for (const Finding& each : said) {
             const bool is_new = before.count(Key(each)) == 0;
             is_found = is_found || (is_new && Tells(each, mutant));

@@ -100,6 +100,7 @@ TEST(Verifying, ReportsWhatTheRulesOfAnIODSay)
         EXPECT_EQ(Case_Object::Lines(object.findings), "");
         Findings said;
         Verify(object.set, object.module, said);
+        EXPECT_EQ(Without_Section(said.All()), "");
         EXPECT_EQ(Case_Object::Lines(said), row[2].empty() ? "" : row[2] + "\n");
     });
 }
@@ -112,6 +113,7 @@ TEST(Verifying, ReportsContentItemsAndCodesThatDoNotFit)
         Findings said;
         Check_Content_Items(object.set, said);
         Check_Coded_Entries(object.set, said);
+        EXPECT_EQ(Without_Section(said.All()), "");
         EXPECT_EQ(Case_Object::Lines(said), row[1].empty() ? "" : row[1] + "\n");
     });
 }
