@@ -202,9 +202,10 @@ void Check_Graphic(Subject_Set& subject, const Watched& element, const DICOM_Lis
         const std::string_view told = is_told ? subject.Text(*value_type) : std::string_view();
         const bool has_frame = Behind(type, Frame_Of_Reference) != nullptr;
         const bool in_space = told == "SCOORD3D" || (has_frame && told != "SCOORD");
+        // The UID is of type 3.
         if (in_space && !has_frame) {
             subject.doubts.push_back(
-                {data, Fault::Reference, Level::Kept,
+                {data, Fault::Unlikely, Level::Info,
                  "points in space, and no Referenced Frame of Reference UID tells in which",
                  "PS3.3 C.18.9"});
         }
