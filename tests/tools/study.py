@@ -7,6 +7,7 @@ Two files agree; of the third the patient is another one, and nothing else is wr
 import collections
 import csv
 import json
+import os
 import re
 import struct
 import sys
@@ -73,6 +74,29 @@ def every_output_has_it():
         assert b"without --study" in refused.stderr, refused.stderr
 
 
+def states_are_for_their_owner():
+    with Scratch() as scratch:
+        written(scratch / "in")
+        (scratch / "in" / "c.dcm").unlink()
+        state = scratch / "s"
+        check = ("check", "--study", "--state", state, "in")
+
+        def rights():
+            return oct(state.stat().st_mode & 0o777)
+
+        before = os.umask(0)
+        run(*check, cwd=scratch, status=0)
+        os.umask(before)
+        assert b"DOE" in state.read_bytes() and rights() == "0o600", rights()
+        # What the owner lets others do stays, until a run begins anew.
+        state.chmod(0o640)
+        run(*check, "--resume", cwd=scratch, status=0)
+        assert rights() == "0o640", rights()
+        state.write_bytes(b"")
+        run(*check, cwd=scratch, status=0)
+        assert rights() == "0o600", rights()
+
+
 def runs_that_go_on_tell_what_is_new():
     with Scratch() as scratch:
         written(scratch / "in")
@@ -131,4 +155,5 @@ if __name__ == "__main__":
     sys.argv[1:] or sys.exit(__doc__)
     every_output_has_it()
     findings_have_their_place()
+    states_are_for_their_owner()
     runs_that_go_on_tell_what_is_new()

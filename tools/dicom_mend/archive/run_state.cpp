@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <tuple>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -100,7 +101,9 @@ std::string Run_State::Whole(const std::string& below) const
 std::string Run_State::Open(const std::string& path, const std::string& folder,
                             const std::string& terms, bool resume, bool force)
 {
-    descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    // It holds names of patients, which a comparison needs, and paths, which may hold them too.
+    constexpr mode_t Rights = S_IRUSR | S_IWUSR;
+    descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, Rights);
     if (!Is_Open()) {
         return "cannot be opened: " + System_Text();
     }
@@ -130,7 +133,10 @@ std::string Run_State::Open(const std::string& path, const std::string& folder,
             return failure_;
         }
     }
-    if (ftruncate(descriptor_, 0) != 0 || !Write_All(descriptor_, Magic)) {
+    // One of another owner, or on a file system without rights, keeps what it has.
+    const bool is_empty = ftruncate(descriptor_, 0) == 0;
+    std::ignore = fchmod(descriptor_, Rights);
+    if (!is_empty || !Write_All(descriptor_, Magic)) {
         return "cannot be written: " + System_Text();
     }
     end_ = static_cast<std::int64_t>(Magic.size());
