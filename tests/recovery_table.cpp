@@ -83,13 +83,14 @@ int main(int argc, char** argv)
         return 0;
     }
     std::printf("| fault | cases | elements recovered | worst | pictures | unsaid | read plainly | "
-                "pictures read plainly |\n"
-                "|---|---|---|---|---|---|---|---|\n");
+                "pictures read plainly | converted | pictures converted |\n"
+                "|---|---|---|---|---|---|---|---|---|---|\n");
     for (const Kind_Of_Fault_Count& row : Count_Recovery(files, places)) {
-        std::printf("| %s | %zu | %.1f %% | %.1f %% | %zu of %zu | %zu | %.1f %% | %zu |\n",
-                    row.kind.c_str(), row.cases, 100 * row.Average(row.recovered), 100 * row.worst,
-                    row.pictures_recovered, row.pictures, row.unsaid,
-                    100 * row.Average(row.read_plainly), row.pictures_read_plainly);
+        std::printf(
+            "| %s | %zu | %.1f %% | %.1f %% | %zu of %zu | %zu | %.1f %% | %zu | %.1f %% | %zu |\n",
+            row.kind.c_str(), row.cases, 100 * row.Average(row.recovered), 100 * row.worst,
+            row.pictures_recovered, row.pictures, row.unsaid, 100 * row.Average(row.read_plainly),
+            row.pictures_read_plainly, 100 * row.Average(row.converted), row.pictures_converted);
     }
     return 0;
 }

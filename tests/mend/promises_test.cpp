@@ -3,6 +3,7 @@
 #include "support/promises.h"
 
 #include "support/fault_generator.h"
+#include "support/plain_converter.h"
 #include "support/recovery.h"
 #include "support/samples.h"
 #include "support/stream_builder.h"
@@ -60,6 +61,16 @@ TEST(Promises, HoldForFaultsOfEveryKind)
     }
     EXPECT_GT(cases, 400);
     EXPECT_LE(broken_cases, Known_Gaps) << broken;
+}
+
+TEST(Recovery, IsMeasuredBesideAConverterThatLosesNothing)
+{
+    for (const Sound_File& sound : Made_Sound_Files()) {
+        const std::string converted = Convert_Plainly(sound.bytes);
+        EXPECT_TRUE(Read_Plain(converted).Values() == sound.plain.Values()) << sound.name;
+        EXPECT_NE(converted, sound.bytes) << sound.name;
+        EXPECT_EQ(Convert_Plainly(sound.bytes.substr(0, sound.bytes.size() - 1)), "") << sound.name;
+    }
 }
 
 TEST(Recovery, BringsNearlyAllElementsBack)

@@ -1,5 +1,7 @@
 #include "support/recovery.h"
 
+#include "support/plain_converter.h"
+
 #include <algorithm>
 #include <map>
 
@@ -51,13 +53,16 @@ Recovery Recovery_Of(const Fault_Case& fault, const Mended_File& mended)
     return recovery;
 }
 
-void Kind_Of_Fault_Count::Add(const Recovery& recovery, const Recovery& plainly)
+void Kind_Of_Fault_Count::Add(const Recovery& recovery, const Recovery& plainly,
+                              const Recovery& conversion)
 {
     ++cases;
     recovered += recovery.Fraction();
     worst = std::min(worst, recovery.Fraction());
     read_plainly += plainly.Fraction();
     pictures_read_plainly += plainly.has_picture && plainly.picture_recovered ? 1U : 0U;
+    converted += conversion.Fraction();
+    pictures_converted += conversion.has_picture && conversion.picture_recovered ? 1U : 0U;
     pictures += recovery.has_picture ? 1U : 0U;
     pictures_recovered += recovery.has_picture && recovery.picture_recovered ? 1U : 0U;
     unsaid += recovery.said ? 0U : 1U;
@@ -74,8 +79,10 @@ std::vector<Kind_Of_Fault_Count> Count_Recovery(const std::vector<Sound_File>& f
             Mended_File unmended;
             unmended.bytes = fault.bytes;
             const Recovery plainly = Recovery_Of(fault, unmended);
-            counts[fault.kind].Add(recovery, plainly);
-            all.Add(recovery, plainly);
+            unmended.bytes = Convert_Plainly(fault.bytes);
+            const Recovery conversion = Recovery_Of(fault, unmended);
+            counts[fault.kind].Add(recovery, plainly, conversion);
+            all.Add(recovery, plainly, conversion);
         });
     }
     std::vector<Kind_Of_Fault_Count> rows;

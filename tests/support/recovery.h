@@ -34,9 +34,11 @@ struct Kind_Of_Fault_Count {
     std::size_t cases = 0;
     double recovered = 0;
     double worst = 1;
-    /** What a plain reader gets of the damaged file itself. */
+    /** What a plain reader gets of the damaged file itself, and of what a converter makes of it. */
     double read_plainly = 0;
+    double converted = 0;
     std::size_t pictures_read_plainly = 0;
+    std::size_t pictures_converted = 0;
     std::size_t pictures = 0;
     std::size_t pictures_recovered = 0;
     std::size_t unsaid = 0;
@@ -46,7 +48,7 @@ struct Kind_Of_Fault_Count {
     {
         return cases == 0 ? 1 : sum / static_cast<double>(cases);
     }
-    void Add(const Recovery& recovery, const Recovery& plainly);
+    void Add(const Recovery& recovery, const Recovery& plainly, const Recovery& conversion);
 };
 
 /** The counts of all kinds over a list of sound files; the last row is that of all. */
