@@ -153,8 +153,12 @@ bool Is_Harmless_Match(Tag tag, std::string_view text)
     const std::optional<Attribute> attribute = Find_Attribute(tag);
     const unsigned short vr = attribute && !attribute->vrs.empty() ? attribute->vrs.front()
                                                                    : static_cast<unsigned short>(0);
-    return Is_Harmless(tag, vr, text) ||
-           (!Has_Persons(tag.group) && (vr == VR_CS || vr == VR_AT || tag == Code_Value));
+    if (Has_Persons(tag.group)) {
+        // What is done for a trial, or how a visit stands, is not who it is done for.
+        constexpr unsigned short Patients = 0x0010;
+        return vr == VR_CS && tag.group != Patients && Is_Term(tag, text);
+    }
+    return Is_Harmless(tag, vr, text) || vr == VR_CS || vr == VR_AT || tag == Code_Value;
 }
 
 bool Is_Harmless_Choice(Tag tag, std::string_view text)

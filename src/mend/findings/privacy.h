@@ -23,7 +23,8 @@ bool Is_About_Person(Tag sequence);
 
 /**
  * Tells whether a report may say that an attribute has the value that a rule compares it with: one that
- * is harmless, and outside the groups on patients any code of VR CS or tag, since a rule knows it.
+ * is harmless, outside the groups on patients, visits and requests any code and tag too, since a rule
+ * knows it, and in all but that on patients a term that the standard lists.
  */
 bool Is_Harmless_Match(Tag tag, std::string_view text);
 
