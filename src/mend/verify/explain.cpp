@@ -58,9 +58,7 @@ public:
         text_ += path + " is " + State(record) + "\n";
         const std::vector<const DICOM_Rule*> deciding = Judge::Deciding(rules);
         for (const DICOM_Rule& rule : rules) {
-            const bool is_replaced = rule.part >= 0 && std::find(deciding.begin(), deciding.end(),
-                                                                 &rule) == deciding.end();
-            Rule(rule, is_replaced, node, group);
+            Rule(rule, deciding, node, group);
         }
         Outcome(Reported(path, judged), lacks_module);
     }
@@ -127,8 +125,8 @@ private:
         return truth;
     }
 
-    void Rule(const DICOM_Rule& rule, bool is_replaced, const DICOM_List& node,
-              unsigned short group)
+    void Rule(const DICOM_Rule& rule, const std::vector<const DICOM_Rule*>& deciding,
+              const DICOM_List& node, unsigned short group)
     {
         const DICOM_Part* const part = judge_.Modules().Part_Of(rule);
         text_ += "  " + (part != nullptr ? std::string(part->name) : "all modules");
@@ -146,10 +144,11 @@ private:
             text_ += (evidence.is_clear ? "    " : "    it may be asked for by ") +
                      evidence.Reason() + "\n";
         }
-        if (is_replaced) {
-            text_ += "    that of all modules replaces its condition\n";
-        } else {
+        if (std::find(deciding.begin(), deciding.end(), &rule) != deciding.end()) {
             Requirement(rule, group);
+        } else if (part != nullptr && !deciding.empty() && deciding.front()->part < 0 &&
+                   deciding.front()->required.step_count != 0) {
+            text_ += "    that of all modules replaces its condition\n";
         }
         for (int i = 0; i < rule.value_set_count; ++i) {
             const DICOM_Value_Set& set = rule.value_sets[i];
