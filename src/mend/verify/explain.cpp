@@ -146,7 +146,7 @@ private:
         }
         if (std::find(deciding.begin(), deciding.end(), &rule) != deciding.end()) {
             Requirement(rule, group);
-        } else if (part != nullptr && !deciding.empty() && deciding.front()->part < 0 &&
+        } else if (!deciding.empty() && deciding.front()->part < 0 &&
                    deciding.front()->required.step_count != 0) {
             text_ += "    that of all modules replaces its condition\n";
         }
