@@ -1,13 +1,16 @@
 #!/usr/bin/env python3
-"""Gives the tool each clause and condition that the tables of a page show: clauses_of_definitions.py TOOL PAGE"""
+"""Gives the tool each clause and condition that the tables of a page show, and its lines of indices and private elements:
+clauses_of_definitions.py TOOL PAGE"""
 
+import json
+import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
 
-TOOL, PAGE = sys.argv[1:]
+TOOL, PAGE = (pathlib.Path(each).resolve() for each in sys.argv[1:])
 DAMAGED = pathlib.Path(__file__).resolve().parent.parent.parent / "examples/damaged.dcm"
 lines = []
 is_condition = False
@@ -23,6 +26,26 @@ for row in pathlib.Path(PAGE).read_text("utf-8").splitlines():
         elif code.startswith("include "):
             lines.append(code)
 assert len(lines) > 25, lines
+
+# The page's lines on the index of the IODs, on that of the private elements, and on these.
+page = pathlib.Path(PAGE).read_text("utf-8")
+index = re.search(r'^    (CT CT .*)$', page, re.M)[1]
+private_index = re.search(r'`private/index.txt` says [^`]*`([^`]*)`', page)[1]
+private = "\n".join(re.search(r"^    (creator .*)\n    (.*)$", page, re.M).groups())
+with tempfile.TemporaryDirectory() as folder:
+    folder = pathlib.Path(folder)
+    for name, text in (("iods/index.txt", index), ("iods/CT.txt", ""), ("private/index.txt", private_index), ("private/acme.txt", private)):
+        (folder / name).parent.mkdir(exist_ok=True)
+        (folder / name).write_text(text + "\n", "utf-8")
+    (folder / "in.json").write_text(json.dumps({"00291008": {"vr": "CS", "Value": ["A"]}, "00290010": {"vr": "LO", "Value": ["ACME CT HEADER"]}}))
+
+    def run(*arguments):
+        return subprocess.run([TOOL, *arguments], cwd=folder, env={**os.environ, "LIB_DICOM_DEFINITIONS": str(folder)},
+                              capture_output=True, text=True, check=False).stdout
+
+    assert run("modules") == "CT  CT Image\n", run("modules")
+    run("from-json", "in.json", "in.dcm")
+    assert "Header Type" in run("list", "in.dcm"), run("list", "in.dcm")
 
 with tempfile.TemporaryDirectory() as folder:
     rules = pathlib.Path(folder) / "rules.txt"

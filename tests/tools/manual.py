@@ -44,7 +44,7 @@ def check(page, text):
 
 
 tool_help = help_of()
-commands = re.findall(r"^  ([a-z][a-z-]*)", tool_help.split("Subcommands:")[1], re.M)
+commands = re.findall(r"^  ([a-z][a-z-]*)", tool_help.split("Commands:")[1], re.M)
 main_page = check(PAGES / "dicom-mend.1", tool_help)
 assert len(commands) >= 12, commands
 for name in commands:

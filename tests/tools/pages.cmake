@@ -1,9 +1,9 @@
 # The commands, options and code of the documentation do what its pages say.
-file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
-set(readme ${PROJECT_SOURCE_DIR}/README.md)
+file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*.md
+  ${PROJECT_SOURCE_DIR}/python/*.md ${PROJECT_SOURCE_DIR}/page/library/*.md)
 if(NOT LIB_DICOM_SANITIZE)
   add_test(NAME commands_of_pages_print_what_they_say
-    COMMAND ${CMAKE_CURRENT_LIST_DIR}/pages.py $<TARGET_FILE:dicom-mend> ${readme} ${pages})
+    COMMAND ${CMAKE_CURRENT_LIST_DIR}/pages.py $<TARGET_FILE:dicom-mend> ${pages})
 endif()
 add_test(NAME readme_says_what_the_tool_says
   COMMAND ${PROJECT_SOURCE_DIR}/scripts/readme --check $<TARGET_FILE:dicom-mend>)
@@ -15,14 +15,11 @@ add_test(NAME clauses_of_the_page_on_definitions_are_taken
 if(BUILD_SHARED_LIBS AND NOT LIB_DICOM_SANITIZE)
   enable_language(C)
   set(code_of_pages ${CMAKE_CURRENT_LIST_DIR}/code_of_pages.py)
-  set(with_c ${PROJECT_SOURCE_DIR}/docs/interface.md)
-  set(with_cpp ${readme} ${PROJECT_SOURCE_DIR}/docs/interface.md)
-  set(with_python ${readme} ${PROJECT_SOURCE_DIR}/docs/cookbook.md ${PROJECT_SOURCE_DIR}/python/README.md)
   foreach(language c cpp)
     set(source ${CMAKE_CURRENT_BINARY_DIR}/code_of_pages.${language})
     add_custom_command(OUTPUT ${source}
-      COMMAND ${code_of_pages} ${language} ${with_${language}} > ${source}
-      DEPENDS ${code_of_pages} ${with_${language}})
+      COMMAND ${code_of_pages} ${language} ${pages} > ${source}
+      DEPENDS ${code_of_pages} ${pages})
     add_executable(code_of_pages_${language} ${source})
     target_compile_features(code_of_pages_${language} PRIVATE cxx_std_20)
     target_link_libraries(code_of_pages_${language} PRIVATE Lib_DICOM Lib_DICOM_Mend)
@@ -32,5 +29,5 @@ if(BUILD_SHARED_LIBS AND NOT LIB_DICOM_SANITIZE)
       $<TARGET_FILE:code_of_pages_${language}>)
   endforeach()
   add_test(NAME code_of_pages_in_python COMMAND ${SYSTEM_PYTHON} ${code_of_pages} python
-    $<TARGET_FILE:Lib_DICOM_Mend> ${PROJECT_SOURCE_DIR}/examples/damaged.dcm ${with_python})
+    $<TARGET_FILE:Lib_DICOM_Mend> ${PROJECT_SOURCE_DIR}/examples/damaged.dcm ${pages})
 endif()

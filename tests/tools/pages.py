@@ -8,9 +8,11 @@ In an indented block
     (status 2) is a fault, unless "..." stands behind it;
   - "dicom-mend ..." alone is a command with what it is for behind three blanks, and has to succeed;
   - a block that begins with "# NAME.txt" is written to that file.
-The shell has the files below in a folder of its own. Options that pages name have to be there.
+The shell has the files below in a folder of its own. Options, scripts, their stages and presets that pages name have to
+be there, and fences may only hold what other tests run: code_of_pages.py, faults_page, and code_of_pages.test.mjs.
 """
 
+import json
 import os
 import pathlib
 import re
@@ -92,6 +94,25 @@ def strange_options(page):
             yield from (word for word in re.findall(r"(?<![\w-])--[a-z][a-z-]+", line) if word not in OPTIONS)
 
 
+def strange_builds(page):
+    """Scripts and presets that the tree does not have, and stages that scripts/test does not take."""
+    text = page.read_text("utf-8")
+    for script in re.findall(r"(?<![\w/-])scripts/([a-z_]+)", text):
+        if not (ROOT / "scripts" / script).exists():
+            yield f"scripts/{script}"
+    for preset in re.findall(r"--preset ([a-z]+)", text):
+        if preset not in PRESETS:
+            yield f"--preset {preset}"
+    for stages in re.findall(r"scripts/test((?: [a-z]+)+)`", text):
+        yield from (f"scripts/test {stage}" for stage in stages.split() if stage not in STAGES | PRESETS)
+
+
+def strange_fences(page):
+    """Beginnings of blocks that no test runs."""
+    fences = re.findall(r"^```.*$", page.read_text("utf-8"), re.M)
+    return [fence for fence in fences[::2] if fence[3:] not in ("c", "cpp", "python", "js", "fault")]
+
+
 # Options of other programs stand in lines that name these.
 OTHERS = r"cmake|ctest|pip |apt|scripts/|bench|--gtest|faults_page|sbatch|dpkg|valgrind"
 COMMANDS = re.findall(r"^  ([a-z-]+)  ", run("dicom-mend help", ".").stdout, re.M)
@@ -99,11 +120,21 @@ OPTIONS = set(re.findall(r"--[a-z][a-z-]+", "".join(run(f"dicom-mend help {comma
 OPTIONS |= {"--manual", "--completions"}
 assert len(COMMANDS) > 10 and len(OPTIONS) > 40, (COMMANDS, OPTIONS)
 
+PRESETS = {each["name"] for each in json.loads((ROOT / "CMakePresets.json").read_text("utf-8"))["configurePresets"]}
+STAGES = set(re.findall(r"^    ([a-z]+)\)$", (ROOT / "scripts/test").read_text("utf-8"), re.M))
+assert len(STAGES) > 5, STAGES
+
 faults = ran = 0
 for name in map(pathlib.Path, sys.argv[2:]):
     for option in strange_options(name):
         faults += 1
         print(f"{name}: {option} is no option")
+    for build in strange_builds(name):
+        faults += 1
+        print(f"{name}: there is no {build}")
+    for fence in strange_fences(name):
+        faults += 1
+        print(f"{name}: no test runs {fence}")
     steps = list(steps_of(name))
     with tempfile.TemporaryDirectory(prefix="pages_") as folder:
         if steps:

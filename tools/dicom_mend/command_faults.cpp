@@ -25,6 +25,9 @@ std::vector<std::string> Names_Of_Options(const CLI::App& command)
         for (const std::string& name : option->get_lnames()) {
             names.push_back("--" + name);
         }
+        for (const std::string& name : option->get_snames()) {
+            names.push_back("-" + name);
+        }
     }
     return names;
 }
@@ -58,6 +61,11 @@ std::string Command_Suggestion(const std::string& name, std::vector<std::string>
                                           : std::string();
 }
 
+bool Is_Letter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
 /** The first option that a command does not have, in words; @param first  where its words begin */
 std::string Unknown_Option(const CLI::App& command, const std::vector<std::string>& words,
                            std::size_t first)
@@ -65,10 +73,15 @@ std::string Unknown_Option(const CLI::App& command, const std::vector<std::strin
     const std::vector<std::string> options = Names_Of_Options(command);
     for (std::size_t i = first; i < words.size() && words[i] != "--"; ++i) {
         const std::string option = words[i].substr(0, words[i].find('='));
-        if (option.starts_with("--") &&
+        // A number behind a dash may be the value of an option.
+        const bool is_short = option.size() == 2 && option[0] == '-' && Is_Letter(option[1]);
+        if ((option.starts_with("--") || is_short) &&
             std::find(options.begin(), options.end(), option) == options.end()) {
+            const std::string suggestion = is_short ? "" : Suggestion(option, options);
+            const bool is_of_commands = command.get_parent() == nullptr && suggestion.empty();
             return lib_mend::Printable(option) + ": " + command.get_name() + " has no such option" +
-                   Suggestion(option, options);
+                   suggestion +
+                   (is_of_commands ? "; those of a command stand behind its name" : "");
         }
     }
     return {};
@@ -78,7 +91,10 @@ std::string Unknown_Option(const CLI::App& command, const std::vector<std::strin
 
 std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& words)
 {
-    if (words.empty() || words.front().starts_with('-')) {
+    if (words.empty()) {
+        return "a command is missing; dicom-mend help lists them all";
+    }
+    if (words.front().starts_with('-')) {
         return Unknown_Option(app, words, 0);
     }
     const std::string& name = words.front();

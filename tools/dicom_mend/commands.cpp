@@ -271,7 +271,7 @@ std::string Name_Of(const std::string& path)
 
 std::shared_ptr<Source> Open(const std::string& path, std::string& reason)
 {
-    return Source::Open(path == Standard_Stream ? "/dev/stdin" : path, reason);
+    return path == Standard_Stream ? Source::Open_Input(reason) : Source::Open(path, reason);
 }
 
 std::optional<lib_mend::Data_Set> Read_Item(const Work_Item& item, Findings& findings,

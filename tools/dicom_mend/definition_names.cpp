@@ -76,6 +76,36 @@ std::vector<std::string> Names_Of(const std::vector<Definition_Name>& definition
     return names;
 }
 
+std::string Small(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return text;
+}
+
+/** Names that are near; else those whose titles hold the text, the shortest titles first. */
+std::string Suggestion_For(const std::string& text, std::vector<Definition_Name> definitions)
+{
+    constexpr std::size_t Shortest = 3;
+    constexpr std::size_t Most = 3;
+    const std::string near = Suggestion(text, Names_Of(definitions));
+    std::erase_if(definitions, [&](const Definition_Name& each) {
+        return Small(each.title).find(Small(text)) == std::string::npos;
+    });
+    // Of a text with blanks nobody thinks as of a code.
+    const bool is_title = text.find(' ') != text.npos && !definitions.empty();
+    if ((!near.empty() && !is_title) || definitions.empty() || text.size() < Shortest) {
+        return near;
+    }
+    std::stable_sort(definitions.begin(), definitions.end(),
+                     [](const Definition_Name& a, const Definition_Name& b) {
+                         return a.title.size() < b.title.size();
+                     });
+    definitions.resize(std::min(definitions.size(), Most));
+    return Listed(Names_Of(definitions));
+}
+
 bool Is_Number(const std::string& text)
 {
     constexpr std::size_t Longest = 4;
@@ -128,11 +158,12 @@ std::vector<Definition_Name> Tables()
 
 std::string Module_Fault(const std::string& code)
 {
-    const std::vector<std::string> codes = Names_Of(Modules());
+    const std::vector<Definition_Name> modules = Modules();
+    const std::vector<std::string> codes = Names_Of(modules);
     if (code == "auto" || std::find(codes.begin(), codes.end(), code) != codes.end()) {
         return {};
     }
-    return code + ": there is no such IOD" + Suggestion(code, codes) +
+    return code + ": there is no such IOD" + Suggestion_For(code, modules) +
            "\ndicom-mend modules lists all of them.";
 }
 
@@ -150,7 +181,7 @@ std::string Table_Fault(const std::string& table)
     if (fs::is_regular_file(Place_Of(Table_File(table)), error)) {
         return {};
     }
-    return table + ": there is no such table" + Suggestion(table, Names_Of(Tables())) +
+    return table + ": there is no such table" + Suggestion_For(table, Tables()) +
            "\ndicom-mend tables lists all of them.";
 }
 

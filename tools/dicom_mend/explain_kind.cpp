@@ -2,6 +2,7 @@
 
 #include "kinds_explained.h"
 #include "mend/findings/faults.h"
+#include "mend/interface/element_path.h"
 #include "suggestions.h"
 
 #include <algorithm>
@@ -46,7 +47,12 @@ Exit_Status Run_Explain(const std::vector<std::string>& kinds)
             Print(*kind);
         } else {
             std::fflush(stdout);
-            Report_Failure(name, "there is no such kind of finding" + Suggestion(name, names));
+            const std::string near = Suggestion(name, names);
+            const bool is_attribute = near.empty() && lib_mend::Parse_Path(name);
+            Report_Failure(name, "there is no such kind of finding" + near +
+                                     (is_attribute ? "; dict tells of attributes, and check "
+                                                     "--explain of their rules"
+                                                   : ""));
             status = Exit_Failure;
         }
     }

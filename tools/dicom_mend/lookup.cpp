@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <set>
 
 namespace dicom_mend {
 
@@ -216,16 +217,27 @@ Exit_Status Print_Names(const std::vector<Definition_Name>& definitions,
     for (const Definition_Name& each : definitions) {
         width = std::max(width, each.name.size());
     }
-    Exit_Status status = Exit_Findings;
+    std::set<std::string> found;
     for (const Definition_Name& each : definitions) {
-        const bool is_asked_for =
-            parts.empty() || std::any_of(parts.begin(), parts.end(), [&](const std::string& part) {
-                return Holds(each.name, part) || Holds(each.title, part);
-            });
+        bool is_asked_for = parts.empty();
+        for (const std::string& part : parts) {
+            if (Holds(each.name, part) || Holds(each.title, part)) {
+                found.insert(part);
+                is_asked_for = true;
+            }
+        }
         if (is_asked_for) {
             std::printf("%-*s  %s\n", static_cast<int>(width), each.name.c_str(),
                         Printable(each.title).c_str());
-            status = Exit_Clean;
+        }
+    }
+    std::fflush(stdout);
+    Exit_Status status = Exit_Clean;
+    for (const std::string& part : parts) {
+        if (!found.contains(part)) {
+            std::fprintf(stderr, "%s: neither a name nor a title holds this\n",
+                         Printable(part).c_str());
+            status = Exit_Findings;
         }
     }
     return Finish_Output(status);

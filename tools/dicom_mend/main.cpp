@@ -35,6 +35,8 @@ constexpr char Foot[] =
     "Exit status: 0 nothing to report, 1 findings, 2 something could not be read or\n"
     "written.";
 constexpr char Help[] = "help";
+/** The heading over the commands. */
+constexpr char Commands[] = "Commands";
 
 #ifdef __clang__
 constexpr char Compiler[] = "Clang " __clang_version__;
@@ -124,7 +126,9 @@ Exit_Status Run(const std::vector<std::string>& words)
     // Options name elements before any file is read.
     DICOM_Flag_Current_Standard = 1;
     CLI::App app(Description, "dicom-mend");
-    app.formatter(std::make_shared<dicom_mend::Help_Format>());
+    const auto format = std::make_shared<dicom_mend::Help_Format>();
+    format->label("Positionals", "Operands");
+    app.formatter(format);
     app.footer(Foot);
     app.require_subcommand(1);
     // Options are the same everywhere; a slash begins a path.
@@ -135,9 +139,12 @@ Exit_Status Run(const std::vector<std::string>& words)
                Compiler + "\ndefinitions in " + dicom_mend::Definition_Directory();
     });
     for (const Command& command : dicom_mend::All_Commands()) {
-        app.add_subcommand(command.name, command.description)->footer(command.foot);
+        app.add_subcommand(command.name, command.description)
+            ->group(Commands)
+            ->footer(command.foot);
     }
     app.add_subcommand(Help, "Show the options of a command")
+        ->group(Commands)
         ->footer("Examples:\n"
                  "  dicom-mend help mend\n"
                  "\n"

@@ -64,7 +64,15 @@ void Add_Run(CLI::App& command, Run_Options& run)
     command
         .add_option("--jobs", run.jobs,
                     "Number of worker processes; the number of cores by default")
-        ->check(CLI::Range(1, 1024))
+        ->check([](const std::string& text) {
+            constexpr int Most = 1024;
+            int jobs = 0;
+            const char* const end = text.data() + text.size();
+            const auto [stop, error] = std::from_chars(text.data(), end, jobs);
+            return error != std::errc() || stop != end || jobs < 1 || jobs > Most
+                       ? "\"" + text + "\" has to be a number from 1 to " + std::to_string(Most)
+                       : std::string();
+        })
         ->option_text("N");
     command
         .add_option("--from-list", run.walk.list,

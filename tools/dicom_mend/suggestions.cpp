@@ -59,11 +59,20 @@ std::vector<std::string> Holding(const std::string& part, const std::vector<std:
     return holding;
 }
 
-/** Digits of a tag in another form than the usual ones: "0010.0010", "010,0010", "0x00100010". */
-bool Looks_Like_Tag(const std::string& text)
+/** A text without the "0x" in front of its numbers. */
+std::string Without_Marks(std::string text)
 {
-    const std::size_t begin = text.starts_with("0x") ? 2 : 0;
-    return text.find_first_not_of("0123456789abcdefABCDEF,.:()[] ", begin) == text.npos &&
+    for (std::size_t mark = text.find("0x"); mark != text.npos; mark = text.find("0x", mark)) {
+        text.erase(mark, 2);
+    }
+    return text;
+}
+
+/** Digits of a tag in another form than the usual ones: "0010.0010", "010,0010", "0x00100010". */
+bool Looks_Like_Tag(const std::string& tag)
+{
+    const std::string text = Without_Marks(tag);
+    return text.find_first_not_of("0123456789abcdefABCDEF,.:()[] ") == text.npos &&
            std::count_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }) > 2;
 }
 
@@ -97,7 +106,11 @@ std::vector<std::string> Nearest(const std::string& text, const std::vector<std:
 
 std::string Suggestion(const std::string& text, const std::vector<std::string>& names)
 {
-    const std::vector<std::string> nearest = Nearest(text, names);
+    return Listed(Nearest(text, names));
+}
+
+std::string Listed(const std::vector<std::string>& nearest)
+{
     std::string suggestion;
     for (std::size_t i = 0; i < nearest.size(); ++i) {
         const bool is_last = i + 1 == nearest.size();
@@ -109,13 +122,22 @@ std::string Suggestion(const std::string& text, const std::vector<std::string>& 
 std::string Tag_Suggestion(const std::string& text)
 {
     constexpr std::size_t Half = 4;
-    std::string tag = Small(text.substr(text.starts_with("0x") ? 2 : 0));
+    std::string tag = Without_Marks(Small(text));
     std::replace_if(
         tag.begin(), tag.end(), [](char c) { return c == '.' || c == ':' || c == ' '; }, ',');
     std::erase_if(tag,
                   [](char c) { return (c < '0' || c > '9') && (c < 'a' || c > 'f') && c != ','; });
     if (tag.find(',') == tag.npos && tag.size() >= Half) {
         tag.insert(Half, ",");
+    }
+    // Zeros in front are left out in other places.
+    const std::size_t comma = tag.find(',');
+    if (comma != tag.npos && comma > 0 && comma < Half && tag.find(',', comma + 1) == tag.npos) {
+        const std::string element = tag.substr(comma + 1);
+        const std::string whole = std::string(Half - comma, '0') + tag.substr(0, comma) + "," +
+                                  std::string(Half - std::min(Half, element.size()), '0') + element;
+        const auto parsed = lib_mend::Parse_Tag_Digits(whole);
+        tag = parsed && lib_mend::Find_Attribute(*parsed) ? whole : tag;
     }
     if (lib_mend::Parse_Tag_Digits(tag) && !lib_mend::Parse_Tag_Digits(text)) {
         return "; did you mean " + tag + "?";

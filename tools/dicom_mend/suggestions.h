@@ -17,6 +17,9 @@ std::vector<std::string> Nearest(const std::string& text, const std::vector<std:
 /** "; did you mean list?", or nothing when nothing is near. */
 std::string Suggestion(const std::string& text, const std::vector<std::string>& names);
 
+/** The same words for names that were found otherwise. */
+std::string Listed(const std::vector<std::string>& nearest);
+
 /**
  * What is wrong with a tag, a keyword or a path of both, said of the part that is wrong: "PatientNam is neither a
  * tag nor a keyword; did you mean PatientName?". Empty when nothing is.

@@ -118,7 +118,17 @@ bool Source::Take_File(std::int64_t most_in_memory, std::string& error)
 std::shared_ptr<Source> Source::Open(const std::string& path, std::string& error,
                                      std::int64_t most_in_memory)
 {
-    const int descriptor = Open_To_Read(path);
+    return Open_Descriptor(Open_To_Read(path), path, error, most_in_memory);
+}
+
+std::shared_ptr<Source> Source::Open_Input(std::string& error)
+{
+    return Open_Descriptor(Open_Standard_Input(), "standard input", error, Small_File);
+}
+
+std::shared_ptr<Source> Source::Open_Descriptor(int descriptor, const std::string& path,
+                                                std::string& error, std::int64_t most_in_memory)
+{
     struct stat status = {};
     const bool is_there = descriptor >= 0 && fstat(descriptor, &status) == 0;
     error = is_there ? "" : std::strerror(errno);

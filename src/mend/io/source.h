@@ -42,6 +42,8 @@ public:
      */
     static std::shared_ptr<Source> Open(const std::string& path, std::string& error,
                                         std::int64_t most_in_memory = Small_File);
+    /** The same for standard input. */
+    static std::shared_ptr<Source> Open_Input(std::string& error);
     /** Takes over a descriptor, of a file that nobody else writes to. */
     static std::shared_ptr<Source> From_File(int descriptor, std::int64_t size, std::string name);
     static std::shared_ptr<Source> From_Bytes(Bytes bytes, std::string name);
@@ -112,6 +114,8 @@ private:
 
     explicit Source(std::string name);
     /** Takes the file of the descriptor; false for what is none, and when it cannot be read. */
+    static std::shared_ptr<Source> Open_Descriptor(int descriptor, const std::string& path,
+                                                   std::string& error, std::int64_t most_in_memory);
     bool Take_File(std::int64_t most_in_memory, std::string& error);
 
     std::string name_;

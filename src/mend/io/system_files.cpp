@@ -63,6 +63,12 @@ int Open_To_Read(const std::string& path)
     return open(path.c_str(), O_RDONLY | O_CLOEXEC);
 }
 
+int Open_Standard_Input()
+{
+    // A file is read from its beginning.
+    return Open_To_Read("/dev/stdin");
+}
+
 #if defined(__EMSCRIPTEN__)
 // Of the place, the module's own pread takes 32 bits only.
 // clang-format off

@@ -33,6 +33,9 @@ bool Sync_File(std::FILE* file);
 /** Opens a file for reading, which started processes do not inherit; -1 with errno. */
 int Open_To_Read(const std::string& path);
 
+/** Opens what the process was given to read; -1 with errno. */
+int Open_Standard_Input();
+
 /** Reads from a place on, wherever the file is read otherwise; the number of bytes, -1 with errno. */
 std::int64_t Read_At(int descriptor, void* out, std::size_t size, std::int64_t offset);
 

@@ -122,6 +122,11 @@ int Open_To_Read(const std::string& path)
     return _wsopen(name.c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT, _SH_DENYNO);
 }
 
+int Open_Standard_Input()
+{
+    return _dup(_fileno(stdin));
+}
+
 std::int64_t Read_At(int descriptor, void* out, std::size_t size, std::int64_t offset)
 {
     // The system has a read at a place, but moves the position by it.

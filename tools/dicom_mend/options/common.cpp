@@ -10,10 +10,11 @@ namespace {
 
 std::string Charset_Fault(const std::string& terms)
 {
-    return lib_mend::Is_Character_Set(terms)
-               ? std::string()
-               : "is no defined term of a character set, as \"ISO_IR 100\" is, nor several with "
-                 "backslashes between them";
+    return lib_mend::Is_Character_Set(terms) ? std::string()
+                                             : "\"" + terms +
+                                                   "\" is no defined term of a character set, as "
+                                                   "\"ISO_IR 100\" is, nor several with "
+                                                   "backslashes between them";
 }
 
 }  // namespace

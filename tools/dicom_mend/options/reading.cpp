@@ -103,9 +103,13 @@ Run_Command Set_Up_Diff(CLI::App& command)
         ->option_text("FORMAT");
     Add_Looks(command, request->looks);
     command.add_option("FILE", request->files, "The two files; - is standard input")
-        ->required()
-        ->expected(2)
+        ->expected(0, 2)
         ->option_text("A B");
+    command.final_callback([request] {
+        if (request->files.size() != 2) {
+            throw CLI::ValidationError("A and B are required");
+        }
+    });
     return [request] {
         return Run_Diff(*request);
     };

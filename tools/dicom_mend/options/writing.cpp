@@ -17,10 +17,15 @@ using lib_mend::Output_Syntax;
 void Add_Files(CLI::App& command, Mend_Request& request)
 {
     command.add_flag("--force", request.run.force, "Replace an existing output file");
-    command.add_option("FILE", request.run.walk.paths, "File to read, and file to write")
-        ->required()
-        ->expected(2)
+    std::vector<std::string>& paths = request.run.walk.paths;
+    command.add_option("FILE", paths, "File to read, and file to write")
+        ->expected(0, 2)
         ->option_text("IN OUT");
+    command.final_callback([&paths] {
+        if (paths.size() != 2) {
+            throw CLI::ValidationError("IN and OUT are required");
+        }
+    });
     Add_Verbosity(command, request.run);
 }
 
