@@ -14,7 +14,7 @@ namespace {
 constexpr Unit This_Unit = "NEMA_Read_TAG";
 
 /** What items and delimiters keep of the caller's mode: they are implicit and little endian. */
-constexpr unsigned char Item_Mask = 0xC0;
+constexpr unsigned char Kept_Mask = 0xC0;
 
 Step Check_Length(Header_Input& input, const Element_Header& header, int file_size)
 {
@@ -39,7 +39,7 @@ Step Read_Plain(Header_Input& input, unsigned char callers_mode, int file_size,
     Trace(input.Handle(), Trace_Entry, "--> reading (%04x,%04x)", header.group, header.element);
     Step step = Step::Next;
     if (header.group == Item_Group) {
-        mode = callers_mode & Item_Mask;
+        mode = callers_mode & Kept_Mask;
     } else {
         step = input.Read_VR(header);
     }

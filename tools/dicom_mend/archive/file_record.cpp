@@ -253,12 +253,13 @@ void Leave_Out_Values(std::vector<Finding>& findings)
 void Report(const File_Record& record, Verbosity verbosity, bool show_values)
 {
     std::fflush(stdout);
+    std::string lines;
     for (const Finding& finding : record.findings) {
         if (Is_Shown(Severity_Of(finding), verbosity)) {
-            std::fprintf(stderr, "%s\n",
-                         Shown_Line(record.path, finding, verbosity, show_values).c_str());
+            lines += Shown_Line(record.path, finding, verbosity, show_values) + '\n';
         }
     }
+    std::fputs(lines.c_str(), stderr);
     if (!record.failure.empty()) {
         Report_Failure(record.path, record.failure);
     }

@@ -123,6 +123,8 @@ void Run::Wait(Plan& plan)
         for (Done_File& file : workers_.Take()) {
             Take_Done(std::move(file));
         }
+        state_.Write();
+        Stop_Without_State();
     }
     if (Interruptible::Asked_By() != 0 && stopped_.empty()) {
         stopped_ = "interrupted";

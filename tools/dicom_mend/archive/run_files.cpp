@@ -129,7 +129,6 @@ void Run::Take_Done(Done_File&& file)
     findings_ += slot.record.findings.size();
     if (slot.is_final) {
         state_.Put_Done(slot.record, slot.staged);
-        Stop_Without_State();
     }
     if (slot.record.try_again && Is_Full(slot.record.failure) && stopped_.empty()) {
         stopped_ = "there is no room left in " + options_.to;

@@ -3,12 +3,14 @@
 #include "archive/processes.h"
 #include "mend/findings/fnv.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <map>
 #include <tuple>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -62,6 +64,19 @@ bool Pread_All(int descriptor, char* to, std::size_t size, std::int64_t offset)
         to += count;
         size -= static_cast<std::size_t>(count);
         offset += count;
+    }
+    return true;
+}
+
+bool Pwrite_All(int descriptor, std::string_view bytes, std::int64_t offset)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = pwrite(descriptor, bytes.data(), bytes.size(), offset);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        offset += std::max<ssize_t>(count, 0);
     }
     return true;
 }
@@ -148,19 +163,29 @@ std::string Run_State::Open(const std::string& path, const std::string& folder,
 
 void Run_State::Put(char kind, std::string_view bytes)
 {
+    const std::size_t begin = unwritten_.size();
+    unwritten_ += Framed(bytes);
+    unwritten_.insert(begin + Frame_Head, Sum_Of(kind, bytes) + kind);
+    // What is done is nothing that others see; it is written together with what follows.
+    if (kind != Done_Kind) {
+        Write();
+    }
+}
+
+void Run_State::Write()
+{
     // What does not fit may stand in front of what would; the log ends where it is known to be whole.
-    if (!failure_.empty()) {
+    const std::string records = std::exchange(unwritten_, {});
+    if (!failure_.empty() || records.empty()) {
         return;
     }
-    std::string record = Framed(bytes);
-    record.insert(Frame_Head, Sum_Of(kind, bytes) + kind);
-    if (lseek(descriptor_, end_, SEEK_SET) != end_ || !Write_All(descriptor_, record)) {
+    if (!Pwrite_All(descriptor_, records, end_)) {
         // A file that is not in the log is done again, and nothing else is lost.
         failure_ = "cannot be written: " + System_Text();
         static_cast<void>(ftruncate(descriptor_, end_) == 0);
         return;
     }
-    end_ += static_cast<std::int64_t>(record.size());
+    end_ += static_cast<std::int64_t>(records.size());
 }
 
 std::optional<std::string> Run_State::Record_At(std::int64_t offset, char& kind,

@@ -72,7 +72,7 @@ public:
 
     /** What is known of a file of an earlier run; nothing when it was not done. Read from the log. */
     std::optional<Logged_File> Find(const std::string& relative) const;
-    /** A file is done: its output waits at the staged place. */
+    /** A file is done: its output waits at the staged place. Written when Write is called or more is put. */
     void Put_Done(const File_Record& record, const std::string& staged);
     /**
      * The output of a file is in its place; what was found when it was placed goes with it.
@@ -92,6 +92,7 @@ public:
     void Put_Said(const File_Record& record);
     /** The run is at its end. */
     void Put_End();
+    void Write();
     /** Another text for each run that went on with the log. */
     std::string Session() const;
     /** How many files the log knows. */
@@ -148,6 +149,8 @@ private:
     /** The last record says that the run is at its end. */
     bool is_ended_ = false;
     std::int64_t end_ = 0;
+    /** Records that stand behind the end. */
+    std::string unwritten_;
     /** With a slash behind it. */
     std::string folder_;
     std::string terms_;
