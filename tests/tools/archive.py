@@ -354,17 +354,23 @@ def others_files_in_the_places_of_outputs_stay():
         run(*arguments)
         output, state = scratch / "out" / "0.dcm", scratch / "out.state"
         mended = output.read_bytes()
-        for another in (mended + b"\0", mended[:-1]):
+        for another in (mended + b"\0", mended[:-1], mended[:-1] + b"\1"):
             for change in (False, True):
+                output.rename(scratch / "kept")
                 output.write_bytes(another)
                 if change:
                     (scratch / "in" / "0.dcm").write_bytes(made("1.2.4"))
                 assert b"0.dcm: exists already; --force" in run(*arguments, status=2).stderr and output.read_bytes() == another
-                output.write_bytes(mended)
+                (scratch / "kept").rename(output)
                 run(*arguments, status=0)
                 (scratch / "in" / "0.dcm").write_bytes(made("1.2.3"))
                 run(*arguments, status=0)
                 assert output.read_bytes() == mended
+        # The same bytes may have been put there anew; from then on they are the run's own.
+        output.write_bytes(mended)
+        for _ in range(2):
+            before = output.stat().st_mtime_ns
+            assert (b"done before: 1" in run(*arguments, status=0).stderr) == bool(_) and output.stat().st_mtime_ns == before
         # What a machine that lost power has left is the run's own.
         output.write_bytes(b"")
         run(*arguments)
@@ -387,6 +393,52 @@ def others_files_in_the_places_of_outputs_stay():
             assert (scratch / "out2" / "0.dcm").read_bytes() == (mended if another is None else another), another
             shutil.rmtree(scratch / "out2")
             (scratch / "out2.state").unlink()
+
+
+def names_of_the_runs_own_are_kept_apart():
+    with Scratch() as scratch:
+        for folder in (".dicom-mend", ".dicom-mend-1-of-2", "b"):
+            (scratch / folder).mkdir()
+            (scratch / folder / "a.dcm").write_bytes(made("1.2.3"))
+        for resumes in range(2):
+            done = run("mend", "--to", "o", "--resume", ".dicom-mend", ".dicom-mend-1-of-2", "b", cwd=scratch, status=1)
+            assert done.stderr.count(b"an underscore tells them apart") == (0 if resumes else 2), done.stderr
+            assert sorted(map(str, tree(scratch / "o"))) == ["_.dicom-mend-1-of-2/a.dcm", "_.dicom-mend/a.dcm", "b/a.dcm"]
+        # What others keep in the folder of a run stays, also where another run ends that this one waits for.
+        (scratch / "o" / ".dicom-mend" / "3").mkdir(parents=True)
+        (scratch / "o" / ".dicom-mend" / "3" / "note").write_text("mine")
+        make_archive(scratch / "in", 200)
+        runs = [subprocess.Popen([TOOL, "mend", "-q", "--to", "o", "--state", f"s{number}", "--force", "in"], cwd=scratch, stderr=subprocess.PIPE)
+                for number in range(3)]
+        for one in runs:
+            assert b"Bad file" not in one.communicate()[1]
+        assert (scratch / "o" / ".dicom-mend" / "3" / "note").read_text() == "mine"
+        (scratch / "o" / ".dicom-mend" / "3" / "note").unlink()
+        runs = [subprocess.Popen([TOOL, "mend", "-q", "--to", "o", "--state", f"t{number}", "--force", "in"], cwd=scratch, stderr=subprocess.PIPE)
+                for number in range(3)]
+        for one in runs:
+            assert b"Bad file" not in one.communicate()[1]
+
+
+def what_is_not_there_any_more_is_not_reported():
+    with Scratch() as scratch:
+        (scratch / "in" / "b").mkdir(parents=True)
+        for name, data in (("a.dcm", made("1.2.3")), ("t.dcm", made("1.2.4")[:-20]), ("b/c.dcm", made("1.2.5"))):
+            (scratch / "in" / name).write_bytes(data)
+        away = [scratch / "in" / "t.dcm", scratch / "t.dcm"]
+        for step, (status, files, words) in enumerate(((2, 3, b""), (0, 2, b"; not there any more: 1"), (0, 2, b""), (2, 3, b""))):
+            if step in (1, 3):
+                away[0].rename(away[1])
+                away.reverse()
+            for form in ("r.jsonl", "r.csv"):
+                done = run("mend", "--to", "o", "--report", form, "--resume", "in", cwd=scratch, status=status if form == "r.jsonl" else None)
+                assert form != "r.jsonl" or (b"any more" in done.stderr) == bool(words) and words in done.stderr, (step, done.stderr)
+            for of in ("o", "r.jsonl"):
+                assert json.loads(run("report", "--json", of, cwd=scratch, status=status).stdout)["files"] == files, (step, of)
+        # Why nothing could be found out stands in every report.
+        run("check", "--report", "n.csv", "none.dcm", "in/a.dcm", cwd=scratch, status=2)
+        row = next(csv.DictReader(open(scratch / "n.csv", newline="")))
+        assert (row["file"], row["errors"], row["kinds"]) == ("none.dcm", "1", "unreadable:1"), row
 
 
 def runs_go_on_from_other_folders():
@@ -717,7 +769,8 @@ def killed_runs():
 
 TESTS = (same_with_any_number_of_jobs, shards_are_parts, runs_go_on_from_other_folders, inputs_are_never_written_over, inputs_of_one_name_stay_apart,
          what_is_mended_leaves_quarantine, changed_and_missing_files_are_done_again,
-         what_could_not_be_done_is_known, others_files_in_the_places_of_outputs_stay,
+         what_could_not_be_done_is_known, names_of_the_runs_own_are_kept_apart, what_is_not_there_any_more_is_not_reported,
+         others_files_in_the_places_of_outputs_stay,
          interrupted_runs_end_in_order, a_worker_that_dies_costs_its_file, layouts_stay_below_their_folder,
          rooms_and_rights, standard_streams, killed_runs)
 

@@ -26,6 +26,7 @@ Exit_Status Run_Report_Command(const Report_Request& request)
     for (const std::string& run : request.runs) {
         const std::string error = Read_Run(run, request.verbose, [&](File_Record&& record) {
             status = std::max(status, record.status);
+            Add_Failure(record);
             totals.Add(record);
             report.Add(record);
         });

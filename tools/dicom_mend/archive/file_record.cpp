@@ -274,4 +274,17 @@ void Add_Finding(File_Record& record, lib_mend::Fault fault, lib_mend::Level lev
     record.findings.push_back(findings.All().front());
 }
 
+void Add_Failure(File_Record& record)
+{
+    const auto says_it = [&record](const Finding& finding) {
+        return finding.text == record.failure;
+    };
+    if (!record.failure.empty() &&
+        std::none_of(record.findings.begin(), record.findings.end(), says_it)) {
+        Add_Finding(record,
+                    record.try_again ? lib_mend::Fault::Not_Written : lib_mend::Fault::Unreadable,
+                    lib_mend::Level::Error, record.failure);
+    }
+}
+
 }  // namespace dicom_mend

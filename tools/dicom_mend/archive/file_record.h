@@ -98,6 +98,9 @@ void Leave_Out_Values(std::vector<lib_mend::Finding>& findings);
 /** Prints what was found in a file, and why nothing could be. */
 void Report(const File_Record& record, Verbosity verbosity, bool show_values);
 
+/** Adds a finding that says why nothing could be found out, for reports that know of findings only. */
+void Add_Failure(File_Record& record);
+
 /** What is done with one file; what it prints is handed over with the record. */
 using File_Work = std::function<void(const Work_Item&, File_Record&)>;
 

@@ -15,6 +15,7 @@
 #include <functional>
 #include <span>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -27,6 +28,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char Exists[] = "exists already";
+constexpr char Same_Bytes[] = "was there";
+/** What a run makes for itself begins so. */
+constexpr std::string_view Own_Names = ".dicom-mend";
 
 bool Is_Same_Content(const std::string& path, const std::string& other)
 {
@@ -52,7 +56,21 @@ bool Is_Same_Content(const std::string& path, const std::string& other)
     return true;
 }
 
+bool Is_Staged_Name(const std::string& name)
+{
+    return name.find_first_not_of("0123456789-") == name.npos;
+}
+
 }  // namespace
+
+std::int64_t Modified_Of(const std::string& path)
+{
+    constexpr std::int64_t Nanoseconds = 1'000'000'000;
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0
+               ? status.st_mtim.tv_sec * Nanoseconds + status.st_mtim.tv_nsec
+               : 0;
+}
 
 std::string Make_Folders(const std::string& path)
 {
@@ -83,15 +101,29 @@ Placing::~Placing()
 
 std::string Placing::Make_Work()
 {
+    while (work_folder_ < 0) {
+        const std::string error = Make_Folders(work_);
+        if (!error.empty()) {
+            return error;
+        }
+        work_folder_ = open(work_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (work_folder_ < 0) {
+            return std::strerror(errno);
+        }
+        if (!Lock_Alone(work_folder_)) {
+            return "a run is at work there";
+        }
+        struct stat held = {};
+        struct stat there = {};
+        if (fstat(work_folder_, &held) != 0 || lstat(work_.c_str(), &there) != 0 ||
+            held.st_ino != there.st_ino || held.st_dev != there.st_dev) {
+            // The run that was at work there has taken it away when it ended.
+            close(std::exchange(work_folder_, -1));
+        }
+    }
     std::string error;
     for (std::uint64_t i = 0; i < Folders && error.empty(); ++i) {
         error = Make_Folders(work_ + "/" + std::to_string(i));
-    }
-    if (error.empty() && work_folder_ < 0) {
-        work_folder_ = open(work_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        error = work_folder_ < 0            ? std::strerror(errno)
-                : !Lock_Alone(work_folder_) ? "a run is at work there"
-                                            : "";
     }
     return error;
 }
@@ -104,6 +136,21 @@ void Placing::Unmake_Work() const
     rmdir(work_.c_str());
 }
 
+void Placing::Clear_Work() const
+{
+    std::error_code error;
+    for (std::uint64_t i = 0; i < Folders; ++i) {
+        fs::directory_iterator entry(work_ + "/" + std::to_string(i), error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+            // Whatever else stands there is not the run's to take away.
+            if (Is_Staged_Name(entry->path().filename().string())) {
+                unlink(entry->path().c_str());
+            }
+        }
+    }
+    Unmake_Work();
+}
+
 void Placing::Take_Place(const std::string& path)
 {
     if (!folder_.empty() && Stands_In(path, folder_)) {
@@ -112,24 +159,18 @@ void Placing::Take_Place(const std::string& path)
     }
 }
 
-void Placing::Clear_Work() const
-{
-    std::error_code error;
-    fs::remove_all(work_, error);
-}
-
-bool Placing::Is_In_Place(const File_Record& record)
+bool Placing::Is_In_Place(const Own_Output& own)
 {
     struct stat status = {};
-    return !record.has_output || (lstat(record.output.c_str(), &status) == 0 &&
-                                  S_ISREG(status.st_mode) && status.st_size == record.output_size);
+    return lstat(own.path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_size == own.size && Modified_Of(own.path) == own.modified;
 }
 
-bool Placing::Is_Own(const std::string& path, std::int64_t size)
+bool Placing::Is_Own(const Own_Output& own)
 {
     struct stat status = {};
-    return lstat(path.c_str(), &status) != 0 ||
-           (S_ISREG(status.st_mode) && (status.st_size == size || status.st_size == 0));
+    return lstat(own.path.c_str(), &status) != 0 ||
+           (S_ISREG(status.st_mode) && status.st_size == 0) || Is_In_Place(own);
 }
 
 std::string Placing::Put(const std::string& staged, const std::string& path,
@@ -165,7 +206,7 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
         }
         // Where the machine lost power, the log may know less than the folder.
         unlink(staged.c_str());
-        return {};
+        return Same_Bytes;
     }
     const std::string fault = lib_mend::Target_Fault(path, true);
     std::error_code error;
@@ -184,7 +225,9 @@ std::string Placing::Put(const std::string& staged, const std::string& path,
 void Placing::Choose(File_Record& record, const std::string& own, bool is_numbered)
 {
     constexpr int Most = 1'000'000;
-    const std::string wanted = record.layout.empty() ? record.relative : record.layout;
+    std::string wanted = record.layout.empty() ? record.relative : record.layout;
+    const bool is_reserved = wanted.starts_with(Own_Names);
+    wanted.insert(0, is_reserved ? "_" : "");
     std::string name = wanted;
     const auto is_taken = [&] {
         const std::string path = folder_ + "/" + name;
@@ -197,7 +240,11 @@ void Placing::Choose(File_Record& record, const std::string& own, bool is_number
     taken_.insert(std::hash<std::string>()(name));
     const bool is_said =
         !record.findings.empty() && record.findings.back().fault == lib_mend::Fault::Name_Taken;
-    if ((name != wanted || (is_numbered && record.layout.empty())) && !is_said) {
+    if (is_reserved && !is_said) {
+        Add_Finding(
+            record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
+            "what a run makes for itself has names that begin so; an underscore tells them apart");
+    } else if ((name != wanted || (is_numbered && record.layout.empty())) && !is_said) {
         Add_Finding(record, lib_mend::Fault::Name_Taken, lib_mend::Level::Kept,
                     "another file has its name; a number tells them apart");
     }
@@ -206,8 +253,8 @@ void Placing::Choose(File_Record& record, const std::string& own, bool is_number
 Placing::Outcome Placing::Place(File_Record& record, const std::string& staged, bool is_own)
 {
     const std::string error = Put(staged, record.output, record.path, is_own);
-    if (error.empty()) {
-        return Outcome::In_Place;
+    if (error.empty() || error == Same_Bytes) {
+        return error.empty() ? Outcome::In_Place : Outcome::Was_There;
     }
     if (shared_ && error == Exists) {
         return Outcome::Taken;

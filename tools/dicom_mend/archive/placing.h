@@ -5,6 +5,7 @@
 
 #include "archive/file_record.h"
 #include "archive/inputs.h"
+#include "archive/run_state.h"
 
 #include <string>
 #include <unordered_set>
@@ -49,21 +50,18 @@ public:
      * @param is_numbered  a number in the place of the input tells it from another one
      */
     void Choose(File_Record& record, const std::string& own, bool is_numbered);
-    enum class Outcome { In_Place, Failed, Taken };
+    enum class Outcome { In_Place, Was_There, Failed, Taken };
     /**
-     * Puts an output in the place that was chosen. A failure is a finding, unless the place turned out to be
-     * taken by another shard of the run: another one can be chosen then.
+     * Puts an output in the place that was chosen, unless a file of the same bytes was there. A failure is a finding,
+     * unless the place turned out to be taken by another shard of the run: another one can be chosen then.
      *
      * @param is_own  what stands there is the file's own
      */
     Outcome Place(File_Record& record, const std::string& staged, bool is_own);
-    /** The output of an earlier run stands in its place. */
-    static bool Is_In_Place(const File_Record& record);
-    /**
-     * Tells whether nobody but a run has put there what stands there: nothing does, or an output of its size, or
-     * the empty file that a machine leaves when it loses power.
-     */
-    static bool Is_Own(const std::string& path, std::int64_t size);
+    /** An output stands in its place, and nobody has changed it. */
+    static bool Is_In_Place(const Own_Output& own);
+    /** The same, or nothing stands there, or the empty file that a machine leaves when it loses power. */
+    static bool Is_Own(const Own_Output& own);
 
 private:
     /** Workers that make files in one folder wait for each other. */
@@ -82,6 +80,9 @@ private:
     std::string last_folder_;
     std::unordered_set<std::size_t> taken_;
 };
+
+/** Time of the last change in nanoseconds; 0 where nothing is. */
+std::int64_t Modified_Of(const std::string& path);
 
 /** Creates a folder and those around it; the reason of a failure. */
 std::string Make_Folders(const std::string& path);

@@ -67,7 +67,6 @@ std::string Run::Open_All()
             return state + ": error: " + error;
         }
         session_ = state_.Session();
-        logged_ = state_.Files();
         placing_.Set_Taken(state_.Outputs());
         placing_.Take_Place(state);
     }
@@ -173,9 +172,7 @@ void Run::Print_Summary(const Plan& plan) const
     std::string text = Summary_Text(totals_, plan.Counts());
     text += finished_ > 0 ? "; done before: " + Count_Text(finished_) : "";
     text += changed_ > 0 ? "; changed since: " + Count_Text(changed_) : "";
-    if (stopped_.empty() && logged_ > known_) {
-        text += "; not there any more: " + Count_Text(logged_ - known_);
-    }
+    text += missing_ > 0 ? "; not there any more: " + Count_Text(missing_) : "";
     std::fprintf(stderr, "%s\n", text.c_str());
     if (!stopped_.empty()) {
         std::fprintf(stderr, "%s: the run is not at its end%s\n", stopped_.c_str(),
@@ -191,6 +188,7 @@ Exit_Status Run::Finish(const Plan& plan)
     }
     const bool is_whole = stopped_.empty();
     if (is_whole) {
+        missing_ = state_.Put_Missing();
         state_.Put_End();
     }
     if (is_whole && !options_.to.empty()) {

@@ -57,7 +57,7 @@ private:
     void Tell(Slot& slot);
     void Tell_Held();
     void Place(Slot& slot);
-    void Say_Old_Output(Slot& slot, const std::string& old) const;
+    void Say_Old_Output(Slot& slot) const;
     void Print(const File_Record& record, bool is_known);
     bool Stop_Without_State();
     bool Keep_Apart(Slot& slot);
@@ -86,9 +86,8 @@ private:
     std::int64_t done_bytes_ = 0;
     std::uint64_t findings_ = 0;
     std::uint64_t changed_ = 0;
-    /** Files that the log knew when the run began, and those of them that were met again. */
-    std::uint64_t logged_ = 0;
-    std::uint64_t known_ = 0;
+    /** Files that the log knew when the run began, and that were not met again. */
+    std::uint64_t missing_ = 0;
     std::uint64_t finished_ = 0;
     Exit_Status status_ = Exit_Clean;
     /** Why no more files are begun; empty while they are. */

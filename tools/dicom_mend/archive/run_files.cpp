@@ -84,14 +84,13 @@ void Run::Look_Up(Slot& slot)
     if (!logged) {
         return;
     }
-    ++known_;
     struct stat status = {};
     const bool is_staged = logged->record.has_output &&
                            lstat(logged->staged.c_str(), &status) == 0 &&
                            status.st_size == logged->record.output_size;
-    slot.own = logged->own;
     // Where the output still waits, what stands in its place is what it was to replace.
-    slot.own_size = logged->is_placed && is_staged ? logged->replaced_size : logged->own_size;
+    slot.own = logged->is_placed && is_staged ? logged->replaced : logged->own;
+    slot.own.path = logged->own.path;
     if (logged->is_again || slot.stage == Slot::Stage::Done) {
         slot.told = logged->is_again && logged->is_said ? Told_Of(logged->record) : std::string();
         return;
@@ -101,7 +100,8 @@ void Run::Look_Up(Slot& slot)
         ++changed_;
         return;
     }
-    if (logged->is_placed && !is_staged && placing_.Is_In_Place(logged->record)) {
+    if (logged->is_placed && !is_staged &&
+        (!logged->record.has_output || Placing::Is_In_Place(logged->own))) {
         slot.is_finished = true;
     } else if (logged->record.has_output && !is_staged) {
         return;
@@ -139,37 +139,36 @@ void Run::Take_Done(Done_File&& file)
  * Tells of what an earlier run made of a file that has changed since. It stays: whoever looks at it now may have
  * changed it, or put another file there.
  */
-void Run::Say_Old_Output(Slot& slot, const std::string& old) const
+void Run::Say_Old_Output(Slot& slot) const
 {
-    struct stat status = {};
-    if (old.empty() || lstat(old.c_str(), &status) != 0 || !Placing::Is_Own(old, slot.own_size)) {
+    if (!Placing::Is_In_Place(slot.own)) {
         return;
     }
     // A layout makes names of values, which may tell who somebody is.
     Add_Finding(slot.record, lib_mend::Fault::Old_Output, lib_mend::Level::Kept,
                 "what was made of the file before it changed stays" +
-                    (options_.has_layout ? " in its place in the layout" : ": " + old));
+                    (options_.has_layout ? " in its place in the layout" : ": " + slot.own.path));
 }
 
 void Run::Place(Slot& slot)
 {
     File_Record& record = slot.record;
-    std::string own = slot.own;
+    std::string own = slot.own.path;
     if (!record.has_output) {
-        Say_Old_Output(slot, own);
+        Say_Old_Output(slot);
         state_.Put_Placed(record);
         return;
     }
     auto outcome = Placing::Outcome::Taken;
     while (outcome == Placing::Outcome::Taken) {
         placing_.Choose(record, own, slot.item.is_numbered);
-        if (record.output != own) {
-            Say_Old_Output(slot, own);
+        const bool is_same = record.output == own;
+        if (!is_same && !own.empty()) {
+            Say_Old_Output(slot);
         }
+        const bool is_own = is_same && slot.own.modified != 0 && Placing::Is_Own(slot.own);
         // The log says first where the file will be, so that it is found there whenever the run is killed.
-        const bool is_own = record.output == own && slot.own_size != Logged_File::Nothing &&
-                            Placing::Is_Own(own, slot.own_size);
-        state_.Put_Placed(record, is_own ? slot.own_size : Logged_File::Nothing);
+        state_.Put_Placed(record, Modified_Of(slot.staged), is_own ? slot.own : Own_Output());
         if (Stop_Without_State()) {
             Add_Finding(record, lib_mend::Fault::Not_Written, lib_mend::Level::Error,
                         "is not put into its place, for the state of the run cannot be written");
@@ -180,10 +179,11 @@ void Run::Place(Slot& slot)
         const std::string output = record.output;
         outcome = placing_.Place(record, slot.staged, is_own);
         if (outcome == Placing::Outcome::Failed) {
-            const bool was_own = output == own;
-            state_.Put_Again(record, was_own ? own : "", slot.own_size, was_own ? "" : output);
+            state_.Put_Again(record, is_same ? slot.own : Own_Output(), is_same ? "" : output);
+        } else if (outcome == Placing::Outcome::Was_There) {
+            state_.Put_Placed(record, Modified_Of(output));
         } else if (outcome == Placing::Outcome::Taken && is_own) {
-            Say_Old_Output(slot, own);
+            Say_Old_Output(slot);
         }
         own.clear();
     }
@@ -206,6 +206,7 @@ void Run::Add(const File_Record& record)
         return options_.verbosity != Verbosity::Verbose &&
                Severity_Of(finding) == lib_mend::Severity::Info;
     });
+    Add_Failure(shown);
     totals_.Add(shown);
     report_.Add(shown);
 }
@@ -257,12 +258,12 @@ void Run::Tell(Slot& slot)
         is_kept = (record.status == before || Keep_Apart(slot)) && is_kept;
         if (!is_kept) {
             // It is done again when the run goes on.
-            const bool is_new = !record.output.empty();
-            state_.Put_Again(record, is_new ? record.output : slot.own,
-                             is_new ? record.output_size : slot.own_size, "");
+            const Own_Output placed = {record.output, record.output_size,
+                                       Modified_Of(record.output)};
+            state_.Put_Again(record, record.output.empty() ? slot.own : placed, "");
         }
     } else {
-        state_.Put_Again(record, slot.own, slot.own_size, "");
+        state_.Put_Again(record, slot.own, "");
     }
     Print(record, Is_Told(slot));
     Add(record);

@@ -34,6 +34,8 @@ enum Kind : char {
     Done_Kind = 'D',
     Placed_Kind = 'P',
     Again_Kind = 'A',
+    Missing_Kind = 'M',
+    There_Kind = 'R',
     Said_Kind = 'S',
     End_Kind = 'E'
 };
@@ -79,13 +81,6 @@ bool Pwrite_All(int descriptor, std::string_view bytes, std::int64_t offset)
         offset += std::max<ssize_t>(count, 0);
     }
     return true;
-}
-
-/** Where the output of a file stands, and its size: records of both kinds that have it begin so. */
-std::pair<std::string, std::int64_t> Unpack_Own(Unpacker& bytes)
-{
-    std::string own = bytes.Text();
-    return {std::move(own), bytes.Signed()};
 }
 
 }  // namespace
@@ -233,15 +228,24 @@ void Run_State::Learn()
             } else if (kind == Folder_Kind) {
                 folder_ = *bytes;
             } else if (kind == Again_Kind) {
-                places_[lib_mend::FNV_1a(unpacker.Text())] = {at, at, false, true};
+                Places& places = places_[lib_mend::FNV_1a(unpacker.Text())];
+                places = Places();
+                places.done = places.placed = at;
+                places.is_again = true;
                 Unpack_Own(unpacker);
                 outputs_.erase(std::hash<std::string>()(unpacker.Text()));
+            } else if (kind == Missing_Kind || kind == There_Kind) {
+                const auto entry = places_.find(unpacker.Number());
+                if (entry != places_.end()) {
+                    entry->second.is_missing = kind == Missing_Kind;
+                }
             } else {
                 Places& places = places_[lib_mend::FNV_1a(unpacker.Text())];
                 places.placed = kind == Placed_Kind ? at : places.placed;
                 places.done = kind == Done_Kind ? at : places.done;
                 places.is_said = places.is_said && kind != Done_Kind;
                 places.is_again = places.is_again && kind != Done_Kind;
+                places.is_missing = false;
                 outputs_.insert(kind == Placed_Kind ? std::hash<std::string>()(unpacker.Text())
                                                     : 0);
             }
@@ -265,14 +269,12 @@ Logged_File Run_State::File_At(const Places& places) const
     Unpacker rest(placed ? *placed : std::string_view());
     if (places.placed >= 0) {
         rest.Text();
-        const auto [own, size] = Unpack_Own(rest);
-        file.own = Whole(own);
-        file.own_size = size;
+        file.own = Unpack_Own(rest);
     }
     if (file.is_again) {
         rest.Text();
         file.record = Unpack_Record(rest);
-        file.record.output = file.record.has_output ? file.own : std::string();
+        file.record.output = file.record.has_output ? file.own.path : std::string();
         return file;
     }
     const std::optional<std::string> done = Record_At(places.done, kind, next);
@@ -284,9 +286,9 @@ Logged_File Run_State::File_At(const Places& places) const
     if (!file.is_placed) {
         return file;
     }
-    file.replaced_size = rest.Signed();
-    file.record.output = file.own;
-    file.record.has_output = !file.own.empty();
+    file.replaced = Unpack_Own(rest);
+    file.record.output = file.own.path;
+    file.record.has_output = !file.own.path.empty();
     file.record.status = static_cast<Exit_Status>(rest.Number());
     // What the placing had to say stands behind what the worker found.
     const std::string findings = rest.Text();
@@ -297,11 +299,34 @@ Logged_File Run_State::File_At(const Places& places) const
     return file;
 }
 
-std::optional<Logged_File> Run_State::Find(const std::string& relative) const
+Own_Output Run_State::Unpack_Own(Unpacker& bytes) const
+{
+    Own_Output own;
+    own.path = Whole(bytes.Text());
+    own.size = bytes.Signed();
+    own.modified = bytes.Signed();
+    return own;
+}
+
+void Run_State::Pack_Own(const Own_Output& own, Packer& packer) const
+{
+    packer.Put(Below(own.path));
+    packer.Put(own.size);
+    packer.Put(own.modified);
+}
+
+std::optional<Logged_File> Run_State::Find(const std::string& relative)
 {
     const auto entry = places_.find(lib_mend::FNV_1a(relative));
     if (entry == places_.end()) {
         return {};
+    }
+    entry->second.is_asked_for = true;
+    if (entry->second.is_missing) {
+        entry->second.is_missing = false;
+        Packer packer;
+        packer.Put(entry->first);
+        Put(There_Kind, packer.Bytes());
     }
     try {
         Logged_File file = File_At(entry->second);
@@ -326,18 +351,32 @@ void Run_State::Put_Done(const File_Record& record, const std::string& staged)
     Put(Done_Kind, packer.Bytes());
 }
 
-void Run_State::Put_Again(const File_Record& record, const std::string& own, std::int64_t own_size,
-                          const std::string& gone)
+void Run_State::Put_Again(const File_Record& record, const Own_Output& own, const std::string& gone)
 {
     if (Is_Open()) {
         Packer packer;
         packer.Put(record.relative);
-        packer.Put(Below(own));
-        packer.Put(own_size);
+        Pack_Own(own, packer);
         packer.Put(Below(gone));
         Pack(record, packer);
         Put(Again_Kind, packer.Bytes());
     }
+}
+
+std::size_t Run_State::Put_Missing()
+{
+    std::size_t count = 0;
+    for (auto& [name, places] : places_) {
+        if (!places.is_asked_for && !places.is_missing) {
+            // What could not be read may have been a folder, and was never done.
+            count += places.is_again ? 0 : 1;
+            places.is_missing = true;
+            Packer packer;
+            packer.Put(name);
+            Put(Missing_Kind, packer.Bytes());
+        }
+    }
+    return count;
 }
 
 void Run_State::Put_Said(const File_Record& record)
@@ -363,7 +402,8 @@ std::string Run_State::Session() const
     return std::to_string(end_);
 }
 
-void Run_State::Put_Placed(const File_Record& record, std::int64_t replaced_size)
+void Run_State::Put_Placed(const File_Record& record, std::int64_t modified,
+                           const Own_Output& replaced)
 {
     if (!Is_Open()) {
         return;
@@ -375,9 +415,8 @@ void Run_State::Put_Placed(const File_Record& record, std::int64_t replaced_size
     Pack(said, findings);
     Packer packer;
     packer.Put(record.relative);
-    packer.Put(Below(record.output));
-    packer.Put(record.output_size);
-    packer.Put(replaced_size);
+    Pack_Own({record.output, record.output_size, modified}, packer);
+    Pack_Own(replaced, packer);
     packer.Put(std::uint64_t{static_cast<unsigned int>(record.status)});
     packer.Put(findings.Bytes());
     Put(Placed_Kind, packer.Bytes());
@@ -407,7 +446,8 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
         const std::string name = is_of_file ? unpacker.Text() : std::string();
         const auto entry = state.places_.find(lib_mend::FNV_1a(name));
         // Of a file that was done again, the last record counts.
-        if (is_of_file && entry != state.places_.end() && entry->second.done == at) {
+        if (is_of_file && entry != state.places_.end() && entry->second.done == at &&
+            !entry->second.is_missing) {
             files.emplace(name, &entry->second);
         }
     }

@@ -20,19 +20,24 @@ namespace dicom_mend {
  * holds nothing but outputs. */
 inline constexpr char State_Ending[] = ".state";
 
+/** An output that a run has put into its place. */
+struct Own_Output {
+    /** Empty when there is none. */
+    std::string path;
+    std::int64_t size = 0;
+    /** Time of the last change in nanoseconds: what was changed since is somebody else's. */
+    std::int64_t modified = 0;
+};
+
 /** What the log says of a file. */
 struct Logged_File {
-    static constexpr std::int64_t Nothing = -1;
-
     File_Record record;
     /** Where the worker left its output. */
     std::string staged;
-    /** Where its output, or that of an earlier mending, was put; empty for nowhere. */
-    std::string own;
-    /** Size of what was put there. */
-    std::int64_t own_size = Nothing;
-    /** Size of what that was to replace, an earlier output of the same file; Nothing when there was none. */
-    std::int64_t replaced_size = Nothing;
+    /** Its output, or that of an earlier mending. */
+    Own_Output own;
+    /** What that was to replace, an earlier output of the same file in the same place. */
+    Own_Output replaced;
     /** Its output stands where the record says. */
     bool is_placed = false;
     /** What was found in it has been printed. */
@@ -71,23 +76,30 @@ public:
     }
 
     /** What is known of a file of an earlier run; nothing when it was not done. Read from the log. */
-    std::optional<Logged_File> Find(const std::string& relative) const;
+    std::optional<Logged_File> Find(const std::string& relative);
+    /**
+     * Files that nobody has asked for since the log was opened are not there any more.
+     *
+     * @return how many of them were done, and were there until then
+     */
+    std::size_t Put_Missing();
     /** A file is done: its output waits at the staged place. Written when Write is called or more is put. */
     void Put_Done(const File_Record& record, const std::string& staged);
     /**
      * The output of a file is in its place; what was found when it was placed goes with it.
      *
-     * @param replaced_size  of an earlier output that stands there until then; Nothing when none does
+     * @param modified  of the output
+     * @param replaced  an earlier output that stands there until then
      */
-    void Put_Placed(const File_Record& record, std::int64_t replaced_size = Logged_File::Nothing);
+    void Put_Placed(const File_Record& record, std::int64_t modified = 0,
+                    const Own_Output& replaced = {});
     /**
      * A file has to be done again, for the reason that the record gives.
      *
-     * @param own   where its output, or that of an earlier mending, stands; empty for nowhere
+     * @param own   its output, or that of an earlier mending
      * @param gone  where its output was to stand and does not; empty for nowhere
      */
-    void Put_Again(const File_Record& record, const std::string& own, std::int64_t own_size,
-                   const std::string& gone);
+    void Put_Again(const File_Record& record, const Own_Output& own, const std::string& gone);
     /** What was found in a file has been printed. */
     void Put_Said(const File_Record& record);
     /** The run is at its end. */
@@ -95,11 +107,6 @@ public:
     void Write();
     /** Another text for each run that went on with the log. */
     std::string Session() const;
-    /** How many files the log knows. */
-    std::size_t Files() const
-    {
-        return places_.size();
-    }
     /** Hash values of the paths of all outputs, below the folder. */
     const std::unordered_set<std::size_t>& Outputs() const
     {
@@ -132,6 +139,10 @@ private:
         bool is_said = false;
         /** What stands at `done` says why the file has to be done again. */
         bool is_again = false;
+        /** It was not there when the run was at its end. */
+        bool is_missing = false;
+        /** Somebody has asked for it. */
+        bool is_asked_for = false;
     };
 
     void Put(char kind, std::string_view bytes);
@@ -139,6 +150,8 @@ private:
     /** Learns what the log says; where it is torn, it ends. */
     void Learn();
     Logged_File File_At(const Places& places) const;
+    Own_Output Unpack_Own(Unpacker& bytes) const;
+    void Pack_Own(const Own_Output& own, Packer& packer) const;
     bool Begins_With(std::string_view text) const;
     /** A path as the log has it, and back. */
     std::string Below(const std::string& path) const;

@@ -2,7 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_ARCHIVE_WINDOW_H
 #define TOOLS_DICOM_MEND_ARCHIVE_WINDOW_H
 
-#include "archive/file_record.h"
+#include "archive/run_state.h"
 
 #include <cstdint>
 #include <deque>
@@ -19,9 +19,8 @@ struct Slot {
     Stage stage = Stage::Waiting;
     File_Record record;
     std::string staged;
-    /** Where an earlier mending of the file left its output. */
-    std::string own;
-    std::int64_t own_size = 0;
+    /** What an earlier mending of the file left. */
+    Own_Output own;
     /** What an earlier run has said of it, which had to be done again. */
     std::string told;
     /** An earlier run has told of it, and its output is in its place. */

@@ -297,14 +297,12 @@ std::vector<Done_File> Workers::Take()
         if (worker.items.empty() || Take_From(worker, done)) {
             continue;
         }
-        const std::string how = End(worker);
-        while (!worker.items.empty()) {
-            done.push_back(Take_Died(worker, how));
-            if (!is_killed_ && !worker.items.empty()) {
-                // What it had not begun is done by the next one.
-                Start_Over(worker);
-                break;
-            }
+        done.push_back(Take_Died(worker, End(worker)));
+        if (is_killed_) {
+            worker.items.clear();
+        } else if (!worker.items.empty()) {
+            // What it had not begun is done by the next one.
+            Start_Over(worker);
         }
     }
     return done;
