@@ -1,21 +1,10 @@
 #include "archive/run_state.h"
 
-#include "archive/processes.h"
 #include "mend/findings/fnv.h"
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <map>
-#include <tuple>
 #include <utility>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <zlib.h>
 
 namespace dicom_mend {
 
@@ -24,9 +13,6 @@ namespace {
 constexpr std::string_view Magic = "dicom-mend run 3\n";
 /** That of other versions too, which may be replaced. */
 constexpr std::string_view Magic_Name = Magic.substr(0, Magic.find("3"));
-constexpr std::size_t Sum_Size = 4;
-/** Length, sum and kind. */
-constexpr std::size_t Head_Size = Frame_Head + Sum_Size + 1;
 
 enum Kind : char {
     Terms_Kind = 'T',
@@ -40,63 +26,7 @@ enum Kind : char {
     End_Kind = 'E'
 };
 
-std::string Sum_Of(char kind, std::string_view bytes)
-{
-    uLong sum = crc32(0, reinterpret_cast<const Bytef*>(&kind), 1);
-    sum = crc32(sum, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size()));
-    std::string text;
-    for (std::size_t i = 0; i < Sum_Size; ++i) {
-        text += static_cast<char>(sum >> (8 * i));
-    }
-    return text;
-}
-
-std::string System_Text()
-{
-    return std::strerror(errno);
-}
-
-bool Pread_All(int descriptor, char* to, std::size_t size, std::int64_t offset)
-{
-    while (size > 0) {
-        const ssize_t count = pread(descriptor, to, size, offset);
-        if (count <= 0) {
-            return false;
-        }
-        to += count;
-        size -= static_cast<std::size_t>(count);
-        offset += count;
-    }
-    return true;
-}
-
-bool Pwrite_All(int descriptor, std::string_view bytes, std::int64_t offset)
-{
-    while (!bytes.empty()) {
-        const ssize_t count = pwrite(descriptor, bytes.data(), bytes.size(), offset);
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        offset += std::max<ssize_t>(count, 0);
-    }
-    return true;
-}
-
 }  // namespace
-
-Run_State::~Run_State()
-{
-    if (Is_Open()) {
-        close(descriptor_);
-    }
-}
-
-bool Run_State::Begins_With(std::string_view text) const
-{
-    std::string begin(text.size(), '\0');
-    return Pread_All(descriptor_, begin.data(), begin.size(), 0) && begin == text;
-}
 
 std::string Run_State::Below(const std::string& path) const
 {
@@ -111,27 +41,18 @@ std::string Run_State::Whole(const std::string& below) const
 std::string Run_State::Open(const std::string& path, const std::string& folder,
                             const std::string& terms, bool resume, bool force)
 {
-    // It holds names of patients, which a comparison needs, and paths, which may hold them too.
-    constexpr mode_t Rights = S_IRUSR | S_IWUSR;
-    descriptor_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, Rights);
-    if (!Is_Open()) {
-        return "cannot be opened: " + System_Text();
+    const std::string error = log_.Open(path);
+    if (!error.empty()) {
+        return error;
     }
-    is_locked_ = Lock_Alone(descriptor_);
-    if (!is_locked_) {
-        return "belongs to a run that is at work";
-    }
-    struct stat status = {};
-    if (fstat(descriptor_, &status) != 0) {
-        return "cannot be read: " + System_Text();
-    }
-    if (status.st_size > 0 && !Begins_With(resume ? Magic : Magic_Name)) {
+    const bool is_empty = log_.Is_Empty();
+    if (!is_empty && !log_.Begins_With(resume ? Magic : Magic_Name)) {
         return "is no state of a run";
     }
-    if (status.st_size > 0 && !resume && !force) {
+    if (!is_empty && !resume && !force) {
         return "tells of a run; --resume goes on with it, --force begins anew";
     }
-    if (resume && status.st_size > 0) {
+    if (resume && !is_empty) {
         Learn();
         // A run that was killed before it had said what it does has done nothing.
         if (!terms_.empty()) {
@@ -139,84 +60,30 @@ std::string Run_State::Open(const std::string& path, const std::string& folder,
                 return "tells of a run with other options, and cannot go on with these";
             }
             folder_ = folder.empty() ? "" : folder + "/";
-            Put(Folder_Kind, folder_);
-            return failure_;
+            log_.Put(Folder_Kind, folder_);
+            return log_.Failure();
         }
     }
-    // One of another owner, or on a file system without rights, keeps what it has.
-    const bool is_empty = ftruncate(descriptor_, 0) == 0;
-    std::ignore = fchmod(descriptor_, Rights);
-    if (!is_empty || !Write_All(descriptor_, Magic)) {
-        return "cannot be written: " + System_Text();
+    const std::string unwritten = log_.Begin(Magic);
+    if (!unwritten.empty()) {
+        return unwritten;
     }
-    end_ = static_cast<std::int64_t>(Magic.size());
     folder_ = folder.empty() ? "" : folder + "/";
-    Put(Folder_Kind, folder_);
-    Put(Terms_Kind, terms);
-    return failure_;
-}
-
-void Run_State::Put(char kind, std::string_view bytes)
-{
-    const std::size_t begin = unwritten_.size();
-    unwritten_ += Framed(bytes);
-    unwritten_.insert(begin + Frame_Head, Sum_Of(kind, bytes) + kind);
-    // What is done is nothing that others see; it is written together with what follows.
-    if (kind != Done_Kind) {
-        Write();
-    }
-}
-
-void Run_State::Write()
-{
-    // What does not fit may stand in front of what would; the log ends where it is known to be whole.
-    const std::string records = std::exchange(unwritten_, {});
-    if (!failure_.empty() || records.empty()) {
-        return;
-    }
-    if (!Pwrite_All(descriptor_, records, end_)) {
-        // A file that is not in the log is done again, and nothing else is lost.
-        failure_ = "cannot be written: " + System_Text();
-        static_cast<void>(ftruncate(descriptor_, end_) == 0);
-        return;
-    }
-    end_ += static_cast<std::int64_t>(records.size());
-}
-
-std::optional<std::string> Run_State::Record_At(std::int64_t offset, char& kind,
-                                                std::int64_t& next) const
-{
-    std::array<char, Head_Size> head;
-    struct stat status = {};
-    if (fstat(descriptor_, &status) != 0 ||
-        !Pread_All(descriptor_, head.data(), head.size(), offset)) {
-        return {};
-    }
-    const std::size_t size = Frame_Size(head.data());
-    const std::int64_t begin = offset + static_cast<std::int64_t>(Head_Size);
-    if (static_cast<std::int64_t>(size) > status.st_size - begin) {
-        return {};
-    }
-    std::string bytes(size, '\0');
-    kind = head[Head_Size - 1];
-    next = begin + static_cast<std::int64_t>(size);
-    if (!Pread_All(descriptor_, bytes.data(), size, begin) ||
-        Sum_Of(kind, bytes) != std::string_view(head.data() + Frame_Head, Sum_Size)) {
-        return {};
-    }
-    return bytes;
+    log_.Put(Folder_Kind, folder_);
+    log_.Put(Terms_Kind, terms);
+    return log_.Failure();
 }
 
 void Run_State::Learn()
 {
-    if (!Begins_With(Magic)) {
+    if (!log_.Begins_With(Magic)) {
         return;
     }
     auto at = static_cast<std::int64_t>(Magic.size());
     char kind = 0;
     std::int64_t next = 0;
     try {
-        while (const std::optional<std::string> bytes = Record_At(at, kind, next)) {
+        while (const std::optional<std::string> bytes = log_.Record_At(at, kind, next)) {
             Unpacker unpacker(*bytes);
             is_ended_ = kind == End_Kind;
             if (is_ended_) {
@@ -254,7 +121,7 @@ void Run_State::Learn()
     } catch (const Torn_Pack&) {
         // What cannot be understood ends the log too.
     }
-    end_ = at;
+    log_.Set_End(at);
 }
 
 Logged_File Run_State::File_At(const Places& places) const
@@ -265,7 +132,7 @@ Logged_File Run_State::File_At(const Places& places) const
     file.is_said = places.is_said;
     file.is_again = places.is_again;
     const std::optional<std::string> placed =
-        places.placed < 0 ? std::string() : Record_At(places.placed, kind, next);
+        places.placed < 0 ? std::string() : log_.Record_At(places.placed, kind, next);
     Unpacker rest(placed ? *placed : std::string_view());
     if (places.placed >= 0) {
         rest.Text();
@@ -277,7 +144,7 @@ Logged_File Run_State::File_At(const Places& places) const
         file.record.output = file.record.has_output ? file.own.path : std::string();
         return file;
     }
-    const std::optional<std::string> done = Record_At(places.done, kind, next);
+    const std::optional<std::string> done = log_.Record_At(places.done, kind, next);
     Unpacker unpacker(done ? *done : std::string_view());
     unpacker.Text();
     file.staged = Whole(unpacker.Text());
@@ -326,7 +193,7 @@ std::optional<Logged_File> Run_State::Find(const std::string& relative)
         entry->second.is_missing = false;
         Packer packer;
         packer.Put(entry->first);
-        Put(There_Kind, packer.Bytes());
+        log_.Put(There_Kind, packer.Bytes());
     }
     try {
         Logged_File file = File_At(entry->second);
@@ -348,7 +215,7 @@ void Run_State::Put_Done(const File_Record& record, const std::string& staged)
     packer.Put(record.relative);
     packer.Put(Below(staged));
     Pack(record, packer);
-    Put(Done_Kind, packer.Bytes());
+    log_.Put(Done_Kind, packer.Bytes(), false);
 }
 
 void Run_State::Put_Again(const File_Record& record, const Own_Output& own, const std::string& gone)
@@ -359,7 +226,7 @@ void Run_State::Put_Again(const File_Record& record, const Own_Output& own, cons
         Pack_Own(own, packer);
         packer.Put(Below(gone));
         Pack(record, packer);
-        Put(Again_Kind, packer.Bytes());
+        log_.Put(Again_Kind, packer.Bytes());
     }
 }
 
@@ -373,7 +240,7 @@ std::size_t Run_State::Put_Missing()
             places.is_missing = true;
             Packer packer;
             packer.Put(name);
-            Put(Missing_Kind, packer.Bytes());
+            log_.Put(Missing_Kind, packer.Bytes());
         }
     }
     return count;
@@ -384,7 +251,7 @@ void Run_State::Put_Said(const File_Record& record)
     if (Is_Open()) {
         Packer packer;
         packer.Put(record.relative);
-        Put(Said_Kind, packer.Bytes());
+        log_.Put(Said_Kind, packer.Bytes());
     }
 }
 
@@ -393,13 +260,13 @@ void Run_State::Put_End()
     if (Is_Open()) {
         Packer packer;
         packer.Put(std::string_view());
-        Put(End_Kind, packer.Bytes());
+        log_.Put(End_Kind, packer.Bytes());
     }
 }
 
 std::string Run_State::Session() const
 {
-    return std::to_string(end_);
+    return std::to_string(log_.End());
 }
 
 void Run_State::Put_Placed(const File_Record& record, std::int64_t modified,
@@ -419,15 +286,14 @@ void Run_State::Put_Placed(const File_Record& record, std::int64_t modified,
     Pack_Own(replaced, packer);
     packer.Put(std::uint64_t{static_cast<unsigned int>(record.status)});
     packer.Put(findings.Bytes());
-    Put(Placed_Kind, packer.Bytes());
+    log_.Put(Placed_Kind, packer.Bytes());
 }
 
 bool Run_State::Read(const std::string& path, const std::function<void(File_Record&&)>& take,
                      bool& is_whole)
 {
     Run_State state;
-    state.descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (!state.Is_Open()) {
+    if (!state.log_.Open_To_Read(path)) {
         return false;
     }
     state.Learn();
@@ -436,8 +302,8 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
     std::map<std::filesystem::path, const Places*> files;
     char kind = 0;
     std::int64_t next = 0;
-    for (auto at = static_cast<std::int64_t>(Magic.size()); at < state.end_; at = next) {
-        const std::optional<std::string> bytes = state.Record_At(at, kind, next);
+    for (auto at = static_cast<std::int64_t>(Magic.size()); at < state.log_.End(); at = next) {
+        const std::optional<std::string> bytes = state.log_.Record_At(at, kind, next);
         if (!bytes) {
             break;
         }
@@ -454,7 +320,7 @@ bool Run_State::Read(const std::string& path, const std::function<void(File_Reco
     for (const auto& [name, places] : files) {
         take(std::move(state.File_At(*places).record));
     }
-    return state.end_ > 0;
+    return state.log_.End() > 0;
 }
 
 }  // namespace dicom_mend

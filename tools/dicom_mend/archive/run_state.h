@@ -1,10 +1,9 @@
-// The state of a run: a log to which is only appended, so that whatever moment the run is killed in, what
-// stands in front of a torn end is true. Each record has a length and a sum. An embedded data base would do
-// the same with a library, a journal and locks that network file systems do not keep.
+// The state of a run: what a log says became of each file, and where its output is.
 #ifndef TOOLS_DICOM_MEND_ARCHIVE_RUN_STATE_H
 #define TOOLS_DICOM_MEND_ARCHIVE_RUN_STATE_H
 
 #include "archive/file_record.h"
+#include "archive/run_log.h"
 
 #include <cstdint>
 #include <functional>
@@ -48,11 +47,6 @@ struct Logged_File {
 
 class Run_State {
 public:
-    Run_State() = default;
-    Run_State(const Run_State&) = delete;
-    Run_State& operator=(const Run_State&) = delete;
-    ~Run_State();
-
     /**
      * Opens the log for this run alone.
      *
@@ -67,12 +61,12 @@ public:
                      bool resume, bool force);
     bool Is_Open() const
     {
-        return descriptor_ >= 0;
+        return log_.Descriptor() >= 0;
     }
     /** The log is this run's alone. */
     bool Is_Locked() const
     {
-        return is_locked_;
+        return log_.Is_Locked();
     }
 
     /** What is known of a file of an earlier run; nothing when it was not done. Read from the log. */
@@ -104,7 +98,10 @@ public:
     void Put_Said(const File_Record& record);
     /** The run is at its end. */
     void Put_End();
-    void Write();
+    void Write()
+    {
+        log_.Write();
+    }
     /** Another text for each run that went on with the log. */
     std::string Session() const;
     /** Hash values of the paths of all outputs, below the folder. */
@@ -115,12 +112,12 @@ public:
     /** The log, for who brings it to the disk; -1 when there is none. */
     int Descriptor() const
     {
-        return descriptor_;
+        return log_.Descriptor();
     }
     /** Why something could not be put; empty when all could. */
     const std::string& Failure() const
     {
-        return failure_;
+        return log_.Failure();
     }
 
     /**
@@ -145,29 +142,21 @@ private:
         bool is_asked_for = false;
     };
 
-    void Put(char kind, std::string_view bytes);
-    std::optional<std::string> Record_At(std::int64_t offset, char& kind, std::int64_t& next) const;
     /** Learns what the log says; where it is torn, it ends. */
     void Learn();
     Logged_File File_At(const Places& places) const;
     Own_Output Unpack_Own(Unpacker& bytes) const;
     void Pack_Own(const Own_Output& own, Packer& packer) const;
-    bool Begins_With(std::string_view text) const;
     /** A path as the log has it, and back. */
     std::string Below(const std::string& path) const;
     std::string Whole(const std::string& below) const;
 
-    int descriptor_ = -1;
-    bool is_locked_ = false;
+    Run_Log log_;
     /** The last record says that the run is at its end. */
     bool is_ended_ = false;
-    std::int64_t end_ = 0;
-    /** Records that stand behind the end. */
-    std::string unwritten_;
     /** With a slash behind it. */
     std::string folder_;
     std::string terms_;
-    std::string failure_;
     /** By the names of the files. */
     std::unordered_map<std::uint64_t, Places> places_;
     std::unordered_set<std::size_t> outputs_;
