@@ -219,7 +219,7 @@ void Printed::Print() const
 
 Waiting_Room::~Waiting_Room() = default;
 
-Run_State::~Run_State() = default;
+Run_Log::~Run_Log() = default;
 
 bool Run_State::Read(const std::string&, const std::function<void(File_Record&&)>&, bool&)
 {
