@@ -617,6 +617,15 @@ def interrupted_runs_end_in_order():
         assert tree(scratch / "out") == tree(scratch / "whole")
         for part in ("r.jsonl", "out", "out.state"):
             assert b"at its end" not in run("report", scratch / part).stderr
+        # One that is interrupted in its last file is at its end.
+        os.mkfifo(scratch / "pipe")
+        process = subprocess.Popen([TOOL, "check", "--state", scratch / "s", scratch / "pipe"], stderr=subprocess.PIPE)
+        with open(scratch / "pipe", "wb") as pipe:
+            process.send_signal(signal.SIGINT)
+            time.sleep(0.2)
+            pipe.write(made("1.2.3"))
+        assert process.communicate()[1].endswith(b"1 clean, 0 with findings, 0 not whole\n") and process.returncode == -signal.SIGINT
+        assert run("report", scratch / "s", status=0).stderr == b""
 
 
 def a_worker_that_dies_costs_its_file():

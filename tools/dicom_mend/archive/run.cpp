@@ -13,6 +13,12 @@
 
 namespace dicom_mend {
 
+namespace {
+
+constexpr char Interrupted[] = "interrupted";
+
+}  // namespace
+
 /** Makes and opens what a run needs; what a run that is refused has made is taken away again. */
 std::string Run::Prepare()
 {
@@ -126,7 +132,7 @@ void Run::Wait(Plan& plan)
         Stop_Without_State();
     }
     if (Interruptible::Asked_By() != 0 && stopped_.empty()) {
-        stopped_ = "interrupted";
+        stopped_ = Interrupted;
     }
     if (Interruptible::Is_Urgent()) {
         workers_.Kill();
@@ -236,6 +242,10 @@ Exit_Status Run::All()
         Wait(plan);
         Show(plan);
         sync_->From_Time_To_Time();
+    }
+    if (stopped_ == Interrupted && plan.Is_Over() && window_.Is_Done()) {
+        // Nothing was left to do.
+        stopped_.clear();
     }
     Tell_Ready(true);
     if (held_) {

@@ -10,6 +10,12 @@ Window::Large_Key Window::Key_Of(const Work_Item& item)
     return {item.size, -static_cast<std::int64_t>(item.index)};
 }
 
+bool Window::Is_Done() const
+{
+    return std::all_of(slots_.begin(), slots_.end(),
+                       [](const Slot& slot) { return slot.stage == Slot::Stage::Done; });
+}
+
 void Window::Push(Slot slot)
 {
     if (slot.stage == Slot::Stage::Waiting && slot.item.size >= Large_File) {

@@ -42,6 +42,8 @@ public:
     {
         return slots_.empty();
     }
+    /** All files in sight are done. */
+    bool Is_Done() const;
     bool Is_Full() const
     {
         return slots_.size() >= Look_Ahead;
