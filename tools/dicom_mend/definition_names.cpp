@@ -9,8 +9,8 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
-#include <system_error>
 
 namespace dicom_mend {
 
@@ -19,21 +19,21 @@ namespace {
 namespace fs = std::filesystem;
 
 /** The path of what stands in the directory of the definitions. */
-fs::path Place_Of(const std::string& name)
+std::string Place_Of(const std::string& name)
 {
     const wchar_t* const directory = DICOM_Module_Setup(nullptr, nullptr);
-    return lib_mend::Native_Path((directory != nullptr ? fs::path(directory).string() : "") + name);
+    return (directory != nullptr ? fs::path(directory).string() : "") + name;
 }
+
+constexpr char Ending[] = ".txt";
 
 /** Names of the text files in a part of the definition directory, without their ending. */
 std::vector<std::string> Files_Of(const char* part)
 {
     std::vector<std::string> names;
-    std::error_code error;
-    fs::directory_iterator file(Place_Of(part), error);
-    for (; !error && file != fs::directory_iterator(); file.increment(error)) {
-        if (file->path().extension() == ".txt" && file->path().stem() != "index") {
-            names.push_back(file->path().stem().string());
+    for (const std::string& name : lib_mend::Names_In(Place_Of(part))) {
+        if (name.ends_with(Ending) && name != std::string("index") + Ending) {
+            names.push_back(name.substr(0, name.size() - std::size(Ending) + 1));
         }
     }
     std::sort(names.begin(), names.end());
@@ -44,7 +44,7 @@ std::vector<std::string> Files_Of(const char* part)
 std::map<std::string, std::string> Titles()
 {
     std::map<std::string, std::string> titles;
-    std::ifstream index(Place_Of("iods/index.txt"));
+    std::ifstream index(lib_mend::Native_Path(Place_Of("iods/index.txt")));
     for (std::string line; std::getline(index, line);) {
         const std::size_t begin = line.find('"');
         const std::size_t end = line.rfind('"');
@@ -59,7 +59,7 @@ std::map<std::string, std::string> Titles()
 /** The first line of a table is "# CID 29 Acquisition Modality". */
 std::string Title_Of_Table(const std::string& file)
 {
-    std::ifstream table(Place_Of("codes/" + file + ".txt"));
+    std::ifstream table(lib_mend::Native_Path(Place_Of("codes/" + file + ".txt")));
     std::string line;
     std::getline(table, line);
     const std::string head = "# CID ";
@@ -117,8 +117,8 @@ bool Is_Number(const std::string& text)
 
 std::string Definition_Directory()
 {
-    const std::u8string directory = Place_Of("").u8string();
-    return directory.empty() ? "no place" : std::string(directory.begin(), directory.end());
+    const std::string directory = Place_Of("");
+    return directory.empty() ? "no place" : directory;
 }
 
 std::vector<Definition_Name> Modules()
@@ -177,8 +177,7 @@ std::string Table_File(const std::string& table)
 
 std::string Table_Fault(const std::string& table)
 {
-    std::error_code error;
-    if (fs::is_regular_file(Place_Of(Table_File(table)), error)) {
+    if (lib_mend::File_Size(Place_Of(Table_File(table))) >= 0) {
         return {};
     }
     return table + ": there is no such table" + Suggestion_For(table, Tables()) +

@@ -43,6 +43,17 @@ std::int64_t File_Size(const std::string& path)
     return stat(path.c_str(), &about) == 0 && S_ISREG(about.st_mode) ? about.st_size : -1;
 }
 
+std::vector<std::string> Names_In(const std::string& folder)
+{
+    std::vector<std::string> names;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        names.push_back(entry->path().filename().string());
+    }
+    return names;
+}
+
 void Remove_File(const std::string& path)
 {
     std::remove(path.c_str());

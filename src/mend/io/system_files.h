@@ -21,6 +21,9 @@ bool Is_Folder(const std::string& path);
 /** Bytes of a file; -1 when there is no plain one. */
 std::int64_t File_Size(const std::string& path);
 
+/** What stands in a folder; nothing when it cannot be read. */
+std::vector<std::string> Names_In(const std::string& folder);
+
 /** Removes a file, if there is one. */
 void Remove_File(const std::string& path);
 

@@ -67,15 +67,20 @@ std::filesystem::path Whole_Path(const std::filesystem::path& path)
     // What is there leads on by its own name; the rest is taken as it is.
     for (std::size_t end = whole.size(); end != whole.npos && end > 1;
          end = whole.rfind(L'\\', end - 1)) {
+        // "C:" alone is the current folder of the drive.
+        const std::wstring there = whole.substr(0, end) + (whole[end - 1] == L':' ? L"\\" : L"");
         const HANDLE file =
-            CreateFileW(lib_util::Long_Name(whole.substr(0, end)).c_str(), 0,
+            CreateFileW(lib_util::Long_Name(there).c_str(), 0,
                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
         if (file == INVALID_HANDLE_VALUE) {
             continue;
         }
-        const std::wstring name = Final_Name(file);
+        std::wstring name = Final_Name(file);
         CloseHandle(file);
+        if (name.ends_with(L'\\') && end < whole.size()) {
+            name.pop_back();
+        }
         return name.empty() ? whole : name + whole.substr(end);
     }
     return whole;
@@ -94,6 +99,24 @@ std::int64_t File_Size(const std::string& path)
         return -1;
     }
     return static_cast<std::int64_t>(about.nFileSizeHigh) << 32 | about.nFileSizeLow;
+}
+
+std::vector<std::string> Names_In(const std::string& folder)
+{
+    std::vector<std::string> names;
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = FindFirstFileW(Wide_Name(folder + "/*").c_str(), &found);
+    BOOL has_more = search != INVALID_HANDLE_VALUE ? TRUE : FALSE;
+    for (; has_more != FALSE; has_more = FindNextFileW(search, &found)) {
+        const std::string name = Narrow_Name(found.cFileName);
+        if (name != "." && name != "..") {
+            names.push_back(name);
+        }
+    }
+    if (search != INVALID_HANDLE_VALUE) {
+        FindClose(search);
+    }
+    return names;
 }
 
 void Remove_File(const std::string& path)

@@ -15,10 +15,8 @@ namespace fs = std::filesystem;
 /** Nothing is there, or a folder with nothing in it but what a run makes for itself. */
 bool Is_Free(const std::string& folder)
 {
-    std::error_code error;
-    fs::directory_iterator entry(lib_mend::Native_Path(folder), error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        if (!entry->path().filename().string().starts_with(".dicom-mend")) {
+    for (const std::string& name : lib_mend::Names_In(folder)) {
+        if (!name.starts_with(".dicom-mend")) {
             return false;
         }
     }
