@@ -187,7 +187,7 @@ function Actions({ store, state }: { store: Store; state: State }) {
                 <input
                     type="checkbox"
                     checked={reveal}
-                    onChange={(event) => store.set({ reveal: event.currentTarget.checked })}
+                    onChange={(event) => void store.reveal(event.currentTarget.checked)}
                 />{" "}
                 Personal values
             </label>

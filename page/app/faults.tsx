@@ -14,12 +14,12 @@ const BECOMES: Record<Level, string> = {
 const SIGNS = { error: "✖", warning: "▲", info: "ℹ" };
 const AT_ONCE = 300;
 
-function Bytes({ title, bytes }: { title: string; bytes: Uint8Array }) {
+function Bytes({ title, bytes, none }: { title: string; bytes: Uint8Array; none: string }) {
     return (
         <div class="side">
             <h3>{title}</h3>
             {bytes.length === 0 ? (
-                <p class="none">nothing</p>
+                <p class="none">{none}</p>
             ) : (
                 <>
                     <code class="letters">{letters(bytes)}</code>
@@ -39,11 +39,16 @@ function Compared({ store, finding, index }: { store: Store; finding: Told; inde
             store.client.ask("sides", index).then(setSides, () => undefined);
         }
     }, []);
+    const isLeft = finding.level === "kept" || finding.level === "info";
     return (
         sides && (
             <div class="sides">
-                <Bytes title="Before" bytes={sides.before} />
-                <Bytes title="After" bytes={sides.after} />
+                <Bytes title="Before" bytes={sides.before} none="nothing" />
+                <Bytes
+                    title="After"
+                    bytes={sides.after}
+                    none={isLeft ? "as it was read" : "nothing"}
+                />
             </div>
         )
     );

@@ -92,7 +92,7 @@ export function Hidden({ store }: { store: Store }) {
     return (
         <p class="none">
             Hidden, for it may identify a person.{" "}
-            <button type="button" onClick={() => store.set({ reveal: true })}>
+            <button type="button" onClick={() => void store.reveal(true)}>
                 Show personal values
             </button>
         </p>

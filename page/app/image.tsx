@@ -78,7 +78,7 @@ export function Image({ store, image }: { store: Store; image: ImageFacts }) {
         return (
             <section class="image" aria-label="Image">
                 <p class="none">The image is hidden, for texts in it may identify a person.</p>
-                <button type="button" onClick={() => store.set({ reveal: true })}>
+                <button type="button" onClick={() => void store.reveal(true)}>
                     Show personal values
                 </button>
             </section>

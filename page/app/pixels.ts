@@ -1,5 +1,6 @@
 /** Native images, frame by frame (PS3.3 section C.7.6.3, PS3.5 section 8). */
 import { type Dataset, MendError, type Session, Status } from "dicom-mend";
+import { mayIdentify } from "./identity.js";
 import type { Frame, ImageFacts, Window } from "./protocol.js";
 
 export interface ImageReader {
@@ -25,8 +26,6 @@ export interface ImageReader {
 const MOST_PIXELS = 1 << 26;
 const COLOURS = ["RGB", "YBR_FULL", "PALETTE COLOR"];
 const GREYS = ["MONOCHROME1", "MONOCHROME2"];
-/** Modalities whose images often show texts. */
-const WITH_TEXTS = ["ES", "OT", "SC", "US", "XC", "IVUS", "GM"];
 
 /** One table of a palette as 8 bits a value (PS3.3 section C.7.6.3.1.5 and 6). */
 function tableOf(dataset: Dataset, session: Session, colour: number): Uint8Array | null {
@@ -81,15 +80,12 @@ export function imageReader(dataset: Dataset, session: Session): ImageReader | n
         slope: number("0028,1053", 1),
         intercept: number("0028,1052", 0),
         window: null,
-        mayIdentify: false,
+        mayIdentify: mayIdentify(dataset),
         palette: null,
     };
     const width = number("0028,1051", NaN);
     const center = number("0028,1050", NaN);
     reader.window = width >= 1 && Number.isFinite(center) ? { center, width } : null;
-    const burned = text("0028,0301");
-    reader.mayIdentify =
-        burned === "YES" || (burned !== "NO" && WITH_TEXTS.includes(text("0008,0060")));
     return isShown(reader) ? reader : null;
 }
 

@@ -48,8 +48,13 @@ export interface State {
     busy: boolean;
 }
 
+/** Of many of one kind, the last one says how many more there are. */
+const MORE = /^and (\d+) more like this$/;
+
 function counted(findings: Told[], severity: string): number {
-    return findings.filter((finding) => finding.severity === severity).length;
+    return findings
+        .filter((finding) => finding.severity === severity)
+        .reduce((count, { message }) => count + Number(MORE.exec(message)?.[1] ?? 1), 0);
 }
 
 /** "1 fault", "2 faults". */
@@ -275,10 +280,19 @@ export class Store {
         }
         const { view, reveal } = this.state;
         const found = await this.client.ask("search", text.trim(), reveal);
-        if (this.state.search === text && view && this.state.view?.entry === view.entry) {
+        const isWanted = this.state.search === text && this.state.reveal === reveal;
+        if (isWanted && view && this.state.view?.entry === view.entry) {
             const { folded, foldedBefore } = this.state.view!;
             this.changeView({ found, folded: new Set(), foldedBefore: foldedBefore ?? folded });
             this.tell(`${numbered(found.length, "element")} found`);
+        }
+    }
+
+    /** What is found depends on what may be looked at. */
+    async reveal(reveal: boolean): Promise<void> {
+        this.set({ reveal });
+        if (this.state.search.trim() !== "") {
+            await this.search(this.state.search);
         }
     }
 

@@ -86,7 +86,15 @@ function rowOf({ dataset, table }: OpenFile, index: number, reveal: boolean, mos
         return { ...names, value: "", hidden: false };
     }
     const hidden = !reveal && !dataset.isHarmless(element);
-    return { ...names, value: hidden ? "" : dataset.text(element, most), hidden };
+    return { ...names, value: hidden ? "" : legible(dataset.text(element, most)), hidden };
+}
+
+/** Letters that turn the direction of others are told as what they are. */
+function legible(text: string): string {
+    return text.replace(
+        /[\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069]/g,
+        (letter) => `\\u{${letter.charCodeAt(0).toString(16).toUpperCase().padStart(4, "0")}}`,
+    );
 }
 
 function told(finding: Finding): Told {

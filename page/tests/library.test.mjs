@@ -175,7 +175,16 @@ test("a file of 3 GB is listed without its bytes", async () => {
     assert.ok(content.taken < 16 << 20, `${content.taken} bytes were read`);
     // The end of the value is beyond 2 GiB.
     assert.equal(dataset.bytes(session, dataset.find("PixelData"), length - 2, 2).length, 2);
+    const element = dataset.find("0008,0060");
     dataset.close();
+    // What is closed is told as such, and costs nothing else.
+    for (const use of [
+        () => dataset.table(),
+        () => dataset.text(element),
+        () => dataset.bytes(session, element, 0, 1),
+    ]) {
+        assert.throws(use, { message: "the data set is closed", status: Status.BAD_ARGUMENT });
+    }
 });
 
 test("mending hands on parts of what is read without reading them", () => {

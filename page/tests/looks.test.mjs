@@ -185,11 +185,13 @@ test("nothing stands in the way of screen readers, on any width, light and dark"
 
 const short = (...values) => Buffer.from(Uint16Array.from(values).buffer);
 
+const MR = [element(8, 0x16, "UI", "1.2.840.10008.5.1.4.1.1.4"), element(8, 0x60, "CS", "MR")];
+
 /** Two frames of 4 by 2 pixels, grey. */
-function greyImage() {
+function greyImage(...head) {
     const frames = [0, 100, 200, 300, 400, 500, 600, 700, 700, 600, 500, 400, 300, 200, 100, 0];
     return part10(
-        element(8, 0x60, "CS", "MR"),
+        ...(head.length > 0 ? head : MR),
         element(0x28, 2, "US", short(1)),
         element(0x28, 4, "CS", "MONOCHROME2"),
         element(0x28, 8, "IS", "2"),
@@ -209,7 +211,7 @@ function greyImage() {
 
 function colourImage() {
     return part10(
-        element(8, 0x60, "CS", "MR"),
+        ...MR,
         element(0x28, 2, "US", short(3)),
         element(0x28, 4, "CS", "RGB"),
         element(0x28, 6, "US", short(1)),
@@ -261,6 +263,50 @@ test("images are drawn through their window, frame by frame", async () => {
         await choose(page, [file]);
         await page.waitForFunction(() => document.querySelector("canvas")?.width === 2);
         assert.deepEqual(await drawn(page), [255, 0, 128, 1, 2, 3]);
+    });
+});
+
+test("images that may show who somebody is are hidden until they are asked for", async () => {
+    const [mr, us, sc] = ["4", "6.1", "7"].map((end) => `1.2.840.10008.5.1.4.1.1.${end}`);
+    // SOP class, modality, image type, burned in annotation, recognizable features, hidden
+    const rows = [
+        [mr, "MR", "ORIGINAL\\PRIMARY", "", "", false],
+        [mr, "mr", "", "no", "", false],
+        [us, "US", "", "NO", "NO", false],
+        [mr, "MR", "", "YES", "", true],
+        [mr, "MR", "", "yes", "", true],
+        [mr, "MR", "", "N", "", true],
+        [mr, "MR", "", "NO", "YES", true],
+        [mr, "MR", "DERIVED\\SECONDARY", "", "", true],
+        [mr, "MR", "ORIGINAL\\PRIMARY\\SCREEN SAVE", "", "", true],
+        [mr, "US", "", "", "", true],
+        [mr, "", "", "", "", true],
+        [us, "us", "", "", "", true],
+        [sc, "MR", "", "", "", true],
+        ["1.2.3", "MR", "", "", "", true],
+        ["", "MR", "", "", "", true],
+    ];
+    await withPage({}, async (page) => {
+        for (const [i, row] of rows.entries()) {
+            const [sopClass, modality, type, burned, features, hidden] = row;
+            const file = join(work, `identity${i}.dcm`);
+            const head = [
+                [8, 8, "CS", type],
+                [8, 0x16, "UI", sopClass],
+                [8, 0x60, "CS", modality],
+                [0x28, 0x301, "CS", burned],
+                [0x28, 0x302, "CS", features],
+            ];
+            const elements = head.filter(([, , , value]) => value).map((one) => element(...one));
+            writeFileSync(file, greyImage(...elements));
+            await choose(page, [file]);
+            await page.locator(".file.selected", { hasText: `identity${i}.dcm` }).waitFor();
+            await page
+                .locator(hidden ? ".image .none" : ".image canvas")
+                .first()
+                .waitFor();
+            assert.equal(await page.locator("canvas").count(), hidden ? 0 : 1, row.join());
+        }
     });
 });
 

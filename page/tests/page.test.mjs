@@ -273,6 +273,15 @@ test("personal values are hidden until they are asked for", async () => {
             /elements found/.test(document.querySelector(".message").textContent),
         );
         assert.equal(await message(page), "0 elements found");
+        // What may be looked at is searched anew.
+        await page.click("label.reveal");
+        await page.waitForFunction(() =>
+            /1 element found/.test(document.querySelector(".message").textContent),
+        );
+        await page.click("label.reveal");
+        await page.waitForFunction(() =>
+            /0 elements found/.test(document.querySelector(".message").textContent),
+        );
         await page.fill("input[type=search]", "");
         await page.click("label.reveal");
         await page.waitForFunction((name) => document.body.textContent.includes(name), NAME);
@@ -352,6 +361,27 @@ test("of 200,000 elements only those in sight exist, and all are reached", async
             /1 element found/.test(document.querySelector(".message").textContent),
         );
         assert.equal((await rows(page)).length, 3);
+    });
+});
+
+test("all faults are counted, also those that are not told one by one", async () => {
+    const item = (i) => {
+        const inner = element(8, 0x20, "DA", `2020.01.${i % 2 ? "01" : "02"}`);
+        const head = Buffer.from([0xfe, 0xff, 0, 0xe0, 0, 0, 0, 0]);
+        head.writeUInt32LE(inner.length, 4);
+        return Buffer.concat([head, inner]);
+    };
+    const items = Buffer.concat(Array.from({ length: 150 }, (_, i) => item(i)));
+    const file = join(work, "counted.dcm");
+    writeFileSync(file, part10(element(8, 0x60, "CS", "MR"), element(8, 0x1140, "SQ", items)));
+    const others = findingsOf(file).filter(
+        ({ kind, severity }) => kind !== "old-syntax" && severity === "warning",
+    ).length;
+    await withPage({}, async (page) => {
+        await choose(page, [file]);
+        await page.locator(".file-state", { hasText: "warnings" }).waitFor();
+        const state = await page.locator(".file-state").textContent();
+        assert.match(state, new RegExp(`(^|, )${150 + others} warnings$`));
     });
 });
 

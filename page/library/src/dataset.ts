@@ -1,5 +1,5 @@
 /** Data sets and their elements. */
-import { Machine, Status } from "./calls.js";
+import { Machine, MendError, Status } from "./calls.js";
 import type { Content, Sink } from "./contents.js";
 import { Session } from "./session.js";
 
@@ -67,9 +67,17 @@ export class Dataset {
 
     private constructor(
         readonly machine: Machine,
-        readonly handle: number,
+        private readonly address: number,
     ) {
-        released.register(this, () => Dataset.release(machine, handle), this);
+        released.register(this, () => Dataset.release(machine, address), this);
+    }
+
+    /** For calls of the library. Throws when the data set is closed: what it was is used otherwise by now. */
+    get handle(): number {
+        if (!this.isOpen) {
+            throw new MendError(Status.BAD_ARGUMENT, "the data set is closed");
+        }
+        return this.address;
     }
 
     private static release(machine: Machine, handle: number): void {
@@ -294,7 +302,7 @@ export class Dataset {
         if (this.isOpen) {
             this.isOpen = false;
             released.unregister(this);
-            Dataset.release(this.machine, this.handle);
+            Dataset.release(this.machine, this.address);
         }
     }
 }
