@@ -155,7 +155,7 @@ def same_with_any_number_of_jobs():
         names = [r["file"] for r in files]
         assert names == sorted(names, key=lambda name: [os.fsencode(part) for part in name.split("/")])
         table = list(csv.reader(io.StringIO((scratch / "run1/r.csv").read_text("utf-8"))))
-        assert len(table) == FILES + 1 + 1 + len(totals["devices"]) and {len(row) for row in table} == {14}
+        assert len(table) == FILES + 1 + 1 + len(totals["devices"]) and {len(row) for row in table} == {15}
         assert table[FILES + 1][0] == "(total)" and f"failed:{count['cut']}" in table[FILES + 1][9]
         summary = seen[0][4].decode("utf-8").splitlines()[-1]
         assert f"left: {count['foreign']} not DICOM, 1 hidden, 2 by symbolic links" in summary, summary
@@ -404,6 +404,11 @@ def names_of_the_runs_own_are_kept_apart():
             done = run("mend", "--to", "o", "--resume", ".dicom-mend", ".dicom-mend-1-of-2", "b", cwd=scratch, status=1)
             assert done.stderr.count(b"an underscore tells them apart") == (0 if resumes else 2), done.stderr
             assert sorted(map(str, tree(scratch / "o"))) == ["_.dicom-mend-1-of-2/a.dcm", "_.dicom-mend/a.dcm", "b/a.dcm"]
+        # It leads nowhere else.
+        (scratch / "link").mkdir()
+        (scratch / "link" / ".dicom-mend").symlink_to("../b")
+        assert b"link: error: cannot be written to: " in run("mend", "--to", "link", "b", cwd=scratch, status=2, timeout=60).stderr
+        assert [path.name for path in (scratch / "b").iterdir()] == ["a.dcm"]
         # What others keep in the folder of a run stays, also where another run ends that this one waits for.
         (scratch / "o" / ".dicom-mend" / "3").mkdir(parents=True)
         (scratch / "o" / ".dicom-mend" / "3" / "note").write_text("mine")
@@ -438,7 +443,7 @@ def what_is_not_there_any_more_is_not_reported():
         # Why nothing could be found out stands in every report.
         run("check", "--report", "n.csv", "none.dcm", "in/a.dcm", cwd=scratch, status=2)
         row = next(csv.DictReader(open(scratch / "n.csv", newline="")))
-        assert (row["file"], row["errors"], row["kinds"]) == ("none.dcm", "1", "unreadable:1"), row
+        assert (row["file"], row["errors"], row["kinds"], row["failure"]) == ("none.dcm", "1", "unreadable:1", "No such file or directory"), row
 
 
 def runs_go_on_from_other_folders():

@@ -101,12 +101,13 @@ Placing::~Placing()
 
 std::string Placing::Make_Work()
 {
-    while (work_folder_ < 0) {
+    constexpr int Tries = 100;
+    for (int i = 0; i < Tries && work_folder_ < 0; ++i) {
         const std::string error = Make_Folders(work_);
         if (!error.empty()) {
             return error;
         }
-        work_folder_ = open(work_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        work_folder_ = open(work_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (work_folder_ < 0) {
             return std::strerror(errno);
         }
@@ -121,7 +122,7 @@ std::string Placing::Make_Work()
             close(std::exchange(work_folder_, -1));
         }
     }
-    std::string error;
+    std::string error = work_folder_ < 0 ? "runs end there one after the other" : "";
     for (std::uint64_t i = 0; i < Folders && error.empty(); ++i) {
         error = Make_Folders(work_ + "/" + std::to_string(i));
     }

@@ -89,7 +89,7 @@ public:
     std::string Head() override
     {
         return "file,output,size,sha256_in,sha256_out,sop_class,manufacturer,model,software,status,"
-               "errors,warnings,kinds,seconds\r\n";
+               "errors,warnings,kinds,failure,seconds\r\n";
     }
     std::string Record(const File_Record& record) override
     {
@@ -107,7 +107,7 @@ public:
                     record.sum_out, record.sop_class, record.device.manufacturer,
                     record.device.model, record.device.software, std::string(Status_Name(record)),
                     std::to_string(severities[lib_mend::Severity::Error]),
-                    std::to_string(severities[lib_mend::Severity::Warning]), all,
+                    std::to_string(severities[lib_mend::Severity::Warning]), all, record.failure,
                     Seconds_Of(record)});
     }
     /**
@@ -146,7 +146,7 @@ private:
         }
         return Row({name, "", bytes, "", "", "", device.manufacturer, device.model, device.software,
                     statuses, std::to_string(severities[lib_mend::Severity::Error]),
-                    std::to_string(severities[lib_mend::Severity::Warning]), all, ""});
+                    std::to_string(severities[lib_mend::Severity::Warning]), all, "", ""});
     }
     static std::string Row(const std::vector<std::string>& cells)
     {
