@@ -42,6 +42,16 @@ std::string Counted(std::size_t count)
     return std::to_string(count) + (count == 1 ? " other file of the " : " other files of the ");
 }
 
+/** "2 of 3 other files of the study", or how many of those that have a value. */
+std::string Share_Text(std::size_t differing, std::size_t valued, std::size_t files,
+                       const char* name)
+{
+    return std::to_string(differing) + " of " + Counted(valued) + name +
+           (valued == files ? ""
+            : valued == 1   ? " that has a value"
+                            : " that have a value");
+}
+
 }  // namespace
 
 Study::Value Study::Key_Of(const File& file, std::size_t element)
@@ -51,22 +61,39 @@ Study::Value Study::Key_Of(const File& file, std::size_t element)
                                     : file.values[element];
 }
 
-/** The values of one element in what has the same key: how often each occurs, and where first. */
+/** The values of one element in what has the same key. */
 struct Study::Shares {
     struct Seen {
+        /** Files that have it. */
         std::size_t count = 0;
+        /** Those among them that were not told of before, and the first of these. */
+        std::size_t compared = 0;
         std::size_t first = 0;
     };
 
     std::map<Value, Seen> values;
-    std::size_t all = 0;
+    std::size_t files = 0;
+    std::size_t valued = 0;
 
+    void Add(Value value, std::size_t file, bool is_compared)
+    {
+        ++files;
+        if (value == 0) {
+            return;
+        }
+        ++valued;
+        Seen& seen = values[value];
+        ++seen.count;
+        if (is_compared && seen.compared++ == 0) {
+            seen.first = file;
+        }
+    }
     /** What most have is taken for right; of those that are as many, what the first file has. */
     Value Right() const
     {
         const auto is_less = [](const auto& a, const auto& b) {
-            return a.second.count != b.second.count ? a.second.count < b.second.count
-                                                    : a.second.first > b.second.first;
+            return a.second.compared != b.second.compared ? a.second.compared < b.second.compared
+                                                          : a.second.first > b.second.first;
         };
         return std::max_element(values.begin(), values.end(), is_less)->first;
     }
@@ -78,17 +105,12 @@ std::vector<bool> Study::Compare_Element(std::size_t key, std::size_t element,
                                          std::vector<Told>& told) const
 {
     std::vector<bool> differs(files_.size());
-    const auto is_compared = [&](std::size_t i) {
-        return files_[i].values[element] != 0 && Key_Of(files_[i], key) != 0 && !is_left_out[i];
-    };
+    // What is left out is counted all the same: others differ from it too.
     std::map<Value, Shares> all;
     for (std::size_t i = 0; i < files_.size(); ++i) {
-        if (is_compared(i)) {
-            Shares& shares = all[Key_Of(files_[i], key)];
-            const Value value = files_[i].values[element];
-            const auto seen = shares.values.try_emplace(value, Shares::Seen{0, i}).first;
-            ++seen->second.count;
-            ++shares.all;
+        const Value name = Key_Of(files_[i], key);
+        if (name != 0) {
+            all[name].Add(files_[i].values[element], i, !is_left_out[i]);
         }
     }
     std::map<Value, Value> right;
@@ -99,12 +121,13 @@ std::vector<bool> Study::Compare_Element(std::size_t key, std::size_t element,
     }
     for (std::size_t i = 0; i < files_.size() && !right.empty(); ++i) {
         const Value value = files_[i].values[element];
-        const auto wanted = is_compared(i) ? right.find(Key_Of(files_[i], key)) : right.end();
+        const auto wanted =
+            value != 0 && !is_left_out[i] ? right.find(Key_Of(files_[i], key)) : right.end();
         if (wanted != right.end() && value != wanted->second) {
             const Shares& shares = all[wanted->first];
             Tell(told[i], files_[i], element, wording,
-                 "differs from " + std::to_string(shares.all - shares.values.at(value).count) +
-                     " of " + Counted(shares.all - 1) + wording.name);
+                 "differs from " + Share_Text(shares.valued - shares.values.at(value).count,
+                                              shares.valued - 1, shares.files - 1, wording.name));
             differs[i] = true;
         }
     }
