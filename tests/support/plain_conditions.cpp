@@ -109,12 +109,14 @@ Plain Count_Truth(const DICOM_Step& step, const Elements& elements)
 
 Plain Comparison(const DICOM_Step& step, const Elements& elements, Plain absent)
 {
+    const bool turns = step.kind == DICOM_Step::Text && step.relation == DICOM_Step::Unequal;
     bool is_any = false;
-    bool fits = false;
+    bool holds = false;
     for (const Made_Element* const element : elements) {
         const std::size_t count = element->values.size();
         const std::size_t first = step.value_number != 0 ? step.value_number - 1U : 0;
         const std::size_t end = step.value_number != 0 ? std::min(first + 1, count) : count;
+        bool fits = false;
         for (std::size_t i = first; i < end; ++i) {
             is_any = true;
             fits =
@@ -124,12 +126,10 @@ Plain Comparison(const DICOM_Step& step, const Elements& elements, Plain absent)
                              : std::any_of(step.texts, step.texts + step.text_count,
                                            [&](auto* text) { return element->Equals(i, text); }));
         }
+        // One element is enough; of its values none may be what is named.
+        holds = holds || (first < end && fits != turns);
     }
-    if (!is_any) {
-        return absent;
-    }
-    const bool turns = step.kind == DICOM_Step::Text && step.relation == DICOM_Step::Unequal;
-    return fits != turns ? Plain::Yes : Plain::No;
+    return !is_any ? absent : holds ? Plain::Yes : Plain::No;
 }
 
 Plain Test(const DICOM_Step& step, const Made_Place& place, Plain absent)

@@ -80,6 +80,33 @@ const char* Equal_Text(const Value_View& value, int index, const DICOM_Step& ste
     return value.Equal_Of(index, step.texts, step.text_count);
 }
 
+/** What a comparison comes to in one of the elements that an operand stands for; nothing without a value. */
+std::optional<Truth> Compared(const DICOM_Step& step, const Data_Set& set, const DICOM_List& record)
+{
+    const auto with = static_cast<double>(step.number);
+    if (step.kind == DICOM_Step::Count) {
+        const std::optional<int> count = Value_Count(set, record);
+        return count ? Truth_Of(Compares(*count, step.relation, with)) : Truth::Unknown;
+    }
+    const Value_View value(set, record);
+    const bool found = Any_Value(value, step, [&](int i) {
+        if (step.kind == DICOM_Step::Text) {
+            return Equal_Text(value, i, step) != nullptr;
+        }
+        const std::optional<double> number = value.Number(i);
+        return number && Compares(*number, step.relation, with);
+    });
+    const bool is_unequal = step.kind == DICOM_Step::Text && step.relation == DICOM_Step::Unequal;
+    if (found) {
+        return Truth_Of(!is_unequal);
+    }
+    if (!value.Is_Known()) {
+        return Truth::Unknown;
+    }
+    const bool is_there = value.Count() >= std::max<int>(step.value_number, 1);
+    return is_there ? std::optional(Truth_Of(is_unequal)) : std::nullopt;
+}
+
 /** Adds the texts that are not there yet. */
 void Append_New(std::vector<std::string>& texts, std::vector<std::string> more)
 {
@@ -229,42 +256,20 @@ Verdict Conditions::Test_Now(const DICOM_Step& step, unsigned short group)
 Verdict Conditions::Compare(const DICOM_Step& step, unsigned short group)
 {
     bool is_there = false;
-    bool is_unknown = false;
-    const bool is_count = step.kind == DICOM_Step::Count;
-    const auto equals = [&](const Value_View& value) {
-        return Any_Value(value, step, [&](int i) { return Equal_Text(value, i, step) != nullptr; });
-    };
-    const auto compares = [&](const Value_View& value) {
-        return Any_Value(value, step, [&](int i) {
-            const std::optional<double> number = value.Number(i);
-            return number && Compares(*number, step.relation, static_cast<double>(step.number));
-        });
-    };
-    const bool found = object_.Any_Of(step, group, [&](const DICOM_List& record) {
-        if (is_count) {
-            const std::optional<int> count = Value_Count(object_.Set(), record);
-            is_there = true;
-            is_unknown = is_unknown || !count;
-            return count && Compares(*count, step.relation, static_cast<double>(step.number));
-        }
-        const Value_View value(object_.Set(), record);
-        const int needed = std::max<int>(step.value_number, 1);
-        is_there = is_there || value.Count() >= needed;
-        is_unknown = is_unknown || !value.Is_Known();
-        return step.kind == DICOM_Step::Text ? equals(value) : compares(value);
+    Truth truth = Truth::False;
+    object_.Any_Of(step, group, [&](const DICOM_List& record) {
+        const std::optional<Truth> here = Compared(step, object_.Set(), record);
+        is_there = is_there || here.has_value();
+        truth = std::max(truth, here.value_or(Truth::False));
+        return truth == Truth::True;
     });
     if (!is_there) {
+        const bool is_count = step.kind == DICOM_Step::Count;
         const bool zero_fits =
             is_count && Compares(0, step.relation, static_cast<double>(step.number));
         return {Truth_Of(zero_fits), !is_count};
     }
-    if (found) {
-        return {Truth_Of(step.kind != DICOM_Step::Text || step.relation == DICOM_Step::Equal)};
-    }
-    if (is_unknown) {
-        return {Truth::Unknown};
-    }
-    return {Truth_Of(step.kind == DICOM_Step::Text && step.relation == DICOM_Step::Unequal)};
+    return {truth};
 }
 
 std::string Conditions::Reason(const DICOM_Condition& condition, unsigned short group,
@@ -356,7 +361,7 @@ std::string Conditions::Describe(const DICOM_Step& step, Truth truth, unsigned s
                     ? Relation_Text(step.relation) + std::to_string(step.number)
                     : Not_Quoted);
     default:
-        return Describe_Comparison(step, name, group);
+        return Describe_Comparison(step, truth, name, group);
     }
 }
 
@@ -394,15 +399,17 @@ std::string Conditions::Words(const DICOM_Condition& condition, unsigned short g
                : "what its line says of values that may identify a person";
 }
 
-std::string Conditions::Describe_Comparison(const DICOM_Step& step, const std::string& name,
-                                            unsigned short group)
+std::string Conditions::Describe_Comparison(const DICOM_Step& step, Truth truth,
+                                            const std::string& name, unsigned short group)
 {
     const bool is_same = object_.Is_Same_Everywhere(step);
     const auto known = described_.find(&step);
     if (is_same && known != described_.end()) {
         return known->second;
     }
-    const std::string matched = Matched(step, group);
+    // That one item differs is told, whatever others hold.
+    const bool differs = step.relation == DICOM_Step::Unequal && truth == Truth::True;
+    const std::string matched = differs ? std::string() : Matched(step, group);
     const Tag tag = Operand_Of(step, group);
     const Path way = Way_Of(step);
     const bool is_harmless = Is_Harmless_Match(tag, matched) && !Is_In_Person(way);

@@ -51,7 +51,7 @@ private:
     Verdict Test_Now(const DICOM_Step& step, unsigned short group);
     Verdict Compare(const DICOM_Step& step, unsigned short group);
     std::string Describe(const DICOM_Step& step, Truth truth, unsigned short group);
-    std::string Describe_Comparison(const DICOM_Step& step, const std::string& name,
+    std::string Describe_Comparison(const DICOM_Step& step, Truth truth, const std::string& name,
                                     unsigned short group);
     /** The sequences that lead to the operand of a step. */
     Path Way_Of(const DICOM_Step& step) const;
