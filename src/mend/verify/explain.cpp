@@ -143,6 +143,8 @@ private:
             evidence.record != nullptr) {
             text_ += (evidence.is_clear ? "    " : "    it may be asked for by ") +
                      evidence.Reason() + "\n";
+        } else if (part != nullptr && rule.is_own_level != 0) {
+            Module_Absence(judge_.Modules().Outermost(*part));
         }
         if (std::find(deciding.begin(), deciding.end(), &rule) != deciding.end()) {
             Requirement(rule, group);
@@ -165,6 +167,20 @@ private:
                      (count.max < 0 ? "any number" : std::to_string(count.max)) +
                      When(count.when, group) + "\n";
         }
+    }
+
+    /** A module that need not be there asks for nothing while it is not. */
+    void Module_Absence(const DICOM_Part& part)
+    {
+        if (part.usage == 'M' || part.sequence != nullptr ||
+            judge_.Modules().Required(part, 0) == Truth::True) {
+            return;
+        }
+        const Parts::Presence presence = judge_.Modules().Presence_Of(part);
+        text_ += presence == Parts::Presence::None ? "    nothing of the module is there\n"
+                 : presence == Parts::Presence::Shared
+                     ? "    what is there of the module, others have too\n"
+                     : "";
     }
 
     void Requirement(const DICOM_Rule& rule, unsigned short group)

@@ -263,6 +263,14 @@ const DICOM_Part* Parts::Required_Part(const DICOM_Rule& rule, unsigned short gr
                : nullptr;
 }
 
+Parts::Presence Parts::Presence_Of(const DICOM_Part& part) const
+{
+    const State& state = State_Of(part);
+    return state.own != nullptr ? Presence::Own
+           : state.is_there     ? Presence::Shared
+                                : Presence::None;
+}
+
 bool Parts::Is_Missing(const DICOM_Rule& rule) const
 {
     const DICOM_Part* const part = Part_Of(rule);

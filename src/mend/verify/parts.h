@@ -55,6 +55,18 @@ public:
      * @param group  of the attribute; each repeating group tells for itself
      */
     Evidence Evidence_For(const DICOM_Rule& rule, unsigned short group) const;
+    /** How much of the module of a rule the top level of the object holds. */
+    enum class Presence : unsigned char {
+        None,    ///< none of its attributes
+        Shared,  ///< only such as other modules have too
+        Own
+    };
+    Presence Presence_Of(const DICOM_Part& part) const;
+    /** The module that includes a macro, or the part itself. */
+    const DICOM_Part& Outermost(const DICOM_Part& part) const
+    {
+        return part.outer < 0 ? part : Outermost(parts_[static_cast<std::size_t>(part.outer)]);
+    }
     /** A module that is required and of which nothing is there is said as a whole. */
     bool Is_Missing(const DICOM_Rule& rule) const;
 
