@@ -200,7 +200,18 @@ void Judge::Check_Allowed(const DICOM_List& node, std::span<const DICOM_Rule> ru
                         (reason.empty() ? std::string() : " since " + reason));
 }
 
-void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings)
+void Judge::Report_Once(Fault fault, const DICOM_List& record, const std::string& text,
+                        const Values& values, Said& said, Findings& findings) const
+{
+    const std::pair<Fault, std::string> words(fault, text);
+    if (std::find(said.begin(), said.end(), words) == said.end()) {
+        said.push_back(words);
+        findings.Report(fault, Level::Kept, At(record, object_.Way()), text, values);
+    }
+}
+
+void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Said& said,
+                         Findings& findings)
 {
     const Value_View value(object_.Set(), record);
     for (int i = 0; value.Is_Known() && i < rule.value_set_count; ++i) {
@@ -215,16 +226,17 @@ void Judge::Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findi
             value.Count() > 1 ? "value " + std::to_string(outside) : std::string("the value");
         const std::string reason =
             set.when.step_count != 0 ? conditions_.Reason(set.when, record.group) : std::string();
-        findings.Report(is_hint ? Fault::Defined_Term : Fault::Enumerated_Value, Level::Kept,
-                        At(record, object_.Way()),
-                        which + " is not " +
-                            Spoken_Choices(Tag_Of(record), object_.Way(), set.values, set.count) +
-                            (reason.empty() ? "" : ", as it has to be since " + reason),
-                        {value.Text(outside - 1), {}});
+        const std::string text =
+            which + " is not " +
+            Spoken_Choices(Tag_Of(record), object_.Way(), set.values, set.count) +
+            (reason.empty() ? "" : ", as it has to be since " + reason);
+        Report_Once(is_hint ? Fault::Defined_Term : Fault::Enumerated_Value, record, text,
+                    {value.Text(outside - 1), {}}, said, findings);
     }
 }
 
-void Judge::Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings)
+void Judge::Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Said& said,
+                        Findings& findings)
 {
     const int count = Item_Count(record);
     for (int i = 0; i < rule.item_count_count && count != 0; ++i) {
@@ -234,11 +246,10 @@ void Judge::Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Findin
             continue;
         }
         const bool is_less = count < allowed.min;
-        findings.Report(
-            Fault::Item_Number, Level::Kept, At(record, object_.Way()),
-            "has " + Items_Text(count) + " where " +
-                (is_less ? "at least " + Items_Text(allowed.min) : Items_Text(allowed.max)) +
-                (is_less ? " are asked for" : " at most may be"));
+        const std::string text = "has " + Items_Text(count) + " where " +
+                                 (is_less ? "at least " + Items_Text(allowed.min) + " are asked for"
+                                          : Items_Text(allowed.max) + " at most may be");
+        Report_Once(Fault::Item_Number, record, text, {}, said, findings);
     }
 }
 
@@ -293,6 +304,7 @@ void Judge::Check_Present(const DICOM_List& node, const DICOM_List& record, Find
     const bool is_asked = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
         return parts_.Applies(rule, record.group) == Truth::True;
     });
+    Said said;
     for (const DICOM_Rule& rule : rules) {
         // A module that need not be there says nothing of what another one may have put there.
         const bool is_certain = parts_.Applies(rule, record.group) == Truth::True;
@@ -300,10 +312,10 @@ void Judge::Check_Present(const DICOM_List& node, const DICOM_List& record, Find
             continue;
         }
         if (rule.value_set_count != 0) {
-            Check_Values(rule, record, findings);
+            Check_Values(rule, record, said, findings);
         }
         if (rule.item_count_count != 0) {
-            Check_Items(rule, record, findings);
+            Check_Items(rule, record, said, findings);
         }
     }
 }

@@ -74,8 +74,14 @@ private:
     Ban Ban_Of(const DICOM_Rule& rule, unsigned short group);
     void Check_Allowed(const DICOM_List& node, std::span<const DICOM_Rule> rules,
                        const DICOM_List& record, Findings& findings);
-    void Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings);
-    void Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Findings& findings);
+    /** What was said of one element, by kind: several modules may say the same of it. */
+    using Said = std::vector<std::pair<Fault, std::string>>;
+    void Check_Values(const DICOM_Rule& rule, const DICOM_List& record, Said& said,
+                      Findings& findings);
+    void Check_Items(const DICOM_Rule& rule, const DICOM_List& record, Said& said,
+                     Findings& findings);
+    void Report_Once(Fault fault, const DICOM_List& record, const std::string& text,
+                     const Values& values, Said& said, Findings& findings) const;
     bool Holds(const DICOM_Condition& condition, unsigned short group);
 
     Conditions conditions_;

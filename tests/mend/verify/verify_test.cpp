@@ -40,6 +40,11 @@ public:
         directory_.Write("modules/u", "name \"Bare\"\n(0028,0006) 1C US\n");
         directory_.Write("modules/v", "(0028,0006) 1C US if (0028,0002) > 1 in \"0\"\n");
         directory_.Write("modules/w", "(0028,0006) - US in \"0\"\n");
+        directory_.Write("modules/x", "(0008,1140) 3 SQ items 1\n>(0028,0006) 3 US in \"0\"\n"
+                                      "(0028,0006) 3 US in \"0\"\n");
+        directory_.Write("modules/y", "(0008,1140) 3 SQ items 0..1 items 0..2\n"
+                                      ">(0028,0006) 3 US in \"0\"\n"
+                                      "(0028,0006) 3 US in \"0\" like \"0\"\n");
         directory_.Write("macros/g", "name \"Measures\"\n(0028,9110) 1 SQ\n>(0028,0030) 1 DS\n");
         directory_.Write("codes/index", "42 cid-0042 \"A\"\n42 cid-0042-99sdm \"A\"\n");
         directory_.Write("codes/cid-0042", "# A\nDCM 1 one\nDCM 2 two\n");
