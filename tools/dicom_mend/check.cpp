@@ -162,6 +162,9 @@ void Check_File(const Work_Item& item, const Check_Request& request, bool is_las
                 File_Record& record)
 {
     Findings findings;
+    if (!request.explain.empty()) {
+        findings.Keep_Path_Sums();
+    }
     const lib_mend::Library_Session session(findings);
     std::optional<lib_mend::Data_Set> read = Read_Item(item, findings, record);
     if (record.is_foreign) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <numeric>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -121,10 +122,10 @@ std::string Tag_Text(Tag tag)
 
 std::string Path_Text(const Path& path, Tag tag)
 {
-    constexpr std::size_t Shown_Steps = 16;
+    constexpr std::size_t Shown_Steps = Most_Shown_Steps / 2;
     std::string text;
     for (std::size_t i = 0; i < path.size(); ++i) {
-        if (i == Shown_Steps && path.size() > 2 * Shown_Steps) {
+        if (i == Shown_Steps && path.size() > Most_Shown_Steps) {
             text += ".../";
             i = path.size() - Shown_Steps;
         }
@@ -160,10 +161,10 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
     finding.before = values.before.substr(0, Longest_Quote);
     finding.after = values.after.substr(0, Longest_Quote);
     finding.clause = clause;
-    Store(std::move(finding));
+    Store(std::move(finding), place.path);
 }
 
-void Findings::Store(Finding finding)
+void Findings::Store(Finding finding, const Path* path)
 {
     if (takes_ && !takes_(finding)) {
         return;
@@ -171,6 +172,10 @@ void Findings::Store(Finding finding)
     ++made_;
     faults_ += finding.level != Level::Info ? 1 : 0;
     if (counts_[{Kind_Of(finding).fault, finding.level}]++ < Most_Of_A_Kind) {
+        if (keeps_path_sums_ && path != nullptr && path->size() > Most_Shown_Steps) {
+            finding.path_sum =
+                std::accumulate(path->begin(), path->end(), Sum_Of_No_Steps, &Sum_With);
+        }
         all_.push_back(std::move(finding));
     }
 }

@@ -58,11 +58,25 @@ struct Path_Step {
 /** The way from the data set to a list of elements, the outermost sequence first. */
 using Path = std::vector<Path_Step>;
 
+/** Paths of more steps are not shown whole. */
+inline constexpr std::size_t Most_Shown_Steps = 32;
+
 /**
  * "0040,0275[0]/0008,0100". Of a path of very many steps the first and the last are shown, with
  * "..." between them.
  */
 std::string Path_Text(const Path& path, Tag tag);
+
+/** The sum of a path without steps. */
+inline constexpr std::uint64_t Sum_Of_No_Steps = 0xCBF29CE484222325U;
+/** Takes a step into the sum of a path, by which those are told apart that are not shown whole. */
+constexpr std::uint64_t Sum_With(std::uint64_t sum, const Path_Step& step)
+{
+    const std::uint64_t bits = std::uint64_t{step.sequence.group} << 48U |
+                               std::uint64_t{step.sequence.element} << 32U |
+                               static_cast<std::uint32_t>(step.item);
+    return (sum ^ bits) * 0x100000001B3U;
+}
 
 struct Finding {
     static constexpr std::int64_t Nowhere = -1;
@@ -86,6 +100,8 @@ struct Finding {
     std::string after = {};
     /** The clause of the standard where that of the kind is too wide; null for that of the kind. */
     const char* clause = nullptr;
+    /** Of the steps, where the path is not shown whole and its sum was asked for; 0 otherwise. */
+    std::uint64_t path_sum = 0;
 };
 
 /** Where a finding stands: an element, an element that is missing, or only a place in the file. */
@@ -167,6 +183,11 @@ public:
     {
         takes_ = std::move(takes);
     }
+    /** What is kept from now on has the sums of paths that are not shown whole. */
+    void Keep_Path_Sums()
+    {
+        keeps_path_sums_ = true;
+    }
     /** Takes one message of the library. */
     void Take_Message(unsigned int severity, const char* text);
     /** The library's error texts since the last call, joined; they are not findings yet. */
@@ -187,7 +208,7 @@ public:
     Subject subject;
 
 private:
-    void Store(Finding finding);
+    void Store(Finding finding, const Path* path = nullptr);
 
     std::vector<Finding> all_;
     std::function<bool(const Finding&)> takes_;
@@ -195,6 +216,7 @@ private:
     std::map<std::pair<Fault, Level>, std::size_t> counts_;
     std::size_t made_ = 0;
     std::size_t faults_ = 0;
+    bool keeps_path_sums_ = false;
     std::vector<std::string> errors_;
     bool out_of_memory_ = false;
     bool out_of_memory_reported_ = false;

@@ -9,10 +9,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace lib_mend {
@@ -30,6 +32,14 @@ std::string Said_Text(const Finding& finding)
     return std::string(Severity_Name(Severity_Of(finding))) + ": " + Text_Without_Values(finding);
 }
 
+/** A place by its path, and the sum of that where it is not shown whole. */
+using Spot = std::pair<std::string, std::uint64_t>;
+
+Spot Spot_Of(const Finding& finding)
+{
+    return {finding.path, finding.path_sum};
+}
+
 class Explainer {
 public:
     /** @param found  all that is reported of the object */
@@ -37,7 +47,7 @@ public:
         : object_(object), judge_(judge)
     {
         for (const Finding& finding : found) {
-            found_.emplace(finding.path, &finding);
+            found_.emplace(Spot_Of(finding), &finding);
         }
     }
 
@@ -45,22 +55,22 @@ public:
     void Place(const DICOM_List& node, const DICOM_List* record, unsigned short group,
                const std::vector<Finding>& judged)
     {
-        const std::string path = Path_Text(object_.Way(), {group, node.element});
+        const Spot spot = {Path_Text(object_.Way(), {group, node.element}), object_.Way_Sum()};
         const std::span<const DICOM_Rule> rules = Rules_Of(node);
         const bool lacks_module =
             std::any_of(rules.begin(), rules.end(),
                         [&](const DICOM_Rule& rule) { return judge_.Modules().Is_Missing(rule); });
-        const bool is_reported = lacks_module || !judged.empty() || found_.contains(path);
+        const bool is_reported = lacks_module || !judged.empty() || found_.contains(spot);
         if (is_reported ? ++reported_ > Most_Reported : ++plain_ > Most_Plain) {
             return;
         }
-        told_.insert(path);
-        text_ += path + " is " + State(record) + "\n";
+        told_.insert(spot);
+        text_ += spot.first + " is " + State(record) + "\n";
         const std::vector<const DICOM_Rule*> deciding = Judge::Deciding(rules);
         for (const DICOM_Rule& rule : rules) {
             Rule(rule, deciding, node, group);
         }
-        Outcome(Reported(path, judged), lacks_module);
+        Outcome(Reported(spot, judged), lacks_module);
     }
     std::string Text() const
     {
@@ -69,7 +79,7 @@ public:
                                              More_Text(reported_ - Most_Reported, "something");
     }
     /** Places that were told of. */
-    const std::set<std::string>& Told() const
+    const std::set<Spot>& Told() const
     {
         return told_;
     }
@@ -208,14 +218,14 @@ private:
     }
 
     /** What is reported of a place, by its rules or otherwise. */
-    std::vector<Finding> Reported(const std::string& path, const std::vector<Finding>& judged) const
+    std::vector<Finding> Reported(const Spot& spot, const std::vector<Finding>& judged) const
     {
         std::vector<Finding> here = judged;
         std::set<std::string_view> texts;
         for (const Finding& finding : judged) {
             texts.insert(finding.text);
         }
-        const auto [first, last] = found_.equal_range(path);
+        const auto [first, last] = found_.equal_range(spot);
         for (auto entry = first; entry != last; ++entry) {
             if (texts.insert(entry->second->text).second) {
                 here.push_back(*entry->second);
@@ -237,9 +247,8 @@ private:
 
     Object& object_;
     Judge& judge_;
-    /** By their paths. */
-    std::multimap<std::string_view, const Finding*> found_;
-    std::set<std::string> told_;
+    std::multimap<Spot, const Finding*> found_;
+    std::set<Spot> told_;
     std::string text_;
     int plain_ = 0;
     int reported_ = 0;
@@ -247,7 +256,7 @@ private:
 
 /** What was found that is about the attribute, but for what its places have told. */
 std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const Path& way,
-                      const std::set<std::string>& told)
+                      const std::set<Spot>& told)
 {
     // Of one item only what is reported inside of it, as far down as it goes.
     std::string inside = way.empty() ? "" : Path_Text(way, tag);
@@ -257,7 +266,8 @@ std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const Path& wa
         if (!finding.path.starts_with(inside)) {
             continue;
         }
-        const bool is_told = finding.has_tag && finding.tag == tag && told.count(finding.path) != 0;
+        const bool is_told =
+            finding.has_tag && finding.tag == tag && told.count(Spot_Of(finding)) != 0;
         if (!is_told && Is_About(finding, tag)) {
             const std::string path =
                 finding.has_tag ? finding.path + " " + Tag_Name(finding.tag) + ", " : std::string();

@@ -14,7 +14,7 @@ namespace lib_mend {
  * elsewhere, and what names it. Quotes no value of the data set.
  *
  * @param module  null for none
- * @param found   all that is reported of the data set
+ * @param found   all that is reported of the data set, with the sums of its paths
  * @param way     leads to the only item that is asked about; empty for every place of the attribute
  */
 std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found,

@@ -79,6 +79,7 @@ void Object::Enter(const DICOM_List& sequence, int item)
     levels_.back().Fill(Item_Of(sequence, item));
     ++turn_;
     way_.push_back({Tag_Of(sequence), item});
+    levels_.back().sum = Sum_With(levels_[levels_.size() - 2].sum, way_.back());
 }
 
 void Object::Leave()

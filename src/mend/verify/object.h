@@ -34,6 +34,11 @@ public:
     {
         return way_;
     }
+    /** The sum of that way, as findings have it; 0 where their paths are shown whole. */
+    std::uint64_t Way_Sum() const
+    {
+        return way_.size() > Most_Shown_Steps ? levels_.back().sum : 0;
+    }
     /** The list of the item in hand; null for one that is empty. */
     DICOM_List* List() const
     {
@@ -85,6 +90,8 @@ private:
     public:
         DICOM_List* list = nullptr;
         std::vector<std::pair<Tag, DICOM_List*>> by_tag;
+        /** Of the way to it. */
+        std::uint64_t sum = Sum_Of_No_Steps;
 
         void Fill(DICOM_List* from);
         DICOM_List* Find(Tag tag) const;

@@ -130,6 +130,7 @@ TEST(Verifying, ExplainsAnAttribute)
         Case_Object object(row[0], row[1]);
         const auto number = row[3].empty() ? 0x00280006U : row.Tag(3);
         Findings found;
+        found.Keep_Path_Sums();
         Check_Consistency(object.set, found);
         Verify(object.set, object.module, found);
         std::string text = Explain(object.set, object.module,
