@@ -196,8 +196,8 @@ private:
  */
 class Empty_Adder {
 public:
-    Empty_Adder(Place_In_Set& place, DICOM_List* module, Findings& findings)
-        : place_(place), object_(place.Set()), judge_(object_, module, false, findings),
+    Empty_Adder(Place_In_Set& place, DICOM_List* module, Judge::Purpose purpose, Findings& findings)
+        : place_(place), object_(place.Set()), judge_(object_, module, purpose, findings),
           merger_(place, findings), findings_(findings)
     {
     }
@@ -399,11 +399,11 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Merger(place, findings).Merge(*place.List(), module);
     Restore_Order(set);
     Make_Identity(place, module, findings);
-    Empty_Adder(place, module, findings).Add(*place.List(), module);
+    Empty_Adder(place, module, Judge::Purpose::Add, findings).Add(*place.List(), module);
     Restore_Order(set);
     Assign_Types(*place.List(), module);
     Findings said_before;
-    Empty_Adder(place, module, said_before).Keep(*place.List(), module);
+    Empty_Adder(place, module, Judge::Purpose::Keep, said_before).Keep(*place.List(), module);
     Remove_Empty(place, findings);
     Path top;
     Report_Deletions(*place.List(), module, top, findings);

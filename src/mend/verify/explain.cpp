@@ -291,7 +291,7 @@ std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Find
         return Rest_Text(found.All(), tag, way, {});
     }
     Object object(set);
-    Judge judge(object, module, true, found);
+    Judge judge(object, module, Judge::Purpose::Report, found);
     Explainer explainer(object, judge, found.All());
     // What is said of one attribute may stand in for another one of the same item, so that all are judged.
     Module_Walk(object, module)

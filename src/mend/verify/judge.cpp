@@ -53,9 +53,8 @@ std::string Items_Text(int count)
 
 }  // namespace
 
-Judge::Judge(Object& object, DICOM_List* module, bool says_modules, const Findings& found)
-    : conditions_(object), parts_(object, conditions_, module), object_(object),
-      says_modules_(says_modules),
+Judge::Judge(Object& object, DICOM_List* module, Purpose purpose, const Findings& found)
+    : conditions_(object), parts_(object, conditions_, module), object_(object), purpose_(purpose),
       is_modality_said_(
           std::any_of(found.All().begin(), found.All().end(),
                       [](const Finding& each) { return each.fault == Fault::Modality; }))
@@ -65,6 +64,12 @@ Judge::Judge(Object& object, DICOM_List* module, bool says_modules, const Findin
 bool Judge::Holds(const DICOM_Condition& condition, unsigned short group)
 {
     return condition.step_count == 0 || conditions_.Evaluate(condition, group).Holds();
+}
+
+bool Judge::Is_Silent(const DICOM_Rule& rule) const
+{
+    return (purpose_ == Purpose::Report && parts_.Is_Missing(rule)) ||
+           (purpose_ == Purpose::Add && parts_.Is_In_Excluded_Module(rule));
 }
 
 std::vector<const DICOM_Rule*> Judge::Deciding(std::span<const DICOM_Rule> rules)
@@ -92,10 +97,14 @@ Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
     }
     const std::span<const DICOM_Rule> rules = Rules_Of(node);
     if (node.type == Type_1 || node.type == Type_2) {
-        const bool is_said = std::any_of(rules.begin(), rules.end(), [&](const DICOM_Rule& rule) {
-            return says_modules_ && parts_.Is_Missing(rule);
-        });
-        return is_said ? Demand() : Demand{node.type, {}};
+        const auto is_silent = [this](const DICOM_Rule& rule) {
+            return Is_Silent(rule);
+        };
+        // What another module asks for too is said as part of the one that is missing.
+        const bool asks = purpose_ == Purpose::Add
+                              ? rules.empty() || !std::all_of(rules.begin(), rules.end(), is_silent)
+                              : std::none_of(rules.begin(), rules.end(), is_silent);
+        return asks ? Demand{node.type, {}} : Demand();
     }
     Demand demand;
     for (const DICOM_Rule* const rule : Deciding(rules)) {
@@ -111,7 +120,7 @@ Judge::Demand Judge::Demand_For(const DICOM_List& node, unsigned short group)
 
 Judge::Demand Judge::Conditional_Demand(const DICOM_Rule& rule, unsigned short group)
 {
-    if (says_modules_ && parts_.Is_Missing(rule)) {
+    if (Is_Silent(rule)) {
         return {};
     }
     if (const DICOM_Part* const part = parts_.Required_Part(rule, group)) {

@@ -12,11 +12,13 @@ namespace lib_mend {
 
 class Judge {
 public:
-    /**
-     * @param says_modules  a module that is missing is said as a whole, not by its attributes
-     * @param found         what was found without the IOD, which is not said a second time
-     */
-    Judge(Object& object, DICOM_List* module, bool says_modules, const Findings& found);
+    enum class Purpose : unsigned char {
+        Report,  ///< a module that is missing is said as a whole, not by its attributes
+        Keep,    ///< what is to stay in the data set though it is empty
+        Add      ///< what is to be added: a module whose condition does not hold asks for nothing
+    };
+    /** @param found  what was found without the IOD, which is not said a second time */
+    Judge(Object& object, DICOM_List* module, Purpose purpose, const Findings& found);
 
     /** That an attribute has to be there. */
     struct Demand {
@@ -69,6 +71,8 @@ private:
     /** What a module asks for that need not be there, and is. */
     Demand Demand_Of_Present(const DICOM_Rule& rule, unsigned short group) const;
     Demand Conditional_Demand(const DICOM_Rule& rule, unsigned short group);
+    /** Whether a rule asks for nothing because of its module, for the purpose at hand. */
+    bool Is_Silent(const DICOM_Rule& rule) const;
     /** Whether a rule forbids an attribute that is there. */
     enum class Ban : unsigned char { None, Unsaid, Forbidden };
     Ban Ban_Of(const DICOM_Rule& rule, unsigned short group);
@@ -87,7 +91,7 @@ private:
     Conditions conditions_;
     Parts parts_;
     Object& object_;
-    bool says_modules_;
+    Purpose purpose_;
     /** What the SOP class says of the modality is known without definitions, and told before. */
     bool is_modality_said_;
     /** What was said to be missing in the item in hand, and the conditions that asked for it. */

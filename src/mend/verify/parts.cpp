@@ -263,6 +263,14 @@ const DICOM_Part* Parts::Required_Part(const DICOM_Rule& rule, unsigned short gr
                : nullptr;
 }
 
+bool Parts::Is_In_Excluded_Module(const DICOM_Rule& rule) const
+{
+    const DICOM_Part* const part = Part_Of(rule);
+    const DICOM_Part* const module = part != nullptr ? &Outermost(*part) : nullptr;
+    return module != nullptr && module->sequence == nullptr && module->usage == 'C' &&
+           State_Of(*module).required == Truth::False;
+}
+
 Parts::Presence Parts::Presence_Of(const DICOM_Part& part) const
 {
     const State& state = State_Of(part);

@@ -67,6 +67,8 @@ public:
     {
         return part.outer < 0 ? part : Outermost(parts_[static_cast<std::size_t>(part.outer)]);
     }
+    /** The module of a rule, or the one around its macros, has a condition that does not hold. */
+    bool Is_In_Excluded_Module(const DICOM_Rule& rule) const;
     /** A module that is required and of which nothing is there is said as a whole. */
     bool Is_Missing(const DICOM_Rule& rule) const;
 

@@ -68,7 +68,7 @@ DICOM_List* Read_Module(const std::string& name, bool partial, Findings& finding
 void Verify(const Data_Set& set, DICOM_List* module, Findings& findings)
 {
     Object object(set);
-    Judge judge(object, module, true, findings);
+    Judge judge(object, module, Judge::Purpose::Report, findings);
     judge.Check_Parts(findings);
     Module_Walk(object, module)
         .Run([&](const DICOM_List& node, const DICOM_List* record, unsigned short group) {

@@ -5,6 +5,7 @@
 #include "mend/verify/complete.h"
 #include "mend/verify/verify.h"
 #include "support/case_page.h"
+#include "support/set_notation.h"
 #include "support/stream_builder.h"
 
 #include <gmock/gmock.h>
@@ -51,7 +52,8 @@ protected:
     {
         std::string texts;
         for (const Finding& finding : findings.All()) {
-            texts += Tag_Text(finding.tag) + " " + finding.text + "\n";
+            texts += Tag_Text(finding.tag) + " " + finding.text;
+            texts += finding.offset != Finding::Nowhere ? ", in the file\n" : "\n";
         }
         return texts;
     }
@@ -154,6 +156,19 @@ TEST_F(Completing, MergesByTheMarksInEveryItem)
     EXPECT_THAT(changes,
                 HasSubstr("0018,0010 added without a value, required in the "
                           "Contrast/Bolus Module, to which Contrast/Bolus Volume belongs"));
+}
+
+TEST_F(Completing, AddsWhatConditionsAskFor)
+{
+    For_Each_Case("mend/verify/complete.cases", "completed", 5, [&](const Case_Row& row) {
+        DICOM_Module_Free();
+        findings_ = Findings();
+        Data_Set set = Read(Set_Notation::Bytes(row[1]));
+        const std::string missing = Complete_By(set, row[0], "");
+        EXPECT_EQ(Listing(set.records.Head()), row[2] + " ");
+        EXPECT_EQ(Texts(findings_), row[3].empty() ? "" : row[3] + "\n");
+        EXPECT_EQ(missing, row[4].empty() ? "" : row[4] + "\n");
+    });
 }
 
 TEST_F(Completing, VerifiesItemsAndRefusesFaultyRules)
