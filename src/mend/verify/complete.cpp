@@ -223,6 +223,11 @@ public:
         }
     }
 
+    bool Has_Added() const
+    {
+        return has_added_;
+    }
+
     /** Gives what has to be there its type, whatever the same attribute is in other items or modules. */
     void Keep(DICOM_List* list, DICOM_List* module)
     {
@@ -270,19 +275,22 @@ private:
         if (demand.type != 0 && demand.is_certain && Has_Mark(node, DICOM_Mark_Default)) {
             // The condition holds, so that the default stands in for what is required.
             merger_.Apply(&DICOM_Postproc_Step_1, of_group);
+            has_added_ = true;
         } else if (demand.type == Type_2 || demand.type == Type_2C) {
             DICOM_Module_Add(nullptr, place_.Root(), place_.List(), &of_group, nullptr);
             findings_.Report(Fault::Set, Level::Change, place_.Of(of_group),
                              "added without a value" + Why(demand));
+            has_added_ = true;
         }
     }
 
     Place_In_Set& place_;
-    /** The data set as it was before: what is added has no value that decides anything. */
+    /** The data set as it was before, so that the order of the lines does not matter. */
     Object object_;
     Judge judge_;
     Merger merger_;
     Findings& findings_;
+    bool has_added_ = false;
 };
 
 /** Gives the records of every item the types of the module list. */
@@ -391,6 +399,20 @@ void Restore_Order(Data_Set& set)
     Heal_Order(set, set.records, unheard);
 }
 
+/** What is added may be what something else is required for. */
+void Add_Required(Place_In_Set& place, DICOM_List* module, Findings& findings)
+{
+    // Longer than any chain of conditions that definitions have.
+    constexpr int Most_Rounds = 32;
+    bool has_added = true;
+    for (int round = 0; has_added && round < Most_Rounds; ++round) {
+        Empty_Adder adder(place, module, Judge::Purpose::Add, findings);
+        adder.Add(*place.List(), module);
+        has_added = adder.Has_Added();
+        Restore_Order(place.Set());
+    }
+}
+
 }  // namespace
 
 bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
@@ -399,8 +421,7 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Merger(place, findings).Merge(*place.List(), module);
     Restore_Order(set);
     Make_Identity(place, module, findings);
-    Empty_Adder(place, module, Judge::Purpose::Add, findings).Add(*place.List(), module);
-    Restore_Order(set);
+    Add_Required(place, module, findings);
     Assign_Types(*place.List(), module);
     Findings said_before;
     Empty_Adder(place, module, Judge::Purpose::Keep, said_before).Keep(*place.List(), module);
