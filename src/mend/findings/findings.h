@@ -134,12 +134,14 @@ inline unsigned short VR_Of(const DICOM_List& record)
     return record.vr != 0 ? record.vr : record.vr_default;
 }
 
-/** The place of a record in a list that `path` leads to. */
+/** The place of a record in a list that `path` leads to; what was added stands nowhere in the source. */
 inline Place At(const DICOM_List& record, const Path& path)
 {
-    return {
-        true,           {record.group, record.element}, VR_Of(record), &path, Position_Of(record),
-        Size_Of(record)};
+    const bool is_read = record.pos != 0 || record.data_pos != 0;
+    Place place = {true, {record.group, record.element}, VR_Of(record), &path};
+    place.offset = is_read ? Position_Of(record) : Finding::Nowhere;
+    place.length = is_read ? Size_Of(record) : Finding::Nowhere;
+    return place;
 }
 
 class Findings {

@@ -269,6 +269,9 @@ private:
 
     void Add_Absent(const DICOM_List& node, unsigned short group)
     {
+        if (Has_Mark(node, DICOM_Mark_Delete_Request)) {
+            return;
+        }
         const Judge::Demand demand = judge_.Demand_For(node, group);
         DICOM_List of_group = node;
         of_group.group = group;
@@ -399,7 +402,7 @@ void Restore_Order(Data_Set& set)
     Heal_Order(set, set.records, unheard);
 }
 
-/** What is added may be what something else is required for. */
+/** What is added may be what something else is required for. What is gone by now requires nothing. */
 void Add_Required(Place_In_Set& place, DICOM_List* module, Findings& findings)
 {
     // Longer than any chain of conditions that definitions have.
@@ -421,7 +424,7 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Merger(place, findings).Merge(*place.List(), module);
     Restore_Order(set);
     Make_Identity(place, module, findings);
-    Add_Required(place, module, findings);
+    Restore_Order(set);
     Assign_Types(*place.List(), module);
     Findings said_before;
     Empty_Adder(place, module, Judge::Purpose::Keep, said_before).Keep(*place.List(), module);
@@ -430,6 +433,7 @@ bool Complete(Data_Set& set, DICOM_List* module, Findings& findings)
     Report_Deletions(*place.List(), module, top, findings);
     DICOM_Postproc_Step_4(nullptr, place.Root(), place.List(), module);
     Restore_Order(set);
+    Add_Required(place, module, findings);
     const std::string errors = findings.Take_Errors();
     if (!errors.empty()) {
         findings.Report(Fault::Definitions, Level::Error, {}, "definition files: " + errors);
