@@ -235,9 +235,15 @@ void Clause_Reader::Read_Class()
     std::vector<const char*> uids;
     do {
         cursor_.At_End();
+        const std::size_t column = cursor_.Column();
         const std::string_view uid = cursor_.Run("0123456789.");
         if (uid.empty()) {
             cursor_.Expected(This_Unit, "the UID of a SOP class");
+        }
+        try {
+            Check_Compared(VR_UI, uid);
+        } catch (const Value_Fault& fault) {
+            throw Definition_Fault{fault.place, column, fault.text};
         }
         uids.push_back(arena_.Keep(uid));
     } while (cursor_.Take('|'));
@@ -413,6 +419,9 @@ const char* Clause_Reader::Read_Compared(const char* what, std::span<const unsig
     if (text.empty()) {
         throw Definition_Fault{This_Unit, column,
                                "an empty text is no value; \"valued\" asks whether there is one"};
+    }
+    if (!Is_UTF_8(text)) {
+        throw Definition_Fault{This_Unit, column, "the text is no UTF-8"};
     }
     std::optional<Value_Fault> fault;
     for (const unsigned short vr : vrs) {

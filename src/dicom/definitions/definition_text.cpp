@@ -50,6 +50,40 @@ std::string Shown(std::string_view text)
     return shown + (text.size() > Max_Shown ? "...\"" : "\"");
 }
 
+bool Is_UTF_8(std::string_view text)
+{
+    while (!text.empty()) {
+        const auto lead = static_cast<unsigned char>(text[0]);
+        const std::size_t size = lead < 0x80   ? 1
+                                 : lead < 0xC2 ? 0
+                                 : lead < 0xE0 ? 2
+                                 : lead < 0xF0 ? 3
+                                 : lead < 0xF5 ? 4
+                                               : 0;
+        if (size == 0 || size > text.size() ||
+            std::any_of(
+                text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(size),
+                [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; })) {
+            return false;
+        }
+        // Longer forms of letters, surrogates, and what is behind U+10FFFF.
+        const auto second = static_cast<unsigned char>(size > 1 ? text[1] : '\0');
+        if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+            (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
+            return false;
+        }
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
+std::size_t Letters_In(std::string_view text)
+{
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
+        return (static_cast<unsigned char>(character) & 0xC0) != 0x80;
+    }));
+}
+
 std::string Shown_Tag(unsigned short group, unsigned short element)
 {
     char text[16];
@@ -232,7 +266,8 @@ bool Reading::Charge(const std::string& file, int line, std::size_t size)
     return !is_exhausted_;
 }
 
-void Reading::Report(const std::string& file, File& state, int line, const Definition_Fault& fault)
+void Reading::Report(const std::string& file, File& state, int line, std::size_t column,
+                     const Definition_Fault& fault)
 {
     has_faults_ = true;
     if (!state.faulty_lines.insert(line).second) {
@@ -240,7 +275,7 @@ void Reading::Report(const std::string& file, File& state, int line, const Defin
     }
     const std::string place = file + ":" + std::to_string(line) + ":";
     Report_Definition_Error(handle_, fault.place,
-                            place + std::to_string(fault.column + 1) + ": " + fault.text);
+                            place + std::to_string(column + 1) + ": " + fault.text);
     if (state.faulty_lines.size() == Max_Faults) {
         state.end = line + 1;
         Report_Definition_Error(handle_, This_Unit,

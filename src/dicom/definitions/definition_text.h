@@ -17,13 +17,17 @@ namespace lib_dicom {
 struct Definition_Fault {
     /** Who says so. */
     Place place;
-    /** Where in the line, from 0. */
+    /** The byte of the line, from 0. */
     std::size_t column;
     std::string text;
 };
 
 /** A piece of a file as a message can show it: in quotes, of bounded length, printable. */
 std::string Shown(std::string_view text);
+
+bool Is_UTF_8(std::string_view text);
+/** The letters of a text in UTF-8. */
+std::size_t Letters_In(std::string_view text);
 
 /** "(0008,0060)" */
 std::string Shown_Tag(unsigned short group, unsigned short element);
@@ -126,7 +130,7 @@ public:
                     read(cursor);
                 }
             } catch (const Definition_Fault& fault) {
-                Report(file, state, number, fault);
+                Report(file, state, number, Letters_In(line.substr(0, fault.column)), fault);
             }
         }
     }
@@ -146,7 +150,9 @@ private:
     static std::string_view Take_Line(std::string_view& text);
     /** Counts a line; false when the run has read too much. */
     bool Charge(const std::string& file, int line, std::size_t size);
-    void Report(const std::string& file, File& state, int line, const Definition_Fault& fault);
+    /** @param column  in letters, from 0 */
+    void Report(const std::string& file, File& state, int line, std::size_t column,
+                const Definition_Fault& fault);
 
     HWND handle_;
     std::unordered_map<std::string, File> files_;

@@ -147,17 +147,9 @@ std::string Hex_Bytes(const VR_Rule& rule, std::string_view text)
     return bytes;
 }
 
-/** Characters of a UTF-8 text. */
-std::size_t Count_Characters(std::string_view text)
-{
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
-        return (static_cast<unsigned char>(character) & 0xC0) != 0x80;
-    }));
-}
-
 void Check_Text(const VR_Rule& rule, std::string_view text)
 {
-    if (rule.max_length > 0 && Count_Characters(text) > static_cast<std::size_t>(rule.max_length)) {
+    if (rule.max_length > 0 && Letters_In(text) > static_cast<std::size_t>(rule.max_length)) {
         Refuse(This_Unit, rule.vr, text,
                "at most " + std::to_string(rule.max_length) + " characters long");
     }

@@ -24,10 +24,11 @@ constexpr char Style[] =
     "table{border-collapse:collapse;width:100%}"
     "th,td{text-align:left;vertical-align:top;padding:.25em .6em;border-bottom:1px solid #ccc;"
     "overflow-wrap:anywhere}"
-    "th{background:#f0f0f0}td.n,th.n{text-align:right;white-space:nowrap}"
+    "th{background:#f0f0f0;overflow-wrap:normal}td.n,th.n{text-align:right;white-space:nowrap}"
     "code{font:12px/1.4 ui-monospace,monospace}"
     ".error td:first-child{color:#a40000;font-weight:bold}"
     ".warning td:first-child{color:#7a4a00;font-weight:bold}"
+    ".error td:first-child,.warning td:first-child,.info td:first-child{overflow-wrap:normal}"
     ".info td:first-child{color:#004a80}.clause{color:#444}.note{color:#a40000}"
     "body:has(#show-error:not(:checked)) .findings .error,"
     "body:has(#show-warning:not(:checked)) .findings .warning,"
@@ -35,7 +36,7 @@ constexpr char Style[] =
     "@media print{body{margin:0;font-size:11px}.filter{display:none}tr,h3{break-inside:avoid}"
     "h3{break-after:avoid}a{color:inherit;text-decoration:none}}";
 
-constexpr char Style_Hash[] = "sha256-br4GFCD9zyFmM+ycL5YA0HqGp62+pYaV7QzEME4hUoM=";
+constexpr char Style_Hash[] = "sha256-MCvvkZhGPrb1cUEAwQG8qVQpgIzD3suz7Mt19sel7qQ=";
 
 constexpr Severity Severities[] = {Severity::Error, Severity::Warning, Severity::Info};
 

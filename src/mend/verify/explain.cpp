@@ -279,12 +279,24 @@ std::string Rest_Text(const std::vector<Finding>& found, Tag tag, const Path& wa
     return text.empty() ? text : "what else is reported of it, or names it\n" + text;
 }
 
+/** Whether the item that a path leads to is a fragment of encapsulated data, which holds no elements. */
+bool Is_Fragment(DICOM_List* list, Path way, Tag tag)
+{
+    const Path_Step last = way.back();
+    way.pop_back();
+    const DICOM_List* const record =
+        Find_Record(way.empty() ? list : Item_At(list, way), last.sequence);
+    return tag == Item_Tag && record != nullptr && Holds_Fragments(*record) &&
+           last.item < Item_Count(*record);
+}
+
 }  // namespace
 
 std::string Explain(const Data_Set& set, DICOM_List* module, Tag tag, const Findings& found,
                     const Path& way)
 {
-    if (!way.empty() && Item_At(set.records.Head(), way) == nullptr) {
+    if (!way.empty() && Item_At(set.records.Head(), way) == nullptr &&
+        !Is_Fragment(set.records.Head(), way, tag)) {
         return "there is no such item\n";
     }
     if (module == nullptr) {

@@ -11,6 +11,8 @@
 #include "support/mend_in_memory.h"
 #include "support/set_notation.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <regex>
 #include <sstream>
@@ -141,6 +143,27 @@ TEST(Verifying, ExplainsAnAttribute)
         text = std::regex_replace(text, std::regex(R"([(](/|[A-Z]:)[^)]*[/\\])"), "(./");
         EXPECT_EQ(text, row[2].empty() ? "" : row[2] + "\n");
     });
+}
+
+TEST(Verifying, ExplainsFragmentsToo)
+{
+    Stream_Builder pixels;
+    pixels.Header(0x7FE0, 0x0010, "OB", DICOM_Undefined_Length).Item(0).Item(2).Raw("ab");
+    Findings found;
+    const Library_Session session(found);
+    const Data_Set set = Read_Data_Set(
+        Source_Of(Part10_Head("1.2.840.10008.1.2.4.50") + pixels.Sequence_End().Bytes()), found);
+    const auto explained = [&](int item, Tag tag) {
+        Findings reported;
+        const Path way = {{Pixel_Data_Tag, item}};
+        reported.Report(Fault::Fragments, Level::Kept, {true, Item_Tag, 0, &way}, "is odd");
+        return Explain(set, nullptr, tag, reported, way);
+    };
+    constexpr char Reported[] = "what else is reported of it, or names it\n"
+                                "  7fe0,0010[1]/fffe,e000 Item, error: is odd";
+    EXPECT_THAT(explained(1, Item_Tag), testing::StartsWith(Reported));
+    EXPECT_EQ(explained(2, Item_Tag), "there is no such item\n");
+    EXPECT_EQ(explained(1, Pixel_Data_Tag), "there is no such item\n");
 }
 
 TEST(Verifying, ExplainsEachPlaceOfWhichSomethingIsReported)
