@@ -175,4 +175,11 @@ bool Plan::Next(Walk_Entry& entry)
     return false;
 }
 
+bool Plan::Has_No_More()
+{
+    Take();
+    Walk_Entry entry;
+    return !Next(entry) && Is_Over();
+}
+
 }  // namespace dicom_mend

@@ -32,6 +32,8 @@ public:
     bool Next(Walk_Entry& entry);
     /** The walk has ended, and everything was taken out. */
     bool Is_Over() const;
+    /** So it turns out when what is there is taken; an entry that shows up is lost. */
+    bool Has_No_More();
     /** The walk has ended: the numbers below are those of the whole run. */
     bool Is_Known() const
     {

@@ -243,8 +243,8 @@ Exit_Status Run::All()
         Show(plan);
         sync_->From_Time_To_Time();
     }
-    if (stopped_ == Interrupted && !Interruptible::Is_Urgent() && plan.Is_Over() &&
-        window_.Is_Done()) {
+    if (stopped_ == Interrupted && !Interruptible::Is_Urgent() && window_.Is_Done() &&
+        plan.Has_No_More()) {
         // Nothing was left to do.
         stopped_.clear();
     }
