@@ -26,6 +26,8 @@ CASES = [
     ("complete --set PatientBirthN", "ROE", ["complete", "--set", "PatientBirthName=ROE"]),
     ("check --explain=PixelBandw", "", ["check", "--explain=PixelBandwidth"]),
     ("list --only PixelBandw", "", ["list", "--only", "PixelBandwidth"]),
+    ("list --only ReferencedImageSequence[0]/PixelBandw", "", ["list", "--only", "ReferencedImageSequence[0]/PixelBandwidth"]),
+    ("complete --set=OtherPatientIDsSequence[0]/PatientBirthN", "ROE", ["complete", "--set=OtherPatientIDsSequence[0]/PatientBirthName=ROE"]),
     ("explain offset-t", "", ["explain", "offset-table"]),
     ("code 813", "x", ["code", "8131", "x"]),
     ("dict Rows PixelBandw", "", ["dict", "Rows", "PixelBandwidth"]),

@@ -1,5 +1,6 @@
 #include "command_faults.h"
 
+#include "help_text.h"
 #include "mend/findings/letters.h"
 
 #include <algorithm>
@@ -104,6 +105,13 @@ std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& wo
                Command_Suggestion(name, commands);
     }
     return Unknown_Option(*app.get_subcommand(name), words, 1);
+}
+
+std::string Word_Too_Many(const CLI::App& command)
+{
+    const std::vector<std::string> words = command.remaining();
+    return (words.empty() ? std::string() : lib_mend::Printable(words.front()) + ": ") +
+           command.get_name() + " takes no more than" + Operands(command);
 }
 
 }  // namespace dicom_mend

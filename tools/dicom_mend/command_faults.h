@@ -15,6 +15,9 @@ namespace dicom_mend {
 /** Says which command or option there is not, and which there is; empty when all are there. */
 std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& words);
 
+/** What to say of operands that a command has no place for. */
+std::string Word_Too_Many(const CLI::App& command);
+
 /**
  * Takes the names of an option's values; others are told with those that there are. The validator's own
  * name lists them, for the completion of words.

@@ -16,6 +16,7 @@
 #include "mend/json/from_json.h"
 #include "mend/reading/reader.h"
 #include "mend/verify/iod.h"
+#include "pager.h"
 #include "settings.h"
 
 #include <algorithm>
@@ -133,7 +134,7 @@ std::optional<lib_mend::Data_Set> Read_For_Trial(const Mend_Request& request,
 
 /** Prints what would be other in the output. */
 void Print_Trial(const lib_mend::Data_Set& original, const lib_mend::Encoded_File& file,
-                 Diff_Format format)
+                 const Mend_Request& request)
 {
     lib_mend::Spool spool(lib_mend::Spool_Limits().in_memory);
     file.Give([&](std::span<const unsigned char> bytes) {
@@ -143,7 +144,8 @@ void Print_Trial(const lib_mend::Data_Set& original, const lib_mend::Encoded_Fil
     Findings of_output;
     const lib_mend::Data_Set written =
         lib_mend::Read_Data_Set(spool.Finish("the output"), of_output);
-    Print_Differences(original, written, format, Look_At(STDOUT_FILENO));
+    Print_Differences(original, written, request.trial_format,
+                      Look_At(STDOUT_FILENO, request.trial_looks.colours));
 }
 
 /**
@@ -176,6 +178,10 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
                                    : std::string();
     Keep_To_The_End(std::move(set));
     findings.Sum_Up();
+    std::optional<Pager> pager;
+    if (request.is_trial) {
+        pager.emplace(Look_At(STDOUT_FILENO), request.trial_looks);
+    }
     Report(name, findings, request.run.verbosity, request.run.show_values);
     if (!unkept.empty()) {
         Report_Failure(request.garbage, unkept);
@@ -184,7 +190,7 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
         return Exit_Failure;
     }
     if (original) {
-        Print_Trial(*original, file, request.trial_format);
+        Print_Trial(*original, file, request);
         return Finish_Output(Status_Of(findings));
     }
     const std::string error = Write_Output(file, Output_Of(request), request.run.force);

@@ -48,6 +48,7 @@ struct Mend_Request {
     /** Nothing is written: the differences between the file and what it would be are printed. */
     bool is_trial = false;
     Diff_Format trial_format = Diff_Format::Text;
+    Looks trial_looks;
 };
 
 /** A name that stands for standard input or standard output. */

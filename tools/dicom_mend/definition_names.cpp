@@ -76,42 +76,45 @@ std::vector<std::string> Names_Of(const std::vector<Definition_Name>& definition
     return names;
 }
 
-std::string Small(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return text;
-}
-
-/** Names that are near; else those whose titles hold the text, the shortest titles first. */
-std::string Suggestion_For(const std::string& text, std::vector<Definition_Name> definitions)
-{
-    constexpr std::size_t Shortest = 3;
-    constexpr std::size_t Most = 3;
-    const std::string near = Suggestion(text, Names_Of(definitions));
-    std::erase_if(definitions, [&](const Definition_Name& each) {
-        return Small(each.title).find(Small(text)) == std::string::npos;
-    });
-    // Of a text with blanks nobody thinks as of a code.
-    const bool is_title = text.find(' ') != text.npos && !definitions.empty();
-    if ((!near.empty() && !is_title) || definitions.empty() || text.size() < Shortest) {
-        return near;
-    }
-    std::stable_sort(definitions.begin(), definitions.end(),
-                     [](const Definition_Name& a, const Definition_Name& b) {
-                         return a.title.size() < b.title.size();
-                     });
-    definitions.resize(std::min(definitions.size(), Most));
-    return Listed(Names_Of(definitions));
-}
-
 bool Is_Number(const std::string& text)
 {
     constexpr std::size_t Longest = 4;
     return !text.empty() && text.size() <= Longest &&
            text.find_first_not_of("0123456789") == text.npos;
 }
+
+/** Names whose titles hold a text, or words that are near it, the shortest titles first. */
+std::vector<std::string> Titled(const std::string& text,
+                                const std::vector<Definition_Name>& definitions)
+{
+    std::vector<std::string> titles;
+    for (const Definition_Name& each : definitions) {
+        titles.push_back(each.title);
+    }
+    std::vector<std::string> names;
+    for (const std::string& title : Nearest(text, titles)) {
+        const auto& [name, whole] =
+            *std::find_if(definitions.begin(), definitions.end(),
+                          [&](const Definition_Name& each) { return each.title == title; });
+        // A number alone tells nobody what it is about.
+        names.push_back(Is_Number(name) ? name + " (" + whole + ")" : name);
+    }
+    return names;
+}
+
+}  // namespace
+
+std::string Suggestion_For(const std::string& text, const std::vector<Definition_Name>& definitions)
+{
+    const std::string near = Suggestion(text, Names_Of(definitions));
+    // Of a text with blanks nobody thinks as of a code.
+    const bool is_title = text.find(' ') != text.npos;
+    const std::vector<std::string> titled =
+        near.empty() || is_title ? Titled(text, definitions) : std::vector<std::string>();
+    return titled.empty() ? near : Listed(titled);
+}
+
+namespace {
 
 }  // namespace
 

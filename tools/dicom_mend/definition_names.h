@@ -21,6 +21,10 @@ std::vector<Definition_Name> Modules();
 /** Context groups by their numbers, in their order: "29", "Acquisition Modality". */
 std::vector<Definition_Name> Tables();
 
+/** "; did you mean 29?": names that are near a text; else those whose titles hold it, or words near it. */
+std::string Suggestion_For(const std::string& text,
+                           const std::vector<Definition_Name>& definitions);
+
 /** The code of an IOD, or "auto"; else the reason why not, with what may have been meant. */
 std::string Module_Fault(const std::string& code);
 

@@ -23,6 +23,9 @@ void Print(const Finding_Kind& kind)
     if (*kind.rule != '\0') {
         std::printf("  The standard: %s%s%s%s\n", kind.rule, *kind.clause != '\0' ? " (" : "",
                     kind.clause, *kind.clause != '\0' ? ")" : "");
+    } else {
+        std::printf("  The standard: %s\n",
+                    *kind.clause != '\0' ? kind.clause : "says nothing of it");
     }
 }
 

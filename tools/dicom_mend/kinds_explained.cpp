@@ -100,7 +100,7 @@ constexpr Kind_Explained Kinds[] = {
     {"not-dicom", "files of other formats among images", "nothing is written"},
     {"wrapper", "files packed by gzip or zlib", "they are unpacked"},
     {"preamble-used", "files that are TIFF or programs at the same time",
-     "the preamble stays; look at where the file comes from"},
+     "the output has zeros there; look at where the file comes from"},
     {"file-meta", "wrong lengths, VRs or syntax in group 0002",
      "group 0002 is written anew with the values that were read"},
     {"meta-missing", "programs that leave required elements of group 0002 out",

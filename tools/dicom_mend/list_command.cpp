@@ -39,6 +39,11 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
         }
         Print_Text(set, selection, terminal);
     }
+    if (selection.Is_Empty() && !request.run.Asks_For_Run() && !set.foreign) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s: holds nothing of what is asked for\n",
+                     lib_mend::Printable(Name_Of(item.path)).c_str());
+    }
     Describe(set, findings, record);
     if (is_last) {
         Keep_To_The_End(std::move(set));

@@ -166,23 +166,56 @@ void Listing::Print_Record(const DICOM_List& record, const Character_Set& charac
     const std::size_t digits = line_.size() - size_at;
     line_.insert(size_at, 1 + Size_Width - std::min(digits, Size_Width), ' ');
     line_ += ' ';
-    Append_Name(record);
-    Append_Contents(record, characters);
+    Append_Name_And_Contents(record, characters);
     End_Line();
 }
 
-void Listing::Append_Name(const DICOM_List& record)
+void Listing::Append_Name_And_Contents(const DICOM_List& record, const Character_Set& characters)
 {
-    const std::size_t width = name_width_ - std::min(Indent(), name_width_ / 2);
-    const std::size_t start = line_.size();
-    lib_mend::Append_Printable(line_, Name_Of(record));
-    const std::size_t columns = Columns_Of(std::string_view(line_).substr(start));
-    if (columns > width && terminal_.is_terminal) {
-        const std::string fitted = Fitted(std::string_view(line_).substr(start), width);
-        line_.replace(start, std::string::npos, fitted);
-    } else {
-        line_.append(width - std::min(columns, width), ' ');
+    const std::size_t column = name_width_ - std::min(Indent(), name_width_ / 2);
+    const std::size_t room =
+        terminal_.width - std::min(terminal_.width, Header_Width + Indent() + 1);
+    name_.clear();
+    lib_mend::Append_Printable(name_, Name_Of(record));
+    const std::size_t columns = Columns_Of(name_);
+    const std::size_t rest = room - std::min(room, columns);
+    Make_Contents(record, characters, rest);
+    std::size_t needed = Columns_Of(contents_);
+    const std::size_t number_at = VR_Of(record) == VR_UI ? contents_.find(" (") : std::string::npos;
+    if (needed > rest && number_at != std::string::npos) {
+        // Of the number behind the name the beginning will do.
+        constexpr std::size_t Beginning = 6;
+        needed = number_at + Beginning;
     }
+    const bool fits = needed <= rest;
+    // Half a UID is none: one that no name stands for has a line of its own rather.
+    const bool is_below = !fits && VR_Of(record) == VR_UI && number_at == std::string::npos;
+    // The column gives way, to either side, where both have room on the line.
+    const std::size_t left = is_below ? room : fits ? room - needed : column;
+    const std::size_t width =
+        std::clamp(left, std::min(column, columns), std::max(column, columns));
+    if (columns > width) {
+        name_ = Fitted(name_, width);
+    }
+    line_ += name_;
+    line_.append(width - std::min(width, columns), ' ');
+    if (contents_.empty()) {
+        // Nothing stands behind the name, not even blanks.
+        line_.erase(line_.find_last_not_of(' ') + 1);
+        return;
+    }
+    if (is_below) {
+        line_.erase(line_.find_last_not_of(' ') + 1);
+        End_Line();
+        line_.append(
+            std::min(Header_Width + Indent(), terminal_.width - std::min(terminal_.width, needed)),
+            ' ');
+    } else {
+        line_ += ' ';
+    }
+    Append_Colour(Value_Colour);
+    line_ += contents_;
+    Append_Colour(No_Colour);
 }
 
 std::string_view Listing::Name_Of(const DICOM_List& record)
@@ -198,32 +231,23 @@ std::string_view Listing::Name_Of(const DICOM_List& record)
     return name;
 }
 
-void Listing::Append_Contents(const DICOM_List& record, const Character_Set& characters)
+void Listing::Make_Contents(const DICOM_List& record, const Character_Set& characters,
+                            std::size_t room)
 {
-    const std::size_t start = line_.size();
-    line_ += ' ';
-    Append_Colour(Value_Colour);
-    const std::size_t value_at = line_.size();
+    contents_.clear();
     const bool has_items = Holds_Elements(record);
     if (record.nb_item > 0 || VR_Of(record) == VR_SQ) {
         const int count = lib_mend::Item_Count(record);
-        Append_Number(line_, count);
-        line_ += has_items ? " item" : " fragment";
-        line_ += count == 1 ? "" : "s";
+        Append_Number(contents_, count);
+        contents_ += has_items ? " item" : " fragment";
+        contents_ += count == 1 ? "" : "s";
     } else {
-        Append_Value(line_, set_, record, characters, UID_Form::Number_First);
-        if (VR_Of(record) == VR_UI && Columns_Of(line_) > terminal_.width) {
-            line_.erase(value_at);
-            Append_Value(line_, set_, record, characters, UID_Form::Name_First);
+        Append_Value(contents_, set_, record, characters, UID_Form::Number_First);
+        if (VR_Of(record) == VR_UI && Columns_Of(contents_) > room) {
+            contents_.clear();
+            Append_Value(contents_, set_, record, characters, UID_Form::Name_First);
         }
     }
-    if (line_.size() == value_at) {
-        // Nothing stands behind the name, not even blanks.
-        line_.erase(start);
-        line_.erase(line_.find_last_not_of(' ') + 1);
-        return;
-    }
-    Append_Colour(No_Colour);
 }
 
 void Listing::Append_Colour(std::string_view colour)

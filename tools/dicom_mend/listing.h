@@ -4,7 +4,8 @@
 //     VR            2
 //     length        7  as the header gave it; "-" where it is not defined
 //     name             as wide as the terminal allows; 40 elsewhere, where longer ones are not cut
-//     value            as it is written; on a terminal that is too narrow for it, the name of a UID first
+//     value            as it is written; on a terminal that is too narrow for it, the name of a UID first, and
+//                      a UID without a name on the next line
 #ifndef TOOLS_DICOM_MEND_LISTING_H
 #define TOOLS_DICOM_MEND_LISTING_H
 
@@ -47,9 +48,12 @@ private:
     bool Enter(const DICOM_List& sequence, int item);
     void Leave();
     void Print_Record(const DICOM_List& record, const lib_mend::Character_Set& characters);
-    void Append_Name(const DICOM_List& record);
+    void Append_Name_And_Contents(const DICOM_List& record,
+                                  const lib_mend::Character_Set& characters);
     std::string_view Name_Of(const DICOM_List& record);
-    void Append_Contents(const DICOM_List& record, const lib_mend::Character_Set& characters);
+    /** @param room  columns that a value has; the name of a UID stands first where they are too few */
+    void Make_Contents(const DICOM_List& record, const lib_mend::Character_Set& characters,
+                       std::size_t room);
     void Append_Colour(std::string_view colour);
     void End_Line();
     std::size_t Indent() const;
@@ -62,6 +66,9 @@ private:
     std::vector<Level> levels_;
     /** The line that is being made. */
     std::string line_;
+    /** What stands behind its header. */
+    std::string name_;
+    std::string contents_;
     /** The names of rows, which the dictionary has in the words of an older edition. */
     std::unordered_map<const TAG_db_Elems*, std::string> names_;
 };

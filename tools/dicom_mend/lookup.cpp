@@ -235,8 +235,8 @@ Exit_Status Print_Names(const std::vector<Definition_Name>& definitions,
     Exit_Status status = Exit_Clean;
     for (const std::string& part : parts) {
         if (!found.contains(part)) {
-            std::fprintf(stderr, "%s: neither a name nor a title holds this\n",
-                         Printable(part).c_str());
+            std::fprintf(stderr, "%s: neither a name nor a title holds this%s\n",
+                         Printable(part).c_str(), Suggestion_For(part, definitions).c_str());
             status = Exit_Findings;
         }
     }

@@ -115,6 +115,17 @@ Exit_Status Answer(CLI::App& app, const std::vector<std::string>& words)
     }
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ExtrasError&) {
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n",
+                     dicom_mend::Word_Too_Many(*app.get_subcommand(asked)).c_str());
+        return dicom_mend::Exit_Failure;
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string what = error.what();
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n",
+                     what.starts_with('-')
+                         ? what.c_str()
+                         : dicom_mend::Word_Too_Many(*app.get_subcommand(asked)).c_str());
+        return dicom_mend::Exit_Failure;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
     }

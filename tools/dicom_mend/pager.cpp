@@ -1,5 +1,7 @@
 #include "pager.h"
 
+#include "mend/findings/letters.h"
+
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -27,12 +29,28 @@ bool Is_In_Path(const std::string& program)
     return false;
 }
 
+/** A command that a shell can run, as far as that shows without one. */
+bool Can_Run(const std::string& command)
+{
+    const std::string program = command.substr(0, command.find(' '));
+    if (command.find_first_of("=$`'\"\\|&;<>(){}~*?\t\n") != command.npos || program.empty()) {
+        return true;
+    }
+    return program.find('/') != program.npos ? access(program.c_str(), X_OK) == 0
+                                             : Is_In_Path(program);
+}
+
 /** The command that PAGER holds; empty for none. */
 std::string Command_Of_Pager()
 {
     const char* const chosen = std::getenv("PAGER");
     if (chosen == nullptr) {
         return Is_In_Path("less") ? "less" : "";
+    }
+    if (!Can_Run(chosen)) {
+        std::fprintf(stderr, "PAGER: %s: there is no such program\n",
+                     lib_mend::Printable(chosen).c_str());
+        return {};
     }
     return std::string(chosen) == "cat" ? "" : chosen;
 }

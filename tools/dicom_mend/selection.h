@@ -31,6 +31,11 @@ public:
     {
         return is_all_;
     }
+    /** The data set has none of the elements that were asked for. */
+    bool Is_Empty() const
+    {
+        return !is_all_ && shown_.empty();
+    }
     /** Of an element, or of an item by its header. */
     bool Shows(const DICOM_List& record) const
     {

@@ -59,6 +59,38 @@ std::vector<std::string> Holding(const std::string& part, const std::vector<std:
     return holding;
 }
 
+/** Names with words in them that are near a part that is mistyped; @param part  in small letters */
+std::vector<std::string> With_Words_Near(const std::string& part,
+                                         const std::vector<std::string>& names)
+{
+    constexpr std::size_t Most = 3;
+    constexpr std::size_t Shortest = 4;
+    std::vector<std::string> near;
+    std::size_t least = part.size() / 3;
+    for (const std::string& name : names) {
+        const std::string small = Small(name);
+        for (std::size_t at = 0; part.size() >= Shortest && at < small.size(); ++at) {
+            const bool is_begin = at == 0 || small[at - 1] == ' ' || small[at - 1] == '-';
+            if (!is_begin || small.size() - at + least < part.size()) {
+                continue;
+            }
+            const std::size_t distance = Distance(part, small.substr(at, part.size()));
+            if (distance < least) {
+                near.clear();
+                least = distance;
+            }
+            if (distance == least && (near.empty() || near.back() != name)) {
+                near.push_back(name);
+            }
+        }
+    }
+    std::stable_sort(near.begin(), near.end(), [](const std::string& a, const std::string& b) {
+        return a.size() < b.size();
+    });
+    near.resize(std::min(near.size(), Most));
+    return near;
+}
+
 /** A text without the "0x" in front of its numbers. */
 std::string Without_Marks(std::string text)
 {
@@ -101,7 +133,8 @@ std::vector<std::string> Nearest(const std::string& text, const std::vector<std:
             nearest.push_back(name);
         }
     }
-    return nearest.empty() ? Holding(Small(text), names) : nearest;
+    nearest = nearest.empty() ? Holding(Small(text), names) : nearest;
+    return nearest.empty() ? With_Words_Near(Small(text), names) : nearest;
 }
 
 std::string Suggestion(const std::string& text, const std::vector<std::string>& names)

@@ -10,7 +10,7 @@ namespace dicom_mend {
 /**
  * The names that are nearest to a text: a letter left out, put in, or changed, and two that changed places,
  * count one each, capitals nothing. Three at most, none that differ in more than a third of the letters;
- * where there is none, names that hold the text.
+ * where there is none, names that hold the text, or words that are near it.
  */
 std::vector<std::string> Nearest(const std::string& text, const std::vector<std::string>& names);
 

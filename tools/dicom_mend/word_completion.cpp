@@ -113,7 +113,8 @@ Words Choices_Of(CLI::Option& option)
     return words;
 }
 
-Offer Offer_Of(CLI::App& app, CLI::Option& option)
+/** @param begun  what is typed of the word */
+Offer Offer_Of(CLI::App& app, CLI::Option& option, const std::string& begun)
 {
     const std::string name = option.get_positional() ? option.get_name() : option.get_option_text();
     if (name == "COMMAND") {
@@ -124,7 +125,15 @@ Offer Offer_Of(CLI::App& app, CLI::Option& option)
             return name == kind.name || name == std::string(kind.name) + "...";
         });
     if (found != std::end(Operand_Kinds)) {
-        return {found->kind, found->words()};
+        Offer offer = {found->kind, found->words()};
+        if (found->name.find("PATH") != found->name.npos) {
+            // Behind a slash a path goes on with another keyword.
+            const std::string way = begun.substr(0, begun.rfind('/') + 1);
+            for (std::string& each : offer.words) {
+                each.insert(0, way);
+            }
+        }
+        return offer;
     }
     return {.words = Choices_Of(option)};
 }
@@ -193,14 +202,14 @@ Offer Offer_In(CLI::App& app, CLI::App& command, const Words& words)
     }
     const std::string& word = words.back();
     if (taking != nullptr) {
-        return Offer_Of(app, *taking);
+        return Offer_Of(app, *taking, word);
     }
     if (!only_operands && word.starts_with("--") && word.find('=') != word.npos) {
-        const std::string name = word.substr(0, word.find('='));
-        CLI::Option* const option = Find_Option(command, name);
-        Offer offer = option != nullptr ? Offer_Of(app, *option) : Offer();
+        const std::size_t equals = word.find('=');
+        CLI::Option* const option = Find_Option(command, word.substr(0, equals));
+        Offer offer = option != nullptr ? Offer_Of(app, *option, word.substr(equals + 1)) : Offer();
         for (std::string& each : offer.words) {
-            each = name + "=" + each;
+            each.insert(0, word, 0, equals + 1);
         }
         return offer;
     }
@@ -208,7 +217,7 @@ Offer Offer_In(CLI::App& app, CLI::App& command, const Words& words)
         return {.words = Options_Of(command)};
     }
     CLI::Option* const operand = Operand_At(command, operands);
-    return operand != nullptr ? Offer_Of(app, *operand) : Offer();
+    return operand != nullptr ? Offer_Of(app, *operand, word) : Offer();
 }
 
 Offer Offer_For(CLI::App& app, const Words& words)

@@ -33,7 +33,7 @@ constexpr Command Commands[] = {
              "  dicom-mend mend --to clean --report clean.jsonl archive\n"
              "                                           of all files of a folder\n"
              "\n"
-             "Findings go to standard error.",
+             "Findings go to standard error, what --dry-run shows to standard output.",
      .set_up = &Set_Up_Mend},
     {.name = "undo",
      .description = "Put the values back that the last mending with --record changed",
@@ -49,7 +49,8 @@ constexpr Command Commands[] = {
              "  dicom-mend complete old.dcm new.dcm      supply what such images require\n"
              "  dicom-mend complete --module SC --set ConversionType=WSD old.dcm new.dcm\n"
              "\n"
-             "What is supplied and what is still missing goes to standard error.",
+             "What is supplied and what is still missing goes to standard error, what\n"
+             "--dry-run shows to standard output.",
      .set_up = &Set_Up_Complete},
     {.name = "diff",
      .description = "Show what is added, gone and changed from one file to another",

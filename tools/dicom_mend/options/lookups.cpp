@@ -23,7 +23,7 @@ std::shared_ptr<std::vector<std::string>> Add_Parts(CLI::App& command)
 {
     auto parts = std::make_shared<std::vector<std::string>>();
     command.add_option("NAME", *parts, "Show those alone whose name or number holds this")
-        ->option_text("...");
+        ->option_text("[NAME...]");
     return parts;
 }
 
@@ -77,7 +77,7 @@ Run_Command Set_Up_Explain(CLI::App& command)
 {
     const auto kinds = std::make_shared<std::vector<std::string>>();
     command.add_option("KIND", *kinds, "Names of kinds, as check --format json prints them")
-        ->option_text("...");
+        ->option_text("[KIND...]");
     return [kinds] {
         return Run_Explain(*kinds);
     };

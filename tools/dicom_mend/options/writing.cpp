@@ -35,8 +35,10 @@ void Check_Inputs(const CLI::App& command, Mend_Request& request)
     Run_Options& run = request.run;
     const bool is_run = !request.layout.empty() || !run.quarantine.empty() || !run.report.empty() ||
                         !run.state.empty() || run.resume || run.walk.shards > 1 || run.jobs != 0;
-    if (!request.is_trial && command.get_option("--format")->count() > 0) {
-        throw CLI::ValidationError("--format is for --dry-run; OUT is always a DICOM file");
+    for (const char* const option : {"--format", "--color", "--no-pager"}) {
+        if (!request.is_trial && command.get_option(option)->count() > 0) {
+            throw CLI::ValidationError(option + std::string(" is for --dry-run"));
+        }
     }
     if (run.to.empty()) {
         const std::size_t files = request.is_trial ? 1 : 2;
@@ -125,6 +127,7 @@ void Add_Output(CLI::App& command, const std::shared_ptr<Mend_Request>& request)
                     "What --dry-run shows as text (default), or as json, one object a line")
         ->transform(Choice(formats))
         ->option_text("FORMAT");
+    Add_Looks(command, request->trial_looks);
     Add_Inputs(command, request);
 }
 
