@@ -7,7 +7,6 @@ namespace lib_util {
 namespace {
 
 constexpr char32_t Replacement = 0xFFFD;
-constexpr char32_t Last_Code = 0x10FFFF;
 
 constexpr bool Is_High_Surrogate(char32_t code)
 {
@@ -24,53 +23,12 @@ constexpr std::size_t Utf8_Size(char32_t code)
     return code < 0x80 ? 1 : code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
 }
 
-/** Size of the character that a lead byte announces, 0 for a byte that leads none. */
-constexpr std::size_t Announced_Size(unsigned char lead)
-{
-    return lead < 0x80   ? 1
-           : lead < 0xC0 ? 0
-           : lead < 0xE0 ? 2
-           : lead < 0xF0 ? 3
-           : lead < 0xF8 ? 4
-                         : 0;
-}
-
 constexpr char32_t Unit(wchar_t unit)
 {
     return static_cast<char32_t>(static_cast<std::make_unsigned_t<wchar_t>>(unit));
 }
 
 }  // namespace
-
-bool Is_Character(char32_t code)
-{
-    return code <= Last_Code && !Is_High_Surrogate(code) && !Is_Low_Surrogate(code);
-}
-
-Utf8_Char Decode_Utf8(std::string_view text)
-{
-    constexpr Utf8_Char none = {0, 0};
-    if (text.empty()) {
-        return none;
-    }
-    const auto lead = static_cast<unsigned char>(text[0]);
-    const std::size_t size = Announced_Size(lead);
-    if (size == 0 || size > text.size()) {
-        return none;
-    }
-    if (size == 1) {
-        return {lead, 1};
-    }
-    char32_t code = lead & (0x7FU >> size);
-    for (const char part : text.substr(1, size - 1)) {
-        const auto byte = static_cast<unsigned char>(part);
-        if ((byte & 0xC0U) != 0x80U) {
-            return none;
-        }
-        code = code << 6 | (byte & 0x3FU);
-    }
-    return Is_Character(code) && Utf8_Size(code) == size ? Utf8_Char{code, size} : none;
-}
 
 void Append_Utf8(std::string& text, char32_t code)
 {

@@ -2,24 +2,15 @@
 #ifndef LIB_UTIL_SRC_UTIL_UTF8_H
 #define LIB_UTIL_SRC_UTIL_UTF8_H
 
+#include "utf8_decoding.h"
+
 #include <string>
 #include <string_view>
 
 namespace lib_util {
 
-struct Utf8_Char {
-    char32_t code;
-    /** Number of bytes, 0 when the text does not begin with a well-formed character. */
-    std::size_t size;
-};
-
-/** The first character of a text; overlong forms, surrogates and cut characters are refused. */
-Utf8_Char Decode_Utf8(std::string_view text);
-
 /** Appends a character; what is no Unicode character becomes U+FFFD. */
 void Append_Utf8(std::string& text, char32_t code);
-
-bool Is_Character(char32_t code);
 
 /** Bytes that are no UTF-8 stand in wide text as lone surrogates. */
 constexpr char32_t Wide_Byte(unsigned char byte)

@@ -1,6 +1,7 @@
 #include "definitions/definition_text.h"
 
 #include "frame/vr_rules.h"
+#include "util/utf8_decoding.h"
 
 #include <algorithm>
 #include <charconv>
@@ -53,23 +54,8 @@ std::string Shown(std::string_view text)
 bool Is_UTF_8(std::string_view text)
 {
     while (!text.empty()) {
-        const auto lead = static_cast<unsigned char>(text[0]);
-        const std::size_t size = lead < 0x80   ? 1
-                                 : lead < 0xC2 ? 0
-                                 : lead < 0xE0 ? 2
-                                 : lead < 0xF0 ? 3
-                                 : lead < 0xF5 ? 4
-                                               : 0;
-        if (size == 0 || size > text.size() ||
-            std::any_of(
-                text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(size),
-                [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; })) {
-            return false;
-        }
-        // Longer forms of letters, surrogates, and what is behind U+10FFFF.
-        const auto second = static_cast<unsigned char>(size > 1 ? text[1] : '\0');
-        if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-            (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
+        const std::size_t size = lib_util::Decode_Utf8(text).size;
+        if (size == 0) {
             return false;
         }
         text.remove_prefix(size);

@@ -1,5 +1,7 @@
 #include "mend/findings/letters.h"
 
+#include "util/utf8_decoding.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -9,29 +11,8 @@ namespace lib_mend {
 
 Letter First_Letter(std::string_view text)
 {
-    const auto first = static_cast<unsigned char>(text[0]);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
-    if (size == 0 || size > text.size()) {
-        return {};
-    }
-    char32_t code = size == 1 ? first : first & (0x7FU >> size);
-    for (std::size_t i = 1; i < size; ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if ((byte & 0xC0) != 0x80) {
-            return {};
-        }
-        code = code << 6 | (byte & 0x3FU);
-    }
-    // Neither longer than needed, nor half of a pair of UTF-16, nor beyond the last plane.
-    constexpr char32_t Smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool is_sound =
-        code >= Smallest[size] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-    return is_sound ? Letter{size, code} : Letter();
+    const lib_util::Utf8_Char first = lib_util::Decode_Utf8(text);
+    return {first.size, first.code};
 }
 
 bool Is_Plain_ASCII(std::string_view text)

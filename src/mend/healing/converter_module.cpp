@@ -1,6 +1,7 @@
 // A module has no C library with encodings: make_characters took the tables of one.
 #include "mend/healing/character_numbers.h"
 #include "mend/healing/converter.h"
+#include "util/utf8_decoding.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -120,29 +121,9 @@ bool May_Be_One(std::string_view bytes)
 /** Takes a character of UTF-8 from the front; nothing for bytes that are none. */
 std::optional<std::uint32_t> Take_UTF_8(std::string_view& bytes)
 {
-    const std::uint32_t first = Byte_At(bytes, 0);
-    const std::size_t size = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
-    if (size == 0 || bytes.size() < size) {
-        return std::nullopt;
-    }
-    std::uint32_t code = size == 1 ? first : first & (0x7FU >> size);
-    for (std::size_t i = 1; i < size; ++i) {
-        if ((Byte_At(bytes, i) & 0xC0) != 0x80) {
-            return std::nullopt;
-        }
-        code = code << 6 | (Byte_At(bytes, i) & 0x3F);
-    }
-    const bool is_too_long = (size == 3 && code < 0x800) || (size == 4 && code < 0x10000);
-    if (is_too_long || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
-        return std::nullopt;
-    }
-    bytes.remove_prefix(size);
-    return code;
+    const lib_util::Utf8_Char first = lib_util::Decode_Utf8(bytes);
+    bytes.remove_prefix(first.size);
+    return first.size > 0 ? std::optional<std::uint32_t>(first.code) : std::nullopt;
 }
 
 void Put_UTF_8(std::string& out, std::uint32_t code)
