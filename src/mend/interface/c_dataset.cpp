@@ -5,6 +5,7 @@
 #include "mend/interface/heal.h"
 #include "mend/interface/mend.h"
 #include "mend/io/safe_file.h"
+#include "mend/io/system_files.h"
 #include "mend/json/from_json.h"
 #include "mend/json/to_json.h"
 #include "mend/reading/copy.h"

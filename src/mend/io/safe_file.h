@@ -11,9 +11,6 @@
 
 namespace lib_mend {
 
-/** True when both paths name the same existing file. */
-bool Is_Same_File(const std::string& path, const std::string& other);
-
 /** Why `path` cannot be the target of Write_Safely, as things stand; empty when it can. */
 std::string Target_Fault(const std::string& path, bool replace);
 

@@ -89,14 +89,6 @@ private:
 
 }  // namespace
 
-bool Is_Same_File(const std::string& path, const std::string& other)
-{
-    struct stat first = {};
-    struct stat second = {};
-    return stat(path.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 &&
-           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
-}
-
 std::string Target_Fault(const std::string& path, bool replace)
 {
     struct stat status = {};

@@ -148,20 +148,6 @@ std::string Fill(const Temporary_File& file, const std::function<bool(const File
     return writable ? "" : "cannot be written: " + System_Text();
 }
 
-/** What a file is known by, whatever its name; false when there is none. */
-bool Identify(const std::string& path, BY_HANDLE_FILE_INFORMATION& file)
-{
-    const HANDLE handle = CreateFileW(Wide_Name(path).c_str(), 0,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-    if (handle == INVALID_HANDLE_VALUE) {
-        return false;
-    }
-    const bool is_known = GetFileInformationByHandle(handle, &file) != 0;
-    CloseHandle(handle);
-    return is_known;
-}
-
 std::string Temporary_Name(const std::string& path)
 {
     std::random_device random;
@@ -169,15 +155,6 @@ std::string Temporary_Name(const std::string& path)
 }
 
 }  // namespace
-
-bool Is_Same_File(const std::string& path, const std::string& other)
-{
-    BY_HANDLE_FILE_INFORMATION one = {};
-    BY_HANDLE_FILE_INFORMATION two = {};
-    return Identify(path, one) && Identify(other, two) &&
-           one.dwVolumeSerialNumber == two.dwVolumeSerialNumber &&
-           one.nFileIndexHigh == two.nFileIndexHigh && one.nFileIndexLow == two.nFileIndexLow;
-}
 
 std::string Target_Fault(const std::string& path, bool replace)
 {

@@ -37,6 +37,14 @@ bool Is_Folder(const std::string& path)
     return std::filesystem::is_directory(path, error);
 }
 
+bool Is_Same_File(const std::string& path, const std::string& other)
+{
+    struct stat first = {};
+    struct stat second = {};
+    return stat(path.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
 std::int64_t File_Size(const std::string& path)
 {
     struct stat about = {};

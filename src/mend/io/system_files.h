@@ -18,6 +18,9 @@ std::filesystem::path Whole_Path(const std::filesystem::path& path);
 
 bool Is_Folder(const std::string& path);
 
+/** True when both paths name the same existing file. */
+bool Is_Same_File(const std::string& path, const std::string& other);
+
 /** Bytes of a file; -1 when there is no plain one. */
 std::int64_t File_Size(const std::string& path);
 

@@ -53,6 +53,20 @@ std::wstring Final_Name(HANDLE file)
     return lib_util::With_Limit(name);
 }
 
+/** What a file is known by, whatever its name; false when there is none. */
+bool Identify(const std::string& path, BY_HANDLE_FILE_INFORMATION& file)
+{
+    const HANDLE handle = CreateFileW(Wide_Name(path).c_str(), 0,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    const bool is_known = GetFileInformationByHandle(handle, &file) != 0;
+    CloseHandle(handle);
+    return is_known;
+}
+
 }  // namespace
 
 std::filesystem::path Whole_Path(const std::filesystem::path& path)
@@ -89,6 +103,15 @@ std::filesystem::path Whole_Path(const std::filesystem::path& path)
 bool Is_Folder(const std::string& path)
 {
     return lib_util::Is_There(Wide_Name(path), true);
+}
+
+bool Is_Same_File(const std::string& path, const std::string& other)
+{
+    BY_HANDLE_FILE_INFORMATION one = {};
+    BY_HANDLE_FILE_INFORMATION two = {};
+    return Identify(path, one) && Identify(other, two) &&
+           one.dwVolumeSerialNumber == two.dwVolumeSerialNumber &&
+           one.nFileIndexHigh == two.nFileIndexHigh && one.nFileIndexLow == two.nFileIndexLow;
 }
 
 std::int64_t File_Size(const std::string& path)

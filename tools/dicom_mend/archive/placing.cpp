@@ -7,6 +7,7 @@
 #include "mend/findings/report_json.h"
 #include "mend/io/safe_file.h"
 #include "mend/io/source.h"
+#include "mend/io/system_files.h"
 
 #include <algorithm>
 #include <cerrno>
