@@ -141,9 +141,17 @@ public:
     {
     }
 
+    bool Is_In_Meta_Group() const
+    {
+        return at.path.compare(0, 4, "0002") == 0;
+    }
     bool Is_Explicit() const
     {
-        return plain.is_explicit || at.path.compare(0, 4, "0002") == 0;
+        return plain.is_explicit || Is_In_Meta_Group();
+    }
+    bool Is_Big() const
+    {
+        return plain.is_big && !Is_In_Meta_Group();
     }
     bool Is_Long() const
     {
@@ -168,7 +176,7 @@ public:
     void Set_Number(std::size_t place, std::uint32_t number, std::size_t size)
     {
         for (std::size_t i = 0; i < size; ++i) {
-            const std::size_t shift = 8 * (plain.is_big ? size - 1 - i : i);
+            const std::size_t shift = 8 * (Is_Big() ? size - 1 - i : i);
             file[place + i] = static_cast<char>(number >> shift);
         }
     }

@@ -19,11 +19,12 @@ void Bring_To_Little_Endian(const Data_Set& set, DICOM_List& record)
 {
     const int width = Swap_Width(VR_Of(record));
     const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0;
-    if (!is_big || width == 1 || !set.Load(record) || record.data == nullptr ||
-        (width > 2 && record.size % width != 0)) {
+    if (!is_big || (width > 1 && (!set.Load(record) || record.data == nullptr))) {
         return;
     }
-    Reverse_Units({record.data, static_cast<std::size_t>(record.size)}, width);
+    if (width > 1) {
+        Reverse_Units({record.data, static_cast<std::size_t>(record.size)}, width);
+    }
     record.byte_order =
         static_cast<unsigned char>(record.byte_order & ~unsigned{DICOM_Order_Big_Endian});
 }

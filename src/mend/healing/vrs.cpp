@@ -58,7 +58,9 @@ unsigned short VR_For_Unknown(const DICOM_List& record)
     }
     const unsigned short vr = Registry_VR(record, false);
     const std::size_t width = Width_Of(vr);
-    const bool known = Is_Text(vr) || (width != 0 && Even_Size(record) % width == 0);
+    const bool is_empty_sequence = vr == VR_SQ && record.size == 0;
+    const bool known =
+        is_empty_sequence || Is_Text(vr) || (width != 0 && Even_Size(record) % width == 0);
     return known ? vr : VR_UN;
 }
 

@@ -18,9 +18,7 @@ int Reversal_Width(const DICOM_List& record, unsigned short vr)
 {
     // Values of UN are little endian in every syntax.
     const bool is_big = (record.byte_order & DICOM_Order_Big_Endian) != 0 && vr != VR_UN;
-    const int width = Swap_Width(vr);
-    const bool has_whole_units = width <= 2 || Size_Of(record) % width == 0;
-    return is_big && has_whole_units ? width : 1;
+    return is_big ? Swap_Width(vr) : 1;
 }
 
 void Put_Value(const Data_Set& set, const DICOM_List& record, int width, Output& out)

@@ -96,20 +96,26 @@ void Element_Reader::Note_Left()
     }
 }
 
+/** The innermost level ends here, and not where its length says. */
+void Element_Reader::Report_Wrong_Length()
+{
+    const Nesting_Level& level = Top();
+    if (level.said || level.claimed_end == Level_View::Open || Ends_As_Claimed(level)) {
+        return;
+    }
+    const std::int64_t content = Value_Position_Of(*level.owner);
+    Report(Fault::Value_Length, Level::Change, *level.owner,
+           "the length " + std::to_string(level.claimed_end - content) +
+               " does not fit what it holds; it ends after " + std::to_string(position_ - content) +
+               " bytes");
+}
+
 /** Closes the innermost level, which nothing has closed. */
 void Element_Reader::Close_Unclosed(const char* what)
 {
     const Nesting_Level& level = Top();
-    const bool has_length = level.claimed_end != Level_View::Open;
-    if (level.said) {
-        // One line for one fault.
-    } else if (has_length && !Ends_As_Claimed(level)) {
-        const std::int64_t content = Value_Position_Of(*level.owner);
-        Report(Fault::Value_Length, Level::Change, *level.owner,
-               "the length " + std::to_string(level.claimed_end - content) +
-                   " does not fit what it holds; it ends after " +
-                   std::to_string(position_ - content) + " bytes");
-    } else if (!has_length) {
+    Report_Wrong_Length();
+    if (!level.said && level.claimed_end == Level_View::Open) {
         Report(level.kind == Level_Kind::Fragments ? Fault::Fragments : Fault::Nesting,
                Level::Change, *level.owner, what);
     }

@@ -233,6 +233,7 @@ private:
     void Skip_Delimiter(const Element_Header& header, const char* what);
     bool Ends_As_Claimed(const Nesting_Level& level) const;
     void Note_Left();
+    void Report_Wrong_Length();
     void Close_Unclosed(const char* what);
     void Close_Moved();
     bool Leave_Exact_Lengths(const Element_Header& header);

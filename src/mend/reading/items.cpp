@@ -232,6 +232,7 @@ void Element_Reader::Read_In_Sequence()
             Skip_Delimiter(header, "sequence delimitation inside a given length");
             return;
         }
+        Report_Wrong_Length();
         position_ += header.size;
         if (Top().claimed_end != Level_View::Open) {
             // Its length says otherwise, and may be right.

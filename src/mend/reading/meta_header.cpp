@@ -211,8 +211,10 @@ bool Meta_Headers::Read(std::int64_t at, Meta_Header& header) const
         return false;
     }
     const std::vector<Meta_Header> readings = Readings(raw, at, tag, big_endian_);
+    const bool is_end_known = end_ > at && !Is_Tag(end_) && Is_Data_Set(end_);
     for (const Meta_Header& reading : readings) {
-        const bool is_inside = reading.length >= 0 && reading.Next() <= source_.Size();
+        const bool is_inside = reading.length >= 0 && reading.Next() <= source_.Size() &&
+                               (!is_end_known || reading.Next() <= end_);
         // Elsewhere the bytes of the value are taken for those of the length: the group length leads
         // to the data set, as a longer header it would be its own length.
         const std::int64_t fixed = Fixed_Length(tag);
@@ -224,7 +226,8 @@ bool Meta_Headers::Read(std::int64_t at, Meta_Header& header) const
     }
     header = readings.front();
     // The header behind this one may be the damaged one.
-    return (header.length >= 0 && Is_Sound_Behind(header.Next())) || Settle_Length(header);
+    const bool is_inside = header.length >= 0 && (!is_end_known || header.Next() <= end_);
+    return (is_inside && Is_Sound_Behind(header.Next())) || Settle_Length(header);
 }
 
 /** Tells whether the bytes between the end that a header claims and another place may be its value. */

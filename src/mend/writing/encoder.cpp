@@ -57,8 +57,7 @@ Value_Form Value_Form_Of(const DICOM_List& record, const Encoding& encoding)
     // Values of UN are little endian in every syntax.
     const bool was_big = (record.byte_order & DICOM_Order_Big_Endian) != 0 && form.vr != VR_UN;
     const bool is_big = encoding.big_endian && value.vr != VR_UN;
-    const bool has_whole_units = form.width <= 2 || value.size % form.width == 0;
-    if (was_big == is_big || !has_whole_units) {
+    if (was_big == is_big) {
         value.width = 1;
     }
     return value;
