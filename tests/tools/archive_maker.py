@@ -96,6 +96,40 @@ class Scratch:
         shutil.rmtree(self.path, ignore_errors=True)
 
 
+def state_end(path, count):
+    """Where so many records of a state end."""
+    data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
+    for _ in range(count):
+        at += 9 + int.from_bytes(data[at:at + 4], "little")
+    return at
+
+
+def state_records(path):
+    data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
+    while at < len(data):
+        size = int.from_bytes(data[at:at + 4], "little")
+        body = data[at + 9:at + 9 + size]
+        length, shift, used = 0, 0, 0
+        while True:
+            length |= (body[used] & 127) << shift
+            used, shift = used + 1, shift + 7
+            if body[used - 1] < 128:
+                break
+        yield chr(data[at + 8]), body[used:used + length]
+        at += 9 + size
+
+
+def workers_of(pid):
+    return [int(p) for p in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
+
+
+def files_of(pid):
+    try:
+        return [path.readlink() for path in pathlib.Path(f"/proc/{pid}/fd").iterdir()]
+    except OSError:
+        return []
+
+
 def run_all(tests):
     for test in tests:
         begin = time.monotonic()

@@ -15,7 +15,8 @@ import subprocess
 import sys
 import time
 
-from archive_maker import Scratch, TOOL, made, make_archive, report, run, run_all, tree
+from archive_maker import (TOOL, Scratch, files_of, made, make_archive, report, run, run_all, state_end, state_records,
+                           tree, workers_of)
 
 FILES = int(sys.argv[2]) if len(sys.argv) > 2 else 300
 KILLS = int(sys.argv[3]) if len(sys.argv) > 3 else 100
@@ -53,29 +54,6 @@ def killed_runs_lose_and_repeat_nothing():
             shutil.rmtree(scratch / "bad")
             shutil.rmtree(out)
             (scratch / "out.state").unlink()
-
-
-def state_end(path, count):
-    """Where so many records of a state end."""
-    data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
-    for _ in range(count):
-        at += 9 + int.from_bytes(data[at:at + 4], "little")
-    return at
-
-
-def state_records(path):
-    data, at = path.read_bytes(), len(b"dicom-mend run 1\n")
-    while at < len(data):
-        size = int.from_bytes(data[at:at + 4], "little")
-        body = data[at + 9:at + 9 + size]
-        length, shift, used = 0, 0, 0
-        while True:
-            length |= (body[used] & 127) << shift
-            used, shift = used + 1, shift + 7
-            if body[used - 1] < 128:
-                break
-        yield chr(data[at + 8]), body[used:used + length]
-        at += 9 + size
 
 
 def changed_and_missing_files_are_done_again():
@@ -323,17 +301,6 @@ def a_worker_that_dies_costs_its_file():
         process.wait()
         run(*arguments, "--resume", cwd=scratch)
         assert len(tree(scratch / "new")) == 40
-
-
-def workers_of(pid):
-    return [int(p) for p in pathlib.Path(f"/proc/{pid}/task/{pid}/children").read_text().split()]
-
-
-def files_of(pid):
-    try:
-        return [path.readlink() for path in pathlib.Path(f"/proc/{pid}/fd").iterdir()]
-    except OSError:
-        return []
 
 
 TESTS = (runs_go_on_from_other_folders, changed_and_missing_files_are_done_again, what_could_not_be_done_is_known,

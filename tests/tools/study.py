@@ -12,7 +12,7 @@ import re
 import struct
 import sys
 
-from archive import Scratch, element, made, run
+from archive_maker import Scratch, element, made, run
 
 KIND = "study-differs"
 TEXT = "differs from 2 of 2 other files of the study"
