@@ -51,6 +51,19 @@ constexpr Utf8_Char Decode_Utf8(std::string_view text)
     return code >= Smallest[size] && Is_Character(code) ? Utf8_Char{code, size} : None;
 }
 
+/** The whole of a text is UTF-8. */
+constexpr bool Is_Utf8(std::string_view text)
+{
+    while (!text.empty()) {
+        const std::size_t size = Decode_Utf8(text).size;
+        if (size == 0) {
+            return false;
+        }
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
 }  // namespace lib_util
 
 #endif

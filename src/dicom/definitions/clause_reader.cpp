@@ -3,6 +3,7 @@
 #include "definitions/module_value.h"
 #include "frame/record_codes.h"
 #include "frame/vr_rules.h"
+#include "util/utf8_decoding.h"
 
 #include <Lib_DICOM/dictionary.h>
 
@@ -420,7 +421,7 @@ const char* Clause_Reader::Read_Compared(const char* what, std::span<const unsig
         throw Definition_Fault{This_Unit, column,
                                "an empty text is no value; \"valued\" asks whether there is one"};
     }
-    if (!Is_UTF_8(text)) {
+    if (!lib_util::Is_Utf8(text)) {
         throw Definition_Fault{This_Unit, column, "the text is no UTF-8"};
     }
     std::optional<Value_Fault> fault;

@@ -1,7 +1,6 @@
 #include "definitions/definition_text.h"
 
 #include "frame/vr_rules.h"
-#include "util/utf8_decoding.h"
 
 #include <algorithm>
 #include <charconv>
@@ -49,18 +48,6 @@ std::string Shown(std::string_view text)
         shown += printable ? std::string(1, character) : "\\" + Hex_Byte(character).substr(1);
     }
     return shown + (text.size() > Max_Shown ? "...\"" : "\"");
-}
-
-bool Is_UTF_8(std::string_view text)
-{
-    while (!text.empty()) {
-        const std::size_t size = lib_util::Decode_Utf8(text).size;
-        if (size == 0) {
-            return false;
-        }
-        text.remove_prefix(size);
-    }
-    return true;
 }
 
 std::size_t Letters_In(std::string_view text)

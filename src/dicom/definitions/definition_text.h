@@ -25,7 +25,6 @@ struct Definition_Fault {
 /** A piece of a file as a message can show it: in quotes, of bounded length, printable. */
 std::string Shown(std::string_view text);
 
-bool Is_UTF_8(std::string_view text);
 /** The letters of a text in UTF-8. */
 std::size_t Letters_In(std::string_view text);
 

@@ -150,6 +150,15 @@ inline const dicom_mend_item* Item(const DICOM_List* header)
     return reinterpret_cast<const dicom_mend_item*>(header);
 }
 
+/** The record or one behind it that is no header of an item. */
+inline const DICOM_List* Past_Header(const DICOM_List* record)
+{
+    while (record != nullptr && Is_Delimiter(*record)) {
+        record = record->next;
+    }
+    return record;
+}
+
 inline Tag Tag_Of_Number(uint32_t tag)
 {
     return {static_cast<unsigned short>(tag >> 16), static_cast<unsigned short>(tag & 0xFFFF)};
