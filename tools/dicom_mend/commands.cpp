@@ -5,8 +5,6 @@
 #include "garbage.h"
 #include "lookup.h"
 #include "mend/findings/letters.h"
-#include "mend/healing/character_set.h"
-#include "mend/healing/image.h"
 #include "mend/healing/original_attributes.h"
 #include "mend/interface/element_path.h"
 #include "mend/interface/heal.h"
@@ -291,32 +289,6 @@ std::optional<lib_mend::Data_Set> Read_Item(const Work_Item& item, Findings& fin
     lib_mend::Data_Set set = lib_mend::Read_Data_Set(source, findings);
     record.is_foreign = set.foreign && item.is_found;
     return record.is_foreign ? std::nullopt : std::optional(std::move(set));
-}
-
-void Describe(const lib_mend::Data_Set& set, Findings& findings, File_Record& record)
-{
-    findings.Sum_Up();
-    record.status = Status_Of(findings);
-    record.findings = findings.All();
-    if (set.foreign) {
-        return;
-    }
-    const lib_mend::Character_Set characters(
-        lib_mend::Text_In(set, set.records.Head(), lib_mend::Character_Set_Tag));
-    const auto text = [&](lib_mend::Tag tag) {
-        constexpr std::size_t Enough = 256;
-        const DICOM_List* const element = lib_mend::Find_Record(set.records.Head(), tag);
-        return element == nullptr || !lib_mend::Has_Value(*element)
-                   ? std::string()
-                   : characters.To_UTF_8(lib_mend::Trimmed(set.Value(*element, Enough)), VR_LO);
-    };
-    record.sop_class = lib_mend::Text_In(set, set.records.Head(), {0x0008, 0x0016});
-    if (record.sop_class.empty()) {
-        // A directory has no other.
-        record.sop_class = lib_mend::Text_In(set, set.meta.Head(), {0x0002, 0x0002});
-    }
-    record.study = lib_mend::Text_In(set, set.records.Head(), {0x0020, 0x000D});
-    record.device = {text({0x0008, 0x0070}), text({0x0008, 0x1090}), text({0x0018, 0x1020})};
 }
 
 Exit_Status Go_Through(const Run_Options& run,

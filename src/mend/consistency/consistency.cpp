@@ -62,12 +62,6 @@ private:
     std::bitset<Filter_Size> filter_;
 };
 
-const Wanted_Tags& Wanted()
-{
-    static const Wanted_Tags wanted;
-    return wanted;
-}
-
 /** Values of more bytes are not looked at. */
 constexpr std::size_t Longest_Value = std::size_t{1} << 20;
 
@@ -157,22 +151,27 @@ const DICOM_List* Behind(const DICOM_List& record, Tag tag)
     return next != nullptr && Tag_Of(*next) == tag ? next : nullptr;
 }
 
+void Watch(Subject_Set& subject, const DICOM_List& record, const Path& path)
+{
+    static const Wanted_Tags wanted;
+    const unsigned int rules = wanted.Rules_For(record);
+    if (rules == 0) {
+        return;
+    }
+    if (path.empty()) {
+        subject.watched.push_back({&record, Tag_Of(record), {}, {}, {}, 0, rules});
+        subject.top.push_back(&record);
+    } else {
+        const Tag around = path.size() > 1 ? path[path.size() - 2].sequence : Tag{};
+        subject.watched.push_back({&record, Tag_Of(record), path.back().sequence,
+                                   path.front().sequence, around, path.front().item, rules});
+    }
+}
+
 void Watch(Subject_Set& subject)
 {
-    const Wanted_Tags& wanted = Wanted();
     For_Each_Element(subject.set.records.Head(), [&](const DICOM_List& record, const Path& path) {
-        const unsigned int rules = wanted.Rules_For(record);
-        if (rules == 0) {
-            return;
-        }
-        if (path.empty()) {
-            subject.watched.push_back({&record, {}, {}, {}, 0, rules});
-            subject.top.push_back(&record);
-        } else {
-            const Tag around = path.size() > 1 ? path[path.size() - 2].sequence : Tag{};
-            subject.watched.push_back({&record, path.back().sequence, path.front().sequence, around,
-                                       path.front().item, rules});
-        }
+        Watch(subject, record, path);
     });
     const auto is_before = [](const DICOM_List* a, const DICOM_List* b) {
         return Tag_Of(*a) < Tag_Of(*b);
@@ -211,6 +210,11 @@ void Check_Consistency(const Data_Set& set, Findings& findings)
 {
     Subject_Set subject = {set};
     Watch(subject);
+    Check_Watched(subject, findings);
+}
+
+void Check_Watched(Subject_Set& subject, Findings& findings)
+{
     if (subject.watched.empty()) {
         return;
     }

@@ -2,7 +2,7 @@
 #ifndef LIB_MEND_CONSISTENCY_H
 #define LIB_MEND_CONSISTENCY_H
 
-#include "mend/reading/data_set.h"
+#include "mend/consistency/watched.h"
 
 namespace lib_mend {
 
@@ -12,6 +12,9 @@ namespace lib_mend {
  * the user knows. Throws std::bad_alloc.
  */
 void Check_Consistency(const Data_Set& set, Findings& findings);
+
+/** The same for what was watched of a data set that is in order. */
+void Check_Watched(Subject_Set& subject, Findings& findings);
 
 }  // namespace lib_mend
 

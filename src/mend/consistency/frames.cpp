@@ -184,7 +184,7 @@ void Check_References(Subject_Set& subject, std::optional<std::int64_t> frames)
     const std::string_view own = subject.Top_Text(Instance_Tag);
     const DICOM_List* instance = nullptr;
     subject.For_Each([&](const Watched& element) {
-        const Tag tag = Tag_Of(*element.record);
+        const Tag tag = element.tag;
         if (tag == Referenced_Instance) {
             instance = element.record;
         } else if (tag == Referenced_Frames) {

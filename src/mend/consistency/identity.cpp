@@ -202,7 +202,7 @@ void Check(Subject_Set& subject)
 {
     std::string_view last;
     subject.For_Each([&](const Watched& element) {
-        const Tag tag = Tag_Of(*element.record);
+        const Tag tag = element.tag;
         if (tag == SOP_Class || tag == Related_Class || tag == Referenced_Class ||
             tag == Class_In_File) {
             // What refers to a thousand images of a kind is not looked up a thousand times.

@@ -139,7 +139,7 @@ public:
     {
         const DICOM_List* sop_class = nullptr;
         subject_.For_Each([&](const Watched& element) {
-            const Tag tag = Tag_Of(*element.record);
+            const Tag tag = element.tag;
             if (tag == Referenced_Class) {
                 sop_class = element.record;
             }

@@ -123,10 +123,9 @@ void Check_Pointers(Subject_Set& subject)
 {
     std::map<Tag, const DICOM_List*> wanted;
     subject.For_Each([&](const Watched& element) {
-        const Numbers tags =
-            Tag_Of(*element.record) == Dimension_Pointer && element.outermost == Dimensions
-                ? Pointed_Tags(subject, *element.record)
-                : Numbers();
+        const Numbers tags = element.tag == Dimension_Pointer && element.outermost == Dimensions
+                                 ? Pointed_Tags(subject, *element.record)
+                                 : Numbers();
         for (const std::int64_t tag : tags) {
             wanted.emplace(Tag{static_cast<unsigned short>(tag >> 16),
                                static_cast<unsigned short>(tag & 0xFFFF)},
@@ -157,7 +156,7 @@ void Check_Segments(Subject_Set& subject)
         return;
     }
     for (const Watched& element : subject.watched) {
-        if (Tag_Of(*element.record) != Segment_Number || element.outermost != Segments ||
+        if (element.tag != Segment_Number || element.outermost != Segments ||
             element.sequence != Segments) {
             continue;
         }
@@ -253,7 +252,7 @@ void Check(Subject_Set& subject)
     Frame_Indices indices(subject, dimensions);
     Check_Pointers(subject);
     subject.For_Each([&](const Watched& element) {
-        const Tag tag = Tag_Of(*element.record);
+        const Tag tag = element.tag;
         if (tag == Dimension_Values && element.sequence == Frame_Content && dimensions != 0) {
             indices.Take(element);
         } else if (tag == Stack_Position && element.sequence == Frame_Content) {

@@ -36,7 +36,7 @@ bool Stands_There(const Watched& element, const Name_Row& row)
 
 const Name_Row* Row_Of(const Watched& element)
 {
-    Tag tag = Tag_Of(*element.record);
+    Tag tag = element.tag;
     if ((tag.group & 0xFF00U) == 0x6000) {
         tag.group = 0x6000;
     }

@@ -50,12 +50,12 @@ std::vector<Tracking> In_Elements(const Data_Set& set, std::span<const Watched> 
     for (const Watched& element : watched) {
         const DICOM_List& record = *element.record;
         bool is_uid = false;
-        if (Tag_Of(record) == Tracking_ID) {
+        if (element.tag == Tracking_ID) {
             all.push_back({&record, Behind(record, Tracking_UID), element.sequence});
-        } else if (Tag_Of(record) == Tracking_UID &&
+        } else if (element.tag == Tracking_UID &&
                    (all.empty() || all.back().uid != element.record)) {
             all.push_back({nullptr, &record, element.sequence});
-        } else if (Tag_Of(record) == Concept_Name) {
+        } else if (element.tag == Concept_Name) {
             has_items = has_items || Tracking_Value(set, record, is_uid) != nullptr;
         }
     }

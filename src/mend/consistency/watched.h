@@ -16,6 +16,7 @@ namespace lib_mend {
 /** An element with its place: the same tag gives a name in one sequence, and uses one in another. */
 struct Watched {
     const DICOM_List* record = nullptr;
+    Tag tag = {};
     /** The sequence around it and the outermost one, (0000,0000) at the top level. */
     Tag sequence = {};
     Tag outermost = {};
@@ -79,6 +80,9 @@ struct Subject_Set {
 
 /** The element at or behind another one, in the same item, that has a tag; null for none. */
 const DICOM_List* Behind(const DICOM_List& record, Tag tag);
+
+/** Collects an element if it is watched; to be asked about all elements in the order of a walk. */
+void Watch(Subject_Set& subject, const DICOM_List& record, const Path& path);
 
 /** Collects what is watched. */
 void Watch(Subject_Set& subject);

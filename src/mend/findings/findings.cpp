@@ -166,6 +166,7 @@ void Findings::Report(Fault fault, Level level, const Place& place, std::string 
 
 void Findings::Store(Finding finding, const Path* path)
 {
+    ++reports_;
     if (takes_ && !takes_(finding)) {
         return;
     }

@@ -167,7 +167,12 @@ public:
     {
         return made_;
     }
-    /** The same without information. */
+    /** The same with those that nobody took. */
+    std::size_t Count_Of_Reports() const
+    {
+        return reports_;
+    }
+    /** Number of findings made without information. */
     std::size_t Count_Of_Faults() const
     {
         return faults_;
@@ -216,6 +221,7 @@ private:
     std::function<bool(const Finding&)> takes_;
     /** How many there are of each kind and level. */
     std::map<std::pair<Fault, Level>, std::size_t> counts_;
+    std::size_t reports_ = 0;
     std::size_t made_ = 0;
     std::size_t faults_ = 0;
     bool keeps_path_sums_ = false;

@@ -270,6 +270,9 @@ std::optional<std::string> Character_Set::To_UTF_8_Without_Loss(std::string_view
 
 const Character_Set& Character_Sets_Of_Lists::Of(DICOM_List& record, const Path& way)
 {
+    if (!any_) {
+        return none_;
+    }
     return lists_.At(record, way, [this](DICOM_List& first, const Character_Set& around) {
         constexpr std::size_t Enough = 1024;
         const DICOM_List* const terms = Find_Record(&first, Character_Set_Tag);

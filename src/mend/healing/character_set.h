@@ -89,7 +89,9 @@ private:
  */
 class Character_Sets_Of_Lists {
 public:
-    explicit Character_Sets_Of_Lists(const Data_Set& set) : set_(set), lists_(Character_Set())
+    /** @param any  false when nothing declares character sets */
+    explicit Character_Sets_Of_Lists(const Data_Set& set, bool any = true)
+        : set_(set), lists_(Character_Set()), any_(any)
     {
     }
 
@@ -102,6 +104,8 @@ public:
 private:
     const Data_Set& set_;
     Inherited<Character_Set> lists_;
+    Character_Set none_;
+    bool any_;
 };
 
 }  // namespace lib_mend

@@ -61,11 +61,14 @@ struct Evidence {
 };
 
 std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Scope>& scopes,
-                                  bool without_private)
+                                  bool any_letters, bool without_private)
 {
     constexpr std::size_t All_Valid = std::string_view::npos;
     const Character_Set utf_8(UTF_8_Term);
     std::vector<Evidence> all(scopes.size());
+    if (!any_letters) {
+        return all;
+    }
     const auto take = [&](const DICOM_List& record, const Path&, std::size_t scope) {
         if (Is_Plain(set, record)) {
             return;
@@ -153,15 +156,17 @@ void Check_Texts(const Data_Set& set, const std::vector<Text_Scope>& scopes, Fin
 
 }  // namespace
 
-void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& findings)
+void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& findings,
+                         const Text_Contents& contents)
 {
-    std::vector<Text_Scope> scopes = Text_Scopes_Of(set);
+    std::vector<Text_Scope> scopes = Text_Scopes_Of(set, contents);
     if (options.charset.empty()) {
         For_Each_Scope(set, scopes, [&](Text_Scope& scope, const Path& path) {
             Respell(set, scope, path, findings);
         });
     }
-    const std::vector<Evidence> evidence = Evidence_Of(set, scopes, options.without_private);
+    const std::vector<Evidence> evidence =
+        Evidence_Of(set, scopes, contents.letters, options.without_private);
     if (options.charset.empty()) {
         Declare_UTF_8(set, scopes, evidence, findings);
     } else {

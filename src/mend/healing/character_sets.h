@@ -14,6 +14,7 @@
 #define LIB_MEND_CHARACTER_SETS_H
 
 #include "mend/healing/character_terms.h"
+#include "mend/healing/texts.h"
 #include "mend/interface/options.h"
 #include "mend/reading/data_set.h"
 
@@ -24,7 +25,8 @@ namespace lib_mend {
  * values are to be healed behind it. With `options.charset` that is declared, and with
  * `options.to_utf8` the texts are converted: all of them without loss, or none.
  */
-void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& findings);
+void Heal_Character_Sets(Data_Set& set, const Heal_Options& options, Findings& findings,
+                         const Text_Contents& contents = {});
 
 }  // namespace lib_mend
 

@@ -7,15 +7,24 @@
 
 namespace lib_mend {
 
+/** Where this says no, there is nothing; where it says yes, there may be something. */
 struct Contents {
     bool group_lengths = false;
     /** Groups below 0008: commands, file meta information, directories. */
     bool low_groups = false;
-    bool private_groups = false;
+    /** Private elements whose creator does not stand in front of them, or that none can own. */
+    bool unowned = false;
     /** Elements of even groups that the registry does not know. */
     bool unknown_tags = false;
     /** Pixel data, overlays, or what describes them. */
     bool images = false;
+    /** Pixel Representation. */
+    bool signs = false;
+    /** Declarations of character sets, and those of items. */
+    bool declarations = false;
+    bool declarations_in_items = false;
+    /** Lists whose tags do not ascend, or that hold one twice. */
+    bool disorder = false;
 };
 
 Contents Contents_Of(DICOM_List* list);

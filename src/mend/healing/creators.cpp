@@ -62,6 +62,20 @@ void Check_List(DICOM_List* list, const Path& path, Findings& findings)
 
 }  // namespace
 
+bool Creator_Watch::Owns(const DICOM_List& record)
+{
+    if (record.group != group_) {
+        group_ = record.group;
+        blocks_.reset();
+    }
+    if (Is_Creator(record)) {
+        blocks_.set(record.element);
+        return true;
+    }
+    return record.element == 0 ||
+           (!Is_Outside_Blocks(record.element) && blocks_[record.element >> 8U]);
+}
+
 void Check_Creators(DICOM_List** list, Findings& findings)
 {
     For_Each_List(list,

@@ -24,12 +24,18 @@ bool Precedes(const DICOM_List* record, const DICOM_List* other)
     return Key_Of(*record) < Key_Of(*other);
 }
 
+/** The end of a list of items, wherever it stands. */
+bool Is_End(const DICOM_List& record)
+{
+    return Is_Delimiter(record) && Tag_Of(record) != Item_Tag;
+}
+
 /** The first record that does not follow the one before it; null when all do. */
 const DICOM_List* First_Out_Of_Order(const DICOM_List* list, bool repeats_count)
 {
     const DICOM_List* before = nullptr;
     for (const DICOM_List* record = list; record != nullptr; record = record->next) {
-        if (Is_Delimiter(*record) && Tag_Of(*record) != Item_Tag) {
+        if (Is_End(*record)) {
             continue;
         }
         if (before != nullptr &&
@@ -223,6 +229,18 @@ private:
 };
 
 }  // namespace
+
+bool Order_Watch::Follows(const DICOM_List& record)
+{
+    if (Is_End(record)) {
+        return true;
+    }
+    const Tag key = Key_Of(record);
+    const bool follows = is_first_ || before_ < key;
+    is_first_ = false;
+    before_ = key;
+    return follows;
+}
 
 void Heal_Order(const Data_Set& set, Record_List& list, Findings& findings)
 {

@@ -6,6 +6,17 @@
 
 namespace lib_mend {
 
+/** Follows the records of one list in their order, and tells whether any has to move. */
+class Order_Watch {
+public:
+    /** Tells whether a record follows all those in front of it, and repeats none. */
+    bool Follows(const DICOM_List& record);
+
+private:
+    bool is_first_ = true;
+    Tag before_;
+};
+
 /**
  * Sorts a list and those of all items below by tag, where they are not; elements of the same tag
  * stay in their order, and item headers in front. Of elements that occur again one is kept: the

@@ -47,27 +47,41 @@ bool Is_Plain(const Data_Set& set, const DICOM_List& record)
     return All_Pieces(set, record, [](std::string_view piece) { return Is_Plain(piece); });
 }
 
-std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set)
+namespace {
+
+Text_Scope Scope_Of(const Data_Set& set, DICOM_List* declaration, bool is_former)
 {
     constexpr std::size_t Enough = 1024;
+    Text_Scope scope = {declaration, is_former, {}, {}};
+    if (!scope.Holds_Items()) {
+        scope.terms = Trimmed(set.Value(*declaration, Enough));
+    }
+    scope.characters = Character_Set(scope.terms);
+    return scope;
+}
+
+}  // namespace
+
+std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set, const Text_Contents& contents)
+{
     std::vector<Text_Scope> scopes(1);
+    DICOM_List* const outermost =
+        contents.declarations ? Find_Record(set.records.Head(), Character_Set_Tag) : nullptr;
+    if (outermost != nullptr) {
+        scopes[0] = Scope_Of(set, outermost, false);
+    }
+    if (!contents.declarations_in_items) {
+        return scopes;
+    }
     Inherited<bool> is_former(false);
     For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& path) {
         is_former.At(record, path, [&](DICOM_List& first, bool around) {
             const bool own =
                 around || (!path.empty() && path.back().sequence == Original_Attributes_Tag);
-            DICOM_List* const declaration = Find_Record(&first, Character_Set_Tag);
+            DICOM_List* const declaration =
+                path.empty() ? nullptr : Find_Record(&first, Character_Set_Tag);
             if (declaration != nullptr) {
-                Text_Scope scope = {declaration, own, {}, {}};
-                if (!scope.Holds_Items()) {
-                    scope.terms = Trimmed(set.Value(*declaration, Enough));
-                }
-                scope.characters = Character_Set(scope.terms);
-                if (path.empty()) {
-                    scopes[0] = std::move(scope);
-                } else {
-                    scopes.push_back(std::move(scope));
-                }
+                scopes.push_back(Scope_Of(set, declaration, own));
             }
             return own;
         });

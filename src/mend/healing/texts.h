@@ -77,8 +77,17 @@ bool All_Pieces(const Data_Set& set, const DICOM_List& record, Holds&& holds)
 /** The same of the text of an element, however long it is. */
 bool Is_Plain(const Data_Set& set, const DICOM_List& record);
 
+/** What may be there; where it is not, nothing has to be looked for. */
+struct Text_Contents {
+    /** Declarations of character sets, and those of items. */
+    bool declarations = true;
+    bool declarations_in_items = true;
+    /** Texts that are not plain. */
+    bool letters = true;
+};
+
 /** The scopes of a data set, in the order of the tree. */
-std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set);
+std::vector<Text_Scope> Text_Scopes_Of(const Data_Set& set, const Text_Contents& contents);
 
 /** Calls `visit(record, path, scope)` for the elements of a data set, with the index of the scope. */
 template <class Visit>

@@ -97,7 +97,47 @@ unsigned short Rules_Of(const DICOM_List& record)
     return is_term ? VR_LO : VR_Of(record);
 }
 
+/** What is there to be done about one element. */
+void Heal_Element(const Data_Set& set, DICOM_List& record, const Path& way,
+                  const Character_Set& characters, const Heal_Options& options, Findings& findings)
+{
+    if (Has_Value(record) && !Is_Streamed(record)) {
+        Heal_Value_Of(set, record, way, characters, options, findings);
+    } else if (Is_Streamed(record) && record.size % 2 != 0 && record.size > 0) {
+        findings.Report(Fault::Odd_Length, Level::Change, At(record, way), Odd_Size_Text);
+    }
+}
+
 }  // namespace
+
+void First_Look::Take(const DICOM_List& record, const Character_Set& characters)
+{
+    constexpr std::size_t Most_Remembered = std::size_t{1} << 16;
+    const bool is_text = Is_Text(record);
+    has_letters_ = has_letters_ || (is_text && !Is_Plain(set_, record));
+    if (is_full_ || Is_In_Form(record, characters)) {
+        return;
+    }
+    if (doubtful_.size() == Most_Remembered) {
+        is_full_ = true;
+    } else {
+        doubtful_.push_back(&record);
+    }
+}
+
+bool First_Look::Is_In_Form(const DICOM_List& record, const Character_Set& characters) const
+{
+    if (!Has_Value(record) || Is_Streamed(record)) {
+        return !Is_Streamed(record);
+    }
+    if (VR_Of(record) == VR_UN || (record.data == nullptr && record.size != 0)) {
+        return false;
+    }
+    const std::string_view bytes = Bytes_Of(record);
+    const Healed_Value healed =
+        Heal_Value({bytes, Rules_Of(record), characters, options_.replace_uids});
+    return healed.notes.empty() && healed.bytes == bytes && Fits_Multiplicity(record, healed.count);
+}
 
 void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
                    const Character_Set& characters, const Heal_Options& options, Findings& findings)
@@ -145,15 +185,32 @@ void Heal_Values(Data_Set& set, Record_List& list, const Heal_Options& options, 
 {
     Character_Sets_Of_Lists sets(set);
     For_Each_Element(list.Head(), [&](DICOM_List& record, const Path& way) {
-        const Character_Set& characters = sets.Of(record, way);
-        if (Has_Value(record) && !Is_Streamed(record)) {
-            Heal_Value_Of(set, record, way, characters, options, findings);
-        } else if (Is_Streamed(record) && record.size % 2 != 0 && record.size > 0) {
-            findings.Report(Fault::Odd_Length, Level::Change, At(record, way), Odd_Size_Text);
-        }
+        Heal_Element(set, record, way, sets.Of(record, way), options, findings);
     });
     if (options.strict) {
         Remove_Marked(list);
+    }
+}
+
+void Heal_Doubtful(Data_Set& set, const First_Look& look, const Heal_Options& options,
+                   Findings& findings)
+{
+    Character_Sets_Of_Lists sets(set);
+    Tree_Walk walk(set.records.Head());
+    auto next = look.Doubtful().begin();
+    while (next != look.Doubtful().end()) {
+        DICOM_List& record = *walk.Next();
+        if (Is_Delimiter(record)) {
+            continue;
+        }
+        const Character_Set& characters = sets.Of(record, walk.Way());
+        if (&record == *next) {
+            Heal_Element(set, record, walk.Way(), characters, options, findings);
+            ++next;
+        }
+    }
+    if (options.strict) {
+        Remove_Marked(set.records);
     }
 }
 

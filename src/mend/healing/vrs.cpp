@@ -30,7 +30,6 @@ namespace lib_mend {
 
 namespace {
 
-constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
 /** Longest value that an explicit header with a 2-byte length can have. */
 constexpr int Longest_Short_Value = 65534;
 
@@ -264,7 +263,7 @@ bool Is_Declaration(const DICOM_List& record)
 
 bool Signs_Of_Lists::Of(DICOM_List& record, const Path& way)
 {
-    return lists_.At(record, way, [this](DICOM_List& first, bool around) {
+    return any_ && lists_.At(record, way, [this](DICOM_List& first, bool around) {
         const DICOM_List* const sign = Find_Record(&first, Pixel_Representation_Tag);
         if (sign == nullptr) {
             return around;
@@ -302,10 +301,11 @@ bool Has_Foreign_VR(const DICOM_List& record)
            !Attribute_Of(*record.dict).Has_VR(record.vr);
 }
 
-void Settle_VRs(Data_Set& set, const Heal_Options& options, Findings& findings)
+void Settle_VRs(Data_Set& set, const Contents& contents, const Heal_Options& options,
+                Findings& findings, const Element_Visit& at_hand)
 {
-    Signs_Of_Lists signs(set);
-    Character_Sets_Of_Lists characters(set);
+    Signs_Of_Lists signs(set, contents.signs);
+    Character_Sets_Of_Lists characters(set, contents.declarations);
     Settler settler(set, options, findings);
     For_Each_Element(set.records.Head(), [&](DICOM_List& record, const Path& way) {
         const Character_Set& here = characters.Of(record, way);
@@ -313,6 +313,7 @@ void Settle_VRs(Data_Set& set, const Heal_Options& options, Findings& findings)
         if (!Is_Declaration(record)) {
             settler.Settle(record, way, here, is_signed);
         }
+        at_hand(record, way, here);
     });
 }
 
@@ -325,6 +326,13 @@ void Settle_VRs_Of_Declarations(Data_Set& set, const Heal_Options& options, Find
             settler.Settle(record, way, characters, false);
         }
     });
+}
+
+void Settle_VR_Of_Declaration(Data_Set& set, const Heal_Options& options, Findings& findings)
+{
+    if (DICOM_List* const record = Find_Record(set.records.Head(), Character_Set_Tag)) {
+        Settler(set, options, findings).Settle(*record, {}, Character_Set(), false);
+    }
 }
 
 }  // namespace lib_mend

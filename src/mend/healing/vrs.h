@@ -2,16 +2,24 @@
 #ifndef LIB_MEND_VRS_H
 #define LIB_MEND_VRS_H
 
+#include "mend/healing/character_set.h"
+#include "mend/healing/contents.h"
 #include "mend/healing/inherited.h"
 #include "mend/interface/options.h"
 #include "mend/reading/data_set.h"
 
+#include <functional>
+
 namespace lib_mend {
+
+inline constexpr Tag Pixel_Representation_Tag = {0x0028, 0x0103};
 
 /** Pixel Representation of the lists of a tree: an item without it has that of the list around it. */
 class Signs_Of_Lists {
 public:
-    explicit Signs_Of_Lists(const Data_Set& set) : set_(set), lists_(false)
+    /** @param any  false when Pixel Representation stands nowhere */
+    explicit Signs_Of_Lists(const Data_Set& set, bool any = true)
+        : set_(set), lists_(false), any_(any)
     {
     }
     /**
@@ -23,6 +31,7 @@ public:
 private:
     const Data_Set& set_;
     Inherited<bool> lists_;
+    bool any_;
 };
 
 /**
@@ -39,11 +48,19 @@ bool Has_Foreign_VR(const DICOM_List& record);
  * registry's is written in the registry's where that says exactly the same, and keeps its VR
  * otherwise; a private value that contradicts its definition is UN. Declarations of character sets
  * are left to the function below.
+ *
+ * @param at_hand  at_hand(record, way, characters) is called for each element behind that, declarations
+ *                 included
  */
-void Settle_VRs(Data_Set& set, const Heal_Options& options, Findings& findings);
+using Element_Visit = std::function<void(DICOM_List&, const Path&, const Character_Set&)>;
+void Settle_VRs(Data_Set& set, const Contents& contents, const Heal_Options& options,
+                Findings& findings, const Element_Visit& at_hand);
 
 /** The same for the declarations of character sets, once their terms are healed. */
 void Settle_VRs_Of_Declarations(Data_Set& set, const Heal_Options& options, Findings& findings);
+
+/** The same for that of the data set itself. */
+void Settle_VR_Of_Declaration(Data_Set& set, const Heal_Options& options, Findings& findings);
 
 }  // namespace lib_mend
 

@@ -19,6 +19,26 @@
 
 namespace lib_mend {
 
+namespace {
+
+/** Heals the declarations of character sets; false when any text or declaration may be another now. */
+bool Heal_Declarations(Data_Set& set, const Contents& contents, const First_Look& look,
+                       const Heal_Options& options, Findings& findings)
+{
+    const std::size_t reports = findings.Count_Of_Reports();
+    Heal_Character_Sets(
+        set, options, findings,
+        {contents.declarations, contents.declarations_in_items, look.Has_Letters()});
+    if (contents.declarations_in_items || contents.disorder) {
+        Settle_VRs_Of_Declarations(set, options, findings);
+    } else if (contents.declarations) {
+        Settle_VR_Of_Declaration(set, options, findings);
+    }
+    return findings.Count_Of_Reports() == reports && !options.to_utf8;
+}
+
+}  // namespace
+
 void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
 {
     if (set.healed) {
@@ -39,27 +59,47 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     if (directory != nullptr) {
         Heal_Directory(set, *directory, findings);
     }
-    Settle_VRs(set, options, findings);
-    Heal_Character_Sets(set, options, findings);
-    Settle_VRs_Of_Declarations(set, options, findings);
-    Heal_Values(set, set.records, options, findings);
+    // While an element is at hand, all is looked at that can be: to fetch those of a large tree from
+    // memory once more takes longer than the look.
+    First_Look look(set, options);
+    Subject_Set subject = {set};
+    Settle_VRs(set, contents, options, findings,
+               [&](DICOM_List& record, const Path& way, const Character_Set& characters) {
+                   look.Take(record, characters);
+                   Watch(subject, record, way);
+               });
+    const bool keeps_declarations = Heal_Declarations(set, contents, look, options, findings);
+    if (keeps_declarations && !look.Is_Full()) {
+        Heal_Doubtful(set, look, options, findings);
+    } else {
+        Heal_Values(set, set.records, options, findings);
+    }
     Heal_Values(set, set.meta, options, findings);
     if (options.strict) {
         Heal_New_Texts(set, options, findings);
     }
-    Heal_Order(set, set.records, findings);
-    const Contents healed = Contents_Of(set.records.Head());
-    if (healed.private_groups) {
+    if (contents.disorder) {
+        Heal_Order(set, set.records, findings);
+    }
+    // What is strict may have taken elements out.
+    const Contents healed = options.strict ? Contents_Of(set.records.Head()) : contents;
+    if (healed.unowned) {
         Check_Creators(set.records.Address(), findings);
     }
     if (healed.unknown_tags) {
         Check_Unknown_Tags(set.records.Head(), findings);
     }
+    const std::size_t reports = findings.Count_Of_Reports();
     if (healed.images) {
         Heal_Pixel_Data(set, options.pad_pixels, findings);
     }
+    const bool keeps_pixels = findings.Count_Of_Reports() == reports;
     Check_Implicit_Form(set, findings);
-    Check_Consistency(set, findings);
+    if (keeps_declarations && keeps_pixels && !contents.disorder && !options.strict) {
+        Check_Watched(subject, findings);
+    } else {
+        Check_Consistency(set, findings);
+    }
     if (originals) {
         Record_Changes(set, *originals,
                        options.record_time.empty() ? Date_Time_Now() : options.record_time,

@@ -43,6 +43,11 @@ public:
     {
         return way_;
     }
+    /** Tells whether that record is the first of its list. */
+    bool Is_First() const
+    {
+        return levels_.back().last == levels_.back().next;
+    }
     /** The record of the sequence around it, null at the top level. */
     DICOM_List* Around() const
     {

@@ -1,10 +1,11 @@
 #include "mend/writing/encoder.h"
 
 #include "mend/reading/tree.h"
-#include "mend/reading/vr_forms.h"
+#include "mend/writing/value_form.h"
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <vector>
 
 namespace lib_mend {
@@ -14,8 +15,6 @@ namespace {
 constexpr unsigned short Padding_Group = 0xFFFC;
 
 constexpr std::int64_t Undefined = 0xFFFFFFFF;
-/** Longest value that a header with a 2-byte length can have. */
-constexpr std::int64_t Longest_Short_Value = 65534;
 constexpr std::int64_t Group_Length_Size = 4;
 
 /** Groups that do not belong in a data set get no length that would not belong there either. */
@@ -26,46 +25,6 @@ bool May_Have_Length(unsigned short group)
     constexpr unsigned short First_Group_Of_Data = 0x0008;
     return group == Meta_Group || group == Directory_Group ||
            (group >= First_Group_Of_Data && group != Padding_Group);
-}
-
-constexpr std::int64_t Even(std::int64_t size)
-{
-    return size + size % 2;
-}
-
-/** An element that is no container, as it will stand in the output. */
-struct Value_Form {
-    unsigned short vr = VR_UN;
-    bool is_long = true;
-    std::int64_t size = 0;
-    int width = 1;
-    char padding = '\0';
-};
-
-Value_Form Value_Form_Of(const DICOM_List& record, const Encoding& encoding)
-{
-    // The bytes under SQ were no items.
-    const unsigned short vr = VR_Of(record);
-    const VR_Form& form = Form_Of(vr != VR_SQ ? vr : VR_UN);
-    Value_Form value = {form.vr, form.is_long, std::max<std::int64_t>(Size_Of(record), 0),
-                        form.width, form.padding};
-    if (encoding.explicit_vr && !form.is_long && Even(value.size) > Longest_Short_Value) {
-        // PS3.5 section 6.2.2.
-        value.vr = VR_UN;
-        value.is_long = true;
-    }
-    // Values of UN are little endian in every syntax.
-    const bool was_big = (record.byte_order & DICOM_Order_Big_Endian) != 0 && form.vr != VR_UN;
-    const bool is_big = encoding.big_endian && value.vr != VR_UN;
-    if (was_big == is_big) {
-        value.width = 1;
-    }
-    return value;
-}
-
-std::int64_t Header_Size(bool is_long, const Encoding& encoding)
-{
-    return encoding.explicit_vr && is_long ? 12 : 8;
 }
 
 /** A slot that holds nothing but the end of its sequence is no item. */
@@ -276,19 +235,27 @@ private:
     std::vector<std::size_t> lists_;
 };
 
-/** Writes what was measured. */
+/** What is written, and where it goes. */
+struct Job {
+    const std::shared_ptr<Source>& source;
+    const DICOM_List* list;
+    const Encoder_Options& options;
+    Output* out;
+    Item_Places* places;
+};
+
+/** Writes, and measures once a length is asked for: most files are written without any. */
 class Writer {
 public:
-    Writer(const std::shared_ptr<Source>& source, const Encoder_Options& options,
-           const Lengths& lengths, Output* out, Item_Places* places)
-        : source_(source), options_(options), code_(options.encoding.Code()), lengths_(lengths),
-          out_(out), places_(places)
+    explicit Writer(const Job& job)
+        : source_(job.source), list_(job.list), options_(job.options),
+          code_(job.options.encoding.Code()), out_(job.out), places_(job.places)
     {
     }
 
     void Group_Length(unsigned short group)
     {
-        const std::int64_t length = lengths_.groups[group_++];
+        const std::int64_t length = Measured().groups[group_++];
         Header({group, 0x0000}, VR_UL, false, Group_Length_Size);
         Int(std::min(length, Undefined));
     }
@@ -333,13 +300,22 @@ public:
     }
 
 private:
+    const Lengths& Measured()
+    {
+        if (!lengths_) {
+            lengths_.emplace();
+            Measure measure(options_, *lengths_);
+            Traversal<Measure>(options_, measure).Run(list_);
+        }
+        return *lengths_;
+    }
     /** The length for the header of a container. */
     std::int64_t Open(bool may_be_defined)
     {
-        const std::int64_t length = lengths_.containers[container_++];
-        const bool is_defined = may_be_defined && length < Undefined;
-        is_defined_.push_back(is_defined);
-        return is_defined ? length : Undefined;
+        const std::size_t container = container_++;
+        const std::int64_t length = may_be_defined ? Measured().containers[container] : Undefined;
+        is_defined_.push_back(length < Undefined);
+        return std::min(length, Undefined);
     }
     void Close(Tag delimiter)
     {
@@ -408,9 +384,10 @@ private:
     }
 
     const std::shared_ptr<Source>& source_;
+    const DICOM_List* list_;
     const Encoder_Options& options_;
     unsigned char code_;
-    const Lengths& lengths_;
+    std::optional<Lengths> lengths_;
     Output* out_;
     Item_Places* places_;
     std::int64_t position_ = 0;
@@ -419,14 +396,10 @@ private:
     std::vector<bool> is_defined_;
 };
 
-void Run(const std::shared_ptr<Source>& source, const DICOM_List* list,
-         const Encoder_Options& options, Output* out, Item_Places* places)
+void Run(const Job& job)
 {
-    Lengths lengths;
-    Measure measure(options, lengths);
-    Traversal<Measure>(options, measure).Run(list);
-    Writer writer(source, options, lengths, out, places);
-    Traversal<Writer>(options, writer).Run(list);
+    Writer writer(job);
+    Traversal<Writer>(job.options, writer).Run(job.list);
 }
 
 }  // namespace
@@ -434,13 +407,13 @@ void Run(const std::shared_ptr<Source>& source, const DICOM_List* list,
 void Encode_List(const std::shared_ptr<Source>& source, const DICOM_List* list,
                  const Encoder_Options& options, Output& out)
 {
-    Run(source, list, options, &out, nullptr);
+    Run({source, list, options, &out, nullptr});
 }
 
 Item_Places Places_Of_Items(const DICOM_List* list, const Encoder_Options& options)
 {
     Item_Places places;
-    Run(nullptr, list, options, nullptr, &places);
+    Run({nullptr, list, options, nullptr, &places});
     return places;
 }
 
