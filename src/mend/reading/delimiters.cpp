@@ -229,14 +229,34 @@ void Element_Reader::Read_Delimiter_In_List(const Element_Header& as_read)
     }
 }
 
+/** The last element is a sequence of length zero. */
+bool Element_Reader::Is_Empty_Sequence_In_Front() const
+{
+    const DICOM_List* const last = levels_.back().tail;
+    return last != nullptr && last->size == 0 &&
+           (VR_Of(*last) == VR_SQ || (last->dict != nullptr && last->dict->vr[0] == VR_SQ)) &&
+           Value_Position_Of(*last) == position_;
+}
+
+/** Items behind a sequence of length zero are its own, when that leads further than another item does. */
+bool Element_Reader::Goes_On_In_Empty_Sequence()
+{
+    if (!Is_Empty_Sequence_In_Front()) {
+        return false;
+    }
+    const Straight_Reading inside = Straight_From(position_, 0, Level_Kind::Sequence);
+    const Straight_Reading around = Straight_From(position_, 1, {});
+    const bool is_further =
+        inside.holds != around.holds ? inside.holds : inside.headers > around.headers;
+    return is_further && Reopen_Sequence();
+}
+
 /** An item behind a sequence that ended by its length: that length is too short. */
 bool Element_Reader::Reopen_Sequence()
 {
     DICOM_List* const last = Top().tail;
     const bool is_sequence =
-        last != nullptr &&
-        (VR_Of(*last) == VR_SQ ||
-         (last->dict != nullptr && last->dict->vr[0] == VR_SQ && last->size == 0));
+        last != nullptr && (VR_Of(*last) == VR_SQ || Is_Empty_Sequence_In_Front());
     const bool is_pixels = last != nullptr && Tag_Of(*last) == Pixel_Data_Tag && last->size == 0;
     if ((!is_sequence && !is_pixels) || last->size < 0 ||
         Value_Position_Of(*last) + Size_Of(*last) != position_) {
@@ -310,7 +330,7 @@ bool Element_Reader::Go_On_In_Left_Sequence(bool within_length)
 void Element_Reader::Read_Item_In_List(const Element_Header& header)
 {
     const bool is_open = levels_.size() > 1 && Top().end == Level_View::Open;
-    if (!is_open && (Reopen_Sequence() || Go_On_In_Left_Sequence(true))) {
+    if (is_open ? Goes_On_In_Empty_Sequence() : Reopen_Sequence() || Go_On_In_Left_Sequence(true)) {
         return;
     }
     // What goes beyond an item with a length is the next one.

@@ -69,7 +69,9 @@ Record_List Element_Reader::Read_All()
         findings_.Report(Fault::Unreadable, Level::Error, {.offset = position_},
                          "reading stops here: the file became shorter meanwhile");
     }
-    Report_Open_Levels();
+    if (!Release_Data_Set()) {
+        Report_Open_Levels();
+    }
     return std::move(root_);
 }
 

@@ -15,6 +15,7 @@
 //     items.cpp            what stands directly in a sequence: items, and what is none
 //     overwritten.cpp      headers of items and sequences that are overwritten as a whole
 //     delimiters.cpp       delimiters that are missing, doubled, exchanged or misplaced
+//     unclosed.cpp         an item and its sequence that are both not closed
 //     fragments.cpp        encapsulated data
 //     resync.cpp           the next place where headers follow each other
 //     private_elements.cpp private creators and their definitions
@@ -154,6 +155,7 @@ private:
     bool Is_Strong(const Place_Found& place);
     void Report_Cut(const Element_Header& header, std::int64_t claimed);
     void Note_Claim(std::int64_t length, std::int64_t claimed);
+    Element_Header With_Length_Of_Items(const Element_Header& header);
     void Take(const Reading& reading, const Element_Header& as_read);
 
     // ---- doubts.cpp
@@ -184,6 +186,7 @@ private:
     int Points_In_Damaged_Item(const Outlook& look, std::int64_t at);
     int Points_In_Overwritten_Item(const Outlook& look, std::int64_t at);
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
+    bool Fill_Bare_Item(Level_View item, std::int64_t at, std::int64_t sequence_end);
     int Points_Without_Item(const Element_Header& header);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
     std::int64_t End_Of_Bytes(Tag tag, std::int64_t value);
@@ -209,6 +212,7 @@ private:
     void Reopen_Item();
     int Points_In_New_Item(std::int64_t at);
     static int Same_Bytes(Tag tag, Tag other);
+    bool Lacks_Item_Header();
     void Supply_Item();
     void Settle_In_Sequence();
 
@@ -243,9 +247,14 @@ private:
     void Enter_Again(DICOM_List& record, Level_Kind kind, int items, unsigned char mode);
     bool Go_On_In_Left_Sequence(bool within_length);
     bool Reopen_Sequence();
+    bool Is_Empty_Sequence_In_Front() const;
+    bool Goes_On_In_Empty_Sequence();
     void Read_Item_In_List(const Element_Header& header);
     bool Stands_Sequence_End(std::int64_t at);
     void Read_Sequence_End_In_List(const Element_Header& header);
+
+    // ---- unclosed.cpp
+    bool Release_Data_Set();
 
     // ---- fragments.cpp
     bool Fragment_May_End(std::int64_t at);

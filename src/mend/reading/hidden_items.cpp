@@ -176,6 +176,22 @@ bool Element_Reader::Is_Item_Near(Outlook look, std::int64_t from, std::int64_t 
     return !place.has_value() || place->position >= at;
 }
 
+/** Elements lead to the end of a sequence, but for the header of their item, which is missing. */
+bool Element_Reader::Fill_Bare_Item(Level_View item, std::int64_t at, std::int64_t sequence_end)
+{
+    const std::int64_t end = sequence_end - Item_Header_Size;
+    if (end <= at || end > item.limit) {
+        return false;
+    }
+    item.kind = Level_Kind::List;
+    item.last = {};
+    item.end = end;
+    item.limit = end;
+    item.mode = Mode_In_Item(window_, at, item);
+    const Straight_Reading reading = Read_Straight(window_, {item}, at);
+    return reading.holds && reading.sound > 0;
+}
+
 /** How well a sequence makes sense whose first item is damaged, missing, or behind other bytes. */
 int Element_Reader::Points_Without_Item(const Element_Header& header)
 {
@@ -186,6 +202,9 @@ int Element_Reader::Points_Without_Item(const Element_Header& header)
     sequence.last = header.tag;
     sequence.mode = header.mode;
     sequence.end = Level_View::Open;
+    if (!header.Is_Undefined() && Fill_Bare_Item(sequence, value, end)) {
+        return Bare_Points;
+    }
     Outlook look = Look();
     look.Push(sequence);
     const bool has_room = header.Is_Undefined() || header.length > Item_Header_Size;

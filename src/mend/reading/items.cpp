@@ -335,12 +335,24 @@ int Element_Reader::Same_Bytes(Tag tag, Tag other)
            ((elements & 0xFF) == 0);
 }
 
+/** The elements in the sequence lead to where its length ends, but for the header of their item. */
+bool Element_Reader::Lacks_Item_Header()
+{
+    return Top().claimed_end != Level_View::Open && Top().items == 0 &&
+           Fill_Bare_Item(Top(), position_, Top().claimed_end);
+}
+
 void Element_Reader::Supply_Item()
 {
     Report(Fault::Nesting, Level::Change, *Top().owner,
            "its elements stand in no item; one is supplied");
-    const Element_Header none = {
-        Item_Tag, 0, Top().mode, Header_Form::Implicit, 0, Element_Header::Undefined};
+    const bool has_length = Lacks_Item_Header();
+    const Element_Header none = {.tag = Item_Tag,
+                                 .mode = Top().mode,
+                                 .form = Header_Form::Implicit,
+                                 .length = has_length
+                                               ? Top().claimed_end - Item_Header_Size - position_
+                                               : std::int64_t{Element_Header::Undefined}};
     const std::int64_t claimed_end = Top().claimed_end;
     const Shift shift = Top().shift;
     Note_Shift(-Item_Header_Size);
@@ -384,7 +396,9 @@ void Element_Reader::Settle_In_Sequence()
     const int most = std::max({close, reopen, item, end});
     const int wanted = is_first ? most : most + 1;
     const bool is_empty = is_first && is_open && close > 0 && !Stand_In_Item(position_, position_);
-    if (is_empty) {
+    if (is_first && Lacks_Item_Header()) {
+        Supply_Item();
+    } else if (is_empty) {
         Close_Unclosed("sequence is not closed");
     } else if (bare >= std::max(wanted, Outlook::Fair_Points + Outlook::Sound_Points)) {
         Supply_Item();

@@ -97,9 +97,12 @@ void Element_Reader::Report_Open_Levels()
         return;
     }
     // A cut or a missing delimiter is one fault, however many levels it leaves open.
+    std::size_t steps = 0;
     for (std::size_t i = 1; i < levels_.size(); ++i) {
         const Nesting_Level& level = levels_[i];
+        steps += level.kind == Level_Kind::List ? 1 : 0;
         if (level.claimed_end > end_) {
+            path_.resize(steps);
             Report(Fault::Truncated, Level::Error, *level.owner,
                    "is cut off: " + Bytes_Text(level.claimed_end - end_) + " are missing");
             return;
@@ -107,6 +110,7 @@ void Element_Reader::Report_Open_Levels()
     }
     if (levels_.size() > 1 && levels_[1].claimed_end == Level_View::Open) {
         const bool has_fragments = levels_[1].kind == Level_Kind::Fragments;
+        path_.clear();
         Report(has_fragments ? Fault::Fragments : Fault::Nesting, Level::Change, *levels_[1].owner,
                "is not closed at the end");
     }

@@ -127,6 +127,19 @@ void Element_Reader::Believe_Length(Nesting_Level& level, std::int64_t content, 
     const Trust trust = Trust_In(level.claimed_end, levels_.size());
     const bool is_around = level.claimed_end == level.limit;
     level.moved = trust == Trust::Full || is_around ? 0 : Find_Moved_End(level);
+    const Nesting_Level& around = Top();
+    const bool is_last = level.kind == Level_Kind::List && around.end == Level_View::Open &&
+                         around.claimed_end == level.claimed_end && !is_around;
+    if (is_last && !Content_Fills(level, content, level.claimed_end)) {
+        // It ends with its sequence, and that does not end there.
+        level.moved = 0;
+        return;
+    }
+    if (trust == Trust::Weak && level.kind == Level_Kind::Sequence &&
+        Ends_Before(level, content, level.claimed_end)) {
+        level.moved = 0;
+        return;
+    }
     if (level.moved != 0 && Is_Delimited_Before(level, content, level.claimed_end + level.moved)) {
         level.moved = 0;
         return;

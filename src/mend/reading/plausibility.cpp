@@ -105,7 +105,11 @@ Grade Judge(const Element_Header& header, std::int64_t at, const Level_View& lis
         header.tag.element == 0x0000 && header.length != Group_Length_Size && header.length != 0;
     // Zeros behind a number look like the length of some group, of no bytes.
     const bool is_zeros = header.tag.element == 0x0000 && header.length == 0 && !has_vr;
-    if (tag == Grade::Impossible || is_wrong_group_length || is_zeros) {
+    // Without a VR nothing but its length speaks for a creator.
+    constexpr std::int64_t Longest_Creator = 1024;
+    const bool is_too_long = !is_explicit && Is_Creator(header.tag) && !header.Is_Undefined() &&
+                             header.length > Longest_Creator;
+    if (tag == Grade::Impossible || is_wrong_group_length || is_zeros || is_too_long) {
         return Grade::Impossible;
     }
     if (is_explicit && !has_vr) {

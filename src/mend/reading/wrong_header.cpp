@@ -378,9 +378,27 @@ void Element_Reader::Note_Claim(std::int64_t length, std::int64_t claimed)
     }
 }
 
+/** A header of an unknown tag and a length that does not fit, before items: they tell where it ends. */
+Element_Header Element_Reader::With_Length_Of_Items(const Element_Header& header)
+{
+    const TAG_db_Elems* const entry = header.Entry();
+    const std::int64_t value = position_ + header.size;
+    const bool fits = header.Is_Undefined() || value + header.length <= Top().limit;
+    if (fits || entry != nullptr || header.vr == VR_SQ || !Starts_With_Item(value, header.mode)) {
+        return header;
+    }
+    const std::int64_t end = End_Of_Items(value);
+    Element_Header mended = header;
+    mended.length = end < 0 ? std::int64_t{Element_Header::Undefined} : end - value;
+    Report(Fault::Value_Length, Level::Change, header,
+           "the length is " + std::to_string(header.length) +
+               ", but the items behind it tell where it ends");
+    return mended;
+}
+
 void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
 {
-    const Element_Header header = With_VR(reading.header);
+    const Element_Header header = With_Length_Of_Items(With_VR(reading.header));
     if (reading.assumed == Assumed::Nothing || reading.assumed == Assumed::As_Library) {
         DICOM_List subject = {};
         subject.group = as_read.tag.group;
