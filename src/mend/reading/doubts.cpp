@@ -197,6 +197,50 @@ void Element_Reader::Accept_Doubtful(const Element_Header& header)
     Note_Claim(left.length, header.length);
 }
 
+/** A value that ends inside the header of a sequence, whose first item shows where it is. */
+std::int64_t Element_Reader::Sequence_At_End(const Element_Header& header)
+{
+    constexpr std::int64_t Most_Bytes = 16;
+    const std::int64_t value = position_ + header.size;
+    const std::int64_t end = value + header.length;
+    Level_View list = Top();
+    list.last = header.tag;
+    for (std::int64_t at = end - 1; at >= std::max(value, end - Most_Bytes); --at) {
+        const Element_Header next = Decode_Header(Header_Bytes(at), list.mode);
+        const TAG_db_Elems* const entry = next.Entry();
+        const bool is_sequence = next.form == Header_Form::Implicit
+                                     ? entry != nullptr && entry->vr[0] == VR_SQ
+                                     : next.vr == VR_SQ;
+        if (is_sequence && at + next.size >= end && Starts_With_Item(at + next.size, list.mode) &&
+            Judge(next, at, list) == Grade::Sound) {
+            return at;
+        }
+    }
+    return -1;
+}
+
+/** Ends a value in front of the sequence whose header it would take in; false when there is none. */
+bool Element_Reader::Settle_Before_Sequence(const Element_Header& header)
+{
+    Element_Header mended = header;
+    mended.length = 0;
+    if (header.size == 0 || header.Is_Undefined() ||
+        Judge(mended, position_, Top()) != Grade::Sound) {
+        return false;
+    }
+    const std::int64_t end = Sequence_At_End(header);
+    if (end < 0) {
+        return false;
+    }
+    mended.length = end - position_ - header.size;
+    Report_Length(header, mended.length);
+    Note_Shift(mended.length - header.length);
+    damaged_to_ = end;
+    Accept(mended);
+    Note_Claim(mended.length, header.length);
+    return true;
+}
+
 /** A reading that is a guess must not pass over a place where elements begin. */
 bool Element_Reader::Hides_Place(const Reading& reading)
 {

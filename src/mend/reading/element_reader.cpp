@@ -69,9 +69,7 @@ Record_List Element_Reader::Read_All()
         findings_.Report(Fault::Unreadable, Level::Error, {.offset = position_},
                          "reading stops here: the file became shorter meanwhile");
     }
-    if (!Release_Data_Set()) {
-        Report_Open_Levels();
-    }
+    Report_Open_Levels();
     return std::move(root_);
 }
 

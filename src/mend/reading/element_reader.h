@@ -155,7 +155,6 @@ private:
     bool Is_Strong(const Place_Found& place);
     void Report_Cut(const Element_Header& header, std::int64_t claimed);
     void Note_Claim(std::int64_t length, std::int64_t claimed);
-    Element_Header With_Length_Of_Items(const Element_Header& header);
     void Take(const Reading& reading, const Element_Header& as_read);
 
     // ---- doubts.cpp
@@ -166,6 +165,8 @@ private:
     std::int64_t Length_Before_Elements(const Element_Header& header);
     void Follow_Foreign();
     void Accept_Doubtful(const Element_Header& header);
+    std::int64_t Sequence_At_End(const Element_Header& header);
+    bool Settle_Before_Sequence(const Element_Header& header);
     bool Hides_Place(const Reading& reading);
     bool Fits_Place(const Element_Header& header, const Place_Found& place);
     bool Length_Holds(const Element_Header& header, std::int64_t claimed, std::int64_t place);
@@ -188,6 +189,7 @@ private:
     bool Is_Item_Near(Outlook look, std::int64_t from, std::int64_t until);
     bool Fill_Bare_Item(Level_View item, std::int64_t at, std::int64_t sequence_end);
     int Points_Without_Item(const Element_Header& header);
+    Element_Header With_Length_Of_Items(const Element_Header& header);
     bool Elements_Stand_In_Items(std::int64_t at, unsigned char mode);
     std::int64_t End_Of_Bytes(Tag tag, std::int64_t value);
     bool Take_As_Bytes(DICOM_List& record, std::int64_t value, unsigned char mode);

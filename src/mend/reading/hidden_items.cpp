@@ -222,6 +222,24 @@ int Element_Reader::Points_Without_Item(const Element_Header& header)
     return has_items ? Bare_Points : points;
 }
 
+/** A header of an unknown tag and a length that does not fit, before items: they tell where it ends. */
+Element_Header Element_Reader::With_Length_Of_Items(const Element_Header& header)
+{
+    const TAG_db_Elems* const entry = header.Entry();
+    const std::int64_t value = position_ + header.size;
+    const bool fits = header.Is_Undefined() || value + header.length <= Top().limit;
+    if (fits || entry != nullptr || header.vr == VR_SQ || !Starts_With_Item(value, header.mode)) {
+        return header;
+    }
+    const std::int64_t end = End_Of_Items(value);
+    Element_Header mended = header;
+    mended.length = end < 0 ? std::int64_t{Element_Header::Undefined} : end - value;
+    Report(Fault::Value_Length, Level::Change, header,
+           "the length is " + std::to_string(header.length) +
+               ", but the items behind it tell where it ends");
+    return mended;
+}
+
 /** Looks at the first item that is not empty; items that are all empty are those of a sequence. */
 bool Element_Reader::Elements_Stand_In_Items(std::int64_t at, unsigned char mode)
 {

@@ -93,7 +93,7 @@ void Element_Reader::Report_Open_Levels()
     while (levels_.size() > 1 && Top().end != Level_View::Open && Top().end <= position_) {
         Close_Moved();
     }
-    if (stopped_ || cut_off_) {
+    if (stopped_ || cut_off_ || Release_Data_Set()) {
         return;
     }
     // A cut or a missing delimiter is one fault, however many levels it leaves open.

@@ -79,7 +79,7 @@ void Raise(DICOM_List* records)
 bool Element_Reader::Release_Data_Set()
 {
     constexpr unsigned short First_Group_Of_Data = 0x0008;
-    if (stopped_ || cut_off_ || position_ != end_ || levels_.size() < 3) {
+    if (position_ != end_ || levels_.size() < 3) {
         return false;
     }
     const bool is_cut = std::any_of(levels_.begin() + 1, levels_.end(),

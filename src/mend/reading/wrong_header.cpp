@@ -231,6 +231,9 @@ void Element_Reader::Settle(const Element_Header& as_read)
         return;
     }
     claimed_end_ = position_ + as_read.size + as_read.length;
+    if (Settle_Before_Sequence(as_read)) {
+        return;
+    }
     Reading best;
     constexpr int Reserved_Cost = 3;
     Offer(best, as_read, Assumed::Nothing, as_read.reserved != 0 ? Reserved_Cost : 0);
@@ -376,24 +379,6 @@ void Element_Reader::Note_Claim(std::int64_t length, std::int64_t claimed)
     if (length != claimed && Top().tail != nullptr) {
         Set_Claim(*source_, *Top().tail, claimed);
     }
-}
-
-/** A header of an unknown tag and a length that does not fit, before items: they tell where it ends. */
-Element_Header Element_Reader::With_Length_Of_Items(const Element_Header& header)
-{
-    const TAG_db_Elems* const entry = header.Entry();
-    const std::int64_t value = position_ + header.size;
-    const bool fits = header.Is_Undefined() || value + header.length <= Top().limit;
-    if (fits || entry != nullptr || header.vr == VR_SQ || !Starts_With_Item(value, header.mode)) {
-        return header;
-    }
-    const std::int64_t end = End_Of_Items(value);
-    Element_Header mended = header;
-    mended.length = end < 0 ? std::int64_t{Element_Header::Undefined} : end - value;
-    Report(Fault::Value_Length, Level::Change, header,
-           "the length is " + std::to_string(header.length) +
-               ", but the items behind it tell where it ends");
-    return mended;
 }
 
 void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
