@@ -102,14 +102,39 @@ bool Is_Unknown_Tag(const DICOM_List& record)
            record.element != 0x0000;
 }
 
-void Check_Unknown_Tags(DICOM_List* list, Findings& findings)
+void Check_Unknown_Tags(DICOM_List* list, bool is_directory, Findings& findings)
 {
     For_Each_Element(list, [&](const DICOM_List& record, const Path& path) {
-        if (Is_Unknown_Tag(record)) {
+        const bool is_of_directory = is_directory && record.group == Directory_Group &&
+                                     record.element != 0x0000 && record.dict == nullptr;
+        if (Is_Unknown_Tag(record) || is_of_directory) {
             findings.Report(Fault::Unknown_Tag, Level::Kept, At(record, path),
                             "the registry does not know the tag");
         }
     });
+}
+
+void Check_Meta_Group(const Data_Set& set, Findings& findings)
+{
+    const auto is_letter = [](unsigned char byte) {
+        constexpr unsigned char First_Of_Others = 0x80;
+        return byte >= First_Of_Others;
+    };
+    for (const DICOM_List& record : Records(set.meta.Head())) {
+        if (record.dict == nullptr && record.element != 0x0000) {
+            findings.Report(Fault::Unknown_Tag, Level::Kept, At(record, {}),
+                            "the registry does not know the tag");
+        }
+        // No character set is declared here; other VRs have none anywhere.
+        const unsigned short vr = VR_Of(record);
+        constexpr unsigned short Texts[] = {VR_SH, VR_LO, VR_ST, VR_LT, VR_UT, VR_PN, VR_UC};
+        const Bytes value = set.Value(record);
+        if (std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts) &&
+            std::any_of(value.begin(), value.end(), is_letter)) {
+            findings.Report(Fault::Character_Set_Bytes, Level::Kept, At(record, {}),
+                            "the text holds bytes that are no characters of its character set");
+        }
+    }
 }
 
 void Leave_Out_Private(Record_List& list, Findings& findings)

@@ -24,8 +24,11 @@ void Check_Group_Lengths(const Data_Set& set, DICOM_List** list, Findings& findi
 /** Tells whether an element of an even group is none of the registry, which may be older than the file. */
 bool Is_Unknown_Tag(const DICOM_List& record);
 
-/** Says so of each of them. They stay. */
-void Check_Unknown_Tags(DICOM_List* list, Findings& findings);
+/** Says so of each of them, in a directory of those of group 0004 too. They stay. */
+void Check_Unknown_Tags(DICOM_List* list, bool is_directory, Findings& findings);
+
+/** Finds tags of the file meta information that nobody knows, and bytes in its texts that are not ASCII. */
+void Check_Meta_Group(const Data_Set& set, Findings& findings);
 
 /** Takes private elements out of a list and of all items below, and says so. */
 void Leave_Out_Private(Record_List& list, Findings& findings);

@@ -75,6 +75,7 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
         Heal_Values(set, set.records, options, findings);
     }
     Heal_Values(set, set.meta, options, findings);
+    Check_Meta_Group(set, findings);
     if (options.strict) {
         Heal_New_Texts(set, options, findings);
     }
@@ -86,8 +87,8 @@ void Heal(Data_Set& set, const Heal_Options& options, Findings& findings)
     if (healed.unowned) {
         Check_Creators(set.records.Address(), findings);
     }
-    if (healed.unknown_tags) {
-        Check_Unknown_Tags(set.records.Head(), findings);
+    if (healed.unknown_tags || directory != nullptr) {
+        Check_Unknown_Tags(set.records.Head(), directory != nullptr, findings);
     }
     const std::size_t reports = findings.Count_Of_Reports();
     if (healed.images) {

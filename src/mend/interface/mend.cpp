@@ -61,8 +61,9 @@ const DICOM_List* Find_Endless(const Data_Set& set)
     return record;
 }
 
-/** Tells what cannot be written without harm; false then. */
-bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& findings)
+}  // namespace
+
+bool Can_Be_Written(const Data_Set& set, Output_Syntax syntax, Findings& findings)
 {
     if (findings.Out_Of_Memory() || set.unreadable) {
         return false;
@@ -76,7 +77,7 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
                         "pixel data in an unknown transfer syntax cannot be written");
         return false;
     }
-    if (set.encoding.encapsulated && options.syntax != Output_Syntax::Keep) {
+    if (set.encoding.encapsulated && syntax != Output_Syntax::Keep) {
         findings.Report(Fault::Not_Written, Level::Error, {},
                         "compressed pixel data (" + set.syntax +
                             ") cannot be written in another transfer syntax");
@@ -90,6 +91,8 @@ bool Can_Be_Written(const Data_Set& set, const Mend_Options& options, Findings& 
     return true;
 }
 
+namespace {
+
 bool Mend_Once(Data_Set& set, const Mend_Options& options, Findings& findings, Encoded_File& out)
 {
     Heal_Options heal = options.heal;
@@ -99,7 +102,7 @@ bool Mend_Once(Data_Set& set, const Mend_Options& options, Findings& findings, E
         Leave_Out_Private(set.records, findings);
     }
     findings.Settle_Errors();
-    if (!Can_Be_Written(set, options, findings)) {
+    if (!Can_Be_Written(set, options.syntax, findings)) {
         return false;
     }
     const Encoding encoding = Fit_To_Output(set, options.syntax, options.heal, findings);
@@ -170,7 +173,7 @@ bool Settle_Unwritten(Data_Set& set, const Heal_Options& heal, const Encoding& e
     if (heal.without_private) {
         Leave_Out_Private(set.records, unheard);
     }
-    if (!Can_Be_Written(set, {}, unheard)) {
+    if (!Can_Be_Written(set, Output_Syntax::Keep, unheard)) {
         return false;
     }
     Mend_Options options;

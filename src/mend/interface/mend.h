@@ -20,6 +20,9 @@ namespace lib_mend {
  */
 bool Mend(Data_Set& set, const Mend_Options& options, Findings& findings, Encoded_File& out);
 
+/** Tells what cannot be written without harm, which is an error; false then. */
+bool Can_Be_Written(const Data_Set& set, Output_Syntax syntax, Findings& findings);
+
 /**
  * Brings a healed data set that was damaged, and is fitted to an encoding, into the form in which mending
  * leaves it: see Mend. What only that shows is reported.

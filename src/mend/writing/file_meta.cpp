@@ -157,7 +157,9 @@ void Complete_Meta(Data_Set& set, std::string_view syntax, Findings& findings)
     }
     if (Current_Value(set, Implementation_Tag).empty()) {
         completion.Supply(Implementation_Tag, VR_UI, std::string(OrisWare_UID) + ".1");
-        completion.Supply(Implementation_Name_Tag, VR_SH, Implementation_Name);
+        if (Current_Value(set, Implementation_Name_Tag).empty()) {
+            completion.Supply(Implementation_Name_Tag, VR_SH, Implementation_Name);
+        }
     }
     completion.Report();
 }
