@@ -121,7 +121,7 @@ void Check_Meta_Group(const Data_Set& set, Findings& findings)
         return byte >= First_Of_Others;
     };
     for (const DICOM_List& record : Records(set.meta.Head())) {
-        if (record.dict == nullptr && record.element != 0x0000) {
+        if (NEMA_db_Locate(record.group, record.element) == nullptr && record.element != 0x0000) {
             findings.Report(Fault::Unknown_Tag, Level::Kept, At(record, {}),
                             "the registry does not know the tag");
         }
