@@ -67,7 +67,10 @@ std::shared_ptr<lib_mend::Source> Open(const std::string& path, std::string& rea
 std::optional<lib_mend::Data_Set> Read_Item(const Work_Item& item, lib_mend::Findings& findings,
                                             File_Record& record);
 
-/** Takes over what was found in a file, and what the file says of itself. */
+/** Takes over what was found in a file. */
+void Take_Findings(lib_mend::Findings& findings, File_Record& record);
+
+/** The same, and what the file says of itself. */
 void Describe(const lib_mend::Data_Set& set, lib_mend::Findings& findings, File_Record& record);
 
 /**

@@ -29,7 +29,8 @@ public:
                     --left;
                 }
             }
-            if (left == 0) {
+            // What was healed is in order.
+            if (left == 0 || (set.healed && lib_mend::Tag_Of(record) > Study_Tag)) {
                 break;
             }
         }
@@ -59,11 +60,16 @@ private:
 
 }  // namespace
 
-void Describe(const lib_mend::Data_Set& set, lib_mend::Findings& findings, File_Record& record)
+void Take_Findings(lib_mend::Findings& findings, File_Record& record)
 {
     findings.Sum_Up();
     record.status = Status_Of(findings);
     record.findings = findings.All();
+}
+
+void Describe(const lib_mend::Data_Set& set, lib_mend::Findings& findings, File_Record& record)
+{
+    Take_Findings(findings, record);
     if (set.foreign) {
         return;
     }

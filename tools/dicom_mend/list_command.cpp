@@ -44,7 +44,11 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
         std::fprintf(stderr, "%s: holds nothing of what is asked for\n",
                      lib_mend::Printable(Name_Of(item.path)).c_str());
     }
-    Describe(set, findings, record);
+    if (request.run.Asks_For_Run()) {
+        Describe(set, findings, record);
+    } else {
+        Take_Findings(findings, record);
+    }
     if (is_last) {
         Keep_To_The_End(std::move(set));
     }

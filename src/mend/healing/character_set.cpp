@@ -183,6 +183,23 @@ std::size_t Character_Set::Count(std::string_view value, unsigned short vr) cons
     return count;
 }
 
+bool Character_Set::Is_Valid(const Text_Piece& piece, std::string& converted) const
+{
+    switch (piece.kind) {
+    case Text_Piece::Kind::Bad:
+        return false;
+    case Text_Piece::Kind::Character:
+        converted.clear();
+        return The_Converters().Append(converted, piece);
+    case Text_Piece::Kind::Escape:
+        return Is_Declared(*piece.set);
+    case Text_Piece::Kind::Plain:
+    case Text_Piece::Kind::Separator:
+        break;
+    }
+    return true;
+}
+
 std::size_t Character_Set::First_Invalid(std::string_view value, unsigned short vr) const
 {
     if (Is_Plain(value)) {
@@ -191,14 +208,7 @@ std::size_t Character_Set::First_Invalid(std::string_view value, unsigned short 
     std::string converted;
     Text_Scanner scanner(declared_start_, value, vr);
     for (Text_Piece piece; scanner.Next(piece);) {
-        bool is_valid = piece.kind != Text_Piece::Kind::Bad;
-        if (piece.kind == Text_Piece::Kind::Character) {
-            converted.clear();
-            is_valid = The_Converters().Append(converted, piece);
-        } else if (piece.kind == Text_Piece::Kind::Escape) {
-            is_valid = Is_Declared(*piece.set);
-        }
-        if (!is_valid) {
+        if (!Is_Valid(piece, converted)) {
             return static_cast<std::size_t>(piece.bytes.data() - value.data());
         }
     }
@@ -266,6 +276,34 @@ std::optional<std::string> Character_Set::To_UTF_8_Without_Loss(std::string_view
         out += character;
     }
     return out;
+}
+
+bool Text_Check::Take(std::string_view piece)
+{
+    // More than any character and any escape sequence has.
+    constexpr std::size_t Longest = 32;
+    if (rest_.empty() && scanner_.Reads_ASCII() && Is_Plain_ASCII(piece)) {
+        return true;
+    }
+    rest_ += piece;
+    return Go_On(Longest);
+}
+
+bool Text_Check::Finish()
+{
+    return Go_On(0);
+}
+
+bool Text_Check::Go_On(std::size_t left)
+{
+    scanner_.Go_On(rest_);
+    for (Text_Piece piece; scanner_.Left() > left && scanner_.Next(piece);) {
+        if (!set_.Is_Valid(piece, converted_)) {
+            return false;
+        }
+    }
+    rest_.erase(0, rest_.size() - scanner_.Left());
+    return true;
 }
 
 const Character_Set& Character_Sets_Of_Lists::Of(DICOM_List& record, const Path& way)

@@ -71,8 +71,12 @@ public:
                                                      unsigned short vr) const;
 
 private:
+    friend class Text_Check;
+
     void Declare(const Repertoire& set, bool is_first, bool may_extend);
     bool Is_Declared(const Repertoire& set) const;
+    /** @param converted  room for a character */
+    bool Is_Valid(const Text_Piece& piece, std::string& converted) const;
 
     /** What G0 and G1 hold at the start of a value, and again behind each separator. */
     Code_Table start_;
@@ -81,6 +85,30 @@ private:
     std::vector<const Repertoire*> declared_;
     /** The terms provide for escape sequences. */
     bool extends_ = false;
+};
+
+/** Tells whether all of a text is in a character set, of which piece after piece comes. */
+class Text_Check {
+public:
+    Text_Check(const Character_Set& set, unsigned short vr)
+        : set_(set), scanner_(set.declared_start_, {}, vr)
+    {
+    }
+    Text_Check(const Text_Check&) = delete;
+    Text_Check& operator=(const Text_Check&) = delete;
+
+    /** False when something in it is not. */
+    bool Take(std::string_view piece);
+    /** The same for the last bytes, which may be a half of something. */
+    bool Finish();
+
+private:
+    bool Go_On(std::size_t left);
+
+    const Character_Set& set_;
+    Text_Scanner scanner_;
+    std::string rest_;
+    std::string converted_;
 };
 
 /**

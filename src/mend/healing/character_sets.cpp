@@ -1,5 +1,6 @@
 #include "mend/healing/character_sets.h"
 
+#include "mend/healing/long_texts.h"
 #include "mend/healing/text_conversion.h"
 #include "mend/healing/texts.h"
 
@@ -63,7 +64,6 @@ struct Evidence {
 std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Scope>& scopes,
                                   bool any_letters, bool without_private)
 {
-    constexpr std::size_t All_Valid = std::string_view::npos;
     const Character_Set utf_8(UTF_8_Term);
     std::vector<Evidence> all(scopes.size());
     if (!any_letters) {
@@ -73,15 +73,11 @@ std::vector<Evidence> Evidence_Of(const Data_Set& set, const std::vector<Text_Sc
         if (Is_Plain(set, record)) {
             return;
         }
-        const Text_Bytes bytes(set, record);
-        const std::string_view text = bytes.View();
         Evidence& evidence = all[scope];
         evidence.has_letters = true;
-        evidence.is_utf_8 =
-            evidence.is_utf_8 && utf_8.First_Invalid(text, VR_Of(record)) == All_Valid;
+        evidence.is_utf_8 = evidence.is_utf_8 && Is_All_Valid(set, record, utf_8);
         evidence.fits_declaration =
-            evidence.fits_declaration &&
-            scopes[scope].characters.First_Invalid(text, VR_Of(record)) == All_Valid;
+            evidence.fits_declaration && Is_All_Valid(set, record, scopes[scope].characters);
     };
     For_Each_Text_That_Stays(set, without_private, take);
     return all;
@@ -142,12 +138,7 @@ void Declare_As_Told(Data_Set& set, std::vector<Text_Scope>& scopes,
 void Check_Texts(const Data_Set& set, const std::vector<Text_Scope>& scopes, Findings& findings)
 {
     For_Each_Text(set, [&](const DICOM_List& record, const Path& path, std::size_t scope) {
-        if (Is_Plain(set, record)) {
-            return;
-        }
-        const Text_Bytes bytes(set, record);
-        if (scopes[scope].characters.First_Invalid(bytes.View(), VR_Of(record)) !=
-            std::string_view::npos) {
+        if (!Is_Plain(set, record) && !Is_All_Valid(set, record, scopes[scope].characters)) {
             findings.Report(Fault::Character_Set_Bytes, Level::Kept, At(record, path),
                             "the text holds bytes that are no characters of its character set");
         }

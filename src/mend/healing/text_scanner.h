@@ -48,6 +48,20 @@ public:
 
     /** False at the end of the value. */
     bool Next(Text_Piece& piece);
+    /** Goes on with more of the value, the bytes that are left of what was there in front. */
+    void Go_On(std::string_view rest)
+    {
+        rest_ = rest;
+    }
+    std::size_t Left() const
+    {
+        return rest_.size();
+    }
+    /** G0 is the default repertoire at this place. */
+    bool Reads_ASCII() const
+    {
+        return now_.g0 == &Default_Repertoire();
+    }
 
 private:
     Text_Piece Take(Text_Piece::Kind kind, std::size_t size, const Repertoire* set = nullptr);

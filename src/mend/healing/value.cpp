@@ -109,7 +109,7 @@ void Heal_Piece(const Value& value, const Text_Rule& rule, std::string_view text
     Piece piece(core, value.characters, notes, value.replace_uids);
     // A UID that holds any is none, which is said of it and may be healed.
     if (rule.vr != VR_UI && !Is_Plain_ASCII(core) && Has_Control_Characters(core, rule.vr)) {
-        piece.Stays(Fault::Control_Characters, "control characters");
+        piece.Stays(Fault::Control_Characters, Control_Characters_Text);
         form += rule.blanks == Blanks::Around ? text : core;
         return;
     }
@@ -132,7 +132,7 @@ void Heal_Piece(const Value& value, const Text_Rule& rule, std::string_view text
         fits(text) ? text : Without(text, " ", rule.blanks == Blanks::Around && rule.multiple);
     const bool is_short = fits(bare);
     if (!is_short && !piece.Stays_Wrong()) {
-        piece.Stays(Fault::Length, "longer than its VR allows");
+        piece.Stays(Fault::Length, Too_Long_Text);
     }
     form += is_short ? bare : text;
 }
@@ -148,7 +148,7 @@ void Note_Padding(const Value& value, Healed_Value& healed)
     if (only_odd) {
         Add_Note(healed.notes, {Fault::Odd_Length, Level::Change, Odd_Size_Text});
     } else {
-        Add_Note(healed.notes, {Fault::Padding, Level::Change, "wrong padding, put right"});
+        Add_Note(healed.notes, {Fault::Padding, Level::Change, Wrong_Padding_Text});
     }
 }
 
@@ -263,6 +263,12 @@ std::size_t Width_Of(unsigned short vr)
 {
     const Width* const width = Find_Width(vr);
     return width != nullptr ? width->bytes : 0;
+}
+
+std::size_t Longest_Of(unsigned short vr)
+{
+    const Text_Rule* const rule = Text_Rule_Of(vr);
+    return rule != nullptr ? rule->longest : 0;
 }
 
 bool Is_Multiple(unsigned short vr)

@@ -112,11 +112,19 @@ Healed_Value Heal_Value(const Value& value);
 /** What is said of a length that no whole number of values has. */
 inline constexpr char Wrong_Size_Text[] = "length that is no multiple of its VR's width";
 
+/** What is said of texts. */
+inline constexpr char Control_Characters_Text[] = "control characters";
+inline constexpr char Too_Long_Text[] = "longer than its VR allows";
+inline constexpr char Wrong_Padding_Text[] = "wrong padding, put right";
+
 /** What is said of a length that is odd and nothing else. */
 inline constexpr char Odd_Size_Text[] = "odd length, padded to an even one";
 
 /** Number of bytes of one value of a binary VR; 0 for texts and for VRs that are not known. */
 std::size_t Width_Of(unsigned short vr);
+
+/** Most characters of one value of a text VR; 0 without bound, or where its form says it. */
+std::size_t Longest_Of(unsigned short vr);
 
 /** Tells whether backslashes separate values of a text VR. */
 bool Is_Multiple(unsigned short vr);

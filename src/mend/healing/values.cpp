@@ -1,6 +1,6 @@
 #include "mend/healing/values.h"
 
-#include "mend/healing/forms.h"
+#include "mend/healing/long_texts.h"
 #include "mend/healing/multiplicity.h"
 #include "mend/healing/records.h"
 #include "mend/healing/repair.h"
@@ -10,6 +10,7 @@
 #include "mend/reading/tree.h"
 #include "mend/reading/vr_forms.h"
 
+#include <optional>
 #include <string>
 
 namespace lib_mend {
@@ -78,16 +79,34 @@ void Check_Unknown(const DICOM_List& record, const Place& place, Findings& findi
     }
 }
 
-/** A long text in plain letters, which is in form however long it is, and need not be in memory. */
-bool Is_Long_And_Sound(const Data_Set& set, const DICOM_List& record,
-                       const Character_Set& characters)
+/** Heals a text that stays in the source; false when it has to be in memory for that. */
+bool Heal_Long_Text(const Data_Set& set, DICOM_List& record, const Place& place,
+                    const Character_Set& characters, const Heal_Options& options,
+                    Findings& findings)
 {
-    constexpr int Long = 1 << 20;
-    return record.data == nullptr && record.size > Long && record.size % 2 == 0 &&
-           VR_Of(record) == VR_UT && characters.Is_Plain("a") && Fits_Multiplicity(record, 1) &&
-           All_Pieces(set, record, [](std::string_view piece) {
-               return Is_Plain(piece) && !Has_Control_Characters(piece, VR_UT);
-           });
+    constexpr std::size_t Quoted = 1024;
+    if (!Is_Long_Text(record)) {
+        return false;
+    }
+    const std::optional<Long_Judgement> judged = Judge_Long_Text(set, record, characters);
+    if (!judged || (options.strict && Has_Level(judged->notes, Level::Kept))) {
+        return false;
+    }
+    const bool is_sound = judged->notes.empty() && Fits_Multiplicity(record, judged->count);
+    if (is_sound || Size_Of(record) >= Far_Size) {
+        return is_sound;
+    }
+    const Bytes front = set.Value(record, Quoted);
+    const std::string_view before(reinterpret_cast<const char*>(front.data()), front.size());
+    std::string after(before.substr(0, static_cast<std::size_t>(judged->size)));
+    after += judged->size % 2 != 0 ? " " : "";
+    Report_Notes(judged->notes, place, {before, after}, findings);
+    if (!Fits_Multiplicity(record, judged->count)) {
+        findings.Report(Fault::Multiplicity, Level::Kept, place,
+                        Multiplicity_Text(record, judged->count), {after, {}});
+    }
+    Set_Size(*set.source, record, judged->size);
+    return true;
 }
 
 /** The VR whose rules a value follows: terms of character sets are respelt by those who know them. */
@@ -147,7 +166,7 @@ void Heal_Value_Of(const Data_Set& set, DICOM_List& record, const Path& way,
         Check_Bulk(record, place, findings);
         return;
     }
-    if (Is_Long_And_Sound(set, record, characters)) {
+    if (Heal_Long_Text(set, record, place, characters, options, findings)) {
         return;
     }
     if (Size_Of(record) >= Far_Size) {

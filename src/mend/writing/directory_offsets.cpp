@@ -50,8 +50,12 @@ void Move_Offset(DICOM_List& record, const Path& path, const Moves& moves, Findi
 void Move_Directory_Offsets(Data_Set& set, const Encoder_Options& options, std::int64_t start,
                             Findings& findings)
 {
-    const DICOM_List* const directory = Find_Record(set.records.Head(), Directory_Sequence_Tag);
-    if (directory == nullptr) {
+    const DICOM_List* directory = set.records.Head();
+    // What is written is in order.
+    while (directory != nullptr && Tag_Of(*directory) < Directory_Sequence_Tag) {
+        directory = directory->next;
+    }
+    if (directory == nullptr || Tag_Of(*directory) != Directory_Sequence_Tag) {
         return;
     }
     const Moves moves = Moves_Of(*directory, Places_Of_Items(set.records.Head(), options), start);
