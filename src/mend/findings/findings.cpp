@@ -245,6 +245,7 @@ void Findings::Take_Message(unsigned int severity, const char* message)
     if (subject.known && finding.tag == subject.tag) {
         finding.offset = subject.offset;
         finding.vr = subject.vr;
+        finding.path = Path_Text(subject.path != nullptr ? *subject.path : Path(), finding.tag);
     }
     Tag front;
     if (Parse_Tag(text, front)) {

@@ -127,6 +127,8 @@ struct Subject {
     Tag tag;
     unsigned short vr = 0;
     std::int64_t offset = Finding::Nowhere;
+    /** The way to its list; null for that of the data set. */
+    const Path* path = nullptr;
 };
 
 inline unsigned short VR_Of(const DICOM_List& record)
@@ -233,11 +235,11 @@ private:
 /** Sets the subject of a list of findings for the length of a scope. */
 class About {
 public:
-    About(Findings& findings, const DICOM_List& record)
+    About(Findings& findings, const DICOM_List& record, const Path& path)
         : findings_(findings), saved_(findings.subject)
     {
         findings.subject = {
-            true, {record.group, record.element}, VR_Of(record), Position_Of(record)};
+            true, {record.group, record.element}, VR_Of(record), Position_Of(record), &path};
     }
     About(const About&) = delete;
     About& operator=(const About&) = delete;

@@ -390,7 +390,7 @@ void Element_Reader::Take(const Reading& reading, const Element_Header& as_read)
         subject.element = as_read.tag.element;
         subject.vr = header.vr;
         Set_Place(*source_, subject, position_, position_, 0);
-        const About about(findings_, subject);
+        const About about(findings_, subject, path_);
         Element_Header unused;
         Ask_Library(as_read, unused);
     }
