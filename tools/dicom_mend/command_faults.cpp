@@ -1,7 +1,6 @@
 #include "command_faults.h"
 
 #include "help_text.h"
-#include "mend/findings/letters.h"
 
 #include <algorithm>
 #include <iterator>
@@ -40,9 +39,10 @@ struct Other_Name {
 };
 
 constexpr Other_Name Other_Names[] = {
-    {"show", "list"},      {"dump", "list"},    {"print", "list"},   {"view", "list"},
-    {"validate", "check"}, {"verify", "check"}, {"test", "check"},   {"fix", "mend"},
-    {"repair", "mend"},    {"convert", "mend"}, {"compare", "diff"}, {"find", "dict"}};
+    {"show", "list"},        {"dump", "list"},    {"print", "list"},   {"view", "list"},
+    {"validate", "check"},   {"verify", "check"}, {"test", "check"},   {"fix", "mend"},
+    {"repair", "mend"},      {"convert", "mend"}, {"compare", "diff"}, {"find", "dict"},
+    {"version", "--version"}};
 
 std::string Command_Suggestion(const std::string& name, std::vector<std::string> names)
 {
@@ -78,10 +78,13 @@ std::string Unknown_Option(const CLI::App& command, const std::vector<std::strin
         const bool is_short = option.size() == 2 && option[0] == '-' && Is_Letter(option[1]);
         if ((option.starts_with("--") || is_short) &&
             std::find(options.begin(), options.end(), option) == options.end()) {
-            const std::string suggestion = is_short ? "" : Suggestion(option, options);
+            const bool is_version =
+                command.get_parent() == nullptr && (option == "-V" || option == "-v");
+            const std::string suggestion = is_version ? "; did you mean --version?"
+                                           : is_short ? ""
+                                                      : Suggestion(option, options);
             const bool is_of_commands = command.get_parent() == nullptr && suggestion.empty();
-            return lib_mend::Printable(option) + ": " + command.get_name() + " has no such option" +
-                   suggestion +
+            return option + ": " + command.get_name() + " has no such option" + suggestion +
                    (is_of_commands ? "; those of a command stand behind its name" : "");
         }
     }
@@ -101,8 +104,7 @@ std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& wo
     const std::string& name = words.front();
     const std::vector<std::string> commands = Names_Of_Commands(app);
     if (std::find(commands.begin(), commands.end(), name) == commands.end()) {
-        return lib_mend::Printable(name) + ": there is no such command" +
-               Command_Suggestion(name, commands);
+        return name + ": there is no such command" + Command_Suggestion(name, commands);
     }
     return Unknown_Option(*app.get_subcommand(name), words, 1);
 }
@@ -110,8 +112,17 @@ std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& wo
 std::string Word_Too_Many(const CLI::App& command)
 {
     const std::vector<std::string> words = command.remaining();
-    return (words.empty() ? std::string() : lib_mend::Printable(words.front()) + ": ") +
-           command.get_name() + " takes no more than" + Operands(command);
+    return (words.empty() ? std::string() : words.front() + ": ") + command.get_name() +
+           " takes no more than" + Operands(command);
+}
+
+std::string Wrong_Number(const CLI::App& command, const std::string& what)
+{
+    const std::string name = what.substr(0, what.find(':'));
+    const CLI::Option* const option =
+        name.starts_with('-') ? command.get_option_no_throw(name) : nullptr;
+    return option != nullptr ? name + ": " + Operands(*option) + " is missing behind it"
+                             : Word_Too_Many(command);
 }
 
 }  // namespace dicom_mend

@@ -18,6 +18,9 @@ std::string Unknown_Word(const CLI::App& app, const std::vector<std::string>& wo
 /** What to say of operands that a command has no place for. */
 std::string Word_Too_Many(const CLI::App& command);
 
+/** What to say where the parser misses a value, or has too many: "--only: 1 required TEXT missing". */
+std::string Wrong_Number(const CLI::App& command, const std::string& what);
+
 /**
  * Takes the names of an option's values; others are told with those that there are. The validator's own
  * name lists them, for the completion of words.

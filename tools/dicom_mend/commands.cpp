@@ -189,7 +189,7 @@ Exit_Status Mend_File(const Mend_Request& request, Read&& read, Prepare&& prepar
     }
     if (original) {
         Print_Trial(*original, file, request);
-        return Finish_Output(Status_Of(findings));
+        return pager->Finish(Status_Of(findings));
     }
     const std::string error = Write_Output(file, Output_Of(request), request.run.force);
     if (!error.empty()) {

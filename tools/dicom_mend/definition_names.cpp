@@ -173,8 +173,12 @@ std::string Module_Fault(const std::string& code)
 std::string Table_File(const std::string& table)
 {
     constexpr std::size_t Digits = 4;
-    return Is_Number(table)
-               ? "codes/cid-" + std::string(Digits - table.size(), '0') + table + ".txt"
+    // The standard calls them "CID 4021".
+    const bool has_letters = table.starts_with("CID") || table.starts_with("cid");
+    const std::size_t begin = has_letters ? table.find_first_not_of(" -_", 3) : 0;
+    const std::string number = table.substr(std::min(begin, table.size()));
+    return Is_Number(number)
+               ? "codes/cid-" + std::string(Digits - number.size(), '0') + number + ".txt"
                : table;
 }
 

@@ -124,7 +124,7 @@ public:
             Print_JSON(difference, left, right);
             return;
         }
-        const std::string path = Path_Of(difference);
+        const std::string path = Shown_Path(Path_Of(difference));
         const std::string gone =
             difference.before != nullptr ? Front_Of_Line(path, *difference.before) : "";
         const std::string added =
@@ -141,6 +141,17 @@ public:
     }
 
 private:
+    /** The end of a path that leaves no room for what stands there: it tells which element it is. */
+    std::string Shown_Path(std::string path) const
+    {
+        const std::size_t most = std::max<std::size_t>(terminal_.width / 5 * 2, 16);
+        if (terminal_.is_terminal && path.size() > most) {
+            const std::size_t step = path.find('/', path.size() - most);
+            path.replace(0, step != path.npos ? step : path.size() - most, "...");
+        }
+        return path;
+    }
+
     /** Leaves out as much of what two values begin with that their lines do not end before they differ. */
     void Show_Difference(std::string& left, std::string& right, std::size_t front) const
     {
@@ -250,7 +261,7 @@ bool Print_Differences(const Data_Set& before, const Data_Set& after, Diff_Forma
 Exit_Status Run_Diff(const Diff_Request& request)
 {
     const Terminal terminal = Look_At(STDOUT_FILENO, request.looks.colours);
-    const Pager pager(terminal, request.looks);
+    Pager pager(terminal, request.looks);
     std::vector<Data_Set> sets;
     lib_mend::Findings unasked;
     const lib_mend::Library_Session names(unasked);
@@ -276,7 +287,7 @@ Exit_Status Run_Diff(const Diff_Request& request)
         Print_Differences(sets.front(), sets.back(), request.format, terminal)) {
         status = Exit_Findings;
     }
-    return Finish_Output(status);
+    return pager.Finish(status);
 }
 
 }  // namespace dicom_mend

@@ -41,7 +41,7 @@ void List_File(const Work_Item& item, const List_Request& request, const Termina
     }
     if (selection.Is_Empty() && !request.run.Asks_For_Run() && !set.foreign) {
         std::fflush(stdout);
-        std::fprintf(stderr, "%s: holds nothing of what is asked for\n",
+        std::fprintf(stderr, "%s: there is nothing to show of what is asked for\n",
                      lib_mend::Printable(Name_Of(item.path)).c_str());
     }
     if (request.run.Asks_For_Run()) {
@@ -93,7 +93,7 @@ Exit_Status Run_List(const List_Request& request)
     const Exit_Status status = Go_Through(run, work, tell);
     const bool is_empty = is_array && *separator == '[';
     std::fputs(is_empty ? "[\n]\n" : is_array ? "\n]\n" : is_json ? "\n" : "", stdout);
-    return Finish_Output(status);
+    return pager ? pager->Finish(status) : Finish_Output(status);
 }
 
 }  // namespace dicom_mend

@@ -29,17 +29,19 @@ constexpr std::string_view Tag_Colour = "\033[36m";
 constexpr std::string_view Value_Colour = "\033[32m";
 constexpr std::string_view Item_Colour = "\033[33m";
 
+/** Columns that a name has on any terminal. */
+constexpr std::size_t Least_Name = 16;
+
 /** The column of names takes less than half of what a terminal leaves. */
 std::size_t Name_Width(const Terminal& terminal)
 {
     constexpr std::size_t Usual = 40;
-    constexpr std::size_t Least = 16;
     constexpr std::size_t Most = 64;
     if (!terminal.is_terminal) {
         return Usual;
     }
     const std::size_t room = terminal.width - std::min(terminal.width, Header_Width);
-    return std::clamp(room * 9 / 20, Least, Most);
+    return std::clamp(room * 9 / 20, Least_Name, Most);
 }
 
 /** Fragments are the value of their element, not a list of elements. */
@@ -188,8 +190,10 @@ void Listing::Append_Name_And_Contents(const DICOM_List& record, const Character
         needed = number_at + Beginning;
     }
     const bool fits = needed <= rest;
-    // Half a UID is none: one that no name stands for has a line of its own rather.
-    const bool is_below = !fits && VR_Of(record) == VR_UI && number_at == std::string::npos;
+    // Half a UID is none: one that no name stands for has a line of its own rather, as all have on a
+    // terminal that has no room for a name and a value side by side.
+    const bool is_cut_uid = VR_Of(record) == VR_UI && number_at == std::string::npos;
+    const bool is_below = !fits && (is_cut_uid || room < 2 * Least_Name);
     // The column gives way, to either side, where both have room on the line.
     const std::size_t left = is_below ? room : fits ? room - needed : column;
     const std::size_t width =

@@ -118,7 +118,7 @@ std::string Nearest_Attributes(const std::string& term)
     if (tag && tag->group % 2 != 0) {
         return {};
     }
-    if (term.find('[') != term.npos) {
+    if (term.find_first_of("[/") != term.npos) {
         const std::string fault = Path_Fault(term);
         return fault.empty() ? fault : "; " + fault;
     }

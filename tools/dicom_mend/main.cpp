@@ -3,6 +3,7 @@
 #include "definition_names.h"
 #include "help_text.h"
 #include "manual.h"
+#include "mend/findings/letters.h"
 #include "options/command.h"
 #include "process.h"
 #include "word_completion.h"
@@ -14,6 +15,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -60,7 +62,7 @@ Exit_Status Print_Help(CLI::App& app, const std::string& name)
 {
     const std::string unknown = dicom_mend::Unknown_Word(app, {name});
     if (!name.empty() && !unknown.empty()) {
-        std::fprintf(stderr, "%s\n", unknown.c_str());
+        std::fprintf(stderr, "%s\n", lib_mend::Printable(unknown).c_str());
         return dicom_mend::Exit_Failure;
     }
     // The help of what was on the command line would be shown otherwise.
@@ -95,6 +97,17 @@ bool Answer_Program(CLI::App& app, const std::vector<std::string>& words, Exit_S
     return false;
 }
 
+/** Says what is wrong with a command line, in lines of letters that can be seen. */
+Exit_Status Refuse(const std::string& why)
+{
+    std::istringstream lines(why);
+    for (std::string line; std::getline(lines, line);) {
+        std::fprintf(stderr, "%s\n", lib_mend::Printable(line).c_str());
+    }
+    std::fputs("Run with --help for more information.\n", stderr);
+    return dicom_mend::Exit_Failure;
+}
+
 Exit_Status Answer(CLI::App& app, const std::vector<std::string>& words)
 {
     std::string helped;
@@ -110,24 +123,19 @@ Exit_Status Answer(CLI::App& app, const std::vector<std::string>& words)
         asked.empty() ? dicom_mend::Run_Command() : Set_Up(app, asked);
     const std::string unknown = dicom_mend::Unknown_Word(app, words);
     if (!unknown.empty()) {
-        std::fprintf(stderr, "%s\nRun with --help for more information.\n", unknown.c_str());
-        return dicom_mend::Exit_Failure;
+        return Refuse(unknown);
     }
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ExtrasError&) {
-        std::fprintf(stderr, "%s\nRun with --help for more information.\n",
-                     dicom_mend::Word_Too_Many(*app.get_subcommand(asked)).c_str());
-        return dicom_mend::Exit_Failure;
+        return Refuse(dicom_mend::Word_Too_Many(*app.get_subcommand(asked)));
     } catch (const CLI::ArgumentMismatch& error) {
-        const std::string what = error.what();
-        std::fprintf(stderr, "%s\nRun with --help for more information.\n",
-                     what.starts_with('-')
-                         ? what.c_str()
-                         : dicom_mend::Word_Too_Many(*app.get_subcommand(asked)).c_str());
-        return dicom_mend::Exit_Failure;
+        return Refuse(dicom_mend::Wrong_Number(*app.get_subcommand(asked), error.what()));
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? dicom_mend::Exit_Clean : dicom_mend::Exit_Failure;
+        // Help and the version come this way too.
+        return error.get_exit_code() != 0 ? Refuse(error.what())
+               : app.exit(error) == 0     ? dicom_mend::Exit_Clean
+                                          : dicom_mend::Exit_Failure;
     }
     return asked == Help ? Print_Help(app, helped) : run();
 }
@@ -145,9 +153,15 @@ Exit_Status Run(const std::vector<std::string>& words)
     // Options are the same everywhere; a slash begins a path.
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", [] {
-        return std::string("dicom-mend ") + DICOM_MEND_VERSION + "\nwith " +
-               Get_Version_DICOM(nullptr) + ", zlib " + zlibVersion() + ", compiled by " +
-               Compiler + "\ndefinitions in " + dicom_mend::Definition_Directory();
+        // The library calls itself by the name that it has on one system.
+        std::string library = Get_Version_DICOM(nullptr);
+        constexpr std::string_view Ending = ".dll";
+        if (const std::size_t at = library.find(Ending); at != library.npos) {
+            library.erase(at, Ending.size());
+        }
+        return std::string("dicom-mend ") + DICOM_MEND_VERSION + "\nwith " + library + ", zlib " +
+               zlibVersion() + ", compiled by " + Compiler + "\ndefinitions in " +
+               dicom_mend::Definition_Directory();
     });
     for (const Command& command : dicom_mend::All_Commands()) {
         app.add_subcommand(command.name, command.description)

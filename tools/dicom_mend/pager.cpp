@@ -8,8 +8,11 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,27 +20,52 @@ namespace dicom_mend {
 
 namespace {
 
+bool Is_Program(const std::string& path)
+{
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           access(path.c_str(), X_OK) == 0;
+}
+
 bool Is_In_Path(const std::string& program)
 {
     const char* const path = std::getenv("PATH");
     std::istringstream folders(path != nullptr ? path : "");
     for (std::string folder; std::getline(folders, folder, ':');) {
-        if (access((folder + "/" + program).c_str(), X_OK) == 0) {
+        if (Is_Program(folder + "/" + program)) {
             return true;
         }
     }
     return false;
 }
 
-/** A command that a shell can run, as far as that shows without one. */
+[[noreturn]] void Run_Shell(const char* options, const std::string& command)
+{
+    execl("/bin/sh", "sh", options, command.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+}
+
+/** The shell can take a command apart. */
+bool Is_Sound(const std::string& command)
+{
+    const pid_t shell = fork();
+    if (shell == 0) {
+        close(STDERR_FILENO);
+        Run_Shell("-nc", command);
+    }
+    int status = 0;
+    return shell < 0 || waitpid(shell, &status, 0) != shell || status == 0;
+}
+
+/** A command that a shell can run, as far as that shows before. */
 bool Can_Run(const std::string& command)
 {
-    const std::string program = command.substr(0, command.find(' '));
-    if (command.find_first_of("=$`'\"\\|&;<>(){}~*?\t\n") != command.npos || program.empty()) {
-        return true;
+    if (command.find_first_of("=$`'\"\\|&;<>(){}~*?\t\n") != command.npos) {
+        return Is_Sound(command);
     }
-    return program.find('/') != program.npos ? access(program.c_str(), X_OK) == 0
-                                             : Is_In_Path(program);
+    const std::size_t begin = command.find_first_not_of(' ');
+    const std::string program = command.substr(begin, command.find(' ', begin) - begin);
+    return program.find('/') != program.npos ? Is_Program(program) : Is_In_Path(program);
 }
 
 /** The command that PAGER holds; empty for none. */
@@ -45,14 +73,27 @@ std::string Command_Of_Pager()
 {
     const char* const chosen = std::getenv("PAGER");
     if (chosen == nullptr) {
-        return Is_In_Path("less") ? "less" : "";
+        const char* const terminal = std::getenv("TERM");
+        const bool is_dumb = terminal == nullptr || std::string_view(terminal) == "dumb";
+        return !is_dumb && Is_In_Path("less") ? "less" : "";
     }
-    if (!Can_Run(chosen)) {
-        std::fprintf(stderr, "PAGER: %s: there is no such program\n",
-                     lib_mend::Printable(chosen).c_str());
+    const std::string command = chosen;
+    if (command == "cat" || command.find_first_not_of(' ') == command.npos) {
         return {};
     }
-    return std::string(chosen) == "cat" ? "" : chosen;
+    if (!Can_Run(command)) {
+        std::fprintf(stderr, "PAGER: %s: there is no such program\n",
+                     lib_mend::Printable(command).c_str());
+        return {};
+    }
+    return command;
+}
+
+/** What fits the screen is left there, the text stays when it ends; whatever users want of it, colours are colours. */
+void Ask_Less_For_Colours()
+{
+    const char* const wanted = std::getenv("LESS");
+    setenv("LESS", wanted == nullptr ? "-FRX" : (std::string(wanted) + " -R").c_str(), 1);
 }
 
 /** The pager sees the end of its input when nothing writes there any more. */
@@ -78,10 +119,8 @@ Pager::Pager(const Terminal& terminal, const Looks& looks)
     process_ = fork();
     if (process_ == 0) {
         dup2(ends[0], STDIN_FILENO);
-        // What fits the screen is left there, colours are colours, and the text stays when it ends.
-        setenv("LESS", "FRX", 0);
-        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-        _exit(127);
+        Ask_Less_For_Colours();
+        Run_Shell("-c", command);
     }
     if (process_ > 0) {
         output_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
@@ -93,6 +132,8 @@ Pager::Pager(const Terminal& terminal, const Looks& looks)
         // The keys belong to the pager now.
         std::signal(SIGINT, SIG_IGN);
         std::signal(SIGQUIT, SIG_IGN);
+        // Who has read enough closes it.
+        std::signal(SIGPIPE, SIG_IGN);
     }
     close(ends[0]);
     close(ends[1]);
@@ -100,13 +141,33 @@ Pager::Pager(const Terminal& terminal, const Looks& looks)
 
 Pager::~Pager()
 {
+    End();
+}
+
+int Pager::End()
+{
     if (process_ <= 0) {
-        return;
+        return 0;
     }
     std::fflush(stdout);
+    // Nobody misses what it did not read.
+    std::clearerr(stdout);
     Put_Back(output_, STDOUT_FILENO);
     Put_Back(errors_, STDERR_FILENO);
-    waitpid(process_, nullptr, 0);
+    int status = 0;
+    waitpid(std::exchange(process_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+}
+
+Exit_Status Pager::Finish(Exit_Status status)
+{
+    // So a shell says that it could not run a command.
+    constexpr int Not_Run = 126;
+    if (End() >= Not_Run) {
+        Report_Failure("PAGER", "cannot be run; --no-pager does without it");
+        return Exit_Failure;
+    }
+    return Finish_Output(status);
 }
 
 }  // namespace dicom_mend

@@ -2,6 +2,7 @@
 #ifndef TOOLS_DICOM_MEND_PAGER_H
 #define TOOLS_DICOM_MEND_PAGER_H
 
+#include "report.h"
 #include "terminal.h"
 
 #include <sys/types.h>
@@ -20,7 +21,13 @@ public:
     Pager& operator=(const Pager&) = delete;
     ~Pager();
 
+    /** Waits for the end of the reader, and says whether all was printed: a status for Finish_Output, or a failure. */
+    Exit_Status Finish(Exit_Status status);
+
 private:
+    /** The status that the program ended with, 0 where there is none. */
+    int End();
+
     pid_t process_ = -1;
     /** What standard output and standard error were; -1 where they are that still. */
     int output_ = -1;

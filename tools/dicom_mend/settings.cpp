@@ -49,12 +49,9 @@ std::optional<Target> Step_Into(Data_Set& set, const Target& around, const Path_
     return Target{item, {}};
 }
 
-/** The bytes of a value; nothing when it has no form in the VR, or in the character set of the file. */
+/** The bytes of a text; nothing when the character set of the file has not all of its letters. */
 std::optional<Bytes> Encoded(const Data_Set& set, unsigned short vr, const std::string& value)
 {
-    if (!lib_mend::Is_Text(vr)) {
-        return lib_mend::Encoded_Text_Of_Numbers(vr, value);
-    }
     const bool is_plain =
         std::all_of(value.begin(), value.end(), [](char c) { return (c & 0x80) == 0; });
     const lib_mend::Character_Set characters(
@@ -101,10 +98,14 @@ bool Set_One(Data_Set& set, const Setting& setting, Findings& findings)
     if (vr == 0 || vr == VR_SQ) {
         return fail("cannot be set: it is a sequence, or its VR is not known");
     }
-    const std::optional<Bytes> bytes = Encoded(set, vr, setting.value);
+    const bool is_text = lib_mend::Is_Text(vr);
+    const std::optional<Bytes> bytes = is_text
+                                           ? Encoded(set, vr, setting.value)
+                                           : lib_mend::Encoded_Text_Of_Numbers(vr, setting.value);
     if (!bytes) {
-        return fail("cannot be set: the value has no form in its VR, or its letters none in the "
-                    "character set of the file; --to-utf8 takes all letters");
+        return fail(is_text ? "cannot be set: its letters have no form in the character set of the "
+                              "file; --to-utf8 takes all letters"
+                            : "cannot be set: the value has no form in its VR");
     }
     // The file meta information follows what was asked for, and not what was read.
     Set_Value(set, target, vr, *bytes).flags |= DICOM_Mark_Forced;

@@ -59,9 +59,11 @@ Terminal Look_At(int descriptor, Colours colours)
     terminal.is_terminal = isatty(descriptor) != 0;
     // An empty value does not count, see no-color.org.
     const char* const refused = std::getenv("NO_COLOR");
-    terminal.colours =
-        colours == Colours::Always || (colours == Colours::Auto && terminal.is_terminal &&
-                                       (refused == nullptr || *refused == '\0'));
+    const char* const kind = std::getenv("TERM");
+    const bool has_colours = (refused == nullptr || *refused == '\0') &&
+                             (kind == nullptr || std::string_view(kind) != "dumb");
+    terminal.colours = colours == Colours::Always ||
+                       (colours == Colours::Auto && terminal.is_terminal && has_colours);
     const std::size_t width = terminal.is_terminal ? Terminal_Width(descriptor) : 0;
     if (width > 0) {
         terminal.width = width;

@@ -58,6 +58,7 @@ enum class Fault : unsigned char {
     Not_DICOM,
     Wrapper,
     Preamble_Used,
+    Preamble_Program,
     File_Meta,
     Meta_Missing,
     Meta_Differs,

@@ -15,9 +15,9 @@ struct Overlay {
     DICOM_List* list;
     unsigned short group;
 
-    std::optional<std::int64_t> Number(unsigned short element) const
+    std::optional<std::int64_t> Number(unsigned short element, int index = 0) const
     {
-        return Number_In(set, list, {group, element});
+        return Number_In(set, list, {group, element}, index);
     }
     std::int64_t Frames() const
     {
@@ -35,6 +35,23 @@ struct Overlay {
     }
 };
 
+/** Of what stands in bits of the pixel data each pixel of the image has one. */
+bool Is_Of_Another_Size(const Overlay& overlay, const Image& image)
+{
+    return image.rows && image.columns &&
+           (overlay.Number(0x0010) != image.rows || overlay.Number(0x0011) != image.columns);
+}
+
+/** An overlay may be larger than the image, or stand beside it; who draws it has to cut it off there. */
+bool Reaches_Beyond(const Overlay& overlay, const Image& image)
+{
+    const auto reaches = [&](unsigned short size, int index, std::optional<std::int64_t> limit) {
+        const std::int64_t first = overlay.Number(0x0050, index).value_or(1);
+        return limit && (first < 1 || first - 1 > *limit - overlay.Number(size).value_or(0));
+    };
+    return reaches(0x0010, 0, image.rows) || reaches(0x0011, 1, image.columns);
+}
+
 const char* Fault_Of(const Overlay& overlay, const DICOM_List* data, const Image& image)
 {
     const std::optional<std::uint64_t> size = overlay.Size();
@@ -45,6 +62,9 @@ const char* Fault_Of(const Overlay& overlay, const DICOM_List* data, const Image
     if (data == nullptr &&
         overlay.Number(0x0102).value_or(0) >= image.bits_allocated.value_or(16)) {
         return "the overlay stands beyond the bits of the pixel data";
+    }
+    if (data == nullptr && Is_Of_Another_Size(overlay, image)) {
+        return "the overlay is in bits of the pixel data, and has other rows or columns";
     }
     if (overlay.Number(0x0051).value_or(1) - 1 > image.frames - overlay.Frames()) {
         return "the overlay has frames beyond those of the image";
@@ -72,6 +92,9 @@ void Check_Overlays(const Data_Set& set, Findings& findings)
         if (const char* const fault = Fault_Of(overlay, data, *image)) {
             findings.Report(Fault::Overlay, Level::Kept, At(data != nullptr ? *data : rows, {}),
                             fault);
+        } else if (Reaches_Beyond(overlay, *image)) {
+            findings.Report(Fault::Unlikely, Level::Info, At(rows, {}),
+                            "the overlay reaches beyond the image", {}, "PS3.3 C.9.2");
         }
     }
 }

@@ -325,7 +325,8 @@ void Meta_Reader::Check_Length()
     }
     const Bytes value = set_.Value(*length);
     const std::int64_t given =
-        value.size() == 4 ? Get_Int(length->byte_order, value.data()) : std::int64_t{-1};
+        value.size() == 4 ? static_cast<std::uint32_t>(Get_Int(length->byte_order, value.data()))
+                          : std::int64_t{-1};
     const std::int64_t end = first_end_ < 0 ? position_ : first_end_;
     const std::int64_t found = end - Value_Position_Of(*length) - length->size;
     if (given != found) {

@@ -19,6 +19,23 @@ namespace {
 
 constexpr Place Syntax_Place = {.has_tag = true, .tag = Transfer_Syntax_Tag, .vr = VR_UI};
 
+/** The file is one that systems run: for Windows, Unix, macOS, or by an interpreter. */
+bool Is_Program(const Bytes& preamble)
+{
+    constexpr std::string_view Beginnings[] = {"MZ",
+                                               "\x7F"
+                                               "ELF",
+                                               "#!",
+                                               "\xFE\xED\xFA\xCE",
+                                               "\xFE\xED\xFA\xCF",
+                                               "\xCE\xFA\xED\xFE",
+                                               "\xCF\xFA\xED\xFE",
+                                               "\xCA\xFE\xBA\xBE"};
+    const std::string_view bytes(reinterpret_cast<const char*>(preamble.data()), preamble.size());
+    return std::any_of(std::begin(Beginnings), std::end(Beginnings),
+                       [&](std::string_view beginning) { return bytes.starts_with(beginning); });
+}
+
 /** What stands in front of group 0002 or the data set: read, and said. */
 void Take_Preamble(Data_Set& set, const File_Start& start, Findings& findings)
 {
@@ -29,8 +46,11 @@ void Take_Preamble(Data_Set& set, const File_Start& start, Findings& findings)
     if (!start.fault.empty()) {
         findings.Report(Fault::Preamble, Level::Change, {.offset = 0}, start.fault);
     }
-    if (std::any_of(preamble.begin(), preamble.end(),
-                    [](unsigned char byte) { return byte != 0; })) {
+    if (Is_Program(preamble)) {
+        findings.Report(Fault::Preamble_Program, Level::Change, {.offset = 0},
+                        "the preamble begins as a program does; the output has zeros there");
+    } else if (std::any_of(preamble.begin(), preamble.end(),
+                           [](unsigned char byte) { return byte != 0; })) {
         findings.Report(Fault::Preamble_Used, Level::Info, {.offset = 0},
                         "the preamble holds data of an application, which the output does not");
     }

@@ -12,6 +12,10 @@ _dicom_mend()
             words+=("$word")
         fi
     done
+    # A quote that is open is no part of the word, nor are marks of single letters.
+    last=${last#[\"\']}
+    last=${last//\\/}
+    words[${#words[@]} - 1]=$last
     mapfile -t answer <<<"$(dicom-mend --completions "${words[@]}" 2>/dev/null)"
     COMPREPLY=()
     for word in "${answer[@]:1}"; do

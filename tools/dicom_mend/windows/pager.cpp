@@ -9,4 +9,14 @@ Pager::Pager(const Terminal&, const Looks&)
 
 Pager::~Pager() = default;
 
+int Pager::End()
+{
+    return 0;
+}
+
+Exit_Status Pager::Finish(Exit_Status status)
+{
+    return Finish_Output(status);
+}
+
 }  // namespace dicom_mend
