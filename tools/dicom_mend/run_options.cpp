@@ -120,7 +120,8 @@ void Check_Run(const CLI::App& command, Run_Options& run)
         refuse("standard input stands for one file, and for nothing else");
     }
     run.command = command.get_name();
-    run.terms = Terms_Of(command, run);
+    // The state holds them, and nothing else.
+    run.terms = run.State_Path().empty() ? std::string() : Terms_Of(command, run);
 }
 
 }  // namespace dicom_mend

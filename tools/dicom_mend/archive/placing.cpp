@@ -83,7 +83,8 @@ std::string Make_Folders(const std::string& path)
 Placing::Placing(std::string folder, std::string work, const std::vector<std::string>& inputs,
                  bool force, bool shared)
     : folder_(std::move(folder)), work_(std::move(work)), force_(force), shared_(shared),
-      inputs_(inputs)
+      // Who writes nothing is in nobody's way.
+      inputs_(folder_.empty() ? std::vector<std::string>() : inputs)
 {
 }
 

@@ -18,7 +18,7 @@ public:
      * @param inputs  files and folders in which nothing is replaced or removed
      */
     Quarantine(std::string folder, const std::vector<std::string>& inputs)
-        : folder_(std::move(folder)), inputs_(inputs)
+        : folder_(std::move(folder)), inputs_(folder_.empty() ? std::vector<std::string>() : inputs)
     {
     }
 

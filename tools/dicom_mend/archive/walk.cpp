@@ -38,6 +38,15 @@ std::string Last_Part(const std::string& path)
     return std::filesystem::path(path).filename().string();
 }
 
+/** The name is that of what stands there, and not of a link, of a step back, or of nothing. */
+bool Is_Own_Name(const std::filesystem::path& path)
+{
+    const std::string name = path.filename().string();
+    struct stat status = {};
+    return !name.empty() && name != "." && name != ".." && lstat(path.c_str(), &status) == 0 &&
+           !S_ISLNK(status.st_mode);
+}
+
 std::string Last_Name(const std::string& path)
 {
     std::error_code error;
@@ -100,6 +109,29 @@ bool Is_Met(const fs::path& place, const std::unordered_set<std::string>& folder
     return false;
 }
 
+/** Places of paths as Place_Of gives them. To ask for each folder on the way costs more than to check a small file. */
+class Places {
+public:
+    fs::path Of(const std::string& path)
+    {
+        const fs::path whole = path;
+        if (!Is_Own_Name(whole)) {
+            return Place_Of(path);
+        }
+        const fs::path folder = whole.has_parent_path() ? whole.parent_path() : fs::path(".");
+        if (folder != folder_) {
+            folder_ = folder;
+            place_ = Place_Of(folder.string());
+        }
+        return place_ / whole.filename();
+    }
+
+private:
+    /** Files of one folder are mostly named one after the other. */
+    fs::path folder_;
+    fs::path place_;
+};
+
 /** What is named, without what is named twice and what stands in a folder that is named too. */
 struct Named {
     std::vector<std::string> paths;
@@ -111,8 +143,9 @@ Named Named_Once(const std::vector<std::string>& paths)
 {
     std::vector<fs::path> places;
     std::unordered_set<std::string> all;
+    Places known;
     for (const std::string& path : paths) {
-        places.push_back(Place_Of(path));
+        places.push_back(known.Of(path));
         all.insert(places.back().string());
     }
     Named named;
