@@ -1,6 +1,7 @@
 #include "mend/healing/groups.h"
 
 #include "mend/healing/records.h"
+#include "mend/healing/texts.h"
 #include "mend/reading/tree.h"
 
 namespace lib_mend {
@@ -116,10 +117,6 @@ void Check_Unknown_Tags(DICOM_List* list, bool is_directory, Findings& findings)
 
 void Check_Meta_Group(const Data_Set& set, Findings& findings)
 {
-    const auto is_letter = [](unsigned char byte) {
-        constexpr unsigned char First_Of_Others = 0x80;
-        return byte >= First_Of_Others;
-    };
     for (const DICOM_List& record : Records(set.meta.Head())) {
         if (NEMA_db_Locate(record.group, record.element) == nullptr && record.element != 0x0000) {
             findings.Report(Fault::Unknown_Tag, Level::Kept, At(record, {}),
@@ -128,9 +125,16 @@ void Check_Meta_Group(const Data_Set& set, Findings& findings)
         // No character set is declared here; other VRs have none anywhere.
         const unsigned short vr = VR_Of(record);
         constexpr unsigned short Texts[] = {VR_SH, VR_LO, VR_ST, VR_LT, VR_UT, VR_PN, VR_UC};
-        const Bytes value = set.Value(record);
-        if (std::find(std::begin(Texts), std::end(Texts), vr) != std::end(Texts) &&
-            std::any_of(value.begin(), value.end(), is_letter)) {
+        if (std::find(std::begin(Texts), std::end(Texts), vr) == std::end(Texts)) {
+            continue;
+        }
+        bool has_others = false;
+        All_Pieces(set, record, [&](std::string_view piece) {
+            has_others =
+                std::any_of(piece.begin(), piece.end(), [](char c) { return (c & 0x80) != 0; });
+            return !has_others;
+        });
+        if (has_others) {
             findings.Report(Fault::Character_Set_Bytes, Level::Kept, At(record, {}),
                             "the text holds bytes that are no characters of its character set");
         }
